@@ -1,0 +1,48 @@
+#pragma once
+
+#include "core/pump.h"
+
+#include <QElapsedTimer>
+#include <QObject>
+
+#include <functional>
+#include <vector>
+
+class QWidget;
+
+// Keeps the windows alive while a worker waits for the server: painting, moving and resizing go on, what
+// the user types or clicks is thrown away, except for a button whose property "stopsRunningCommand" is true.
+class WindowPump : public QObject, public Pump {
+    Q_OBJECT
+
+public:
+    explicit WindowPump(QObject *parent = nullptr);
+    ~WindowPump() override;
+
+    void wait(Completion &completion) override;
+    bool isWaiting() const { return m_depth > 0; }
+
+Q_SIGNALS:
+    // The user asked to close a top-level window while the server thinks; the close itself is refused and
+    // is the receiver's to repeat once the running command has ended.
+    void closeRequested(QWidget *window);
+
+protected:
+    bool eventFilter(QObject *watched, QEvent *event) override;
+
+private:
+    int m_depth = 0;
+};
+
+// Marks a button as one that stops the running command (see WindowPump), or takes the mark away.
+void setStopsRunningCommand(QWidget *button, bool isOn);
+
+// Lets all window events run, at most once every 10 ms: called after each row of a long read.
+class Yield {
+public:
+    Yield() { m_clock.start(); }
+    void operator()();
+
+private:
+    QElapsedTimer m_clock;
+};

@@ -1,0 +1,47 @@
+#pragma once
+
+#include "core/recordset.h"
+#include "core/sqlerror.h"
+
+#include <QString>
+
+#include <functional>
+#include <memory>
+
+// What the server says of itself at connect.
+struct ServerInfo {
+    QString version;        // as reported, "10.11.19-MariaDB-0+deb12u1"
+    bool isMariaDb = false; // else MySQL or something that calls itself so
+    int number = 0;         // 5.6.24 is 50624; MariaDB's "5.5.5-" prefix is skipped
+};
+
+// One connection to one server, whatever lies beneath. All calls come from the thread that made it;
+// while execute() or open() waits for the server, events run and cancel() may be called from them.
+class Connection {
+public:
+    virtual ~Connection() = default;
+
+    // Throws SqlError with the driver's words. Opening an open connection is a mistake of ours.
+    virtual void open() = 0;
+    // Never throws; record sets of the connection are closed by it. The destructor closes too.
+    virtual void close() = 0;
+    virtual bool isOpen() const = 0;
+
+    // The string given at creation; once open, completed so that a "SERVER=host" piece stands in it.
+    virtual QString connectionString() const = 0;
+    virtual ServerInfo server() const = 0;
+
+    // Sends the text exactly as it stands and gives the first result; the record set is not open when the
+    // statement gave no rows. Throws SqlError, also when cancel() stopped it (isInterrupted()).
+    // Record sets of earlier statements stay readable.
+    virtual RecordSet execute(const QString &statement) = 0;
+
+    // A call of open(), execute() or of a record set is waiting for the server.
+    virtual bool isBusy() const = 0;
+    // Asks the server to end what the waiting call waits for; that call then throws. Returns at once; does
+    // nothing when nothing waits. The connection and its session survive.
+    virtual void cancel() = 0;
+};
+
+// Makes a closed connection for a connection string ("driver={...};server=...", or a data source's name).
+using ConnectionFactory = std::function<std::unique_ptr<Connection>(const QString &connectionString)>;

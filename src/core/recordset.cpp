@@ -1,0 +1,62 @@
+#include "core/recordset.h"
+
+#include "core/sqlerror.h"
+
+RecordSet::RecordSet(std::unique_ptr<RowSource> source)
+    : m_source(std::move(source))
+    , m_fields(m_source->fields())
+{
+    moveNext();
+}
+
+int RecordSet::fieldIndex(const QString &name) const
+{
+    for (int i = 0; i < fieldCount(); ++i)
+        if (fieldName(i).compare(name, Qt::CaseInsensitive) == 0)
+            return i;
+    return -1;
+}
+
+bool RecordSet::isEof()
+{
+    if (!isOpen())
+        throw SqlError(QStringLiteral("レコードセットは閉じています。"));
+    return m_atEnd;
+}
+
+void RecordSet::moveNext()
+{
+    if (!isOpen())
+        throw SqlError(QStringLiteral("レコードセットは閉じています。"));
+    if (m_atEnd)
+        return;
+    if (++m_row >= m_block.rowCount()) {
+        m_row = 0;
+        if (!m_source->read(m_block)) {
+            m_atEnd = true;
+            return;
+        }
+    }
+    m_block.read(m_row, m_cells);
+}
+
+QString RecordSet::text(int index) const
+{
+    const Cell &cell = m_cells[static_cast<std::size_t>(index)];
+    if (cell.isNull)
+        return QStringLiteral("NULL");
+    return QString::fromUtf8(cell.bytes.data(), static_cast<qsizetype>(cell.bytes.size()));
+}
+
+QString RecordSet::text(const QString &name) const
+{
+    return text(requiredField(name));
+}
+
+int RecordSet::requiredField(const QString &name) const
+{
+    const int index = fieldIndex(name);
+    if (index < 0)
+        throw SqlError(QStringLiteral("結果に列「%1」がありません。").arg(name));
+    return index;
+}

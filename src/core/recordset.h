@@ -1,0 +1,68 @@
+#pragma once
+
+#include "core/rowblock.h"
+
+#include <QString>
+#include <QStringList>
+
+#include <memory>
+#include <span>
+#include <vector>
+
+enum class FieldKind { Text, Number, Binary };
+
+// A column of a result. Binary: bytes that are not valid text arrive as "0x" and hex digits.
+struct Field {
+    QString name;
+    FieldKind kind = FieldKind::Text;
+};
+
+// Where a record set's rows come from: a connection, or a test's table. Destroying it ends the result
+// on the server side too; rows not yet read are thrown away.
+class RowSource {
+public:
+    virtual ~RowSource() = default;
+    virtual const std::vector<Field> &fields() const = 0;
+    // False once the connection below is closed.
+    virtual bool isOpen() const = 0;
+    // Replaces `block` by the next rows; false (and an empty block) at the end. Throws SqlError.
+    virtual bool read(RowBlock &block) = 0;
+};
+
+// The result of one statement, read forward row by row: isEof(), cells or texts, moveNext().
+// Not open (isOpen() false) when the statement gave no rows, after close(), or once the connection is closed.
+class RecordSet {
+public:
+    RecordSet() = default; // what a statement without rows gives
+    explicit RecordSet(std::unique_ptr<RowSource> source);
+
+    bool isOpen() const { return m_source && m_source->isOpen(); }
+    void close() { m_source.reset(); }
+
+    int fieldCount() const { return static_cast<int>(m_fields.size()); }
+    const std::vector<Field> &fields() const { return m_fields; }
+    const QString &fieldName(int index) const { return m_fields[static_cast<std::size_t>(index)].name; }
+    // The first field of that name, compared without regard to case; -1 when there is none.
+    int fieldIndex(const QString &name) const;
+
+    // Throws SqlError when the set is not open, or with the server's words when the read failed.
+    bool isEof();
+    void moveNext();
+
+    // The current row. Valid until moveNext() or close(); undefined at the end of the rows.
+    std::span<const Cell> cells() const { return m_cells; }
+    bool isNull(int index) const { return m_cells[static_cast<std::size_t>(index)].isNull; }
+    // The value as the server words it; a NULL is the text "NULL".
+    QString text(int index) const;
+    // The same by field name; throws SqlError when the result has no such field.
+    QString text(const QString &name) const;
+    int requiredField(const QString &name) const;
+
+private:
+    std::unique_ptr<RowSource> m_source;
+    std::vector<Field> m_fields;
+    RowBlock m_block;
+    std::vector<Cell> m_cells;
+    int m_row = -1; // row of m_block that m_cells shows; -1 before the first
+    bool m_atEnd = false;
+};

@@ -1,0 +1,42 @@
+#pragma once
+
+#include "core/connection.h"
+
+#include <QString>
+
+#include <memory>
+#include <vector>
+
+// One column of a table as "show full fields" lists it, each member as the reader of it stores it.
+struct FieldRec {
+    QString Field, Type, Null, Key, Default, Extra, Privileges;
+};
+
+// The name of one user variable of the console, without its "@".
+struct variablename {
+    QString strVariableName;
+};
+
+// The values that all windows share, from start to end of the program.
+struct Session {
+    QString programFolder; // folder of the executable, no separator at its end
+    ConnectionFactory makeConnection;
+
+    QString gDsn, gDriver, gServer, gUser, gPass, gPort;
+    QString gDbName; // database chosen in the main window; empty: none
+    QString gNoTextNoGrid, gMemo1, gMemo2, gFont, gTextEditor, gTextPath, gDelimiter;
+    QString gInOutPath;
+    std::vector<variablename> gVariables;
+    QString gIniPath, gVariableFile;
+
+    std::unique_ptr<Connection> gCn;
+    RecordSet gRs;
+    bool gIsLocalServer = false; // the driver names the server "localhost"
+    bool gSqlOpen = false;       // the console is loaded
+
+    // Element 0 of each stays empty, so that the number of columns is the upper bound.
+    std::vector<FieldRec> gOldFields{1}, gNewFields{1};
+
+    // The open connection; throws SqlError when there is none.
+    Connection &connection() const;
+};

@@ -1,0 +1,104 @@
+#include "support/scripteddialogue.h"
+
+#include <QTest>
+
+namespace {
+
+QString line(const char *kind, const QString &text, Icon icon)
+{
+    return QStringLiteral("%1(%2): %3")
+        .arg(QLatin1String(kind), icon == Icon::Critical ? QStringLiteral("critical") : QStringLiteral("info"),
+             text);
+}
+
+} // namespace
+
+ScriptedDialogue::~ScriptedDialogue()
+{
+    for (const Expected &expected : m_expected)
+        QTest::qFail(qPrintable(QStringLiteral("never came: ") + expected.line), __FILE__, __LINE__);
+}
+
+void ScriptedDialogue::expectConfirm(const QString &text, Icon icon, bool answer)
+{
+    m_expected.push_back({line("confirm", text, icon), answer, {}, {}});
+}
+
+void ScriptedDialogue::expectAsk(const QString &text, bool answer)
+{
+    m_expected.push_back({QStringLiteral("ask: ") + text, answer, {}, {}});
+}
+
+void ScriptedDialogue::expectTell(const QString &text, Icon icon)
+{
+    m_expected.push_back({line("tell", text, icon), false, {}, {}});
+}
+
+void ScriptedDialogue::expectFolder(const QString &title, const QString &answer)
+{
+    m_expected.push_back({QStringLiteral("folder: ") + title, false, answer, {}});
+}
+
+void ScriptedDialogue::expectBackups(const RestoreChoice &answer)
+{
+    m_expected.push_back({QStringLiteral("backups"), false, {}, answer});
+}
+
+bool ScriptedDialogue::confirm(const QString &question, Icon icon)
+{
+    return take(line("confirm", question, icon)).answer;
+}
+
+bool ScriptedDialogue::ask(const QString &question)
+{
+    return take(QStringLiteral("ask: ") + question).answer;
+}
+
+void ScriptedDialogue::tell(const QString &text, Icon icon)
+{
+    take(line("tell", text, icon));
+}
+
+QString ScriptedDialogue::chooseFolder(const QString &title, const QString &start)
+{
+    startFolder = start;
+    return take(QStringLiteral("folder: ") + title).folder;
+}
+
+RestoreChoice ScriptedDialogue::chooseBackups()
+{
+    return take(QStringLiteral("backups")).backups;
+}
+
+void ScriptedDialogue::progress(int total, int current)
+{
+    progresses << QStringLiteral("%1/%2").arg(current).arg(total);
+    log << QStringLiteral("progress: ") + progresses.last();
+}
+
+void ScriptedDialogue::setTarget(const QString &name)
+{
+    m_target = name;
+    targets << name;
+}
+
+void ScriptedDialogue::setLastError(const QString &description, bool withTip)
+{
+    lastError = description;
+    if (withTip)
+        lastTip = description;
+}
+
+ScriptedDialogue::Expected ScriptedDialogue::take(const QString &line)
+{
+    log << line;
+    if (m_expected.empty() || m_expected.front().line != line) {
+        const QString wanted = m_expected.empty() ? QStringLiteral("nothing") : m_expected.front().line;
+        QTest::qFail(qPrintable(QStringLiteral("asked: %1\n   expected: %2").arg(line, wanted)), __FILE__,
+                     __LINE__);
+        return {};
+    }
+    Expected expected = std::move(m_expected.front());
+    m_expected.pop_front();
+    return expected;
+}

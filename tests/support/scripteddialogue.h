@@ -1,0 +1,53 @@
+#pragma once
+
+#include "core/dialogue.h"
+
+#include <deque>
+
+// Answers a command's questions from a list and fails the test on a question that is not the next one
+// expected, and on answers that nobody asked for. No box is ever shown, so nothing can hang.
+class ScriptedDialogue : public Dialogue {
+public:
+    ~ScriptedDialogue() override; // fails the test when something expected did not come
+
+    void expectConfirm(const QString &text, Icon icon, bool answer);
+    void expectAsk(const QString &text, bool answer);
+    void expectTell(const QString &text, Icon icon);
+    void expectInform(const QString &text) { expectTell(text, Icon::Information); }
+    void expectRefuse(const QString &text) { expectTell(text, Icon::Critical); }
+    void expectFolder(const QString &title, const QString &answer);
+    void expectBackups(const RestoreChoice &answer);
+
+    bool confirm(const QString &question, Icon icon) override;
+    bool ask(const QString &question) override;
+    void tell(const QString &text, Icon icon) override;
+    QString chooseFolder(const QString &title, const QString &startFolder) override;
+    RestoreChoice chooseBackups() override;
+    void progress(int total, int current) override;
+    void progressBar(double fraction) override { bars << fraction; }
+    QString target() const override { return m_target; }
+    void setTarget(const QString &name) override;
+    void setLastError(const QString &description, bool withTip) override;
+    void setBusy(bool isBusy) override { busyDepth += isBusy ? 1 : -1; }
+    void refresh() override { ++refreshes; }
+
+    QStringList log;      // everything that happened, one line each: "confirm: ...", "progress: 1/3", ...
+    QStringList targets;  // every text that setTarget() was given
+    QStringList progresses;
+    QList<double> bars;
+    QString lastError, lastTip, startFolder;
+    int busyDepth = 0;
+    int refreshes = 0;
+
+private:
+    struct Expected {
+        QString line;
+        bool answer = false;
+        QString folder;
+        RestoreChoice backups;
+    };
+    Expected take(const QString &line);
+
+    std::deque<Expected> m_expected;
+    QString m_target;
+};

@@ -1,0 +1,255 @@
+#include "support/testserver.h"
+
+#include <QDir>
+#include <QElapsedTimer>
+#include <QFile>
+#include <QLockFile>
+#include <QRegularExpression>
+#include <QStandardPaths>
+#include <QThread>
+
+#include <arpa/inet.h>
+#include <csignal>
+#include <cstdlib>
+#include <netinet/in.h>
+#include <sys/prctl.h>
+#include <sys/socket.h>
+#include <unistd.h>
+
+namespace {
+
+[[noreturn]] void give_up(const QString &why)
+{
+    qCritical().noquote() << "FAIL!  : no test server:" << why;
+    std::exit(1);
+}
+
+QString program(const QString &name)
+{
+    const QString path = QStandardPaths::findExecutable(
+        name, {QStringLiteral("/usr/sbin"), QStringLiteral("/usr/bin"), QStringLiteral("/usr/local/bin")});
+    if (path.isEmpty())
+        give_up(name + QStringLiteral(" is not installed"));
+    return path;
+}
+
+QString runToEnd(const QString &name, const QStringList &arguments, const QByteArray &input = {})
+{
+    QProcess process;
+    process.setProcessChannelMode(QProcess::MergedChannels);
+    process.start(program(name), arguments);
+    process.write(input);
+    process.closeWriteChannel();
+    if (!process.waitForFinished(60000) || process.exitCode() != 0)
+        give_up(name + QStringLiteral(": ") + QString::fromUtf8(process.readAll()));
+    return QString::fromUtf8(process.readAll());
+}
+
+// A data folder as the server's installer makes it, made once and copied for every server.
+QString templateFolder()
+{
+    const QString folder = QDir::tempPath() + QStringLiteral("/tarnwell-test-data-") + QString::number(getuid());
+    QLockFile lock(folder + QStringLiteral(".lock"));
+    lock.setStaleLockTime(120000);
+    lock.lock();
+    if (!QFile::exists(folder + QStringLiteral("/complete"))) {
+        QDir(folder).removeRecursively();
+        runToEnd(QStringLiteral("mariadb-install-db"),
+                 {QStringLiteral("--no-defaults"), QStringLiteral("--datadir=") + folder,
+                  QStringLiteral("--auth-root-authentication-method=normal"), QStringLiteral("--skip-test-db"),
+                  QStringLiteral("--innodb-log-file-size=8M"), QStringLiteral("--user=") + qEnvironmentVariable("USER", QStringLiteral("root"))});
+        QFile mark(folder + QStringLiteral("/complete"));
+        if (!mark.open(QIODevice::WriteOnly))
+            give_up(mark.errorString());
+    }
+    return folder;
+}
+
+int freePort()
+{
+    const int probe = socket(AF_INET, SOCK_STREAM, 0);
+    sockaddr_in address{};
+    address.sin_family = AF_INET;
+    address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+    socklen_t length = sizeof address;
+    if (bind(probe, reinterpret_cast<sockaddr *>(&address), length) != 0 ||
+        getsockname(probe, reinterpret_cast<sockaddr *>(&address), &length) != 0)
+        give_up(QStringLiteral("no free port"));
+    close(probe);
+    return ntohs(address.sin_port);
+}
+
+bool answers(int port)
+{
+    const int probe = socket(AF_INET, SOCK_STREAM, 0);
+    sockaddr_in address{};
+    address.sin_family = AF_INET;
+    address.sin_port = htons(static_cast<uint16_t>(port));
+    address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+    const bool isUp = connect(probe, reinterpret_cast<sockaddr *>(&address), sizeof address) == 0;
+    close(probe);
+    return isUp;
+}
+
+void write(const QString &path, const QString &text)
+{
+    QFile file(path);
+    if (!file.open(QIODevice::WriteOnly))
+        give_up(file.errorString());
+    file.write(text.toUtf8());
+}
+
+} // namespace
+
+TestServer::TestServer(const QStringList &moreOptions) : m_moreOptions(moreOptions), m_port(freePort())
+{
+    const QDir folder(m_folder.path());
+    runToEnd(QStringLiteral("cp"), {QStringLiteral("-r"), templateFolder(), folder.filePath(QStringLiteral("data"))});
+    folder.mkdir(QStringLiteral("tmp"));
+    folder.mkdir(QStringLiteral("odbc"));
+    write(folder.filePath(QStringLiteral("init.sql")),
+          QStringLiteral("CREATE USER IF NOT EXISTS demo@'%' IDENTIFIED BY 'demo';\n"
+                         "GRANT ALL PRIVILEGES ON *.* TO demo@'%' WITH GRANT OPTION;\n"
+                         "CREATE USER IF NOT EXISTS demo@localhost IDENTIFIED BY 'demo';\n"
+                         "GRANT ALL PRIVILEGES ON *.* TO demo@localhost WITH GRANT OPTION;\n"));
+    write(folder.filePath(QStringLiteral("odbc/odbcinst.ini")),
+          QStringLiteral("[MySQL ODBC 3.51 Driver]\nDriver=libmaodbc.so\n"
+                         "[Other Driver]\nDriver=libmaodbc.so\n"
+                         "[Broken MySQL Driver]\nDriver=libdoesnotexist.so\n"));
+    write(folder.filePath(QStringLiteral("odbc/odbc.ini")),
+          QStringLiteral("[demo]\nDriver=MySQL ODBC 3.51 Driver\nSERVER=127.0.0.1\nPORT=%1\nUID=demo\nPWD=demo\n"
+                         "[nowhere]\nDriver=MySQL ODBC 3.51 Driver\nSERVER=127.0.0.1\nPORT=1\nUID=demo\nPWD=demo\n"
+                         "[other]\nDriver=Other Driver\nSERVER=127.0.0.1\nPORT=%1\n")
+              .arg(m_port));
+    // Connector/C reads both once, when it is first used.
+    qputenv("ODBCSYSINI", folder.filePath(QStringLiteral("odbc")).toUtf8());
+    qputenv("MYSQL_UNIX_PORT", socketPath().toUtf8());
+    start();
+}
+
+TestServer::~TestServer()
+{
+    if (m_process) {
+        resume();
+        kill();
+    }
+}
+
+QString TestServer::socketPath() const
+{
+    return m_folder.filePath(QStringLiteral("s"));
+}
+
+void TestServer::start()
+{
+    const QString folder = m_folder.path();
+    QStringList options{QStringLiteral("--no-defaults"),
+                        QStringLiteral("--datadir=%1/data").arg(folder),
+                        QStringLiteral("--tmpdir=%1/tmp").arg(folder),
+                        QStringLiteral("--socket=") + socketPath(),
+                        QStringLiteral("--pid-file=%1/pid").arg(folder),
+                        QStringLiteral("--bind-address=127.0.0.1"),
+                        QStringLiteral("--port=%1").arg(m_port),
+                        QStringLiteral("--init-file=%1/init.sql").arg(folder),
+                        QStringLiteral("--general-log-file=%1/general.log").arg(folder),
+                        QStringLiteral("--general-log"),
+                        QStringLiteral("--character-set-server=utf8mb4"),
+                        QStringLiteral("--innodb-buffer-pool-size=64M"),
+                        QStringLiteral("--innodb-log-file-size=8M"),
+                        QStringLiteral("--innodb-flush-log-at-trx-commit=0"),
+                        QStringLiteral("--performance-schema=off"),
+                        QStringLiteral("--secure-file-priv=")};
+    if (geteuid() == 0)
+        options << QStringLiteral("--user=root");
+    m_process = std::make_unique<QProcess>();
+    m_process->setProcessChannelMode(QProcess::MergedChannels);
+    m_process->setStandardOutputFile(folder + QStringLiteral("/server.log"), QIODevice::Append);
+    // A test program that dies takes its server along.
+    m_process->setChildProcessModifier([] { prctl(PR_SET_PDEATHSIG, SIGKILL); });
+    m_process->start(program(QStringLiteral("mariadbd")), options + m_moreOptions);
+    QElapsedTimer clock;
+    clock.start();
+    while (!answers(m_port)) {
+        if (clock.elapsed() > 60000 || m_process->state() == QProcess::NotRunning) {
+            QFile log(folder + QStringLiteral("/server.log"));
+            if (!log.open(QIODevice::ReadOnly))
+                give_up(log.errorString());
+            give_up(QString::fromUtf8(log.readAll().right(3000)));
+        }
+        m_process->waitForFinished(20);
+    }
+}
+
+void TestServer::kill()
+{
+    m_process->kill();
+    m_process->waitForFinished(10000);
+}
+
+void TestServer::freeze()
+{
+    ::kill(static_cast<pid_t>(m_process->processId()), SIGSTOP);
+}
+
+void TestServer::resume()
+{
+    if (m_process->processId() > 0)
+        ::kill(static_cast<pid_t>(m_process->processId()), SIGCONT);
+}
+
+QString TestServer::clientString(const QString &driver, const QString &database, const QString &host) const
+{
+    QString text = QStringLiteral("driver={%1};server=%2;uid=demo;pwd=demo;port=%3").arg(driver, host).arg(m_port);
+    if (!database.isEmpty())
+        text += QStringLiteral(";database=") + database;
+    return text;
+}
+
+QString TestServer::odbcString(const QString &database, const QString &host) const
+{
+    return clientString(QStringLiteral("MySQL ODBC 3.51 Driver"), database, host);
+}
+
+QString TestServer::nativeString(const QString &database, const QString &host) const
+{
+    return clientString(QStringLiteral("MySQL (内蔵)"), database, host);
+}
+
+QString TestServer::run(const QString &statements, const QString &database) const
+{
+    QStringList arguments{QStringLiteral("--no-defaults"), QStringLiteral("-S"), socketPath(),
+                          QStringLiteral("-udemo"), QStringLiteral("-pdemo"), QStringLiteral("--batch"),
+                          QStringLiteral("--skip-column-names"), QStringLiteral("--default-character-set=utf8mb4")};
+    if (!database.isEmpty())
+        arguments << database;
+    return runToEnd(QStringLiteral("mariadb"), arguments, statements.toUtf8());
+}
+
+QStringList TestServer::takeStatements()
+{
+    QFile log(m_folder.filePath(QStringLiteral("general.log")));
+    if (!log.open(QIODevice::ReadOnly))
+        return {};
+    log.seek(m_logRead);
+    const QString text = QString::fromUtf8(log.readAll());
+    m_logRead = log.pos();
+    // "261121 10:00:00\t     5 Query\tselect 1"; a statement's further lines have no such head.
+    static const QRegularExpression head(
+        QStringLiteral("^(?:\\d{6} [ \\d:]{8})?\\t+ *\\d+ (\\w+(?: \\w+)?)(?:\\t(.*))?$"));
+    QStringList statements;
+    bool isStatement = false;
+    for (const QString &line : text.split(u'\n')) {
+        const QRegularExpressionMatch match = head.match(line);
+        if (match.hasMatch()) {
+            isStatement = match.captured(1) == u"Query" || match.captured(1) == u"Execute";
+            if (isStatement)
+                statements << match.captured(2);
+        } else if (isStatement) {
+            statements.last() += u'\n' + line;
+        }
+    }
+    // The last line's end is no part of the last statement.
+    if (isStatement && !statements.isEmpty() && statements.last().endsWith(u'\n'))
+        statements.last().chop(1);
+    return statements;
+}

@@ -1,0 +1,46 @@
+#pragma once
+
+#include <QProcess>
+#include <QString>
+#include <QStringList>
+#include <QTemporaryDir>
+
+#include <memory>
+
+// A private MariaDB server for one test program: own data folder, own temporary folder, a free port on
+// 127.0.0.1 only, a general log. The account "demo" with the password "demo" may do everything.
+// Ends with the object. A server that does not start ends the test program with a failure.
+class TestServer {
+public:
+    explicit TestServer(const QStringList &moreOptions = {});
+    ~TestServer();
+    TestServer(const TestServer &) = delete;
+    TestServer &operator=(const TestServer &) = delete;
+
+    int port() const { return m_port; }
+    QString socketPath() const;
+    QString folder() const { return m_folder.path(); } // the server may write below it
+
+    // By the ODBC driver that ODBCSYSINI registers, and by the built-in driver.
+    QString odbcString(const QString &database = {}, const QString &host = QStringLiteral("127.0.0.1")) const;
+    QString nativeString(const QString &database = {}, const QString &host = QStringLiteral("127.0.0.1")) const;
+
+    // Runs statements with the command line client, outside of the program under test; its output.
+    QString run(const QString &statements, const QString &database = {}) const;
+    // The texts of the statements that clients sent since the last call, oldest first (Query and Execute).
+    QStringList takeStatements();
+
+    void kill();    // SIGKILL
+    void start();   // again on the same port and data
+    void freeze();  // SIGSTOP
+    void resume();  // SIGCONT
+
+private:
+    QString clientString(const QString &driver, const QString &database, const QString &host) const;
+
+    QTemporaryDir m_folder;
+    QStringList m_moreOptions;
+    int m_port = 0;
+    qint64 m_logRead = 0;
+    std::unique_ptr<QProcess> m_process;
+};
