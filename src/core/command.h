@@ -10,12 +10,12 @@
 
 // What the main window holds at the click, by value: lists may change while a command runs.
 struct Selection {
-    QString database;      // text of the chosen lstDb item
-    QStringList tables;    // all items of lstTables
-    QString table;         // the chosen item of lstTables; empty: none
-    QStringList routines;  // all items of lstProcFunc
-    QString routine;       // the chosen item of lstProcFunc; empty: none
-    QString lblPreTable;   // "": nothing chosen, "0": a database, "1": a table
+    QString database;     // text of the chosen lstDb item
+    QStringList tables;   // all items of lstTables
+    QString table;        // the chosen item of lstTables; empty: none
+    QStringList routines; // all items of lstProcFunc
+    QString routine;      // the chosen item of lstProcFunc; empty: none
+    QString lblPreTable;  // "": nothing chosen, "0": a database, "1": a table
     QString lblTableName, lblCreateTable, lblCreateProc;
     QString txtField, txtProc; // with CR LF line ends
 };

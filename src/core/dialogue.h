@@ -26,9 +26,9 @@ public:
     virtual QString chooseFolder(const QString &title, const QString &startFolder) = 0;
     virtual RestoreChoice chooseBackups() = 0;
 
-    virtual void progress(int total, int current) = 0;   // sProgress: "3/12", events, the bar
-    virtual void progressBar(double fraction) = 0;       // sProgressBar on picStatus
-    virtual QString target() const = 0;                  // lblCkTableName
+    virtual void progress(int total, int current) = 0; // sProgress: "3/12", events, the bar
+    virtual void progressBar(double fraction) = 0;     // sProgressBar on picStatus
+    virtual QString target() const = 0;                // lblCkTableName
     virtual void setTarget(const QString &name) = 0;
     // txtError; with the tip, Label13's tool tip as well.
     virtual void setLastError(const QString &description, bool withTip) = 0;
@@ -39,7 +39,11 @@ public:
 // The hourglass for as long as it lives.
 class BusyPointer {
 public:
-    explicit BusyPointer(Dialogue &dialogue) : m_dialogue(dialogue) { m_dialogue.setBusy(true); }
+    explicit BusyPointer(Dialogue &dialogue)
+        : m_dialogue(dialogue)
+    {
+        m_dialogue.setBusy(true);
+    }
     ~BusyPointer() { m_dialogue.setBusy(false); }
     BusyPointer(const BusyPointer &) = delete;
     BusyPointer &operator=(const BusyPointer &) = delete;

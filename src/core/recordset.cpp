@@ -36,8 +36,16 @@ void RecordSet::moveNext()
             m_atEnd = true;
             return;
         }
+        if (m_counter)
+            m_counter(m_block.rowCount());
     }
     m_block.read(m_row, m_cells);
+}
+
+void RecordSet::countRows(std::function<void(int)> counter)
+{
+    m_counter = std::move(counter);
+    m_counter(m_block.rowCount());
 }
 
 QString RecordSet::text(int index) const

@@ -5,6 +5,7 @@
 #include <QString>
 #include <QStringList>
 
+#include <functional>
 #include <memory>
 #include <span>
 #include <vector>
@@ -49,6 +50,9 @@ public:
     bool isEof();
     void moveNext();
 
+    // Called with the number of rows of every block that arrives, first of all the one that is here already.
+    void countRows(std::function<void(int rows)> counter);
+
     // The current row. Valid until moveNext() or close(); undefined at the end of the rows.
     std::span<const Cell> cells() const { return m_cells; }
     bool isNull(int index) const { return m_cells[static_cast<std::size_t>(index)].isNull; }
@@ -65,4 +69,5 @@ private:
     std::vector<Cell> m_cells;
     int m_row = -1; // row of m_block that m_cells shows; -1 before the first
     bool m_atEnd = false;
+    std::function<void(int)> m_counter;
 };

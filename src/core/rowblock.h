@@ -15,7 +15,10 @@ struct Cell {
 // each cell is a variable-length number (0 for NULL, else length + 1) followed by its bytes.
 class RowBlock {
 public:
-    explicit RowBlock(int columnCount = 0) : m_columnCount(columnCount) {}
+    explicit RowBlock(int columnCount = 0)
+        : m_columnCount(columnCount)
+    {
+    }
 
     int columnCount() const { return m_columnCount; }
     int rowCount() const { return static_cast<int>(m_rowStarts.size()); }

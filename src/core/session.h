@@ -1,6 +1,7 @@
 #pragma once
 
 #include "core/connection.h"
+#include "core/statementlog.h"
 
 #include <QString>
 
@@ -21,6 +22,7 @@ struct variablename {
 struct Session {
     QString programFolder; // folder of the executable, no separator at its end
     ConnectionFactory makeConnection;
+    std::shared_ptr<StatementLog> statementLog = std::make_shared<StatementLog>();
 
     QString gDsn, gDriver, gServer, gUser, gPass, gPort;
     QString gDbName; // database chosen in the main window; empty: none

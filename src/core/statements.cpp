@@ -107,3 +107,17 @@ bool holdsPassword(const QString &statement)
                                            QRegularExpression::CaseInsensitiveOption);
     return secret.match(statement).hasMatch();
 }
+
+QString maskedPasswords(const QString &text, bool inAnyCase)
+{
+    if (!inAnyCase && !holdsPassword(text))
+        return text;
+    // A quote that is never closed (the server cuts its quotations) hides the rest.
+    static const QRegularExpression quoted(QStringLiteral("'(?:[^'\\\\]|\\\\.|'')*(?:'|$)"),
+                                           QRegularExpression::DotMatchesEverythingOption);
+    static const QRegularExpression doubleQuoted(QStringLiteral("\"(?:[^\"\\\\]|\\\\.|\"\")*(?:\"|$)"),
+                                                 QRegularExpression::DotMatchesEverythingOption);
+    return QString(text)
+        .replace(quoted, QStringLiteral("'***'"))
+        .replace(doubleQuoted, QStringLiteral("\"***\""));
+}

@@ -7,9 +7,9 @@
 // "`" database "`." name: the name stands bare, that is the system's rule.
 QString qualifiedName(const QString &database, const QString &name);
 
-QString trimmedBlanks(const QString &text);     // without blanks (U+0020 only) at both ends
-QString withCrLf(QString text);                 // every LF becomes CR LF
-QString withLf(QString text);                   // every CR LF becomes LF
+QString trimmedBlanks(const QString &text); // without blanks (U+0020 only) at both ends
+QString withCrLf(QString text);             // every LF becomes CR LF
+QString withLf(QString text);               // every CR LF becomes LF
 QString withoutBackticks(QString text);
 QString doubledBackslashes(QString path);
 // What stands before the last comma; throws SqlError when there is none (the invalid-argument error).
@@ -28,3 +28,5 @@ QString qualifiedCreateText(const QString &createText, const QString &database, 
 // Whether the text holds a password (IDENTIFIED BY, PASSWORD(, SET PASSWORD, ...): such texts go into no
 // log, history or message.
 bool holdsPassword(const QString &statement);
+// The text with every quoted part replaced by '***' when it holds a password, or in any case.
+QString maskedPasswords(const QString &text, bool inAnyCase = false);

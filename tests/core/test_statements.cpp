@@ -12,6 +12,8 @@ private Q_SLOTS:
     void createTextsAreQualified_data();
     void createTextsAreQualified();
     void aListWithoutCommaCannotBeCut();
+    void passwordsAreMasked_data();
+    void passwordsAreMasked();
 };
 
 void StatementsTest::viewsAreLaidOut_data()
@@ -19,7 +21,8 @@ void StatementsTest::viewsAreLaidOut_data()
     QTest::addColumn<QString>("server");
     QTest::addColumn<QString>("shown");
     QTest::newRow("server's own text")
-        << "CREATE ALGORITHM=UNDEFINED DEFINER=`root`@`%` SQL SECURITY DEFINER VIEW `d`.`v` AS select `t`.`a` AS "
+        << "CREATE ALGORITHM=UNDEFINED DEFINER=`root`@`%` SQL SECURITY DEFINER VIEW `d`.`v` AS select "
+           "`t`.`a` AS "
            "`a`,`t`.`b` AS `b` from `t` where (`t`.`a` > 1)"
         << "CREATE VIEW d.v AS \r\nselect t.a AS a,\r\n\tt.b AS b \r\n from t \r\n where (t.a > 1)";
     QTest::newRow("and, or, first ones only")
@@ -32,7 +35,8 @@ void StatementsTest::viewsAreLaidOut_data()
     QTest::newRow("keyword inside a string")
         << "CREATE VIEW `v` AS select ' from , where ' AS `x` from `t`"
         << "CREATE VIEW v AS \r\nselect ' \r\n from ,\r\n\t \r\n where ' AS x from t";
-    QTest::newRow("empty") << "" << "CREATE VIEW ";
+    QTest::newRow("empty") << ""
+                           << "CREATE VIEW ";
 }
 
 void StatementsTest::viewsAreLaidOut()
@@ -46,12 +50,21 @@ void StatementsTest::createTextsAreQualified_data()
     QTest::addColumn<QString>("text");
     QTest::addColumn<QString>("name");
     QTest::addColumn<QString>("qualified");
-    QTest::newRow("usual") << "CREATE TABLE t (a int)" << "t" << "CREATE TABLE  `d`.t (a int)";
-    QTest::newRow("blanks around") << "  create table T (t int) " << "t" << "create table  `d`.t (t int)";
-    QTest::newRow("line break after TABLE") << "CREATE TABLE\r\nt (a int)" << "t"
+    QTest::newRow("usual") << "CREATE TABLE t (a int)"
+                           << "t"
+                           << "CREATE TABLE  `d`.t (a int)";
+    QTest::newRow("blanks around") << "  create table T (t int) "
+                                   << "t"
+                                   << "create table  `d`.t (t int)";
+    QTest::newRow("line break after TABLE") << "CREATE TABLE\r\nt (a int)"
+                                            << "t"
                                             << "CREATE TABLE\r\r\n`d`.t (a int)";
-    QTest::newRow("backticks as written") << "CREATE TABLE `t`(a int)" << "`t`" << "CREATE TABLE  `d`.`t`(a int)";
-    QTest::newRow("name not there") << "CREATE TABLE x (a int)" << "t" << "CREATE TABLE  x (a in`d`.t)";
+    QTest::newRow("backticks as written") << "CREATE TABLE `t`(a int)"
+                                          << "`t`"
+                                          << "CREATE TABLE  `d`.`t`(a int)";
+    QTest::newRow("name not there") << "CREATE TABLE x (a int)"
+                                    << "t"
+                                    << "CREATE TABLE  x (a in`d`.t)";
 }
 
 void StatementsTest::createTextsAreQualified()
@@ -65,6 +78,26 @@ void StatementsTest::aListWithoutCommaCannotBeCut()
 {
     QCOMPARE(cutAtLastComma(QStringLiteral("a,b,")), QStringLiteral("a,b"));
     QVERIFY_THROWS_EXCEPTION(SqlError, cutAtLastComma(QString()));
+}
+
+void StatementsTest::passwordsAreMasked_data()
+{
+    QTest::addColumn<QString>("statement");
+    QTest::addColumn<QString>("masked");
+    QTest::newRow("no password") << "select 'a'"
+                                 << "select 'a'";
+    QTest::newRow("grant") << "GRANT USAGE ON *.* TO 'u'@\"%\" IDENTIFIED BY 'p''x\\'y' WITH GRANT OPTION"
+                           << "GRANT USAGE ON *.* TO '***'@\"***\" IDENTIFIED BY '***' WITH GRANT OPTION";
+    QTest::newRow("quote left open") << "set password = 'abc"
+                                     << "set password = '***'";
+    QTest::newRow("function") << "select PASSWORD(\"x\")"
+                              << "select PASSWORD(\"***\")";
+}
+
+void StatementsTest::passwordsAreMasked()
+{
+    QFETCH(QString, statement);
+    QTEST(maskedPasswords(statement), "masked");
 }
 
 QTEST_APPLESS_MAIN(StatementsTest)

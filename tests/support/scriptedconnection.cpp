@@ -4,7 +4,8 @@ namespace {
 
 class ScriptedRows : public RowSource {
 public:
-    explicit ScriptedRows(const Reply &reply) : m_rows(static_cast<int>(reply.fields.size()))
+    explicit ScriptedRows(const Reply &reply)
+        : m_rows(static_cast<int>(reply.fields.size()))
     {
         for (const QString &name : reply.fields)
             m_fields.push_back({name, FieldKind::Text});
@@ -33,7 +34,11 @@ private:
 
 class ScriptedConnection : public Connection {
 public:
-    ScriptedConnection(Script &script, QString string) : m_script(script), m_string(std::move(string)) {}
+    ScriptedConnection(Script &script, QString string)
+        : m_script(script)
+        , m_string(std::move(string))
+    {
+    }
     void open() override
     {
         if (m_script.refusesConnections)
@@ -78,7 +83,8 @@ RecordSet Script::answer(const QString &statement)
     if (beforeAnswer)
         beforeAnswer(statement);
     Reply reply;
-    if (const auto failure = m_failures.find(static_cast<int>(sent.size()) - 1); failure != m_failures.end()) {
+    if (const auto failure = m_failures.find(static_cast<int>(sent.size()) - 1);
+        failure != m_failures.end()) {
         reply = failure->second;
     } else if (auto once = m_once.find(statement); once != m_once.end() && !once->second.empty()) {
         reply = std::move(once->second.front());

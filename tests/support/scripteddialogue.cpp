@@ -7,8 +7,8 @@ namespace {
 QString line(const char *kind, const QString &text, Icon icon)
 {
     return QStringLiteral("%1(%2): %3")
-        .arg(QLatin1String(kind), icon == Icon::Critical ? QStringLiteral("critical") : QStringLiteral("info"),
-             text);
+        .arg(QLatin1String(kind),
+             icon == Icon::Critical ? QStringLiteral("critical") : QStringLiteral("info"), text);
 }
 
 } // namespace

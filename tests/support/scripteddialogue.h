@@ -31,8 +31,8 @@ public:
     void setBusy(bool isBusy) override { busyDepth += isBusy ? 1 : -1; }
     void refresh() override { ++refreshes; }
 
-    QStringList log;      // everything that happened, one line each: "confirm: ...", "progress: 1/3", ...
-    QStringList targets;  // every text that setTarget() was given
+    QStringList log;     // everything that happened, one line each: "confirm: ...", "progress: 1/3", ...
+    QStringList targets; // every text that setTarget() was given
     QStringList progresses;
     QList<double> bars;
     QString lastError, lastTip, startFolder;

@@ -48,7 +48,8 @@ QString runToEnd(const QString &name, const QStringList &arguments, const QByteA
 // A data folder as the server's installer makes it, made once and copied for every server.
 QString templateFolder()
 {
-    const QString folder = QDir::tempPath() + QStringLiteral("/tarnwell-test-data-") + QString::number(getuid());
+    const QString folder =
+        QDir::tempPath() + QStringLiteral("/tarnwell-test-data-") + QString::number(getuid());
     QLockFile lock(folder + QStringLiteral(".lock"));
     lock.setStaleLockTime(120000);
     lock.lock();
@@ -56,8 +57,9 @@ QString templateFolder()
         QDir(folder).removeRecursively();
         runToEnd(QStringLiteral("mariadb-install-db"),
                  {QStringLiteral("--no-defaults"), QStringLiteral("--datadir=") + folder,
-                  QStringLiteral("--auth-root-authentication-method=normal"), QStringLiteral("--skip-test-db"),
-                  QStringLiteral("--innodb-log-file-size=8M"), QStringLiteral("--user=") + qEnvironmentVariable("USER", QStringLiteral("root"))});
+                  QStringLiteral("--auth-root-authentication-method=normal"),
+                  QStringLiteral("--skip-test-db"), QStringLiteral("--innodb-log-file-size=8M"),
+                  QStringLiteral("--user=") + qEnvironmentVariable("USER", QStringLiteral("root"))});
         QFile mark(folder + QStringLiteral("/complete"));
         if (!mark.open(QIODevice::WriteOnly))
             give_up(mark.errorString());
@@ -101,10 +103,13 @@ void write(const QString &path, const QString &text)
 
 } // namespace
 
-TestServer::TestServer(const QStringList &moreOptions) : m_moreOptions(moreOptions), m_port(freePort())
+TestServer::TestServer(const QStringList &moreOptions)
+    : m_moreOptions(moreOptions)
+    , m_port(freePort())
 {
     const QDir folder(m_folder.path());
-    runToEnd(QStringLiteral("cp"), {QStringLiteral("-r"), templateFolder(), folder.filePath(QStringLiteral("data"))});
+    runToEnd(QStringLiteral("cp"),
+             {QStringLiteral("-r"), templateFolder(), folder.filePath(QStringLiteral("data"))});
     folder.mkdir(QStringLiteral("tmp"));
     folder.mkdir(QStringLiteral("odbc"));
     write(folder.filePath(QStringLiteral("init.sql")),
@@ -117,9 +122,10 @@ TestServer::TestServer(const QStringList &moreOptions) : m_moreOptions(moreOptio
                          "[Other Driver]\nDriver=libmaodbc.so\n"
                          "[Broken MySQL Driver]\nDriver=libdoesnotexist.so\n"));
     write(folder.filePath(QStringLiteral("odbc/odbc.ini")),
-          QStringLiteral("[demo]\nDriver=MySQL ODBC 3.51 Driver\nSERVER=127.0.0.1\nPORT=%1\nUID=demo\nPWD=demo\n"
-                         "[nowhere]\nDriver=MySQL ODBC 3.51 Driver\nSERVER=127.0.0.1\nPORT=1\nUID=demo\nPWD=demo\n"
-                         "[other]\nDriver=Other Driver\nSERVER=127.0.0.1\nPORT=%1\n")
+          QStringLiteral(
+              "[demo]\nDriver=MySQL ODBC 3.51 Driver\nSERVER=127.0.0.1\nPORT=%1\nUID=demo\nPWD=demo\n"
+              "[nowhere]\nDriver=MySQL ODBC 3.51 Driver\nSERVER=127.0.0.1\nPORT=1\nUID=demo\nPWD=demo\n"
+              "[other]\nDriver=Other Driver\nSERVER=127.0.0.1\nPORT=%1\n")
               .arg(m_port));
     // Connector/C reads both once, when it is first used.
     qputenv("ODBCSYSINI", folder.filePath(QStringLiteral("odbc")).toUtf8());
@@ -199,7 +205,8 @@ void TestServer::resume()
 
 QString TestServer::clientString(const QString &driver, const QString &database, const QString &host) const
 {
-    QString text = QStringLiteral("driver={%1};server=%2;uid=demo;pwd=demo;port=%3").arg(driver, host).arg(m_port);
+    QString text =
+        QStringLiteral("driver={%1};server=%2;uid=demo;pwd=demo;port=%3").arg(driver, host).arg(m_port);
     if (!database.isEmpty())
         text += QStringLiteral(";database=") + database;
     return text;
@@ -217,9 +224,14 @@ QString TestServer::nativeString(const QString &database, const QString &host) c
 
 QString TestServer::run(const QString &statements, const QString &database) const
 {
-    QStringList arguments{QStringLiteral("--no-defaults"), QStringLiteral("-S"), socketPath(),
-                          QStringLiteral("-udemo"), QStringLiteral("-pdemo"), QStringLiteral("--batch"),
-                          QStringLiteral("--skip-column-names"), QStringLiteral("--default-character-set=utf8mb4")};
+    QStringList arguments{QStringLiteral("--no-defaults"),
+                          QStringLiteral("-S"),
+                          socketPath(),
+                          QStringLiteral("-udemo"),
+                          QStringLiteral("-pdemo"),
+                          QStringLiteral("--batch"),
+                          QStringLiteral("--skip-column-names"),
+                          QStringLiteral("--default-character-set=utf8mb4")};
     if (!database.isEmpty())
         arguments << database;
     return runToEnd(QStringLiteral("mariadb"), arguments, statements.toUtf8());

@@ -23,17 +23,18 @@ public:
 
     // By the ODBC driver that ODBCSYSINI registers, and by the built-in driver.
     QString odbcString(const QString &database = {}, const QString &host = QStringLiteral("127.0.0.1")) const;
-    QString nativeString(const QString &database = {}, const QString &host = QStringLiteral("127.0.0.1")) const;
+    QString nativeString(const QString &database = {},
+                         const QString &host = QStringLiteral("127.0.0.1")) const;
 
     // Runs statements with the command line client, outside of the program under test; its output.
     QString run(const QString &statements, const QString &database = {}) const;
     // The texts of the statements that clients sent since the last call, oldest first (Query and Execute).
     QStringList takeStatements();
 
-    void kill();    // SIGKILL
-    void start();   // again on the same port and data
-    void freeze();  // SIGSTOP
-    void resume();  // SIGCONT
+    void kill();   // SIGKILL
+    void start();  // again on the same port and data
+    void freeze(); // SIGSTOP
+    void resume(); // SIGCONT
 
 private:
     QString clientString(const QString &driver, const QString &database, const QString &host) const;

@@ -1,0 +1,25 @@
+#pragma once
+
+#include "core/session.h"
+
+class ProfileFile;
+
+// Puts the defaults, then what "Tarnwell.ini" and "variable.dat" of the program folder hold, into the
+// session. Missing or damaged files leave the defaults.
+void sLoadSettings(Session &session);
+// Writes both files. Shows nothing; returns the system's words of the first step that failed, else empty.
+QString sSaveSettings(const Session &session);
+
+// The value, at most size - 1 characters up to its first NUL; fallback when missing or empty.
+QString fIniRead(const ProfileFile &file, const QString &section, const QString &key, const QString &fallback,
+                 int size);
+void fIniWrite(ProfileFile &file, const QString &section, const QString &key, const QString &value);
+// 2: the platform's texts are Unicode, so that files may hold more than the ANSI code page can.
+int fPlatformId();
+
+// The light disguise of the stored password: every code point one lower, and back.
+QString shiftedDown(const QString &password);
+QString shiftedUp(const QString &stored);
+
+// The items of a list file: an item ends at a comma or a line's end, double quotes enclose one.
+QStringList listItems(const QString &text);

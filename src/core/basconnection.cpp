@@ -1,0 +1,55 @@
+#include "core/basconnection.h"
+
+#include "core/statements.h"
+
+QString noDataSource()
+{
+    return QStringLiteral("(なし)");
+}
+
+QString connectionStringOf(const Session &session)
+{
+    if (trimmedBlanks(session.gDsn) != noDataSource())
+        return session.gDsn;
+    QString text = QStringLiteral("driver={") + session.gDriver + u'}' + QStringLiteral(";server=") +
+                   session.gServer + QStringLiteral(";uid=") + session.gUser;
+    if (!session.gPass.isEmpty())
+        text += QStringLiteral(";pwd=") + session.gPass;
+    text += QStringLiteral(";port=") + session.gPort;
+    if (!session.gDbName.isEmpty())
+        text += QStringLiteral(";database=") + session.gDbName;
+    return text;
+}
+
+bool fConnect(Session &session, QString *why)
+{
+    sDisconnect(session);
+    try {
+        // Not yet the session's while it opens: events run meanwhile, and nobody may use it.
+        auto connection = session.makeConnection(connectionStringOf(session));
+        connection->open();
+        session.gCn = std::move(connection);
+    } catch (const SqlError &error) {
+        if (why)
+            *why = error.description();
+    }
+    return session.gCn && session.gCn->isOpen();
+}
+
+void sDisconnect(Session &session)
+{
+    session.gRs.close();
+    if (session.gCn && session.gCn->isOpen())
+        session.gCn->close();
+    session.gCn.reset();
+}
+
+bool namesLocalServer(const QString &connectionString)
+{
+    for (const QString &piece : connectionString.split(u';')) {
+        const QStringList sides = piece.split(u'=');
+        if (sides.size() > 1 && sides[0].trimmed() == u"SERVER" && sides[1].trimmed() == u"localhost")
+            return true;
+    }
+    return false;
+}
