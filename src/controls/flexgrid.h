@@ -2,15 +2,22 @@
 
 #include "core/recordset.h"
 
+#include <QPointer>
 #include <QTableView>
 
 #include <span>
 #include <vector>
 
+class CellViewer;
+class FindBar;
 class FlexGridModel;
+class GridSearch;
+class QMenu;
+enum class CopyFormat;
 
 // The one grid of the program: rows as packed bytes, text made for visible cells only, fixed row height.
-// The header row of the system's words is the horizontal header; row numbers here count data rows from 0.
+// The header row of the system's words is the horizontal header; row numbers here count data rows from 0,
+// in the order shown (a click on a header sorts, the third click restores the server's order).
 class FlexGrid : public QTableView {
     Q_OBJECT
 
@@ -36,14 +43,52 @@ public:
     // Bytes held for the rows, spare room included.
     std::size_t allocatedBytes() const;
 
+    // What an empty grid says instead of rows.
+    void setPlaceholderText(const QString &text);
+    // The name that INSERT statements of a copy carry; empty until it is known.
+    void setTableName(const QString &name) { m_tableName = name; }
+    // The selected cells in one of the forms; every whole value.
+    QString selectedText(CopyFormat format) const;
+    void sortByColumn(int column, Qt::SortOrder direction); // column -1: the server's order
+    // The context menu, as it would open now; the caller owns it.
+    QMenu *createMenu();
+    // Shows a cell's whole value in a window of its own, "cellViewer".
+    void openCell(const QModelIndex &cell);
+    int sizeHintForColumn(int column) const override;
+
+protected:
+    void paintEvent(QPaintEvent *event) override;
+    void changeEvent(QEvent *event) override;
+    void keyPressEvent(QKeyEvent *event) override;
+    void contextMenuEvent(QContextMenuEvent *event) override;
+
 private:
+    void buildHeaders();
+    void buildSearch();
+    void reveal();
+    void fitRowHeight();
+    int fittingWidth(int column, int mostRows) const;
+    void clickHeader(int column);
+    void showSortMark();
+    void copy(CopyFormat format);
+
     FlexGridModel *m_model;
+    FindBar *m_findBar;
+    GridSearch *m_search;
+    QPointer<CellViewer> m_viewer;
+    QString m_placeholder, m_tableName;
+    bool m_isRedrawOn = true;
+    bool m_hasWidths = false; // set after the first rows
 };
 
 // Redraw off for as long as it lives.
 class RedrawOff {
 public:
-    explicit RedrawOff(FlexGrid &grid) : m_grid(grid) { m_grid.setRedraw(false); }
+    explicit RedrawOff(FlexGrid &grid)
+        : m_grid(grid)
+    {
+        m_grid.setRedraw(false);
+    }
     ~RedrawOff() { m_grid.setRedraw(true); }
     RedrawOff(const RedrawOff &) = delete;
     RedrawOff &operator=(const RedrawOff &) = delete;

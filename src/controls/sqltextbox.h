@@ -1,8 +1,9 @@
 #pragma once
 
-#include <Qsci/qsciscintilla.h>
+#include "controls/scintilla.h"
 
 // A text of several lines in SQL: highlighting, undo, find with Ctrl+F, Japanese input.
+// Tab indents; Ctrl+Tab and Ctrl+Shift+Tab leave the box.
 class SqlTextBox : public QsciScintilla {
     Q_OBJECT
 
@@ -13,4 +14,17 @@ public:
     // Line ends go in as they are and come out as CR LF.
     void setContents(const QString &text);
     QString contents() const;
+
+    void setReadOnly(bool isReadOnly) override;
+
+protected:
+    void changeEvent(QEvent *event) override;
+    void keyPressEvent(QKeyEvent *event) override;
+    QVariant inputMethodQuery(Qt::InputMethodQuery query) const override;
+
+private:
+    void colour();
+    void fitLineNumbers();
+
+    bool m_hasLineNumbers = false;
 };

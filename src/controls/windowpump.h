@@ -31,7 +31,11 @@ protected:
     bool eventFilter(QObject *watched, QEvent *event) override;
 
 private:
+    bool refusesClose(QObject *watched, QEvent *event);
+
     int m_depth = 0;
+    const Completion *m_waiting = nullptr; // of the innermost wait
+    bool m_isFlushing = false;
 };
 
 // Marks a button as one that stops the running command (see WindowPump), or takes the mark away.
@@ -41,6 +45,8 @@ void setStopsRunningCommand(QWidget *button, bool isOn);
 class Yield {
 public:
     Yield() { m_clock.start(); }
+    // The next call will run events: the moment to bring counters up to date.
+    bool isDue() const { return m_clock.elapsed() >= 10; }
     void operator()();
 
 private:

@@ -13,7 +13,7 @@ void RowBlock::addCell(std::string_view bytes)
         number >>= 7;
     }
     m_bytes.push_back(static_cast<char>(number));
-    m_bytes.append(bytes);
+    m_bytes.insert(m_bytes.end(), bytes.begin(), bytes.end());
 }
 
 void RowBlock::shrinkToFit()

@@ -1,7 +1,6 @@
 #pragma once
 
 #include <cstdint>
-#include <string>
 #include <string_view>
 #include <vector>
 
@@ -40,7 +39,7 @@ public:
     void read(int row, std::vector<Cell> &cells) const;
 
 private:
-    std::string m_bytes;
+    std::vector<char> m_bytes; // no string: a short one's bytes move when it does, and cells point to them
     std::vector<std::uint32_t> m_rowStarts;
     int m_columnCount;
 };

@@ -10,8 +10,9 @@ SqlError::SqlError(QString description, int number, QString state)
 
 bool SqlError::isConnectionLost() const
 {
-    // 2006 gone away, 2013 lost during query, 2055 lost (system error), 5014 and 08xxx: Connector/ODBC.
-    return m_number == 2006 || m_number == 2013 || m_number == 2055 || m_number == 5014 ||
+    // 2006 gone away, 2013 lost during query, 2055 lost (system error), 5014 and 08xxx: Connector/ODBC,
+    // 1927 killed: the last word of MariaDB on a connection that KILL ends.
+    return m_number == 2006 || m_number == 2013 || m_number == 2055 || m_number == 5014 || m_number == 1927 ||
            m_state.startsWith(u"08");
 }
 

@@ -1,0 +1,109 @@
+#include "controls/cellviewer.h"
+
+#include "controls/hexdump.h"
+#include "controls/resulttextbox.h"
+
+#include <QApplication>
+#include <QBuffer>
+#include <QClipboard>
+#include <QHBoxLayout>
+#include <QImageReader>
+#include <QKeyEvent>
+#include <QLabel>
+#include <QPushButton>
+#include <QScrollArea>
+#include <QTabWidget>
+
+namespace {
+
+constexpr std::size_t longestLine = 500;
+constexpr std::size_t mostHexBytes = 1024 * 1024;
+
+} // namespace
+
+CellViewer::CellViewer(QWidget *window)
+    : QWidget(window, Qt::Window)
+    , m_summary(new QLabel(this))
+    , m_tabs(new QTabWidget(this))
+    , m_text(new ResultTextBox(this))
+    , m_hex(new ResultTextBox(this))
+    , m_picture(new QLabel)
+{
+    setObjectName(QStringLiteral("cellViewer"));
+    setAttribute(Qt::WA_DeleteOnClose);
+    m_text->setObjectName(QStringLiteral("cellText"));
+    m_text->setAccessibleName(QStringLiteral("値のテキスト"));
+    m_hex->setObjectName(QStringLiteral("cellHex"));
+    m_hex->setAccessibleName(QStringLiteral("値の16進表示"));
+    m_picture->setObjectName(QStringLiteral("cellPicture"));
+    m_picture->setAlignment(Qt::AlignCenter);
+    auto *pictureArea = new QScrollArea;
+    pictureArea->setWidget(m_picture);
+    pictureArea->setWidgetResizable(true);
+    m_tabs->setObjectName(QStringLiteral("cellTabs"));
+    m_tabs->addTab(m_text, QStringLiteral("テキスト(&T)"));
+    m_tabs->addTab(m_hex, QStringLiteral("16進(&H)"));
+    m_tabs->addTab(pictureArea, QStringLiteral("画像(&P)"));
+    m_summary->setTextFormat(Qt::PlainText);
+    auto *copy = new QPushButton(QStringLiteral("値をコピー(&C)"), this);
+    copy->setObjectName(QStringLiteral("cellCopy"));
+    connect(copy, &QPushButton::clicked, this, [this] { copyValue(); });
+    auto *close = new QPushButton(QStringLiteral("閉じる"), this);
+    close->setObjectName(QStringLiteral("cellClose"));
+    connect(close, &QPushButton::clicked, this, &QWidget::close);
+    auto *bottom = new QHBoxLayout;
+    bottom->addWidget(m_summary, 1);
+    bottom->addWidget(copy);
+    bottom->addWidget(close);
+    auto *layout = new QVBoxLayout(this);
+    layout->addWidget(m_tabs);
+    layout->addLayout(bottom);
+    resize(640, 420);
+}
+
+void CellViewer::showValue(const Field &field, const Cell &value, int rowNumber)
+{
+    m_value = value.isNull ? "NULL" : std::string(value.bytes);
+    m_bytes = value.isNull                      ? std::string()
+              : field.kind == FieldKind::Binary ? bytesOfLiteral(m_value)
+                                                : m_value;
+    setWindowTitle(QStringLiteral("%1 (%2行目)").arg(field.name).arg(rowNumber));
+    const std::string lines = withShortLines(m_value, longestLine);
+    m_text->setWholeText(lines);
+    const std::string_view shown = std::string_view(m_bytes).substr(0, mostHexBytes);
+    m_hex->setWholeText(hexDump(shown));
+    QString summary =
+        value.isNull ? QStringLiteral("NULL") : QStringLiteral("%L1 バイト").arg(m_bytes.size());
+    if (lines.size() != m_value.size())
+        summary += QStringLiteral("　長い行は折り返して表示");
+    if (shown.size() != m_bytes.size())
+        summary += QStringLiteral("　16進は先頭の1 MBのみ");
+    m_summary->setText(summary);
+    showPicture();
+}
+
+void CellViewer::showPicture()
+{
+    QByteArray bytes = QByteArray::fromRawData(m_bytes.data(), static_cast<qsizetype>(m_bytes.size()));
+    QBuffer buffer(&bytes);
+    QImageReader reader(&buffer);
+    reader.setDecideFormatFromContent(true);
+    const QImage image = reader.read();
+    m_picture->setPixmap(QPixmap::fromImage(image));
+    m_tabs->setTabEnabled(2, !image.isNull());
+    m_tabs->setCurrentIndex(image.isNull() ? 0 : 2);
+}
+
+// The value itself, without the line breaks that are only for showing.
+void CellViewer::copyValue() const
+{
+    QApplication::clipboard()->setText(QString::fromStdString(m_value));
+}
+
+void CellViewer::keyPressEvent(QKeyEvent *event)
+{
+    if (event->key() == Qt::Key_Escape)
+        close();
+    else
+        QWidget::keyPressEvent(event);
+}

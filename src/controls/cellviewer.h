@@ -1,0 +1,35 @@
+#pragma once
+
+#include "core/recordset.h"
+
+#include <QWidget>
+
+class QLabel;
+class QTabWidget;
+class ResultTextBox;
+
+// A window that shows one cell's whole value: as text, as bytes in hexadecimal, as a picture if it is one.
+class CellViewer : public QWidget {
+    Q_OBJECT
+
+public:
+    explicit CellViewer(QWidget *window);
+
+    // The value is copied. rowNumber counts from 1 and only names the cell.
+    void showValue(const Field &field, const Cell &value, int rowNumber);
+
+protected:
+    void keyPressEvent(QKeyEvent *event) override;
+
+private:
+    void copyValue() const;
+    void showPicture();
+
+    std::string m_value; // as the server words it
+    std::string m_bytes; // what it stands for: hex digits of a binary column as the bytes they mean
+    QLabel *m_summary;
+    QTabWidget *m_tabs;
+    ResultTextBox *m_text;
+    ResultTextBox *m_hex;
+    QLabel *m_picture;
+};

@@ -1,0 +1,45 @@
+#include "controls/chosenlist.h"
+
+#include <QMouseEvent>
+#include <QSignalBlocker>
+
+QStringList ChosenList::texts() const
+{
+    QStringList result;
+    for (int row = 0; row < count(); ++row)
+        result << item(row)->text();
+    return result;
+}
+
+void ChosenList::clearItems()
+{
+    const QSignalBlocker quiet(this);
+    clear();
+}
+
+void ChosenList::appendItem(const QString &text)
+{
+    const QSignalBlocker quiet(this);
+    addItem(text);
+}
+
+void ChosenList::mousePressEvent(QMouseEvent *event)
+{
+    m_isPressed = true;
+    QListWidget::mousePressEvent(event);
+}
+
+void ChosenList::mouseReleaseEvent(QMouseEvent *event)
+{
+    QListWidget::mouseReleaseEvent(event);
+    m_isPressed = false;
+    if (event->button() == Qt::LeftButton && itemAt(event->pos()))
+        Q_EMIT chosen();
+}
+
+void ChosenList::currentChanged(const QModelIndex &current, const QModelIndex &previous)
+{
+    QListWidget::currentChanged(current, previous);
+    if (current.isValid() && !m_isPressed)
+        Q_EMIT chosen();
+}

@@ -1,0 +1,33 @@
+#pragma once
+
+#include <QListWidget>
+
+// A list box whose choice acts at once: chosen() comes for every click on an item, also the chosen one
+// again, for every move by the keyboard and for setCurrentRow(); not while the list is filled or cleared.
+class ChosenList : public QListWidget {
+    Q_OBJECT
+
+public:
+    explicit ChosenList(QWidget *parent = nullptr)
+        : QListWidget(parent)
+    {
+        setUniformItemSizes(true);
+    }
+
+    QString currentText() const { return currentItem() ? currentItem()->text() : QString(); }
+    QStringList texts() const;
+    void clearItems();
+    // Without chosen().
+    void appendItem(const QString &text);
+
+Q_SIGNALS:
+    void chosen();
+
+protected:
+    void mousePressEvent(QMouseEvent *event) override;
+    void mouseReleaseEvent(QMouseEvent *event) override;
+    void currentChanged(const QModelIndex &current, const QModelIndex &previous) override;
+
+private:
+    bool m_isPressed = false;
+};

@@ -1,0 +1,26 @@
+#pragma once
+
+#include <QLineEdit>
+
+class QListWidget;
+
+// A line above a list that hides what does not match while one types. Case and the width of Japanese
+// characters do not matter; of "[TABLE]", a TAB and a name only the name counts. Escape clears it, the
+// down key goes to the list.
+class FilterLine : public QLineEdit {
+    Q_OBJECT
+
+public:
+    explicit FilterLine(QListWidget &list, QWidget *parent = nullptr);
+
+protected:
+    void keyPressEvent(QKeyEvent *event) override;
+
+private:
+    void apply();
+
+    QListWidget &m_list;
+};
+
+// Whether the filter lets an item's text through.
+bool passesFilter(const QString &itemText, const QString &filter);

@@ -1,0 +1,70 @@
+#include "controls/messagebox.h"
+
+#include <QApplication>
+#include <QGridLayout>
+#include <QLabel>
+#include <QScreen>
+#include <QScrollArea>
+
+namespace {
+
+// A box never grows beyond this; more text scrolls.
+constexpr int mostLines = 15;
+constexpr int mostCharacters = 900;
+
+// The server's message may hold a whole statement: the box would be taller than the screen and its
+// buttons out of reach.
+void letTextScroll(QMessageBox &box)
+{
+    auto *label = box.findChild<QLabel *>(QStringLiteral("qt_msgbox_label"));
+    auto *grid = qobject_cast<QGridLayout *>(box.layout());
+    if (!label || !grid)
+        return;
+    auto *area = new QScrollArea(&box);
+    area->setObjectName(QStringLiteral("messageScroll"));
+    area->setFrameShape(QFrame::NoFrame);
+    area->setWidgetResizable(true);
+    delete grid->replaceWidget(label, area);
+    area->setWidget(label);
+    label->setWordWrap(true);
+    label->setAlignment(Qt::AlignLeft | Qt::AlignTop);
+    const QFontMetrics metrics = box.fontMetrics();
+    area->setMinimumSize(metrics.averageCharWidth() * 90, metrics.lineSpacing() * mostLines);
+}
+
+} // namespace
+
+QMessageBox::StandardButton showBox(QWidget *window, QMessageBox::Icon icon, const QString &text,
+                                    QMessageBox::StandardButtons buttons)
+{
+    QMessageBox box(window);
+    box.setIcon(icon);
+    box.setWindowTitle(window ? window->windowTitle() : QString());
+    // A description with "<" in it is not markup.
+    box.setTextFormat(Qt::PlainText);
+    box.setText(text);
+    box.setTextInteractionFlags(Qt::TextSelectableByMouse);
+    box.setStandardButtons(buttons);
+    for (const auto escape : {QMessageBox::Cancel, QMessageBox::No, QMessageBox::Ok})
+        if (buttons.testFlag(escape)) {
+            box.setEscapeButton(escape);
+            break;
+        }
+    if (text.size() > mostCharacters || text.count(u'\n') >= mostLines)
+        letTextScroll(box);
+    const PointerInBox pointer;
+    return static_cast<QMessageBox::StandardButton>(box.exec());
+}
+
+PointerInBox::PointerInBox()
+    : m_isSet(QApplication::overrideCursor() != nullptr)
+{
+    if (m_isSet)
+        QApplication::setOverrideCursor(Qt::ArrowCursor);
+}
+
+PointerInBox::~PointerInBox()
+{
+    if (m_isSet)
+        QApplication::restoreOverrideCursor();
+}

@@ -1,0 +1,20 @@
+#pragma once
+
+#include <QMessageBox>
+
+// One box over a window, titled with its caption: plain text that can be selected and copied, however
+// long. Escape is Cancel, No, or the only button.
+QMessageBox::StandardButton showBox(QWidget *window, QMessageBox::Icon icon, const QString &text,
+                                    QMessageBox::StandardButtons buttons);
+
+// The arrow instead of an hourglass for as long as it lives: a box waits for the user, not for the server.
+class PointerInBox {
+public:
+    PointerInBox();
+    ~PointerInBox();
+    PointerInBox(const PointerInBox &) = delete;
+    PointerInBox &operator=(const PointerInBox &) = delete;
+
+private:
+    bool m_isSet;
+};

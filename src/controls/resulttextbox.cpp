@@ -1,0 +1,147 @@
+#include "controls/resulttextbox.h"
+
+#include "controls/findbar.h"
+#include "controls/resulttextaccess.h"
+#include "controls/textcolours.h"
+#include "controls/textloader.h"
+#include "core/pump.h"
+
+#include <QKeyEvent>
+
+#include <thread>
+
+namespace {
+
+constexpr std::size_t pieceBytes = 1024 * 1024;
+// Beyond this the box's buffer would stall the window whenever it grows.
+constexpr std::size_t mostInWindow = 16 * pieceBytes;
+constexpr std::chrono::milliseconds yieldEvery(5);
+
+} // namespace
+
+ResultTextBox::ResultTextBox(QWidget *parent)
+    : QsciScintilla(parent)
+{
+    QAccessible::installFactory(&ResultTextAccess::create);
+    SendScintilla(SCI_SETMODEVENTMASK, 0);
+    SendScintilla(SCI_SETLAYOUTCACHE, SC_CACHE_PAGE);
+    setScrollWidthTracking(true);
+    setMarginWidth(1, 0);
+    setFont(codeFont());
+    clearText();
+    colourPlain(*this);
+    addFindBar(*this);
+}
+
+void ResultTextBox::clearText()
+{
+    ++m_generation;
+    TextLoader loader(*this, 0);
+    showDocument(loader.takeDocument());
+}
+
+void ResultTextBox::setWholeText(std::string_view utf8)
+{
+    clearText();
+    append(utf8);
+}
+
+void ResultTextBox::appendInPieces(std::string_view utf8, const std::function<void()> &yield)
+{
+    if (static_cast<std::size_t>(byteCount()) + utf8.size() > mostInWindow) {
+        load(utf8, yield);
+        return;
+    }
+    const int generation = m_generation;
+    while (!utf8.empty() && generation == m_generation) {
+        append(utf8.substr(0, pieceBytes));
+        utf8.remove_prefix(std::min(pieceBytes, utf8.size()));
+        yield();
+    }
+}
+
+void ResultTextBox::setPieces(std::size_t bytes, const std::function<std::string()> &next,
+                              const std::function<void()> &yield)
+{
+    const int generation = ++m_generation;
+    TextLoader loader(*this, bytes);
+    for (std::string piece = next(); !piece.empty() && generation == m_generation; piece = next()) {
+        loader.add(piece);
+        yield();
+    }
+    if (generation == m_generation)
+        showDocument(loader.takeDocument());
+}
+
+// A worker fills a document of its own, which then takes the place of the shown one.
+void ResultTextBox::load(std::string_view utf8, const std::function<void()> &yield)
+{
+    const QByteArray shown = bytes(0, static_cast<int>(byteCount()));
+    const std::string_view before(shown.constData(), static_cast<std::size_t>(byteCount()));
+    const int generation = m_generation;
+    std::unique_ptr<TextLoader> loader;
+    Completion done;
+    {
+        const std::jthread worker([&](const std::stop_token &stop) {
+            loader = std::make_unique<TextLoader>(*this, before.size() + utf8.size());
+            for (std::string_view text : {before, utf8})
+                for (; !text.empty() && !stop.stop_requested();
+                     text.remove_prefix(std::min(pieceBytes, text.size())))
+                    loader->add(text.substr(0, pieceBytes));
+            done.finish();
+        });
+        while (generation == m_generation && !done.waitFor(yieldEvery))
+            yield();
+    }
+    if (generation == m_generation)
+        showDocument(loader->takeDocument());
+}
+
+void ResultTextBox::showDocument(void *document)
+{
+    SendScintilla(SCI_SETDOCPOINTER, 0ul, document);
+    SendScintilla(SCI_RELEASEDOCUMENT, 0ul, document); // the view holds it from now on
+    setUtf8(true);
+    SendScintilla(SCI_SETUNDOCOLLECTION, 0);
+    setReadOnly(true);
+    setScrollWidth(1);
+}
+
+qint64 ResultTextBox::byteCount() const
+{
+    return SendScintilla(SCI_GETLENGTH);
+}
+
+void ResultTextBox::append(std::string_view utf8)
+{
+    setReadOnly(false);
+    SendScintilla(SCI_APPENDTEXT, static_cast<unsigned long>(utf8.size()), utf8.data());
+    setReadOnly(true);
+}
+
+void ResultTextBox::changeEvent(QEvent *event)
+{
+    QsciScintilla::changeEvent(event);
+    if (event->type() == QEvent::PaletteChange)
+        colourPlain(*this);
+}
+
+void ResultTextBox::keyPressEvent(QKeyEvent *event)
+{
+    // Nothing can be typed here, so Tab goes to the next control.
+    if (event->key() == Qt::Key_Tab)
+        focusNextChild();
+    else if (event->key() == Qt::Key_Backtab)
+        focusPreviousChild();
+    else
+        QsciScintilla::keyPressEvent(event);
+}
+
+QVariant ResultTextBox::inputMethodQuery(Qt::InputMethodQuery query) const
+{
+    // QScintilla 2.13 hands out the whole paragraph around the caret: a second for 150 MB without a blank
+    // line.
+    if (query == Qt::ImEnabled)
+        return false;
+    return {};
+}

@@ -1,0 +1,105 @@
+#include "controls/widgetdialogue.h"
+
+#include "controls/basfolder.h"
+#include "controls/messagebox.h"
+#include "controls/percentbar.h"
+
+#include <QApplication>
+#include <QLabel>
+#include <QPlainTextEdit>
+
+namespace {
+
+QMessageBox::Icon boxIcon(Icon icon)
+{
+    return icon == Icon::Critical ? QMessageBox::Critical : QMessageBox::Information;
+}
+
+// A tool tip would take "<b>" in a server's message for markup.
+QString plainTip(const QString &text)
+{
+    return Qt::mightBeRichText(text) ? text.toHtmlEscaped() : text;
+}
+
+} // namespace
+
+WidgetDialogue::WidgetDialogue(QWidget *window, DialogueParts parts)
+    : m_window(window)
+    , m_parts(std::move(parts))
+{
+}
+
+bool WidgetDialogue::confirm(const QString &question, Icon icon)
+{
+    return showBox(m_window, boxIcon(icon), question, QMessageBox::Ok | QMessageBox::Cancel) ==
+           QMessageBox::Ok;
+}
+
+bool WidgetDialogue::ask(const QString &question)
+{
+    return showBox(m_window, QMessageBox::Question, question, QMessageBox::Yes | QMessageBox::No) ==
+           QMessageBox::Yes;
+}
+
+void WidgetDialogue::tell(const QString &text, Icon icon)
+{
+    showBox(m_window, boxIcon(icon), text, QMessageBox::Ok);
+}
+
+QString WidgetDialogue::chooseFolder(const QString &title, const QString &startFolder)
+{
+    const PointerInBox pointer;
+    return fBrowseFolder(title, m_window, startFolder);
+}
+
+RestoreChoice WidgetDialogue::chooseBackups()
+{
+    const PointerInBox pointer;
+    return m_parts.chooseBackups ? m_parts.chooseBackups(m_window) : RestoreChoice{};
+}
+
+void WidgetDialogue::progress(int total, int current)
+{
+    if (m_parts.lblCnt)
+        m_parts.lblCnt->setText(QStringLiteral("%1/%2").arg(current).arg(total));
+    QCoreApplication::processEvents();
+    progressBar(total == 0 ? 0 : double(current) / total);
+}
+
+void WidgetDialogue::progressBar(double fraction)
+{
+    if (m_parts.picStatus)
+        sProgressBar(*m_parts.picStatus, fraction);
+}
+
+QString WidgetDialogue::target() const
+{
+    return m_parts.lblCkTableName ? m_parts.lblCkTableName->text() : QString();
+}
+
+void WidgetDialogue::setTarget(const QString &name)
+{
+    if (m_parts.lblCkTableName)
+        m_parts.lblCkTableName->setText(name);
+}
+
+void WidgetDialogue::setLastError(const QString &description, bool withTip)
+{
+    if (m_parts.txtError)
+        m_parts.txtError->setPlainText(description);
+    if (withTip && m_parts.Label13)
+        m_parts.Label13->setToolTip(plainTip(description));
+}
+
+void WidgetDialogue::setBusy(bool isBusy)
+{
+    if (isBusy)
+        QApplication::setOverrideCursor(Qt::WaitCursor);
+    else
+        QApplication::restoreOverrideCursor();
+}
+
+void WidgetDialogue::refresh()
+{
+    m_window->repaint();
+}

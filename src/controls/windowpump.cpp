@@ -1,0 +1,158 @@
+#include "controls/windowpump.h"
+
+#include <QAbstractButton>
+#include <QAbstractSlider>
+#include <QApplication>
+#include <QDragMoveEvent>
+#include <QKeyEvent>
+#include <QMouseEvent>
+#include <QSplitterHandle>
+
+namespace {
+
+constexpr char stopProperty[] = "stopsRunningCommand";
+
+// Statements shorter than this never pay for the event loop.
+constexpr std::chrono::milliseconds sleepFirst(15);
+constexpr int yieldEvery = 10;
+
+bool isInput(QEvent::Type type)
+{
+    switch (type) {
+    case QEvent::MouseButtonPress:
+    case QEvent::MouseButtonRelease:
+    case QEvent::MouseButtonDblClick:
+    case QEvent::KeyPress:
+    case QEvent::KeyRelease:
+    case QEvent::Wheel:
+    case QEvent::Shortcut:
+    case QEvent::ShortcutOverride:
+    case QEvent::ContextMenu:
+    case QEvent::InputMethod:
+    case QEvent::DragEnter:
+    case QEvent::DragMove:
+    case QEvent::Drop:
+    case QEvent::TabletPress:
+    case QEvent::TabletRelease:
+    case QEvent::TouchBegin:
+    case QEvent::TouchUpdate:
+    case QEvent::TouchEnd:
+    case QEvent::NativeGesture:
+    case QEvent::Gesture:
+        return true;
+    default:
+        return false;
+    }
+}
+
+bool isKeyOfButtons(int key)
+{
+    return key == Qt::Key_Space || key == Qt::Key_Return || key == Qt::Key_Enter || key == Qt::Key_Escape ||
+           key == Qt::Key_Select;
+}
+
+// True when the event has been dealt with here.
+bool pressStopButton(QObject *watched, QEvent *event)
+{
+    const int key = static_cast<QKeyEvent *>(event)->key();
+    if (!isKeyOfButtons(key))
+        return true;
+    // Outside of dialogs a push button knows only the space bar.
+    auto *button = qobject_cast<QAbstractButton *>(watched);
+    if (!button || key == Qt::Key_Space || key == Qt::Key_Select)
+        return false;
+    if (event->type() == QEvent::KeyPress && !static_cast<QKeyEvent *>(event)->isAutoRepeat())
+        button->click();
+    return true;
+}
+
+// A press from before the wait must not stay behind: the button comes up without a click, a drag ends.
+bool endsOlderPress(QObject *watched)
+{
+    if (auto *button = qobject_cast<QAbstractButton *>(watched)) {
+        button->setDown(false);
+        return false;
+    }
+    return qobject_cast<QAbstractSlider *>(watched) || qobject_cast<QSplitterHandle *>(watched);
+}
+
+} // namespace
+
+WindowPump::WindowPump(QObject *parent)
+    : QObject(parent)
+{
+}
+
+WindowPump::~WindowPump() = default;
+
+void WindowPump::wait(Completion &completion)
+{
+    if (completion.waitFor(sleepFirst))
+        return;
+    const Completion *outer = m_waiting;
+    m_waiting = &completion;
+    if (m_depth++ == 0)
+        qApp->installEventFilter(this);
+    while (!completion.isFinished())
+        QCoreApplication::processEvents(QEventLoop::AllEvents | QEventLoop::WaitForMoreEvents);
+    // What was typed and clicked until now is lost as well, not handed to the windows a moment later.
+    m_isFlushing = true;
+    QCoreApplication::processEvents();
+    m_isFlushing = false;
+    if (--m_depth == 0)
+        qApp->removeEventFilter(this);
+    m_waiting = outer;
+}
+
+bool WindowPump::eventFilter(QObject *watched, QEvent *event)
+{
+    // A box that was opened during the wait may outlast it and wants its answer.
+    if (!m_isFlushing && m_waiting->isFinished())
+        return false;
+    // Windows hand on to their widgets what they receive; it is stopped there.
+    if (watched->isWindowType())
+        return false;
+    if (event->type() == QEvent::Close)
+        return refusesClose(watched, event);
+    if (event->type() == QEvent::MouseMove)
+        return static_cast<QMouseEvent *>(event)->buttons() != Qt::NoButton &&
+               !watched->property(stopProperty).toBool();
+    if (!isInput(event->type()))
+        return false;
+    const bool isKey = event->type() == QEvent::KeyPress || event->type() == QEvent::KeyRelease;
+    if (watched->property(stopProperty).toBool())
+        return isKey && pressStopButton(watched, event);
+    if (event->type() == QEvent::MouseButtonRelease && endsOlderPress(watched))
+        return false;
+    event->setAccepted(event->type() != QEvent::DragEnter && event->type() != QEvent::DragMove &&
+                       event->type() != QEvent::Drop);
+    return true;
+}
+
+bool WindowPump::refusesClose(QObject *watched, QEvent *event)
+{
+    auto *widget = qobject_cast<QWidget *>(watched);
+    if (!widget || !widget->isWindow())
+        return false;
+    // Menus and tips come and go; a dialog may be closed by the program, not by the user.
+    const Qt::WindowType type = widget->windowType();
+    const bool isRefused = type == Qt::Window || (type == Qt::Dialog && event->spontaneous());
+    if (!isRefused)
+        return false;
+    event->ignore();
+    Q_EMIT closeRequested(widget);
+    return true;
+}
+
+void setStopsRunningCommand(QWidget *button, bool isOn)
+{
+    button->setProperty(stopProperty, isOn);
+}
+
+void Yield::operator()()
+{
+    if (m_clock.elapsed() < yieldEvery)
+        return;
+    QCoreApplication::processEvents();
+    m_clock.restart();
+}

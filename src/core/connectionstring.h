@@ -1,0 +1,27 @@
+#pragma once
+
+#include <QString>
+
+#include <vector>
+
+// The pieces of "key=value;key={value};...": keys in lower case and trimmed, braces around a value taken off
+// ("}}" inside them stands for one). A piece without "=" has the whole piece as key and an empty value.
+class ConnectionString {
+public:
+    struct Piece {
+        QString key;
+        QString value;
+    };
+
+    explicit ConnectionString(const QString &text);
+
+    const std::vector<Piece> &pieces() const { return m_pieces; }
+    // The first piece of that key counts, as the driver manager has it; empty when there is none.
+    QString value(const QString &key) const;
+
+private:
+    std::vector<Piece> m_pieces;
+};
+
+// The text with the piece "SERVER=" + host at its end, unless a key spelled exactly so stands in it already.
+QString withServer(const QString &text, const QString &host);

@@ -1,0 +1,88 @@
+#include "core/native/nativedriver.h"
+
+#include "core/native/nativeresult.h"
+#include "core/workercells.h"
+
+namespace {
+
+constexpr NativeTimeouts timeouts{20, 0};
+
+} // namespace
+
+NativeDriver::NativeDriver(NativeOptions options)
+    : m_options(std::move(options))
+{
+}
+
+NativeDriver::~NativeDriver() = default;
+
+Driver::Opened NativeDriver::connect()
+{
+    m_handle = connectNative(m_options, timeouts);
+    m_cutter.watch(mysql_get_socket(m_handle.get()));
+    m_connectionId = mysql_thread_id(m_handle.get());
+    return {serverInfo(QString::fromUtf8(mysql_get_server_info(m_handle.get()))),
+            QString::fromUtf8(m_options.host)};
+}
+
+std::unique_ptr<DriverResult> NativeDriver::execute(const QString &statement)
+{
+    if (m_streaming)
+        m_streaming->takeRest();
+    const QByteArray text = statement.toUtf8();
+    sendNative(m_handle.get(), {text.constData(), static_cast<std::size_t>(text.size())});
+    NativeRows rows(mysql_use_result(m_handle.get()));
+    if (rows) {
+        auto result = std::make_unique<NativeResult>(*this, std::move(rows), NativeResult::mayBeKilled(text));
+        m_streaming = result.get();
+        return result;
+    }
+    if (mysql_field_count(m_handle.get()) != 0)
+        throw nativeError(m_handle.get());
+    finishResults();
+    return nullptr;
+}
+
+void NativeDriver::finishResults()
+{
+    MYSQL *handle = m_handle.get();
+    while (mysql_more_results(handle)) {
+        if (mysql_next_result(handle) > 0)
+            throw nativeError(handle);
+        const NativeRows rows(mysql_use_result(handle));
+        while (rows && mysql_fetch_row(rows.get())) {
+        }
+        if (mysql_errno(handle) != 0)
+            throw nativeError(handle);
+    }
+}
+
+void NativeDriver::settle()
+{
+    if (m_streaming)
+        m_streaming->dropRest();
+    // A KILL that came after its statement strikes the next command: this one.
+    if (m_handle)
+        mysql_ping(m_handle.get());
+}
+
+void NativeDriver::giveUpRows()
+{
+    if (!m_streaming)
+        return;
+    m_cutter.cut();
+    m_streaming->dropRest();
+}
+
+void NativeDriver::disconnect()
+{
+    m_connectionId = 0;
+    m_handle.reset();
+    m_cutter.release();
+}
+
+bool NativeDriver::interrupt()
+{
+    const unsigned long connection = m_connectionId;
+    return connection != 0 && killQuery(m_options, connection);
+}

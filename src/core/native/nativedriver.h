@@ -1,0 +1,33 @@
+#pragma once
+
+#include "core/native/nativehandle.h"
+#include "core/native/socketcutter.h"
+#include "core/workerdriver.h"
+
+class NativeResult;
+
+// The built-in driver: MariaDB Connector/C with results that stream. One result at a time can be on its way;
+// before another statement is sent the rest of it is taken into memory.
+class NativeDriver : public Driver {
+public:
+    explicit NativeDriver(NativeOptions options);
+    ~NativeDriver() override;
+
+    Opened connect() override;
+    std::unique_ptr<DriverResult> execute(const QString &statement) override;
+    void settle() override;
+    void giveUpRows() override;
+    void disconnect() override;
+    bool interrupt() override;
+    bool cut() override { return m_cutter.cut(); }
+
+private:
+    friend class NativeResult;
+    void finishResults(); // reads and drops what follows the first result of a statement
+
+    const NativeOptions m_options;
+    NativeHandle m_handle;
+    SocketCutter m_cutter;
+    std::atomic<unsigned long> m_connectionId{0};
+    NativeResult *m_streaming = nullptr;
+};

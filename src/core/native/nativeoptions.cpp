@@ -1,0 +1,60 @@
+#include "core/native/nativeoptions.h"
+
+#include "core/connectionstring.h"
+#include "core/sqlerror.h"
+
+#include <map>
+
+namespace {
+
+unsigned port(const QString &value)
+{
+    bool isNumber = false;
+    const unsigned number = value.toUInt(&isNumber);
+    if (!isNumber || number == 0 || number > 65535)
+        throw SqlError(
+            QStringLiteral("ポート番号「%1」が正しくありません。1から65535までの数字で指定して下さい。")
+                .arg(value));
+    return number;
+}
+
+bool isOn(const QString &value)
+{
+    return value == u"1" || value.compare(u"yes", Qt::CaseInsensitive) == 0 ||
+           value.compare(u"true", Qt::CaseInsensitive) == 0;
+}
+
+} // namespace
+
+NativeOptions NativeOptions::parse(const QString &connectionString)
+{
+    static const std::map<QString, QByteArray NativeOptions::*> texts{
+        {QStringLiteral("server"), &NativeOptions::host},
+        {QStringLiteral("uid"), &NativeOptions::user},
+        {QStringLiteral("user"), &NativeOptions::user},
+        {QStringLiteral("pwd"), &NativeOptions::password},
+        {QStringLiteral("password"), &NativeOptions::password},
+        {QStringLiteral("database"), &NativeOptions::database},
+        {QStringLiteral("sslkey"), &NativeOptions::sslKey},
+        {QStringLiteral("sslcert"), &NativeOptions::sslCertificate},
+        {QStringLiteral("sslca"), &NativeOptions::sslAuthority},
+        {QStringLiteral("sslcapath"), &NativeOptions::sslAuthorityFolder},
+        {QStringLiteral("sslcipher"), &NativeOptions::sslCipher},
+    };
+    NativeOptions options;
+    const ConnectionString given(connectionString);
+    for (const auto &[key, value] : given.pieces()) {
+        if (const auto text = texts.find(key); text != texts.end())
+            options.*text->second = value.toUtf8();
+        else if (key == u"port")
+            options.port = ::port(value);
+        else if (key == u"sslverify")
+            options.verifiesServer = isOn(value);
+        else if (key == u"forcetls")
+            options.forcesTls = isOn(value);
+        else if (key != u"driver")
+            throw SqlError(QStringLiteral("接続文字列の項目「%1」は%2では使えません。")
+                               .arg(key, QStringLiteral("内蔵の接続")));
+    }
+    return options;
+}

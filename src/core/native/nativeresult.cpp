@@ -1,0 +1,163 @@
+#include "core/native/nativeresult.h"
+
+#include "core/workercells.h"
+
+#include <chrono>
+
+namespace {
+
+using Clock = std::chrono::steady_clock;
+
+// Rows that come slowly are handed over after this time, whatever the size of the block.
+constexpr std::chrono::milliseconds handOver{20};
+
+// The library's number for the character set of bytes that are no text.
+constexpr unsigned binaryCharset = 63;
+
+FieldKind kindOf(const MYSQL_FIELD &field)
+{
+    switch (field.type) {
+    case MYSQL_TYPE_DECIMAL:
+    case MYSQL_TYPE_NEWDECIMAL:
+    case MYSQL_TYPE_TINY:
+    case MYSQL_TYPE_SHORT:
+    case MYSQL_TYPE_INT24:
+    case MYSQL_TYPE_LONG:
+    case MYSQL_TYPE_LONGLONG:
+    case MYSQL_TYPE_FLOAT:
+    case MYSQL_TYPE_DOUBLE:
+    case MYSQL_TYPE_YEAR:
+        return FieldKind::Number;
+    case MYSQL_TYPE_BIT:
+    case MYSQL_TYPE_GEOMETRY:
+        return FieldKind::Binary;
+    case MYSQL_TYPE_STRING:
+    case MYSQL_TYPE_VAR_STRING:
+    case MYSQL_TYPE_VARCHAR:
+    case MYSQL_TYPE_TINY_BLOB:
+    case MYSQL_TYPE_BLOB:
+    case MYSQL_TYPE_MEDIUM_BLOB:
+    case MYSQL_TYPE_LONG_BLOB:
+        return field.charsetnr == binaryCharset ? FieldKind::Binary : FieldKind::Text;
+    default:
+        return FieldKind::Text;
+    }
+}
+
+std::vector<Field> fieldsOf(MYSQL_RES *rows)
+{
+    std::vector<Field> fields;
+    const MYSQL_FIELD *columns = mysql_fetch_fields(rows);
+    for (unsigned i = 0; i < mysql_num_fields(rows); ++i)
+        fields.push_back({QString::fromUtf8(columns[i].name, columns[i].name_length), kindOf(columns[i])});
+    return fields;
+}
+
+} // namespace
+
+NativeResult::NativeResult(NativeDriver &driver, NativeRows rows, bool mayBeKilled)
+    : m_driver(driver)
+    , m_rows(std::move(rows))
+    , m_mayBeKilled(mayBeKilled)
+    , m_fields(fieldsOf(m_rows.get()))
+{
+}
+
+NativeResult::~NativeResult()
+{
+    if (!m_rows)
+        return;
+    if (m_mayBeKilled && m_driver.interrupt())
+        m_driver.settle();
+    else
+        dropRest();
+}
+
+bool NativeResult::mayBeKilled(const QByteArray &statement)
+{
+    const QByteArray start = statement.left(200).trimmed().toLower();
+    return start.startsWith("select") || start.startsWith("(") || start.startsWith("show");
+}
+
+bool NativeResult::fetch(RowBlock &block)
+{
+    if (!m_kept.empty()) {
+        std::swap(block, m_kept.front());
+        m_kept.pop_front();
+        return !m_kept.empty() || m_keptError;
+    }
+    if (m_keptError)
+        throw SqlError(*m_keptError);
+    return m_rows && fill(block);
+}
+
+bool NativeResult::fill(RowBlock &block)
+{
+    if (block.columnCount() != static_cast<int>(m_fields.size()))
+        block = RowBlock(static_cast<int>(m_fields.size()));
+    const Clock::time_point latest = Clock::now() + handOver;
+    for (int row = 0;; ++row) {
+        const MYSQL_ROW values = mysql_fetch_row(m_rows.get());
+        if (!values) {
+            endStream();
+            return false;
+        }
+        addRow(block, values);
+        const bool looksAtClock = row < 64 || row % 64 == 0;
+        if (block.byteCount() >= blockBytes || (looksAtClock && Clock::now() >= latest))
+            return true;
+    }
+}
+
+void NativeResult::addRow(RowBlock &block, const char *const *values) const
+{
+    const unsigned long *lengths = mysql_fetch_lengths(m_rows.get());
+    block.beginRow();
+    for (std::size_t i = 0; i < m_fields.size(); ++i) {
+        if (!values[i])
+            block.addNull();
+        else if (m_fields[i].kind == FieldKind::Binary)
+            addBinaryCell(block, {values[i], lengths[i]});
+        else
+            block.addCell({values[i], lengths[i]});
+    }
+}
+
+void NativeResult::endStream()
+{
+    MYSQL *handle = m_driver.m_handle.get();
+    const bool hasFailed = mysql_errno(handle) != 0;
+    const SqlError error = nativeError(handle);
+    m_rows.reset();
+    m_driver.m_streaming = nullptr;
+    if (hasFailed)
+        throw SqlError(error);
+    m_driver.finishResults();
+}
+
+void NativeResult::takeRest()
+{
+    try {
+        for (bool hasMore = true; hasMore;) {
+            RowBlock block;
+            hasMore = fill(block);
+            block.shrinkToFit();
+            m_kept.push_back(std::move(block));
+        }
+    } catch (const SqlError &error) {
+        m_keptError = error;
+    }
+}
+
+void NativeResult::dropRest()
+{
+    if (!m_rows)
+        return;
+    try {
+        while (mysql_fetch_row(m_rows.get())) {
+        }
+        endStream();
+    } catch (const SqlError &) {
+        // Nobody reads these rows any more; a lost connection shows at the next statement.
+    }
+}

@@ -1,0 +1,142 @@
+#include "core/odbc/odbcdriver.h"
+
+#include "core/odbc/odbcconnect.h"
+#include "core/odbc/odbcresult.h"
+#include "core/odbc/statementkind.h"
+#include "core/workercells.h"
+
+#include <array>
+
+namespace {
+
+constexpr int connectSeconds = 20;
+// A server that does not take a KILL in this time is taken for dead.
+constexpr int killSeconds = 2;
+
+QString serverName(const OdbcConnectionHandle &connection)
+{
+    std::array<SQLWCHAR, 512> name{};
+    SQLSMALLINT bytes = 0;
+    if (!SQL_SUCCEEDED(SQLGetInfoW(connection.get(), SQL_SERVER_NAME, name.data(), sizeof name, &bytes)))
+        return {};
+    return QString::fromUtf16(reinterpret_cast<const char16_t *>(name.data()));
+}
+
+} // namespace
+
+OdbcDriver::OdbcDriver(QString connectionString)
+    : m_connectionString(std::move(connectionString))
+    , m_environment(OdbcEnvironment::make())
+{
+}
+
+OdbcDriver::~OdbcDriver() = default;
+
+Driver::Opened OdbcDriver::connect()
+{
+    return {serverInfo(open()), serverName(m_connection)};
+}
+
+QString OdbcDriver::open()
+{
+    m_connection = connectOdbc(m_environment, m_connectionString, connectSeconds);
+    const QStringList row = firstRow(QStringLiteral("select connection_id(), version()"));
+    m_connectionId = row.value(0).toULongLong();
+    return row.value(1);
+}
+
+QStringList OdbcDriver::firstRow(const QString &statement)
+{
+    const std::unique_ptr<DriverResult> result = execute(statement);
+    RowBlock block;
+    std::vector<Cell> cells;
+    result->fetch(block);
+    block.read(0, cells);
+    QStringList texts;
+    for (const Cell &cell : cells)
+        texts << QString::fromUtf8(cell.bytes.data(), static_cast<qsizetype>(cell.bytes.size()));
+    return texts;
+}
+
+std::unique_ptr<DriverResult> OdbcDriver::execute(const QString &statement)
+{
+    const bool isDangerous = StatementKind::mayLeaveRowsUnread(statement);
+    const QString database = isDangerous ? defaultDatabase() : QString();
+    OdbcStatementHandle handle = sendOdbc(m_connection, statement);
+    SQLSMALLINT columns = 0;
+    if (!SQL_SUCCEEDED(SQLNumResultCols(handle.get(), &columns)))
+        throw odbcError(SQL_HANDLE_STMT, handle.get());
+    if (columns > 0) {
+        auto result = std::make_unique<OdbcResult>(*this, std::move(handle), columns);
+        if (!StatementKind::hasOneResult(statement))
+            result->takeRest();
+        return result;
+    }
+    if (isDangerous) {
+        handle = OdbcStatementHandle();
+        reopen(database);
+    }
+    return nullptr;
+}
+
+void OdbcDriver::reopen(const QString &database)
+{
+    const std::vector<OdbcResult *> results = m_results;
+    for (OdbcResult *result : results)
+        result->takeRest();
+    disconnect();
+    try {
+        open();
+        QString name = database;
+        name.replace(u'`', QStringLiteral("``"));
+        if (!name.isEmpty())
+            sendOdbc(m_connection, QStringLiteral("use `%1`").arg(name));
+    } catch (const SqlError &) {
+        // The statement itself was carried out; the next one says that the connection is lost.
+        disconnect();
+    }
+}
+
+QString OdbcDriver::defaultDatabase()
+{
+    std::array<SQLWCHAR, 512> name{};
+    SQLINTEGER bytes = 0;
+    if (!m_connection || !SQL_SUCCEEDED(SQLGetConnectAttrW(m_connection.get(), SQL_ATTR_CURRENT_CATALOG,
+                                                           name.data(), sizeof name, &bytes)))
+        return {};
+    return QString::fromUtf16(reinterpret_cast<const char16_t *>(name.data()));
+}
+
+void OdbcDriver::settle()
+{
+    // A KILL that came after its statement strikes the next command: the ping behind this question.
+    SQLUINTEGER isDead = SQL_CD_FALSE;
+    if (m_connection)
+        SQLGetConnectAttrW(m_connection.get(), SQL_ATTR_CONNECTION_DEAD, &isDead, sizeof isDead, nullptr);
+}
+
+void OdbcDriver::disconnect()
+{
+    m_connectionId = 0;
+    if (m_connection)
+        SQLDisconnect(m_connection.get());
+    m_connection = OdbcConnectionHandle();
+}
+
+// Not by SQLCancel: when the statement ends at that moment, Connector/ODBC 3.1.15 closes the cursor under the
+// hands of the thread that reads it; otherwise it does the same as here, without any limit of time.
+bool OdbcDriver::interrupt()
+{
+    const qulonglong connection = m_connectionId;
+    if (connection == 0)
+        return false;
+    try {
+        const OdbcEnvironment environment = OdbcEnvironment::make();
+        const OdbcConnectionHandle second = connectOdbc(environment, m_connectionString, killSeconds);
+        sendOdbc(second, QStringLiteral("kill query %1").arg(connection));
+        SQLDisconnect(second.get());
+        return true;
+    } catch (const SqlError &) {
+        return false;
+    }
+}

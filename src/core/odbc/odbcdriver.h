@@ -1,0 +1,40 @@
+#pragma once
+
+#include "core/odbc/odbchandle.h"
+#include "core/workerdriver.h"
+
+#include <QStringList>
+
+#include <atomic>
+
+class OdbcResult;
+
+// A connection through the ODBC driver manager. Connector/ODBC loses the connection to statements of unknown
+// kinds (see StatementKind): after those it is closed and opened again with the same default database; user
+// variables, temporary tables and locks of the session are lost then.
+class OdbcDriver : public Driver {
+public:
+    explicit OdbcDriver(QString connectionString);
+    ~OdbcDriver() override;
+
+    Opened connect() override;
+    std::unique_ptr<DriverResult> execute(const QString &statement) override;
+    void settle() override;
+    void disconnect() override;
+    bool interrupt() override;
+    // Nothing wakes a thread that waits inside an ODBC driver for a dead server.
+    bool cut() override { return false; }
+
+private:
+    friend class OdbcResult;
+    QString open(); // the server's version
+    QStringList firstRow(const QString &statement);
+    void reopen(const QString &database);
+    QString defaultDatabase();
+
+    const QString m_connectionString;
+    OdbcEnvironment m_environment;
+    OdbcConnectionHandle m_connection;
+    std::atomic<qulonglong> m_connectionId{0};
+    std::vector<OdbcResult *> m_results; // those that still need the connection
+};

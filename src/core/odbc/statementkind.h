@@ -1,0 +1,20 @@
+#pragma once
+
+#include <QString>
+
+// What has to be known of a statement before the driver gets it. Leading comments, blanks and "(" are passed
+// over.
+namespace StatementKind {
+
+// A statement that Connector/ODBC does not know to return rows, and that may return some all the same: sent
+// as plain text, its rows stay unread (seen with 3.1.15), and the next statement on the connection ends the
+// process with a segmentation fault.
+bool mayLeaveRowsUnread(const QString &statement);
+
+// A statement that Connector/ODBC sends through the prepared protocol.
+bool isPrepared(const QString &statement);
+
+// A statement that gives one result at most; others, as CALL, may have further ones behind the first.
+bool hasOneResult(const QString &statement);
+
+} // namespace StatementKind

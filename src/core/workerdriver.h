@@ -1,0 +1,48 @@
+#pragma once
+
+#include "core/connection.h"
+
+#include <QString>
+
+#include <memory>
+#include <vector>
+
+// The rows of one statement, as a driver reads them. Used and destroyed by the worker's thread only.
+class DriverResult {
+public:
+    virtual ~DriverResult() = default;
+    virtual const std::vector<Field> &fields() const = 0;
+    // Fills the empty block with the next rows, about blockBytes of them; true when more follow.
+    virtual bool fetch(RowBlock &block) = 0;
+
+    static constexpr std::size_t blockBytes = 128 * 1024;
+};
+
+// One client library's way to one server. Every call may block and may throw SqlError; all come from the
+// worker's thread, except the two that are said to come from another one.
+class Driver {
+public:
+    virtual ~Driver() = default;
+
+    struct Opened {
+        ServerInfo server;
+        QString host; // as the driver reports it
+    };
+    virtual Opened connect() = 0;
+    // The first result of the statement; null when it gave no rows. Earlier results stay readable.
+    virtual std::unique_ptr<DriverResult> execute(const QString &statement) = 0;
+    // Called after interrupt() has returned and before the next statement: whatever the interruption left
+    // behind must not strike that statement. Rows still on their way may be thrown away. Does not throw.
+    virtual void settle() = 0;
+    // The results are about to be destroyed and the connection closed: rows on their way are not waited for.
+    virtual void giveUpRows() {}
+    // Does not throw. All results have been destroyed before.
+    virtual void disconnect() = 0;
+
+    // Another thread, while the worker waits: asks the server to end the statement. True when the server
+    // has confirmed it. Does not throw; may block for as long as the server lets it.
+    virtual bool interrupt() = 0;
+    // Any thread: breaks the connection so that a blocked call fails at once; false where that cannot be
+    // done.
+    virtual bool cut() = 0;
+};

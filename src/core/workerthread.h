@@ -1,0 +1,93 @@
+#pragma once
+
+#include "core/pump.h"
+#include "core/workerdriver.h"
+
+#include <deque>
+#include <functional>
+#include <map>
+#include <optional>
+#include <thread>
+
+// What a job brought back; valid once the job is done.
+struct Answer {
+    std::optional<SqlError> error;
+    Driver::Opened opened;
+    std::vector<Field> fields; // none when the statement gave no rows
+    RowBlock block;
+    bool hasMore = false; // the worker holds a result with further rows
+};
+
+// Results that have rows left, by number. They belong to the worker's thread.
+using Results = std::map<int, std::unique_ptr<DriverResult>>;
+using Work = std::function<void(Driver &driver, Results &results, Answer &answer)>;
+
+struct Job {
+    Work work;
+    RowBlock spare; // a used block whose memory the answer may take over
+    Answer answer;
+    Completion done;
+    // Guarded by the worker's mutex.
+    bool isStopped = false;
+    std::chrono::steady_clock::time_point stoppedAt{};
+};
+
+// Asks again and again for a moment before a thread goes to sleep: putting it to sleep and waking it would cost
+// more than most statements take.
+template <typename IsReached>
+bool isSoon(IsReached isReached)
+{
+    const auto end = std::chrono::steady_clock::now() + std::chrono::microseconds(100);
+    while (!isReached()) {
+        if (std::chrono::steady_clock::now() > end)
+            return false;
+        std::this_thread::yield();
+    }
+    return true;
+}
+
+// One thread that owns one driver and does jobs in order. The thread keeps itself alive: where a client
+// library cannot be woken from a dead server, the thread is left behind with its handles and nobody waits for
+// it.
+class WorkerThread : public std::enable_shared_from_this<WorkerThread> {
+public:
+    static std::shared_ptr<WorkerThread> start(std::unique_ptr<Driver> driver);
+
+    std::shared_ptr<Job> post(Work work, RowBlock spare = RowBlock());
+    // Ends what the job waits for; returns at once. The job is done soon, whatever the server does: when it
+    // does not confirm in time the connection is cut, and when that does not help it is given up.
+    void stop(const std::shared_ptr<Job> &job);
+    bool isStopped(const Job &job) const;
+    // Ends the thread and the connection; waits for it only a moment. Waiting jobs fail.
+    void leave();
+
+private:
+    explicit WorkerThread(std::unique_ptr<Driver> driver)
+        : m_driver(std::move(driver))
+    {
+    }
+
+    void run();
+    void perform(Job &job, Results &results);
+    std::shared_ptr<Job> nextJob();
+    bool hasNews() const;
+    void settle();
+    void finish(Job &job, Answer answer);
+    void failAll(const SqlError &error); // with m_mutex held
+    void interrupt();
+    void superviseStop(const std::shared_ptr<Job> &job);
+    void breakOff(const std::shared_ptr<Job> &job);
+
+    const std::unique_ptr<Driver> m_driver;
+    Completion m_ended;
+
+    mutable std::mutex m_mutex;
+    std::condition_variable m_changed;
+    std::deque<std::shared_ptr<Job>> m_jobs;
+    std::shared_ptr<Job> m_current;
+    int m_interruptions = 0; // under way in other threads
+    bool m_mustSettle = false;
+    bool m_isConfirmed = false; // by the server, of the last interruption
+    bool m_isCut = false;
+    bool m_isLeaving = false; // no more jobs: left by its owner, or given up
+};

@@ -1,0 +1,85 @@
+#include "inout/frminout.h"
+
+#include <QButtonGroup>
+#include <QGridLayout>
+#include <QGroupBox>
+#include <QLabel>
+#include <QLineEdit>
+#include <QPushButton>
+#include <QRadioButton>
+
+namespace {
+
+template <class Control>
+Control *named(const char *name, const QString &caption)
+{
+    auto *control = new Control(caption);
+    control->setObjectName(QLatin1String(name));
+    return control;
+}
+
+QHBoxLayout *row(std::initializer_list<QWidget *> widgets)
+{
+    auto *result = new QHBoxLayout;
+    for (QWidget *widget : widgets)
+        result->addWidget(widget);
+    result->addStretch();
+    return result;
+}
+
+} // namespace
+
+InOutControls::InOutControls(QWidget &window)
+    : optInOut_0(named<QRadioButton>("optInOut_0", QStringLiteral("出力")))
+    , optInOut_1(named<QRadioButton>("optInOut_1", QStringLiteral("読み込み")))
+    , optRorI_0(named<QRadioButton>("optRorI_0", QStringLiteral("上書き")))
+    , optRorI_1(named<QRadioButton>("optRorI_1", QStringLiteral("ｽｷｯﾌﾟ")))
+    , lblTitle(named<QLabel>("lblTitle", QStringLiteral("OUT FILE：")))
+    , Label1(named<QLabel>("Label1", QStringLiteral("TABLE：")))
+    , lblTableName(named<QLabel>("lblTableName", {}))
+    , txtFilename(named<QLineEdit>("txtFilename", {}))
+    , fraRorI(named<QGroupBox>("fraRorI", QStringLiteral("KEY重複ﾚｺｰﾄﾞ")))
+    , cmdFolder(named<QPushButton>("cmdFolder", QStringLiteral("...")))
+    , cmdOut(named<QPushButton>("cmdOut", QStringLiteral("出力")))
+    , cmdIn(named<QPushButton>("cmdIn", QStringLiteral("読み込み")))
+    , cmdCancel(named<QPushButton>("cmdCancel", QStringLiteral("Cancel")))
+{
+    lblTableName->setTextFormat(Qt::PlainText);
+    txtFilename->setMinimumWidth(420);
+    cmdFolder->setToolTip(QStringLiteral("ﾌｧｲﾙを選択します。"));
+    for (QPushButton *button : {cmdFolder, cmdOut, cmdIn, cmdCancel})
+        button->setAutoDefault(false);
+    cmdFolder->setMaximumWidth(40);
+    // Japanese captions make a button taller than "Cancel".
+    cmdCancel->setMinimumHeight(cmdIn->sizeHint().height());
+
+    auto *direction = new QButtonGroup(&window);
+    direction->addButton(optInOut_0, 0);
+    direction->addButton(optInOut_1, 1);
+
+    // The frame's place stays when it is hidden, so that nothing jumps as the direction changes.
+    fraRorI->setLayout(row({optRorI_0, optRorI_1}));
+    QSizePolicy keepsPlace = fraRorI->sizePolicy();
+    keepsPlace.setRetainSizeWhenHidden(true);
+    fraRorI->setSizePolicy(keepsPlace);
+
+    auto *fields = new QGridLayout;
+    fields->addLayout(row({optInOut_0, optInOut_1}), 0, 0, 1, 3);
+    fields->addWidget(Label1, 1, 0);
+    fields->addWidget(lblTableName, 1, 1, 1, 2);
+    fields->addWidget(lblTitle, 2, 0);
+    fields->addWidget(txtFilename, 2, 1);
+    fields->addWidget(cmdFolder, 2, 2);
+    fields->setColumnStretch(1, 1);
+
+    auto *commands = new QHBoxLayout;
+    commands->addWidget(fraRorI);
+    commands->addStretch();
+    for (QPushButton *button : {cmdOut, cmdIn, cmdCancel})
+        commands->addWidget(button, 0, Qt::AlignBottom);
+
+    auto *layout = new QVBoxLayout(&window);
+    layout->addLayout(fields);
+    layout->addLayout(commands);
+    layout->addStretch();
+}

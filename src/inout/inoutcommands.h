@@ -1,0 +1,27 @@
+#pragma once
+
+#include "core/dialogue.h"
+#include "core/session.h"
+
+// What frmInOut holds at the click, by value.
+struct InOutForm {
+    QString tableName;       // lblTableName
+    QString fileName;        // txtFilename
+    bool replacesDuplicates; // optRorI(0)
+};
+
+// Where a command tells: the dialog's own boxes, and the main window's last error.
+struct InOutVoices {
+    Dialogue &dialog;
+    Dialogue &mainWindow;
+};
+
+// The database is the session's gDbName. The server opens the file: its path is one of the server's machine.
+QString exportStatement(const QString &database, const QString &table, const QString &path);
+QString importStatement(const QString &database, const QString &table, const QString &path,
+                        bool replacesDuplicates);
+
+// True when the statement was carried out and success was told. A statement that fails is not told in the
+// dialog; the server's words go to the main window's last error.
+bool exportTable(Session &session, const InOutVoices &voices, const InOutForm &form); // cmdOut
+bool importTable(Session &session, const InOutVoices &voices, const InOutForm &form); // cmdIn

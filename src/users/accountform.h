@@ -1,0 +1,30 @@
+#pragma once
+
+#include "users/accountstatements.h"
+#include "users/privileges.h"
+
+#include <QStringList>
+
+// What frmUserAdd holds at the click, by value.
+struct AccountForm {
+    QString user, host, password; // txtUser, txtHost, txtPassword as they stand
+    QString passwordTag;          // tag of txtPassword: the placeholder that is never sent
+    Account account;              // lblHostName, lblUserName
+
+    Checks global, globalBefore; // ckPrivType and its tags
+    Checks database;             // ckDBPrivType
+    Checks table;                // ckTablePrivType
+
+    QStringList databases, tables;          // items of lstDB and lstTable
+    QString shownDatabase;                  // lblDbName
+    QString addDatabase;                    // lstAddDB; "*": none
+    QString shownTableDatabase, shownTable; // lblTableNameDB, lblTableName
+    QString addTableDatabase, addTable;     // cboAddDB ("*": none), lstAddTable
+};
+
+// What the window reads again after a command.
+enum class Refresh {
+    Nothing,
+    Lists,  // sInit: back to the new account
+    Account // lstUser_Click: the same account
+};

@@ -1,0 +1,121 @@
+#include "users/accountstatements.h"
+
+#include "core/statements.h"
+
+namespace {
+
+QString whereAccount(const Account &account)
+{
+    return QStringLiteral(" where user = '") + account.user + QStringLiteral("'   and host = '") +
+           account.host + u'\'';
+}
+
+} // namespace
+
+QString accountName(const Account &account)
+{
+    return u'\'' + account.user + QStringLiteral("'@\"") + account.host + u'"';
+}
+
+QString flushPrivileges()
+{
+    return QStringLiteral("FLUSH PRIVILEGES");
+}
+
+QString selectAccounts()
+{
+    return QStringLiteral("select * from mysql.user");
+}
+
+QString selectAccount(const Account &account)
+{
+    return selectAccounts() + whereAccount(account);
+}
+
+QString selectDatabaseGrants(const Account &account)
+{
+    return QStringLiteral("select * from mysql.db") + whereAccount(account);
+}
+
+QString selectDatabaseGrant(const Account &account, const QString &database)
+{
+    return selectDatabaseGrants(account) + QStringLiteral("   and db = '") + database + u'\'';
+}
+
+QString selectTableGrants(const Account &account)
+{
+    return QStringLiteral("select * from mysql.tables_priv") + whereAccount(account);
+}
+
+QString selectTableGrant(const Account &account, const QString &database, const QString &table)
+{
+    return selectTableGrants(account) + QStringLiteral("   and db = '") + database +
+           QStringLiteral("'   and table_name = '") + table + u'\'';
+}
+
+QString passwordClause(const QString &password)
+{
+    return QStringLiteral("   IDENTIFIED BY '") + password + u'\'';
+}
+
+QString grantGlobally(const QString &list, const Account &account, const QString &clause,
+                      const QString &suffix)
+{
+    return QStringLiteral("GRANT ") + list + QStringLiteral("   ON *.*   TO ") + accountName(account) +
+           clause + suffix;
+}
+
+QString grantOnDatabase(const QString &list, const QString &database, const Account &account)
+{
+    return QStringLiteral("GRANT ") + list + QStringLiteral("   ON `") + database +
+           QStringLiteral("`.*   TO ") + accountName(account);
+}
+
+QString grantOnTable(const QString &list, const QString &database, const QString &table,
+                     const Account &account)
+{
+    return QStringLiteral("GRANT ") + list + QStringLiteral("   ON ") + qualifiedName(database, table) +
+           QStringLiteral("   TO ") + accountName(account);
+}
+
+QString createAccount(const Account &account, const QString &clause)
+{
+    return QStringLiteral("CREATE USER ") + accountName(account) + clause;
+}
+
+QString alterAccount(const Account &account, const QString &clause)
+{
+    return QStringLiteral("ALTER USER ") + accountName(account) + clause;
+}
+
+QString revokeGrantOption(const QString &where, const Account &account)
+{
+    return QStringLiteral("REVOKE GRANT OPTION ON ") + where + QStringLiteral(" FROM ") +
+           accountName(account);
+}
+
+QString revokeAll(const QString &where, const Account &account)
+{
+    return QStringLiteral("REVOKE ALL PRIVILEGES ON ") + where + QStringLiteral(" FROM ") +
+           accountName(account);
+}
+
+QString deleteTableRow(const Account &account, const QString &database, const QString &table)
+{
+    return QStringLiteral("delete from mysql.tables_priv where user='") + account.user +
+           QStringLiteral("'   and host=\"") + account.host + QStringLiteral("\"   and db='") + database +
+           QStringLiteral("'   and Table_name ='") + table + u'\'';
+}
+
+QString deleteDatabaseRow(const Account &account, const QString &database)
+{
+    return QStringLiteral("delete from mysql.db where host = '") + account.host +
+           QStringLiteral("'  and db = '") + database + QStringLiteral("'  and user = '") + account.user +
+           u'\'';
+}
+
+QString deleteAccountRow(const Account &account)
+{
+    return QStringLiteral("DELETE FROM mysql.user WHERE user='") + account.user +
+           QStringLiteral("' and host='") + account.host + u'\'';
+}

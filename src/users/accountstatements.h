@@ -1,0 +1,41 @@
+#pragma once
+
+#include <QString>
+
+// The server's accounts are pairs of host and user.
+struct Account {
+    QString host;
+    QString user;
+};
+
+// Statement texts of the users window. Nothing is escaped: the window trusts its administrator. The uneven
+// blanks and quotes are deliberate.
+QString accountName(const Account &account); // 'user'@"host"
+QString flushPrivileges();
+
+QString selectAccounts();
+QString selectAccount(const Account &account);
+QString selectDatabaseGrants(const Account &account);
+QString selectDatabaseGrant(const Account &account, const QString &database);
+QString selectTableGrants(const Account &account);
+QString selectTableGrant(const Account &account, const QString &database, const QString &table);
+
+QString passwordClause(const QString &password);
+// list: as privilegeList() builds it; clause and suffix may be empty.
+QString grantGlobally(const QString &list, const Account &account, const QString &clause,
+                      const QString &suffix);
+QString grantOnDatabase(const QString &list, const QString &database, const Account &account);
+QString grantOnTable(const QString &list, const QString &database, const QString &table,
+                     const Account &account);
+
+// For servers that refuse IDENTIFIED BY inside GRANT.
+QString createAccount(const Account &account, const QString &clause);
+QString alterAccount(const Account &account, const QString &clause);
+
+// where: "*.*", or a database's name, as it is, and ".*"
+QString revokeGrantOption(const QString &where, const Account &account);
+QString revokeAll(const QString &where, const Account &account);
+
+QString deleteTableRow(const Account &account, const QString &database, const QString &table);
+QString deleteDatabaseRow(const Account &account, const QString &database);
+QString deleteAccountRow(const Account &account);

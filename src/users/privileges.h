@@ -1,0 +1,35 @@
+#pragma once
+
+#include <QString>
+
+#include <span>
+#include <vector>
+
+// One box of a privilege table.
+struct Privilege {
+    QStringView caption;
+    QStringView source;    // column of mysql.user or mysql.db; element of mysql.tables_priv.Table_priv
+    QStringView grantText; // with its comma; empty: stands in no list
+    QStringView toolTip;
+};
+
+// Whether each box of a table is checked, in the table's order.
+using Checks = std::vector<bool>;
+
+std::span<const Privilege> globalPrivileges();   // ckPrivType
+std::span<const Privilege> databasePrivileges(); // ckDBPrivType
+std::span<const Privilege> tablePrivileges();    // ckTablePrivType
+
+// The global table's GRANT box: stands in no list but asks for WITH GRANT OPTION.
+inline constexpr std::size_t globalGrantBox = 10;
+
+// The checked boxes' texts up to the last comma, then CR LF; "USAGE" when there are none.
+QString privilegeList(std::span<const Privilege> privileges, const Checks &checks);
+// The same without the fallback: throws SqlError (the invalid-argument error) when there are none.
+QString requiredPrivilegeList(std::span<const Privilege> privileges, const Checks &checks);
+
+// Whether the set value holds the element as a whole, without regard to case.
+bool setHolds(const QString &setValue, QStringView element);
+
+// Whether a box shows the right that information_schema lists under this name.
+bool isShown(std::span<const Privilege> privileges, const QString &right);

@@ -1,0 +1,129 @@
+#include "connectiontests.h"
+#include "core/odbc/statementkind.h"
+
+class OdbcTest : public QObject {
+    Q_OBJECT
+
+private Q_SLOTS:
+    void initTestCase();
+    void unreadRowsDoNotEndTheProgram_data();
+    void unreadRowsDoNotEndTheProgram();
+    void dangerousKindsAreKnown_data();
+    void dangerousKindsAreKnown();
+    void driversAndDataSourcesOfMySqlAreListed();
+    void theServerIsNamedInTheCompletedString_data();
+    void theServerIsNamedInTheCompletedString();
+    void theServerSaysWhatItIs_data() { addBothConnections(); }
+    void theServerSaysWhatItIs();
+
+private:
+    TestServer m_server;
+    BlockingPump m_pump;
+};
+
+void OdbcTest::initTestCase()
+{
+    m_server.run(
+        QStringLiteral("create database d; create database `e``e`; create table d.t (a int) engine=myisam; "
+                       "create table d.p (a int) engine=myisam partition by hash (a) partitions 2; "
+                       "insert into d.t values (1)"));
+}
+
+void OdbcTest::unreadRowsDoNotEndTheProgram_data()
+{
+    QTest::addColumn<QString>("statement");
+    for (const char *statement :
+         {"OPTIMIZE TABLE d.t", "REPAIR TABLE d.t", "VALUES (1), (2)", "HELP 'select'", "XA RECOVER",
+          "CACHE INDEX d.t IN DEFAULT", "LOAD INDEX INTO CACHE d.t", "ALTER TABLE d.p OPTIMIZE PARTITION p0",
+          "/*! SELECT 1 */", "/* c */ optimize table d.t", "-- c\n repair table d.t"})
+        QTest::newRow(statement) << QString::fromLatin1(statement);
+}
+
+void OdbcTest::unreadRowsDoNotEndTheProgram()
+{
+    QFETCH(QString, statement);
+    const auto open = connected(m_server.odbcString(QStringLiteral("d")), m_pump);
+    RecordSet before = open->execute(QStringLiteral("select seq, repeat('x', 1000) from seq_1_to_3000"));
+    for (int i = 0; i < 3; ++i) {
+        open->execute(statement);
+        QCOMPARE(valueOf(*open, QStringLiteral("select a from t")), QStringLiteral("1"));
+    }
+    int count = 0;
+    for (; !before.isEof(); before.moveNext())
+        ++count;
+    QCOMPARE(count, 3000);
+    open->execute(QStringLiteral("use `e``e`"));
+    open->execute(statement);
+    QCOMPARE(valueOf(*open, QStringLiteral("select database()")), QStringLiteral("e`e"));
+}
+
+void OdbcTest::dangerousKindsAreKnown_data()
+{
+    QTest::addColumn<QString>("statement");
+    QTest::addColumn<bool>("isDangerous");
+    // What keeps the session's variables, temporary tables and locks must not be taken for dangerous.
+    for (const char *statement :
+         {"select 1", "  (select 1)", "set @a=1", "-- c\nselect 1", "# c\n/* d */ show tables",
+          "create table t (a int)", "alter table t add b int", "alter table optimize_me add b int",
+          "xa start 'a'", "load data infile 'x' into table t", "lock tables t read",
+          "begin not atomic select 1; end", "delete from t returning a", "start transaction"})
+        QTest::newRow(statement) << QString::fromLatin1(statement) << false;
+    for (const char *statement :
+         {"Optimize table t", "VALUES(1)", "help 'a'", "xa\nrecover", "cache index t in c",
+          "/*!50000 select */ 1", "load index into cache t", "alter table p repair partition all",
+          "backup table t to 'x'", "if 1 then select 1; end if", "table t", "", "/* select */"})
+        QTest::newRow(qPrintable(QStringLiteral("!") + QString::fromLatin1(statement)))
+            << QString::fromLatin1(statement) << true;
+}
+
+void OdbcTest::dangerousKindsAreKnown()
+{
+    QFETCH(QString, statement);
+    QTEST(StatementKind::mayLeaveRowsUnread(statement), "isDangerous");
+}
+
+void OdbcTest::driversAndDataSourcesOfMySqlAreListed()
+{
+    const DriverListing listing = listOdbc();
+    QCOMPARE(listing.drivers,
+             QStringList({QStringLiteral("MySQL ODBC 3.51 Driver"), QStringLiteral("Broken MySQL Driver")}));
+    QCOMPARE(listing.dataSources, QStringList({QStringLiteral("demo"), QStringLiteral("nowhere")}));
+}
+
+void OdbcTest::theServerIsNamedInTheCompletedString_data()
+{
+    QTest::addColumn<QString>("given");
+    QTest::addColumn<QString>("completed");
+    const auto row = [](const char *name, const QString &given, const QString &completed) {
+        QTest::newRow(name) << given << completed;
+    };
+    const QString localhost = QStringLiteral("localhost"), local = m_server.odbcString({}, localhost);
+    row("odbc, localhost", local, local + QStringLiteral(";SERVER=localhost"));
+    row("odbc, address", m_server.odbcString(), m_server.odbcString() + QStringLiteral(";SERVER=127.0.0.1"));
+    row("odbc, data source", QStringLiteral("demo"), QStringLiteral("DSN=demo;SERVER=127.0.0.1"));
+    const QString builtIn = m_server.nativeString({}, localhost);
+    row("built in, localhost", builtIn, builtIn + QStringLiteral(";SERVER=localhost"));
+    row("built in, address", m_server.nativeString(),
+        m_server.nativeString() + QStringLiteral(";SERVER=127.0.0.1"));
+}
+
+void OdbcTest::theServerIsNamedInTheCompletedString()
+{
+    QFETCH(QString, given);
+    const auto connection = createConnection(given, m_pump);
+    connection->open();
+    QTEST(connection->connectionString(), "completed");
+    QCOMPARE(valueOf(*connection, QStringLiteral("select @@port")), QString::number(m_server.port()));
+}
+
+void OdbcTest::theServerSaysWhatItIs()
+{
+    QFETCH(bool, isBuiltIn);
+    const auto open = connected(stringOf(m_server, isBuiltIn), m_pump);
+    QVERIFY(open->server().isMariaDb);
+    QCOMPARE(open->server().version, valueOf(*open, QStringLiteral("select version()")));
+    QVERIFY(open->server().number > 100000);
+}
+
+QTEST_GUILESS_MAIN(OdbcTest)
+#include "test_odbc.moc"

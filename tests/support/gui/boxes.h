@@ -1,0 +1,49 @@
+#pragma once
+
+#include <QMessageBox>
+
+#include <deque>
+#include <functional>
+
+class QDialog;
+
+// Answers the modal boxes of a test in the order expected, word for word. A box that is not the next one
+// expected fails the test and is closed, an expected one that never comes fails it at the end: nothing hangs.
+class Boxes : public QObject {
+    Q_OBJECT
+
+public:
+    Boxes();
+    ~Boxes() override;
+
+    void expect(const QString &text, QMessageBox::StandardButton answer);
+    void expectOk(const QString &text) { expect(text, QMessageBox::Ok); }
+    // A file or folder dialog: chooses the path; an empty path cancels.
+    void expectFile(const QString &path);
+    // Any other dialog, by its object name. `use` must bring it to an end (press OK, reject it).
+    void expectDialog(const QString &objectName, std::function<void(QDialog &)> use);
+
+    // "title|text" of each message box that came, in order.
+    const QStringList &seen() const { return m_seen; }
+
+private:
+    struct Expected {
+        enum Kind { Message, File, Dialog } kind;
+        QString text; // the message, the path or the object name
+        QMessageBox::StandardButton answer = QMessageBox::NoButton;
+        std::function<void(QDialog &)> use;
+    };
+
+    void look();
+    bool answer(QDialog &dialog, const Expected &expected);
+
+    std::deque<Expected> m_expected;
+    QStringList m_seen;
+};
+
+// Any Qt warning until the end of the running test function fails it. Called first in a test function or
+// in init().
+void failOnAnyWarning();
+
+// The user closes a window by its frame, which is not the same as the program closing it.
+void closeByUser(QWidget &window);
