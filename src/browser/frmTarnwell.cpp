@@ -1,0 +1,311 @@
+#include "browser/frmTarnwell.h"
+
+#include "about/frmabout.h"
+#include "console/frmSql.h"
+#include "controls/activation.h"
+#include "controls/windowpump.h"
+#include "core/bascommon.h"
+#include "core/basconnection.h"
+#include "core/connect.h"
+#include "core/statements.h"
+#include "maintenance/batchcommands.h"
+#include "maintenance/ddlcommands.h"
+#include "maintenance/frmRestore.h"
+#include "users/frmuseradd.h"
+
+#include <QApplication>
+#include <QCloseEvent>
+#include <QShortcut>
+#include <QSignalBlocker>
+#include <QTextStream>
+#include <QTimer>
+
+namespace {
+
+QString versionCaption()
+{
+    const QStringList numbers = QStringLiteral(TARNWELL_VERSION).split(u'.');
+    return QStringLiteral("Tarnwell (Ver %1.%2)").arg(numbers.value(0), numbers.value(1));
+}
+
+DialogueParts partsOf(const TarnwellControls &controls)
+{
+    DialogueParts parts;
+    parts.lblCnt = controls.lblCnt;
+    parts.picStatus = controls.picStatus;
+    parts.lblCkTableName = controls.lblCkTableName;
+    parts.txtError = controls.txtError;
+    parts.Label13 = controls.Label13;
+    parts.chooseBackups = chooseBackupsWithWindow;
+    return parts;
+}
+
+template <class... Widgets>
+void enable(bool isOn, Widgets *...widgets)
+{
+    (widgets->setEnabled(isOn), ...);
+}
+
+} // namespace
+
+frmTarnwell::frmTarnwell(Session &session, WindowPump &pump)
+    : m_session(session)
+    , m_controls(this, session.statementLog)
+    , m_dialogue(this, partsOf(m_controls))
+    , m_lists(session, m_controls)
+    , m_detail(session, m_controls)
+    , m_viewer(session, m_controls, m_dialogue)
+{
+    setObjectName(QStringLiteral("frmTarnwell"));
+    connectSignals();
+    addKeys();
+    auto *activation = new WindowActivation(this);
+    connect(activation, &WindowActivation::activated, this, &frmTarnwell::Form_Activate);
+    connect(&pump, &WindowPump::closeRequested, this, [this](QWidget *window) {
+        if (window == this)
+            wishFor(Wish::Close);
+    });
+    Form_Load();
+    Form_Activate();
+    resize(1024, 700); // the views not shown at first are hidden by now and ask for no room
+}
+
+frmTarnwell::~frmTarnwell()
+{
+    // It works on the session, which ends soon after this window.
+    delete m_console;
+}
+
+void frmTarnwell::Form_Load()
+{
+    setWindowTitle(versionCaption());
+    sLoadSettings(m_session);
+    m_controls.txtServer->setText(m_session.gServer);
+    m_controls.txtUser->setText(m_session.gUser);
+    m_controls.txtPass->setText(m_session.gPass);
+    if (!m_session.gPort.isEmpty())
+        m_controls.txtPort->setText(m_session.gPort);
+    GetDSNsAndDrivers();
+    m_controls.cboLimit->setCurrentIndex(0);
+    m_controls.optTP[0]->setChecked(true);
+    m_controls.optField[1]->setChecked(true);
+    sConnectMode(false);
+    // The designer's captions, which sConnectMode replaces, are those of the first start.
+    m_controls.lblCkTableName->clear();
+    m_controls.lblPreTable->clear();
+}
+
+void frmTarnwell::GetDSNsAndDrivers()
+{
+    const DriverListing listing = listOdbc();
+    m_controls.cboDSNList->addItem(noDataSource());
+    m_controls.cboDSNList->addItems(listing.dataSources);
+    m_controls.cboDSNList->setCurrentIndex(0);
+    m_controls.cboDrivers->addItems(listing.drivers);
+    m_controls.cboDrivers->addItem(nativeDriverName());
+}
+
+void frmTarnwell::Form_Activate()
+{
+    const auto choose = [](QComboBox &box, const QString &text, bool isLastMatch) {
+        box.setCurrentIndex(0);
+        for (int i = 0; i < box.count(); ++i) {
+            if (box.itemText(i) != text)
+                continue;
+            box.setCurrentIndex(i);
+            if (!isLastMatch)
+                break;
+        }
+        box.setEditText(box.currentIndex() < 0 ? QString() : box.itemText(box.currentIndex()));
+    };
+    choose(*m_controls.cboDSNList, m_session.gDsn, true);
+    choose(*m_controls.cboDrivers, m_session.gDriver, false);
+    cboDSNList_Click();
+}
+
+void frmTarnwell::connectSignals()
+{
+    TarnwellControls &c = m_controls;
+    connect(c.cboDSNList, &QComboBox::currentTextChanged, this, &frmTarnwell::cboDSNList_Click);
+    setStopsRunningCommand(c.cmdClose, true);
+    connect(c.cmdConnect, &QPushButton::clicked, this, &frmTarnwell::cmdConnect_Click);
+    connect(c.cmdClose, &QPushButton::clicked, this, &frmTarnwell::cmdClose_Click);
+    connect(c.cmdEnd, &QPushButton::clicked, this, &QWidget::close);
+    connect(c.Command1, &QPushButton::clicked, this, [this] { showAboutBox(this); });
+    connect(c.cmdShowDb, &QPushButton::clicked, this, [this] { reload(Reload::Databases); });
+    connect(c.lstDb, &ChosenList::chosen, this, [this] { reload(Reload::Objects); });
+    connect(c.lstTables, &ChosenList::chosen, this,
+            [this] { readAlone([this] { m_detail.lstTables_Click(); }); });
+    connect(c.lstProcFunc, &ChosenList::chosen, this,
+            [this] { readAlone([this] { m_detail.lstProcFunc_Click(); }); });
+    connect(c.cmdCreateDb, &QPushButton::clicked, this, &frmTarnwell::cmdCreateDb_Click);
+    connect(c.cmdCreateUser, &QPushButton::clicked, this,
+            [this] { runAlone([this] { showUserWindow(this, m_session); }); });
+    connect(c.cmdExec, &QPushButton::clicked, this, &frmTarnwell::cmdExec_Click);
+    connect(c.cmdInOut, &QPushButton::clicked, this, &frmTarnwell::cmdInOut_Click);
+    connect(c.cmdDataGet, &QPushButton::clicked, this, [this] {
+        if (m_viewer.isRunning())
+            m_viewer.stop();
+        else
+            runAlone([this] { m_viewer.cmdDataGet_Click(); });
+    });
+    for (int i = 0; i < 4; ++i)
+        connect(c.optField[static_cast<std::size_t>(i)], &QRadioButton::toggled, this,
+                [this, i](bool isChosen) {
+                    if (isChosen)
+                        m_detail.optField_Click(i);
+                });
+    connect(c.optTP[0], &QRadioButton::toggled, this, [this](bool isTable) {
+        m_controls.picTable->setVisible(isTable);
+        m_controls.picProc->setVisible(!isTable);
+    });
+    for (const std::span<const Command> &commands : {batchCommands(), ddlCommands()})
+        for (const Command &command : commands)
+            connect(findChild<QPushButton *>(QLatin1String(command.control)), &QPushButton::clicked, this,
+                    [this, &command] { run(command); });
+    for (QWidget *box :
+         std::initializer_list<QWidget *>{c.txtServer, c.txtUser, c.txtPass, c.txtPort, c.txtError})
+        box->installEventFilter(this);
+}
+
+void frmTarnwell::addKeys()
+{
+    TarnwellControls &c = m_controls;
+    const auto key = [this](const QString &keys, QPushButton *button) {
+        connect(new QShortcut(QKeySequence(keys), this), &QShortcut::activated, button, &QPushButton::click);
+    };
+    key(QStringLiteral("Alt+C"), c.cmdConnect);
+    key(QStringLiteral("Alt+D"), c.cmdClose);
+    key(QStringLiteral("Alt+L"), c.cmdShowDb);
+    key(QStringLiteral("Alt+N"), c.cmdCreateDb);
+    key(QStringLiteral("Alt+Shift+N"), c.cmdDropDb);
+    key(QStringLiteral("Alt+U"), c.cmdCreateUser);
+    key(QStringLiteral("Ctrl+Q"), c.cmdEnd);
+    key(QStringLiteral("F1"), c.Command1);
+    key(QStringLiteral("F6"), c.cmdDataGet);
+    key(QStringLiteral("F9"), c.cmdExec);
+    key(QStringLiteral("F12"), c.showLog);
+    connect(new QShortcut(QKeySequence(Qt::CTRL | Qt::Key_S), this), &QShortcut::activated, this, [this] {
+        (m_controls.optTP[0]->isChecked() ? m_controls.cmdCreateTable : m_controls.cmdCreateProc)->click();
+    });
+    connect(new QShortcut(QKeySequence(Qt::Key_F5), this), &QShortcut::activated, this,
+            &frmTarnwell::refreshShown);
+}
+
+void frmTarnwell::refreshShown()
+{
+    TarnwellControls &c = m_controls;
+    if (!m_session.gCn)
+        return;
+    if (c.optTP[1]->isChecked() && c.lstProcFunc->currentItem())
+        Q_EMIT c.lstProcFunc->chosen();
+    else if (c.lblPreTable->text() == u"1" && c.lstTables->currentItem())
+        Q_EMIT c.lstTables->chosen();
+    else
+        reload(c.lblPreTable->text() == u"0" ? Reload::Objects : Reload::Databases);
+}
+
+// The whole text is selected when such a box gets the focus, so that it can be replaced or copied at once.
+bool frmTarnwell::eventFilter(QObject *watched, QEvent *event)
+{
+    if (event->type() == QEvent::FocusIn) {
+        // After the press that gave the focus, which would take the selection away again.
+        if (auto *line = qobject_cast<QLineEdit *>(watched))
+            QTimer::singleShot(0, line, &QLineEdit::selectAll);
+        else if (auto *text = qobject_cast<QPlainTextEdit *>(watched))
+            QTimer::singleShot(0, text, &QPlainTextEdit::selectAll);
+    }
+    return QWidget::eventFilter(watched, event);
+}
+
+void frmTarnwell::sConnectMode(bool connected)
+{
+    TarnwellControls &c = m_controls;
+    for (QLabel *label : {c.lblTableName, c.lblProcName, c.lblCkTableName})
+        label->clear();
+    c.txtField->setContents({});
+    c.txtProc->setContents({});
+    c.lblEditName->setText(QStringLiteral("編集????："));
+    c.lblEditProcName->setText(QStringLiteral("編集????："));
+    for (ChosenList *list : {c.lstDb, c.lstTables, c.lstProcFunc})
+        list->clearItems();
+    for (FlexGrid *grid : {c.flGrid_Field, c.flGrid_Index, c.flGrid_Status, c.flGrid_Data})
+        grid->clearGrid();
+
+    enable(!connected, c.cmdConnect, c.cboDSNList, c.txtPass, c.cboDrivers, c.txtServer, c.txtUser,
+           c.txtPort);
+    enable(connected, c.cmdClose, c.txtField, c.txtProc, c.cmdShowDb, c.cmdCreateDb, c.cmdDropDb,
+           c.cmdCreateUser, c.cmdExec, c.cmdDropProc, c.cmdCreateProc, c.optTP[0], c.optTP[1], c.cmdBackup,
+           c.cmdRestore, c.cmdCheckTable, c.cmdRepairTable, c.cmdOptimizeTable, c.cmdCopyDb, c.cmdDropTable,
+           c.cmdCreateTable, c.cmdInOut, c.cmdScriptBackUp, c.lstDb, c.lstTables, c.lstProcFunc,
+           c.optField[0], c.optField[1], c.optField[2], c.optField[3], c.cmdDataGet, c.cboLimit,
+           c.flGrid_Field, c.flGrid_Index, c.flGrid_Status, c.flGrid_Data);
+    c.picStatus->clearBar();
+    cboDSNList_Click();
+}
+
+void frmTarnwell::runAlone(const std::function<void()> &action)
+{
+    if (m_isRunning || (m_session.gCn && m_session.gCn->isBusy()))
+        return;
+    m_isRunning = true;
+    try {
+        action();
+        m_isRunning = false;
+    } catch (const SqlError &error) {
+        m_isRunning = false;
+        // A disconnect that the user asked for in the middle needs no report.
+        if (m_session.gCn && m_wish == Wish::Nothing) {
+            m_dialogue.setLastError(error.description(), false);
+            m_dialogue.refuse(error.description());
+        }
+    }
+}
+
+void frmTarnwell::readAlone(const std::function<void()> &action)
+{
+    runAlone([&] {
+        const BusyPointer busy(m_dialogue);
+        action();
+    });
+}
+
+void frmTarnwell::run(const Command &command)
+{
+    Outcome outcome;
+    const Selection chosen = selection();
+    if (m_isRunning)
+        return;
+    m_dialogue.setLastError({}, true);
+    runAlone([&] {
+        CommandContext context{m_session, chosen, m_dialogue};
+        outcome = command.run(context);
+    });
+    reload(outcome.reload);
+}
+
+void frmTarnwell::reload(Reload what)
+{
+    if (what == Reload::Databases)
+        readAlone([this] { m_lists.cmdShowDb_Click(); });
+    else if (what == Reload::Objects)
+        readAlone([this] { m_lists.lstDb_Click(); });
+}
+
+Selection frmTarnwell::selection() const
+{
+    const TarnwellControls &c = m_controls;
+    Selection chosen;
+    chosen.database = c.lstDb->currentText();
+    chosen.tables = c.lstTables->texts();
+    chosen.table = c.lstTables->currentText();
+    chosen.routines = c.lstProcFunc->texts();
+    chosen.routine = c.lstProcFunc->currentText();
+    chosen.lblPreTable = c.lblPreTable->text();
+    chosen.lblTableName = c.lblTableName->text();
+    chosen.lblCreateTable = c.lblCreateTable->text();
+    chosen.lblCreateProc = c.lblCreateProc->text();
+    chosen.txtField = c.txtField->contents();
+    chosen.txtProc = c.txtProc->contents();
+    return chosen;
+}

@@ -1,0 +1,79 @@
+#pragma once
+
+#include "browser/dataviewer.h"
+#include "browser/frmTarnwellControls.h"
+#include "browser/objectlists.h"
+#include "browser/tabledetail.h"
+#include "controls/widgetdialogue.h"
+#include "core/command.h"
+
+#include <QPointer>
+#include <QWidget>
+
+#include <functional>
+
+class WindowPump;
+class frmSql;
+
+// The program's first window: connection, lists, detail and the buttons of every command. Closing it saves
+// the settings, closes the connection and ends the program.
+class frmTarnwell : public QWidget {
+    Q_OBJECT
+
+public:
+    // Both outlive the window.
+    frmTarnwell(Session &session, WindowPump &pump);
+    ~frmTarnwell() override;
+
+    void sConnectMode(bool connected);
+    void GetDSNsAndDrivers();
+
+protected:
+    void closeEvent(QCloseEvent *event) override;
+    bool eventFilter(QObject *watched, QEvent *event) override;
+
+private:
+    // What waits until the running command has ended.
+    enum class Wish { Nothing, Disconnect, Close };
+
+    void Form_Load();
+    void Form_Activate();
+    void connectSignals();
+    void addKeys();
+    void refreshShown();
+
+    void cboDSNList_Click();
+    void cmdConnect_Click();
+    void cmdClose_Click();
+    void cmdExec_Click();
+    void showInConsole(const QString &statement);
+    void cmdCreateDb_Click();
+    void cmdInOut_Click();
+    QString missingEntry() const;
+    void showConnected();
+
+    // Runs one thing at a time: a click that arrives while another runs is dropped. Errors that the
+    // action leaves to the window are shown with the server's words.
+    void runAlone(const std::function<void()> &action);
+    // The same under the hourglass.
+    void readAlone(const std::function<void()> &action);
+    void run(const Command &command);
+    void reload(Reload what);
+    Selection selection() const;
+
+    void disconnectNow();
+    void stopEverything();
+    void wishFor(Wish wish);
+    void fulfilWish();
+    bool isIdle() const;
+
+    Session &m_session;
+    TarnwellControls m_controls;
+    WidgetDialogue m_dialogue;
+    ObjectLists m_lists;
+    TableDetail m_detail;
+    DataViewer m_viewer;
+    QPointer<frmSql> m_console;
+    bool m_isRunning = false;
+    Wish m_wish = Wish::Nothing;
+};

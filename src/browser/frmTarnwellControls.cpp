@@ -1,0 +1,336 @@
+#include "browser/frmTarnwellControls.h"
+
+#include "controls/filterline.h"
+
+#include <QGridLayout>
+#include <QHBoxLayout>
+#include <QVBoxLayout>
+
+namespace {
+
+// Makes a control of that object name; the layout it is put into gives it its parent.
+template <class Control, class... Arguments>
+Control *made(const char *name, Arguments &&...arguments)
+{
+    auto *control = new Control(std::forward<Arguments>(arguments)...);
+    control->setObjectName(QLatin1String(name));
+    return control;
+}
+
+QLabel *caption(const char *name, const QString &text, QWidget *buddy)
+{
+    auto *label = made<QLabel>(name, text);
+    label->setBuddy(buddy);
+    if (buddy->accessibleName().isEmpty())
+        buddy->setAccessibleName(QString(text).remove(u'&').remove(QStringLiteral(" :")));
+    return label;
+}
+
+QPushButton *button(const char *name, const QString &text, const QString &tip)
+{
+    auto *result = made<QPushButton>(name, text);
+    result->setToolTip(tip);
+    return result;
+}
+
+QWidget *column(std::initializer_list<QWidget *> widgets, QWidget *stretched)
+{
+    auto *area = new QWidget;
+    auto *layout = new QVBoxLayout(area);
+    layout->setContentsMargins({});
+    for (QWidget *widget : widgets)
+        layout->addWidget(widget, widget == stretched ? 1 : 0);
+    return area;
+}
+
+QHBoxLayout *row(std::initializer_list<QWidget *> widgets, QWidget *stretched = nullptr)
+{
+    auto *layout = new QHBoxLayout;
+    for (QWidget *widget : widgets)
+        layout->addWidget(widget, widget == stretched ? 1 : 0);
+    if (!stretched)
+        layout->addStretch(1);
+    return layout;
+}
+
+QLineEdit *password(const char *name)
+{
+    auto *box = made<QLineEdit>(name);
+    box->setEchoMode(QLineEdit::Password);
+    return box;
+}
+
+FlexGrid *grid(const char *name, const QString &title)
+{
+    auto *result = made<FlexGrid>(name);
+    result->setAccessibleName(title);
+    return result;
+}
+
+void layOutConnection(TarnwellControls &c)
+{
+    auto *layout = new QGridLayout(c.Frame1);
+    const auto put = [&](QWidget *label, QWidget *box, int line, int place) {
+        layout->addWidget(label, line, place * 2, Qt::AlignRight);
+        layout->addWidget(box, line, place * 2 + 1);
+    };
+    put(caption("Label4", QStringLiteral("DSN :"), c.cboDSNList), c.cboDSNList, 0, 0);
+    put(caption("Label9", QStringLiteral("SERVER :"), c.txtServer), c.txtServer, 0, 1);
+    put(caption("Label10", QStringLiteral("USER :"), c.txtUser), c.txtUser, 0, 2);
+    put(caption("Label5", QStringLiteral("DRIVERS :"), c.cboDrivers), c.cboDrivers, 1, 0);
+    put(caption("Label12", QStringLiteral("PORT :"), c.txtPort), c.txtPort, 1, 1);
+    put(caption("Label11", QStringLiteral("PASS :"), c.txtPass), c.txtPass, 1, 2);
+    layout->addWidget(c.cmdConnect, 0, 6);
+    layout->addWidget(c.cmdClose, 1, 6);
+    layout->addWidget(c.Command1, 0, 7);
+    layout->addWidget(c.cmdEnd, 1, 7);
+    for (const int stretched : {1, 3, 5})
+        layout->setColumnStretch(stretched, 1);
+}
+
+QWidget *databaseColumn(TarnwellControls &c)
+{
+    auto *filter = made<FilterLine>("lstDb_Filter", *c.lstDb);
+    return column({caption("Label1", QStringLiteral("database"), c.lstDb), filter, c.lstDb, c.cmdShowDb,
+                   c.cmdCreateDb, c.cmdDropDb, c.cmdCreateUser},
+                  c.lstDb);
+}
+
+QWidget *tableDetail(TarnwellControls &c)
+{
+    auto *area = new QWidget;
+    auto *layout = new QVBoxLayout(area);
+    layout->setContentsMargins({});
+    layout->addLayout(row({c.lblEditName, c.lblTableName}));
+    auto *choices = row({c.optField[0], c.optField[1], c.optField[2], c.optField[3]});
+    choices->addWidget(c.lblRecordCount);
+    choices->addWidget(c.cboLimit);
+    choices->addWidget(c.cmdDataGet);
+    layout->addLayout(choices);
+    c.fieldView->addWidget(column({c.Label3, c.flGrid_Field}, c.flGrid_Field));
+    c.fieldView->addWidget(column({c.Label8, c.flGrid_Index}, c.flGrid_Index));
+    c.fieldView->setChildrenCollapsible(false);
+    c.fieldView->setStretchFactor(0, 3);
+    c.fieldView->setStretchFactor(1, 1);
+    for (QWidget *view :
+         std::initializer_list<QWidget *>{c.txtField, c.fieldView, c.flGrid_Status, c.flGrid_Data})
+        layout->addWidget(view, 1);
+    auto *buttons = row({c.cmdCreateTable, c.cmdDropTable});
+    layout->addLayout(buttons);
+    return area;
+}
+
+void layOutTablePanel(TarnwellControls &c)
+{
+    auto *layout = new QVBoxLayout(c.picTable);
+    layout->setContentsMargins({});
+    auto *split = new QSplitter(Qt::Horizontal);
+    auto *filter = made<FilterLine>("lstTables_Filter", *c.lstTables);
+    split->addWidget(column(
+        {caption("Label2", QStringLiteral("table && view"), c.lstTables), filter, c.lstTables}, c.lstTables));
+    split->addWidget(tableDetail(c));
+    split->setChildrenCollapsible(false);
+    split->setStretchFactor(1, 1);
+    split->setSizes({220, 560});
+    layout->addWidget(split);
+}
+
+void layOutRoutinePanel(TarnwellControls &c)
+{
+    auto *layout = new QVBoxLayout(c.picProc);
+    layout->setContentsMargins({});
+    auto *filter = made<FilterLine>("lstProcFunc_Filter", *c.lstProcFunc);
+    auto *editor = new QWidget;
+    auto *lines = new QVBoxLayout(editor);
+    lines->setContentsMargins({});
+    lines->addLayout(row({c.lblEditProcName, c.lblProcName}));
+    lines->addWidget(c.txtProc, 1);
+    lines->addLayout(row({c.cmdCreateProc, c.cmdDropProc}));
+    auto *split = new QSplitter(Qt::Horizontal);
+    split->addWidget(column({caption("Label6", QStringLiteral("ﾌﾟﾛｼｰｼﾞｬ && ﾌｧﾝｸｼｮﾝ"), c.lstProcFunc),
+                             caption("Label14", QStringLiteral("procedure && function"), c.lstProcFunc),
+                             filter, c.lstProcFunc},
+                            c.lstProcFunc));
+    split->addWidget(editor);
+    split->setChildrenCollapsible(false);
+    split->setStretchFactor(1, 1);
+    split->setSizes({220, 560});
+    layout->addWidget(split);
+}
+
+void layOutCommands(TarnwellControls &c)
+{
+    auto *layout = new QHBoxLayout(c.Frame2);
+    for (QPushButton *command : {c.cmdCheckTable, c.cmdRepairTable, c.cmdOptimizeTable, c.cmdBackup,
+                                 c.cmdRestore, c.cmdCopyDb, c.cmdScriptBackUp, c.cmdExec, c.cmdInOut})
+        layout->addWidget(command);
+}
+
+QWidget *statusArea(TarnwellControls &c)
+{
+    auto *area = new QWidget;
+    auto *layout = new QGridLayout(area);
+    layout->setContentsMargins({});
+    auto *label15 = made<QLabel>("Label15", QStringLiteral("検査・修復・最適化・ｺﾋﾟｰ："));
+    layout->addWidget(label15, 0, 0);
+    layout->addWidget(c.lblCkTableName, 0, 1);
+    layout->addWidget(c.lblCnt, 0, 2);
+    layout->addWidget(c.picStatus, 0, 3);
+    layout->addWidget(c.Label13, 1, 0, Qt::AlignTop | Qt::AlignRight);
+    layout->addWidget(c.txtError, 1, 1, 1, 3);
+    layout->addWidget(c.showLog, 0, 4, 2, 1, Qt::AlignBottom);
+    layout->setColumnStretch(1, 1);
+    layout->setColumnStretch(3, 1);
+    return area;
+}
+
+} // namespace
+
+TarnwellControls::TarnwellControls(QWidget *window, std::shared_ptr<StatementLog> statements)
+    : Frame1(made<QGroupBox>("Frame1", QStringLiteral("接続設定")))
+    , Frame2(made<QGroupBox>("Frame2", QStringLiteral("ﾃｰﾌﾞﾙｱｸｾｽ")))
+    , cboDSNList(made<QComboBox>("cboDSNList"))
+    , cboDrivers(made<QComboBox>("cboDrivers"))
+    , cboLimit(made<QComboBox>("cboLimit"))
+    , txtServer(made<QLineEdit>("txtServer"))
+    , txtUser(made<QLineEdit>("txtUser"))
+    , txtPass(password("txtPass"))
+    , txtPort(made<QLineEdit>("txtPort", QStringLiteral("3306")))
+    , cmdConnect(button("cmdConnect", QStringLiteral("接続"), QStringLiteral("サーバーに接続します (Alt+C)")))
+    , cmdClose(button("cmdClose", QStringLiteral("切断"),
+                      QStringLiteral("接続を閉じます。実行中の処理は中断します (Alt+D)")))
+    , Command1(
+          button("Command1", QStringLiteral("ﾊﾞｰｼﾞｮﾝ情報"), QStringLiteral("このプログラムについて (F1)")))
+    , cmdEnd(button("cmdEnd", QStringLiteral("終了"), QStringLiteral("設定を保存して終了します (Ctrl+Q)")))
+    , lstDb(made<ChosenList>("lstDb"))
+    , lstTables(made<ChosenList>("lstTables"))
+    , lstProcFunc(made<ChosenList>("lstProcFunc"))
+    , cmdShowDb(button("cmdShowDb", QStringLiteral("ﾃﾞｰﾀﾍﾞｰｽ表示"),
+                       QStringLiteral("データベースの一覧を読みます (Alt+L)")))
+    , cmdCreateDb(button("cmdCreateDb", QStringLiteral("ﾃﾞｰﾀﾍﾞｰｽ作成"),
+                         QStringLiteral("新しいデータベースを作ります (Alt+N)")))
+    , cmdDropDb(button("cmdDropDb", QStringLiteral("ﾃﾞｰﾀﾍﾞｰｽ削除"),
+                       QStringLiteral("選択中のデータベースを中身ごと削除します (Alt+Shift+N)")))
+    , cmdCreateUser(button("cmdCreateUser", QStringLiteral("ﾕｰｻﾞｰ設定"),
+                           QStringLiteral("アカウントと権限を管理します (Alt+U)")))
+    , optTP{made<QRadioButton>("optTP_0", QStringLiteral("table")),
+            made<QRadioButton>("optTP_1", QStringLiteral("proc"))}
+    , optField{made<QRadioButton>("optField_0", QStringLiteral("ﾃｷｽﾄ")),
+               made<QRadioButton>("optField_1", QStringLiteral("ｸﾞﾘｯﾄﾞ")),
+               made<QRadioButton>("optField_2", QStringLiteral("ｽﾃｰﾀｽ")),
+               made<QRadioButton>("optField_3", QStringLiteral("ﾃﾞｰﾀ一覧"))}
+    , picTable(made<QWidget>("picTable"))
+    , picProc(made<QWidget>("picProc"))
+    , lblProcName(made<QLabel>("lblProcName"))
+    , lblEditProcName(made<QLabel>("lblEditProcName", QStringLiteral("編集???：")))
+    , lblCreateProc(made<QLabel>("lblCreateProc", QStringLiteral("create Procｽｸﾘﾌﾟﾄ")))
+    , lblTableName(made<QLabel>("lblTableName"))
+    , lblEditName(made<QLabel>("lblEditName", QStringLiteral("編集????：")))
+    , lblCreateTable(made<QLabel>("lblCreateTable", QStringLiteral("create tableｽｸﾘﾌﾟﾄ")))
+    , lblRecordCount(made<QLabel>("lblRecordCount"))
+    , txtProc(made<SqlTextBox>("txtProc"))
+    , txtField(made<SqlTextBox>("txtField"))
+    , cmdCreateProc(button("cmdCreateProc", QStringLiteral("変更"),
+                           QStringLiteral("編集した定義で作り直します (Ctrl+S)")))
+    , cmdDropProc(button("cmdDropProc", QStringLiteral("削除"), QStringLiteral("このルーチンを削除します")))
+    , cmdCreateTable(button("cmdCreateTable", QStringLiteral("ﾃｰﾌﾞﾙ変更"),
+                            QStringLiteral("編集した定義で作り直し、行を移します (Ctrl+S)")))
+    , cmdDropTable(button("cmdDropTable", QStringLiteral("ﾃｰﾌﾞﾙ削除"),
+                          QStringLiteral("このテーブルまたはビューを削除します")))
+    , cmdDataGet(button("cmdDataGet", QStringLiteral("ﾃﾞｰﾀ表示"),
+                        QStringLiteral("先頭の行を読みます。読み取り中は停止ボタンになります (F6)")))
+    , flGrid_Field(grid("flGrid_Field", QStringLiteral("列の一覧")))
+    , flGrid_Index(grid("flGrid_Index", QStringLiteral("索引の一覧")))
+    , flGrid_Status(grid("flGrid_Status", QStringLiteral("テーブルの状態")))
+    , flGrid_Data(grid("flGrid_Data", QStringLiteral("データ一覧")))
+    , Label3(made<QLabel>("Label3", QStringLiteral("fields")))
+    , Label8(made<QLabel>("Label8", QStringLiteral("index")))
+    , fieldView(new QSplitter(Qt::Vertical))
+    , cmdCheckTable(
+          button("cmdCheckTable", QStringLiteral("ﾃｰﾌﾞﾙ検査"), QStringLiteral("CHECK TABLE を実行します")))
+    , cmdRepairTable(
+          button("cmdRepairTable", QStringLiteral("ﾃｰﾌﾞﾙ修復"), QStringLiteral("REPAIR TABLE を実行します")))
+    , cmdOptimizeTable(button("cmdOptimizeTable", QStringLiteral("ﾃｰﾌﾞﾙ最適化"),
+                              QStringLiteral("OPTIMIZE TABLE を実行します")))
+    , cmdBackup(button("cmdBackup", QStringLiteral("ﾊﾞｯｸｱｯﾌﾟ"),
+                       QStringLiteral("サーバー上のフォルダーへバックアップします")))
+    , cmdRestore(button("cmdRestore", QStringLiteral("復元"),
+                        QStringLiteral("バックアップからテーブルを復元します")))
+    , cmdCopyDb(button("cmdCopyDb", QStringLiteral("ﾃﾞｰﾀ ｺﾋﾟｰ"),
+                       QStringLiteral("同じデータベースの中に日付付きの写しを作ります")))
+    , cmdScriptBackUp(button("cmdScriptBackUp", QStringLiteral("全scriptﾊﾞｯｸｱｯﾌﾟ"),
+                             QStringLiteral("全ての定義をファイルに書き出します")))
+    , cmdExec(button("cmdExec", QStringLiteral("ｸｴﾘ実行"), QStringLiteral("SQLコンソールを開きます (F9)")))
+    , cmdInOut(button("cmdInOut", QStringLiteral("ﾃﾞｰﾀ入出力"),
+                      QStringLiteral("サーバー上のファイルとの間で行を入出力します")))
+    , lblCkTableName(made<QLabel>("lblCkTableName"))
+    , lblCnt(made<QLabel>("lblCnt"))
+    , Label13(made<QLabel>("Label13", QStringLiteral("直前のｴﾗｰ")))
+    , lblPreTable(made<QLabel>("lblPreTable", QStringLiteral("0:database,1:table")))
+    , picStatus(made<PercentBar>("picStatus"))
+    , txtError(made<QPlainTextEdit>("txtError"))
+    , showLog(button("showLog", QStringLiteral("文の記録"),
+                     QStringLiteral("送信した文の記録を下に開きます (F12)")))
+    , log(made<StatementLogView>("statementLog", std::move(statements)))
+{
+    for (QComboBox *box : {cboDSNList, cboDrivers}) {
+        box->setEditable(true);
+        box->setInsertPolicy(QComboBox::NoInsert);
+        box->setCompleter(nullptr);
+    }
+    for (const int limit : {100, 1000, 10000})
+        cboLimit->addItem(QString::number(limit), limit);
+    cboLimit->setAccessibleName(QStringLiteral("行数の上限"));
+    cboLimit->setToolTip(QStringLiteral("読む行数の上限"));
+    txtError->setReadOnly(true);
+    txtError->setMaximumHeight(txtError->fontMetrics().lineSpacing() * 3 + 12);
+    Label13->setBuddy(txtError);
+    txtError->setAccessibleName(Label13->text());
+    txtField->setAccessibleName(QStringLiteral("テーブル定義"));
+    txtProc->setAccessibleName(QStringLiteral("ルーチン定義"));
+    lblPreTable->setAccessibleName(QStringLiteral("直前の選択"));
+
+    layOutConnection(*this);
+    layOutTablePanel(*this);
+    layOutRoutinePanel(*this);
+    layOutCommands(*this);
+
+    auto *objects = new QWidget;
+    auto *lines = new QVBoxLayout(objects);
+    lines->setContentsMargins({});
+    lines->addLayout(row({optTP[0], optTP[1]}));
+    lines->addWidget(picTable, 1);
+    lines->addWidget(picProc, 1);
+    auto *split = new QSplitter(Qt::Horizontal);
+    split->addWidget(databaseColumn(*this));
+    split->addWidget(objects);
+    split->setChildrenCollapsible(false);
+    split->setStretchFactor(1, 1);
+    split->setSizes({190, 800});
+
+    auto *withLog = new QSplitter(Qt::Vertical);
+    withLog->addWidget(split);
+    withLog->addWidget(log);
+    withLog->setChildrenCollapsible(false);
+    withLog->setStretchFactor(0, 3);
+    withLog->setStretchFactor(1, 1);
+    log->hide();
+    showLog->setCheckable(true);
+
+    auto *all = new QVBoxLayout(window);
+    all->addWidget(Frame1);
+    all->addWidget(withLog, 1);
+    all->addWidget(Frame2);
+    all->addWidget(statusArea(*this));
+
+    for (QLabel *label : {lblProcName, lblEditProcName, lblCreateProc, lblTableName, lblEditName,
+                          lblCreateTable, lblRecordCount, lblCkTableName, lblCnt, lblPreTable})
+        label->setTextFormat(Qt::PlainText); // names may hold "<" and "&"
+
+    // What only holds state is never shown.
+    auto *label7 = made<QLabel>("Label7", QStringLiteral("直前の選択"));
+    for (QLabel *holder : {lblCreateProc, lblCreateTable, lblPreTable, label7}) {
+        holder->setParent(window);
+        holder->hide();
+    }
+}

@@ -1,0 +1,49 @@
+#pragma once
+
+#include "browser/statementlogview.h"
+#include "controls/chosenlist.h"
+#include "controls/flexgrid.h"
+#include "controls/percentbar.h"
+#include "controls/sqltextbox.h"
+
+#include <QCheckBox>
+#include <QComboBox>
+#include <QGroupBox>
+#include <QLabel>
+#include <QLineEdit>
+#include <QPlainTextEdit>
+#include <QPushButton>
+#include <QRadioButton>
+#include <QSplitter>
+
+#include <array>
+
+// The controls of the main window. All belong to the window; the members never change.
+struct TarnwellControls {
+    QGroupBox *Frame1, *Frame2;
+    QComboBox *cboDSNList, *cboDrivers, *cboLimit;
+    QLineEdit *txtServer, *txtUser, *txtPass, *txtPort;
+    QPushButton *cmdConnect, *cmdClose, *Command1, *cmdEnd;
+    ChosenList *lstDb, *lstTables, *lstProcFunc;
+    QPushButton *cmdShowDb, *cmdCreateDb, *cmdDropDb, *cmdCreateUser;
+    std::array<QRadioButton *, 2> optTP;
+    std::array<QRadioButton *, 4> optField;
+    QWidget *picTable, *picProc;
+    QLabel *lblProcName, *lblEditProcName, *lblCreateProc;
+    QLabel *lblTableName, *lblEditName, *lblCreateTable, *lblRecordCount;
+    SqlTextBox *txtProc, *txtField;
+    QPushButton *cmdCreateProc, *cmdDropProc, *cmdCreateTable, *cmdDropTable, *cmdDataGet;
+    FlexGrid *flGrid_Field, *flGrid_Index, *flGrid_Status, *flGrid_Data;
+    QLabel *Label3, *Label8;
+    QSplitter *fieldView; // fields above, indexes below
+    QPushButton *cmdCheckTable, *cmdRepairTable, *cmdOptimizeTable, *cmdBackup, *cmdRestore, *cmdCopyDb,
+        *cmdScriptBackUp, *cmdExec, *cmdInOut;
+    QLabel *lblCkTableName, *lblCnt, *Label13, *lblPreTable;
+    PercentBar *picStatus;
+    QPlainTextEdit *txtError;
+    QPushButton *showLog;
+    StatementLogView *log;
+
+    // Makes every control and lays them out on the window.
+    TarnwellControls(QWidget *window, std::shared_ptr<StatementLog> statements);
+};

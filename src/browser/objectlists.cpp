@@ -1,0 +1,131 @@
+#include "browser/objectlists.h"
+
+#include "browser/frmTarnwellControls.h"
+#include "controls/windowpump.h"
+#include "core/listitem.h"
+#include "core/statements.h"
+
+namespace {
+
+void enable(std::initializer_list<QWidget *> widgets, bool isOn)
+{
+    for (QWidget *widget : widgets)
+        widget->setEnabled(isOn);
+}
+
+} // namespace
+
+QString objectTag(Connection &connection, const QString &database, const QString &name)
+{
+    try {
+        RecordSet rows =
+            connection.execute(QStringLiteral("show create table ") + qualifiedName(database, name) + u';');
+        if (!rows.isOpen() || rows.isEof())
+            return {};
+        return rows.fieldName(0).trimmed() == u"Table" ? QStringLiteral("[TABLE]") : QStringLiteral("[VIEW]");
+    } catch (const SqlError &error) {
+        // A lost or stopped connection says nothing about the object.
+        if (error.isConnectionLost() || error.isInterrupted())
+            throw;
+        return QStringLiteral("[ERROR]");
+    }
+}
+
+void ObjectLists::resetGrids()
+{
+    for (FlexGrid *grid :
+         {m_controls.flGrid_Field, m_controls.flGrid_Index, m_controls.flGrid_Status, m_controls.flGrid_Data})
+        grid->clearGrid();
+}
+
+void ObjectLists::cmdShowDb_Click()
+{
+    TarnwellControls &c = m_controls;
+    c.lblPreTable->clear();
+    m_session.gDbName.clear();
+    c.lblCkTableName->clear();
+    c.lstDb->clearItems();
+    c.lstTables->clearItems();
+    resetGrids();
+    c.txtField->setContents({});
+    c.lstProcFunc->clearItems();
+    enable({c.cmdDropTable, c.cmdCreateTable, c.cmdInOut, c.cmdDataGet}, false);
+    sProgressBar(*c.picStatus, 0);
+
+    RecordSet rows = m_session.connection().execute(QStringLiteral("show databases;"));
+    for (; rows.isOpen() && !rows.isEof(); rows.moveNext())
+        c.lstDb->appendItem(rows.text(QStringLiteral("database")));
+    rows.close();
+
+    enable({c.cmdDropDb, c.cmdExec}, true);
+    if (m_session.gIsLocalServer)
+        enable({c.cmdBackup, c.cmdRestore}, true);
+    enable({c.cmdCheckTable, c.cmdRepairTable, c.cmdOptimizeTable, c.cmdCopyDb, c.cmdScriptBackUp}, true);
+}
+
+void ObjectLists::lstDb_Click()
+{
+    TarnwellControls &c = m_controls;
+    c.lblPreTable->setText(QStringLiteral("0"));
+    c.lblTableName->clear();
+    c.lblEditName->setText(QStringLiteral("編集????:"));
+    c.lblEditProcName->setText(QStringLiteral("編集????:"));
+    m_session.gDbName = c.lstDb->currentText();
+    if (m_session.gDbName.isEmpty())
+        return;
+    c.lblCkTableName->setText(m_session.gDbName + QStringLiteral("全ﾃｰﾌﾞﾙ"));
+    c.lstTables->clearItems();
+    resetGrids();
+    c.lstProcFunc->clearItems();
+    c.txtField->setContents({});
+    c.txtProc->setContents({});
+    c.optTP[0]->setChecked(true);
+    enable({c.cmdDropTable, c.cmdCreateTable, c.cmdDropProc, c.cmdCreateProc, c.cmdInOut, c.cmdDataGet},
+           false);
+    sProgressBar(*c.picStatus, 0);
+
+    listTables();
+    // The two differ in their ends on purpose.
+    listRoutines(QStringLiteral("show procedure status ;"), QStringLiteral("[PROC]"));
+    listRoutines(QStringLiteral("show function status"), QStringLiteral("[FUNC]"));
+    showStatus();
+}
+
+void ObjectLists::listTables()
+{
+    const QString database = m_session.gDbName;
+    RecordSet rows = m_session.connection().execute(QStringLiteral("show tables from `%1`;").arg(database));
+    Yield yield;
+    for (; rows.isOpen() && !rows.isEof(); rows.moveNext()) {
+        const QString name = rows.text(QStringLiteral("Tables_in_") + database);
+        const QString tag = objectTag(m_session.connection(), database, name);
+        if (!tag.isEmpty())
+            m_controls.lstTables->appendItem(ListItem{tag, name}.text());
+        yield();
+    }
+}
+
+void ObjectLists::listRoutines(const QString &statement, const QString &tag)
+{
+    const QString database = m_session.gDbName;
+    try {
+        RecordSet rows = m_session.connection().execute(statement);
+        Yield yield;
+        for (; rows.isOpen() && !rows.isEof(); rows.moveNext()) {
+            if (rows.text(QStringLiteral("db")) == database)
+                m_controls.lstProcFunc->appendItem(ListItem{tag, rows.text(QStringLiteral("Name"))}.text());
+            yield();
+        }
+    } catch (const SqlError &error) {
+        // Servers without routines, or without the right to see them, list none.
+        if (error.isConnectionLost() || error.isInterrupted())
+            throw;
+    }
+}
+
+void ObjectLists::showStatus()
+{
+    fillGrid(*m_controls.flGrid_Status,
+             m_session.connection().execute(
+                 QStringLiteral("show table status from `%1` ;").arg(m_session.gDbName)));
+}

@@ -1,0 +1,31 @@
+#pragma once
+
+#include "core/session.h"
+
+struct TarnwellControls;
+
+// The cascade of lists: databases, then the tables, views and routines of the chosen one. Both throw
+// SqlError for what is not passed over; what was listed so far stays.
+class ObjectLists {
+public:
+    ObjectLists(Session &session, TarnwellControls &controls)
+        : m_session(session)
+        , m_controls(controls)
+    {
+    }
+
+    void cmdShowDb_Click();
+    void lstDb_Click();
+
+private:
+    void resetGrids();
+    void listTables();
+    void listRoutines(const QString &statement, const QString &tag);
+    void showStatus();
+
+    Session &m_session;
+    TarnwellControls &m_controls;
+};
+
+// The kind tag of an object by what "show create table" answers: empty when it answers nothing.
+QString objectTag(Connection &connection, const QString &database, const QString &name);

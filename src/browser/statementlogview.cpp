@@ -1,0 +1,99 @@
+#include "browser/statementlogview.h"
+
+#include "controls/flexgrid.h"
+
+#include <QHBoxLayout>
+#include <QHeaderView>
+#include <QPushButton>
+#include <QTimer>
+#include <QVBoxLayout>
+
+#include <array>
+
+namespace {
+
+constexpr int statementColumn = 3;
+
+std::array<std::string, 4> cellsOf(const LoggedStatement &entry)
+{
+    const QString outcome = !entry.error.isEmpty() ? entry.error
+                            : entry.rows < 0       ? QStringLiteral("OK")
+                                                   : QStringLiteral("%1 行").arg(entry.rows);
+    return {entry.time.toString(QStringLiteral("HH:mm:ss.zzz")).toStdString(),
+            QString::number(static_cast<double>(entry.microseconds) / 1000, 'f', 2).toStdString(),
+            outcome.toStdString(), entry.statement.toStdString()};
+}
+
+} // namespace
+
+StatementLogView::StatementLogView(std::shared_ptr<StatementLog> log, QWidget *parent)
+    : QWidget(parent)
+    , m_log(std::move(log))
+    , m_grid(new FlexGrid)
+    , m_timer(new QTimer(this))
+{
+    setObjectName(QStringLiteral("statementLog"));
+    m_grid->setObjectName(QStringLiteral("statementLogGrid"));
+    m_grid->setAccessibleName(QStringLiteral("送信した文の記録"));
+    auto *toConsole = new QPushButton(QStringLiteral("コンソールへ"));
+    toConsole->setObjectName(QStringLiteral("statementLogToConsole"));
+    toConsole->setToolTip(QStringLiteral("選択した文をSQLコンソールに写します"));
+    auto *clear = new QPushButton(QStringLiteral("記録を消す"));
+    clear->setObjectName(QStringLiteral("statementLogClear"));
+    auto *buttons = new QHBoxLayout;
+    buttons->addStretch(1);
+    buttons->addWidget(toConsole);
+    buttons->addWidget(clear);
+    auto *layout = new QVBoxLayout(this);
+    layout->setContentsMargins({});
+    layout->addWidget(m_grid);
+    layout->addLayout(buttons);
+
+    connect(toConsole, &QPushButton::clicked, this, &StatementLogView::sendToConsole);
+    connect(clear, &QPushButton::clicked, this, [this] {
+        m_log->clear();
+        refresh();
+    });
+    m_timer->setInterval(250);
+    connect(m_timer, &QTimer::timeout, this, &StatementLogView::refresh);
+}
+
+void StatementLogView::showEvent(QShowEvent *event)
+{
+    QWidget::showEvent(event);
+    refresh();
+    m_timer->start();
+}
+
+void StatementLogView::hideEvent(QHideEvent *event)
+{
+    QWidget::hideEvent(event);
+    m_timer->stop();
+}
+
+void StatementLogView::refresh()
+{
+    if (m_shownRevision == m_log->revision())
+        return;
+    m_shownRevision = m_log->revision();
+    const RedrawOff redrawOff(*m_grid);
+    m_grid->setFields({{QStringLiteral("時刻"), FieldKind::Text},
+                       {QStringLiteral("ms"), FieldKind::Number},
+                       {QStringLiteral("結果"), FieldKind::Text},
+                       {QStringLiteral("文"), FieldKind::Text}});
+    for (const LoggedStatement &entry : m_log->entries()) {
+        const std::array<std::string, 4> texts = cellsOf(entry);
+        std::array<Cell, 4> cells;
+        for (std::size_t i = 0; i < cells.size(); ++i)
+            cells[i].bytes = texts[i];
+        m_grid->appendRow(cells);
+    }
+    m_grid->scrollToBottom();
+}
+
+void StatementLogView::sendToConsole()
+{
+    const QModelIndex current = m_grid->currentIndex();
+    if (current.isValid())
+        Q_EMIT statementChosen(m_grid->text(current.row(), statementColumn));
+}

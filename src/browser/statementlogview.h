@@ -1,0 +1,34 @@
+#pragma once
+
+#include "core/statementlog.h"
+
+#include <QWidget>
+
+class FlexGrid;
+class QTimer;
+
+// The log of statements below the main window: time, duration, rows or error, text. Looks for news only
+// while it is shown.
+class StatementLogView : public QWidget {
+    Q_OBJECT
+
+public:
+    StatementLogView(std::shared_ptr<StatementLog> log, QWidget *parent = nullptr);
+
+Q_SIGNALS:
+    // The user wants this statement in the console.
+    void statementChosen(const QString &statement);
+
+protected:
+    void showEvent(QShowEvent *event) override;
+    void hideEvent(QHideEvent *event) override;
+
+private:
+    void refresh();
+    void sendToConsole();
+
+    std::shared_ptr<StatementLog> m_log;
+    FlexGrid *m_grid;
+    QTimer *m_timer;
+    std::uint64_t m_shownRevision = 0;
+};

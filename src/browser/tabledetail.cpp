@@ -1,0 +1,133 @@
+#include "browser/tabledetail.h"
+
+#include "browser/fieldrecords.h"
+#include "browser/frmTarnwellControls.h"
+#include "core/listitem.h"
+#include "core/statements.h"
+#include "maintenance/routines.h"
+
+QString TableDetail::statement(const char *start, const QString &name) const
+{
+    return QLatin1String(start) + qualifiedName(m_session.gDbName, name) + u';';
+}
+
+void TableDetail::lstTables_Click()
+{
+    TarnwellControls &c = m_controls;
+    c.optTP[0]->setChecked(true);
+    c.lblPreTable->setText(QStringLiteral("1"));
+    const QString name = ListItem::required(c.lstTables->currentText()).name;
+    if (c.lstDb->currentText().isEmpty())
+        return;
+    c.lblCkTableName->setText(name);
+    m_session.gOldFields.assign(1, {});
+    c.txtField->setContents({});
+    for (FlexGrid *grid : {c.flGrid_Field, c.flGrid_Index, c.flGrid_Status, c.flGrid_Data})
+        grid->clearGrid();
+    sProgressBar(*c.picStatus, 0);
+
+    try {
+        showFields(name);
+    } catch (const SqlError &) {
+        // Nothing else can be done with it, but it must stay possible to drop it.
+        c.lblTableName->setText(name.trimmed());
+        c.cmdDropTable->setEnabled(true);
+        for (QWidget *command : {c.cmdCreateTable, c.cmdInOut, c.cmdDataGet})
+            command->setEnabled(false);
+        throw;
+    }
+    showCreateText(name);
+    showStatus(name);
+    c.lblTableName->setText(name.trimmed());
+    c.cmdDropTable->setEnabled(true);
+    c.cmdCreateTable->setEnabled(true);
+    c.cmdInOut->setEnabled(m_session.gIsLocalServer);
+    c.cmdDataGet->setEnabled(true);
+    sIndex_show();
+}
+
+void TableDetail::showFields(const QString &name)
+{
+    const RedrawOff redrawOff(*m_controls.flGrid_Field);
+    RecordSet rows = m_session.connection().execute(statement("show full fields from ", name));
+    if (!rows.isOpen())
+        return;
+    m_controls.flGrid_Field->setFields(rows.fields());
+    std::vector<Cell> shown;
+    for (; !rows.isEof(); rows.moveNext()) {
+        shown.assign(rows.cells().begin(), rows.cells().end());
+        m_session.gOldFields.push_back(fieldRecord(rows.fields(), shown));
+        for (Cell &cell : shown)
+            cell.isNull = false; // this grid shows a NULL as nothing
+        m_controls.flGrid_Field->appendRow(shown);
+    }
+}
+
+void TableDetail::showCreateText(const QString &name)
+{
+    RecordSet rows = m_session.connection().execute(statement("show create table ", name));
+    if (!rows.isOpen() || rows.isEof() || rows.fieldCount() < 2)
+        return;
+    const QString kind = rows.fieldName(0).trimmed();
+    const QString text = shownCreateText(kind, rows.text(1));
+    if (kind == u"Table")
+        m_controls.lblEditName->setText(QStringLiteral("編集ﾃｰﾌﾞﾙ:"));
+    else if (kind == u"View")
+        m_controls.lblEditName->setText(QStringLiteral("編集VIEW:"));
+    m_controls.txtField->setContents(text);
+    m_controls.lblCreateTable->setText(text);
+}
+
+void TableDetail::showStatus(const QString &name)
+{
+    FlexGrid &grid = *m_controls.flGrid_Status;
+    const RedrawOff redrawOff(grid);
+    RecordSet rows =
+        m_session.connection().execute(QStringLiteral("show table status from `%1`;").arg(m_session.gDbName));
+    if (!rows.isOpen())
+        return;
+    grid.setFields(rows.fields());
+    for (; !rows.isEof(); rows.moveNext())
+        if (rows.text(QStringLiteral("Name")) == name)
+            grid.appendRow(rows.cells());
+}
+
+void TableDetail::sIndex_show()
+{
+    fillGrid(*m_controls.flGrid_Index,
+             m_session.connection().execute(statement("show index from ", m_controls.lblTableName->text())));
+}
+
+void TableDetail::optField_Click(int index)
+{
+    TarnwellControls &c = m_controls;
+    c.txtField->setVisible(index == 0);
+    c.fieldView->setVisible(index == 1);
+    c.flGrid_Status->setVisible(index == 2);
+    c.flGrid_Data->setVisible(index == 3);
+    c.lblRecordCount->setVisible(index == 3);
+}
+
+void TableDetail::lstProcFunc_Click()
+{
+    TarnwellControls &c = m_controls;
+    c.optTP[1]->setChecked(true);
+    const ListItem item = ListItem::required(c.lstProcFunc->currentText());
+    const bool isProcedure = item.tag == u"[PROC]";
+    const QString database = c.lstDb->currentText();
+    if (database.isEmpty())
+        return;
+    c.lblEditProcName->setText(isProcedure ? QStringLiteral("編集Proc：") : QStringLiteral("編集Func："));
+    c.lblProcName->setText(item.name);
+    RecordSet rows = m_session.connection().execute(routineShowStatement(item.tag, database, item.name));
+    QString text;
+    // A NULL stands for a definition that this account may not read.
+    if (rows.isOpen() && !rows.isEof() && rows.fieldCount() > 2 && !rows.isNull(2))
+        text = shownRoutineText(rows.text(2));
+    c.lblCreateProc->setText(text);
+    c.txtProc->setContents(text);
+    if (!text.isEmpty()) {
+        c.cmdDropProc->setEnabled(true);
+        c.cmdCreateProc->setEnabled(true);
+    }
+}

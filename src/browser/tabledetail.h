@@ -1,0 +1,30 @@
+#pragma once
+
+#include "core/session.h"
+
+struct TarnwellControls;
+
+// The chosen table or view in the detail pane, and the chosen routine. All throw SqlError; the pane
+// keeps what was filled before the failing step.
+class TableDetail {
+public:
+    TableDetail(Session &session, TarnwellControls &controls)
+        : m_session(session)
+        , m_controls(controls)
+    {
+    }
+
+    void lstTables_Click();
+    void lstProcFunc_Click();
+    void sIndex_show();
+    void optField_Click(int index);
+
+private:
+    void showFields(const QString &name);
+    void showCreateText(const QString &name);
+    void showStatus(const QString &name);
+    QString statement(const char *start, const QString &name) const;
+
+    Session &m_session;
+    TarnwellControls &m_controls;
+};

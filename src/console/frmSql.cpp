@@ -1,0 +1,392 @@
+#include "console/frmSql.h"
+
+#include "console/explain.h"
+#include "console/frmTextEditer.h"
+#include "controls/activation.h"
+#include "controls/fontscaling.h"
+#include "controls/widgetdialogue.h"
+#include "controls/windowpump.h"
+#include "core/basconnection.h"
+#include "core/statements.h"
+
+#include <QCloseEvent>
+#include <QShortcut>
+#include <QSignalBlocker>
+#include <QTimer>
+
+#include <new>
+
+namespace {
+
+const QString interrupted = QStringLiteral("処理を中断しました");
+constexpr char delimiters[] = {' ', '\t', '|', ',', ':', ';'}; // in the order of cboDelimiter
+
+bool isOne(const QString &setting)
+{
+    return setting == u"1";
+}
+
+QString setting(bool isOn)
+{
+    return isOn ? QStringLiteral("1") : QStringLiteral("0");
+}
+
+} // namespace
+
+// Something on the stack uses the window while events run: the window must not go away beneath it.
+class frmSql::Operation {
+public:
+    explicit Operation(frmSql &window)
+        : m_window(window)
+    {
+        ++m_window.m_operations;
+    }
+    ~Operation()
+    {
+        if (--m_window.m_operations == 0 && m_window.m_closesWhenIdle)
+            QMetaObject::invokeMethod(&m_window, &QWidget::close, Qt::QueuedConnection);
+    }
+    Operation(const Operation &) = delete;
+    Operation &operator=(const Operation &) = delete;
+
+private:
+    frmSql &m_window;
+};
+
+// What the window shows while a statement runs.
+class frmSql::RunningState {
+public:
+    explicit RunningState(frmSql &window)
+        : m_window(window)
+    {
+        m_window.setCursor(Qt::WaitCursor);
+        m_window.c.cmdStop->setEnabled(true);
+        m_window.c.cmdExec->setEnabled(false);
+        m_window.setRunFlag(true);
+    }
+    ~RunningState()
+    {
+        m_window.c.lblRecordCount->setText(QString::number(m_window.m_run.rowCount()));
+        m_window.c.cmdStop->setEnabled(false);
+        m_window.c.cmdExec->setEnabled(true);
+        m_window.setRunFlag(false);
+        m_window.unsetCursor();
+    }
+    RunningState(const RunningState &) = delete;
+    RunningState &operator=(const RunningState &) = delete;
+
+private:
+    frmSql &m_window;
+};
+
+frmSql::frmSql(Session &session, std::function<bool()> connect, std::unique_ptr<Dialogue> dialogue)
+    : m_session(session)
+    , m_connect(std::move(connect))
+    , m_dialogue(dialogue ? std::move(dialogue) : std::make_unique<WidgetDialogue>(this, DialogueParts{}))
+    , c(this)
+    , m_variables(session, *c.lstVariablename, *c.lstVariable, *c.txtVariablename)
+    , m_run(session, {*c.flgrid_Record, *c.txtRecord,
+                      [this](qint64 count) { c.lblRecordCount->setText(QString::number(count)); }})
+    , m_completion(session, *c.txtSql)
+    , m_history(session.programFolder + QStringLiteral("/history.json"))
+    , m_fonts(new FontScaling(this))
+{
+    setObjectName(QStringLiteral("frmSql"));
+    setWindowTitle(QStringLiteral("ｸｴﾘ実行"));
+    setAttribute(Qt::WA_DeleteOnClose);
+    m_fonts->setObjectName(QStringLiteral("AutoResize1"));
+    c.cmdStop->setEnabled(false);
+    c.cmdStop->setCursor(Qt::ArrowCursor);
+    setStopsRunningCommand(c.cmdStop, true);
+    setRunFlag(false);
+    connectControls();
+    addKeys();
+    Form_Load();
+    c.txtSql->setFocus();
+}
+
+frmSql::~frmSql()
+{
+    Form_Unload();
+}
+
+bool frmSql::isRunning() const
+{
+    return c.cmdExec->property("tag").toString() == u"True";
+}
+
+void frmSql::setRunFlag(bool isOn)
+{
+    c.cmdExec->setProperty("tag", isOn ? QStringLiteral("True") : QStringLiteral("False"));
+}
+
+void frmSql::connectControls()
+{
+    connect(c.cmdExec, &QPushButton::clicked, this, &frmSql::cmdExec_Click);
+    connect(c.cmdStop, &QPushButton::clicked, this, &frmSql::cmdStop_Click);
+    connect(c.cmdAnalyze, &QPushButton::clicked, this, &frmSql::cmdAnalyze_Click);
+    connect(c.cmdVariable, &QPushButton::clicked, this, &frmSql::cmdVariable_Click);
+    connect(c.txtVariablename, &QLineEdit::returnPressed, this, &frmSql::cmdVariable_Click);
+    connect(c.cmdVariabl, &QPushButton::clicked, this, &frmSql::cmdVariabl_Click);
+    connect(c.cmdFolder, &QPushButton::clicked, this, &frmSql::cmdFolder_Click);
+    connect(c.cmdEditer, &QPushButton::clicked, this, &frmSql::cmdEditer_Click);
+    connect(c.ckNoTextNoGrid, &QCheckBox::toggled, this, &frmSql::ckNoTextNoGrid_Click);
+    connect(c.ckMemo[0], &QCheckBox::toggled, this, &frmSql::ckNoTextNoGrid_Click);
+    connect(c.optFont[1], &QRadioButton::toggled, this, &frmSql::optFont_Click);
+    for (QRadioButton *choice : c.optRecord)
+        connect(choice, &QRadioButton::toggled, this, &frmSql::showView);
+    // At once, not only when the console closes: an activation chooses what the session says.
+    connect(c.cboDelimiter, &QComboBox::currentIndexChanged, this,
+            [this] { m_session.gDelimiter = c.cboDelimiter->currentText(); });
+    connect(c.txtSql, &StatementBox::refused, this,
+            [this](const QString &description) { m_dialogue->refuse(description); });
+    c.txtError->installEventFilter(this);
+    connect(new WindowActivation(this), &WindowActivation::activated, this, &frmSql::Form_Activate);
+}
+
+void frmSql::addKeys()
+{
+    for (const auto &[keys, button] : std::initializer_list<std::pair<QList<QKeySequence>, QPushButton *>>{
+             {{Qt::Key_F5, Qt::CTRL | Qt::Key_Return, Qt::CTRL | Qt::Key_Enter}, c.cmdExec},
+             {{Qt::SHIFT | Qt::Key_F5}, c.cmdStop},
+             {{Qt::Key_F6}, c.cmdAnalyze},
+             {{Qt::Key_F7}, c.cmdVariabl}}) {
+        for (const QKeySequence &key : keys)
+            connect(new QShortcut(key, this), &QShortcut::activated, button, &QPushButton::click);
+    }
+    for (std::size_t i = 0; i < c.optRecord.size(); ++i)
+        c.optRecord[i]->setShortcut(Qt::CTRL | static_cast<Qt::Key>(Qt::Key_1 + static_cast<int>(i)));
+
+    const auto onStatement = [this](QKeyCombination key, auto action) {
+        connect(new QShortcut(key, c.txtSql, nullptr, nullptr, Qt::WidgetShortcut), &QShortcut::activated,
+                this, action);
+    };
+    onStatement(Qt::CTRL | Qt::Key_Space, [this] {
+        const bool canReadNames = m_operations == 0 && !(m_session.gCn && m_session.gCn->isBusy());
+        const Operation operation(*this);
+        m_completion.offer(canReadNames);
+    });
+    onStatement(Qt::ALT | Qt::Key_Up, [this] { showHistory(m_history.older(c.txtSql->contents())); });
+    onStatement(Qt::ALT | Qt::Key_Down, [this] { showHistory(m_history.newer()); });
+}
+
+void frmSql::Form_Load()
+{
+    c.ckMemo[0]->setChecked(isOne(m_session.gMemo1));
+    c.ckMemo[1]->setChecked(isOne(m_session.gMemo2));
+    c.ckNoTextNoGrid->setChecked(isOne(m_session.gNoTextNoGrid));
+    ckNoTextNoGrid_Click();
+    c.optFont[m_session.gFont != u"0" ? 1 : 0]->setChecked(true);
+    c.optRecord[1]->setChecked(true);
+    chooseDelimiter();
+    m_variables.load();
+    m_session.gSqlOpen = true;
+    m_isLoaded = true;
+}
+
+void frmSql::Form_Activate()
+{
+    if (isRunning())
+        return;
+    // The connection cannot be replaced beneath a statement of another window: a moment later it can.
+    if (m_operations > 0 || (m_session.gCn && m_session.gCn->isBusy())) {
+        QTimer::singleShot(200, this, [this] {
+            if (isActiveWindow())
+                Form_Activate();
+        });
+        return;
+    }
+    const Operation operation(*this);
+    c.lblState->setText(QStringLiteral("接続中･･･"));
+    m_completion.forgetNames();
+    if (m_connect()) {
+        showState();
+        chooseDelimiter();
+        return;
+    }
+    c.lblState->setText(QStringLiteral("接続失敗･･･"));
+    m_dialogue->refuse(QStringLiteral("接続失敗"));
+}
+
+void frmSql::showState()
+{
+    if (m_session.gDsn != noDataSource())
+        c.lblState->setText(m_session.gDsn + QStringLiteral(":接続OK"));
+    else if (m_session.gDbName.isEmpty())
+        c.lblState->setText(QStringLiteral("ﾃﾞｰﾀﾍﾞｰｽが選択されていません。"));
+    else
+        c.lblState->setText(m_session.gDbName + QStringLiteral(":接続OK"));
+}
+
+void frmSql::chooseDelimiter()
+{
+    const QSignalBlocker quiet(c.cboDelimiter);
+    c.cboDelimiter->setCurrentIndex(std::max(0, c.cboDelimiter->findText(m_session.gDelimiter)));
+}
+
+void frmSql::Form_Unload()
+{
+    if (!std::exchange(m_isLoaded, false))
+        return;
+    m_session.gNoTextNoGrid = setting(c.ckNoTextNoGrid->isChecked());
+    m_session.gMemo1 = setting(c.ckMemo[0]->isChecked());
+    m_session.gMemo2 = setting(c.ckMemo[1]->isChecked());
+    m_session.gFont = setting(!c.optFont[0]->isChecked());
+    m_session.gDelimiter = c.cboDelimiter->currentText();
+    m_variables.keep();
+    cmdStop_Click();
+    m_session.gSqlOpen = false;
+    Q_EMIT unloaded();
+}
+
+void frmSql::closeEvent(QCloseEvent *event)
+{
+    if (m_operations > 0) {
+        event->ignore();
+        closeWhenIdle();
+        return;
+    }
+    Form_Unload();
+    QWidget::closeEvent(event);
+}
+
+void frmSql::closeWhenIdle()
+{
+    if (m_operations == 0) {
+        close();
+        return;
+    }
+    m_closesWhenIdle = true;
+    cmdStop_Click();
+}
+
+bool frmSql::isStatementMissing()
+{
+    if (!c.txtSql->contents().trimmed().isEmpty())
+        return false;
+    m_dialogue->inform(QStringLiteral("SQL文を入力してください。"));
+    return true;
+}
+
+void frmSql::cmdExec_Click()
+{
+    if (isRunning())
+        return;
+    const Operation operation(*this);
+    c.txtError->clear();
+    if (isStatementMissing())
+        return;
+    m_history.add(trimmedBlanks(c.txtSql->contents()));
+    const RunningState running(*this);
+    execute();
+}
+
+void frmSql::execute()
+{
+    QString description;
+    try {
+        const ConsoleRun::Result result = m_run.execute(request());
+        if (result == ConsoleRun::Result::NoRows)
+            m_dialogue->inform(QStringLiteral("正常終了"));
+        else if (!isRunning())
+            m_dialogue->inform(interrupted);
+        return;
+    } catch (const SqlError &error) {
+        description = error.description();
+    } catch (const std::bad_alloc &) {
+        description = QStringLiteral("メモリが不足しています。");
+    }
+    if (!isRunning()) {
+        m_dialogue->inform(interrupted);
+        return;
+    }
+    m_dialogue->refuse(description);
+    c.txtError->setPlainText(description);
+}
+
+RunRequest frmSql::request() const
+{
+    return {.statement = withLf(trimmedBlanks(c.txtSql->contents())),
+            .delimiter = delimiters[std::max(0, c.cboDelimiter->currentIndex())],
+            .isFileOnly = c.ckNoTextNoGrid->isChecked(),
+            .savesText = c.ckMemo[0]->isChecked(),
+            .opensEditor = c.ckMemo[1]->isChecked()};
+}
+
+void frmSql::cmdStop_Click()
+{
+    setRunFlag(false);
+    m_run.stop();
+}
+
+void frmSql::cmdAnalyze_Click()
+{
+    c.optRecord[2]->setChecked(true);
+    const Operation operation(*this);
+    if (!isStatementMissing())
+        explain(m_session, c.txtSql->contents(), *c.flgrid_ANALYZE);
+}
+
+void frmSql::cmdVariable_Click()
+{
+    m_variables.add();
+    cmdVariabl_Click();
+}
+
+void frmSql::cmdVariabl_Click()
+{
+    c.optRecord[3]->setChecked(true);
+    const Operation operation(*this);
+    m_variables.refresh();
+}
+
+void frmSql::cmdFolder_Click()
+{
+    const Operation operation(*this);
+    const QString folder =
+        m_dialogue->chooseFolder(QStringLiteral("保存先のﾌｫﾙﾀﾞを選択して下さい。"), m_session.gTextPath);
+    if (!folder.trimmed().isEmpty())
+        m_session.gTextPath = folder;
+}
+
+void frmSql::cmdEditer_Click()
+{
+    const Operation operation(*this);
+    frmTextEditer(m_session, this).exec();
+}
+
+// With the file alone, it is always written; the editor can open only what is saved.
+void frmSql::ckNoTextNoGrid_Click()
+{
+    const bool isFileOnly = c.ckNoTextNoGrid->isChecked();
+    if (isFileOnly)
+        for (QCheckBox *memo : c.ckMemo)
+            memo->setChecked(true);
+    c.ckMemo[0]->setEnabled(!isFileOnly);
+    c.ckMemo[1]->setEnabled(!isFileOnly && c.ckMemo[0]->isChecked());
+}
+
+void frmSql::optFont_Click()
+{
+    m_fonts->setNames(c.optFont[1]->isChecked() ? c.scaledNames() : QStringList());
+}
+
+void frmSql::showView()
+{
+    const auto views = c.views();
+    for (std::size_t i = 0; i < views.size(); ++i)
+        views[i]->setVisible(c.optRecord[i]->isChecked());
+}
+
+void frmSql::showHistory(const QString &statement)
+{
+    if (!statement.isNull())
+        c.txtSql->setContents(statement);
+}
+
+bool frmSql::eventFilter(QObject *watched, QEvent *event)
+{
+    if (watched == c.txtError && event->type() == QEvent::FocusIn)
+        c.txtError->selectAll();
+    return QWidget::eventFilter(watched, event);
+}

@@ -1,0 +1,64 @@
+#include "console/history.h"
+
+#include "core/statements.h"
+
+#include <QFile>
+#include <QJsonArray>
+#include <QJsonDocument>
+#include <QSaveFile>
+
+namespace {
+
+constexpr qsizetype mostStatements = 200;
+constexpr qsizetype longestStatement = 20000; // characters; longer ones come from files
+
+} // namespace
+
+History::History(QString path)
+    : m_path(std::move(path))
+{
+    QFile file(m_path);
+    if (file.open(QIODevice::ReadOnly))
+        for (const QJsonValue &value : QJsonDocument::fromJson(file.readAll()).array())
+            m_statements << value.toString();
+    m_place = m_statements.size();
+}
+
+void History::add(const QString &statement)
+{
+    if (!holdsPassword(statement) && statement.size() <= longestStatement) {
+        m_statements.removeAll(statement);
+        m_statements << statement;
+        while (m_statements.size() > mostStatements)
+            m_statements.removeFirst();
+        save();
+    }
+    m_place = m_statements.size();
+}
+
+QString History::older(const QString &draft)
+{
+    if (m_place == m_statements.size())
+        m_draft = draft;
+    // What was just run still stands in the box: the step goes past it.
+    if (m_place > 0 && m_place == m_statements.size() && m_statements.last() == draft)
+        --m_place;
+    return m_place > 0 ? m_statements[--m_place] : QString();
+}
+
+QString History::newer()
+{
+    if (m_place >= m_statements.size())
+        return {};
+    return ++m_place < m_statements.size() ? m_statements[m_place] : m_draft;
+}
+
+void History::save() const
+{
+    QSaveFile file(m_path);
+    if (!file.open(QIODevice::WriteOnly))
+        return;
+    file.setPermissions(QFile::ReadOwner | QFile::WriteOwner);
+    file.write(QJsonDocument(QJsonArray::fromStringList(m_statements)).toJson());
+    file.commit();
+}

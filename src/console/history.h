@@ -1,0 +1,26 @@
+#pragma once
+
+#include <QString>
+#include <QStringList>
+
+// The statements that were run, oldest first, kept in a file of their own over restarts. None that holds a
+// password is ever taken in. A file that cannot be read or written costs the history, nothing else.
+class History {
+public:
+    explicit History(QString path);
+
+    void add(const QString &statement);
+    // One step back; `draft` is what stands in the box and comes back after the newest step forward.
+    // A null text: there is none further.
+    QString older(const QString &draft);
+    QString newer();
+    const QStringList &statements() const { return m_statements; }
+
+private:
+    void save() const;
+
+    QString m_path;
+    QStringList m_statements;
+    QString m_draft;
+    qsizetype m_place = 0; // of the statement last shown; size(): the draft
+};

@@ -1,0 +1,24 @@
+#pragma once
+
+#include "core/recordset.h"
+
+#include <string>
+#include <string_view>
+
+// The delimited lines of a result, in UTF-8, each ended by CR LF.
+class ResultLines {
+public:
+    explicit ResultLines(char delimiter)
+        : m_delimiter(delimiter)
+    {
+    }
+
+    // The names, and below them a rule as long as the names' line has bytes in the ANSI code page.
+    std::string header(const std::vector<Field> &fields) const;
+    // A NULL is "NULL". Valid until the next call.
+    std::string_view row(std::span<const Cell> cells);
+
+private:
+    char m_delimiter;
+    std::string m_line;
+};

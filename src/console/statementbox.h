@@ -1,0 +1,26 @@
+#pragma once
+
+#include "controls/sqltextbox.h"
+
+// The console's statement box: a file or text dropped on it replaces what it holds.
+class StatementBox : public SqlTextBox {
+    Q_OBJECT
+
+public:
+    explicit StatementBox(QWidget *parent = nullptr)
+        : SqlTextBox(parent)
+    {
+    }
+
+Q_SIGNALS:
+    // A dropped file could not be read; in the system's words.
+    void refused(const QString &description);
+
+protected:
+    void dragEnterEvent(QDragEnterEvent *event) override;
+    void dragMoveEvent(QDragMoveEvent *event) override;
+    void dropEvent(QDropEvent *event) override;
+
+private:
+    void load(const QString &path);
+};

@@ -1,0 +1,86 @@
+#include "console/uservariables.h"
+
+#include "controls/chosenlist.h"
+#include "core/statements.h"
+
+#include <QKeyEvent>
+#include <QLineEdit>
+#include <QSignalBlocker>
+
+UserVariables::UserVariables(Session &session, ChosenList &lstVariablename, ChosenList &lstVariable,
+                             QLineEdit &txtVariablename)
+    : m_session(session)
+    , m_names(lstVariablename)
+    , m_values(lstVariable)
+    , m_name(txtVariablename)
+{
+    connect(&m_names, &ChosenList::chosen, this, [this] {
+        m_name.setText(m_names.currentText());
+        m_values.setCurrentRow(m_names.currentRow());
+    });
+    connect(&m_values, &ChosenList::chosen, this, [this] { m_names.setCurrentRow(m_values.currentRow()); });
+    m_names.installEventFilter(this);
+    m_values.installEventFilter(this);
+}
+
+void UserVariables::load()
+{
+    m_names.clearItems();
+    for (const variablename &variable : m_session.gVariables)
+        m_names.appendItem(variable.strVariableName);
+}
+
+void UserVariables::keep() const
+{
+    m_session.gVariables.clear();
+    for (const QString &name : m_names.texts())
+        m_session.gVariables.push_back({name});
+}
+
+void UserVariables::add()
+{
+    m_names.appendItem(m_name.text().remove(u'@'));
+}
+
+void UserVariables::refresh()
+{
+    m_values.clearItems();
+    QString list;
+    for (const QString &name : m_names.texts())
+        list += u'@' + name + u',';
+    if (list.isEmpty())
+        return;
+    RecordSet &rows = m_session.gRs;
+    try {
+        rows = m_session.connection().execute(QStringLiteral("select ") + cutAtLastComma(list));
+        if (!rows.isEof())
+            for (int i = 0; i < rows.fieldCount(); ++i)
+                m_values.appendItem(rows.text(i));
+    } catch (const SqlError &) {
+        // A name that is none: the user sees it in the list.
+    }
+    rows.close();
+}
+
+bool UserVariables::eventFilter(QObject *watched, QEvent *event)
+{
+    if (event->type() == QEvent::KeyPress) {
+        const auto *key = static_cast<QKeyEvent *>(event);
+        const auto held = key->modifiers() & ~Qt::KeyboardModifiers(Qt::KeypadModifier);
+        if (key->key() == Qt::Key_Delete && held == Qt::NoModifier) {
+            remove(static_cast<ChosenList *>(watched)->currentRow());
+            return true;
+        }
+    }
+    return QObject::eventFilter(watched, event);
+}
+
+void UserVariables::remove(int line)
+{
+    if (line < 0)
+        return;
+    const QSignalBlocker quietNames(m_names);
+    const QSignalBlocker quietValues(m_values);
+    delete m_names.takeItem(line);
+    delete m_values.takeItem(line);
+}

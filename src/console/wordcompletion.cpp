@@ -1,0 +1,78 @@
+#include "console/wordcompletion.h"
+
+#include "controls/sqltextbox.h"
+
+#include <algorithm>
+
+namespace {
+
+bool isPartOfName(QChar character)
+{
+    return character.isLetterOrNumber() || character == u'_' || character == u'$';
+}
+
+QString nameBeforeCursor(const SqlTextBox &box)
+{
+    int line = 0;
+    int column = 0;
+    box.getCursorPosition(&line, &column);
+    const QString text = box.text(line).left(column);
+    qsizetype from = text.size();
+    while (from > 0 && isPartOfName(text[from - 1]))
+        --from;
+    return text.mid(from);
+}
+
+} // namespace
+
+WordCompletion::WordCompletion(Session &session, SqlTextBox &box)
+    : m_session(session)
+    , m_box(box)
+{
+    m_box.SendScintilla(QsciScintilla::SCI_AUTOCSETIGNORECASE, 1);
+    m_box.SendScintilla(QsciScintilla::SCI_AUTOCSETORDER, QsciScintilla::SC_ORDER_PERFORMSORT);
+    m_box.SendScintilla(QsciScintilla::SCI_AUTOCSETSEPARATOR, '\n');
+    m_box.SendScintilla(QsciScintilla::SCI_AUTOCSETMAXHEIGHT, 12);
+}
+
+void WordCompletion::offer(bool canReadNames)
+{
+    if (canReadNames && !m_hasNames)
+        readNames();
+    const QString begun = nameBeforeCursor(m_box);
+    const QStringList words = wordsFor(begun);
+    if (!words.isEmpty())
+        m_box.SendScintilla(QsciScintilla::SCI_AUTOCSHOW, static_cast<unsigned long>(begun.toUtf8().size()),
+                            words.join(u'\n').toUtf8().constData());
+}
+
+void WordCompletion::readNames()
+{
+    m_names.clear();
+    try {
+        RecordSet rows = m_session.connection().execute(
+            QStringLiteral("select table_name, column_name from information_schema.columns "
+                           "where table_schema = database()"));
+        for (; !rows.isEof(); rows.moveNext())
+            m_names << rows.text(0) << rows.text(1);
+        m_hasNames = true;
+    } catch (const SqlError &) {
+        // Without names there still are the words of the language; the next request asks again.
+    }
+}
+
+QStringList WordCompletion::wordsFor(const QString &begun) const
+{
+    const bool isUpper = !begun.isEmpty() && begun == begun.toUpper();
+    const QString keywords = QString::fromUtf8(m_box.lexer()->keywords(1));
+    QStringList words = (isUpper ? keywords.toUpper() : keywords).split(u' ', Qt::SkipEmptyParts);
+    words += m_names;
+    words.erase(std::remove_if(words.begin(), words.end(),
+                               [&](const QString &word) {
+                                   return !word.startsWith(begun, Qt::CaseInsensitive) ||
+                                          word.contains(u'\n');
+                               }),
+                words.end());
+    words.removeDuplicates();
+    return words;
+}

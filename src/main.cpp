@@ -1,0 +1,22 @@
+#include "browser/frmTarnwell.h"
+#include "controls/windowpump.h"
+#include "core/connect.h"
+
+#include <QApplication>
+
+int main(int argc, char *argv[])
+{
+    QApplication application(argc, argv);
+    QApplication::setApplicationName(QStringLiteral("Tarnwell"));
+    QApplication::setApplicationVersion(QStringLiteral(TARNWELL_VERSION));
+
+    WindowPump pump;
+    Session session;
+    session.programFolder = QApplication::applicationDirPath();
+    session.makeConnection = logged(
+        [&pump](const QString &connectionString) { return createConnection(connectionString, pump); },
+        session.statementLog);
+    frmTarnwell window(session, pump);
+    window.show();
+    return QApplication::exec();
+}

@@ -1,0 +1,70 @@
+#include "maintenance/createdrop.h"
+
+#include "core/statements.h"
+
+#include <optional>
+
+namespace {
+
+QString dropStatement(bool isView, const QString &object)
+{
+    return (isView ? QStringLiteral("drop view ") : QStringLiteral("drop table ")) + object;
+}
+
+// The statement that drops the object; nothing when it is neither table nor view, or not what the user wants.
+std::optional<QString> chosenDropStatement(CommandContext &context, const QString &object)
+{
+    QString kind;
+    RecordSet &rows = context.session.gRs;
+    try {
+        rows = context.session.connection().execute(QStringLiteral("show create table ") + object + u';');
+        if (!rows.isOpen() || rows.isEof())
+            return QString(); // the server's refusal of an empty statement tells the user
+        kind = trimmedBlanks(rows.fieldName(0));
+        rows.close();
+    } catch (const SqlError &) {
+        // A view whose tables are gone cannot be shown, but dropped.
+        return dropStatement(context.dialogue.ask(QStringLiteral("削除対象はVIEWですか？")), object);
+    }
+    if (kind == u"Table" || kind == u"View")
+        return dropStatement(kind == u"View", object);
+    context.dialogue.refuse(QStringLiteral("テーブルまたはＶＩＥＷではありません。"));
+    return std::nullopt;
+}
+
+} // namespace
+
+Outcome dropDatabase(CommandContext &context)
+{
+    const QString &item = context.selection.database;
+    if (trimmedBlanks(item).isEmpty()) {
+        context.dialogue.refuse(QStringLiteral("ﾃﾞｰﾀﾍﾞｰｽを選択して下さい。"));
+        return {};
+    }
+    // "削除しす" is deliberate: the message is known in this form.
+    const QString question = QStringLiteral("ﾃﾞｰﾀﾍﾞｰｽ(") + item + QStringLiteral(")を削除しす。");
+    if (!context.dialogue.confirm(question, Icon::Critical))
+        return {};
+    context.session.connection().execute(QStringLiteral("drop database `") + trimmedBlanks(item) +
+                                         QStringLiteral("`;"));
+    return {Reload::Databases};
+}
+
+Outcome dropTable(CommandContext &context)
+{
+    const QString &name = context.selection.lblTableName;
+    if (!context.dialogue.confirm(name + QStringLiteral("ﾃｰﾌﾞﾙを削除します。"), Icon::Critical))
+        return {};
+    try {
+        const auto statement = chosenDropStatement(context, qualifiedName(context.session.gDbName, name));
+        if (!statement)
+            return {};
+        context.session.connection().execute(*statement);
+    } catch (const SqlError &error) {
+        context.dialogue.setLastError(error.description(), true);
+        context.dialogue.refuse(QStringLiteral("削除に失敗しました。"));
+        return {};
+    }
+    context.dialogue.inform(QStringLiteral("削除しました。"));
+    return {Reload::Objects};
+}

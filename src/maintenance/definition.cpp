@@ -1,0 +1,126 @@
+#include "maintenance/definition.h"
+
+#include "core/sqlerror.h"
+#include "maintenance/exactsession.h"
+#include "maintenance/objectfile.h"
+
+#include <QDir>
+#include <QFile>
+#include <QRegularExpression>
+#include <QStringDecoder>
+
+#include <algorithm>
+#include <functional>
+
+namespace {
+
+[[noreturn]] void refuse(const QString &path, const QString &why)
+{
+    throw SqlError(QStringLiteral("ファイル「%1」からは復元できません。\r\n%2\r\n何も変更していません。")
+                       .arg(path, why));
+}
+
+// The file's ending may be written in capitals; the list has dropped it.
+QString definitionPath(const QString &folder, const QString &name)
+{
+    const QString usual = objectFile(folder, name, QStringLiteral(".frm"));
+    if (QFile::exists(usual))
+        return usual;
+    const QStringList files = QDir(folder).entryList(QDir::Files | QDir::Hidden);
+    for (const QString &file : files) {
+        if (file.size() == name.size() + 4 && file.startsWith(name) &&
+            file.endsWith(QStringLiteral(".frm"), Qt::CaseInsensitive))
+            return withSeparator(folder) + file;
+    }
+    refuse(usual, QStringLiteral("ファイルがありません。"));
+}
+
+QString readText(const QString &path)
+{
+    QFile file(path);
+    if (!file.open(QIODevice::ReadOnly))
+        refuse(path, file.errorString());
+    const QByteArray bytes = file.readAll();
+    QStringDecoder decoder(QStringDecoder::Utf8);
+    const QString text = decoder(bytes);
+    if (file.error() != QFile::NoError || decoder.hasError() || text.contains(QChar::Null))
+        refuse(path, QStringLiteral("定義のテキストではありません。"));
+    return text.trimmed();
+}
+
+bool matches(const QString &text, const QString &pattern)
+{
+    return QRegularExpression(pattern, QRegularExpression::DotMatchesEverythingOption).match(text).hasMatch();
+}
+
+// A file of which the server wrote less than it meant to ends within a line. Where it may be read by the
+// server alone, its being there must do.
+void checkRows(const QString &path)
+{
+    QFile file(path);
+    if (!file.exists())
+        refuse(path, QStringLiteral("行のファイルがありません。"));
+    if (!file.open(QIODevice::ReadOnly) || file.size() == 0)
+        return;
+    file.seek(file.size() - 1);
+    if (file.read(1) != "\n")
+        refuse(path, QStringLiteral("行のファイルが途中で終わっています。"));
+}
+
+Definition readDefinition(const QString &folder, const QString &name)
+{
+    const QString path = definitionPath(folder, name);
+    Definition definition{name, readText(path), false, {}};
+    const QString quoted = QRegularExpression::escape(quotedName(name));
+    const QString &text = definition.statement;
+
+    definition.isView =
+        matches(text, QStringLiteral("^CREATE [^`]*(`[^`]*`@`[^`]*` [^`]*)?VIEW %1 ").arg(quoted));
+    if (!definition.isView && !matches(text, QStringLiteral("^CREATE TABLE %1 \\(.*\\n\\)").arg(quoted)))
+        refuse(path, QStringLiteral("「%1」の定義(CREATE文)ではありません。").arg(name));
+    if (definition.isView) {
+        if (!matches(text, QStringLiteral(" AS .")))
+            refuse(path, QStringLiteral("ビュー「%1」の定義が途中で終わっています。").arg(name));
+        return definition;
+    }
+    definition.rowsPath = objectFile(folder, name, QStringLiteral(".dat"));
+    checkRows(definition.rowsPath);
+    return definition;
+}
+
+// Whether a view's text holds the name of one of the other views. A mere column of that name counts too: that
+// costs nothing but the order.
+bool readsAnyOf(const Definition &view, const std::vector<Definition> &others)
+{
+    return std::ranges::any_of(others, [&](const Definition &other) {
+        return other.name != view.name && view.statement.contains(quotedName(other.name));
+    });
+}
+
+// The server refuses a view of something that is not there yet.
+std::vector<Definition> inOrder(std::vector<Definition> definitions)
+{
+    const auto firstView =
+        std::ranges::stable_partition(definitions, std::logical_not(), &Definition::isView).begin();
+    std::vector<Definition> views(firstView, definitions.end());
+    definitions.erase(firstView, definitions.end());
+    while (!views.empty()) {
+        auto next =
+            std::ranges::find_if(views, [&](const Definition &view) { return !readsAnyOf(view, views); });
+        if (next == views.end())
+            next = views.begin();
+        definitions.push_back(*next);
+        views.erase(next);
+    }
+    return definitions;
+}
+
+} // namespace
+
+std::vector<Definition> readDefinitions(const RestoreChoice &choice)
+{
+    std::vector<Definition> definitions;
+    for (const QString &name : choice.names)
+        definitions.push_back(readDefinition(choice.folder, name));
+    return inOrder(std::move(definitions));
+}

@@ -1,0 +1,68 @@
+#include "maintenance/frmCreateDB.h"
+
+#include "controls/widgetdialogue.h"
+#include "core/statements.h"
+
+#include <QHBoxLayout>
+#include <QLabel>
+#include <QLineEdit>
+#include <QPushButton>
+#include <QVBoxLayout>
+
+frmCreateDB::frmCreateDB(QWidget *parent, Session &session, Dialogue &mainWindow)
+    : QDialog(parent)
+    , m_session(session)
+    , m_mainWindow(mainWindow)
+    , txtDatabase(new QLineEdit(this))
+{
+    setObjectName(QStringLiteral("frmCreateDB"));
+    setWindowTitle(QStringLiteral("Create Database"));
+    auto *label = new QLabel(QStringLiteral("Database名："), this);
+    label->setObjectName(QStringLiteral("Label1"));
+    label->setBuddy(txtDatabase);
+    txtDatabase->setObjectName(QStringLiteral("txtDatabase"));
+    txtDatabase->setMinimumWidth(fontMetrics().averageCharWidth() * 40);
+    auto *cmdOk = new QPushButton(QStringLiteral("OK"), this);
+    cmdOk->setObjectName(QStringLiteral("cmdOk"));
+    cmdOk->setDefault(true); // the Enter key in the box is a click here
+    auto *cmdCancel = new QPushButton(QStringLiteral("Cancel"), this);
+    cmdCancel->setObjectName(QStringLiteral("cmdCancel"));
+
+    auto *entry = new QHBoxLayout;
+    entry->addWidget(label);
+    entry->addWidget(txtDatabase, 1);
+    auto *buttons = new QHBoxLayout;
+    buttons->addStretch();
+    buttons->addWidget(cmdOk);
+    buttons->addWidget(cmdCancel);
+    auto *layout = new QVBoxLayout(this);
+    layout->addLayout(entry);
+    layout->addLayout(buttons);
+
+    connect(cmdOk, &QPushButton::clicked, this, &frmCreateDB::cmdOk_Click);
+    connect(cmdCancel, &QPushButton::clicked, this, &QDialog::reject);
+}
+
+void frmCreateDB::cmdOk_Click()
+{
+    const QString name = trimmedBlanks(txtDatabase->text());
+    WidgetDialogue dialogue(this, {});
+    if (name.isEmpty()) {
+        dialogue.inform(QStringLiteral("ﾃﾞｰﾀﾍﾞｰｽ名を入力してください。"));
+        return;
+    }
+    try {
+        const BusyPointer busy(dialogue);
+        m_session.connection().execute(QStringLiteral("create database `") + name + QStringLiteral("`;"));
+        accept();
+    } catch (const SqlError &error) {
+        // No box: the name stays for correction, and txtError has the server's words.
+        m_mainWindow.setLastError(error.description(), true);
+    }
+}
+
+void showCreateDatabase(QWidget *parent, Session &session, Dialogue &mainWindow)
+{
+    frmCreateDB dialog(parent, session, mainWindow);
+    dialog.exec();
+}

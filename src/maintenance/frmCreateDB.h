@@ -1,0 +1,27 @@
+#pragma once
+
+#include "core/session.h"
+
+#include <QDialog>
+
+class Dialogue;
+class QLineEdit;
+
+// Asks for a name and creates the database of that name; stays open until that worked or the user cancels.
+class frmCreateDB : public QDialog {
+    Q_OBJECT
+
+public:
+    // mainWindow: where the server's words are shown when it refuses; the box itself says nothing then.
+    frmCreateDB(QWidget *parent, Session &session, Dialogue &mainWindow);
+
+private:
+    void cmdOk_Click();
+
+    Session &m_session;
+    Dialogue &m_mainWindow;
+    QLineEdit *txtDatabase;
+};
+
+// cmdCreateDb. Modal; whatever was done, the list of databases is to be reloaded afterwards.
+void showCreateDatabase(QWidget *parent, Session &session, Dialogue &mainWindow);

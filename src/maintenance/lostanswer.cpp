@@ -1,0 +1,36 @@
+#include "maintenance/lostanswer.h"
+
+#include "core/basconnection.h"
+
+#include <utility>
+
+bool isAnswerLost(const Session &session, const SqlError &error)
+{
+    return error.isConnectionLost() || !session.gCn || !session.gCn->isOpen();
+}
+
+void reconnect(Session &session)
+{
+    auto connection = session.makeConnection(connectionStringOf(session));
+    connection->open();
+    connection->execute(QStringLiteral("use `") + session.gDbName + u'`');
+    session.gRs.close();
+    session.gCn = std::move(connection);
+}
+
+bool exists(Connection &connection, const QString &showCreateStatement)
+{
+    constexpr int noSuchTable = 1146;
+    constexpr int noSuchRoutine = 1305;
+    constexpr int brokenView = 1356;
+    try {
+        connection.execute(showCreateStatement);
+        return true;
+    } catch (const SqlError &error) {
+        if (error.number() == noSuchTable || error.number() == noSuchRoutine)
+            return false;
+        if (error.number() == brokenView)
+            return true;
+        throw;
+    }
+}

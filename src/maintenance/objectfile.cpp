@@ -1,0 +1,47 @@
+#include "maintenance/objectfile.h"
+
+#include "core/sqlerror.h"
+
+#include <QDir>
+#include <QSaveFile>
+
+namespace {
+
+[[noreturn]] void fail(const QString &path, const QString &why)
+{
+    throw SqlError(QStringLiteral("ファイル「%1」を作成できません。\r\n%2").arg(path, why));
+}
+
+} // namespace
+
+QString withSeparator(const QString &folder)
+{
+    return folder.endsWith(QDir::separator()) ? folder : folder + QDir::separator();
+}
+
+QString objectFile(const QString &folder, const QString &name, const QString &suffix)
+{
+    const QString path = withSeparator(folder) + name + suffix;
+    if (name.contains(u'/') || name.contains(QDir::separator()))
+        fail(path, QStringLiteral("ファイル名に使えない文字があります。"));
+    return path;
+}
+
+void writeWholeFile(const QString &path, const QByteArray &bytes)
+{
+    QSaveFile file(path);
+    if (!file.open(QIODevice::WriteOnly) || file.write(bytes) != bytes.size() || !file.commit())
+        fail(path, file.errorString());
+}
+
+void writeNewFile(const QString &path, const QByteArray &bytes)
+{
+    QFile file(path);
+    if (!file.open(QIODevice::WriteOnly | QIODevice::NewOnly))
+        fail(path, file.errorString());
+    if (file.write(bytes) == bytes.size() && file.flush())
+        return;
+    const QString why = file.errorString();
+    file.remove();
+    fail(path, why);
+}

@@ -1,0 +1,113 @@
+#include "maintenance/ownbackup.h"
+
+#include "maintenance/exactsession.h"
+#include "maintenance/objectfile.h"
+#include "maintenance/rowfile.h"
+
+#include <QFileInfo>
+
+namespace {
+
+struct BackupFiles {
+    QString definition, rows;
+};
+
+BackupFiles filesOf(const QString &folder, const QString &name)
+{
+    return {objectFile(folder, name, QStringLiteral(".frm")),
+            objectFile(folder, name, QStringLiteral(".dat"))};
+}
+
+void refuseExisting(const QString &path)
+{
+    const QFileInfo file(path);
+    if (file.exists() || file.isSymLink())
+        throw SqlError(QStringLiteral("ファイル「%1」は既に存在します。上書きはしません。").arg(path));
+}
+
+// The server words an ENUM value that is none of the column's as '', and takes no such text back.
+void refuseEnumErrors(Connection &connection, const QString &database, const QString &name)
+{
+    RecordSet rows = connection.execute(
+        QStringLiteral("SELECT COLUMN_NAME FROM information_schema.COLUMNS WHERE TABLE_SCHEMA=%1 AND "
+                       "TABLE_NAME=%2 AND DATA_TYPE='enum'")
+            .arg(quotedText(database), quotedText(name)));
+    QStringList tests;
+    for (; !rows.isEof(); rows.moveNext())
+        tests << quotedName(rows.text(0)) + QStringLiteral("+0=0");
+    rows.close();
+    if (tests.isEmpty())
+        return;
+    RecordSet found =
+        connection.execute(QStringLiteral("SELECT 1 FROM %1 WHERE %2 LIMIT 1")
+                               .arg(quotedName(database, name), tests.join(QStringLiteral(" OR "))));
+    if (!found.isEof())
+        throw SqlError(QStringLiteral("テーブル「%1」のENUM列に、列の定義に無い値があります。"
+                                      "元どおりに復元できないため、バックアップできません。")
+                           .arg(name));
+}
+
+void writeRows(Connection &connection, const QString &database, const QString &name, const QString &path)
+{
+    refuseEnumErrors(connection, database, name);
+    const auto columns = storedColumns(connection, database, name);
+    refuseExisting(path);
+    try {
+        connection.execute(writeRowsStatement(quotedName(database, name), columns, path));
+    } catch (const SqlError &error) {
+        constexpr int fileExists = 1086;
+        if (error.number() == fileExists || !QFileInfo::exists(path) || QFile::remove(path))
+            throw;
+        throw SqlError(error.description() +
+                           QStringLiteral("\r\n書きかけのファイル「%1」を削除できません。").arg(path),
+                       error.number(), error.state());
+    }
+}
+
+void backUpTable(Connection &connection, const QString &database, const QString &name,
+                 const BackupFiles &files)
+{
+    const ExactSession exact(connection, database);
+    const QString type = objectType(connection, database, name);
+    const bool isView = type == u"VIEW";
+    // A table with system versioning would lose its history, a sequence takes no rows.
+    if (!isView && type != u"BASE TABLE" && !type.isEmpty())
+        throw SqlError(QStringLiteral("「%1」(%2)はバックアップできません。").arg(name, type));
+
+    writeNewFile(files.definition, createText(connection, database, name).toUtf8());
+    if (isView)
+        return;
+    try {
+        writeRows(connection, database, name, files.rows);
+    } catch (const SqlError &) {
+        QFile::remove(files.definition);
+        throw;
+    }
+}
+
+} // namespace
+
+bool knowsBackupStatements(const ServerInfo &server)
+{
+    constexpr int firstWithout = 50500;
+    return server.number > 0 && server.number < firstWithout;
+}
+
+void backUpByProgram(CommandContext &context, const QString &database, const QStringList &names,
+                     const QString &folder)
+{
+    // Before the first file is made, so that a run that must stop leaves nothing behind.
+    for (const QString &name : names) {
+        const BackupFiles files = filesOf(folder, name);
+        refuseExisting(files.definition);
+        refuseExisting(files.rows);
+    }
+    const int total = static_cast<int>(names.size());
+    int current = 0;
+    context.dialogue.progress(total, current);
+    for (const QString &name : names) {
+        // Fetched for each table: window events between two may have closed the connection.
+        backUpTable(context.session.connection(), database, name, filesOf(folder, name));
+        context.dialogue.progress(total, ++current);
+    }
+}

@@ -1,0 +1,77 @@
+#include "maintenance/tablebatches.h"
+
+#include "core/statements.h"
+#include "maintenance/batch.h"
+
+#include <QDate>
+
+namespace {
+
+struct StatementBatch {
+    QString phrase;
+    QString (*statement)(const QString &database, const QString &name);
+    QString closing;
+};
+
+QString checkStatement(const QString &database, const QString &name)
+{
+    // The blank at the end belongs to the statement.
+    return QStringLiteral("check table ") + qualifiedName(database, name) + u' ';
+}
+
+QString optimizeStatement(const QString &database, const QString &name)
+{
+    return QStringLiteral("optimize table ") + qualifiedName(database, name);
+}
+
+QString repairStatement(const QString &database, const QString &name)
+{
+    return QStringLiteral("repair table ") + qualifiedName(database, name);
+}
+
+QString copyStatement(const QString &database, const QString &name)
+{
+    const QString stamp = QDate::currentDate().toString(QStringLiteral("_yy_MM_dd"));
+    const QString copy = qualifiedName(database, QStringLiteral("back_") + name + stamp);
+    return QStringLiteral("create table ") + copy + QStringLiteral(" select * from ") +
+           qualifiedName(database, name);
+}
+
+Outcome run(CommandContext &context, const StatementBatch &row)
+{
+    const QString database = context.session.gDbName;
+    Batch batch;
+    batch.phrase = row.phrase;
+    batch.eachTable = [&](const QString &name) {
+        context.dialogue.setTarget(name);
+        context.session.connection().execute(row.statement(database, name));
+    };
+    batch.closing = [&] { return row.closing; };
+    return runBatch(context, batch);
+}
+
+} // namespace
+
+Outcome checkTables(CommandContext &context)
+{
+    return run(context, {QStringLiteral("ﾃｰﾌﾞﾙの検査を行います。"), checkStatement,
+                         QStringLiteral("問題はありませんでした。")});
+}
+
+Outcome optimizeTables(CommandContext &context)
+{
+    return run(context, {QStringLiteral("ﾃｰﾌﾞﾙの最適化を行います。"), optimizeStatement,
+                         QStringLiteral("最適化しました。")});
+}
+
+Outcome repairTables(CommandContext &context)
+{
+    return run(context, {QStringLiteral("ﾃｰﾌﾞﾙの修復を行います。"), repairStatement,
+                         QStringLiteral("修復しました。")});
+}
+
+Outcome copyTables(CommandContext &context)
+{
+    return run(context, {QStringLiteral("ﾃｰﾌﾞﾙのﾃﾞｰﾀｺﾋﾟｰを行います。"), copyStatement,
+                         QStringLiteral("ﾃｰﾌﾞﾙをｺﾋﾟｰしました。")});
+}

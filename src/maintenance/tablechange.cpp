@@ -1,0 +1,221 @@
+#include "maintenance/tablechange.h"
+
+#include "core/statements.h"
+#include "maintenance/lostanswer.h"
+#include "maintenance/tablechangesettings.h"
+#include "maintenance/tablerecovery.h"
+#include "maintenance/viewchange.h"
+
+namespace {
+
+struct ObjectText {
+    ObjectKind kind = ObjectKind::Table; // also when the server gives no row
+    QString serverText;
+};
+
+ObjectText readObject(Session &session, const QString &name)
+{
+    ObjectText object;
+    RecordSet &rows = session.gRs;
+    rows = session.connection().execute(QStringLiteral("show create table ") +
+                                        qualifiedName(session.gDbName, name) + u';');
+    if (!rows.isOpen() || rows.isEof())
+        return object;
+    const QString kind = trimmedBlanks(rows.fieldName(0));
+    if (kind != u"Table")
+        object.kind = kind == u"View" ? ObjectKind::View : ObjectKind::Other;
+    if (rows.fieldCount() > 1 && !rows.isNull(1))
+        object.serverText = rows.text(1);
+    rows.close();
+    return object;
+}
+
+// Reads the old table's columns where the text says that there are special ones, or where gOldFields cannot
+// be all of them: a column that is missing there would lose its values.
+void completeOldColumns(Session &session, TableChange &change, bool wasLimited)
+{
+    std::vector<FieldRec> &fields = session.gOldFields;
+    const bool isComplete =
+        !wasLimited && columnCount(change.serverText) == static_cast<qsizetype>(fields.size()) - 1;
+    if (isComplete && !mayHaveSpecialColumns(change.serverText))
+        return;
+    RecordSet rows =
+        session.connection().execute(QStringLiteral("show full fields from ") + change.oldTable() + u';');
+    if (!isComplete)
+        fields.assign(1, FieldRec());
+    for (; !rows.isEof(); rows.moveNext()) {
+        const QString name = rows.text(QStringLiteral("Field"));
+        change.columns.add(name, rows.text(QStringLiteral("Extra")));
+        if (!isComplete)
+            fields.push_back({u' ' + name, {}, {}, {}, {}, {}, {}});
+    }
+}
+
+FieldRec fieldRecord(const RecordSet &rows)
+{
+    FieldRec record;
+    for (int i = 0; i < rows.fieldCount(); ++i) {
+        const QString &name = rows.fieldName(i);
+        const QString value = rows.isNull(i) ? QString() : rows.text(i);
+        if (name == u"Field")
+            record.Field = value;
+        else if (name == u"Type")
+            record.Type = value;
+        else if (name == u"Nul") // deliberate: the server's column is "Null", so the member stays empty
+            record.Null = value;
+        else if (name == u"Key")
+            record.Key = value;
+        else if (name == u"Default")
+            record.Default = value;
+        else if (name == u"Extra")
+            record.Extra = value;
+        else if (name == u"Privileges")
+            record.Privileges = value;
+    }
+    return record;
+}
+
+void readNewFields(Session &session, const TableChange &change)
+{
+    RecordSet &rows = session.gRs;
+    rows = session.connection().execute(QStringLiteral("show full fields from ") + change.newTable() + u';');
+    session.gNewFields.assign(1, FieldRec());
+    for (; !rows.isEof(); rows.moveNext())
+        session.gNewFields.push_back(fieldRecord(rows));
+    rows.close();
+}
+
+// Table 1 to table 6: the stage always says what is being tried.
+void rebuildTable(CommandContext &context, TableChange &change)
+{
+    Session &session = context.session;
+    change.stage = TableStage::Copying;
+    change.copy = copyName(change.database, change.oldName, QDateTime::currentDateTime());
+    context.dialogue.progress(5, 0);
+    SessionSettings settings(session.connection());
+    const bool wasLimited = settings.liftLimit();
+    change.triggers = readTriggers(session.connection(), change.database, change.oldName);
+    completeOldColumns(session, change, wasLimited);
+    session.connection().execute(copyStatement(change.copy, change.oldTable(), change.columns));
+
+    change.stage = TableStage::Dropping;
+    context.dialogue.progress(5, 1);
+    session.connection().execute(QStringLiteral("drop table ") + change.oldTable());
+
+    change.stage = TableStage::Creating;
+    context.dialogue.progress(5, 2);
+    session.connection().execute(
+        qualifiedCreateText(context.selection.txtField, change.database, change.newName));
+
+    change.stage = TableStage::Filling;
+    context.dialogue.progress(5, 3);
+    readNewFields(session, change);
+    if (const QString columns = commonColumns(session.gNewFields, session.gOldFields); !columns.isEmpty())
+        copyRows(session.connection(), fillStatement(change.newTable(), change.copy, columns),
+                 hasAutoIncrement(change.serverText));
+
+    change.stage = TableStage::DroppingCopy;
+    context.dialogue.progress(5, 4);
+    session.connection().execute(QStringLiteral("drop table ") + change.copy);
+    change.stage = TableStage::Done;
+    context.dialogue.progress(5, 5);
+}
+
+void replaceView(CommandContext &context, ViewChange &change)
+{
+    context.dialogue.progress(3, 0);
+    change.stage = ViewStage::Dropping;
+    context.dialogue.progress(3, 1);
+    context.session.connection().execute(QStringLiteral("drop view ") + change.view());
+    change.stage = ViewStage::Creating;
+    context.dialogue.progress(3, 2);
+    context.session.connection().execute(change.newText);
+    change.stage = ViewStage::Done;
+    context.dialogue.progress(3, 3);
+}
+
+void tellError(Dialogue &dialogue, const QString &error, const RecoveryReport &report)
+{
+    if (report.message.isEmpty())
+        return;
+    QStringList pieces{error, report.message, report.details};
+    pieces.removeAll(QString());
+    dialogue.setLastError(pieces.join(u'\n'), true);
+    dialogue.refuse(report.message);
+}
+
+template <class Recover>
+Outcome fail(CommandContext &context, const SqlError &error, const Recover &recover)
+{
+    const bool answerLost = isAnswerLost(context.session, error);
+    context.dialogue.setLastError(error.description(), true);
+    context.session.gRs.close();
+    context.dialogue.refuse(QStringLiteral("ﾃｰﾌﾞﾙの変更に失敗しました。"));
+    tellError(context.dialogue, error.description(), recover(answerLost));
+    context.dialogue.progressBar(0);
+    return {};
+}
+
+Outcome succeed(CommandContext &context, const RecoveryReport &afterwards = {})
+{
+    context.dialogue.progressBar(1);
+    context.session.gRs.close();
+    context.dialogue.inform(QStringLiteral("変更しました。"));
+    tellError(context.dialogue, {}, afterwards);
+    return {Reload::Objects};
+}
+
+Outcome changeView(CommandContext &context, const QString &serverText)
+{
+    ViewChange change;
+    change.database = context.session.gDbName;
+    change.name = context.selection.lblTableName;
+    change.newText = context.selection.txtField;
+    change.savedText = context.selection.lblCreateTable;
+    change.serverText = serverText;
+    try {
+        replaceView(context, change);
+    } catch (const SqlError &error) {
+        return fail(context, error,
+                    [&](bool isLost) { return recoverView(context.session, change, isLost); });
+    }
+    return succeed(context);
+}
+
+} // namespace
+
+Outcome changeTable(CommandContext &context)
+{
+    const Selection &selection = context.selection;
+    if (trimmedBlanks(selection.txtField).isEmpty()) {
+        context.dialogue.inform(QStringLiteral("ﾃｰﾌﾞﾙを選択して下さい。"));
+        return {};
+    }
+    if (!context.dialogue.confirm(selection.lblTableName + QStringLiteral("ﾃｰﾌﾞﾙを変更します。"),
+                                  Icon::Critical))
+        return {};
+
+    const BusyPointer busy(context.dialogue);
+    TableChange change;
+    change.database = context.session.gDbName;
+    change.oldName = selection.lblTableName;
+    change.newName = fField_select(selection.txtField);
+    change.shownText = selection.lblCreateTable;
+    try {
+        const ObjectText object = readObject(context.session, change.oldName);
+        if (object.kind == ObjectKind::View)
+            return changeView(context, object.serverText);
+        change.kind = object.kind;
+        change.serverText = object.serverText;
+        if (change.newName.trimmed().isEmpty()) {
+            context.dialogue.refuse(QStringLiteral("ﾃｰﾌﾞﾙ名が見つかりません。"));
+            return {};
+        }
+        rebuildTable(context, change);
+    } catch (const SqlError &error) {
+        return fail(context, error,
+                    [&](bool isLost) { return recoverTable(context.session, change, isLost); });
+    }
+    return succeed(context, reportOf(remakeTriggers(context.session, change.triggers,
+                                                    withoutBackticks(change.newName), change.newTable())));
+}

@@ -1,0 +1,121 @@
+#include "maintenance/tablechangetext.h"
+
+#include "core/statements.h"
+#include "maintenance/exactsession.h"
+
+#include <QRegularExpression>
+
+namespace {
+
+// Names of statements that are ours alone get the quotes that they may need.
+QString quotedList(const QStringList &names)
+{
+    QStringList list;
+    for (const QString &name : names)
+        list << quotedName(name);
+    return list.join(u',');
+}
+
+} // namespace
+
+QString fField_select(const QString &createText)
+{
+    const QString text = trimmedBlanks(createText);
+    const qsizetype create = text.indexOf(QStringLiteral("CREATE"), 0, Qt::CaseInsensitive);
+    if (create < 0)
+        return {};
+    const qsizetype table = text.indexOf(QStringLiteral("TABLE"), create + 6, Qt::CaseInsensitive);
+    if (table < 0)
+        return {};
+    const qsizetype name = table + 5;
+    const qsizetype parenthesis = text.indexOf(u'(', name);
+    return parenthesis < 0 ? QString() : trimmedBlanks(text.mid(name, parenthesis - name));
+}
+
+QString copyName(const QString &database, const QString &table, const QDateTime &now)
+{
+    return qualifiedName(database, table) + now.toString(QStringLiteral("_yyyyMMddHHmm")) +
+           QStringLiteral("zolt");
+}
+
+bool isGenerated(const QString &extra)
+{
+    // MySQL's "DEFAULT_GENERATED" marks an expression as default of an ordinary column.
+    static const QRegularExpression words(QStringLiteral("\\b(VIRTUAL|PERSISTENT|STORED)\\b"),
+                                          QRegularExpression::CaseInsensitiveOption);
+    return words.match(extra).hasMatch();
+}
+
+QString commonColumns(const std::vector<FieldRec> &newFields, const std::vector<FieldRec> &oldFields)
+{
+    QString list;
+    for (std::size_t j = 1; j < newFields.size(); ++j) {
+        if (isGenerated(newFields[j].Extra))
+            continue;
+        // The old names carry a leading blank.
+        const QString name = trimmedBlanks(newFields[j].Field);
+        for (std::size_t k = 1; k < oldFields.size(); ++k) {
+            if (trimmedBlanks(oldFields[k].Field) == name) {
+                list += name + u',';
+                break;
+            }
+        }
+    }
+    return list;
+}
+
+void OldColumns::add(const QString &name, const QString &extra)
+{
+    const bool isInvisible = extra.contains(u"INVISIBLE", Qt::CaseInsensitive);
+    if (isGenerated(extra)) {
+        areSpecial = true;
+        return;
+    }
+    stored << name;
+    if (isInvisible) {
+        invisible << name;
+        areSpecial = true;
+    }
+}
+
+bool mayHaveSpecialColumns(const QString &serverText)
+{
+    static const QRegularExpression words(
+        QStringLiteral("\\b(GENERATED|VIRTUAL|PERSISTENT|STORED|INVISIBLE)\\b"),
+        QRegularExpression::CaseInsensitiveOption);
+    return words.match(serverText).hasMatch();
+}
+
+qsizetype columnCount(const QString &serverText)
+{
+    // One a line; keys and constraints begin with a word.
+    return serverText.count(QStringLiteral("\n  `"));
+}
+
+bool hasAutoIncrement(const QString &serverText)
+{
+    return serverText.contains(u"AUTO_INCREMENT", Qt::CaseInsensitive);
+}
+
+QString copyStatement(const QString &copy, const QString &table, const OldColumns &columns)
+{
+    const QString more = columns.invisible.isEmpty() ? QString() : u',' + quotedList(columns.invisible);
+    return QStringLiteral("create table ") + copy + QStringLiteral(" select *") + more +
+           QStringLiteral(" from ") + table;
+}
+
+QString fillStatement(const QString &table, const QString &copy, const QString &commonColumns)
+{
+    const QString list = cutAtLastComma(commonColumns) + QStringLiteral("\r\n");
+    return QStringLiteral("insert into ") + table + u'(' + list + u')' + QStringLiteral(" select ") + list +
+           QStringLiteral(" from ") + copy;
+}
+
+QString copyBackStatement(const QString &table, const QString &copy, const OldColumns &columns)
+{
+    if (!columns.areSpecial)
+        return QStringLiteral("insert into ") + table + QStringLiteral(" select * from ") + copy;
+    const QString list = quotedList(columns.stored);
+    return QStringLiteral("insert into ") + table + u'(' + list + QStringLiteral(") select ") + list +
+           QStringLiteral(" from ") + copy;
+}

@@ -1,0 +1,103 @@
+#include "maintenance/tablechangetriggers.h"
+
+#include "core/statements.h"
+#include "maintenance/exactsession.h"
+#include "maintenance/lostanswer.h"
+#include "maintenance/tablechangesettings.h"
+
+#include <algorithm>
+
+namespace {
+
+QString definerClause(const QString &definer)
+{
+    const qsizetype at = definer.lastIndexOf(u'@');
+    if (at < 0)
+        return definer.isEmpty() ? QString() : QStringLiteral("definer=") + quotedName(definer) + u' ';
+    return QStringLiteral("definer=") + quotedName(definer.left(at)) + u'@' +
+           quotedName(definer.mid(at + 1)) + u' ';
+}
+
+void add(LostTriggers &lost, const Trigger &trigger, const QString &statement, const SqlError &error)
+{
+    lost.names << trigger.name;
+    lost.statements << error.description() + u'\n' + statement;
+}
+
+// Refusals go to `lost`. Throws SqlError only when an answer was lost.
+void makeAll(Session &session, const std::vector<Trigger> &triggers, const QString &qualifiedTable,
+             LostTriggers &lost)
+{
+    if (triggers.empty())
+        return;
+    SessionSettings settings(session.connection());
+    for (const Trigger &trigger : triggers) {
+        const QString statement = createTriggerStatement(trigger, session.gDbName, qualifiedTable);
+        try {
+            settings.setMode(trigger.sqlMode);
+            session.connection().execute(statement);
+        } catch (const SqlError &error) {
+            if (isAnswerLost(session, error))
+                throw;
+            add(lost, trigger, statement, error);
+        }
+    }
+}
+
+// The triggers that are not on the table, after a new connection was made.
+std::vector<Trigger> missing(Session &session, std::vector<Trigger> triggers, const QString &table)
+{
+    reconnect(session);
+    for (const Trigger &present : readTriggers(session.connection(), session.gDbName, table))
+        std::erase_if(triggers, [&](const Trigger &trigger) { return trigger.name == present.name; });
+    return triggers;
+}
+
+} // namespace
+
+std::vector<Trigger> readTriggers(Connection &connection, const QString &database, const QString &table)
+{
+    std::vector<Trigger> triggers;
+    constexpr int firstWithTriggers = 50010;
+    if (connection.server().number < firstWithTriggers)
+        return triggers;
+    // All of the database: "like" would take "_" and "%" in the name for wildcards.
+    RecordSet rows =
+        connection.execute(QStringLiteral("show triggers from `") + database + QStringLiteral("`;"));
+    for (; rows.isOpen() && !rows.isEof(); rows.moveNext()) {
+        if (rows.text(QStringLiteral("Table")) != table)
+            continue;
+        triggers.push_back({rows.text(QStringLiteral("Trigger")), rows.text(QStringLiteral("Event")),
+                            rows.text(QStringLiteral("Timing")), rows.text(QStringLiteral("Statement")),
+                            rows.text(QStringLiteral("Definer")), rows.text(QStringLiteral("sql_mode"))});
+    }
+    return triggers;
+}
+
+QString createTriggerStatement(const Trigger &trigger, const QString &database, const QString &qualifiedTable)
+{
+    return QStringLiteral("create ") + definerClause(trigger.definer) + QStringLiteral("trigger ") +
+           quotedName(database, trigger.name) + u' ' + trigger.timing + u' ' + trigger.event +
+           QStringLiteral(" on ") + qualifiedTable + QStringLiteral(" for each row ") + trigger.body;
+}
+
+LostTriggers remakeTriggers(Session &session, const std::vector<Trigger> &triggers, const QString &table,
+                            const QString &qualifiedTable)
+{
+    LostTriggers lost;
+    std::vector<Trigger> waiting = triggers;
+    try {
+        try {
+            makeAll(session, waiting, qualifiedTable, lost);
+        } catch (const SqlError &) {
+            waiting = missing(session, triggers, table);
+            lost = {};
+            makeAll(session, waiting, qualifiedTable, lost);
+        }
+    } catch (const SqlError &error) {
+        lost = {};
+        for (const Trigger &trigger : waiting)
+            add(lost, trigger, createTriggerStatement(trigger, session.gDbName, qualifiedTable), error);
+    }
+    return lost;
+}

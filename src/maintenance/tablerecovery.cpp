@@ -1,0 +1,305 @@
+#include "maintenance/tablerecovery.h"
+
+#include "core/statements.h"
+#include "maintenance/lostanswer.h"
+#include "maintenance/tablechangesettings.h"
+
+namespace {
+
+enum class Rows { Untouched, InOldOrCopy, InCopy, InOld, InNew, Missing };
+
+Rows rowsAt(TableStage stage, bool answerLost)
+{
+    switch (stage) {
+    case TableStage::Nothing:
+    case TableStage::Copying:
+        return Rows::Untouched;
+    case TableStage::Dropping:
+        return answerLost ? Rows::InOldOrCopy : Rows::InOld;
+    case TableStage::Creating:
+    case TableStage::Filling:
+        return Rows::InCopy;
+    case TableStage::DroppingCopy:
+    case TableStage::Done:
+        break;
+    }
+    return Rows::InNew;
+}
+
+class TableRecovery {
+public:
+    TableRecovery(Session &session, const TableChange &change, bool answerLost)
+        : m_session(session)
+        , m_change(change)
+        , m_rows(rowsAt(change.stage, answerLost))
+    {
+    }
+
+    RecoveryReport run(bool answerLost)
+    {
+        try {
+            undo(answerLost ? stageFound() : m_change.stage);
+            if (m_rows == Rows::InNew)
+                tell(QStringLiteral("ﾃｰﾌﾞﾙの変更は済んでいます。ﾃﾞｰﾀはﾃｰﾌﾞﾙ %1 にあります。")
+                         .arg(m_change.newTable()));
+        } catch (const SqlError &error) {
+            tell(error.description());
+            tellWhereRowsAre();
+        }
+        makeTriggers();
+        return {m_messages.join(u'\n'), m_details.join(u'\n')};
+    }
+
+    // For an object that is not ours to make again.
+    RecoveryReport leave()
+    {
+        if (m_rows != Rows::Untouched)
+            tellWhereRowsAre();
+        return {m_messages.join(u'\n'), m_details.join(u'\n')};
+    }
+
+private:
+    void execute(const QString &statement) { m_session.connection().execute(statement); }
+    void tell(const QString &text) { m_messages << text; }
+    bool isThere(const QString &table)
+    {
+        return exists(m_session.connection(), QStringLiteral("show create table ") + table + u';');
+    }
+
+    QString rowCount(const QString &table)
+    {
+        RecordSet rows = m_session.connection().execute(QStringLiteral("select count(*) from ") + table);
+        return rows.isEof() ? QString() : rows.text(0);
+    }
+    bool hasAllRows()
+    {
+        const QString wanted = rowCount(m_change.copy);
+        return rowCount(m_change.newTable()) == wanted;
+    }
+
+    TableStage stageFound();
+    void undo(TableStage stage);
+    void dropNewTable();
+    void tellNewTableIsLeft();
+    void makeOldTable();
+    void fillOldTable();
+    void dropCopy();
+    void makeTriggers();
+    void tellWhereRowsAre();
+    void listOldDefinition();
+
+    Session &m_session;
+    const TableChange &m_change;
+    Rows m_rows;
+    bool m_isCopyGone = false;
+    bool m_isOldMadeAgain = false;
+    QStringList m_messages, m_details;
+};
+
+// The stage that the server's tables stand for, whatever answers were lost.
+TableStage TableRecovery::stageFound()
+{
+    if (m_rows == Rows::Untouched && m_change.copy.isEmpty())
+        return TableStage::Copying;
+    reconnect(m_session);
+    const bool hasOld = isThere(m_change.oldTable());
+    const bool hasCopy = isThere(m_change.copy);
+    m_isCopyGone = !hasCopy;
+    switch (m_change.stage) {
+    case TableStage::Nothing:
+    case TableStage::Copying:
+        // Whether the copy is complete nobody knows, but the table still has its rows.
+        if (hasCopy)
+            tell(QStringLiteral("ﾃｰﾌﾞﾙ %1 は変更されていません。ｺﾋﾟｰ %2 が残っています。")
+                     .arg(m_change.oldTable(), m_change.copy));
+        return TableStage::Copying;
+    case TableStage::Dropping:
+        m_rows = hasOld ? Rows::InOld : Rows::InCopy;
+        if (hasOld)
+            return TableStage::Dropping;
+        if (hasCopy)
+            return TableStage::Creating;
+        break;
+    case TableStage::Creating:
+        if (hasCopy && !hasOld && isThere(m_change.newTable()))
+            tellNewTableIsLeft();
+        if (hasCopy)
+            return hasOld ? TableStage::Filling : TableStage::Creating;
+        break;
+    case TableStage::Filling:
+        if (hasCopy)
+            return TableStage::Filling;
+        break;
+    case TableStage::DroppingCopy:
+    case TableStage::Done:
+        if (!isThere(m_change.newTable()))
+            break;
+        if (!hasCopy || hasAllRows())
+            return TableStage::DroppingCopy;
+        // A session with autocommit off took its rows back when it broke.
+        m_rows = Rows::InCopy;
+        return TableStage::Filling;
+    }
+    m_rows = hasCopy ? Rows::InCopy : Rows::Missing;
+    throw SqlError(QStringLiteral("再接続後の確認で、あるはずのﾃｰﾌﾞﾙが見つかりませんでした。"));
+}
+
+void TableRecovery::undo(TableStage stage)
+{
+    switch (stage) {
+    case TableStage::Nothing:
+        // Nothing has a name yet: the statement is as empty as the copy's name and cannot do anything.
+        try {
+            execute(QStringLiteral("drop table ") + m_change.copy);
+        } catch (const SqlError &) {
+        }
+        break;
+    case TableStage::Copying:
+        break;
+    case TableStage::Dropping:
+        dropCopy();
+        break;
+    case TableStage::Filling:
+        dropNewTable();
+        [[fallthrough]];
+    case TableStage::Creating:
+        makeOldTable();
+        fillOldTable();
+        m_rows = Rows::InOld;
+        m_isOldMadeAgain = true;
+        dropCopy();
+        break;
+    case TableStage::DroppingCopy:
+    case TableStage::Done:
+        dropCopy();
+        break;
+    }
+}
+
+void TableRecovery::dropNewTable()
+{
+    // The name that follows is not qualified: it must not hit a table of another database.
+    execute(QStringLiteral("use `") + m_change.database + u'`');
+    try {
+        execute(QStringLiteral("drop table ") + m_change.oldName);
+    } catch (const SqlError &error) {
+        constexpr int unknownTable = 1051;
+        if (error.number() != unknownTable)
+            throw;
+        tellNewTableIsLeft(); // it bears another name
+    }
+}
+
+void TableRecovery::tellNewTableIsLeft()
+{
+    tell(QStringLiteral("途中まで作成した新しいﾃｰﾌﾞﾙ %1 が残っています。").arg(m_change.newTable()));
+}
+
+void TableRecovery::makeOldTable()
+{
+    try {
+        execute(qualifiedCreateText(m_change.shownText, m_change.database, m_change.oldName));
+    } catch (const SqlError &error) {
+        // The text that was shown has lost its backticks, and with them names like `order`.
+        if (m_change.serverText.isEmpty() || isAnswerLost(m_session, error))
+            throw;
+        execute(qualifiedCreateText(m_change.serverText, m_change.database, u'`' + m_change.oldName + u'`'));
+    }
+}
+
+void TableRecovery::fillOldTable()
+{
+    copyRows(m_session.connection(), copyBackStatement(m_change.oldTable(), m_change.copy, m_change.columns),
+             hasAutoIncrement(m_change.serverText));
+}
+
+void TableRecovery::dropCopy()
+{
+    if (m_isCopyGone)
+        return;
+    execute(QStringLiteral("drop table ") + m_change.copy);
+    m_isCopyGone = true;
+}
+
+// The triggers went with the old table; they belong to the one that has the rows now.
+void TableRecovery::makeTriggers()
+{
+    if (!m_isOldMadeAgain && m_rows != Rows::InNew)
+        return;
+    const RecoveryReport report = reportOf(
+        m_isOldMadeAgain ? remakeTriggers(m_session, m_change.triggers, m_change.oldName, m_change.oldTable())
+                         : remakeTriggers(m_session, m_change.triggers, withoutBackticks(m_change.newName),
+                                          m_change.newTable()));
+    if (report.message.isEmpty())
+        return;
+    m_messages << report.message;
+    m_details << report.details;
+}
+
+void TableRecovery::tellWhereRowsAre()
+{
+    const QString old = m_change.oldTable();
+    const QString copyLeft =
+        m_isCopyGone || m_change.copy.isEmpty()
+            ? QString()
+            : QStringLiteral("ｺﾋﾟｰ %1 が残っていれば、確認のうえ削除して下さい。").arg(m_change.copy);
+    switch (m_rows) {
+    case Rows::Untouched:
+        tell(QStringLiteral("ﾃｰﾌﾞﾙ %1 は変更されていません。").arg(old) + copyLeft);
+        return;
+    case Rows::InOld:
+        tell(QStringLiteral("ﾃﾞｰﾀはﾃｰﾌﾞﾙ %1 にあります。").arg(old) + copyLeft);
+        return;
+    case Rows::InNew:
+        tell(QStringLiteral("ﾃｰﾌﾞﾙの変更は済んでいます。ﾃﾞｰﾀはﾃｰﾌﾞﾙ %1 にあります。")
+                 .arg(m_change.newTable()) +
+             copyLeft);
+        return;
+    case Rows::InOldOrCopy:
+        tell(QStringLiteral("ﾃﾞｰﾀはﾃｰﾌﾞﾙ %1 か、それがなければｺﾋﾟｰ %2 にあります。").arg(old, m_change.copy));
+        break;
+    case Rows::InCopy:
+        tell(QStringLiteral("ﾃｰﾌﾞﾙ %1 を元に戻せませんでした。ﾃﾞｰﾀはｺﾋﾟｰ %2 にあります。")
+                 .arg(old, m_change.copy));
+        break;
+    case Rows::Missing:
+        tell(QStringLiteral("ﾃｰﾌﾞﾙ %1 もｺﾋﾟｰ %2 も見つかりません。").arg(old, m_change.copy));
+        break;
+    }
+    listOldDefinition();
+}
+
+// What the user needs to make the table again by hand.
+void TableRecovery::listOldDefinition()
+{
+    m_details << QStringLiteral("元の定義:")
+              << (m_change.serverText.isEmpty() ? m_change.shownText : m_change.serverText);
+    for (const Trigger &trigger : m_change.triggers)
+        m_details << createTriggerStatement(trigger, m_change.database, m_change.oldTable());
+}
+
+} // namespace
+
+QString TableChange::oldTable() const
+{
+    return qualifiedName(database, oldName);
+}
+
+QString TableChange::newTable() const
+{
+    return qualifiedName(database, newName);
+}
+
+RecoveryReport recoverTable(Session &session, const TableChange &change, bool answerLost)
+{
+    TableRecovery recovery(session, change, answerLost);
+    return change.kind == ObjectKind::Other ? recovery.leave() : recovery.run(answerLost);
+}
+
+RecoveryReport reportOf(const LostTriggers &lost)
+{
+    if (lost.names.isEmpty())
+        return {};
+    return {QStringLiteral("次のﾄﾘｶﾞｰを作り直せませんでした: ") + lost.names.join(QStringLiteral(", ")),
+            lost.statements.join(u'\n')};
+}

@@ -1,0 +1,407 @@
+#include "console/consolefixture.h"
+#include "console/frmTextEditer.h"
+#include "support/gui/boxes.h"
+
+#include <QMimeData>
+
+class FrmSqlTest : public QObject {
+    Q_OBJECT
+
+private Q_SLOTS:
+    void activationShowsWhatIsConnected_data();
+    void activationShowsWhatIsConnected();
+    void anActivationDuringARunWaits();
+    void optionsSurviveTheWindow();
+    void theEditorOpensOnlyWhatIsSaved();
+    void oneViewIsShown();
+    void fontsScaleOnlyWhenChosen();
+    void thePlanIsShownWithoutChangingTheResult();
+    void anUnexplainedStatementSaysNothing();
+    void variablesAreReadWithOneStatement();
+    void aVariableIsDeletedInBothLists();
+    void aDroppedFileReplacesTheStatement_data();
+    void aDroppedFileReplacesTheStatement();
+    void theFolderIsKeptWhenTheDialogIsCancelled();
+    void theEditorIsChosenInItsDialog();
+    void keysRunTheStatement_data();
+    void keysRunTheStatement();
+    void namesAreReadOnlyOnRequest();
+    void statementsComeBackAfterARestart();
+};
+
+namespace {
+
+void drop(SqlTextBox &box, QMimeData *data)
+{
+    QWidget &target = *box.viewport();
+    const QPoint middle = target.rect().center();
+    QDragEnterEvent enter(middle, Qt::CopyAction | Qt::MoveAction, data, Qt::LeftButton, Qt::NoModifier);
+    QCoreApplication::sendEvent(&target, &enter);
+    QVERIFY(enter.isAccepted());
+    QDropEvent event(middle, Qt::CopyAction | Qt::MoveAction, data, Qt::LeftButton, Qt::NoModifier);
+    QCoreApplication::sendEvent(&target, &event);
+    QCOMPARE(event.dropAction(), Qt::CopyAction);
+}
+
+QByteArray written(const QString &path, const QByteArray &bytes)
+{
+    QFile file(path);
+    if (!file.open(QIODevice::WriteOnly) || file.write(bytes) != bytes.size())
+        qFatal("cannot write a test's file");
+    return bytes;
+}
+
+} // namespace
+
+void FrmSqlTest::activationShowsWhatIsConnected_data()
+{
+    QTest::addColumn<QString>("dataSource");
+    QTest::addColumn<QString>("database");
+    QTest::addColumn<bool>("connects");
+    QTest::addColumn<QString>("state");
+    QTest::newRow("driver, database") << "(なし)"
+                                      << "shop" << true << "shop:接続OK";
+    QTest::newRow("driver, none chosen") << "(なし)"
+                                         << "" << true << "ﾃﾞｰﾀﾍﾞｰｽが選択されていません。";
+    QTest::newRow("data source") << "demo"
+                                 << "shop" << true << "demo:接続OK";
+    QTest::newRow("refused") << "(なし)"
+                             << "shop" << false << "接続失敗･･･";
+}
+
+void FrmSqlTest::activationShowsWhatIsConnected()
+{
+    QFETCH(QString, dataSource);
+    QFETCH(QString, database);
+    QFETCH(bool, connects);
+    ConsoleFixture console;
+    console.session.gDsn = dataSource;
+    console.session.gDbName = database;
+    console.session.gDelimiter = QStringLiteral("ｺﾛﾝ");
+    console.connects = connects;
+    console.open();
+    if (!connects)
+        console.dialogue->expectRefuse(QStringLiteral("接続失敗"));
+
+    console.window->show();
+
+    QTRY_COMPARE(console.connections, 1);
+    QTEST(console.control<QLabel>("lblState").text(), "state");
+    QCOMPARE(console.control<QComboBox>("cboDelimiter").currentText(), QStringLiteral("ｺﾛﾝ"));
+}
+
+void FrmSqlTest::anActivationDuringARunWaits()
+{
+    ConsoleFixture console;
+    QWidget main;
+    main.setObjectName(QStringLiteral("frmTarnwell"));
+    console.open();
+    console.window->show();
+    QTRY_COMPARE(console.connections, 1);
+    console.dialogue->expectInform(QStringLiteral("正常終了"));
+    console.script.beforeAnswer = [&](const QString &) {
+        main.show();
+        main.activateWindow();
+        QVERIFY(QTest::qWaitForWindowActive(&main));
+        console.window->activateWindow();
+        QVERIFY(QTest::qWaitForWindowActive(console.window));
+        QCoreApplication::processEvents();
+    };
+    console.run(QStringLiteral("set @a = 1"));
+    QCOMPARE(console.connections, 1);
+}
+
+void FrmSqlTest::optionsSurviveTheWindow()
+{
+    ConsoleFixture console;
+    console.session.gVariables = {{QStringLiteral("old")}};
+    console.open();
+    QVERIFY(console.session.gSqlOpen);
+    QVERIFY(console.control<QRadioButton>("optFont_1").isChecked());
+    QCOMPARE(console.control<ChosenList>("lstVariablename").texts(), QStringList{"old"});
+    console.control<QCheckBox>("ckMemo_0").setChecked(true);
+    console.control<QRadioButton>("optFont_0").setChecked(true);
+    console.control<QComboBox>("cboDelimiter").setCurrentIndex(3);
+    console.control<QLineEdit>("txtVariablename").setText(QStringLiteral("@new"));
+    console.button("cmdVariable").click();
+
+    console.window->show();
+    console.window->close();
+    QTRY_VERIFY(!console.window);
+
+    const Session &kept = console.session;
+    QVERIFY(!kept.gSqlOpen);
+    QCOMPARE(QStringList({kept.gNoTextNoGrid, kept.gMemo1, kept.gMemo2, kept.gFont, kept.gDelimiter}),
+             QStringList({"0", "1", "0", "0", "ｺﾝﾏ"}));
+    QCOMPARE(kept.gVariables.size(), std::size_t(2));
+    console.open();
+    QVERIFY(console.control<QCheckBox>("ckMemo_0").isChecked());
+    QVERIFY(console.control<QRadioButton>("optFont_0").isChecked());
+    QCOMPARE(console.control<QComboBox>("cboDelimiter").currentIndex(), 3);
+    QCOMPARE(console.control<ChosenList>("lstVariablename").texts(), QStringList({"old", "new"}));
+}
+
+void FrmSqlTest::theEditorOpensOnlyWhatIsSaved()
+{
+    ConsoleFixture console;
+    console.open();
+    auto &save = console.control<QCheckBox>("ckMemo_0");
+    auto &open = console.control<QCheckBox>("ckMemo_1");
+    auto &fileOnly = console.control<QCheckBox>("ckNoTextNoGrid");
+    QVERIFY(save.isEnabled() && !open.isEnabled());
+    save.click();
+    QVERIFY(open.isEnabled());
+    save.click();
+    QVERIFY(!open.isEnabled());
+    fileOnly.click();
+    QVERIFY(save.isChecked() && open.isChecked() && !save.isEnabled() && !open.isEnabled());
+    fileOnly.click();
+    QVERIFY(save.isChecked() && open.isChecked() && save.isEnabled() && open.isEnabled());
+}
+
+void FrmSqlTest::oneViewIsShown()
+{
+    ConsoleFixture console;
+    console.open();
+    const char *views[] = {"txtRecord", "flgrid_Record", "flgrid_ANALYZE", "picVariablename"};
+    for (int chosen = 0; chosen < 4; ++chosen) {
+        console.control<QRadioButton>(qPrintable(QStringLiteral("optRecord_%1").arg(chosen))).click();
+        for (int view = 0; view < 4; ++view)
+            QCOMPARE(!console.control<QWidget>(views[view]).isHidden(), view == chosen);
+    }
+}
+
+void FrmSqlTest::fontsScaleOnlyWhenChosen()
+{
+    ConsoleFixture console;
+    console.session.gFont = QStringLiteral("0");
+    console.open();
+    console.window->show();
+    QTRY_COMPARE(console.connections, 1);
+    const auto points = [&] { return console.control<ChosenList>("lstVariable").font().pointSizeF(); };
+    const double designed = points();
+    console.window->resize(console.window->size() * 2);
+    QCOMPARE(points(), designed);
+    console.control<QRadioButton>("optFont_1").click();
+    QCOMPARE(points(), designed * 2);
+    console.control<QRadioButton>("optFont_0").click();
+    QCOMPARE(points(), designed);
+}
+
+void FrmSqlTest::thePlanIsShownWithoutChangingTheResult()
+{
+    ConsoleFixture console;
+    console.script.always(QStringLiteral("select 1"), Reply::table({"1"}, {{QStringLiteral("1")}}));
+    console.script.always(QStringLiteral("EXPLAIN select 1\r\nfrom t"),
+                          Reply::table({"id", "key"}, {{QStringLiteral("1"), std::nullopt}}));
+    console.open();
+    console.run(QStringLiteral("select 1"));
+    console.type(QStringLiteral("  select 1\nfrom t "));
+    console.button("cmdAnalyze").click();
+    QVERIFY(console.control<QRadioButton>("optRecord_2").isChecked());
+    auto &plan = console.control<FlexGrid>("flgrid_ANALYZE");
+    QCOMPARE(plan.fieldName(1), QStringLiteral("key"));
+    QCOMPARE(plan.text(0, 1), QStringLiteral("NULL"));
+    QCOMPARE(console.grid().text(0, 0), QStringLiteral("1"));
+}
+
+void FrmSqlTest::anUnexplainedStatementSaysNothing()
+{
+    ConsoleFixture console;
+    console.script.always(QStringLiteral("EXPLAIN set @a=1"), Reply::failure(QStringLiteral("syntax"), 1064));
+    console.open();
+    console.type(QStringLiteral("set @a=1"));
+    console.button("cmdAnalyze").click();
+    QCOMPARE(console.script.sent.size(), 1);
+    QCOMPARE(console.lastError(), QString());
+}
+
+void FrmSqlTest::variablesAreReadWithOneStatement()
+{
+    ConsoleFixture console;
+    console.session.gVariables = {{QStringLiteral("a")}, {QStringLiteral("b")}};
+    console.script.always(QStringLiteral("select @a,@b,@c"),
+                          Reply::table({"@a", "@b", "@c"}, {{QStringLiteral("1"), std::nullopt, QString()},
+                                                            {QStringLiteral("2"), QString(), QString()}}));
+    console.script.always(QStringLiteral("select @a,@b,@c,@x y"), Reply::failure(QStringLiteral("syntax")));
+    console.open();
+    auto &name = console.control<QLineEdit>("txtVariablename");
+    auto &values = console.control<ChosenList>("lstVariable");
+    name.setText(QStringLiteral("@@c"));
+    QTest::keyClick(&name, Qt::Key_Return);
+    QCOMPARE(values.texts(), QStringList({"1", "NULL", ""}));
+    QVERIFY(console.control<QRadioButton>("optRecord_3").isChecked());
+    name.setText(QStringLiteral("x y"));
+    console.button("cmdVariable").click();
+    QCOMPARE(values.texts(), QStringList());
+    QCOMPARE(console.control<ChosenList>("lstVariablename").texts(), QStringList({"a", "b", "c", "x y"}));
+}
+
+void FrmSqlTest::aVariableIsDeletedInBothLists()
+{
+    ConsoleFixture console;
+    console.session.gVariables = {{"a"}, {"b"}, {"c"}};
+    console.script.always(QStringLiteral("select @a,@b,@c"),
+                          Reply::table({"1", "2", "3"}, {{"1", "2", "3"}}));
+    console.open();
+    console.button("cmdVariabl").click();
+    auto &names = console.control<ChosenList>("lstVariablename");
+    auto &values = console.control<ChosenList>("lstVariable");
+    values.setCurrentRow(1);
+    QCOMPARE(names.currentRow(), 1);
+    QCOMPARE(console.control<QLineEdit>("txtVariablename").text(), QStringLiteral("b"));
+    QTest::keyClick(&values, Qt::Key_Delete, Qt::ShiftModifier);
+    QCOMPARE(values.count(), 3);
+    QTest::keyClick(&values, Qt::Key_Delete);
+    QCOMPARE(names.texts(), QStringList({"a", "c"}));
+    QCOMPARE(values.texts(), QStringList({"1", "3"}));
+    names.setCurrentRow(0);
+    QTest::keyClick(&names, Qt::Key_Delete);
+    QCOMPARE(values.texts(), QStringList({"3"}));
+}
+
+void FrmSqlTest::aDroppedFileReplacesTheStatement_data()
+{
+    QTest::addColumn<QByteArray>("bytes");
+    QTest::addColumn<QString>("statement");
+    QTest::newRow("CP932") << QByteArray("select '\x95\x5C\x8E\xA6'") << "select '表示'";
+    QTest::newRow("UTF-8") << QByteArray("select '表示'\n") << "select '表示'\r\n";
+    QTest::newRow("byte order mark") << QByteArray("\xEF\xBB\xBFselect 1") << "select 1";
+    QTest::newRow("empty") << QByteArray() << "";
+}
+
+void FrmSqlTest::aDroppedFileReplacesTheStatement()
+{
+    QFETCH(QByteArray, bytes);
+    ConsoleFixture console;
+    console.open();
+    auto &box = console.control<SqlTextBox>("txtSql");
+    console.type(QStringLiteral("was here"));
+    const QString path = console.folder.filePath(QStringLiteral("a b.sql"));
+    written(path, bytes);
+    QMimeData data;
+    data.setUrls({QUrl::fromLocalFile(path), QUrl::fromLocalFile(QStringLiteral("/second/file"))});
+    drop(box, &data);
+    QTEST(box.contents(), "statement");
+
+    data.setUrls({QUrl::fromLocalFile(QStringLiteral("/no/such/file"))});
+    console.dialogue->expectRefuse(QStringLiteral("/no/such/file: No such file or directory"));
+    drop(box, &data);
+    QTEST(box.contents(), "statement");
+
+    QMimeData text;
+    text.setText(QStringLiteral("select 2"));
+    drop(box, &text);
+    QCOMPARE(box.contents(), QStringLiteral("select 2"));
+}
+
+void FrmSqlTest::theFolderIsKeptWhenTheDialogIsCancelled()
+{
+    ConsoleFixture console;
+    console.session.gTextPath = QStringLiteral("/old");
+    console.open();
+    const QString title = QStringLiteral("保存先のﾌｫﾙﾀﾞを選択して下さい。");
+    console.dialogue->expectFolder(title, QString());
+    console.button("cmdFolder").click();
+    QCOMPARE(console.dialogue->startFolder, QStringLiteral("/old"));
+    QCOMPARE(console.session.gTextPath, QStringLiteral("/old"));
+    console.dialogue->expectFolder(title, QStringLiteral("/new"));
+    console.button("cmdFolder").click();
+    QCOMPARE(console.session.gTextPath, QStringLiteral("/new"));
+}
+
+void FrmSqlTest::theEditorIsChosenInItsDialog()
+{
+    ConsoleFixture console;
+    console.session.gTextEditor = QStringLiteral("/usr/bin/old");
+    console.open();
+    Boxes boxes;
+    for (const char *end : {"cmdCancel", "cmdIn"}) {
+        boxes.expectDialog(QStringLiteral("frmTextEditer"), [&](QDialog &dialog) {
+            auto *name = dialog.findChild<QLineEdit *>(QStringLiteral("txtFilename"));
+            QCOMPARE(name->text(), QStringLiteral("/usr/bin/old"));
+            name->setText(QStringLiteral("/my programs/editor"));
+            dialog.findChild<QPushButton *>(QLatin1String(end))->click();
+        });
+        console.button("cmdEditer").click();
+        if (end == QLatin1String("cmdCancel"))
+            QCOMPARE(console.session.gTextEditor, QStringLiteral("/usr/bin/old"));
+    }
+    QCOMPARE(console.session.gTextEditor, QStringLiteral("/my programs/editor"));
+}
+
+void FrmSqlTest::keysRunTheStatement_data()
+{
+    QTest::addColumn<QKeyCombination>("key");
+    QTest::newRow("F5") << QKeyCombination(Qt::Key_F5);
+    QTest::newRow("Ctrl+Enter") << (Qt::CTRL | Qt::Key_Return);
+}
+
+void FrmSqlTest::keysRunTheStatement()
+{
+    QFETCH(QKeyCombination, key);
+    ConsoleFixture console;
+    console.open();
+    console.window->show();
+    QVERIFY(QTest::qWaitForWindowActive(console.window));
+    console.type(QStringLiteral("do 1"));
+    console.dialogue->expectInform(QStringLiteral("正常終了"));
+    QTest::keyClick(&console.control<SqlTextBox>("txtSql"), key.key(), key.keyboardModifiers());
+    QCOMPARE(console.script.sent, QStringList{"do 1"});
+    QCOMPARE(console.control<SqlTextBox>("txtSql").contents(), QStringLiteral("do 1"));
+}
+
+void FrmSqlTest::namesAreReadOnlyOnRequest()
+{
+    ConsoleFixture console;
+    const QString names = QStringLiteral("select table_name, column_name from information_schema.columns "
+                                         "where table_schema = database()");
+    console.script.always(names, Reply::table({"t", "c"}, {{"customers", "custom_colour"}, {"t", "b"}}));
+    console.open();
+    console.window->show();
+    QVERIFY(QTest::qWaitForWindowActive(console.window));
+    auto &box = console.control<SqlTextBox>("txtSql");
+    for (const char letter : {'C', 'U', 's', 't'})
+        QTest::keyClick(&box, letter);
+    QVERIFY(console.script.sent.isEmpty());
+    for (int i = 0; i < 2; ++i) {
+        QTest::keyClick(&box, Qt::Key_Space, Qt::ControlModifier);
+        QVERIFY(box.SendScintilla(QsciScintilla::SCI_AUTOCACTIVE));
+        box.SendScintilla(QsciScintilla::SCI_AUTOCCANCEL);
+    }
+    QCOMPARE(console.script.sent, QStringList{names});
+    QTest::keyClick(&box, Qt::Key_Space, Qt::ControlModifier);
+    box.SendScintilla(QsciScintilla::SCI_AUTOCSELECT, "customers");
+    box.SendScintilla(QsciScintilla::SCI_AUTOCCOMPLETE);
+    QCOMPARE(box.contents(), QStringLiteral("customers"));
+}
+
+void FrmSqlTest::statementsComeBackAfterARestart()
+{
+    ConsoleFixture console;
+    console.open();
+    for (const char *statement : {"do 1", "set password = 'secret'", "do 2", "do 3", "do 2"}) {
+        console.dialogue->expectInform(QStringLiteral("正常終了"));
+        console.run(QLatin1String(statement));
+    }
+    delete console.window;
+    QFile file(console.folder.filePath(QStringLiteral("history.json")));
+    QVERIFY(file.open(QIODevice::ReadOnly));
+    QVERIFY(!file.readAll().contains("secret"));
+
+    console.open();
+    console.window->show();
+    QVERIFY(QTest::qWaitForWindowActive(console.window));
+    auto &box = console.control<SqlTextBox>("txtSql");
+    console.type(QStringLiteral("draft"));
+    QStringList seen;
+    for (const auto key : {Qt::Key_Up, Qt::Key_Up, Qt::Key_Up, Qt::Key_Up, Qt::Key_Down, Qt::Key_Down,
+                           Qt::Key_Down, Qt::Key_Down}) {
+        QTest::keyClick(&box, key, Qt::AltModifier);
+        seen << box.contents();
+    }
+    QCOMPARE(seen, QStringList({"do 2", "do 3", "do 1", "do 1", "do 3", "do 2", "draft", "draft"}));
+}
+
+QTEST_MAIN(FrmSqlTest)
+#include "test_frmsql.moc"

@@ -1,0 +1,150 @@
+#include "batchfixture.h"
+#include "maintenance/scriptbackup.h"
+
+#include <QTemporaryDir>
+
+namespace {
+
+const QString prompt = QStringLiteral("ｸﾘｴｲﾄScriptの保存先のﾌｫﾙﾀﾞを選択して下さい。");
+
+Reply routine(const std::optional<QString> &text)
+{
+    return Reply::table({"Procedure", "sql_mode", "Create Procedure"}, {{"p", "", text}});
+}
+
+} // namespace
+
+class ScriptBackupTest : public QObject {
+    Q_OBJECT
+
+private Q_SLOTS:
+    void writesOneFilePerObject();
+    void objectsWithoutTextRepeatTheOneBefore();
+    void anEmptyDatabaseWritesNothing();
+    void failuresEndTheRun_data();
+    void failuresEndTheRun();
+    void nothingChosenEndsEarly();
+};
+
+void ScriptBackupTest::writesOneFilePerObject()
+{
+    const QTemporaryDir folder;
+    const QString path = folder.path() + '/';
+    put(path + "表.table", "an older one");
+    BatchFixture fixture;
+    fixture.selection.tables = QStringList{"[TABLE]\t表", "[ERROR]\tx", "[VIEW]\tv"};
+    fixture.selection.routines = QStringList{"[PROC]\tp", "[FUNC]\tp"};
+    fixture.script.always(
+        "show create table `d`.表;",
+        Reply::table({"Table", "Create Table"}, {{"表", "CREATE TABLE `表` (\n  `a` int\n)"}}));
+    fixture.script.always(
+        "show create table `d`.v;",
+        Reply::table({"View", "Create View"}, {{"v", "CREATE VIEW `v` AS select 1 from `t`"}}));
+    fixture.script.always("show create procedure `d`.p;", routine("CREATE PROCEDURE `p`()\nselect '日本'"));
+    fixture.script.always("show create function `d`.p;", routine("CREATE FUNCTION `p`()"));
+    fixture.dialogue.expectFolder(prompt, folder.path());
+    fixture.dialogue.expectInform("「" + path + "」にﾊﾞｯｸｱｯﾌﾟしました。");
+    fixture.run(backUpScripts);
+    QCOMPARE(bytesOf(path + "表.table"), QByteArray("CREATE TABLE 表 (\r\n  a int\r\n)\r\n"));
+    QCOMPARE(bytesOf(path + "v.view"), QByteArray("CREATE VIEW v AS \r\nselect 1 \r\n from t\r\n"));
+    QCOMPARE(bytesOf(path + "p.proc"), QByteArray("CREATE PROCEDURE p()\r\nselect '日本'\r\n"));
+    QCOMPARE(bytesOf(path + "p.func"), QByteArray("CREATE FUNCTION p()\r\n"));
+    QCOMPARE(QDir(path).entryList(QDir::Files | QDir::Hidden).size(), 4);
+    QCOMPARE(fixture.dialogue.progresses, (QStringList{"0/5", "1/5", "2/5", "3/5", "4/5", "5/5"}));
+    QCOMPARE(fixture.dialogue.bars, QList<double>{1});
+}
+
+void ScriptBackupTest::objectsWithoutTextRepeatTheOneBefore()
+{
+    const QTemporaryDir folder;
+    const QString path = folder.path() + '/';
+    BatchFixture fixture;
+    const Reply noRow = Reply::table({"Table", "Create Table"});
+    fixture.selection.tables = QStringList{"[TABLE]\ta", "[TABLE]\tb", "[TABLE]\tc"};
+    fixture.selection.routines = QStringList{"[OTHER]\tearly", "[PROC]\tp", "[OTHER]\tq", "[FUNC]\tf"};
+    fixture.script.always("show create table `d`.a;", noRow);
+    fixture.script.always("show create table `d`.b;", Reply::table({"Table", "Create Table"}, {{"b", "B"}}));
+    fixture.script.always("show create table `d`.c;", noRow);
+    fixture.script.always("show create procedure `d`.p;", routine("P"));
+    fixture.script.always("show create function `d`.f;", noRow);
+    fixture.dialogue.expectFolder(prompt, path);
+    fixture.dialogue.expectInform("「" + path + "」にﾊﾞｯｸｱｯﾌﾟしました。");
+    fixture.run(backUpScripts);
+    QCOMPARE(bytesOf(path + "a."), QByteArray("\r\n"));
+    QCOMPARE(bytesOf(path + "c.table"), QByteArray("B\r\n"));
+    QCOMPARE(bytesOf(path + "q.proc"), QByteArray("P\r\n"));
+    QCOMPARE(QDir(path).entryList(QDir::Files).size(), 5); // none for "early" and "f"
+    QCOMPARE(fixture.script.sent.count("show create procedure `d`.p;"), 2);
+}
+
+void ScriptBackupTest::anEmptyDatabaseWritesNothing()
+{
+    const QTemporaryDir folder;
+    BatchFixture fixture;
+    fixture.dialogue.expectFolder(prompt, folder.path());
+    fixture.dialogue.expectInform("「" + folder.path() + "」にﾊﾞｯｸｱｯﾌﾟしました。");
+    fixture.run(backUpScripts);
+    QCOMPARE(fixture.script.sent, QStringList());
+    QVERIFY(QDir(folder.path()).isEmpty());
+}
+
+void ScriptBackupTest::failuresEndTheRun_data()
+{
+    QTest::addColumn<QString>("name");
+    QTest::addColumn<QString>("folder");
+    QTest::addColumn<QString>("words");
+    QTest::newRow("refused") << "bad"
+                             << ""
+                             << "Access denied";
+    QTest::newRow("slash in the name") << "../b"
+                                       << ""
+                                       << "../b.table";
+    QTest::newRow("no such folder") << "b"
+                                    << "/gone"
+                                    << "/gone/a.table";
+}
+
+void ScriptBackupTest::failuresEndTheRun()
+{
+    QFETCH(QString, name);
+    QFETCH(QString, folder);
+    QFETCH(QString, words);
+    const QTemporaryDir parent;
+    QVERIFY(QDir(parent.path()).mkdir("s"));
+    const QString path = parent.path() + "/s" + folder;
+    BatchFixture fixture;
+    fixture.selection.tables = QStringList{"[TABLE]\ta", "[TABLE]\t" + name, "[TABLE]\tlast"};
+    for (const QString &table : {QString("a"), name, QString("last")})
+        fixture.script.always("show create table `d`." + table + ";",
+                              Reply::table({"Table", "Create Table"}, {{table, "T"}}));
+    fixture.script.always("show create table `d`.bad;", Reply::failure("Access denied"));
+
+    ListeningDialogue dialogue;
+    dialogue.expectFolder(prompt, path);
+    CommandContext context{fixture.session, fixture.selection, dialogue};
+    backUpScripts(context);
+    QCOMPARE(dialogue.told.size(), 1);
+    QVERIFY2(dialogue.isCritical && dialogue.told[0].contains(words), qPrintable(dialogue.told[0]));
+    QCOMPARE(dialogue.lastTip, dialogue.told[0]);
+    QCOMPARE(dialogue.bars, QList<double>{0});
+    QCOMPARE(dialogue.busyDepth, 0);
+    QVERIFY(!QFile::exists(path + "/last.table"));
+    QCOMPARE(QDir(parent.path()).entryList(QDir::Files | QDir::Hidden), QStringList());
+    if (folder.isEmpty())
+        QCOMPARE(bytesOf(path + "/a.table"), QByteArray("T\r\n"));
+}
+
+void ScriptBackupTest::nothingChosenEndsEarly()
+{
+    BatchFixture nothing;
+    nothing.selection.lblPreTable.clear();
+    nothing.dialogue.expectRefuse(QStringLiteral("ﾃﾞｰﾀﾍﾞｰｽが選択されていません。"));
+    nothing.run(backUpScripts);
+    BatchFixture cancelled;
+    cancelled.dialogue.expectFolder(prompt, QString());
+    cancelled.run(backUpScripts);
+    QCOMPARE(cancelled.dialogue.progresses, QStringList());
+}
+
+QTEST_APPLESS_MAIN(ScriptBackupTest)
+#include "test_scriptbackup.moc"
