@@ -15,6 +15,7 @@
 
 #include <QApplication>
 #include <QCloseEvent>
+#include <QLayout>
 #include <QShortcut>
 #include <QSignalBlocker>
 #include <QTextStream>
@@ -67,7 +68,9 @@ frmTarnwell::frmTarnwell(Session &session, WindowPump &pump)
     });
     Form_Load();
     Form_Activate();
-    resize(1024, 700); // the views not shown at first are hidden by now and ask for no room
+    // The views not shown at first are hidden by now and ask for no room.
+    layout()->activate();
+    resize(1024, 700);
 }
 
 frmTarnwell::~frmTarnwell()

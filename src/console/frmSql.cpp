@@ -296,10 +296,19 @@ void frmSql::execute()
     } catch (const std::bad_alloc &) {
         description = QStringLiteral("メモリが不足しています。");
     }
-    if (!isRunning()) {
+    if (isRunning())
+        showFailure(description);
+    else
         m_dialogue->inform(interrupted);
-        return;
+    try {
+        m_run.keepWhatWasRead();
+    } catch (const SqlError &error) {
+        showFailure(error.description());
     }
+}
+
+void frmSql::showFailure(const QString &description)
+{
     m_dialogue->refuse(description);
     c.txtError->setPlainText(description);
 }

@@ -63,6 +63,7 @@ private:
     void showState();
     void chooseDelimiter();
     void execute();
+    void showFailure(const QString &description);
     RunRequest request() const;
     bool isStatementMissing();
     void setRunFlag(bool isOn);

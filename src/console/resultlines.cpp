@@ -1,6 +1,14 @@
 #include "console/resultlines.h"
 
+#include "controls/packedrows.h"
 #include "core/codepage.h"
+#include "core/stringbuffer.h"
+
+namespace {
+
+constexpr std::size_t pieceBytes = std::size_t{1} << 20;
+
+} // namespace
 
 std::string ResultLines::header(const std::vector<Field> &fields) const
 {
@@ -24,4 +32,22 @@ std::string_view ResultLines::row(std::span<const Cell> cells)
     m_line.pop_back();
     m_line.append("\r\n");
     return m_line;
+}
+
+void writeLines(const std::vector<Field> &fields, const PackedRows &rows, char delimiter,
+                const std::function<void(std::string_view)> &take)
+{
+    ResultLines lines(delimiter);
+    StringBuffer buffer;
+    std::vector<Cell> cells;
+    buffer.appendUtf8(lines.header(fields));
+    for (int row = 0; row < rows.rowCount(); ++row) {
+        rows.read(row, cells);
+        buffer.appendUtf8(lines.row(cells));
+        if (buffer.utf8().size() >= pieceBytes) {
+            take(buffer.utf8());
+            buffer.Clear();
+        }
+    }
+    take(buffer.utf8());
 }

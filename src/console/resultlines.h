@@ -2,8 +2,11 @@
 
 #include "core/recordset.h"
 
+#include <functional>
 #include <string>
 #include <string_view>
+
+class PackedRows;
 
 // The delimited lines of a result, in UTF-8, each ended by CR LF.
 class ResultLines {
@@ -22,3 +25,7 @@ private:
     char m_delimiter;
     std::string m_line;
 };
+
+// Header and a line for each row, handed over about a megabyte at a time.
+void writeLines(const std::vector<Field> &fields, const PackedRows &rows, char delimiter,
+                const std::function<void(std::string_view)> &take);

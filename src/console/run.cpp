@@ -1,15 +1,16 @@
 #include "console/run.h"
 
+#include "console/outputfile.h"
 #include "console/resultlines.h"
 #include "controls/flexgrid.h"
+#include "controls/packedrows.h"
 #include "controls/resulttextbox.h"
 #include "controls/windowpump.h"
 
 #include <QDir>
 #include <QProcess>
 
-#include <exception>
-#include <utility>
+#include <limits>
 
 namespace {
 
@@ -29,35 +30,31 @@ private:
     bool &m_flag;
 };
 
-// What has been read is kept whatever happens next, so each step is tried; the first failure is what counts.
-template <class Step>
-void attempt(std::exception_ptr &failure, Step step)
-{
-    try {
-        step();
-    } catch (const SqlError &) {
-        if (!failure)
-            failure = std::current_exception();
+// The record set is closed on every path.
+class Closed {
+public:
+    explicit Closed(RecordSet &rows)
+        : m_rows(rows)
+    {
     }
-}
+    ~Closed() { m_rows.close(); }
+    Closed(const Closed &) = delete;
+    Closed &operator=(const Closed &) = delete;
 
-void startEditor(const QString &editor, const QString &path)
-{
-    if (editor.trimmed().isEmpty())
-        return;
-    QProcess process;
-    process.setProgram(editor);
-    process.setArguments({QDir::toNativeSeparators(path)});
-    if (!process.startDetached())
-        throw SqlError(editor + QStringLiteral(": ") + process.errorString());
-}
+private:
+    RecordSet &m_rows;
+};
 
 } // namespace
 
 ConsoleRun::Result ConsoleRun::execute(const RunRequest &request)
 {
+    m_request = request;
     m_isStopped = false;
+    m_hasText = true;
     m_rowCount = 0;
+    m_byteCount = 0;
+    const Closed closed(m_rows);
     {
         const Raised inCall(m_isInCall);
         m_rows = m_session.connection().execute(request.statement);
@@ -69,13 +66,20 @@ ConsoleRun::Result ConsoleRun::execute(const RunRequest &request)
         m_rows.close();
 
     m_views.grid.setFields(m_rows.fields());
-    std::exception_ptr failure;
-    attempt(failure, [&] { request.isFileOnly ? readIntoFile(request) : readIntoViews(request); });
-    m_rows.close();
-    m_buffer.Clear();
-    if (failure)
-        std::rethrow_exception(failure);
+    if (request.isFileOnly)
+        readIntoFile();
+    else
+        readIntoViews();
     return Result::Rows;
+}
+
+void ConsoleRun::keepWhatWasRead()
+{
+    if (m_hasText)
+        return;
+    showText();
+    if (m_isStopped && m_request.savesText)
+        saveText(outputPath());
 }
 
 void ConsoleRun::stop()
@@ -88,51 +92,36 @@ void ConsoleRun::stop()
         m_session.gCn->cancel();
 }
 
-void ConsoleRun::readIntoViews(const RunRequest &request)
+void ConsoleRun::readIntoViews()
 {
-    ResultLines lines(request.delimiter);
-    m_buffer.Init(0);
-    m_buffer.appendUtf8(lines.header(m_rows.fields()));
-    std::exception_ptr failure;
+    m_hasText = false;
     {
         const RedrawOff redrawOff(m_views.grid);
-        attempt(failure, [&] {
-            readRows([&] {
-                m_views.grid.appendRow(m_rows.cells());
-                m_buffer.appendUtf8(lines.row(m_rows.cells()));
-            });
+        readRows([this] {
+            m_views.grid.appendRow(m_rows.cells());
+            for (const Cell &cell : m_rows.cells())
+                m_byteCount += (cell.isNull ? 4 : cell.bytes.size()) + 1;
         });
     }
-    const bool isComplete = !failure;
     const QString path = outputPath();
-    if (request.savesText && (isComplete || m_isStopped)) {
-        attempt(failure, [&] {
-            OutputFile file(path);
-            for (const std::string &piece : m_buffer.pieces())
-                file.write(piece);
-            file.close();
-            if (request.opensEditor && isComplete)
-                startEditor(m_session.gTextEditor, path);
-        });
+    if (m_request.savesText) {
+        saveText(path);
+        if (m_request.opensEditor)
+            startEditor(path);
     }
     showText();
-    if (failure)
-        std::rethrow_exception(failure);
 }
 
-void ConsoleRun::readIntoFile(const RunRequest &request)
+void ConsoleRun::readIntoFile()
 {
     const QString path = outputPath();
     OutputFile file(path);
-    ResultLines lines(request.delimiter);
+    ResultLines lines(m_request.delimiter);
     file.write(lines.header(m_rows.fields()));
-    std::exception_ptr failure;
-    attempt(failure, [&] { readRows([&] { file.write(lines.row(m_rows.cells())); }); });
-    attempt(failure, [&] { file.close(); });
-    if (failure)
-        std::rethrow_exception(failure);
-    if (request.opensEditor)
-        startEditor(m_session.gTextEditor, path);
+    readRows([&] { file.write(lines.row(m_rows.cells())); });
+    file.close();
+    if (m_request.opensEditor)
+        startEditor(path);
 }
 
 // Only the end of the record set is asked for, never the run flag: a stop closes the record set, and the
@@ -161,12 +150,33 @@ void ConsoleRun::moveNext()
         m_rows.close();
 }
 
-// Piece by piece, so that the window stays alive and each piece's memory is free again once it is shown.
+void ConsoleRun::saveText(const QString &path)
+{
+    OutputFile file(path);
+    Yield yield;
+    writeLines(m_rows.fields(), m_views.grid.rows(), m_request.delimiter, [&](std::string_view text) {
+        file.write(text);
+        yield();
+    });
+    file.close();
+}
+
+// The text is made anew from the grid's rows: a copy of it, kept while the rows arrive, would cost as much
+// memory as the grid and the text box together are meant to.
 void ConsoleRun::showText()
 {
+    m_hasText = true;
+    const std::size_t byteCount = ResultLines(m_request.delimiter).header(m_rows.fields()).size() +
+                                  m_byteCount + static_cast<std::size_t>(m_rowCount);
+    // QScintilla counts in 32 bits.
+    if (byteCount > std::numeric_limits<int>::max())
+        throw SqlError(QStringLiteral("オーバーフローしました。"), 6);
     Yield yield;
-    m_views.text.setPieces(
-        m_buffer.byteCount(), [this] { return m_buffer.takePiece(); }, std::ref(yield));
+    m_views.text.produceText(
+        byteCount,
+        [fields = m_rows.fields(), rows = m_views.grid.rows(), delimiter = m_request.delimiter](
+            const ResultTextBox::Take &take) { writeLines(fields, rows, delimiter, take); },
+        std::ref(yield));
 }
 
 QString ConsoleRun::outputPath()
@@ -177,4 +187,15 @@ QString ConsoleRun::outputPath()
     if (!folder.endsWith(QDir::separator()))
         folder += QDir::separator();
     return folder + QStringLiteral("sqldump.dat");
+}
+
+void ConsoleRun::startEditor(const QString &path)
+{
+    if (m_session.gTextEditor.trimmed().isEmpty())
+        return;
+    QProcess process;
+    process.setProgram(m_session.gTextEditor);
+    process.setArguments({QDir::toNativeSeparators(path)});
+    if (!process.startDetached())
+        throw SqlError(m_session.gTextEditor + QStringLiteral(": ") + process.errorString());
 }

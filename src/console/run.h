@@ -1,13 +1,10 @@
 #pragma once
 
-#include "console/outputfile.h"
 #include "core/session.h"
-#include "core/stringbuffer.h"
 
 #include <QString>
 
 #include <functional>
-#include <string>
 
 class FlexGrid;
 class ResultTextBox;
@@ -28,8 +25,8 @@ struct RunViews {
     std::function<void(qint64)> showCount;
 };
 
-// One execution after the other: reads a statement's rows into grid and text, or straight into the file.
-// Window events run between the rows and while the server thinks, and stop() may be called from them.
+// One execution: reads a statement's rows into grid and text, or straight into the file. Window events run
+// between the rows and while the server thinks, and stop() may be called from them.
 class ConsoleRun {
 public:
     enum class Result { NoRows, Rows };
@@ -41,25 +38,32 @@ public:
     }
 
     // Throws SqlError when the server or the system refuses, and when stop() ended it. What was read until
-    // then stays in the views and, as whole lines, in the file.
+    // then is in the grid or, as whole lines, in the file.
     Result execute(const RunRequest &request);
+    // After an execution that threw: puts what was read into the text box and, had it been stopped, into the
+    // file. Apart from execute() because it takes its time: the user hears of the stop first.
+    void keepWhatWasRead();
     // Ends the statement that waits for its server, or closes the record set that is being read.
     void stop();
     qint64 rowCount() const { return m_rowCount; }
 
 private:
-    void readIntoViews(const RunRequest &request);
-    void readIntoFile(const RunRequest &request);
+    void readIntoViews();
+    void readIntoFile();
     void readRows(const std::function<void()> &take);
     void moveNext();
+    void saveText(const QString &path);
     void showText();
     QString outputPath();
+    void startEditor(const QString &path);
 
     Session &m_session;
     RunViews m_views;
+    RunRequest m_request;
     RecordSet m_rows;
-    StringBuffer m_buffer;
     qint64 m_rowCount = 0;
+    std::size_t m_byteCount = 0; // of the values read and what stands behind each
+    bool m_hasText = true;       // the text box shows what the grid shows
     bool m_isStopped = false;
     bool m_isInCall = false; // a call of the connection or the record set is on the stack
 };

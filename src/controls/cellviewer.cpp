@@ -33,6 +33,7 @@ CellViewer::CellViewer(QWidget *window)
     setAttribute(Qt::WA_DeleteOnClose);
     m_text->setObjectName(QStringLiteral("cellText"));
     m_text->setAccessibleName(QStringLiteral("値のテキスト"));
+    m_text->setWrapMode(QsciScintilla::WrapCharacter);
     m_hex->setObjectName(QStringLiteral("cellHex"));
     m_hex->setAccessibleName(QStringLiteral("値の16進表示"));
     m_picture->setObjectName(QStringLiteral("cellPicture"));
@@ -75,7 +76,7 @@ void CellViewer::showValue(const Field &field, const Cell &value, int rowNumber)
     QString summary =
         value.isNull ? QStringLiteral("NULL") : QStringLiteral("%L1 バイト").arg(m_bytes.size());
     if (lines.size() != m_value.size())
-        summary += QStringLiteral("　長い行は折り返して表示");
+        summary += QStringLiteral("　長い行は%1文字で区切って表示").arg(longestLine);
     if (shown.size() != m_bytes.size())
         summary += QStringLiteral("　16進は先頭の1 MBのみ");
     m_summary->setText(summary);

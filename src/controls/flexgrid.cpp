@@ -150,6 +150,11 @@ bool FlexGrid::isNull(int row, int column) const
     return m_model->cell(row, column).isNull;
 }
 
+PackedRows FlexGrid::rows() const
+{
+    return m_model->rows();
+}
+
 std::size_t FlexGrid::allocatedBytes() const
 {
     return m_model->rows().allocatedBytes();
@@ -250,9 +255,11 @@ void FlexGrid::keyPressEvent(QKeyEvent *event)
     if (event->matches(QKeySequence::Copy))
         copy(CopyFormat::TabSeparated);
     else if (event->key() == Qt::Key_Space && event->modifiers() == Qt::ControlModifier)
-        selectColumn(currentIndex().column());
+        selectionModel()->select(currentIndex(),
+                                 QItemSelectionModel::ClearAndSelect | QItemSelectionModel::Columns);
     else if (event->key() == Qt::Key_Space && event->modifiers() == Qt::ShiftModifier)
-        selectRow(currentIndex().row());
+        selectionModel()->select(currentIndex(),
+                                 QItemSelectionModel::ClearAndSelect | QItemSelectionModel::Rows);
     else if (isEnter && currentIndex().isValid())
         openCell(currentIndex());
     else

@@ -12,6 +12,7 @@ class CellViewer;
 class FindBar;
 class FlexGridModel;
 class GridSearch;
+class PackedRows;
 class QMenu;
 enum class CopyFormat;
 
@@ -40,6 +41,8 @@ public:
     // The whole value, however long; a NULL is "NULL".
     QString text(int row, int column) const;
     bool isNull(int row, int column) const;
+    // All rows in the server's order, as they are now: shared with the grid, and safe to read on a worker.
+    PackedRows rows() const;
     // Bytes held for the rows, spare room included.
     std::size_t allocatedBytes() const;
 

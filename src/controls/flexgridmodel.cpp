@@ -113,7 +113,8 @@ QVariant FlexGridModel::headerData(int section, Qt::Orientation orientation, int
     const QString &name = m_fields[static_cast<std::size_t>(section)].name;
     if (role == Qt::ToolTipRole)
         return name.toHtmlEscaped();
-    return name;
+    // The name of an expression is its text, line breaks and all.
+    return cellLine(name.toStdString(), mostCellBytes);
 }
 
 void FlexGridModel::sortRows(int column, Qt::SortOrder direction)

@@ -6,6 +6,8 @@
 #include <QScreen>
 #include <QScrollArea>
 
+#include <algorithm>
+
 namespace {
 
 // A box never grows beyond this; more text scrolls.
@@ -29,7 +31,8 @@ void letTextScroll(QMessageBox &box)
     label->setWordWrap(true);
     label->setAlignment(Qt::AlignLeft | Qt::AlignTop);
     const QFontMetrics metrics = box.fontMetrics();
-    area->setMinimumSize(metrics.averageCharWidth() * 90, metrics.lineSpacing() * mostLines);
+    const int width = std::min(metrics.averageCharWidth() * 80, box.screen()->availableSize().width() / 2);
+    area->setMinimumSize(width, metrics.lineSpacing() * mostLines);
 }
 
 } // namespace

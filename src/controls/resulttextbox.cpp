@@ -8,6 +8,7 @@
 
 #include <QKeyEvent>
 
+#include <exception>
 #include <thread>
 
 namespace {
@@ -60,17 +61,30 @@ void ResultTextBox::appendInPieces(std::string_view utf8, const std::function<vo
     }
 }
 
-void ResultTextBox::setPieces(std::size_t bytes, const std::function<std::string()> &next,
-                              const std::function<void()> &yield)
+void ResultTextBox::produceText(std::size_t bytes, const std::function<void(const Take &)> &produce,
+                                const std::function<void()> &yield)
 {
     const int generation = ++m_generation;
-    TextLoader loader(*this, bytes);
-    for (std::string piece = next(); !piece.empty() && generation == m_generation; piece = next()) {
-        loader.add(piece);
-        yield();
+    std::unique_ptr<TextLoader> loader;
+    std::exception_ptr failure;
+    Completion done;
+    {
+        const std::jthread worker([&] {
+            try {
+                loader = std::make_unique<TextLoader>(*this, bytes);
+                produce([&](std::string_view utf8) { loader->add(utf8); });
+            } catch (...) {
+                failure = std::current_exception();
+            }
+            done.finish();
+        });
+        while (!done.waitFor(yieldEvery))
+            yield();
     }
+    if (failure)
+        std::rethrow_exception(failure);
     if (generation == m_generation)
-        showDocument(loader.takeDocument());
+        showDocument(loader->takeDocument());
 }
 
 // A worker fills a document of its own, which then takes the place of the shown one.

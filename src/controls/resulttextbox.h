@@ -3,7 +3,6 @@
 #include "controls/scintilla.h"
 
 #include <functional>
-#include <string>
 #include <string_view>
 
 // A read-only text that may be very large: no style bytes, no undo, no highlighting; find with Ctrl+F.
@@ -18,11 +17,12 @@ public:
     // Adds UTF-8 text at the end. `yield` is called every few milliseconds and may let window events run;
     // when these clear or fill the box anew, the rest is dropped.
     void appendInPieces(std::string_view utf8, const std::function<void()> &yield);
-    // Replaces the text by pieces, each asked for when the one before is taken over; an empty one ends them.
-    // `bytes` is their sum. The text appears when it is whole; `yield` is called after each piece. No copy of
-    // the text is held, so pieces that are given away cost no memory twice.
-    void setPieces(std::size_t bytes, const std::function<std::string()> &next,
-                   const std::function<void()> &yield);
+    using Take = std::function<void(std::string_view utf8)>;
+    // Replaces the text by what `produce` gives to its argument, `bytes` in all. It works on a thread of its
+    // own and touches no widget; `yield` is called every few milliseconds until it has ended. What it throws
+    // comes out here. The new text appears when it is whole.
+    void produceText(std::size_t bytes, const std::function<void(const Take &)> &produce,
+                     const std::function<void()> &yield);
     qint64 byteCount() const;
 
 protected:

@@ -68,10 +68,8 @@ void SqlTextBox::keyPressEvent(QKeyEvent *event)
     const bool isTab = event->key() == Qt::Key_Tab || event->key() == Qt::Key_Backtab;
     // Tab indents, so keyboard users leave the box with Ctrl+Tab.
     if (isTab && (event->modifiers() & Qt::ControlModifier)) {
-        if (event->modifiers() & Qt::ShiftModifier)
-            focusPreviousChild();
-        else
-            focusNextChild();
+        const bool isForward = event->key() == Qt::Key_Tab && !(event->modifiers() & Qt::ShiftModifier);
+        QAbstractScrollArea::focusNextPrevChild(isForward); // QScintilla's own keeps the focus
         return;
     }
     QsciScintilla::keyPressEvent(event);

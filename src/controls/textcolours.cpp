@@ -3,6 +3,7 @@
 #include "controls/scintilla.h"
 
 #include <QFontDatabase>
+#include <QGuiApplication>
 #include <QPalette>
 
 namespace {
@@ -22,7 +23,9 @@ QColor paperOf(const QsciScintilla &box)
 
 QFont codeFont()
 {
-    return QFontDatabase::systemFont(QFontDatabase::FixedFont);
+    QFont font = QFontDatabase::systemFont(QFontDatabase::FixedFont);
+    font.setPointSizeF(QGuiApplication::font().pointSizeF());
+    return font;
 }
 
 void colourPlain(QsciScintilla &box)

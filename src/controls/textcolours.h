@@ -4,9 +4,9 @@
 
 class QsciScintilla;
 
-// Colours of a text box after its palette, light or dark, and the font of code: evenly spaced, with
-// Japanese forms of the characters.
+// The evenly spaced font of code, as large as the rest of the program.
 QFont codeFont();
+// Colours of a text box after its palette, light or dark.
 void colourPlain(QsciScintilla &box);
 // The box's lexer is a QsciLexerSQL.
 void colourSql(QsciScintilla &box);

@@ -4,15 +4,15 @@
 
 #include <new>
 
-// The ILoader of Scintilla's documentation, which QScintilla's headers leave out.
-class TextLoader::Interface {
+// As Scintilla documents it; QScintilla's headers leave it out.
+class ILoader {
 public:
     virtual int Release() = 0;
     virtual int AddData(const char *data, std::ptrdiff_t length) = 0;
     virtual void *ConvertToDocument() = 0;
 
 protected:
-    ~Interface() = default;
+    ~ILoader() = default;
 };
 
 TextLoader::TextLoader(QsciScintillaBase &box, std::size_t bytes)
@@ -24,7 +24,7 @@ TextLoader::TextLoader(QsciScintillaBase &box, std::size_t bytes)
         QsciScintillaBase::SC_DOCUMENTOPTION_STYLES_NONE | QsciScintillaBase::SC_DOCUMENTOPTION_TEXT_LARGE;
     const long address = box.SendScintilla(QsciScintillaBase::SCI_CREATELOADER,
                                            static_cast<unsigned long>(bytes + spare), options);
-    m_loader = reinterpret_cast<Interface *>(address);
+    m_loader = reinterpret_cast<ILoader *>(address);
     if (!m_loader)
         throw std::bad_alloc();
 }

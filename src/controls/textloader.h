@@ -3,6 +3,7 @@
 #include <cstddef>
 #include <string_view>
 
+class ILoader;
 class QsciScintillaBase;
 
 // A text document that no view shows yet, without style bytes and undo. It may be made and filled on a
@@ -19,6 +20,5 @@ public:
     void *takeDocument();
 
 private:
-    class Interface;
-    Interface *m_loader;
+    ILoader *m_loader;
 };

@@ -32,10 +32,10 @@ void RecordSet::moveNext()
         return;
     if (++m_row >= m_block.rowCount()) {
         m_row = 0;
-        if (!m_source->read(m_block)) {
-            m_atEnd = true;
+        m_atEnd = true; // also when the read throws: the old rows are not shown again
+        if (!m_source->read(m_block))
             return;
-        }
+        m_atEnd = false;
         if (m_counter)
             m_counter(m_block.rowCount());
     }

@@ -1,6 +1,7 @@
 #include "core/workerthread.h"
 
 #include <new>
+#include <utility>
 
 namespace {
 
@@ -169,6 +170,8 @@ void WorkerThread::breakOff(const std::shared_ptr<Job> &job)
 {
     {
         const std::lock_guard lock(m_mutex);
+        if (job->done.isFinished())
+            return;
         m_isCut = true;
         m_changed.notify_all();
     }

@@ -3,9 +3,13 @@
 #include "core/pump.h"
 #include "core/workerdriver.h"
 
+#include <chrono>
+#include <condition_variable>
 #include <deque>
 #include <functional>
 #include <map>
+#include <memory>
+#include <mutex>
 #include <optional>
 #include <thread>
 
@@ -32,8 +36,8 @@ struct Job {
     std::chrono::steady_clock::time_point stoppedAt{};
 };
 
-// Asks again and again for a moment before a thread goes to sleep: putting it to sleep and waking it would cost
-// more than most statements take.
+// Asks again and again for a moment before a thread goes to sleep: putting it to sleep and waking it would
+// cost more than most statements take.
 template <typename IsReached>
 bool isSoon(IsReached isReached)
 {

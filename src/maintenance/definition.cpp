@@ -10,7 +10,6 @@
 #include <QStringDecoder>
 
 #include <algorithm>
-#include <functional>
 
 namespace {
 
@@ -100,8 +99,8 @@ bool readsAnyOf(const Definition &view, const std::vector<Definition> &others)
 // The server refuses a view of something that is not there yet.
 std::vector<Definition> inOrder(std::vector<Definition> definitions)
 {
-    const auto firstView =
-        std::ranges::stable_partition(definitions, std::logical_not(), &Definition::isView).begin();
+    const auto firstView = std::stable_partition(definitions.begin(), definitions.end(),
+                                                 [](const Definition &each) { return !each.isView; });
     std::vector<Definition> views(firstView, definitions.end());
     definitions.erase(firstView, definitions.end());
     while (!views.empty()) {

@@ -40,8 +40,8 @@ frmRestore::frmRestore(QWidget *parent)
             Drive1->showDriveOf(Dir1->path());
     });
     connect(Dir1, &FolderBox::pathChanged, File1, &FileBox::setPath);
+    connect(Dir1, &FolderBox::pathChanged, Drive1, &DriveBox::showDriveOf);
     Dir1->setPath(QDir::homePath());
-    Drive1->showDriveOf(Dir1->path());
 }
 
 void frmRestore::layOut()
@@ -50,6 +50,12 @@ void frmRestore::layOut()
                                             "複数選択も可能です。"),
                              this);
     label->setObjectName(QStringLiteral("Label1"));
+    auto *path = new QLabel(this);
+    path->setObjectName(QStringLiteral("folderPath"));
+    path->setWordWrap(true);
+    path->setTextFormat(Qt::PlainText);
+    connect(Dir1, &FolderBox::pathChanged, path,
+            [path](const QString &text) { path->setText(QDir::toNativeSeparators(text)); });
     auto *cmdOk = new QPushButton(QStringLiteral("OK"), this);
     cmdOk->setObjectName(QStringLiteral("cmdOk"));
     cmdOk->setAutoDefault(false); // Enter in the folder list goes into a folder
@@ -66,7 +72,8 @@ void frmRestore::layOut()
     layout->addWidget(Drive1, 1, 0);
     layout->addWidget(Dir1, 2, 0);
     layout->addWidget(File1, 1, 1, 2, 1);
-    layout->addLayout(buttons, 3, 0, 1, 2);
+    layout->addWidget(path, 3, 0, 1, 2);
+    layout->addLayout(buttons, 4, 0, 1, 2);
     layout->setColumnStretch(0, 1);
     layout->setColumnStretch(1, 1);
     layout->setRowStretch(2, 1);

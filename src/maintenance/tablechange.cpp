@@ -216,6 +216,6 @@ Outcome changeTable(CommandContext &context)
         return fail(context, error,
                     [&](bool isLost) { return recoverTable(context.session, change, isLost); });
     }
-    return succeed(context, reportOf(remakeTriggers(context.session, change.triggers,
-                                                    withoutBackticks(change.newName), change.newTable())));
+    return succeed(context, reportOf(remakeTriggers(context.session, change.triggers, change.bareNewName(),
+                                                    change.newTable())));
 }

@@ -227,9 +227,9 @@ void TableRecovery::makeTriggers()
     if (!m_isOldMadeAgain && m_rows != Rows::InNew)
         return;
     const RecoveryReport report = reportOf(
-        m_isOldMadeAgain ? remakeTriggers(m_session, m_change.triggers, m_change.oldName, m_change.oldTable())
-                         : remakeTriggers(m_session, m_change.triggers, withoutBackticks(m_change.newName),
-                                          m_change.newTable()));
+        m_isOldMadeAgain
+            ? remakeTriggers(m_session, m_change.triggers, m_change.oldName, m_change.oldTable())
+            : remakeTriggers(m_session, m_change.triggers, m_change.bareNewName(), m_change.newTable()));
     if (report.message.isEmpty())
         return;
     m_messages << report.message;
@@ -288,6 +288,11 @@ QString TableChange::oldTable() const
 QString TableChange::newTable() const
 {
     return qualifiedName(database, newName);
+}
+
+QString TableChange::bareNewName() const
+{
+    return withoutBackticks(newName).trimmed();
 }
 
 RecoveryReport recoverTable(Session &session, const TableChange &change, bool answerLost)

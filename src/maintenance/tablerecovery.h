@@ -25,6 +25,7 @@ struct TableChange {
 
     QString oldTable() const;
     QString newTable() const;
+    QString bareNewName() const; // as the server lists it
 };
 
 // What the user has to be told after a recovery; both empty when all is as it was before.

@@ -66,12 +66,13 @@ void OdbcTest::dangerousKindsAreKnown_data()
          {"select 1", "  (select 1)", "set @a=1", "-- c\nselect 1", "# c\n/* d */ show tables",
           "create table t (a int)", "alter table t add b int", "alter table optimize_me add b int",
           "xa start 'a'", "load data infile 'x' into table t", "lock tables t read",
-          "begin not atomic select 1; end", "delete from t returning a", "start transaction"})
+          "begin not atomic select 1; end", "delete from t returning a", "start transaction", "commit;",
+          "set@a=1", "alter table p add partition (partition q values less than (9))", "", "/* select */"})
         QTest::newRow(statement) << QString::fromLatin1(statement) << false;
     for (const char *statement :
          {"Optimize table t", "VALUES(1)", "help 'a'", "xa\nrecover", "cache index t in c",
           "/*!50000 select */ 1", "load index into cache t", "alter table p repair partition all",
-          "backup table t to 'x'", "if 1 then select 1; end if", "table t", "", "/* select */"})
+          "backup table t to 'x'", "if 1 then select 1; end if", "table t", "optimize/**/table t"})
         QTest::newRow(qPrintable(QStringLiteral("!") + QString::fromLatin1(statement)))
             << QString::fromLatin1(statement) << true;
 }

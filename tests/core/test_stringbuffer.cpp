@@ -11,7 +11,6 @@ private Q_SLOTS:
     void capacityFollowsTheRule();
     void aClearedBufferGrowsByTheLastStep();
     void aReplacedTextHasNoSpareRoom();
-    void textSurvivesManyPieces();
     void aCapacityBeyond32BitsIsRefused();
 };
 
@@ -73,26 +72,6 @@ void StringBufferTest::aReplacedTextHasNoSpareRoom()
     buffer.Append(face);
     QCOMPARE(buffer.length(), 4);
     QCOMPARE(buffer.Text(), face + face);
-}
-
-void StringBufferTest::textSurvivesManyPieces()
-{
-    StringBuffer buffer;
-    QByteArray expected;
-    for (int i = 0; i < 300000; ++i) {
-        const QByteArray line = QByteArray::number(i) + " 表示\r\n";
-        buffer.appendUtf8(std::string_view(line.constData(), std::size_t(line.size())));
-        expected += line;
-    }
-    QCOMPARE(buffer.byteCount(), std::size_t(expected.size()));
-    QVERIFY(buffer.pieces().size() > 2);
-    QByteArray taken;
-    for (std::string piece = buffer.takePiece(); !piece.empty(); piece = buffer.takePiece()) {
-        QVERIFY2(piece.ends_with('\n'), "a piece ends where an appended text ended");
-        taken += QByteArray::fromStdString(piece);
-    }
-    QVERIFY(taken == expected);
-    QCOMPARE(buffer.byteCount(), std::size_t(0));
 }
 
 void StringBufferTest::aCapacityBeyond32BitsIsRefused()

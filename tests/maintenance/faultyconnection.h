@@ -4,9 +4,10 @@
 #include "core/sqlerror.h"
 
 enum class Fault {
-    Refused,   // the server refuses the statement
-    Killed,    // the session has ended before the statement is sent
-    AnswerLost // the server carries the statement out, the connection breaks before the answer
+    Refused,    // the server refuses the statement
+    Killed,     // the session has ended before the statement is sent
+    AnswerLost, // the server carries the statement out, the connection breaks before the answer
+    AnswerWrong // the server carries the statement out and reports an error all the same
 };
 
 // A real connection on which one statement goes wrong.
@@ -41,6 +42,8 @@ public:
             return m_inner->execute(statement);
         }
         m_inner->execute(statement);
+        if (m_fault == Fault::AnswerWrong)
+            throw SqlError(QStringLiteral("interrupted"), 1317);
         m_inner->close();
         throw SqlError(QStringLiteral("Lost connection to server during query"), 2013);
     }

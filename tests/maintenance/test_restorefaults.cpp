@@ -7,10 +7,11 @@
 
 namespace {
 
+// The index on `up` is named: one that the server made for a key it renames when the key is made again.
 const char *const setUp = R"(
     DROP DATABASE IF EXISTS d; CREATE DATABASE d; USE d;
     CREATE TABLE parent(id INT PRIMARY KEY); INSERT INTO parent VALUES(1),(2),(3);
-    CREATE TABLE t(id INT PRIMARY KEY, up INT, v VARCHAR(20),
+    CREATE TABLE t(id INT PRIMARY KEY, up INT, v VARCHAR(20), KEY named_index(up),
         CONSTRAINT named FOREIGN KEY(up) REFERENCES parent(id), FOREIGN KEY(up) REFERENCES t(id));
     CREATE TABLE child(id INT PRIMARY KEY, t INT, CONSTRAINT points FOREIGN KEY(t) REFERENCES t(id) ON DELETE CASCADE);
     INSERT INTO t VALUES(1,1,'saved'),(2,1,'saved');
@@ -112,6 +113,7 @@ void RestoreFaultsTest::noRowIsLost_data()
     QTest::newRow("refused") << Fault::Refused;
     QTest::newRow("session killed") << Fault::Killed;
     QTest::newRow("answer lost") << Fault::AnswerLost;
+    QTest::newRow("answer wrong") << Fault::AnswerWrong;
 }
 
 void RestoreFaultsTest::noRowIsLost()
@@ -131,7 +133,7 @@ void RestoreFaultsTest::noRowIsLost()
         }
         if (fault == Fault::Refused) {
             QVERIFY2(rows == newRows, where);
-            QCOMPARE(where + definitions(m_server), where + m_changedDefinitions);
+            QVERIFY2(definitions(m_server) == m_changedDefinitions, where);
             continue;
         }
         const QString aside = m_server.run("SHOW TABLES LIKE 't\\_old\\_%'", "d").trimmed();
@@ -141,6 +143,8 @@ void RestoreFaultsTest::noRowIsLost()
         } else {
             QVERIFY2(rowsOf(m_server, aside) == newRows && told.contains(aside), where);
         }
+        if (fault == Fault::AnswerWrong)
+            continue;
         // Whatever is off now is in the message as a statement.
         const QString present = definitions(m_server);
         for (const char *tie : {"stamp", "stamp2", "points", "later", "named"})

@@ -67,7 +67,7 @@ void RoutinesTest::textsAreShownAndSent_data()
     // Cut at the place that the missing keyword's length gives.
     QTest::newRow("no keyword") << "[PROC]"
                                 << "create p() select 1"
-                                << "CREATE PROCEDURE `d`.) select 1";
+                                << "CREATE PROCEDURE `d`.() select 1";
     QTest::newRow("no keyword, short") << "[FUNC]"
                                        << "x"
                                        << "CREATE FUNCTION `d`.";

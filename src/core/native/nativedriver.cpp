@@ -61,7 +61,7 @@ void NativeDriver::settle()
 {
     if (m_streaming)
         m_streaming->dropRest();
-    // A KILL that came after its statement strikes the next command: this one.
+    // A KILL that came after its statement may strike the next command: this one, then.
     if (m_handle)
         mysql_ping(m_handle.get());
 }

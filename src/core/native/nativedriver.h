@@ -4,6 +4,8 @@
 #include "core/native/socketcutter.h"
 #include "core/workerdriver.h"
 
+#include <atomic>
+
 class NativeResult;
 
 // The built-in driver: MariaDB Connector/C with results that stream. One result at a time can be on its way;

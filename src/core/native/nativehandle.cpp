@@ -13,6 +13,7 @@ const char *orNull(const QByteArray &text)
     return text.isEmpty() ? nullptr : text.constData();
 }
 
+// With these options, even empty ones, the library encrypts whenever the server offers it.
 void setTls(MYSQL *handle, const NativeOptions &options)
 {
     mysql_ssl_set(handle, orNull(options.sslKey), orNull(options.sslCertificate),
@@ -20,10 +21,14 @@ void setTls(MYSQL *handle, const NativeOptions &options)
                   orNull(options.sslCipher));
     const my_bool verifies = options.verifiesServer;
     mysql_optionsv(handle, MYSQL_OPT_SSL_VERIFY_SERVER_CERT, &verifies);
-    if (options.forcesTls) {
-        const my_bool isForced = 1;
-        mysql_optionsv(handle, MYSQL_OPT_SSL_ENFORCE, &isForced);
-    }
+}
+
+// Connector/C 3.3 goes on in the clear when the server offers no TLS, also when told to enforce it.
+void checkTls(MYSQL *handle, const NativeOptions &options)
+{
+    if (options.forcesTls && !mysql_get_ssl_cipher(handle))
+        throw SqlError(QStringLiteral("サーバーがTLSに対応していないため、接続しません。"), 2026,
+                       QStringLiteral("HY000"));
 }
 
 } // namespace
@@ -53,6 +58,7 @@ NativeHandle connectNative(const NativeOptions &options, const NativeTimeouts &t
                             options.password.constData(), orNull(options.database), options.port, nullptr,
                             CLIENT_MULTI_RESULTS))
         throw nativeError(handle.get());
+    checkTls(handle.get(), options);
     return handle;
 }
 

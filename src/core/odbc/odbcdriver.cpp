@@ -104,12 +104,14 @@ QString OdbcDriver::defaultDatabase()
     if (!m_connection || !SQL_SUCCEEDED(SQLGetConnectAttrW(m_connection.get(), SQL_ATTR_CURRENT_CATALOG,
                                                            name.data(), sizeof name, &bytes)))
         return {};
-    return QString::fromUtf16(reinterpret_cast<const char16_t *>(name.data()));
+    const QString text = QString::fromUtf16(reinterpret_cast<const char16_t *>(name.data()));
+    // Connector/ODBC 3.1.15 says "null" where there is none; a database may be called that, too.
+    return text == u"null" ? firstRow(QStringLiteral("select database()")).value(0) : text;
 }
 
 void OdbcDriver::settle()
 {
-    // A KILL that came after its statement strikes the next command: the ping behind this question.
+    // A KILL that came after its statement may strike the next command: the ping behind this question, then.
     SQLUINTEGER isDead = SQL_CD_FALSE;
     if (m_connection)
         SQLGetConnectAttrW(m_connection.get(), SQL_ATTR_CONNECTION_DEAD, &isDead, sizeof isDead, nullptr);

@@ -5,15 +5,21 @@
 
 namespace {
 
-// The first words of a statement in lower case. A comment that the server executes counts as no word.
-QStringList firstWords(const QString &statement)
+// What a statement begins with once blanks, "(" and comments are passed over. Comments that the server
+// executes are none.
+QString withoutHead(const QString &statement)
 {
-    static const QRegularExpression skipped(
+    static const QRegularExpression head(
         QStringLiteral(R"(\A(?:[\s(;]+|--[^\n]*(?:\n|\z)|#[^\n]*(?:\n|\z)|/\*(?![!M]).*?\*/)+)"),
         QRegularExpression::DotMatchesEverythingOption);
-    static const QRegularExpression blanks(QStringLiteral("[\\s(]+"));
-    const qsizetype start = skipped.match(statement).capturedLength();
-    return statement.mid(start, 4000).toLower().split(blanks, Qt::SkipEmptyParts);
+    // A word that matters stands far in front of this.
+    return statement.mid(head.match(statement).capturedLength(), 4000);
+}
+
+QStringList firstWords(const QString &statement)
+{
+    static const QRegularExpression noWord(QStringLiteral("\\W+"));
+    return withoutHead(statement).toLower().split(noWord, Qt::SkipEmptyParts);
 }
 
 QString firstWord(const QString &statement)
@@ -35,19 +41,29 @@ bool isSound(const QString &word)
     return sound.contains(word);
 }
 
+// "alter table t optimize partition p" and its like give rows.
+bool handlesPartitions(const QStringList &words)
+{
+    static const QStringList givingRows = QStringLiteral("optimize repair check analyze").split(u' ');
+    const qsizetype partition = words.indexOf(QStringLiteral("partition"));
+    return partition > 0 && givingRows.contains(words[partition - 1]);
+}
+
 } // namespace
 
 bool StatementKind::mayLeaveRowsUnread(const QString &statement)
 {
+    if (withoutHead(statement).startsWith(u"/*"))
+        return true;
     const QStringList words = firstWords(statement);
     const QString word = words.value(0);
-    if (word == u"alter") // "alter table t optimize partition p" and its like
-        return words.contains(QStringLiteral("partition"));
+    if (word == u"alter")
+        return handlesPartitions(words);
     if (word == u"load")
         return words.value(1) == u"index";
     if (word == u"xa")
-        return words.value(1).startsWith(u"recover");
-    return !isSound(word);
+        return words.value(1) == u"recover";
+    return !words.isEmpty() && !isSound(word);
 }
 
 bool StatementKind::isPrepared(const QString &statement)

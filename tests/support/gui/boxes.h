@@ -23,6 +23,8 @@ public:
     // Any other dialog, by its object name. `use` must bring it to an end (press OK, reject it).
     void expectDialog(const QString &objectName, std::function<void(QDialog &)> use);
 
+    // Leaves the boxes that come to the test itself.
+    void setPaused(bool isPaused) { m_isPaused = isPaused; }
     // "title|text" of each message box that came, in order.
     const QStringList &seen() const { return m_seen; }
 
@@ -39,6 +41,7 @@ private:
 
     std::deque<Expected> m_expected;
     QStringList m_seen;
+    bool m_isPaused = false;
 };
 
 // Any Qt warning until the end of the running test function fails it. Called first in a test function or

@@ -1,0 +1,100 @@
+// Rows to nowhere and small statements, through each connection and through a bare loop over the same
+// library.
+#include "bareloops.h"
+#include "benchdata.h"
+#include "core/connect.h"
+#include "measurement.h"
+
+#include <QCoreApplication>
+
+#include <cstdio>
+
+namespace {
+
+constexpr int runs = 5;
+constexpr int smallStatements = 10000;
+
+std::size_t readAll(Connection &connection, const QString &statement)
+{
+    std::size_t bytes = 0;
+    for (RecordSet rows = connection.execute(statement); !rows.isEof(); rows.moveNext())
+        for (const Cell &cell : rows.cells())
+            bytes += cell.isNull ? 1 : cell.bytes.size();
+    return bytes;
+}
+
+std::size_t throughTheSeam(const QString &connectionString, const QString &statement, int times)
+{
+    BlockingPump pump;
+    const std::unique_ptr<Connection> connection = createConnection(connectionString, pump);
+    connection->open();
+    std::size_t bytes = 0;
+    for (int i = 0; i < times; ++i)
+        bytes += readAll(*connection, statement);
+    return bytes;
+}
+
+// "native rows seam <connection string> <port>": does one job and prints what it took.
+int doOneJob(const QStringList &arguments)
+{
+    const bool isNative = arguments[1] == u"native", hasRows = arguments[2] == u"rows",
+               isBare = arguments[3] == u"bare";
+    const QString statement = hasRows ? benchStatement() : QStringLiteral("select 1");
+    const int times = hasRows ? 1 : smallStatements, port = arguments[5].toInt();
+    std::size_t bytes = 0;
+    const Measurement measurement = measure([&] {
+        if (!isBare)
+            bytes = throughTheSeam(arguments[4], statement, times);
+        else if (isNative)
+            bytes = hasRows ? BareNative::readRows(port, benchDatabase(), statement)
+                            : BareNative::repeatSmall(port, statement, times);
+        else
+            bytes = hasRows ? BareOdbc::readRows(arguments[4], statement)
+                            : BareOdbc::repeatSmall(arguments[4], statement, times);
+    });
+    if (bytes < (hasRows ? 100000000U : 10000U)) {
+        std::fprintf(stderr, "only %zu bytes seen\n", bytes);
+        return 1;
+    }
+    print(measurement);
+    return 0;
+}
+
+bool compare(const TestServer &server, const QString &driver, const QString &job, double bound)
+{
+    const QString string =
+        driver == u"native" ? server.nativeString(benchDatabase()) : server.odbcString(benchDatabase());
+    const QString port = QString::number(server.port());
+    std::vector<Measurement> bare, seam;
+    for (int run = 0; run < runs; ++run) {
+        bare.push_back(measureElsewhere({driver, job, QStringLiteral("bare"), string, port}));
+        seam.push_back(measureElsewhere({driver, job, QStringLiteral("seam"), string, port}));
+    }
+    const Measurement least = median(bare), ours = median(seam);
+    const double ratio = ours.seconds / least.seconds;
+    std::printf(
+        "%-7s %-6s bare %.3f s %5.1f MB   seam %.3f s, %5.1f MB over idle   ratio %.2f (bound %.2f)\n",
+        qPrintable(driver), qPrintable(job), least.seconds, least.peakMegabytes - least.idleMegabytes,
+        ours.seconds, ours.peakMegabytes - ours.idleMegabytes, ratio, bound);
+    std::fflush(stdout);
+    const bool isSmall = driver != u"native" || ours.peakMegabytes - ours.idleMegabytes < 30;
+    return ratio <= bound && isSmall;
+}
+
+} // namespace
+
+int main(int argc, char *argv[])
+{
+    const QCoreApplication application(argc, argv);
+    if (QCoreApplication::arguments().size() == 6)
+        return doOneJob(QCoreApplication::arguments());
+    TestServer server;
+    makeBenchTable(server);
+    bool isWithin = true;
+    for (const QString &driver : {QStringLiteral("native"), QStringLiteral("odbc")}) {
+        isWithin &= compare(server, driver, QStringLiteral("rows"), 1.15);
+        isWithin &= compare(server, driver, QStringLiteral("small"), 1.3);
+    }
+    std::puts(isWithin ? "within the bounds" : "BEYOND A BOUND");
+    return isWithin ? 0 : 1;
+}

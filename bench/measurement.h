@@ -1,0 +1,25 @@
+#pragma once
+
+#include <QString>
+#include <QStringList>
+
+#include <functional>
+#include <vector>
+
+// What one run of a job took. Memory is resident memory of the process in megabytes.
+struct Measurement {
+    double seconds = 0;
+    double idleMegabytes = 0;
+    double peakMegabytes = 0;
+};
+
+// Does the job in this process.
+Measurement measure(const std::function<void()> &job);
+
+// Runs this program again with the arguments, so that its memory is its own, and reads what it printed
+// by print(). A run that fails ends the program.
+Measurement measureElsewhere(const QStringList &arguments);
+void print(const Measurement &measurement);
+
+// The median of each figure.
+Measurement median(const std::vector<Measurement> &runs);

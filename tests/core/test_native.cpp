@@ -1,0 +1,150 @@
+#include "connectiontests.h"
+#include "core/connectionstring.h"
+#include "core/native/nativeoptions.h"
+
+#include <QFile>
+
+class NativeTest : public QObject {
+    Q_OBJECT
+
+private Q_SLOTS:
+    void initTestCase();
+    void connectionStringsAreTakenApart_data();
+    void connectionStringsAreTakenApart();
+    void keysAreKnownInAnyCase();
+    void whatCannotBeUsedIsRefused_data();
+    void whatCannotBeUsedIsRefused();
+    void localhostIsReachedByTcp();
+    void statementsAreSentAsComposed();
+    void severalStatementsAtOnceAreRefused();
+    void memoryDoesNotGrowWithTheResult();
+    void theDefaultDatabaseOfTheStringCounts();
+
+private:
+    TestServer m_server;
+    BlockingPump m_pump;
+};
+
+void NativeTest::initTestCase()
+{
+    m_server.run(QStringLiteral("create database `だ`"));
+}
+
+void NativeTest::connectionStringsAreTakenApart_data()
+{
+    QTest::addColumn<QString>("text");
+    QTest::addColumn<QStringList>("pieces");
+    const auto row = [](const char *text, const QStringList &pieces) {
+        QTest::newRow(text) << QString::fromUtf8(text) << pieces;
+    };
+    row("driver={MySQL (x)};server=db1;uid=root;port=3306",
+        {QStringLiteral("driver|MySQL (x)"), QStringLiteral("server|db1"), QStringLiteral("uid|root"),
+         QStringLiteral("port|3306")});
+    row(" Server = db1 ; ;PWD=a=b;", {QStringLiteral("server|db1"), QStringLiteral("pwd|a=b")});
+    row("pwd={a;b}}c}x;uid=u", {QStringLiteral("pwd|a;b}c"), QStringLiteral("uid|u")});
+    row("pwd={never closed;uid=u", {QStringLiteral("pwd|never closed;uid=u")});
+    row("pwd=;demo", {QStringLiteral("pwd|"), QStringLiteral("demo|")});
+    row("", {});
+}
+
+void NativeTest::connectionStringsAreTakenApart()
+{
+    QFETCH(QString, text);
+    QStringList pieces;
+    const ConnectionString string(text);
+    for (const auto &[key, value] : string.pieces())
+        pieces << key + u'|' + value;
+    QTEST(pieces, "pieces");
+}
+
+void NativeTest::keysAreKnownInAnyCase()
+{
+    const NativeOptions options = NativeOptions::parse(
+        QStringLiteral("DRIVER={x};Server=h;User=u;Password=p;PORT=1234;Database=d;SSLCA=/ca;forcetls=1"));
+    QCOMPARE(options.host, QByteArray("h"));
+    QCOMPARE(options.user, QByteArray("u"));
+    QCOMPARE(options.password, QByteArray("p"));
+    QCOMPARE(options.port, 1234U);
+    QCOMPARE(options.database, QByteArray("d"));
+    QCOMPARE(options.sslAuthority, QByteArray("/ca"));
+    QVERIFY(options.forcesTls);
+}
+
+void NativeTest::whatCannotBeUsedIsRefused_data()
+{
+    QTest::addColumn<QString>("text");
+    for (const char *text :
+         {"port=", "port=33x", "port=0", "port=65536", "port=-1", "option=3", "server=a;b", "=x"})
+        QTest::newRow(text) << QString::fromLatin1(text);
+}
+
+void NativeTest::whatCannotBeUsedIsRefused()
+{
+    QFETCH(QString, text);
+    QVERIFY(!errorOf([&] { NativeOptions::parse(text); }).description().isEmpty());
+}
+
+void NativeTest::localhostIsReachedByTcp()
+{
+    // The socket's path is known to the library by MYSQL_UNIX_PORT; only TCP connections have a port at their
+    // side.
+    const auto open = connected(m_server.nativeString({}, QStringLiteral("localhost")), m_pump);
+    const QString client = valueOf(
+        *open, QStringLiteral("select host from information_schema.processlist where id = connection_id()"));
+    QVERIFY2(client.contains(u':'), qPrintable(client));
+    QVERIFY(errorOf([&] {
+                connected(m_server.nativeString({}, QStringLiteral("localhost")) +
+                              QStringLiteral(";forcetls=1"),
+                          m_pump);
+            })
+                .description()
+                .contains(u"TLS"));
+}
+
+void NativeTest::statementsAreSentAsComposed()
+{
+    const auto open = connected(m_server.nativeString(), m_pump);
+    m_server.takeStatements();
+    // The server's log leaves out blanks and ";" at the ends.
+    const QStringList statements{QStringLiteral("show  full fields from `d`.t"),
+                                 QStringLiteral("select 'é漢😀'\r\n-- end"),
+                                 QStringLiteral("set  @a = '\\\\'")};
+    for (const QString &statement : statements) {
+        try {
+            open->execute(statement);
+        } catch (const SqlError &) {
+            // Refused statements are logged all the same.
+        }
+    }
+    QCOMPARE(m_server.takeStatements(), statements);
+}
+
+void NativeTest::severalStatementsAtOnceAreRefused()
+{
+    const auto open = connected(m_server.nativeString(), m_pump);
+    QCOMPARE(errorOf([&] { open->execute(QStringLiteral("select 1; select 2")); }).number(), 1064);
+}
+
+void NativeTest::memoryDoesNotGrowWithTheResult()
+{
+    const auto resident = [] {
+        QFile file(QStringLiteral("/proc/self/statm"));
+        return file.open(QIODevice::ReadOnly) ? file.readAll().split(' ')[1].toLongLong() * 4096 : 0;
+    };
+    const auto open = connected(m_server.nativeString(QStringLiteral("だ")), m_pump);
+    RecordSet rows = open->execute(QStringLiteral("select seq, repeat('x', 1000) from seq_1_to_100000"));
+    const qint64 before = resident();
+    QVERIFY(before > 0);
+    for (int row = 0; !rows.isEof(); rows.moveNext(), ++row)
+        if (row % 20000 == 0)
+            QVERIFY(resident() - before < 10 * 1024 * 1024);
+}
+
+void NativeTest::theDefaultDatabaseOfTheStringCounts()
+{
+    const auto open = connected(m_server.nativeString(QStringLiteral("だ")), m_pump);
+    QCOMPARE(valueOf(*open, QStringLiteral("select database()")), QStringLiteral("だ"));
+}
+
+QTEST_GUILESS_MAIN(NativeTest)
+#include "test_native.moc"

@@ -1,0 +1,103 @@
+// The settings file and the file of variable names, as another program or a broken disk may have left them.
+#include "core/bascommon.h"
+#include "core/codepage.h"
+#include "core/profilefile.h"
+#include "fuzz.h"
+
+#include <QFile>
+#include <QTemporaryDir>
+
+namespace {
+
+void write(const QString &path, const QByteArray &bytes)
+{
+    QFile file(path);
+    require(file.open(QIODevice::WriteOnly) && file.write(bytes) == bytes.size(), "the file is written");
+}
+
+void checkCodePage(const QByteArray &bytes)
+{
+    const QString text = fromCodePage(bytes);
+    require(fromCodePage(toCodePage(text)) == text, "a text that was read can be written and read again",
+            {text, fromCodePage(toCodePage(text))});
+    const int length = codePageLength(text);
+    require(length >= 0 && length <= 2 * text.size(), "a character takes one byte or two", {text});
+}
+
+// The new value is there, and nothing else is different.
+void checkOneValue(const QString &path, const QString &value)
+{
+    ProfileFile file(path);
+    const QString section = QStringLiteral("Query"), key = QStringLiteral("memo1");
+    const QString other = file.value(section, QStringLiteral("font"));
+    const QString elsewhere = file.value(QStringLiteral("InOut"), key);
+    file.setValue(section, key, value);
+    const QString expected =
+        value.left(value.indexOf(QRegularExpression(QStringLiteral("[\r\n]|$")))).trimmed();
+    require(file.value(section, key) == expected, "a value reads as it was set", {value});
+    require(file.save().isEmpty(), "the file is saved");
+    const ProfileFile again(path);
+    require(again.value(section, key) == expected, "a value comes back from the file",
+            {value, again.value(section, key)});
+    require(again.value(section, QStringLiteral("font")) == other &&
+                again.value(QStringLiteral("InOut"), key) == elsewhere,
+            "other values stay", {value, other, elsewhere});
+}
+
+QStringList values(const Session &session)
+{
+    return {session.gDsn,   session.gDriver,   session.gServer,    session.gUser,
+            session.gPass,  session.gPort,     session.gFont,      session.gMemo1,
+            session.gMemo2, session.gTextPath, session.gDelimiter, session.gInOutPath};
+}
+
+QStringList names(const Session &session)
+{
+    QStringList names;
+    for (const variablename &variable : session.gVariables)
+        names << variable.strVariableName;
+    return names;
+}
+
+void checkSession(const QString &folder)
+{
+    Session first, second;
+    first.programFolder = second.programFolder = folder;
+    sLoadSettings(first);
+    require(sSaveSettings(first).isEmpty(), "the settings are saved");
+    sLoadSettings(second);
+    require(values(first) == values(second), "settings that were read are kept",
+            values(first) + values(second));
+    // What stands in quotes may hold what divides names; such a name is none.
+    const bool areNames = std::ranges::none_of(names(first), [](const QString &name) {
+        return name.contains(QRegularExpression(QStringLiteral("[\",\r\n]|^ | $")));
+    });
+    require(!areNames || names(first) == names(second), "variable names that were read are kept",
+            names(first) + names(second));
+}
+
+} // namespace
+
+std::vector<std::string_view> seeds()
+{
+    return {"[DataBase]\r\ndsn=demo\r\npass=abc\r\nport=3306\r\n[Query]\r\nfont=9\r\n\x01x\ny,\"z\"",
+            "; comment\n[ query ]\nMEMO1 = a=b \n\n[InOut]\nmemo1=1\x01 value \r tail",
+            "\xEF\xBB\xBF[Query]\r\nmemo1=\xE6\x97\xA5\xE6\x9C\xAC\x01\xF0\x9F\x98\x80",
+            "[Query]\r\nmemo1=\x93\xFA\x96\x7B \xB1\xB2\x01\xC3\xA9",
+            "\xFF\xFE[\0Q\0]\0",
+            "[DataBase\npass=\xEE\x80\x80\xED\x9F\xBF\n]=[\n=\n\x01@a\r\n@b,@c,\"d\"e\r\n,"};
+}
+
+void check(const QByteArray &bytes)
+{
+    static const QTemporaryDir folder;
+    const qsizetype end = bytes.indexOf('\x01');
+    const QByteArray settings = bytes.left(end), rest = end < 0 ? QByteArray() : bytes.mid(end + 1);
+    checkCodePage(settings);
+    const QString path = folder.filePath(QStringLiteral("Tarnwell.ini"));
+    write(path, settings);
+    write(folder.filePath(QStringLiteral("variable.dat")), rest);
+    checkSession(folder.path());
+    write(path, settings);
+    checkOneValue(path, fromCodePage(rest));
+}
