@@ -1,0 +1,124 @@
+// tarnwell_pictures FOLDER DEMO-FOLDER: takes the guide's pictures into a folder. demo/server starts it.
+#include "browser/frmTarnwell.h"
+#include "console/frmSql.h"
+#include "controls/windowpump.h"
+#include "core/connect.h"
+#include "photographer.h"
+
+#include <QApplication>
+#include <QFile>
+
+namespace {
+
+QString readLine(const QString &path)
+{
+    QFile file(path);
+    if (!file.open(QIODevice::ReadOnly))
+        giveUp(path + QStringLiteral(": ") + file.errorString());
+    return QString::fromUtf8(file.readAll()).trimmed();
+}
+
+void takeMainWindow(Photographer &at, const QDir &demo)
+{
+    at.enter(QStringLiteral("txtServer"), QStringLiteral("localhost"));
+    at.enter(QStringLiteral("txtUser"), QStringLiteral("demo"));
+    at.enter(QStringLiteral("txtPass"), readLine(demo.filePath(QStringLiteral("password"))));
+    at.enter(QStringLiteral("txtPort"), readLine(demo.filePath(QStringLiteral("port"))));
+    at.take(QStringLiteral("connect"));
+    at.click(QStringLiteral("cmdConnect"));
+    at.click(QStringLiteral("cmdShowDb"));
+    at.choose(QStringLiteral("lstDb"), QStringLiteral("shop"));
+    at.choose(QStringLiteral("lstTables"), QStringLiteral("\tcustomers"));
+    at.take(QStringLiteral("main"));
+    at.click(QStringLiteral("optField_0"));
+    at.take(QStringLiteral("text"));
+    at.click(QStringLiteral("optField_3"));
+    at.click(QStringLiteral("cmdDataGet"));
+    at.take(QStringLiteral("data"));
+    at.click(QStringLiteral("showLog"));
+    at.take(QStringLiteral("log"));
+    at.click(QStringLiteral("showLog"));
+    at.click(QStringLiteral("optField_0"));
+    at.choose(QStringLiteral("lstTables"), QStringLiteral("\tcustomer_totals"));
+    at.take(QStringLiteral("view"));
+    at.choose(QStringLiteral("lstProcFunc"), QStringLiteral("\tmonthly_access"));
+    at.take(QStringLiteral("routine"));
+    at.click(QStringLiteral("optField_1"));
+    at.choose(QStringLiteral("lstTables"), QStringLiteral("\tcustomers"));
+}
+
+void takeDialogs(Photographer &at)
+{
+    const auto picture = [&at](const char *file) { return [&at, file] { at.take(QLatin1String(file)); }; };
+    at.visitDialog(QStringLiteral("cmdInOut"), picture("inout"));
+    at.visitDialog(QStringLiteral("cmdCreateDb"), picture("createdb"));
+    at.choose(QStringLiteral("lstDb"), QStringLiteral("shop"));
+    at.visitDialog(QStringLiteral("cmdRestore"), [&at] {
+        at.choose(QStringLiteral("File1"), QStringLiteral("customers.frm"));
+        at.take(QStringLiteral("restore"));
+    });
+    at.visitDialog(QStringLiteral("Command1"), picture("about"));
+    at.visitDialog(QStringLiteral("cmdCreateUser"), [&at] {
+        at.choose(QStringLiteral("lstUser"), QStringLiteral("\ttanaka"));
+        at.choose(QStringLiteral("lstDB"), QStringLiteral("shop"));
+        at.take(QStringLiteral("users"));
+    });
+}
+
+void takeConsole(Photographer &at, QWidget &mainWindow)
+{
+    at.click(QStringLiteral("cmdExec"));
+    auto *console = mainWindow.findChild<frmSql *>();
+    for (QWidget *window : QApplication::topLevelWidgets())
+        if (auto *found = qobject_cast<frmSql *>(window))
+            console = found;
+    if (!console)
+        giveUp(QStringLiteral("no console"));
+    console->resize(1100, 720);
+    at.lookAt(*console);
+    at.enter(QStringLiteral("txtSql"),
+             QStringLiteral("select c.name as 顧客, p.name as 商品, i.quantity as 数量, p.price as 単価\n"
+                            "from order_items i\n"
+                            "join products p on p.code = i.product_code\n"
+                            "join `order` o on o.id = i.order_id\n"
+                            "join customers c on c.id = o.customer_id"));
+    at.click(QStringLiteral("optRecord_1"));
+    at.click(QStringLiteral("cmdExec"));
+    at.take(QStringLiteral("console"));
+    at.click(QStringLiteral("optRecord_0"));
+    at.take(QStringLiteral("console-text"));
+    at.click(QStringLiteral("cmdAnalyze"));
+    at.take(QStringLiteral("console-plan"));
+    at.visitDialog(QStringLiteral("cmdEditer"), [&at] { at.take(QStringLiteral("editor")); });
+    at.enter(QStringLiteral("txtVariablename"), QStringLiteral("@total"));
+    at.click(QStringLiteral("cmdVariable"));
+    at.take(QStringLiteral("console-variables"));
+}
+
+} // namespace
+
+int main(int argc, char *argv[])
+{
+    QApplication application(argc, argv);
+    if (argc != 3)
+        giveUp(QStringLiteral("usage: tarnwell_pictures FOLDER DEMO-FOLDER"));
+    QApplication::setApplicationName(QStringLiteral("Tarnwell"));
+    QApplication::setApplicationVersion(QStringLiteral(TARNWELL_VERSION));
+
+    WindowPump pump;
+    Session session;
+    // It holds no settings: the windows look as they do at the first start.
+    session.programFolder = QDir::homePath();
+    session.makeConnection =
+        logged([&pump](const QString &text) { return createConnection(text, pump); }, session.statementLog);
+    frmTarnwell window(session, pump);
+    window.resize(1180, 760);
+    window.show();
+
+    Photographer photographer{QDir(QFile::decodeName(argv[1]))};
+    photographer.lookAt(window);
+    takeMainWindow(photographer, QDir(QFile::decodeName(argv[2])));
+    takeDialogs(photographer);
+    takeConsole(photographer, window);
+    return 0;
+}
