@@ -15,7 +15,6 @@
 
 #include <QApplication>
 #include <QCloseEvent>
-#include <QLayout>
 #include <QShortcut>
 #include <QSignalBlocker>
 #include <QTextStream>
@@ -68,8 +67,6 @@ frmTarnwell::frmTarnwell(Session &session, WindowPump &pump)
     });
     Form_Load();
     Form_Activate();
-    // The views not shown at first are hidden by now and ask for no room.
-    layout()->activate();
     resize(1024, 700);
 }
 

@@ -286,10 +286,16 @@ TarnwellControls::TarnwellControls(QWidget *window, std::shared_ptr<StatementLog
     txtError->setMaximumHeight(txtError->fontMetrics().lineSpacing() * 3 + 12);
     Label13->setBuddy(txtError);
     txtError->setAccessibleName(Label13->text());
+    for (SqlTextBox *editor : {txtField, txtProc})
+        editor->showLineNumbers(true);
     txtField->setAccessibleName(QStringLiteral("テーブル定義"));
     txtProc->setAccessibleName(QStringLiteral("ルーチン定義"));
     lblPreTable->setAccessibleName(QStringLiteral("直前の選択"));
 
+    // Hidden before they are laid out: what is not shown at first shall not make the window taller.
+    for (QWidget *view :
+         std::initializer_list<QWidget *>{txtField, flGrid_Status, flGrid_Data, lblRecordCount, picProc})
+        view->hide();
     layOutConnection(*this);
     layOutTablePanel(*this);
     layOutRoutinePanel(*this);

@@ -2,7 +2,6 @@
 
 #include "console/explain.h"
 #include "console/frmTextEditer.h"
-#include "controls/activation.h"
 #include "controls/fontscaling.h"
 #include "controls/widgetdialogue.h"
 #include "controls/windowpump.h"
@@ -10,7 +9,6 @@
 #include "core/statements.h"
 
 #include <QCloseEvent>
-#include <QShortcut>
 #include <QSignalBlocker>
 #include <QTimer>
 
@@ -118,56 +116,6 @@ bool frmSql::isRunning() const
 void frmSql::setRunFlag(bool isOn)
 {
     c.cmdExec->setProperty("tag", isOn ? QStringLiteral("True") : QStringLiteral("False"));
-}
-
-void frmSql::connectControls()
-{
-    connect(c.cmdExec, &QPushButton::clicked, this, &frmSql::cmdExec_Click);
-    connect(c.cmdStop, &QPushButton::clicked, this, &frmSql::cmdStop_Click);
-    connect(c.cmdAnalyze, &QPushButton::clicked, this, &frmSql::cmdAnalyze_Click);
-    connect(c.cmdVariable, &QPushButton::clicked, this, &frmSql::cmdVariable_Click);
-    connect(c.txtVariablename, &QLineEdit::returnPressed, this, &frmSql::cmdVariable_Click);
-    connect(c.cmdVariabl, &QPushButton::clicked, this, &frmSql::cmdVariabl_Click);
-    connect(c.cmdFolder, &QPushButton::clicked, this, &frmSql::cmdFolder_Click);
-    connect(c.cmdEditer, &QPushButton::clicked, this, &frmSql::cmdEditer_Click);
-    connect(c.ckNoTextNoGrid, &QCheckBox::toggled, this, &frmSql::ckNoTextNoGrid_Click);
-    connect(c.ckMemo[0], &QCheckBox::toggled, this, &frmSql::ckNoTextNoGrid_Click);
-    connect(c.optFont[1], &QRadioButton::toggled, this, &frmSql::optFont_Click);
-    for (QRadioButton *choice : c.optRecord)
-        connect(choice, &QRadioButton::toggled, this, &frmSql::showView);
-    // At once, not only when the console closes: an activation chooses what the session says.
-    connect(c.cboDelimiter, &QComboBox::currentIndexChanged, this,
-            [this] { m_session.gDelimiter = c.cboDelimiter->currentText(); });
-    connect(c.txtSql, &StatementBox::refused, this,
-            [this](const QString &description) { m_dialogue->refuse(description); });
-    c.txtError->installEventFilter(this);
-    connect(new WindowActivation(this), &WindowActivation::activated, this, &frmSql::Form_Activate);
-}
-
-void frmSql::addKeys()
-{
-    for (const auto &[keys, button] : std::initializer_list<std::pair<QList<QKeySequence>, QPushButton *>>{
-             {{Qt::Key_F5, Qt::CTRL | Qt::Key_Return, Qt::CTRL | Qt::Key_Enter}, c.cmdExec},
-             {{Qt::SHIFT | Qt::Key_F5}, c.cmdStop},
-             {{Qt::Key_F6}, c.cmdAnalyze},
-             {{Qt::Key_F7}, c.cmdVariabl}}) {
-        for (const QKeySequence &key : keys)
-            connect(new QShortcut(key, this), &QShortcut::activated, button, &QPushButton::click);
-    }
-    for (std::size_t i = 0; i < c.optRecord.size(); ++i)
-        c.optRecord[i]->setShortcut(Qt::CTRL | static_cast<Qt::Key>(Qt::Key_1 + static_cast<int>(i)));
-
-    const auto onStatement = [this](QKeyCombination key, auto action) {
-        connect(new QShortcut(key, c.txtSql, nullptr, nullptr, Qt::WidgetShortcut), &QShortcut::activated,
-                this, action);
-    };
-    onStatement(Qt::CTRL | Qt::Key_Space, [this] {
-        const bool canReadNames = m_operations == 0 && !(m_session.gCn && m_session.gCn->isBusy());
-        const Operation operation(*this);
-        m_completion.offer(canReadNames);
-    });
-    onStatement(Qt::ALT | Qt::Key_Up, [this] { showHistory(m_history.older(c.txtSql->contents())); });
-    onStatement(Qt::ALT | Qt::Key_Down, [this] { showHistory(m_history.newer()); });
 }
 
 void frmSql::Form_Load()
@@ -385,6 +333,13 @@ void frmSql::showView()
     const auto views = c.views();
     for (std::size_t i = 0; i < views.size(); ++i)
         views[i]->setVisible(c.optRecord[i]->isChecked());
+}
+
+void frmSql::offerWords()
+{
+    const bool canReadNames = m_operations == 0 && !(m_session.gCn && m_session.gCn->isBusy());
+    const Operation operation(*this);
+    m_completion.offer(canReadNames);
 }
 
 void frmSql::showHistory(const QString &statement)

@@ -67,6 +67,7 @@ private:
     RunRequest request() const;
     bool isStatementMissing();
     void setRunFlag(bool isOn);
+    void offerWords();
     void showHistory(const QString &statement);
 
     Session &m_session;

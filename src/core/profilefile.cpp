@@ -5,6 +5,8 @@
 #include <QFile>
 #include <QSaveFile>
 
+#include <algorithm>
+
 namespace {
 
 // The longest settings file that is read; a file beyond it is no settings file.
@@ -37,7 +39,7 @@ ProfileFile::ProfileFile(QString path)
     QFile file(m_path);
     if (!file.open(QIODevice::ReadOnly))
         return;
-    QString text = fromCodePage(file.read(largestFile));
+    QString text = fromCodePage(file.read(std::min(file.size(), largestFile)));
     text.replace(QStringLiteral("\r\n"), QStringLiteral("\n"));
     if (text.endsWith(u'\n'))
         text.chop(1);

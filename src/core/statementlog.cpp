@@ -46,7 +46,7 @@ RecordSet LoggedConnection::execute(const QString &statement)
         entry.microseconds = clock.nsecsElapsed() / 1000;
         // The server quotes what it refuses, so its words may hold the password too.
         entry.error =
-            holdsPassword(statement) ? maskedPasswords(error.description(), true) : error.description();
+            holdsPassword(statement) ? withoutQuotedPart(error.description()) : error.description();
         m_log->add(std::move(entry));
         throw;
     }

@@ -108,16 +108,38 @@ bool holdsPassword(const QString &statement)
     return secret.match(statement).hasMatch();
 }
 
-QString maskedPasswords(const QString &text, bool inAnyCase)
+QString maskedPasswords(const QString &text)
 {
-    if (!inAnyCase && !holdsPassword(text))
+    if (!holdsPassword(text))
         return text;
-    // A quote that is never closed (the server cuts its quotations) hides the rest.
-    static const QRegularExpression quoted(QStringLiteral("'(?:[^'\\\\]|\\\\.|'')*(?:'|$)"),
-                                           QRegularExpression::DotMatchesEverythingOption);
-    static const QRegularExpression doubleQuoted(QStringLiteral("\"(?:[^\"\\\\]|\\\\.|\"\")*(?:\"|$)"),
-                                                 QRegularExpression::DotMatchesEverythingOption);
-    return QString(text)
-        .replace(quoted, QStringLiteral("'***'"))
-        .replace(doubleQuoted, QStringLiteral("\"***\""));
+    // As the server reads it, from left to right, so that a quote inside of quotes, backticks or a comment
+    // opens nothing. What is never closed goes to the end.
+    static const QRegularExpression marked(
+        QStringLiteral("'(?:[^'\\\\]|\\\\.|'')*(?:'|$)|\"(?:[^\"\\\\]|\\\\.|\"\")*(?:\"|$)|`[^`]*(?:`|$)|"
+                       "/\\*(?!M?!).*?(?:\\*/|$)|--(?=\\s)[^\\n]*|#[^\\n]*"),
+        QRegularExpression::DotMatchesEverythingOption | QRegularExpression::DontCaptureOption);
+    QString masked;
+    qsizetype kept = 0;
+    for (auto found = marked.globalMatch(text); found.hasNext();) {
+        const QRegularExpressionMatch match = found.next();
+        const QString piece = match.captured();
+        masked += text.mid(kept, match.capturedStart() - kept);
+        kept = match.capturedEnd();
+        if (piece.startsWith(u'\''))
+            masked += QStringLiteral("'***'");
+        else if (piece.startsWith(u'"'))
+            masked += QStringLiteral("\"***\"");
+        else if (piece.startsWith(u'`') || !piece.contains(QRegularExpression(QStringLiteral("['\"]"))))
+            masked += piece;
+        else
+            masked += QStringLiteral("/***/");
+    }
+    return masked + text.mid(kept);
+}
+
+QString withoutQuotedPart(const QString &refusal)
+{
+    static const QRegularExpression quote(QStringLiteral("['\"]"));
+    const qsizetype from = refusal.indexOf(quote), to = refusal.lastIndexOf(quote);
+    return from < 0 ? refusal : refusal.left(from) + QStringLiteral("'***'") + refusal.mid(to + 1);
 }

@@ -28,5 +28,8 @@ QString qualifiedCreateText(const QString &createText, const QString &database, 
 // Whether the text holds a password (IDENTIFIED BY, PASSWORD(, SET PASSWORD, ...): such texts go into no
 // log, history or message.
 bool holdsPassword(const QString &statement);
-// The text with every quoted part replaced by '***' when it holds a password, or in any case.
-QString maskedPasswords(const QString &text, bool inAnyCase = false);
+// The text with every quoted part replaced by '***' when it holds a password.
+QString maskedPasswords(const QString &text);
+// What a server says of a statement that holds a password: it quotes a piece of it, cut anywhere, inside of
+// quotes of its own, so that all from the first quote to the last goes.
+QString withoutQuotedPart(const QString &refusal);

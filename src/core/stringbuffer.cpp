@@ -2,18 +2,20 @@
 
 #include "core/sqlerror.h"
 
+#include <cstdint>
 #include <limits>
 
 namespace {
 
 // UTF-16 characters of a UTF-8 text: each byte that begins a character counts, one of four bytes twice.
-// Written without branches, so that it runs over several bytes at a time.
-qint64 characterCount(std::string_view utf8)
+// Without branches and in 32 bits, so that the compiler lets it run over many bytes at a time.
+std::uint32_t characterCount(std::string_view utf8)
 {
-    qint64 count = 0;
+    std::uint32_t count = 0;
     for (const char byte : utf8) {
         const auto value = static_cast<unsigned char>(byte);
-        count += ((value & 0xC0u) != 0x80u) + (value >= 0xF0u);
+        count += static_cast<std::uint32_t>((value & 0xC0u) != 0x80u);
+        count += static_cast<std::uint32_t>(value >= 0xF0u);
     }
     return count;
 }
@@ -41,7 +43,7 @@ void StringBuffer::Append(const QString &sAddStr)
 
 void StringBuffer::appendUtf8(std::string_view text)
 {
-    const int needed = narrowed(m_length + characterCount(text));
+    const int needed = narrowed(qint64{m_length} + characterCount(text));
     if (m_capacity < needed) {
         // The step takes over the size of the last growth: it never shrinks. That is intended.
         const qint64 grow = (qint64{needed - m_capacity} / m_chunk + 1) * m_chunk;

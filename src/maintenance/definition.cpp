@@ -74,7 +74,7 @@ Definition readDefinition(const QString &folder, const QString &name)
     const QString &text = definition.statement;
 
     definition.isView =
-        matches(text, QStringLiteral("^CREATE [^`]*(`[^`]*`@`[^`]*` [^`]*)?VIEW %1 ").arg(quoted));
+        matches(text, QStringLiteral("^CREATE [^`]*(`[^`]*`(@`[^`]*`)? [^`]*)?VIEW %1 ").arg(quoted));
     if (!definition.isView && !matches(text, QStringLiteral("^CREATE TABLE %1 \\(.*\\n\\)").arg(quoted)))
         refuse(path, QStringLiteral("「%1」の定義(CREATE文)ではありません。").arg(name));
     if (definition.isView) {

@@ -12,6 +12,6 @@ struct Definition {
     QString rowsPath; // empty for a view
 };
 
-// Reads the chosen files; in the result, what a view reads stands before it. Throws SqlError naming the first that cannot be restored: no definition of a table
-// or view of the file's name, or without its rows.
+// Reads the chosen files; in the result, what a view reads stands before it. Throws SqlError naming the first
+// that cannot be restored: no definition of a table or view of the file's name, or without its rows.
 std::vector<Definition> readDefinitions(const RestoreChoice &choice);

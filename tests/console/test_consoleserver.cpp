@@ -87,6 +87,8 @@ private Q_SLOTS:
     void userVariablesSurviveAMessageBox();
     void aStopReachesAThinkingServer_data() { bothConnections(); }
     void aStopReachesAThinkingServer();
+    void theWindowClosesAlthoughTheServerThinks_data() { bothConnections(); }
+    void theWindowClosesAlthoughTheServerThinks();
     void aStopEndsArrivingRows_data() { bothConnections(); }
     void aStopEndsArrivingRows();
     void namesOfTheDatabaseAreOffered();
@@ -204,6 +206,23 @@ void ConsoleServerTest::aStopReachesAThinkingServer()
     }
     console.run(QStringLiteral("select connection_id() id"));
     QCOMPARE(console.grid().text(0, 0), connection);
+}
+
+void ConsoleServerTest::theWindowClosesAlthoughTheServerThinks()
+{
+    QFETCH(bool, isBuiltIn);
+    RealConsole console(m_server, isBuiltIn);
+    // As the main window wires it.
+    connect(&console.pump, &WindowPump::closeRequested, console.window, &frmSql::closeWhenIdle);
+    console.boxes.expectOk(interrupted);
+    QTimer::singleShot(300, console.window, [&] {
+        console.sinceStop.start();
+        closeByUser(*console.window);
+    });
+    console.run(QStringLiteral("select sleep(30)"));
+    QVERIFY(console.sinceStop.isValid() && console.sinceStop.elapsed() < 1000);
+    QTRY_VERIFY(!console.window);
+    QVERIFY(console.session.connection().isOpen());
 }
 
 void ConsoleServerTest::aStopEndsArrivingRows()

@@ -1,4 +1,5 @@
 #include "console/consolefixture.h"
+#include "console/outputfile.h"
 
 #include <QTimer>
 
@@ -37,6 +38,7 @@ private Q_SLOTS:
     void aFailureInTheMiddleKeepsWhatWasRead();
     void aFullDiskIsReported_data();
     void aFullDiskIsReported();
+    void aFileThatVanishesIsReported();
     void theEditorGetsTheFile();
     void anEditorThatDoesNotStartIsReported();
     void aStopKeepsWhatWasRead_data();
@@ -265,6 +267,15 @@ void ExecutionTest::aFullDiskIsReported()
     QVERIFY(console.file().endsWith("2 NULL\r\n"));
 }
 
+void ExecutionTest::aFileThatVanishesIsReported()
+{
+    auto folder = std::make_unique<QTemporaryDir>();
+    OutputFile file(folder->filePath(QStringLiteral("sqldump.dat")));
+    file.write("a line\r\n");
+    folder.reset();
+    QVERIFY_THROWS_EXCEPTION(SqlError, file.close());
+}
+
 void ExecutionTest::theEditorGetsTheFile()
 {
     ConsoleFixture console;
@@ -304,13 +315,16 @@ void ExecutionTest::anEditorThatDoesNotStartIsReported()
 void ExecutionTest::aStopKeepsWhatWasRead_data()
 {
     QTest::addColumn<bool>("isFileOnly");
-    QTest::newRow("grid, text and saved file") << false;
-    QTest::newRow("file only") << true;
+    QTest::addColumn<bool>("isDisconnect");
+    QTest::newRow("grid, text and saved file") << false << false;
+    QTest::newRow("file only") << true << false;
+    QTest::newRow("by the main window's disconnect button") << false << true;
 }
 
 void ExecutionTest::aStopKeepsWhatWasRead()
 {
     QFETCH(bool, isFileOnly);
+    QFETCH(bool, isDisconnect);
     ConsoleFixture console;
     console.session.gCn = std::make_unique<EndlessConnection>();
     console.session.gMemo1 = console.session.gMemo2 = QStringLiteral("1");
@@ -318,8 +332,14 @@ void ExecutionTest::aStopKeepsWhatWasRead()
     console.session.gTextEditor = QStringLiteral("/no/editor/may/start");
     console.open();
     console.dialogue->expectInform(QStringLiteral("処理を中断しました"));
-    QTimer::singleShot(50, console.window,
-                       [&] { QTest::mouseClick(&console.button("cmdStop"), Qt::LeftButton); });
+    QTimer::singleShot(50, console.window, [&] {
+        if (isDisconnect) {
+            console.window->cmdStop_Click();
+            console.session.gCn.reset();
+        } else {
+            QTest::mouseClick(&console.button("cmdStop"), Qt::LeftButton);
+        }
+    });
     console.run(statement);
 
     const int rows = console.count().toInt();

@@ -14,7 +14,9 @@ namespace {
 void write(const QString &path, const QByteArray &bytes)
 {
     QFile file(path);
-    require(file.open(QIODevice::WriteOnly) && file.write(bytes) == bytes.size(), "the file is written");
+    if (!file.open(QIODevice::WriteOnly))
+        throw SqlError(file.errorString()); // a name that the file system cannot hold
+    file.write(bytes);
 }
 
 void checkAccepted(const Definition &definition, const QByteArray &text)

@@ -25,6 +25,8 @@ void checkQualified(const QString &text, const QString &database, const QString 
 {
     const QString trimmed = trimmedBlanks(text), qualified = qualifiedCreateText(text, database, name);
     const qsizetype keyword = trimmed.indexOf(u"table", 0, Qt::CaseInsensitive) + 5;
+    if (keyword < 5 || name.isEmpty())
+        return; // no text of the server: nothing is promised but to come back
     // The character behind the keyword stands there twice.
     QString back = qualified.left(keyword) + qualified.mid(std::min(keyword + 1, trimmed.size()));
     const QString prefix = qualifiedName(database, {});

@@ -65,7 +65,7 @@ private:
     TestServer m_server;
     QTemporaryDir m_folder;
     QStringList m_sent;
-    QString m_changedDefinitions, m_restoredDefinitions;
+    QString m_changedDefinitions;
     bool m_isFailure = false;
 };
 
@@ -78,13 +78,13 @@ void RestoreFaultsTest::initTestCase()
     fixture.selection.table = QStringLiteral("[TABLE]\tt");
     fixture.run(backUpTables);
     QVERIFY(!fixture.isFailure);
+    m_server.run(change, "d");
+    m_changedDefinitions = definitions(m_server);
 }
 
 QString RestoreFaultsTest::restoreWith(int faultAt, Fault fault)
 {
-    m_server.run(setUp);
-    m_server.run(change, "d");
-    m_changedDefinitions = definitions(m_server);
+    m_server.run(QByteArray(setUp) + change);
     RealFixture fixture(m_server, m_server.nativeString());
     fixture.choice = {{"t"}, m_folder.path()};
     const QString session = fixture.session.gCn->execute("SELECT CONNECTION_ID()").text(0);

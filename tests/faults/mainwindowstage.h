@@ -1,0 +1,65 @@
+#pragma once
+
+#include "browser/frmTarnwell.h"
+#include "controls/windowpump.h"
+#include "core/connect.h"
+
+#include <QComboBox>
+#include <QLineEdit>
+#include <QPushButton>
+#include <QTemporaryDir>
+#include <QTest>
+
+#include <memory>
+
+// The real main window on a session of its own, with a program folder of its own.
+struct MainWindowStage {
+    QTemporaryDir folder;
+    WindowPump pump;
+    Session session;
+    std::unique_ptr<frmTarnwell> window;
+
+    MainWindowStage()
+    {
+        session.programFolder = folder.path();
+        session.makeConnection = logged([this](const QString &string) { return createConnection(string, pump); },
+                                        session.statementLog);
+        window = std::make_unique<frmTarnwell>(session, pump);
+        window->show();
+    }
+
+    template <class Control>
+    Control *control(const char *name) const
+    {
+        auto *found = window->findChild<Control *>(QLatin1String(name));
+        if (!found)
+            qFatal("no control %s", name);
+        return found;
+    }
+    void click(const char *name) const { QTest::mouseClick(control<QPushButton>(name), Qt::LeftButton); }
+    void choose(const char *name, const QString &text) const
+    {
+        auto *list = control<ChosenList>(name);
+        const QList<QListWidgetItem *> items = list->findItems(text, Qt::MatchExactly);
+        QVERIFY2(!items.isEmpty(), qPrintable(text));
+        list->scrollToItem(items.first());
+        QTest::mouseClick(list->viewport(), Qt::LeftButton, {}, list->visualItemRect(items.first()).center());
+    }
+    void enter(const QString &driver, int port, const QString &user = QStringLiteral("demo"),
+               const QString &password = QStringLiteral("demo")) const
+    {
+        control<QComboBox>("cboDSNList")->setCurrentIndex(0);
+        control<QComboBox>("cboDrivers")->setEditText(driver);
+        control<QLineEdit>("txtServer")->setText(QStringLiteral("127.0.0.1"));
+        control<QLineEdit>("txtUser")->setText(user);
+        control<QLineEdit>("txtPass")->setText(password);
+        control<QLineEdit>("txtPort")->setText(QString::number(port));
+    }
+};
+
+inline void bothConnections()
+{
+    QTest::addColumn<QString>("driver");
+    QTest::newRow("ODBC") << "MySQL ODBC 3.51 Driver";
+    QTest::newRow("built in") << nativeDriverName();
+}
