@@ -20,7 +20,7 @@ shifted() {
     LC_ALL=C tr 'b-zB-Z2-9' 'a-yA-Y1-8' <<<"$1"
 }
 
-# names_demo SETTINGS PORT
+# names_demo SETTINGS PORT: whether they are those of the demo server at that port (a pattern).
 names_demo() {
     [ "$(tr -d '\r' <"$1" | LC_ALL=C grep -cixE "server=(localhost|127\.0\.0\.1)|user=demo|port=$2")" = 3 ]
 }
@@ -37,7 +37,7 @@ offer_settings() {
     if [ ! -e "$settings" ]; then
         printf '%s\r\n' '[DataBase]' "driver=$driver" server=localhost user=demo \
             "pass=$(shifted "$password")" "port=$port" >"$settings"
-    elif names_demo "$settings" "$old_port"; then
+    elif names_demo "$settings" "${old_port:-[0-9]*}"; then
         replace_value "$settings" port "$port"
         [ -z "${is_new:-}" ] || replace_value "$settings" pass "$(shifted "$password")"
     fi
@@ -67,7 +67,8 @@ choose_display() {
     [ -z "$(env LD_PRELOAD="$home/loopback.so" env 2>&1 >/dev/null)" ] ||
         { echo "There is no display, and $home/loopback.so cannot be loaded." >&2 && return 1; }
     # shellcheck disable=SC2034 # read in demo/server
-    beside=(env LD_PRELOAD="$home/loopback.so" QT_QPA_PLATFORM="vnc:size=1440x900:port=$view")
+    beside=(env LD_PRELOAD="$home/loopback.so" QT_QPA_PLATFORM="vnc:size=1440x900:port=$view"
+        QT_STYLE_OVERRIDE=Fusion QT_FONT_DPI=96)
     echo "No display: look with a VNC viewer at 127.0.0.1:$view"
     echo "From another machine: ssh -L $view:127.0.0.1:$view to this one first, then 127.0.0.1:$view there."
 }

@@ -29,8 +29,8 @@ is_taken() {
 
 # Keeps the port of the last start as long as nobody else has taken it.
 choose_port() {
-    old_port=$(cat "$home/port" 2>/dev/null || echo 13306)
-    port=$old_port
+    old_port=$(cat "$home/port" 2>/dev/null || true)
+    port=${old_port:-13306}
     while is_taken "$port"; do
         port=$((port + 1))
     done
@@ -42,7 +42,7 @@ stop_leftover() {
     local pid
     pid=$(cat "$home/pid" 2>/dev/null) || return 0
     if { tr '\0' '\n' <"/proc/$pid/cmdline" | grep -qFx -- "--datadir=$data"; } 2>/dev/null; then
-        kill "$pid" || true
+        kill "$pid" 2>/dev/null || true
         for _ in {1..300}; do
             kill -0 "$pid" 2>/dev/null || break
             sleep 0.1

@@ -67,6 +67,7 @@ void DataViewer::read()
         RecordSet rows = m_session.connection().execute(
             QStringLiteral("select * from ") + qualifiedName(m_session.gDbName, name) +
             QStringLiteral(" limit ") + m_controls.cboLimit->currentData().toString() + QStringLiteral(" ;"));
+        m_controls.flGrid_Data->setTableName(name);
         readRows(rows);
         if (!isRunning())
             m_dialogue.inform(stopped);

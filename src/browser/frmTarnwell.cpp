@@ -1,6 +1,7 @@
 #include "browser/frmTarnwell.h"
 
 #include "about/frmabout.h"
+#include "browser/listmenu.h"
 #include "console/frmSql.h"
 #include "controls/activation.h"
 #include "controls/windowpump.h"
@@ -32,6 +33,7 @@ DialogueParts partsOf(const TarnwellControls &controls)
 {
     DialogueParts parts;
     parts.lblCnt = controls.lblCnt;
+    parts.timeLeft = controls.timeLeft;
     parts.picStatus = controls.picStatus;
     parts.lblCkTableName = controls.lblCkTableName;
     parts.txtError = controls.txtError;
@@ -159,10 +161,16 @@ void frmTarnwell::connectSignals()
         m_controls.picTable->setVisible(isTable);
         m_controls.picProc->setVisible(!isTable);
     });
+    addListMenu(*c.lstDb, {c.cmdShowDb, c.cmdCreateDb, c.cmdDropDb, c.cmdExec});
+    addListMenu(*c.lstTables, {c.cmdDataGet, c.cmdCheckTable, c.cmdRepairTable, c.cmdOptimizeTable,
+                               c.cmdCopyDb, c.cmdInOut, c.cmdDropTable});
+    addListMenu(*c.lstProcFunc, {c.cmdDropProc});
     for (const std::span<const Command> &commands : {batchCommands(), ddlCommands()})
         for (const Command &command : commands)
             connect(findChild<QPushButton *>(QLatin1String(command.control)), &QPushButton::clicked, this,
                     [this, &command] { run(command); });
+    connect(c.showLog, &QPushButton::toggled, c.log, &QWidget::setVisible);
+    connect(c.log, &StatementLogView::statementChosen, this, &frmTarnwell::showInConsole);
     for (QWidget *box :
          std::initializer_list<QWidget *>{c.txtServer, c.txtUser, c.txtPass, c.txtPort, c.txtError})
         box->installEventFilter(this);

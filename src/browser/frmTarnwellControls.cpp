@@ -176,9 +176,10 @@ QWidget *statusArea(TarnwellControls &c)
     layout->addWidget(c.lblCkTableName, 0, 1);
     layout->addWidget(c.lblCnt, 0, 2);
     layout->addWidget(c.picStatus, 0, 3);
+    layout->addWidget(c.timeLeft, 0, 4);
     layout->addWidget(c.Label13, 1, 0, Qt::AlignTop | Qt::AlignRight);
-    layout->addWidget(c.txtError, 1, 1, 1, 3);
-    layout->addWidget(c.showLog, 0, 4, 2, 1, Qt::AlignBottom);
+    layout->addWidget(c.txtError, 1, 1, 1, 4);
+    layout->addWidget(c.showLog, 0, 5, 2, 1, Qt::AlignBottom);
     layout->setColumnStretch(1, 1);
     layout->setColumnStretch(3, 1);
     return area;
@@ -265,6 +266,7 @@ TarnwellControls::TarnwellControls(QWidget *window, std::shared_ptr<StatementLog
                       QStringLiteral("サーバー上のファイルとの間で行を入出力します")))
     , lblCkTableName(made<QLabel>("lblCkTableName"))
     , lblCnt(made<QLabel>("lblCnt"))
+    , timeLeft(made<QLabel>("timeLeft"))
     , Label13(made<QLabel>("Label13", QStringLiteral("直前のｴﾗｰ")))
     , lblPreTable(made<QLabel>("lblPreTable", QStringLiteral("0:database,1:table")))
     , picStatus(made<PercentBar>("picStatus"))
@@ -286,6 +288,13 @@ TarnwellControls::TarnwellControls(QWidget *window, std::shared_ptr<StatementLog
     txtError->setMaximumHeight(txtError->fontMetrics().lineSpacing() * 3 + 12);
     Label13->setBuddy(txtError);
     txtError->setAccessibleName(Label13->text());
+    lstDb->setToolTip(QStringLiteral("ﾃﾞｰﾀﾍﾞｰｽ表示で一覧を読み、選ぶと中のテーブルを表示します"));
+    lstTables->setToolTip(QStringLiteral("左のデータベースを選ぶと、ここにテーブルとビューが並びます"));
+    lstProcFunc->setToolTip(QStringLiteral("左のデータベースを選ぶと、ここにルーチンが並びます"));
+    flGrid_Field->setPlaceholderText(QStringLiteral("テーブルを選ぶと、列を表示します"));
+    flGrid_Index->setPlaceholderText(QStringLiteral("テーブルを選ぶと、索引を表示します"));
+    flGrid_Status->setPlaceholderText(QStringLiteral("データベースかテーブルを選ぶと、状態を表示します"));
+    flGrid_Data->setPlaceholderText(QStringLiteral("テーブルを選んで F6 を押すと、行を表示します"));
     for (SqlTextBox *editor : {txtField, txtProc})
         editor->showLineNumbers(true);
     txtField->setAccessibleName(QStringLiteral("テーブル定義"));

@@ -38,7 +38,7 @@ struct TarnwellControls {
     QSplitter *fieldView; // fields above, indexes below
     QPushButton *cmdCheckTable, *cmdRepairTable, *cmdOptimizeTable, *cmdBackup, *cmdRestore, *cmdCopyDb,
         *cmdScriptBackUp, *cmdExec, *cmdInOut;
-    QLabel *lblCkTableName, *lblCnt, *Label13, *lblPreTable;
+    QLabel *lblCkTableName, *lblCnt, *timeLeft, *Label13, *lblPreTable;
     PercentBar *picStatus;
     QPlainTextEdit *txtError;
     QPushButton *showLog;

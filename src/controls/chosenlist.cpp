@@ -25,15 +25,20 @@ void ChosenList::appendItem(const QString &text)
 
 void ChosenList::mousePressEvent(QMouseEvent *event)
 {
+    // Other buttons choose nothing: a context menu chooses for itself.
+    if (event->button() != Qt::LeftButton)
+        return;
     m_isPressed = true;
     QListWidget::mousePressEvent(event);
 }
 
 void ChosenList::mouseReleaseEvent(QMouseEvent *event)
 {
+    if (event->button() != Qt::LeftButton)
+        return;
     QListWidget::mouseReleaseEvent(event);
     m_isPressed = false;
-    if (event->button() == Qt::LeftButton && itemAt(event->pos()))
+    if (itemAt(event->pos()))
         Q_EMIT chosen();
 }
 

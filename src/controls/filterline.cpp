@@ -18,6 +18,7 @@ FilterLine::FilterLine(QListWidget &list, QWidget *parent)
 {
     setClearButtonEnabled(true);
     setPlaceholderText(QStringLiteral("絞り込み"));
+    setAccessibleName(placeholderText());
     connect(this, &QLineEdit::textChanged, this, [this] { apply(); });
     // Lists are filled anew while a filter stands.
     connect(list.model(), &QAbstractItemModel::rowsInserted, this, [this] {

@@ -21,7 +21,21 @@ QString plainTip(const QString &text)
     return Qt::mightBeRichText(text) ? text.toHtmlEscaped() : text;
 }
 
+QString minutes(qint64 milliseconds)
+{
+    const qint64 seconds = (milliseconds + 500) / 1000;
+    return QStringLiteral("%1:%2").arg(seconds / 60).arg(seconds % 60, 2, 10, QLatin1Char('0'));
+}
+
 } // namespace
+
+QString batchTime(qint64 elapsedMilliseconds, int total, int current)
+{
+    QString text = QStringLiteral("経過 ") + minutes(elapsedMilliseconds);
+    if (current > 0 && current < total)
+        text += QStringLiteral(" / 残り 約") + minutes(elapsedMilliseconds * (total - current) / current);
+    return text;
+}
 
 WidgetDialogue::WidgetDialogue(QWidget *window, DialogueParts parts)
     : m_window(window)
@@ -62,14 +76,26 @@ void WidgetDialogue::progress(int total, int current)
 {
     if (m_parts.lblCnt)
         m_parts.lblCnt->setText(QStringLiteral("%1/%2").arg(current).arg(total));
+    showTime(total, current);
     QCoreApplication::processEvents();
     progressBar(total == 0 ? 0 : double(current) / total);
+}
+
+void WidgetDialogue::showTime(int total, int current)
+{
+    if (!m_parts.timeLeft)
+        return;
+    if (current == 0 || !m_batch.isValid())
+        m_batch.start();
+    m_parts.timeLeft->setText(batchTime(m_batch.elapsed(), total, current));
 }
 
 void WidgetDialogue::progressBar(double fraction)
 {
     if (m_parts.picStatus)
         sProgressBar(*m_parts.picStatus, fraction);
+    if (m_parts.timeLeft && fraction >= 1 && m_batch.isValid())
+        m_parts.timeLeft->setText(batchTime(m_batch.elapsed(), 0, 0));
 }
 
 QString WidgetDialogue::target() const

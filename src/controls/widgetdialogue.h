@@ -2,7 +2,12 @@
 
 #include "core/dialogue.h"
 
+#include <QElapsedTimer>
+
 #include <functional>
+
+// "経過 0:12 / 残り 約1:05"; without the second half while nothing can be said of it.
+QString batchTime(qint64 elapsedMilliseconds, int total, int current);
 
 class PercentBar;
 class QLabel;
@@ -12,6 +17,7 @@ class QWidget;
 // Where a window shows what a command reports; what a window lacks stays null.
 struct DialogueParts {
     QLabel *lblCnt = nullptr;
+    QLabel *timeLeft = nullptr; // elapsed time of a batch and what it may still take
     PercentBar *picStatus = nullptr;
     QLabel *lblCkTableName = nullptr;
     QPlainTextEdit *txtError = nullptr;
@@ -38,6 +44,9 @@ public:
     void refresh() override;
 
 private:
+    void showTime(int total, int current);
+
     QWidget *m_window;
     DialogueParts m_parts;
+    QElapsedTimer m_batch; // since the progress stood at 0
 };

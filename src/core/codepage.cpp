@@ -18,7 +18,8 @@ bool isAscii(const QString &text)
 QString fromCodePage(const QByteArray &bytes)
 {
     if (bytes.startsWith(utf8Mark))
-        return QString::fromUtf8(bytes.mid(utf8Mark.size()));
+        return QStringDecoder(QStringDecoder::Utf8,
+                              QStringDecoder::Flag::ConvertInitialBom)(bytes.mid(utf8Mark.size()));
     if (bytes.startsWith("\xFF\xFE") || bytes.startsWith("\xFE\xFF"))
         return QStringDecoder(QStringDecoder::Utf16)(bytes);
     QStringDecoder utf8(QStringDecoder::Utf8);

@@ -41,6 +41,7 @@ ProfileFile::ProfileFile(QString path)
         return;
     QString text = fromCodePage(file.read(std::min(file.size(), largestFile)));
     text.replace(QStringLiteral("\r\n"), QStringLiteral("\n"));
+    text.replace(u'\r', u'\n');
     if (text.endsWith(u'\n'))
         text.chop(1);
     if (!text.isEmpty())

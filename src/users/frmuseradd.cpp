@@ -184,6 +184,10 @@ void frmUserAdd::readAccount(const Account &account)
     RecordSet &rows = m_session.gRs;
     rows = m_session.connection().execute(selectAccount(account));
     showColumns(m_controls.ckPrivType, globalPrivileges(), rows);
+    // MariaDB reads a role's 'name'@"" as the account 'name'@"%": whatever is sent would change that one.
+    const int role = rows.isOpen() && !rows.isEof() ? rows.fieldIndex(QStringLiteral("is_role")) : -1;
+    if (role >= 0 && rows.text(role) == u"Y")
+        enableAccountButtons(false);
     rows = m_session.connection().execute(selectDatabaseGrants(account));
     for (; rows.isOpen() && !rows.isEof(); rows.moveNext())
         m_controls.lstDB->appendItem(rows.text(QStringLiteral("Db")));
@@ -199,9 +203,15 @@ void frmUserAdd::setExistingAccountMode(bool isExisting)
     UserControls &c = m_controls;
     for (QWidget *control : std::initializer_list<QWidget *>{c.cmdOk, c.txtUser, c.txtHost})
         control->setEnabled(!isExisting);
+    enableAccountButtons(isExisting);
+}
+
+void frmUserAdd::enableAccountButtons(bool isOn)
+{
+    UserControls &c = m_controls;
     for (QPushButton *button : {c.cmdDelete, c.cmdGrantEdit, c.cmdDbGrantDel, c.cmdDbGrantEdit,
                                 c.cmdTableGrantDel, c.cmdTableGrantEdit, c.cmdDbGrantAdd, c.cmdTableGrantAdd})
-        button->setEnabled(isExisting);
+        button->setEnabled(isOn);
 }
 
 void frmUserAdd::lstDB_Click()

@@ -32,6 +32,7 @@ private:
     void showAccount(const Account &account);
     void readAccount(const Account &account);
     void setExistingAccountMode(bool isExisting);
+    void enableAccountButtons(bool isOn); // those that act on the chosen account
 
     void lstDB_Click();
     void cboAddDB_Click();

@@ -5,7 +5,9 @@
 #include "support/gui/boxes.h"
 #include "support/testserver.h"
 
+#include <QAccessible>
 #include <QApplication>
+#include <QRegularExpression>
 #include <QTemporaryDir>
 #include <QTest>
 #include <QTimer>
@@ -20,6 +22,8 @@ private Q_SLOTS:
     void cleanup();
     void everyControlHasItsName_data();
     void everyControlHasItsName();
+    void assistiveToolsFindANameForEveryControl();
+    void theLogShowsWhatWasSent();
     void missingEntriesAreRefusedInOrder();
     void aWrongPasswordIsAFailedConnection_data();
     void aWrongPasswordIsAFailedConnection();
@@ -77,7 +81,8 @@ void MainWindowTest::initTestCase()
                        "create view v as select id, 名前 from 商品 where id > 1;"
                        "create table base (a int); create view broken as select a from base; drop table base;"
                        "create procedure p() select 1; create function f() returns int return 1;"
-                       "create table many (id int, filler text); insert into many select seq, repeat('x', 3000) from seq_1_to_10001;"
+                       "create table many (id int, filler text); insert into many select seq, repeat('x', "
+                       "3000) from seq_1_to_10001;"
                        "create view slow as select sleep(5) as s;"));
 }
 
@@ -167,6 +172,31 @@ void MainWindowTest::everyControlHasItsName()
         QVERIFY2(widget->inherits(qPrintable(kind)), qPrintable(name));
     }
     QCOMPARE(m_window->windowTitle(), QStringLiteral("Tarnwell (Ver 1.4)"));
+}
+
+void MainWindowTest::assistiveToolsFindANameForEveryControl()
+{
+    for (const QWidget *widget : m_window->findChildren<QWidget *>()) {
+        if (widget->focusPolicy() == Qt::NoFocus || widget->objectName().startsWith(QStringLiteral("qt_")) ||
+            !widget->objectName().contains(
+                QRegularExpression(QStringLiteral("^(cmd|txt|cbo|lst|opt|flGrid|show|Command)"))))
+            continue;
+        QAccessibleInterface *access = QAccessible::queryAccessibleInterface(const_cast<QWidget *>(widget));
+        QVERIFY2(access && !access->text(QAccessible::Name).isEmpty(), qPrintable(widget->objectName()));
+    }
+}
+
+void MainWindowTest::theLogShowsWhatWasSent()
+{
+    m_session->makeConnection = logged(m_session->makeConnection, m_session->statementLog);
+    connectBy(nativeDriverName());
+    click("cmdShowDb");
+    click("showLog");
+    auto *log = control<FlexGrid>("statementLogGrid");
+    QTRY_VERIFY(log->isVisible());
+    const int last = log->rowCount() - 1;
+    QCOMPARE(log->text(last, 3), QStringLiteral("show databases;"));
+    QVERIFY(log->text(last, 2).endsWith(QStringLiteral(" 行")));
 }
 
 void MainWindowTest::missingEntriesAreRefusedInOrder()

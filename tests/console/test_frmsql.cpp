@@ -10,7 +10,7 @@ class FrmSqlTest : public QObject {
 private Q_SLOTS:
     void activationShowsWhatIsConnected_data();
     void activationShowsWhatIsConnected();
-    void anActivationDuringARunWaits();
+    void anActivationDuringARunIsNone();
     void optionsSurviveTheWindow();
     void theEditorOpensOnlyWhatIsSaved();
     void oneViewIsShown();
@@ -90,7 +90,7 @@ void FrmSqlTest::activationShowsWhatIsConnected()
     QCOMPARE(console.control<QComboBox>("cboDelimiter").currentText(), QStringLiteral("ｺﾛﾝ"));
 }
 
-void FrmSqlTest::anActivationDuringARunWaits()
+void FrmSqlTest::anActivationDuringARunIsNone()
 {
     ConsoleFixture console;
     QWidget main;
@@ -108,6 +108,7 @@ void FrmSqlTest::anActivationDuringARunWaits()
         QCoreApplication::processEvents();
     };
     console.run(QStringLiteral("set @a = 1"));
+    QTest::qWait(300); // nor is it made up for afterwards: @a would be gone
     QCOMPARE(console.connections, 1);
 }
 

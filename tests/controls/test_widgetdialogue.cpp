@@ -19,7 +19,7 @@ struct Parts {
     QLabel count{&window}, target{&window}, caption{&window};
     PercentBar bar{&window};
     QPlainTextEdit error{&window};
-    WidgetDialogue dialogue{&window, {&count, &bar, &target, &error, &caption, {}}};
+    WidgetDialogue dialogue{&window, {&count, nullptr, &bar, &target, &error, &caption, {}}};
 
     Parts() { window.setWindowTitle(QStringLiteral("Tarnwell")); }
 };
@@ -41,6 +41,8 @@ private Q_SLOTS:
     void longMessagesStayOnTheScreenAndAreNoMarkup();
     void hourglassDoesNotCoverABox();
     void progressCountsAndNeverDivides();
+    void batchesTellTheirTime_data();
+    void batchesTellTheirTime();
     void errorsGoToTheBoxAndTheTip();
     void foldersComeWithoutSeparatorAtTheEnd();
 };
@@ -126,6 +128,26 @@ void TestWidgetDialogue::progressCountsAndNeverDivides()
     bare.progress(2, 1); // a window without any of the parts
     bare.setTarget(QStringLiteral("x"));
     bare.setLastError(QStringLiteral("x"), true);
+}
+
+void TestWidgetDialogue::batchesTellTheirTime_data()
+{
+    QTest::addColumn<int>("elapsed");
+    QTest::addColumn<int>("total");
+    QTest::addColumn<int>("current");
+    QTest::addColumn<QString>("text");
+    QTest::newRow("nothing done yet") << 400 << 10 << 0 << "経過 0:00";
+    QTest::newRow("a quarter done") << 20'000 << 100 << 25 << "経過 0:20 / 残り 約1:00";
+    QTest::newRow("all done") << 65'000 << 10 << 10 << "経過 1:05";
+    QTest::newRow("nothing to do") << 0 << 0 << 0 << "経過 0:00";
+}
+
+void TestWidgetDialogue::batchesTellTheirTime()
+{
+    QFETCH(int, elapsed);
+    QFETCH(int, total);
+    QFETCH(int, current);
+    QTEST(batchTime(elapsed, total, current), "text");
 }
 
 void TestWidgetDialogue::errorsGoToTheBoxAndTheTip()

@@ -22,8 +22,8 @@ struct MainWindowStage {
     MainWindowStage()
     {
         session.programFolder = folder.path();
-        session.makeConnection = logged([this](const QString &string) { return createConnection(string, pump); },
-                                        session.statementLog);
+        session.makeConnection = logged(
+            [this](const QString &string) { return createConnection(string, pump); }, session.statementLog);
         window = std::make_unique<frmTarnwell>(session, pump);
         window->show();
     }

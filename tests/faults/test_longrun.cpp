@@ -1,0 +1,147 @@
+// An hour's work in a minute: random clicks and keys over the whole program against a real server.
+// TARNWELL_LONGRUN_SEED and TARNWELL_LONGRUN_SECONDS choose the walk and its length.
+#include "mainwindowstage.h"
+#include "monkey.h"
+#include "stallwatch.h"
+#include "support/testserver.h"
+
+#include <QApplication>
+#include <QRegularExpression>
+
+#include <malloc.h>
+
+namespace {
+
+#if defined(__SANITIZE_ADDRESS__)
+constexpr bool isSanitized = true;
+#else
+constexpr bool isSanitized = false;
+#endif
+
+QString playground()
+{
+    return QStringLiteral("create database if not exists play1; create database if not exists play2;"
+                          "create table if not exists play1.商品 (id int primary key, 名前 varchar(50), memo "
+                          "text) engine=InnoDB;"
+                          "insert ignore into play1.商品 values (1,'ﾃｽﾄ',null),(2,'','x'),(3,'😀','NULL');"
+                          "create table if not exists play1.many (id int, filler text);"
+                          "create or replace view play1.v as select id, 名前 from play1.商品 where id > 1;"
+                          "create procedure if not exists play1.p() select 1;"
+                          "create function if not exists play1.f() returns int return 1;"
+                          "create table if not exists play2.child (a int, b decimal(10,2), key (a));");
+}
+
+// An account that can do harm to the playground only.
+QString walker()
+{
+    return QStringLiteral(
+        "create user walker@'%' identified by 'walk';"
+        "grant select, reload, process, file, show databases, create user on *.* to walker@'%';"
+        "grant all on play1.* to walker@'%'; grant all on play2.* to walker@'%';"
+        "use play1; insert into play1.many select seq, repeat('x', 200) from seq_1_to_20000;");
+}
+
+double residentMegabytes()
+{
+    malloc_trim(0);
+    QFile file(QStringLiteral("/proc/self/statm"));
+    return file.open(QIODevice::ReadOnly) ? file.readAll().split(' ').value(1).toDouble() * 4096 / 1e6 : 0;
+}
+
+QStringList warnings;
+QtMessageHandler passOn = nullptr;
+
+void collectWarnings(QtMsgType type, const QMessageLogContext &context, const QString &message)
+{
+    // The offscreen platform says this of much that windows do.
+    if (message.startsWith(u"This plugin does not support"))
+        return;
+    if (type == QtWarningMsg)
+        warnings << message;
+    passOn(type, context, message);
+}
+
+} // namespace
+
+class LongRunTest : public QObject {
+    Q_OBJECT
+
+private Q_SLOTS:
+    void manyRandomActionsDoNoHarm();
+
+private:
+    // Lets the monkey loose on a new main window until so many actions or seconds are over.
+    void walk(TestServer &server, Monkey &monkey, int actions, int seconds);
+};
+
+void LongRunTest::walk(TestServer &server, Monkey &monkey, int actions, int seconds)
+{
+    MainWindowStage stage;
+    QRandomGenerator random(static_cast<quint32>(actions));
+    monkey.connectAgain = [&] {
+        if (stage.session.gCn)
+            return;
+        stage.enter(random.bounded(2) ? nativeDriverName() : QStringLiteral("MySQL ODBC 3.51 Driver"),
+                    server.port(), QStringLiteral("walker"), QStringLiteral("walk"));
+        if (random.bounded(2))
+            stage.control<QLineEdit>("txtServer")->setText(QStringLiteral("localhost"));
+        stage.click("cmdConnect");
+        if (stage.session.gCn)
+            stage.click("cmdShowDb");
+    };
+    QElapsedTimer clock;
+    clock.start();
+    const int until = monkey.actions() + actions;
+    monkey.start();
+    while (monkey.actions() < until && clock.elapsed() < seconds * 1000)
+        QTest::qWait(20);
+    monkey.finish();
+    const auto isGone = [&] {
+        if (!QApplication::activeModalWidget())
+            stage.window->close();
+        return !stage.window->isVisible();
+    };
+    QTRY_VERIFY_WITH_TIMEOUT(isGone(), 30000);
+}
+
+void LongRunTest::manyRandomActionsDoNoHarm()
+{
+    bool isGiven = false;
+    const int givenSeconds = qEnvironmentVariableIntValue("TARNWELL_LONGRUN_SECONDS", &isGiven);
+    const int seconds = isGiven ? givenSeconds : qEnvironmentVariableIsSet("CI") ? 50 : 12;
+    const auto seed =
+        static_cast<quint32>(qEnvironmentVariable("TARNWELL_LONGRUN_SEED", QStringLiteral("1")).toUInt());
+    TestServer server;
+    server.run(playground() + walker());
+    // Nothing of this machine is started by a random click.
+    qputenv("PATH", "");
+    const QTemporaryDir files;
+    std::FILE *log = std::fopen("faults_longrun.log", "w");
+    QVERIFY(log);
+    passOn = qInstallMessageHandler(collectWarnings);
+
+    StallWatch stalls;
+    stalls.limit = isSanitized ? 1000 : 100;
+    QStringList stalled;
+    stalls.onStall = [&](double milliseconds) {
+        stalled << QString::number(milliseconds, 'f', 0);
+        std::fprintf(log, "STALL %.0f ms\n", milliseconds);
+    };
+    Monkey first(seed, files.path(), log), second(seed + 1, files.path(), log);
+    walk(server, first, 100, 60);
+    const double before = residentMegabytes();
+    walk(server, second, 1000000, seconds);
+    const double after = residentMegabytes();
+    std::fclose(log);
+    qInstallMessageHandler(passOn);
+
+    qInfo("seed %u: %d actions, longest stall %.0f ms, %.1f MB after a hundred actions, %.1f MB at the end",
+          seed, second.actions(), stalls.longest(), before, after);
+    QVERIFY2(warnings.isEmpty(), qPrintable(warnings.join(u'\n')));
+    QVERIFY2(stalled.isEmpty(), qPrintable(QStringLiteral("stalls (ms): ") + stalled.join(u' ')));
+    if (!isSanitized)
+        QVERIFY2(after < before * 1.1, "memory grew");
+}
+
+QTEST_MAIN(LongRunTest)
+#include "test_longrun.moc"
