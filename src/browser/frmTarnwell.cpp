@@ -128,18 +128,25 @@ void frmTarnwell::Form_Activate()
 void frmTarnwell::connectSignals()
 {
     TarnwellControls &c = m_controls;
+    // The last error is that of the last thing the user asked for.
+    const auto fresh = [this](auto action) {
+        return [this, action] {
+            m_dialogue.setLastError({}, true);
+            action();
+        };
+    };
     connect(c.cboDSNList, &QComboBox::currentTextChanged, this, &frmTarnwell::cboDSNList_Click);
     setStopsRunningCommand(c.cmdClose, true);
     connect(c.cmdConnect, &QPushButton::clicked, this, &frmTarnwell::cmdConnect_Click);
     connect(c.cmdClose, &QPushButton::clicked, this, &frmTarnwell::cmdClose_Click);
     connect(c.cmdEnd, &QPushButton::clicked, this, &QWidget::close);
     connect(c.Command1, &QPushButton::clicked, this, [this] { showAboutBox(this); });
-    connect(c.cmdShowDb, &QPushButton::clicked, this, [this] { reload(Reload::Databases); });
-    connect(c.lstDb, &ChosenList::chosen, this, [this] { reload(Reload::Objects); });
+    connect(c.cmdShowDb, &QPushButton::clicked, this, fresh([this] { reload(Reload::Databases); }));
+    connect(c.lstDb, &ChosenList::chosen, this, fresh([this] { reload(Reload::Objects); }));
     connect(c.lstTables, &ChosenList::chosen, this,
-            [this] { readAlone([this] { m_detail.lstTables_Click(); }); });
+            fresh([this] { readAlone([this] { m_detail.lstTables_Click(); }); }));
     connect(c.lstProcFunc, &ChosenList::chosen, this,
-            [this] { readAlone([this] { m_detail.lstProcFunc_Click(); }); });
+            fresh([this] { readAlone([this] { m_detail.lstProcFunc_Click(); }); }));
     connect(c.cmdCreateDb, &QPushButton::clicked, this, &frmTarnwell::cmdCreateDb_Click);
     connect(c.cmdCreateUser, &QPushButton::clicked, this,
             [this] { runAlone([this] { showUserWindow(this, m_session); }); });

@@ -35,6 +35,7 @@ StatementLogView::StatementLogView(std::shared_ptr<StatementLog> log, QWidget *p
     setObjectName(QStringLiteral("statementLog"));
     m_grid->setObjectName(QStringLiteral("statementLogGrid"));
     m_grid->setAccessibleName(QStringLiteral("送信した文の記録"));
+    m_grid->setMinimumHeight(6 * m_grid->fontMetrics().lineSpacing());
     auto *toConsole = new QPushButton(QStringLiteral("コンソールへ"));
     toConsole->setObjectName(QStringLiteral("statementLogToConsole"));
     toConsole->setToolTip(QStringLiteral("選択した文をSQLコンソールに写します"));
@@ -76,6 +77,12 @@ void StatementLogView::refresh()
     if (m_shownRevision == m_log->revision())
         return;
     m_shownRevision = m_log->revision();
+    fill();
+    m_grid->scrollToBottom();
+}
+
+void StatementLogView::fill()
+{
     const RedrawOff redrawOff(*m_grid);
     m_grid->setFields({{QStringLiteral("時刻"), FieldKind::Text},
                        {QStringLiteral("ms"), FieldKind::Number},
@@ -88,7 +95,6 @@ void StatementLogView::refresh()
             cells[i].bytes = texts[i];
         m_grid->appendRow(cells);
     }
-    m_grid->scrollToBottom();
 }
 
 void StatementLogView::sendToConsole()

@@ -25,6 +25,7 @@ protected:
 
 private:
     void refresh();
+    void fill();
     void sendToConsole();
 
     std::shared_ptr<StatementLog> m_log;
