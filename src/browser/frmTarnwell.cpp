@@ -66,6 +66,8 @@ frmTarnwell::frmTarnwell(Session &session, WindowPump &pump)
     connect(&pump, &WindowPump::closeRequested, this, [this](QWidget *window) {
         if (window == this)
             wishFor(Wish::Close);
+        else if (m_console && window == m_console)
+            m_console->closeWhenIdle();
     });
     Form_Load();
     Form_Activate();

@@ -110,7 +110,7 @@ void frmTarnwell::stopEverything()
 {
     if (m_viewer.isRunning())
         m_viewer.stop();
-    if (m_session.gSqlOpen && m_console)
+    if (m_console && m_console->isRunning())
         m_console->cmdStop_Click();
     if (m_session.gCn && m_session.gCn->isBusy())
         m_session.gCn->cancel();
@@ -118,8 +118,7 @@ void frmTarnwell::stopEverything()
 
 bool frmTarnwell::isIdle() const
 {
-    return !m_isRunning && !(m_session.gCn && m_session.gCn->isBusy()) &&
-           !(m_console && m_console->isRunning());
+    return !m_isRunning && !(m_session.gCn && m_session.gCn->isBusy()) && (!m_console || m_console->isIdle());
 }
 
 // Now when nothing runs; else what runs is stopped first, and the wish comes true once it has ended.

@@ -28,6 +28,8 @@ public:
 
     // The tag of cmdExec: a statement runs.
     bool isRunning() const;
+    // Nothing on the stack uses the window: close() works.
+    bool isIdle() const { return m_operations == 0; }
     // Ends a running statement, as the stop button does; what the main window's disconnect button calls.
     void cmdStop_Click();
     // close() that works while the console waits for the server or reads rows, too: ends that first.

@@ -60,5 +60,7 @@ void History::save() const
         return;
     file.setPermissions(QFile::ReadOwner | QFile::WriteOwner);
     file.write(QJsonDocument(QJsonArray::fromStringList(m_statements)).toJson());
-    file.commit();
+    // What cannot be written whole leaves the old file: commit() alone does not notice.
+    if (file.flush())
+        file.commit();
 }

@@ -3,10 +3,10 @@
 #include "core/codepage.h"
 #include "core/profilefile.h"
 #include "core/statements.h"
+#include "core/wholefile.h"
 
 #include <QDir>
 #include <QFile>
-#include <QSaveFile>
 
 namespace {
 
@@ -58,11 +58,7 @@ QString saveVariables(const Session &session)
     QString text;
     for (const variablename &variable : session.gVariables)
         text += QString(variable.strVariableName).remove(u'@') + QStringLiteral("\r\n");
-    const QByteArray bytes = toCodePage(text);
-    QSaveFile file(session.gVariableFile);
-    if (!file.open(QIODevice::WriteOnly) || file.write(bytes) != bytes.size() || !file.commit())
-        return file.errorString();
-    return {};
+    return saveWholeFile(session.gVariableFile, toCodePage(text));
 }
 
 } // namespace

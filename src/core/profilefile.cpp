@@ -1,9 +1,9 @@
 #include "core/profilefile.h"
 
 #include "core/codepage.h"
+#include "core/wholefile.h"
 
 #include <QFile>
-#include <QSaveFile>
 
 #include <algorithm>
 
@@ -81,11 +81,7 @@ void ProfileFile::setValue(const QString &section, const QString &key, const QSt
 
 QString ProfileFile::save() const
 {
-    QByteArray bytes = toCodePage(m_lines.join(QStringLiteral("\r\n")) + QStringLiteral("\r\n"));
-    QSaveFile file(m_path);
-    if (!file.open(QIODevice::WriteOnly) || file.write(bytes) != bytes.size() || !file.commit())
-        return file.errorString();
-    return {};
+    return saveWholeFile(m_path, toCodePage(m_lines.join(QStringLiteral("\r\n")) + QStringLiteral("\r\n")));
 }
 
 qsizetype ProfileFile::sectionLine(const QString &section) const

@@ -1,9 +1,9 @@
 #include "maintenance/objectfile.h"
 
 #include "core/sqlerror.h"
+#include "core/wholefile.h"
 
 #include <QDir>
-#include <QSaveFile>
 
 namespace {
 
@@ -29,9 +29,9 @@ QString objectFile(const QString &folder, const QString &name, const QString &su
 
 void writeWholeFile(const QString &path, const QByteArray &bytes)
 {
-    QSaveFile file(path);
-    if (!file.open(QIODevice::WriteOnly) || file.write(bytes) != bytes.size() || !file.commit())
-        fail(path, file.errorString());
+    const QString failure = saveWholeFile(path, bytes);
+    if (!failure.isEmpty())
+        fail(path, failure);
 }
 
 void writeNewFile(const QString &path, const QByteArray &bytes)

@@ -55,6 +55,7 @@ private:
 
 void ListsTest::init()
 {
+    failOnAnyWarning();
     m_script = Script();
     m_pump = std::make_unique<WindowPump>();
     m_session = std::make_unique<Session>();

@@ -88,6 +88,7 @@ void MainWindowTest::initTestCase()
 
 void MainWindowTest::init()
 {
+    failOnAnyWarning();
     m_pump = std::make_unique<WindowPump>();
     m_session = std::make_unique<Session>();
     m_session->programFolder = m_folder.path();
