@@ -118,7 +118,9 @@ void frmTarnwell::stopEverything()
 
 bool frmTarnwell::isIdle() const
 {
-    return !m_isRunning && !(m_session.gCn && m_session.gCn->isBusy()) && (!m_console || m_console->isIdle());
+    const frmSql *console = m_console;
+    const bool isWaiting = m_session.gCn && m_session.gCn->isBusy();
+    return !m_isRunning && !isWaiting && (!console || console->isIdle());
 }
 
 // Now when nothing runs; else what runs is stopped first, and the wish comes true once it has ended.

@@ -127,20 +127,27 @@ void LongRunTest::manyRandomActionsDoNoHarm()
         stalled << QString::number(milliseconds, 'f', 0);
         std::fprintf(log, "STALL %.0f ms\n", milliseconds);
     };
-    Monkey first(seed, files.path(), log), second(seed + 1, files.path(), log);
-    walk(server, first, 100, 60);
-    const double before = residentMegabytes();
-    walk(server, second, 1000000, seconds);
-    const double after = residentMegabytes();
+    // The first hundred actions, then two halves. Windows that are opened for the first time fill the
+    // toolkit's caches, so that it is the second half that must not hold more than the first did.
+    QList<double> megabytes;
+    int actions = 0;
+    for (const auto &[most, time] : {std::pair{100, 60}, {1000000, seconds / 2}, {1000000, seconds / 2}}) {
+        Monkey monkey(seed + static_cast<quint32>(megabytes.size()), files.path(), log);
+        walk(server, monkey, most, time);
+        actions += monkey.actions();
+        megabytes << residentMegabytes();
+    }
     std::fclose(log);
     qInstallMessageHandler(passOn);
 
-    qInfo("seed %u: %d actions, longest stall %.0f ms, %.1f MB after a hundred actions, %.1f MB at the end",
-          seed, second.actions(), stalls.longest(), before, after);
+    qInfo("seed %u: %d actions, longest stall %.0f ms; %.1f MB after a hundred actions, %.1f MB after half "
+          "of the "
+          "time, %.1f MB at the end",
+          seed, actions, stalls.longest(), megabytes[0], megabytes[1], megabytes[2]);
     QVERIFY2(warnings.isEmpty(), qPrintable(warnings.join(u'\n')));
     QVERIFY2(stalled.isEmpty(), qPrintable(QStringLiteral("stalls (ms): ") + stalled.join(u' ')));
     if (!isSanitized)
-        QVERIFY2(after < before * 1.1, "memory grew");
+        QVERIFY2(megabytes[2] < megabytes[1] * 1.1, "memory grew");
 }
 
 QTEST_MAIN(LongRunTest)
