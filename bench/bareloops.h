@@ -1,6 +1,7 @@
 #pragma once
 
 #include <QString>
+#include <QStringList>
 
 #include <cstddef>
 #include <cstdio>
@@ -14,9 +15,11 @@ void writeValue(std::FILE *file, const char *bytes, std::size_t length, bool isL
 namespace BareNative {
 std::size_t readRows(int port, const QString &database, const QString &statement, std::FILE *file = nullptr);
 std::size_t repeatSmall(int port, const QString &statement, int times);
+double secondsFor(int port, const QStringList &statements); // without connecting
 } // namespace BareNative
 
 namespace BareOdbc {
 std::size_t readRows(const QString &connectionString, const QString &statement, std::FILE *file = nullptr);
 std::size_t repeatSmall(const QString &connectionString, const QString &statement, int times);
+double secondsFor(const QString &connectionString, const QStringList &statements);
 } // namespace BareOdbc

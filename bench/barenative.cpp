@@ -1,6 +1,7 @@
 #include "bareloops.h"
 
 #include <QByteArray>
+#include <QElapsedTimer>
 
 #include <cstdio>
 #include <cstdlib>
@@ -74,4 +75,16 @@ std::size_t BareNative::repeatSmall(int port, const QString &statement, int time
         bytes += readAll(handle, text);
     mysql_close(handle);
     return bytes;
+}
+
+double BareNative::secondsFor(int port, const QStringList &statements)
+{
+    MYSQL *handle = connectTo(port, {});
+    QElapsedTimer clock;
+    clock.start();
+    for (const QString &statement : statements)
+        readAll(handle, statement.toUtf8());
+    const double seconds = static_cast<double>(clock.nsecsElapsed()) / 1e9;
+    mysql_close(handle);
+    return seconds;
 }

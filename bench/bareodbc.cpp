@@ -1,5 +1,7 @@
 #include "bareloops.h"
 
+#include <QElapsedTimer>
+
 #include <array>
 #include <cstdio>
 #include <cstdlib>
@@ -11,7 +13,7 @@
 namespace {
 
 constexpr std::size_t rowsAtOnce = 100;
-constexpr std::size_t mostColumns = 8;
+constexpr std::size_t mostColumns = 32;
 constexpr std::size_t longestPlace = 400;
 
 SQLWCHAR *wide(const QString &text)
@@ -102,4 +104,17 @@ std::size_t BareOdbc::repeatSmall(const QString &connectionString, const QString
         bytes += readAll(handles.connection, statement, *places);
     disconnect(handles);
     return bytes;
+}
+
+double BareOdbc::secondsFor(const QString &connectionString, const QStringList &statements)
+{
+    const Handles handles = connectTo(connectionString);
+    const auto places = std::make_unique<Places>();
+    QElapsedTimer clock;
+    clock.start();
+    for (const QString &statement : statements)
+        readAll(handles.connection, statement, *places);
+    const double seconds = static_cast<double>(clock.nsecsElapsed()) / 1e9;
+    disconnect(handles);
+    return seconds;
 }

@@ -17,12 +17,12 @@ class QWidget;
 // Where a window shows what a command reports; what a window lacks stays null.
 struct DialogueParts {
     QLabel *lblCnt = nullptr;
-    QLabel *timeLeft = nullptr; // elapsed time of a batch and what it may still take
     PercentBar *picStatus = nullptr;
     QLabel *lblCkTableName = nullptr;
     QPlainTextEdit *txtError = nullptr;
     QLabel *Label13 = nullptr; // caption of txtError, carries the tool tip
-    std::function<RestoreChoice(QWidget *window)> chooseBackups;
+    std::function<RestoreChoice(QWidget *window)> chooseBackups = nullptr;
+    QLabel *timeLeft = nullptr; // elapsed time of a batch and what it may still take
 };
 
 // Asks and tells with real boxes, modal to the window and titled with its caption.

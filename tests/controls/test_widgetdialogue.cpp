@@ -19,7 +19,7 @@ struct Parts {
     QLabel count{&window}, target{&window}, caption{&window};
     PercentBar bar{&window};
     QPlainTextEdit error{&window};
-    WidgetDialogue dialogue{&window, {&count, nullptr, &bar, &target, &error, &caption, {}}};
+    WidgetDialogue dialogue{&window, {&count, &bar, &target, &error, &caption}};
 
     Parts() { window.setWindowTitle(QStringLiteral("Tarnwell")); }
 };
