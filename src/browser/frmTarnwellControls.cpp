@@ -2,6 +2,7 @@
 
 #include "controls/filterline.h"
 
+#include <QButtonGroup>
 #include <QGridLayout>
 #include <QHBoxLayout>
 #include <QVBoxLayout>
@@ -301,6 +302,13 @@ TarnwellControls::TarnwellControls(QWidget *window, std::shared_ptr<StatementLog
     txtProc->setAccessibleName(QStringLiteral("ルーチン定義"));
     lblPreTable->setAccessibleName(QStringLiteral("直前の選択"));
 
+    // Groups of their own: Qt takes option buttons of nested panels for one group.
+    auto *pages = new QButtonGroup(window);
+    for (QRadioButton *option : optTP)
+        pages->addButton(option);
+    auto *views = new QButtonGroup(window);
+    for (QRadioButton *option : optField)
+        views->addButton(option);
     // Hidden before they are laid out: what is not shown at first shall not make the window taller.
     for (QWidget *view :
          std::initializer_list<QWidget *>{txtField, flGrid_Status, flGrid_Data, lblRecordCount, picProc})

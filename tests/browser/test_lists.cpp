@@ -205,6 +205,13 @@ void ListsTest::aRoutineIsLoadedWithoutBackticks()
     QCOMPARE(label("lblEditProcName"), QStringLiteral("編集Proc："));
     QCOMPARE(label("lblProcName"), QStringLiteral("p"));
     QVERIFY(isEnabled("cmdDropProc") && isEnabled("cmdCreateProc"));
+    // The two sets of option buttons do not disturb each other, though one lies in a panel beside the other.
+    QVERIFY(control<QRadioButton>("optTP_1")->isChecked() && control<QRadioButton>("optField_1")->isChecked());
+    choose("lstDb", 0);
+    QVERIFY(control<QRadioButton>("optTP_0")->isChecked() && control<QRadioButton>("optField_1")->isChecked());
+    control<QRadioButton>("optField_3")->click();
+    control<QRadioButton>("optTP_0")->click();
+    QVERIFY(control<QRadioButton>("optTP_0")->isChecked() && control<QRadioButton>("optField_3")->isChecked());
 }
 
 void ListsTest::columnsBecomeRecords_data()
