@@ -16,6 +16,7 @@
 
 #include <QApplication>
 #include <QCloseEvent>
+#include <QScopeGuard>
 #include <QShortcut>
 #include <QSignalBlocker>
 #include <QTextStream>
@@ -263,14 +264,13 @@ void frmTarnwell::sConnectMode(bool connected)
 
 void frmTarnwell::runAlone(const std::function<void()> &action)
 {
-    if (m_isRunning || (m_session.gCn && m_session.gCn->isBusy()))
+    if (m_session.isCommandRunning || (m_session.gCn && m_session.gCn->isBusy()))
         return;
-    m_isRunning = true;
     try {
+        m_session.isCommandRunning = true;
+        const auto isOver = qScopeGuard([this] { m_session.isCommandRunning = false; });
         action();
-        m_isRunning = false;
     } catch (const SqlError &error) {
-        m_isRunning = false;
         // A disconnect that the user asked for in the middle needs no report.
         if (m_session.gCn && m_wish == Wish::Nothing) {
             m_dialogue.setLastError(error.description(), false);
@@ -291,7 +291,7 @@ void frmTarnwell::run(const Command &command)
 {
     Outcome outcome;
     const Selection chosen = selection();
-    if (m_isRunning)
+    if (m_session.isCommandRunning)
         return;
     m_dialogue.setLastError({}, true);
     runAlone([&] {

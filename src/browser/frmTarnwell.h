@@ -74,6 +74,5 @@ private:
     TableDetail m_detail;
     DataViewer m_viewer;
     QPointer<frmSql> m_console;
-    bool m_isRunning = false;
     Wish m_wish = Wish::Nothing;
 };

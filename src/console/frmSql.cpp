@@ -137,7 +137,7 @@ void frmSql::Form_Activate()
     if (isRunning())
         return;
     // The connection cannot be replaced beneath a statement of another window: a moment later it can.
-    if (m_operations > 0 || (m_session.gCn && m_session.gCn->isBusy())) {
+    if (m_operations > 0 || m_session.isCommandRunning || (m_session.gCn && m_session.gCn->isBusy())) {
         QTimer::singleShot(200, this, [this] {
             if (isActiveWindow())
                 Form_Activate();
@@ -218,7 +218,7 @@ bool frmSql::isStatementMissing()
 
 void frmSql::cmdExec_Click()
 {
-    if (isRunning())
+    if (isRunning() || m_session.isCommandRunning)
         return;
     const Operation operation(*this);
     c.txtError->clear();
@@ -280,7 +280,7 @@ void frmSql::cmdAnalyze_Click()
 {
     c.optRecord[2]->setChecked(true);
     const Operation operation(*this);
-    if (!isStatementMissing())
+    if (!isStatementMissing() && !m_session.isCommandRunning)
         explain(m_session, c.txtSql->contents(), *c.flgrid_ANALYZE);
 }
 
@@ -294,7 +294,8 @@ void frmSql::cmdVariabl_Click()
 {
     c.optRecord[3]->setChecked(true);
     const Operation operation(*this);
-    m_variables.refresh();
+    if (!m_session.isCommandRunning)
+        m_variables.refresh();
 }
 
 void frmSql::cmdFolder_Click()
@@ -337,7 +338,8 @@ void frmSql::showView()
 
 void frmSql::offerWords()
 {
-    const bool canReadNames = m_operations == 0 && !(m_session.gCn && m_session.gCn->isBusy());
+    const bool canReadNames =
+        m_operations == 0 && !m_session.isCommandRunning && !(m_session.gCn && m_session.gCn->isBusy());
     const Operation operation(*this);
     m_completion.offer(canReadNames);
 }

@@ -35,6 +35,8 @@ struct Session {
     RecordSet gRs;
     bool gIsLocalServer = false; // the driver names the server "localhost"
     bool gSqlOpen = false;       // the console is loaded
+    // A command of the main window works on gCn, step by step: nobody else may use or replace it meanwhile.
+    bool isCommandRunning = false;
 
     // Element 0 of each stays empty, so that the number of columns is the upper bound.
     std::vector<FieldRec> gOldFields{1}, gNewFields{1};

@@ -27,6 +27,16 @@ QString qualifiedName(const QString &database, const QString &name)
     return u'`' + database + QStringLiteral("`.") + name;
 }
 
+void requireOwnName(const QString &database, const QString &name)
+{
+    static const QRegularExpression misread(
+        QStringLiteral("[#,;]|/\\*|--(\\s|$)|\\s(restrict|cascade|wait|nowait|if|force)\\b"),
+        QRegularExpression::CaseInsensitiveOption);
+    if (database.contains(u'`') || misread.match(name).hasMatch())
+        throw SqlError(QStringLiteral("サーバーはこの名前を別のオブジェクトと読むため、実行しません。: ") +
+                       qualifiedName(database, name));
+}
+
 QString trimmedBlanks(const QString &text)
 {
     qsizetype from = 0;

@@ -7,6 +7,10 @@
 // "`" database "`." name: the name stands bare, that is the system's rule.
 QString qualifiedName(const QString &database, const QString &name);
 
+// Throws SqlError for names that would make a statement act on another object instead of being refused: bare,
+// the server reads "a#b" as a and a comment, "a;" as a and an end, "a CASCADE" as a and a word.
+void requireOwnName(const QString &database, const QString &name);
+
 QString trimmedBlanks(const QString &text); // without blanks (U+0020 only) at both ends
 QString withCrLf(QString text);             // every LF becomes CR LF
 QString withLf(QString text);               // every CR LF becomes LF

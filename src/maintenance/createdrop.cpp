@@ -45,6 +45,7 @@ Outcome dropDatabase(CommandContext &context)
     const QString question = QStringLiteral("ﾃﾞｰﾀﾍﾞｰｽ(") + item + QStringLiteral(")を削除しす。");
     if (!context.dialogue.confirm(question, Icon::Critical))
         return {};
+    requireOwnName(item, {});
     context.session.connection().execute(QStringLiteral("drop database `") + trimmedBlanks(item) +
                                          QStringLiteral("`;"));
     return {Reload::Databases};
@@ -56,6 +57,7 @@ Outcome dropTable(CommandContext &context)
     if (!context.dialogue.confirm(name + QStringLiteral("ﾃｰﾌﾞﾙを削除します。"), Icon::Critical))
         return {};
     try {
+        requireOwnName(context.session.gDbName, name);
         const auto statement = chosenDropStatement(context, qualifiedName(context.session.gDbName, name));
         if (!statement)
             return {};

@@ -39,6 +39,7 @@ struct RoutineChange {
 void applyText(CommandContext &context, RoutineChange &change)
 {
     Session &session = context.session;
+    requireOwnName(change.database, change.routine.name);
     const QString newStatement =
         withLf(createRoutineStatement(change.routine.tag, change.database, context.selection.txtProc));
     change.oldStatement =
@@ -146,6 +147,7 @@ Outcome dropRoutine(CommandContext &context)
     if (!context.dialogue.confirm(context.selection.routine + QStringLiteral("を削除します。"),
                                   Icon::Critical))
         return {};
+    requireOwnName(context.selection.database, routine.name);
     context.session.connection().execute(dropRoutineStatement(routine, context.selection.database));
     context.dialogue.inform(QStringLiteral("削除しました。"));
     return {Reload::Objects};

@@ -11,6 +11,7 @@ private Q_SLOTS:
     void activationShowsWhatIsConnected_data();
     void activationShowsWhatIsConnected();
     void anActivationDuringARunIsNone();
+    void aCommandOfTheMainWindowIsNotDisturbed();
     void optionsSurviveTheWindow();
     void theEditorOpensOnlyWhatIsSaved();
     void oneViewIsShown();
@@ -110,6 +111,22 @@ void FrmSqlTest::anActivationDuringARunIsNone()
     console.run(QStringLiteral("set @a = 1"));
     QTest::qWait(300); // nor is it made up for afterwards: @a would be gone
     QCOMPARE(console.connections, 1);
+}
+
+void FrmSqlTest::aCommandOfTheMainWindowIsNotDisturbed()
+{
+    ConsoleFixture console;
+    console.session.isCommandRunning = true;
+    console.open();
+    console.window->show();
+    console.type(QStringLiteral("set @a = 1"));
+    for (const char *button : {"cmdExec", "cmdAnalyze", "cmdVariable"})
+        console.button(button).click();
+    QTest::qWait(300);
+    QCOMPARE(console.script.sent, QStringList());
+    QCOMPARE(console.connections, 0);
+    console.session.isCommandRunning = false;
+    QTRY_COMPARE(console.connections, 1); // the activation is made up for
 }
 
 void FrmSqlTest::optionsSurviveTheWindow()
