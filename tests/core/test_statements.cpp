@@ -88,6 +88,8 @@ void StatementsTest::passwordsAreMasked_data()
                                  << "select 'a'";
     QTest::newRow("grant") << "GRANT USAGE ON *.* TO 'u'@\"%\" IDENTIFIED BY 'p''x\\'y' WITH GRANT OPTION"
                            << "GRANT USAGE ON *.* TO '***'@\"***\" IDENTIFIED BY '***' WITH GRANT OPTION";
+    QTest::newRow("quote within a name") << "grant all on `it's`.* to u identified by 'p'"
+                                         << "grant all on `it's`.* to u identified by '***'";
     QTest::newRow("quote left open") << "set password = 'abc"
                                      << "set password = '***'";
     QTest::newRow("function") << "select PASSWORD(\"x\")"

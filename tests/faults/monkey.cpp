@@ -248,6 +248,7 @@ void Monkey::useMenu(QWidget &menu)
 void Monkey::answer(QDialog &dialog)
 {
     if (auto *files = qobject_cast<QFileDialog *>(&dialog)) {
+        m_sinceFileDialog.start();
         note("picks in", dialog, files->windowTitle());
         auto *line = dialog.findChild<QLineEdit *>(QStringLiteral("fileNameEdit"));
         if (!line || m_isFinishing || oneIn(3)) {

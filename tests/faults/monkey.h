@@ -28,6 +28,12 @@ public:
     // No more actions of its own; open boxes are still answered, so that what runs comes to its end.
     void finish() { m_isFinishing = true; }
     int actions() const { return m_actions; }
+    // Whether a file dialog was up within the last milliseconds: building one, icons and all, is the
+    // toolkit's own work.
+    bool metFileDialog(double milliseconds) const
+    {
+        return m_sinceFileDialog.isValid() && static_cast<double>(m_sinceFileDialog.elapsed()) < milliseconds;
+    }
 
 private:
     void act();
@@ -49,4 +55,5 @@ private:
     int m_actions = 0;
     int m_depth = 0;
     bool m_isFinishing = false;
+    QElapsedTimer m_sinceFileDialog;
 };

@@ -56,13 +56,18 @@ void HostileNamesTest::droppingHitsThatObjectOrNone_data()
 {
     QTest::addColumn<QString>("kind");
     QTest::addColumn<QString>("name");
-    const QStringList names{QStringLiteral("a b"),       QStringLiteral("a.b"),      QStringLiteral("a`b"),
-                            QStringLiteral("it's"),      QStringLiteral("a\"b"),     QStringLiteral("a/b"),
-                            QStringLiteral("a\\b"),      QStringLiteral("店の商品"), QString(64, u'n'),
-                            QStringLiteral("select"),    QStringLiteral("a-b"),      QStringLiteral("%s%1"),
-                            QStringLiteral("<b>x</b>"),  QStringLiteral("d.keep"),   QStringLiteral("1e5"),
-                            QStringLiteral("$x"),        QStringLiteral("keep, a"),  QStringLiteral("keep#"),
-                            QStringLiteral("keep -- x"), QStringLiteral("a/**/"),    QStringLiteral("表")};
+    const QStringList names{QStringLiteral("a b"),       QStringLiteral("a.b"),
+                            QStringLiteral("a`b"),       QStringLiteral("it's"),
+                            QStringLiteral("a\"b"),      QStringLiteral("a/b"),
+                            QStringLiteral("a\\b"),      QStringLiteral("店の商品"),
+                            QString(64, u'n'),           QStringLiteral("select"),
+                            QStringLiteral("a-b"),       QStringLiteral("%s%1"),
+                            QStringLiteral("<b>x</b>"),  QStringLiteral("d.keep"),
+                            QStringLiteral("1e5"),       QStringLiteral("$x"),
+                            QStringLiteral("keep, a"),   QStringLiteral("keep#"),
+                            QStringLiteral("keep;"),     QStringLiteral("keep cascade"),
+                            QStringLiteral("keep -- x"), QStringLiteral("a/**/"),
+                            QStringLiteral("表")};
     for (const QString &kind : {QStringLiteral("table"), QStringLiteral("view"), QStringLiteral("procedure"),
                                 QStringLiteral("database")})
         for (const QString &name : names)

@@ -122,14 +122,19 @@ void LongRunTest::manyRandomActionsDoNoHarm()
     passOn = qInstallMessageHandler(collectWarnings);
 
     StallWatch stalls;
-    stalls.limit = isSanitized ? 1000 : 100;
+    // Everything over 100 ms is reported. What fails the test leaves room for a machine that is busy with
+    // other work: waiting for a new process to start counts as well.
+    stalls.limit = 100;
+    const double mostAllowed = isSanitized ? 2000 : 300;
     QStringList stalled;
+    const Monkey *current = nullptr;
     stalls.onStall = [&](double milliseconds) {
-        // Building a file dialog, icons and all, is the toolkit's own work.
-        if (!isSanitized && milliseconds < 300 &&
-            qobject_cast<QFileDialog *>(QApplication::activeModalWidget()))
+        if (milliseconds < 500 && (current->metFileDialog(milliseconds + 50) ||
+                                   qobject_cast<QFileDialog *>(QApplication::activeModalWidget())))
             return;
-        stalled << QString::number(milliseconds, 'f', 0);
+        qInfo("a stall of %.0f ms", milliseconds);
+        if (milliseconds > mostAllowed)
+            stalled << QString::number(milliseconds, 'f', 0);
         std::fprintf(log, "STALL %.0f ms\n", milliseconds);
     };
     // The first hundred actions, then two halves. Windows that are opened for the first time fill the
@@ -138,6 +143,7 @@ void LongRunTest::manyRandomActionsDoNoHarm()
     int actions = 0;
     for (const auto &[most, time] : {std::pair{100, 60}, {1000000, seconds / 2}, {1000000, seconds / 2}}) {
         Monkey monkey(seed + static_cast<quint32>(megabytes.size()), files.path(), log);
+        current = &monkey;
         walk(server, monkey, most, time);
         actions += monkey.actions();
         megabytes << residentMegabytes();
@@ -153,7 +159,10 @@ void LongRunTest::manyRandomActionsDoNoHarm()
           seed, actions, stalls.longest(), megabytes[0], megabytes[1], megabytes[2]);
     QVERIFY2(warnings.isEmpty(), qPrintable(warnings.join(u'\n')));
     QVERIFY2(stalled.isEmpty(), qPrintable(QStringLiteral("stalls (ms): ") + stalled.join(u' ')));
-    if (!isSanitized)
+    // In a short walk the second half still opens windows for the first time.
+    if (isSanitized || seconds < 40)
+        qInfo("The growth of memory is judged in walks of 40 seconds and more, without sanitizers.");
+    else
         QVERIFY2(megabytes[2] < megabytes[1] * 1.1, "memory grew");
 }
 
