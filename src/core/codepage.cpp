@@ -21,7 +21,8 @@ QString fromCodePage(const QByteArray &bytes)
         return QStringDecoder(QStringDecoder::Utf8,
                               QStringDecoder::Flag::ConvertInitialBom)(bytes.mid(utf8Mark.size()));
     if (bytes.startsWith("\xFF\xFE") || bytes.startsWith("\xFE\xFF"))
-        return QStringDecoder(QStringDecoder::Utf16)(bytes);
+        // By way of UTF-8, so that half characters of a damaged file, which no file can hold again, are gone.
+        return QString::fromUtf8(QString(QStringDecoder(QStringDecoder::Utf16)(bytes)).toUtf8());
     QStringDecoder utf8(QStringDecoder::Utf8);
     const QString text = utf8(bytes);
     if (!utf8.hasError())
