@@ -12,6 +12,7 @@
 #include <QLineEdit>
 #include <QPushButton>
 #include <QRadioButton>
+#include <QTemporaryDir>
 #include <QTest>
 
 namespace {
@@ -89,6 +90,7 @@ private Q_SLOTS:
     void everyValueComesBackEqual();
     void duplicateKeysAreReplacedOrSkipped();
     void theServersRefusalReachesTheMainWindow();
+    void aFileThatOnlyThisMachineMayReadIsTheServersToRefuse();
 
 private:
     std::unique_ptr<Connection> connect(bool isOdbc = false, const QString &user = QStringLiteral("demo"));
@@ -263,6 +265,28 @@ void FrmInOutTest::theServersRefusalReachesTheMainWindow()
     refused.control<QPushButton>("cmdOut").click();
     QVERIFY2(refused.mainWindow.lastError.contains(QStringLiteral("Access denied")),
              qPrintable(refused.mainWindow.lastError));
+}
+
+// The dialog finds the file on the machine of the program; the server may not, or may not be let near it.
+void FrmInOutTest::aFileThatOnlyThisMachineMayReadIsTheServersToRefuse()
+{
+    QTemporaryDir allowed, elsewhere;
+    TestServer server({QStringLiteral("--secure-file-priv=") + allowed.path()});
+    server.run(QStringLiteral("create database d; create table d.t (id int); insert into d.t values (1)"));
+    auto connection = createConnection(server.nativeString(), m_pump);
+    connection->open();
+    InOutStage stage(std::move(connection), elsewhere.path());
+    QFile file(elsewhere.filePath(QStringLiteral("rows.dat")));
+    QVERIFY(file.open(QIODevice::WriteOnly) && file.write("2\n") == 2);
+    file.close();
+
+    stage.choose("optInOut_1");
+    stage.control<QLineEdit>("txtFilename").setText(file.fileName());
+    stage.control<QPushButton>("cmdIn").click();
+    QVERIFY(stage.window->isVisible());
+    QVERIFY2(stage.mainWindow.lastError.contains(QStringLiteral("--secure-file-priv")),
+             qPrintable(stage.mainWindow.lastError));
+    QCOMPARE(server.run(QStringLiteral("select id from d.t")), QStringLiteral("1\n"));
 }
 
 QTEST_MAIN(FrmInOutTest)
