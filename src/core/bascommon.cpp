@@ -38,7 +38,10 @@ QString shifted(const QString &text, int step)
         // No character lives among the surrogates: step over them.
         if (moved >= 0xD800 && moved <= 0xDFFF)
             moved = step < 0 ? 0xD7FF : 0xE000;
-        result += QString::fromUcs4(&moved, 1);
+        if (moved > QChar::LastValidCodePoint)
+            moved = character;
+        // Not QString::fromUcs4, which drops a U+FEFF as a byte order mark.
+        result += QStringView(QChar::fromUcs4(moved));
     }
     return result;
 }

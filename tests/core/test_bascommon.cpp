@@ -99,6 +99,7 @@ void BasCommonTest::everySettingSurvivesARoundTrip_data()
                                       << "é𠮷😀" << QByteArray("\xEF\xBB\xBF");
     QTest::newRow("CP932 that looks like UTF-8") << "ﾃｽﾃｽ"
                                                  << "abc" << QByteArray("[DataBase]");
+    QTest::newRow("stored as a byte order mark") << "abc" << QString(QChar(0xFF00)) << QByteArray();
     QTest::newRow("next to the surrogates") << "abc" << QString(QChar(0xE000)) << QByteArray();
 }
 
