@@ -1,6 +1,7 @@
 #include "browser/frmTarnwellControls.h"
 
 #include "controls/filterline.h"
+#include "controls/made.h"
 
 #include <QButtonGroup>
 #include <QGridLayout>
@@ -8,15 +9,6 @@
 #include <QVBoxLayout>
 
 namespace {
-
-// Makes a control of that object name; the layout it is put into gives it its parent.
-template <class Control, class... Arguments>
-Control *made(const char *name, Arguments &&...arguments)
-{
-    auto *control = new Control(std::forward<Arguments>(arguments)...);
-    control->setObjectName(QLatin1String(name));
-    return control;
-}
 
 QLabel *caption(const char *name, const QString &text, QWidget *buddy)
 {

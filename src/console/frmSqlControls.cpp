@@ -1,5 +1,7 @@
 #include "console/frmSqlControls.h"
 
+#include "controls/made.h"
+
 #include <QButtonGroup>
 #include <QGridLayout>
 #include <QHBoxLayout>
@@ -7,15 +9,6 @@
 #include <QVBoxLayout>
 
 namespace {
-
-// Makes a control of that object name; the layout it is put into gives it its parent.
-template <class Control, class... Arguments>
-Control *made(const char *name, Arguments &&...arguments)
-{
-    auto *control = new Control(std::forward<Arguments>(arguments)...);
-    control->setObjectName(QLatin1String(name));
-    return control;
-}
 
 template <class Control>
 Control *tipped(const char *name, const QString &text, const QString &tip)
