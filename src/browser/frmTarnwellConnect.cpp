@@ -158,9 +158,9 @@ void frmTarnwell::cmdExec_Click()
     m_session.gServer = c.txtServer->text();
     m_session.gPass = c.txtPass->text();
     m_session.gUser = c.txtUser->text();
-    if (!m_console) {
+    // One that was closed lives until the event loop is back where it was closed.
+    if (!m_console || !m_session.gSqlOpen)
         m_console = new frmSql(m_session, [this] { return fConnect(m_session); });
-    }
     m_console->show();
     m_console->raise();
     m_console->activateWindow();

@@ -134,7 +134,7 @@ void frmSql::Form_Load()
 
 void frmSql::Form_Activate()
 {
-    if (isRunning())
+    if (isRunning() || !m_isLoaded)
         return;
     // The connection cannot be replaced beneath a statement of another window: a moment later it can.
     if (m_operations > 0 || m_session.isCommandRunning || (m_session.gCn && m_session.gCn->isBusy())) {

@@ -23,6 +23,16 @@ void ChosenList::appendItem(const QString &text)
     addItem(text);
 }
 
+// The base class would make the first item the current one: nobody chose it, the next command would be for it,
+// and chosen() would run in the middle of the toolkit's change of windows.
+void ChosenList::focusInEvent(QFocusEvent *event)
+{
+    if (currentIndex().isValid())
+        QListWidget::focusInEvent(event);
+    else
+        QWidget::focusInEvent(event);
+}
+
 void ChosenList::mousePressEvent(QMouseEvent *event)
 {
     // Other buttons choose nothing: a context menu chooses for itself.

@@ -3,7 +3,8 @@
 #include <QListWidget>
 
 // A list box whose choice acts at once: chosen() comes for every click on an item, also the chosen one
-// again, for every move by the keyboard and for setCurrentRow(); not while the list is filled or cleared.
+// again, for every move by the keyboard and for setCurrentRow(); not while the list is filled or cleared, nor
+// when it gets the focus.
 class ChosenList : public QListWidget {
     Q_OBJECT
 
@@ -24,6 +25,7 @@ Q_SIGNALS:
     void chosen();
 
 protected:
+    void focusInEvent(QFocusEvent *event) override;
     void mousePressEvent(QMouseEvent *event) override;
     void mouseReleaseEvent(QMouseEvent *event) override;
     void currentChanged(const QModelIndex &current, const QModelIndex &previous) override;

@@ -34,20 +34,22 @@ RecordSet LoggedConnection::execute(const QString &statement)
     entry.statement = maskedPasswords(statement);
     QElapsedTimer clock;
     clock.start();
+    // Kept here: an event that runs while this waits may destroy the connection.
+    const std::shared_ptr<StatementLog> log = m_log;
     try {
         RecordSet rows = m_connection->execute(statement);
         entry.microseconds = clock.nsecsElapsed() / 1000;
         entry.rows = rows.isOpen() ? 0 : -1;
-        const std::uint64_t number = m_log->add(std::move(entry));
+        const std::uint64_t number = log->add(std::move(entry));
         if (rows.isOpen())
-            rows.countRows([log = m_log, number](int count) { log->addRows(number, count); });
+            rows.countRows([log, number](int count) { log->addRows(number, count); });
         return rows;
     } catch (const SqlError &error) {
         entry.microseconds = clock.nsecsElapsed() / 1000;
         // The server quotes what it refuses, so its words may hold the password too.
         entry.error =
             holdsPassword(statement) ? withoutQuotedPart(error.description()) : error.description();
-        m_log->add(std::move(entry));
+        log->add(std::move(entry));
         throw;
     }
 }
