@@ -2,9 +2,6 @@
 
 #include "controls/gridsort.h"
 
-#include <QBrush>
-#include <QGuiApplication>
-#include <QPalette>
 #include <QThread>
 
 #include <algorithm>
@@ -100,10 +97,10 @@ QVariant FlexGridModel::data(const QModelIndex &index, int role) const
     }
 }
 
+// No colours of its own: the style would keep a new picture of the section, and its name for ever, with each
+// painting.
 QVariant FlexGridModel::headerData(int section, Qt::Orientation orientation, int role) const
 {
-    if (role == Qt::BackgroundRole)
-        return QGuiApplication::palette().brush(QPalette::Button);
     if (orientation == Qt::Vertical)
         return role == Qt::DisplayRole ? QVariant(section + 1) : QVariant();
     if (role != Qt::DisplayRole && role != Qt::ToolTipRole)

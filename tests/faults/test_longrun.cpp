@@ -7,7 +7,7 @@
 
 #include <QApplication>
 #include <QFileDialog>
-#include <QRegularExpression>
+#include <QPixmapCache>
 
 #include <malloc.h>
 
@@ -42,11 +42,13 @@ QString walker()
         "use play1; insert into play1.many select seq, repeat('x', 200) from seq_1_to_20000;");
 }
 
-double residentMegabytes()
+// What the program holds, without the pictures that the toolkit keeps up to a limit of its own. Resident
+// memory says less: fonts are mapped into it, and the allocator's pages fray.
+double usedMegabytes()
 {
-    malloc_trim(0);
-    QFile file(QStringLiteral("/proc/self/statm"));
-    return file.open(QIODevice::ReadOnly) ? file.readAll().split(' ').value(1).toDouble() * 4096 / 1e6 : 0;
+    QPixmapCache::clear();
+    const struct mallinfo2 info = mallinfo2();
+    return static_cast<double>(info.uordblks + info.hblkhd) / 1e6;
 }
 
 QStringList warnings;
@@ -108,13 +110,11 @@ void LongRunTest::walk(TestServer &server, Monkey &monkey, int actions, int seco
 void LongRunTest::manyRandomActionsDoNoHarm()
 {
     bool isGiven = false;
-    // It met a segmentation fault once (46 s into seed 1) whose cause is not found yet: until then it is run by
-    // hand, so that other changes can be judged.
-    const int seconds = qEnvironmentVariableIntValue("TARNWELL_LONGRUN_SECONDS", &isGiven);
-    if (!isGiven)
-        QSKIP("the random walk runs only with TARNWELL_LONGRUN_SECONDS set: an unexplained crash is open");
+    const int givenSeconds = qEnvironmentVariableIntValue("TARNWELL_LONGRUN_SECONDS", &isGiven);
+    const int seconds = isGiven ? givenSeconds : qEnvironmentVariableIsSet("CI") ? 50 : 12;
     const auto seed =
         static_cast<quint32>(qEnvironmentVariable("TARNWELL_LONGRUN_SEED", QStringLiteral("1")).toUInt());
+    mallopt(M_ARENA_MAX, 1); // the one that mallinfo2() tells of
     TestServer server;
     server.run(playground() + walker());
     // Nothing of this machine is started by a random click.
@@ -140,8 +140,8 @@ void LongRunTest::manyRandomActionsDoNoHarm()
             stalled << QString::number(milliseconds, 'f', 0);
         std::fprintf(log, "STALL %.0f ms\n", milliseconds);
     };
-    // The first hundred actions, then two halves. Windows that are opened for the first time fill the
-    // toolkit's caches, so that it is the second half that must not hold more than the first did.
+    // The first hundred actions, then two halves. Windows and letters that are shown for the first time fill
+    // the toolkit's caches, so that it is the second half that must not hold more than the first did.
     QList<double> megabytes;
     int actions = 0;
     for (const auto &[most, time] : {std::pair{100, 60}, {1000000, seconds / 2}, {1000000, seconds / 2}}) {
@@ -149,25 +149,21 @@ void LongRunTest::manyRandomActionsDoNoHarm()
         current = &monkey;
         walk(server, monkey, most, time);
         actions += monkey.actions();
-        megabytes << residentMegabytes();
-        std::fprintf(log, "%.1f MB resident, %.1f MB in use\n", megabytes.last(),
-                     double(mallinfo2().uordblks) / 1e6);
+        megabytes << usedMegabytes();
+        std::fprintf(log, "%.1f MB in use\n", megabytes.last());
     }
     std::fclose(log);
     qInstallMessageHandler(passOn);
 
-    qInfo("seed %u: %d actions, longest stall %.0f ms; %.1f MB after a hundred actions, %.1f MB after half "
-          "of the "
-          "time, %.1f MB at the end",
+    qInfo("seed %u: %d actions, longest stall %.0f ms; %.1f MB in use after a hundred actions, %.1f MB after "
+          "half of the time, %.1f MB at the end",
           seed, actions, stalls.longest(), megabytes[0], megabytes[1], megabytes[2]);
     QVERIFY2(warnings.isEmpty(), qPrintable(warnings.join(u'\n')));
     QVERIFY2(stalled.isEmpty(), qPrintable(QStringLiteral("stalls (ms): ") + stalled.join(u' ')));
-    // Resident memory still grows by a tenth and more in the second half of a walk: windows are opened for
-    // the first time, and the allocator's arenas fray. What fails here is a leak in bulk.
     if (isSanitized || seconds < 40)
         qInfo("The growth of memory is judged in walks of 40 seconds and more, without sanitizers.");
     else
-        QVERIFY2(megabytes[2] < megabytes[1] * 1.5, "memory grew");
+        QVERIFY2(megabytes[2] < megabytes[1] * 1.1, "memory grew");
 }
 
 QTEST_MAIN(LongRunTest)
