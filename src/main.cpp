@@ -1,4 +1,5 @@
 #include "browser/frmTarnwell.h"
+#include "controls/desktopcolours.h"
 #include "controls/windowpump.h"
 #include "core/connect.h"
 
@@ -12,6 +13,7 @@ int main(int argc, char *argv[])
     QApplication application(argc, argv);
     QApplication::setApplicationName(QStringLiteral("Tarnwell"));
     QApplication::setApplicationVersion(QStringLiteral(TARNWELL_VERSION));
+    dressForDesktop();
     QIcon icon;
     for (const int size : {16, 32, 64, 256})
         icon.addFile(QStringLiteral(":/icons/%1.png").arg(size));

@@ -1,6 +1,7 @@
 // tarnwell_pictures FOLDER DEMO-FOLDER: takes the guide's pictures into a folder. demo/server starts it.
 #include "browser/frmTarnwell.h"
 #include "console/frmSql.h"
+#include "controls/desktopcolours.h"
 #include "controls/windowpump.h"
 #include "core/connect.h"
 #include "photographer.h"
@@ -18,6 +19,21 @@ QString readLine(const QString &path)
     return QString::fromUtf8(file.readAll()).trimmed();
 }
 
+void takeDark(Photographer &at)
+{
+    const QPalette before = QApplication::palette();
+    QPalette dark(Qt::white, QColor(0x31363b), QColor(0x4a5157), QColor(0x1b1e20), QColor(0x2a2e32),
+                  Qt::white, QColor(0x1b1e20));
+    dark.setColor(QPalette::Window, QColor(0x2a2e32));
+    dark.setColor(QPalette::PlaceholderText, QColor(0xa1a9b1));
+    dark.setColor(QPalette::Highlight, QColor(0x2a6f97));
+    for (const auto role : {QPalette::Text, QPalette::WindowText, QPalette::ButtonText})
+        dark.setColor(QPalette::Disabled, role, QColor(0x6e757b));
+    QApplication::setPalette(dark);
+    at.take(QStringLiteral("dark"));
+    QApplication::setPalette(before);
+}
+
 void takeMainWindow(Photographer &at, const QDir &demo)
 {
     at.enter(QStringLiteral("txtServer"), QStringLiteral("localhost"));
@@ -32,6 +48,7 @@ void takeMainWindow(Photographer &at, const QDir &demo)
     at.take(QStringLiteral("main"));
     at.click(QStringLiteral("optField_0"));
     at.take(QStringLiteral("text"));
+    takeDark(at);
     at.click(QStringLiteral("optField_3"));
     at.click(QStringLiteral("cmdDataGet"));
     at.take(QStringLiteral("data"));
@@ -102,6 +119,7 @@ int main(int argc, char *argv[])
     QApplication application(argc, argv);
     if (argc != 3)
         giveUp(QStringLiteral("usage: tarnwell_pictures FOLDER DEMO-FOLDER"));
+    dressForDesktop();
     QApplication::setApplicationName(QStringLiteral("Tarnwell"));
     QApplication::setApplicationVersion(QStringLiteral(TARNWELL_VERSION));
 

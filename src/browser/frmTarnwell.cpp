@@ -2,6 +2,7 @@
 
 #include "about/frmabout.h"
 #include "browser/listmenu.h"
+#include "browser/nextstep.h"
 #include "console/frmSql.h"
 #include "controls/activation.h"
 #include "controls/windowpump.h"
@@ -247,6 +248,7 @@ void frmTarnwell::sConnectMode(bool connected)
     c.lblEditProcName->setText(QStringLiteral("編集????："));
     for (ChosenList *list : {c.lstDb, c.lstTables, c.lstProcFunc})
         list->clearItems();
+    showNextStep(c, connected ? Step::ListDatabases : Step::Connect);
     for (FlexGrid *grid : {c.flGrid_Field, c.flGrid_Index, c.flGrid_Status, c.flGrid_Data})
         grid->clearGrid();
 

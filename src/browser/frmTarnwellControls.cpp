@@ -2,8 +2,8 @@
 
 #include "controls/filterline.h"
 #include "controls/made.h"
+#include "controls/optiongroup.h"
 
-#include <QButtonGroup>
 #include <QGridLayout>
 #include <QHBoxLayout>
 #include <QVBoxLayout>
@@ -53,6 +53,13 @@ QLineEdit *password(const char *name)
     return box;
 }
 
+FilterLine *filterLine(const char *name, QListWidget &list, const QString &title)
+{
+    auto *line = made<FilterLine>(name, list);
+    line->setAccessibleName(title);
+    return line;
+}
+
 FlexGrid *grid(const char *name, const QString &title)
 {
     auto *result = made<FlexGrid>(name);
@@ -62,7 +69,9 @@ FlexGrid *grid(const char *name, const QString &title)
 
 void layOutConnection(TarnwellControls &c)
 {
-    auto *layout = new QGridLayout(c.Frame1);
+    auto *all = new QHBoxLayout(c.Frame1);
+    auto *layout = new QGridLayout;
+    all->addLayout(layout, 1);
     const auto put = [&](QWidget *label, QWidget *box, int line, int place) {
         layout->addWidget(label, line, place * 2, Qt::AlignRight);
         layout->addWidget(box, line, place * 2 + 1);
@@ -73,17 +82,20 @@ void layOutConnection(TarnwellControls &c)
     put(caption("Label5", QStringLiteral("DRIVERS :"), c.cboDrivers), c.cboDrivers, 1, 0);
     put(caption("Label12", QStringLiteral("PORT :"), c.txtPort), c.txtPort, 1, 1);
     put(caption("Label11", QStringLiteral("PASS :"), c.txtPass), c.txtPass, 1, 2);
-    layout->addWidget(c.cmdConnect, 0, 6);
-    layout->addWidget(c.cmdClose, 1, 6);
-    layout->addWidget(c.Command1, 0, 7);
-    layout->addWidget(c.cmdEnd, 1, 7);
     for (const int stretched : {1, 3, 5})
         layout->setColumnStretch(stretched, 1);
+    for (const auto &[upper, lower] :
+         {std::pair(c.cmdConnect, c.cmdClose), std::pair(c.Command1, c.cmdEnd)}) {
+        auto *buttons = new QVBoxLayout;
+        buttons->addWidget(upper);
+        buttons->addWidget(lower);
+        all->addLayout(buttons);
+    }
 }
 
 QWidget *databaseColumn(TarnwellControls &c)
 {
-    auto *filter = made<FilterLine>("lstDb_Filter", *c.lstDb);
+    FilterLine *filter = filterLine("lstDb_Filter", *c.lstDb, QStringLiteral("データベースの絞り込み"));
     return column({caption("Label1", QStringLiteral("database"), c.lstDb), filter, c.lstDb, c.cmdShowDb,
                    c.cmdCreateDb, c.cmdDropDb, c.cmdCreateUser},
                   c.lstDb);
@@ -118,7 +130,8 @@ void layOutTablePanel(TarnwellControls &c)
     auto *layout = new QVBoxLayout(c.picTable);
     layout->setContentsMargins({});
     auto *split = new QSplitter(Qt::Horizontal);
-    auto *filter = made<FilterLine>("lstTables_Filter", *c.lstTables);
+    FilterLine *filter =
+        filterLine("lstTables_Filter", *c.lstTables, QStringLiteral("テーブルとビューの絞り込み"));
     split->addWidget(column(
         {caption("Label2", QStringLiteral("table && view"), c.lstTables), filter, c.lstTables}, c.lstTables));
     split->addWidget(tableDetail(c));
@@ -132,7 +145,8 @@ void layOutRoutinePanel(TarnwellControls &c)
 {
     auto *layout = new QVBoxLayout(c.picProc);
     layout->setContentsMargins({});
-    auto *filter = made<FilterLine>("lstProcFunc_Filter", *c.lstProcFunc);
+    FilterLine *filter =
+        filterLine("lstProcFunc_Filter", *c.lstProcFunc, QStringLiteral("ルーチンの絞り込み"));
     auto *editor = new QWidget;
     auto *lines = new QVBoxLayout(editor);
     lines->setContentsMargins({});
@@ -278,29 +292,26 @@ TarnwellControls::TarnwellControls(QWidget *window, std::shared_ptr<StatementLog
     cboLimit->setAccessibleName(QStringLiteral("行数の上限"));
     cboLimit->setToolTip(QStringLiteral("読む行数の上限"));
     txtError->setReadOnly(true);
+    // Two lines where the log and a large font leave little room.
+    txtError->setMinimumHeight(txtError->fontMetrics().lineSpacing() * 2 + 12);
     txtError->setMaximumHeight(txtError->fontMetrics().lineSpacing() * 3 + 12);
     Label13->setBuddy(txtError);
     txtError->setAccessibleName(Label13->text());
-    lstDb->setToolTip(QStringLiteral("ﾃﾞｰﾀﾍﾞｰｽ表示で一覧を読み、選ぶと中のテーブルを表示します"));
-    lstTables->setToolTip(QStringLiteral("左のデータベースを選ぶと、ここにテーブルとビューが並びます"));
-    lstProcFunc->setToolTip(QStringLiteral("左のデータベースを選ぶと、ここにルーチンが並びます"));
     flGrid_Field->setPlaceholderText(QStringLiteral("テーブルを選ぶと、列を表示します"));
     flGrid_Index->setPlaceholderText(QStringLiteral("テーブルを選ぶと、索引を表示します"));
     flGrid_Status->setPlaceholderText(QStringLiteral("データベースかテーブルを選ぶと、状態を表示します"));
     flGrid_Data->setPlaceholderText(QStringLiteral("テーブルを選んで F6 を押すと、行を表示します"));
-    for (SqlTextBox *editor : {txtField, txtProc})
+    for (SqlTextBox *editor : {txtField, txtProc}) {
         editor->showLineNumbers(true);
+        editor->setAccessibleDescription(QStringLiteral("Tab は字下げ、Ctrl+Tab で次の項目へ移ります"));
+    }
     txtField->setAccessibleName(QStringLiteral("テーブル定義"));
     txtProc->setAccessibleName(QStringLiteral("ルーチン定義"));
     lblPreTable->setAccessibleName(QStringLiteral("直前の選択"));
 
     // Groups of their own: Qt takes option buttons of nested panels for one group.
-    auto *pages = new QButtonGroup(window);
-    for (QRadioButton *option : optTP)
-        pages->addButton(option);
-    auto *views = new QButtonGroup(window);
-    for (QRadioButton *option : optField)
-        views->addButton(option);
+    makeOptionGroup(window, {optTP.begin(), optTP.end()});
+    makeOptionGroup(window, {optField.begin(), optField.end()});
     // Hidden before they are laid out: what is not shown at first shall not make the window taller.
     for (QWidget *view :
          std::initializer_list<QWidget *>{txtField, flGrid_Status, flGrid_Data, lblRecordCount, picProc})
@@ -329,6 +340,7 @@ TarnwellControls::TarnwellControls(QWidget *window, std::shared_ptr<StatementLog
     withLog->setChildrenCollapsible(false);
     withLog->setStretchFactor(0, 3);
     withLog->setStretchFactor(1, 1);
+    withLog->setSizes({480, 200}); // kept for the log until it is opened
     log->hide();
     showLog->setCheckable(true);
 

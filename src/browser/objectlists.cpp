@@ -1,9 +1,12 @@
 #include "browser/objectlists.h"
 
 #include "browser/frmTarnwellControls.h"
+#include "browser/nextstep.h"
 #include "controls/windowpump.h"
 #include "core/listitem.h"
 #include "core/statements.h"
+
+#include <QScopeGuard>
 
 namespace {
 
@@ -18,6 +21,8 @@ void enable(std::initializer_list<QWidget *> widgets, bool isOn)
 QString objectTag(Connection &connection, const QString &database, const QString &name)
 {
     try {
+        // The server would answer for another object, and every command after it would act on that one.
+        requireOwnName(database, name);
         RecordSet rows =
             connection.execute(QStringLiteral("show create table ") + qualifiedName(database, name) + u';');
         if (!rows.isOpen() || rows.isEof())
@@ -56,6 +61,7 @@ void ObjectLists::cmdShowDb_Click()
     for (; rows.isOpen() && !rows.isEof(); rows.moveNext())
         c.lstDb->appendItem(rows.text(QStringLiteral("database")));
     rows.close();
+    showNextStep(c, Step::ChooseDatabase);
 
     enable({c.cmdDropDb, c.cmdExec}, true);
     if (m_session.gIsLocalServer)
@@ -84,10 +90,14 @@ void ObjectLists::lstDb_Click()
            false);
     sProgressBar(*c.picStatus, 0);
 
+    showNextStep(c, Step::Reading);
+    auto nothingChosen = qScopeGuard([&c] { showNextStep(c, Step::ChooseDatabase); }); // after a failure
     listTables();
     // The two differ in their ends on purpose.
     listRoutines(QStringLiteral("show procedure status ;"), QStringLiteral("[PROC]"));
     listRoutines(QStringLiteral("show function status"), QStringLiteral("[FUNC]"));
+    nothingChosen.dismiss();
+    showNextStep(c, Step::DatabaseChosen);
     showStatus();
 }
 

@@ -35,12 +35,15 @@ StatementLogView::StatementLogView(std::shared_ptr<StatementLog> log, QWidget *p
     setObjectName(QStringLiteral("statementLog"));
     m_grid->setObjectName(QStringLiteral("statementLogGrid"));
     m_grid->setAccessibleName(QStringLiteral("送信した文の記録"));
-    m_grid->setMinimumHeight(6 * m_grid->fontMetrics().lineSpacing());
+    m_grid->setPlaceholderText(QStringLiteral("送信した文はまだありません"));
+    m_grid->horizontalHeader()->setStretchLastSection(true);
+    m_grid->setMinimumHeight(5 * m_grid->fontMetrics().lineSpacing());
     auto *toConsole = new QPushButton(QStringLiteral("コンソールへ"));
     toConsole->setObjectName(QStringLiteral("statementLogToConsole"));
     toConsole->setToolTip(QStringLiteral("選択した文をSQLコンソールに写します"));
     auto *clear = new QPushButton(QStringLiteral("記録を消す"));
     clear->setObjectName(QStringLiteral("statementLogClear"));
+    clear->setToolTip(QStringLiteral("記録を空にします。サーバーには何も送りません"));
     auto *buttons = new QHBoxLayout;
     buttons->addStretch(1);
     buttons->addWidget(toConsole);
@@ -84,6 +87,9 @@ void StatementLogView::refresh()
 void StatementLogView::fill()
 {
     const RedrawOff redrawOff(*m_grid);
+    m_grid->clearGrid();
+    if (m_log->entries().empty())
+        return;
     m_grid->setFields({{QStringLiteral("時刻"), FieldKind::Text},
                        {QStringLiteral("ms"), FieldKind::Number},
                        {QStringLiteral("結果"), FieldKind::Text},

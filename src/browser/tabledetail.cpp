@@ -27,10 +27,11 @@ void TableDetail::lstTables_Click()
     sProgressBar(*c.picStatus, 0);
 
     try {
+        requireOwnName(m_session.gDbName, name);
         showFields(name);
     } catch (const SqlError &) {
-        // Nothing else can be done with it, but it must stay possible to drop it.
-        c.lblTableName->setText(name.trimmed());
+        // Nothing else can be done with it, but it must stay possible to drop it. Untrimmed: " a" is not "a".
+        c.lblTableName->setText(name);
         c.cmdDropTable->setEnabled(true);
         for (QWidget *command : {c.cmdCreateTable, c.cmdInOut, c.cmdDataGet})
             command->setEnabled(false);
@@ -38,7 +39,7 @@ void TableDetail::lstTables_Click()
     }
     showCreateText(name);
     showStatus(name);
-    c.lblTableName->setText(name.trimmed());
+    c.lblTableName->setText(trimmedBlanks(name));
     c.cmdDropTable->setEnabled(true);
     c.cmdCreateTable->setEnabled(true);
     c.cmdInOut->setEnabled(m_session.gIsLocalServer);
@@ -119,6 +120,7 @@ void TableDetail::lstProcFunc_Click()
         return;
     c.lblEditProcName->setText(isProcedure ? QStringLiteral("編集Proc：") : QStringLiteral("編集Func："));
     c.lblProcName->setText(item.name);
+    requireOwnName(database, item.name);
     RecordSet rows = m_session.connection().execute(routineShowStatement(item.tag, database, item.name));
     QString text;
     // A NULL stands for a definition that this account may not read.

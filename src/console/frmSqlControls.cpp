@@ -1,8 +1,8 @@
 #include "console/frmSqlControls.h"
 
 #include "controls/made.h"
+#include "controls/optiongroup.h"
 
-#include <QButtonGroup>
 #include <QGridLayout>
 #include <QHBoxLayout>
 #include <QSplitter>
@@ -125,7 +125,8 @@ SqlControls::SqlControls(QWidget *window)
     , txtSql(made<StatementBox>("txtSql"))
     , cmdExec(tipped<QPushButton>("cmdExec", QStringLiteral("実行"),
                                   QStringLiteral("SQL文を実行します (F5, Ctrl+Enter)\n"
-                                                 "Ctrl+Space: 入力候補\nAlt+↑, Alt+↓: 実行したSQL文の履歴")))
+                                                 "Ctrl+Space: 入力候補\nAlt+↑, Alt+↓: 実行したSQL文の履歴\n"
+                                                 "Ctrl+Tab: 次の項目へ")))
     , cmdStop(tipped<QPushButton>("cmdStop", QStringLiteral("中止"),
                                   QStringLiteral("実行中のSQL文を中止します (Shift+F5)")))
     , cmdAnalyze(tipped<QPushButton>("cmdAnalyze", QStringLiteral("最適化"),
@@ -164,6 +165,7 @@ SqlControls::SqlControls(QWidget *window)
     for (const char *delimiter : {"ｽﾍﾟｰｽ", "ﾀﾌﾞ", "|", "ｺﾝﾏ", "ｺﾛﾝ", "ｾﾐｺﾛﾝ"})
         cboDelimiter->addItem(QString::fromUtf8(delimiter));
     txtSql->setAccessibleName(QStringLiteral("SQL文"));
+    txtSql->setAccessibleDescription(QStringLiteral("Tab は字下げ、Ctrl+Tab で次の項目へ移ります"));
     txtSql->showLineNumbers(true);
     txtRecord->setAccessibleName(QStringLiteral("結果のテキスト"));
     flgrid_Record->setAccessibleName(QStringLiteral("結果のグリッド"));
@@ -171,6 +173,8 @@ SqlControls::SqlControls(QWidget *window)
     lblState->setAccessibleName(QStringLiteral("接続の状態"));
     flgrid_Record->setPlaceholderText(QStringLiteral("SQL文を書いて F5 で実行すると、結果を表示します"));
     flgrid_ANALYZE->setPlaceholderText(QStringLiteral("SQL文を書いて F6 を押すと、実行計画を表示します"));
+    lstVariablename->setPlaceholderText(QStringLiteral("下に変数名を入れて「追加」を押してください"));
+    lstVariable->setPlaceholderText(QStringLiteral("「変数」(F7) を押すと値を表示します"));
     txtVariablename->setAccessibleName(QStringLiteral("変数名"));
     txtVariablename->setPlaceholderText(QStringLiteral("@変数名"));
     txtError->setReadOnly(true);
@@ -178,12 +182,8 @@ SqlControls::SqlControls(QWidget *window)
     txtError->setFixedHeight(txtError->fontMetrics().lineSpacing() * 3 + 12);
     for (QLabel *label : {lblState, lblRecordCount})
         label->setTextFormat(Qt::PlainText); // names may hold "<" and "&"
-    for (int i = 0; i < 2; ++i) {
-        auto *group = new QButtonGroup(window);
-        for (QRadioButton *choice : i == 0 ? QList<QRadioButton *>(optRecord.begin(), optRecord.end())
-                                           : QList<QRadioButton *>(optFont.begin(), optFont.end()))
-            group->addButton(choice);
-    }
+    makeOptionGroup(window, {optRecord.begin(), optRecord.end()});
+    makeOptionGroup(window, {optFont.begin(), optFont.end()});
     layOutVariables(*this);
 
     auto *split = new QSplitter(Qt::Vertical);

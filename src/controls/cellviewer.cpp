@@ -41,6 +41,10 @@ CellViewer::CellViewer(QWidget *window)
     auto *pictureArea = new QScrollArea;
     pictureArea->setWidget(m_picture);
     pictureArea->setWidgetResizable(true);
+    // The picture takes the focus for its area, which has no role that a screen reader could tell.
+    pictureArea->setFocusPolicy(Qt::NoFocus);
+    m_picture->setFocusPolicy(Qt::StrongFocus);
+    m_picture->setAccessibleName(QStringLiteral("値の画像"));
     m_tabs->setObjectName(QStringLiteral("cellTabs"));
     m_tabs->addTab(m_text, QStringLiteral("テキスト(&T)"));
     m_tabs->addTab(m_hex, QStringLiteral("16進(&H)"));

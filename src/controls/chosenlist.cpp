@@ -1,7 +1,33 @@
 #include "controls/chosenlist.h"
 
+#include "controls/placeholder.h"
+
 #include <QMouseEvent>
 #include <QSignalBlocker>
+#include <QStyledItemDelegate>
+
+namespace {
+
+// Rows as high as a grid's: a fallback font for Japanese makes them higher than others otherwise.
+class EvenRows : public QStyledItemDelegate {
+public:
+    using QStyledItemDelegate::QStyledItemDelegate;
+
+    QSize sizeHint(const QStyleOptionViewItem &option, const QModelIndex &index) const override
+    {
+        const int width = QStyledItemDelegate::sizeHint(option, index).width();
+        return {width, option.fontMetrics.height() + 6};
+    }
+};
+
+} // namespace
+
+ChosenList::ChosenList(QWidget *parent)
+    : QListWidget(parent)
+{
+    setUniformItemSizes(true);
+    setItemDelegate(new EvenRows(this));
+}
 
 QStringList ChosenList::texts() const
 {
@@ -23,8 +49,8 @@ void ChosenList::appendItem(const QString &text)
     addItem(text);
 }
 
-// The base class would make the first item the current one: nobody chose it, the next command would be for it,
-// and chosen() would run in the middle of the toolkit's change of windows.
+// The base class would make the first item the current one: nobody chose it, the next command would be for
+// it, and chosen() would run in the middle of the toolkit's change of windows.
 void ChosenList::focusInEvent(QFocusEvent *event)
 {
     if (currentIndex().isValid())
@@ -57,4 +83,29 @@ void ChosenList::currentChanged(const QModelIndex &current, const QModelIndex &p
     QListWidget::currentChanged(current, previous);
     if (current.isValid() && !m_isPressed)
         Q_EMIT chosen();
+}
+
+void ChosenList::setPlaceholderText(const QString &text)
+{
+    m_placeholder = text;
+    setAccessibleDescription(text);
+    viewport()->update();
+}
+
+bool ChosenList::isAllHidden() const
+{
+    for (int row = 0; row < count(); ++row)
+        if (!item(row)->isHidden())
+            return false;
+    return true;
+}
+
+void ChosenList::paintEvent(QPaintEvent *event)
+{
+    QListWidget::paintEvent(event);
+    if (count() == 0)
+        paintPlaceholder(*this, m_placeholder);
+    else if (isAllHidden())
+        paintPlaceholder(*this,
+                         QStringLiteral("絞り込みに合うものがありません。\n上の欄の Esc で全て表示します"));
 }

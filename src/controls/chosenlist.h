@@ -9,17 +9,15 @@ class ChosenList : public QListWidget {
     Q_OBJECT
 
 public:
-    explicit ChosenList(QWidget *parent = nullptr)
-        : QListWidget(parent)
-    {
-        setUniformItemSizes(true);
-    }
+    explicit ChosenList(QWidget *parent = nullptr);
 
     QString currentText() const { return currentItem() ? currentItem()->text() : QString(); }
     QStringList texts() const;
     void clearItems();
     // Without chosen().
     void appendItem(const QString &text);
+    // What an empty list says instead of items; screen readers tell it as its description.
+    void setPlaceholderText(const QString &text);
 
 Q_SIGNALS:
     void chosen();
@@ -29,7 +27,11 @@ protected:
     void mousePressEvent(QMouseEvent *event) override;
     void mouseReleaseEvent(QMouseEvent *event) override;
     void currentChanged(const QModelIndex &current, const QModelIndex &previous) override;
+    void paintEvent(QPaintEvent *event) override;
 
 private:
+    bool isAllHidden() const;
+
+    QString m_placeholder;
     bool m_isPressed = false;
 };

@@ -1,5 +1,7 @@
 #include "controls/filebox.h"
 
+#include "controls/placeholder.h"
+
 #include <QDir>
 
 FileBox::FileBox(QWidget *parent)
@@ -34,4 +36,11 @@ void FileBox::list()
     clear();
     if (!m_path.isEmpty())
         addItems(QDir(m_path).entryList({m_pattern}, QDir::Files, QDir::Name | QDir::IgnoreCase));
+}
+
+void FileBox::paintEvent(QPaintEvent *event)
+{
+    QListWidget::paintEvent(event);
+    if (count() == 0)
+        paintPlaceholder(*this, m_placeholder);
 }

@@ -12,11 +12,17 @@ public:
     void setPattern(const QString &pattern); // "*.frm"
     void setPath(const QString &path);
     QString path() const { return m_path; }
+    // What a folder without such files says.
+    void setPlaceholderText(const QString &text) { m_placeholder = text; }
     QStringList selectedFiles() const; // names without the folder, in list order
+
+protected:
+    void paintEvent(QPaintEvent *event) override;
 
 private:
     void list();
 
     QString m_path;
+    QString m_placeholder;
     QString m_pattern = QStringLiteral("*");
 };

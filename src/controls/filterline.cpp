@@ -20,6 +20,7 @@ FilterLine::FilterLine(QListWidget &list, QWidget *parent)
     setPlaceholderText(QStringLiteral("絞り込み"));
     setAccessibleName(placeholderText());
     connect(this, &QLineEdit::textChanged, this, [this] { apply(); });
+    list.installEventFilter(this);
     // Lists are filled anew while a filter stands.
     connect(list.model(), &QAbstractItemModel::rowsInserted, this, [this] {
         if (!text().isEmpty())
@@ -35,6 +36,13 @@ void FilterLine::keyPressEvent(QKeyEvent *event)
         m_list.setFocus(Qt::OtherFocusReason);
     else
         QLineEdit::keyPressEvent(event);
+}
+
+bool FilterLine::eventFilter(QObject *watched, QEvent *event)
+{
+    if (watched == &m_list && event->type() == QEvent::EnabledChange)
+        setEnabled(m_list.isEnabled());
+    return QLineEdit::eventFilter(watched, event);
 }
 
 void FilterLine::apply()

@@ -6,7 +6,7 @@ class QListWidget;
 
 // A line above a list that hides what does not match while one types. Case and the width of Japanese
 // characters do not matter; of "[TABLE]", a TAB and a name only the name counts. Escape clears it, the
-// down key goes to the list.
+// down key goes to the list. It is enabled as its list is.
 class FilterLine : public QLineEdit {
     Q_OBJECT
 
@@ -15,6 +15,7 @@ public:
 
 protected:
     void keyPressEvent(QKeyEvent *event) override;
+    bool eventFilter(QObject *watched, QEvent *event) override;
 
 private:
     void apply();

@@ -7,13 +7,13 @@
 #include "controls/gridcopy.h"
 #include "controls/gridsearch.h"
 #include "controls/gridselection.h"
+#include "controls/placeholder.h"
 #include "controls/textwidth.h"
 
 #include <QApplication>
 #include <QClipboard>
 #include <QHeaderView>
 #include <QKeyEvent>
-#include <QPainter>
 
 namespace {
 
@@ -201,12 +201,8 @@ void FlexGrid::changeEvent(QEvent *event)
 void FlexGrid::paintEvent(QPaintEvent *event)
 {
     QTableView::paintEvent(event);
-    if (m_placeholder.isEmpty() || m_model->rowCount() > 0)
-        return;
-    QPainter painter(viewport());
-    painter.setPen(palette().color(QPalette::PlaceholderText));
-    painter.drawText(viewport()->rect().adjusted(12, 12, -12, -12), Qt::AlignCenter | Qt::TextWordWrap,
-                     m_placeholder);
+    if (m_model->rowCount() == 0)
+        paintPlaceholder(*this, columnCount() > 0 ? QStringLiteral("行はありません") : m_placeholder);
 }
 
 // First click up, second down, third as the server sent the rows.

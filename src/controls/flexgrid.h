@@ -46,7 +46,7 @@ public:
     // Bytes held for the rows, spare room included.
     std::size_t allocatedBytes() const;
 
-    // What an empty grid says instead of rows.
+    // What a grid says that holds no result yet.
     void setPlaceholderText(const QString &text);
     // The name that INSERT statements of a copy carry; empty until it is known.
     void setTableName(const QString &name) { m_tableName = name; }

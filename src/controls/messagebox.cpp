@@ -3,8 +3,8 @@
 #include <QApplication>
 #include <QGridLayout>
 #include <QLabel>
+#include <QPlainTextEdit>
 #include <QScreen>
-#include <QScrollArea>
 
 #include <algorithm>
 
@@ -22,14 +22,13 @@ void letTextScroll(QMessageBox &box)
     auto *grid = qobject_cast<QGridLayout *>(box.layout());
     if (!label || !grid)
         return;
-    auto *area = new QScrollArea(&box);
-    area->setObjectName(QStringLiteral("messageScroll"));
-    area->setFrameShape(QFrame::NoFrame);
-    area->setWidgetResizable(true);
+    auto *area = new QPlainTextEdit(label->text(), &box);
+    area->setObjectName(QStringLiteral("messageText"));
+    area->setAccessibleName(QStringLiteral("メッセージ"));
+    area->setReadOnly(true);
+    area->setTabChangesFocus(true);
     delete grid->replaceWidget(label, area);
-    area->setWidget(label);
-    label->setWordWrap(true);
-    label->setAlignment(Qt::AlignLeft | Qt::AlignTop);
+    label->hide();
     const QFontMetrics metrics = box.fontMetrics();
     const int width = std::min(metrics.averageCharWidth() * 80, box.screen()->availableSize().width() / 2);
     area->setMinimumSize(width, metrics.lineSpacing() * mostLines);

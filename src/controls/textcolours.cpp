@@ -1,5 +1,6 @@
 #include "controls/textcolours.h"
 
+#include "controls/desktopcolours.h"
 #include "controls/scintilla.h"
 
 #include <QFontDatabase>
@@ -38,7 +39,9 @@ void colourPlain(QsciScintilla &box)
     box.setSelectionBackgroundColor(palette.color(QPalette::Highlight));
     box.setSelectionForegroundColor(palette.color(QPalette::HighlightedText));
     box.setMarginsBackgroundColor(palette.color(QPalette::Window));
-    box.setMarginsForegroundColor(palette.color(QPalette::PlaceholderText));
+    // Scintilla takes no half transparent colour, as that of hints is.
+    box.setMarginsForegroundColor(
+        mixed(palette.color(QPalette::WindowText), palette.color(QPalette::Window), 0.6));
     box.setMatchedBraceBackgroundColor(palette.color(QPalette::Highlight));
     box.setMatchedBraceForegroundColor(palette.color(QPalette::HighlightedText));
     box.setUnmatchedBraceBackgroundColor(paperOf(box));

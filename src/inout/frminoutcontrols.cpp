@@ -1,6 +1,6 @@
+#include "controls/optiongroup.h"
 #include "inout/frminout.h"
 
-#include <QButtonGroup>
 #include <QGridLayout>
 #include <QGroupBox>
 #include <QLabel>
@@ -46,16 +46,19 @@ InOutControls::InOutControls(QWidget &window)
 {
     lblTableName->setTextFormat(Qt::PlainText);
     txtFilename->setMinimumWidth(420);
+    lblTitle->setBuddy(txtFilename);
     cmdFolder->setToolTip(QStringLiteral("ﾌｧｲﾙを選択します。"));
+    cmdFolder->setAccessibleName(QStringLiteral("ﾌｧｲﾙを選択"));
     for (QPushButton *button : {cmdFolder, cmdOut, cmdIn, cmdCancel})
         button->setAutoDefault(false);
+    // Import has no default: it overwrites rows without a question.
+    cmdOut->setDefault(true);
     cmdFolder->setMaximumWidth(40);
     // Japanese captions make a button taller than "Cancel".
     cmdCancel->setMinimumHeight(cmdIn->sizeHint().height());
 
-    auto *direction = new QButtonGroup(&window);
-    direction->addButton(optInOut_0, 0);
-    direction->addButton(optInOut_1, 1);
+    makeOptionGroup(&window, {optInOut_0, optInOut_1});
+    makeOptionGroup(&window, {optRorI_0, optRorI_1});
 
     // The frame's place stays when it is hidden, so that nothing jumps as the direction changes.
     fraRorI->setLayout(row({optRorI_0, optRorI_1}));

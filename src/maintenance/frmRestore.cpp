@@ -5,10 +5,10 @@
 #include "controls/folderbox.h"
 
 #include <QDir>
-#include <QGridLayout>
 #include <QHBoxLayout>
 #include <QLabel>
 #include <QPushButton>
+#include <QVBoxLayout>
 
 namespace {
 
@@ -32,6 +32,11 @@ frmRestore::frmRestore(QWidget *parent)
     Dir1->setObjectName(QStringLiteral("Dir1"));
     File1->setObjectName(QStringLiteral("File1"));
     File1->setPattern(QStringLiteral("*.frm"));
+    File1->setPlaceholderText(QStringLiteral(
+        "このフォルダーにバックアップファイル (*.frm) はありません。左で別のフォルダーを選んでください"));
+    Drive1->setToolTip(QStringLiteral("ドライブ"));
+    Dir1->setAccessibleName(QStringLiteral("フォルダー"));
+    File1->setAccessibleName(QStringLiteral("バックアップファイル"));
     layOut();
 
     connect(Drive1, &DriveBox::driveChosen, this, [this](const QString &path) {
@@ -58,7 +63,7 @@ void frmRestore::layOut()
             [path](const QString &text) { path->setText(QDir::toNativeSeparators(text)); });
     auto *cmdOk = new QPushButton(QStringLiteral("OK"), this);
     cmdOk->setObjectName(QStringLiteral("cmdOk"));
-    cmdOk->setAutoDefault(false); // Enter in the folder list goes into a folder
+    cmdOk->setDefault(true); // but Enter in the folder list goes into a folder
     auto *cmdCancel = new QPushButton(QStringLiteral("Cancel"), this);
     cmdCancel->setObjectName(QStringLiteral("cmdCancel"));
     cmdCancel->setAutoDefault(false);
@@ -67,16 +72,17 @@ void frmRestore::layOut()
     buttons->addStretch();
     buttons->addWidget(cmdOk);
     buttons->addWidget(cmdCancel);
-    auto *layout = new QGridLayout(this);
-    layout->addWidget(label, 0, 0, 1, 2);
-    layout->addWidget(Drive1, 1, 0);
-    layout->addWidget(Dir1, 2, 0);
-    layout->addWidget(File1, 1, 1, 2, 1);
-    layout->addWidget(path, 3, 0, 1, 2);
-    layout->addLayout(buttons, 4, 0, 1, 2);
-    layout->setColumnStretch(0, 1);
-    layout->setColumnStretch(1, 1);
-    layout->setRowStretch(2, 1);
+    auto *places = new QVBoxLayout;
+    places->addWidget(Drive1);
+    places->addWidget(Dir1);
+    auto *boxes = new QHBoxLayout;
+    boxes->addLayout(places, 1);
+    boxes->addWidget(File1, 1);
+    auto *layout = new QVBoxLayout(this);
+    layout->addWidget(label);
+    layout->addLayout(boxes, 1);
+    layout->addWidget(path);
+    layout->addLayout(buttons);
     resize(fontMetrics().averageCharWidth() * 90, fontMetrics().height() * 24);
 
     connect(cmdOk, &QPushButton::clicked, this, &frmRestore::cmdOk_Click);

@@ -35,11 +35,13 @@ QLabel *stateLabel(const char *name, const QString &caption)
     return label;
 }
 
-ChosenList *list(const char *name, const QString &toolTip)
+ChosenList *list(const char *name, const QString &title, const QString &toolTip, const QString &whenEmpty)
 {
     auto *result = named(new ChosenList, QLatin1String(name));
     result->setMinimumHeight(70);
+    result->setAccessibleName(title);
     result->setToolTip(toolTip);
+    result->setPlaceholderText(whenEmpty);
     return result;
 }
 
@@ -153,7 +155,7 @@ QGroupBox *databaseFrame(const UserControls &c)
     auto *frame = new QGroupBox(QStringLiteral("DB権限"));
     auto *row = new QHBoxLayout(frame);
     row->addLayout(headed(QStringLiteral("DB一覧"), c.lstDB), 3);
-    row->addLayout(target, 3);
+    row->addLayout(target, 4);
     row->addLayout(boxes, 8);
     return frame;
 }
@@ -177,7 +179,7 @@ QGroupBox *tableFrame(const UserControls &c)
     auto *frame = new QGroupBox(QStringLiteral("Table権限"));
     auto *row = new QHBoxLayout(frame);
     row->addLayout(headed(QStringLiteral("TABLE一覧"), c.lstTable), 3);
-    row->addLayout(target, 3);
+    row->addLayout(target, 4);
     row->addLayout(boxes, 8);
     return frame;
 }
@@ -185,11 +187,19 @@ QGroupBox *tableFrame(const UserControls &c)
 } // namespace
 
 UserControls::UserControls(QWidget &window)
-    : lstUser(list("lstUser", QStringLiteral("ﾕｰｻﾞｰを選択すると権限を表示します。「新規」で追加します。")))
-    , lstDB(list("lstDB", QStringLiteral("このﾕｰｻﾞｰが権限を持つﾃﾞｰﾀﾍﾞｰｽです。")))
-    , lstAddDB(list("lstAddDB", QStringLiteral("権限を与えるﾃﾞｰﾀﾍﾞｰｽを選択します。")))
-    , lstTable(list("lstTable", QStringLiteral("このﾕｰｻﾞｰが権限を持つﾃｰﾌﾞﾙです。")))
-    , lstAddTable(list("lstAddTable", QStringLiteral("権限を与えるﾃｰﾌﾞﾙを選択します。")))
+    : lstUser(list("lstUser", QStringLiteral("USER一覧"),
+                   QStringLiteral("ﾕｰｻﾞｰを選択すると権限を表示します。「新規」で追加します。"),
+                   QStringLiteral("ﾕｰｻﾞｰの一覧 (mysql.user) を読む権限がありません。")))
+    , lstDB(list("lstDB", QStringLiteral("DB一覧"), QStringLiteral("このﾕｰｻﾞｰが権限を持つﾃﾞｰﾀﾍﾞｰｽです。"),
+                 QStringLiteral("DB権限はありません。右のﾃﾞｰﾀﾍﾞｰｽと権限を選択して追加します。")))
+    , lstAddDB(list("lstAddDB", QStringLiteral("ﾃﾞｰﾀﾍﾞｰｽ"),
+                    QStringLiteral("権限を与えるﾃﾞｰﾀﾍﾞｰｽを選択します。"), {}))
+    , lstTable(list("lstTable", QStringLiteral("TABLE一覧"),
+                    QStringLiteral("このﾕｰｻﾞｰが権限を持つﾃｰﾌﾞﾙです。"),
+                    QStringLiteral("Table権限はありません。右のﾃｰﾌﾞﾙと権限を選択して追加します。")))
+    , lstAddTable(list("lstAddTable", QStringLiteral("ﾃｰﾌﾞﾙ"),
+                       QStringLiteral("権限を与えるﾃｰﾌﾞﾙを選択します。"),
+                       QStringLiteral("上でﾃﾞｰﾀﾍﾞｰｽを選択するとﾃｰﾌﾞﾙを表示します。")))
     , cboAddDB(named(new QComboBox, QStringLiteral("cboAddDB")))
     , lblHostName(stateLabel("lblHostName", QStringLiteral("Host")))
     , lblUserName(stateLabel("lblUserName", QStringLiteral("USER")))
@@ -217,11 +227,12 @@ UserControls::UserControls(QWidget &window)
     , cmdTableGrantDel(button("cmdTableGrantDel", QStringLiteral("削除")))
 {
     txtPassword->setEchoMode(QLineEdit::Password);
+    cboAddDB->setAccessibleName(QStringLiteral("ﾃｰﾌﾞﾙのﾃﾞｰﾀﾍﾞｰｽ"));
     cboAddDB->setToolTip(QStringLiteral("権限を与えるﾃｰﾌﾞﾙのﾃﾞｰﾀﾍﾞｰｽを選択します。"));
     // A long name may not widen its column.
     cboAddDB->setSizeAdjustPolicy(QComboBox::AdjustToMinimumContentsLengthWithIcon);
-    // Items of several columns differ in width; the longest must stay readable by scrolling.
-    for (ChosenList *each : {lstUser, lstDB, lstTable}) {
+    // Names and columns differ in width; the longest must stay readable by scrolling.
+    for (ChosenList *each : {lstUser, lstDB, lstAddDB, lstTable, lstAddTable}) {
         each->setUniformItemSizes(false);
         each->setTextElideMode(Qt::ElideNone);
     }

@@ -5,9 +5,7 @@
 #include "support/gui/boxes.h"
 #include "support/testserver.h"
 
-#include <QAccessible>
 #include <QApplication>
-#include <QRegularExpression>
 #include <QTemporaryDir>
 #include <QTest>
 #include <QTimer>
@@ -22,7 +20,6 @@ private Q_SLOTS:
     void cleanup();
     void everyControlHasItsName_data();
     void everyControlHasItsName();
-    void assistiveToolsFindANameForEveryControl();
     void theLogShowsWhatWasSent();
     void missingEntriesAreRefusedInOrder();
     void aWrongPasswordIsAFailedConnection_data();
@@ -173,18 +170,6 @@ void MainWindowTest::everyControlHasItsName()
         QVERIFY2(widget->inherits(qPrintable(kind)), qPrintable(name));
     }
     QCOMPARE(m_window->windowTitle(), QStringLiteral("Tarnwell (Ver 1.4)"));
-}
-
-void MainWindowTest::assistiveToolsFindANameForEveryControl()
-{
-    for (const QWidget *widget : m_window->findChildren<QWidget *>()) {
-        if (widget->focusPolicy() == Qt::NoFocus || widget->objectName().startsWith(QStringLiteral("qt_")) ||
-            !widget->objectName().contains(
-                QRegularExpression(QStringLiteral("^(cmd|txt|cbo|lst|opt|flGrid|show|Command)"))))
-            continue;
-        QAccessibleInterface *access = QAccessible::queryAccessibleInterface(const_cast<QWidget *>(widget));
-        QVERIFY2(access && !access->text(QAccessible::Name).isEmpty(), qPrintable(widget->objectName()));
-    }
 }
 
 void MainWindowTest::theLogShowsWhatWasSent()
