@@ -1,6 +1,7 @@
 #include "console/outputfile.h"
 
 #include "core/sqlerror.h"
+#include "core/wholefile.h"
 
 #include <cerrno>
 
@@ -44,8 +45,7 @@ void OutputFile::close()
 
 void OutputFile::flush()
 {
-    const auto size = static_cast<qint64>(m_waiting.size());
-    if (m_file.write(m_waiting.data(), size) != size)
+    if (!writeAll(m_file, m_waiting))
         fail(m_file.errorString());
     m_waiting.clear();
 }

@@ -2,12 +2,10 @@
 
 #include "core/sqlerror.h"
 
-#include <QStringList>
-
 ListItem ListItem::parse(const QString &text)
 {
-    const QStringList pieces = text.split(u'\t');
-    return {pieces.value(0), pieces.value(1)};
+    const qsizetype tab = text.indexOf(u'\t');
+    return tab < 0 ? ListItem{text, {}} : ListItem{text.left(tab), text.mid(tab + 1)};
 }
 
 ListItem ListItem::required(const QString &text)

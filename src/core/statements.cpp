@@ -20,6 +20,11 @@ QString brokenBefore(const QString &text, const QString &keyword, const QString 
     return at < 0 ? text : text.left(at + 1) + crLf + indent + text.mid(at);
 }
 
+[[noreturn]] void refuseMisread(const QString &name)
+{
+    throw SqlError(QStringLiteral("サーバーはこの名前を別のオブジェクトと読むため、実行しません。: ") + name);
+}
+
 } // namespace
 
 QString qualifiedName(const QString &database, const QString &name)
@@ -30,11 +35,18 @@ QString qualifiedName(const QString &database, const QString &name)
 void requireOwnName(const QString &database, const QString &name)
 {
     static const QRegularExpression misread(
-        QStringLiteral("[#,;]|/\\*|--(\\s|$)|\\s(restrict|cascade|wait|nowait|if|force)\\b"),
+        QStringLiteral(
+            "^\\s|[#,;]|/\\*|--(\\s|$)|\\s(restrict|cascade|wait|nowait|if|force|for|where|like|limit|"
+            "use_frm|quick|fast|medium|extended|changed)\\b"),
         QRegularExpression::CaseInsensitiveOption);
     if (database.contains(u'`') || misread.match(name).hasMatch())
-        throw SqlError(QStringLiteral("サーバーはこの名前を別のオブジェクトと読むため、実行しません。: ") +
-                       qualifiedName(database, name));
+        refuseMisread(qualifiedName(database, name));
+}
+
+void requireOwnDatabase(const QString &database)
+{
+    if (database.contains(u'`') || database.startsWith(u' '))
+        refuseMisread(u'`' + database + u'`');
 }
 
 QString trimmedBlanks(const QString &text)

@@ -2,13 +2,24 @@
 
 #include <QSaveFile>
 
+bool writeAll(QFileDevice &file, QByteArrayView bytes)
+{
+    for (qint64 done = 0; done < bytes.size();) {
+        // A disk that fills up takes a part and gives no reason; the next write has it.
+        const qint64 written = file.write(bytes.data() + done, bytes.size() - done);
+        if (written <= 0)
+            return false;
+        done += written;
+    }
+    return true;
+}
+
 QString saveWholeFile(const QString &path, const QByteArray &bytes)
 {
     QSaveFile file(path);
-    // Qt 6.4's commit() takes no notice of a write that fails only when its buffer is emptied (a full disk)
-    // and would rename an empty file over the old one.
-    if (!file.open(QIODevice::WriteOnly) || file.write(bytes) != bytes.size() || !file.flush() ||
-        !file.commit())
+    // With a buffer, Qt 6.4's commit() takes no notice of a write that fails only when it is emptied (a full
+    // disk) and would rename an empty file over the old one.
+    if (!file.open(QIODevice::WriteOnly | QIODevice::Unbuffered) || !writeAll(file, bytes) || !file.commit())
         return file.errorString();
     return {};
 }

@@ -1,7 +1,12 @@
 #pragma once
 
 #include <QByteArray>
+#include <QFileDevice>
 #include <QString>
+
+// Writes all of the bytes to a file that was opened unbuffered; false: errorString() has the system's own
+// words.
+bool writeAll(QFileDevice &file, QByteArrayView bytes);
 
 // The bytes in a file that is there whole or stays as it was: written beside it and renamed over it. Returns
 // the system's own words when it failed, else an empty text.

@@ -25,11 +25,13 @@ bool fileExists(const QString &path)
     return QFileInfo(path).isFile();
 }
 
-bool run(Session &session, const InOutVoices &voices, const QString &statement)
+bool run(Session &session, const InOutVoices &voices, const InOutForm &form, const QString &statement)
 {
     try {
         const BusyPointer busy(voices.dialog);
         voices.mainWindow.setLastError({}, false);
+        requireOwnDatabase(session.gDbName);
+        requireOwnName(session.gDbName, form.tableName);
         session.connection().execute(statement);
         return true;
     } catch (const SqlError &error) {
@@ -62,7 +64,7 @@ bool exportTable(Session &session, const InOutVoices &voices, const InOutForm &f
         voices.dialog.inform(QStringLiteral("ﾌｧｲﾙが存在します。ﾌｧｲﾙ名を変更してください。"));
         return false;
     }
-    if (!run(session, voices, exportStatement(session.gDbName, form.tableName, form.fileName)))
+    if (!run(session, voices, form, exportStatement(session.gDbName, form.tableName, form.fileName)))
         return false;
     voices.dialog.inform(QStringLiteral("出力しました。"));
     return true;
@@ -76,7 +78,7 @@ bool importTable(Session &session, const InOutVoices &voices, const InOutForm &f
         voices.dialog.inform(QStringLiteral("ﾌｧｲﾙが見つかりません。"));
         return false;
     }
-    if (!run(session, voices,
+    if (!run(session, voices, form,
              importStatement(session.gDbName, form.tableName, form.fileName, form.replacesDuplicates)))
         return false;
     voices.dialog.inform(QStringLiteral("読み込みました。"));

@@ -45,7 +45,7 @@ Outcome dropDatabase(CommandContext &context)
     const QString question = QStringLiteral("ﾃﾞｰﾀﾍﾞｰｽ(") + item + QStringLiteral(")を削除しす。");
     if (!context.dialogue.confirm(question, Icon::Critical))
         return {};
-    requireOwnName(item, {});
+    requireOwnDatabase(item);
     context.session.connection().execute(QStringLiteral("drop database `") + trimmedBlanks(item) +
                                          QStringLiteral("`;"));
     return {Reload::Databases};

@@ -37,9 +37,9 @@ void writeWholeFile(const QString &path, const QByteArray &bytes)
 void writeNewFile(const QString &path, const QByteArray &bytes)
 {
     QFile file(path);
-    if (!file.open(QIODevice::WriteOnly | QIODevice::NewOnly))
+    if (!file.open(QIODevice::WriteOnly | QIODevice::NewOnly | QIODevice::Unbuffered))
         fail(path, file.errorString());
-    if (file.write(bytes) == bytes.size() && file.flush())
+    if (writeAll(file, bytes))
         return;
     const QString why = file.errorString();
     file.remove();

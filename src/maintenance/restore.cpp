@@ -28,6 +28,8 @@ void restoreByServer(CommandContext &context, const QString &database, const Res
 {
     QString list;
     for (const QString &name : choice.names)
+        requireOwnName(database, name);
+    for (const QString &name : choice.names)
         list += qualifiedName(database, name) + u',';
     dropTables(context, database, choice.names);
     const BusyPointer busy(context.dialogue);

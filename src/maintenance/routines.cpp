@@ -1,7 +1,7 @@
 #include "maintenance/routines.h"
 
+#include "core/lostanswer.h"
 #include "core/statements.h"
-#include "maintenance/lostanswer.h"
 
 namespace {
 

@@ -30,6 +30,8 @@ QString written(const StoredColumn &column)
 
 QString readBack(const StoredColumn &column, const QString &variable)
 {
+    if (column.form == ValueForm::Plain || column.form == ValueForm::Real)
+        return variable;
     const QString bytes = QStringLiteral("UNHEX(%1)").arg(variable);
     return column.form == ValueForm::Bytes ? bytes : QStringLiteral("CONVERT(%1 USING utf8mb4)").arg(bytes);
 }
@@ -68,7 +70,8 @@ std::vector<StoredColumn> storedColumns(Connection &connection, const QString &d
     for (; !rows.isEof(); rows.moveNext()) {
         const QString characterSet = rows.isNull(2) ? QString() : rows.text(2);
         if (!generated.match(rows.text(3)).hasMatch())
-            columns.push_back({rows.text(0), valueForm(rows.text(1).toLower(), characterSet)});
+            columns.push_back({rows.text(0), valueForm(rows.text(1).toLower(), characterSet),
+                               rows.text(3).contains(u"auto_increment", Qt::CaseInsensitive)});
     }
     if (columns.empty())
         throw SqlError(QStringLiteral("テーブル「%1」には値を保存できる列がありません。").arg(table));
@@ -90,7 +93,8 @@ QString readRowsStatement(const QString &table, const std::vector<StoredColumn> 
     QStringList targets, settings;
     for (const StoredColumn &column : columns) {
         const QString name = quotedName(column.name);
-        if (column.form == ValueForm::Plain || column.form == ValueForm::Real) {
+        // MySQL 5.6 numbers a 0 anew, whatever the mode says, as soon as the statement sets another column.
+        if (!column.isNumbered && (column.form == ValueForm::Plain || column.form == ValueForm::Real)) {
             targets << name;
             continue;
         }

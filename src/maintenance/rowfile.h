@@ -15,6 +15,7 @@ enum class ValueForm {
 struct StoredColumn {
     QString name;
     ValueForm form;
+    bool isNumbered = false; // AUTO_INCREMENT
 };
 
 // characterSet is empty for columns that have none.

@@ -74,6 +74,7 @@ void ScriptWriter::writeRoutine(const ListItem &item)
         m_routineStatement += qualifiedName(m_database, item.name) + u';';
     if (m_routineStatement.isEmpty())
         return;
+    requireOwnName(m_database, item.name);
 
     RecordSet &rows = read(m_routineStatement);
     const bool hasRow = !rows.isEof();

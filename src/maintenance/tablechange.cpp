@@ -1,7 +1,7 @@
 #include "maintenance/tablechange.h"
 
+#include "core/lostanswer.h"
 #include "core/statements.h"
-#include "maintenance/lostanswer.h"
 #include "maintenance/tablechangesettings.h"
 #include "maintenance/tablerecovery.h"
 #include "maintenance/viewchange.h"
@@ -85,6 +85,15 @@ void readNewFields(Session &session, const TableChange &change)
     rows.close();
 }
 
+// Their names stand bare in the list of columns: rows would go into other columns, or be left out.
+void requireOwnColumns(const std::vector<FieldRec> &fields)
+{
+    for (std::size_t i = 1; i < fields.size(); ++i) {
+        const QString name = fields[i].Field.mid(1); // behind the blank that is ours
+        requireOwnName(name, name);
+    }
+}
+
 // Table 1 to table 6: the stage always says what is being tried.
 void rebuildTable(CommandContext &context, TableChange &change)
 {
@@ -96,6 +105,7 @@ void rebuildTable(CommandContext &context, TableChange &change)
     const bool wasLimited = settings.liftLimit();
     change.triggers = readTriggers(session.connection(), change.database, change.oldName);
     completeOldColumns(session, change, wasLimited);
+    requireOwnColumns(session.gOldFields);
     session.connection().execute(copyStatement(change.copy, change.oldTable(), change.columns));
 
     change.stage = TableStage::Dropping;

@@ -1,8 +1,8 @@
 #include "maintenance/tablechangetriggers.h"
 
+#include "core/lostanswer.h"
 #include "core/statements.h"
 #include "maintenance/exactsession.h"
-#include "maintenance/lostanswer.h"
 #include "maintenance/tablechangesettings.h"
 
 #include <algorithm>

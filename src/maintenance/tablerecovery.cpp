@@ -1,7 +1,7 @@
 #include "maintenance/tablerecovery.h"
 
+#include "core/lostanswer.h"
 #include "core/statements.h"
-#include "maintenance/lostanswer.h"
 #include "maintenance/tablechangesettings.h"
 
 namespace {

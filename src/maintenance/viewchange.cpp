@@ -1,7 +1,7 @@
 #include "maintenance/viewchange.h"
 
+#include "core/lostanswer.h"
 #include "core/statements.h"
-#include "maintenance/lostanswer.h"
 
 namespace {
 

@@ -1,5 +1,6 @@
 #include "users/accountcommands.h"
 
+#include "core/lostanswer.h"
 #include "core/statements.h"
 #include "users/accountchanges.h"
 #include "users/accountremains.h"
@@ -44,6 +45,13 @@ QString newPassword(const AccountForm &form)
     return form.password == form.passwordTag ? QString() : trimmedBlanks(form.password);
 }
 
+// Who loses the GRANT box may not keep it on the rights that no box shows.
+HiddenPrivileges keptRights(const AccountForm &form, const HiddenPrivileges &hidden)
+{
+    const bool losesGrant = form.globalBefore[globalGrantBox] && !form.global[globalGrantBox];
+    return losesGrant ? hidden.withoutGrantOption() : hidden;
+}
+
 void change(Session &session, const AccountForm &form, const HiddenPrivileges &hidden, Changed &step)
 {
     sendAndFlush(session, revokeGrantOption(everything, form.account));
@@ -54,9 +62,22 @@ void change(Session &session, const AccountForm &form, const HiddenPrivileges &h
                             grantSuffix(form.global), newPassword(form)};
     sendGlobalGrant(session, grant, PasswordStatement::AlterUser);
     step = Changed::Granted;
-    // Who loses the GRANT box may not keep it on the rights that no box shows.
-    const bool losesGrant = form.globalBefore[globalGrantBox] && !form.global[globalGrantBox];
-    grantBack(session, form.account, losesGrant ? hidden.withoutGrantOption() : hidden);
+    grantBack(session, form.account, keptRights(form, hidden));
+}
+
+// How far a change came at the most when the answer to its last statement was lost.
+Changed oneFurther(Changed step)
+{
+    switch (step) {
+    case Changed::Nothing:
+        return Changed::GrantOptionRevoked;
+    case Changed::GrantOptionRevoked:
+    case Changed::AllRevoked: // put back as it was, also where the new rights were granted
+        return Changed::AllRevoked;
+    case Changed::Granted:
+        break;
+    }
+    return Changed::Granted;
 }
 
 // Puts the global privileges back as they were when the account was selected.
@@ -69,6 +90,31 @@ void restore(Session &session, const AccountForm &form, const HiddenPrivileges &
     const QString list = privilegeList(globalPrivileges(), form.globalBefore);
     sendAndFlush(session, grantGlobally(list, form.account, {}, grantSuffix(form.globalBefore)));
     grantBack(session, form.account, hidden);
+}
+
+struct Failure {
+    Changed step;
+    bool isAnswerLost;
+};
+
+void recover(Session &session, Dialogue &dialogue, const AccountForm &form, const HiddenPrivileges &hidden,
+             const Failure &failure)
+{
+    try {
+        if (failure.isAnswerLost) {
+            reconnect(session);
+            restore(session, form, hidden, oneFurther(failure.step));
+            if (failure.step == Changed::Granted)
+                grantBack(session, form.account, keptRights(form, hidden));
+        } else {
+            restore(session, form, hidden, failure.step);
+        }
+    } catch (const SqlError &second) {
+        dialogue.refuse(second.description());
+    }
+    const bool isGranted = failure.step == Changed::Granted;
+    tellLostRights(dialogue, form.account, isGranted ? keptRights(form, hidden).withoutShown() : hidden,
+                   [&] { return readHiddenGlobal(session, form.account); });
 }
 
 void removeAccount(Session &session, const AccountForm &form)
@@ -131,11 +177,7 @@ Refresh changeAccount(Session &session, Dialogue &dialogue, const AccountForm &f
         change(session, form, hidden, step);
     } catch (const SqlError &error) {
         dialogue.refuse(error.description());
-        try {
-            restore(session, form, hidden, step);
-        } catch (const SqlError &second) {
-            dialogue.refuse(second.description());
-        }
+        recover(session, dialogue, form, hidden, {step, isAnswerLost(session, error)});
         return Refresh::Nothing;
     }
     dialogue.inform(QStringLiteral("変更しました。"));

@@ -1,8 +1,26 @@
 #include "users/accountstatements.h"
 
+#include "core/sqlerror.h"
 #include "core/statements.h"
 
+#include <QRegularExpression>
+
 namespace {
+
+[[noreturn]] void refuseMisread(const QString &name)
+{
+    throw SqlError(QStringLiteral("サーバーはこの名前を別の名前と読むため、実行しません。: ") + name);
+}
+
+// A text that will stand between single quotes, or double ones where it is a host. Before "_" and "%" the
+// server leaves a backslash as it is; of a character beyond the basic plane it makes a "?".
+QString quotable(const QString &text, bool isHost = false)
+{
+    static const QRegularExpression misread(QStringLiteral("'|\\\\(?![_%])|[\\x{10000}-\\x{10FFFF}]"));
+    if (misread.match(text).hasMatch() || (isHost && text.contains(u'"')))
+        refuseMisread(text);
+    return text;
+}
 
 QString whereAccount(const Account &account)
 {
@@ -14,7 +32,7 @@ QString whereAccount(const Account &account)
 
 QString accountName(const Account &account)
 {
-    return u'\'' + account.user + QStringLiteral("'@\"") + account.host + u'"';
+    return u'\'' + quotable(account.user) + QStringLiteral("'@\"") + quotable(account.host, true) + u'"';
 }
 
 QString flushPrivileges()
@@ -67,6 +85,7 @@ QString grantGlobally(const QString &list, const Account &account, const QString
 
 QString grantOnDatabase(const QString &list, const QString &database, const Account &account)
 {
+    requireOwnName(database, {});
     return QStringLiteral("GRANT ") + list + QStringLiteral("   ON `") + database +
            QStringLiteral("`.*   TO ") + accountName(account);
 }
@@ -74,6 +93,7 @@ QString grantOnDatabase(const QString &list, const QString &database, const Acco
 QString grantOnTable(const QString &list, const QString &database, const QString &table,
                      const Account &account)
 {
+    requireOwnName(database, table);
     return QStringLiteral("GRANT ") + list + QStringLiteral("   ON ") + qualifiedName(database, table) +
            QStringLiteral("   TO ") + accountName(account);
 }
@@ -86,6 +106,14 @@ QString createAccount(const Account &account, const QString &clause)
 QString alterAccount(const Account &account, const QString &clause)
 {
     return QStringLiteral("ALTER USER ") + accountName(account) + clause;
+}
+
+QString databaseScope(const QString &database)
+{
+    if (database == u"*") // bare, it is all databases
+        refuseMisread(database);
+    requireOwnName(database, database);
+    return database + QStringLiteral(".*");
 }
 
 QString revokeGrantOption(const QString &where, const Account &account)
@@ -102,20 +130,21 @@ QString revokeAll(const QString &where, const Account &account)
 
 QString deleteTableRow(const Account &account, const QString &database, const QString &table)
 {
-    return QStringLiteral("delete from mysql.tables_priv where user='") + account.user +
-           QStringLiteral("'   and host=\"") + account.host + QStringLiteral("\"   and db='") + database +
-           QStringLiteral("'   and Table_name ='") + table + u'\'';
+    return QStringLiteral("delete from mysql.tables_priv where user='") + quotable(account.user) +
+           QStringLiteral("'   and host=\"") + quotable(account.host, true) +
+           QStringLiteral("\"   and db='") + quotable(database) + QStringLiteral("'   and Table_name ='") +
+           quotable(table) + u'\'';
 }
 
 QString deleteDatabaseRow(const Account &account, const QString &database)
 {
-    return QStringLiteral("delete from mysql.db where host = '") + account.host +
-           QStringLiteral("'  and db = '") + database + QStringLiteral("'  and user = '") + account.user +
-           u'\'';
+    return QStringLiteral("delete from mysql.db where host = '") + quotable(account.host, true) +
+           QStringLiteral("'  and db = '") + quotable(database) + QStringLiteral("'  and user = '") +
+           quotable(account.user) + u'\'';
 }
 
 QString deleteAccountRow(const Account &account)
 {
-    return QStringLiteral("DELETE FROM mysql.user WHERE user='") + account.user +
-           QStringLiteral("' and host='") + account.host + u'\'';
+    return QStringLiteral("DELETE FROM mysql.user WHERE user='") + quotable(account.user) +
+           QStringLiteral("' and host='") + quotable(account.host, true) + u'\'';
 }

@@ -8,8 +8,9 @@ struct Account {
     QString user;
 };
 
-// Statement texts of the users window. Nothing is escaped: the window trusts its administrator. The uneven
-// blanks and quotes are deliberate.
+// Statement texts of the users window. Nothing is escaped: the window trusts its administrator. But texts
+// that change something refuse names (SqlError) that would make them act on another account, database or
+// table. The uneven blanks and quotes are deliberate.
 QString accountName(const Account &account); // 'user'@"host"
 QString flushPrivileges();
 
@@ -32,7 +33,9 @@ QString grantOnTable(const QString &list, const QString &database, const QString
 QString createAccount(const Account &account, const QString &clause);
 QString alterAccount(const Account &account, const QString &clause);
 
-// where: "*.*", or a database's name, as it is, and ".*"
+// All rights on a database: its name, as it is, and ".*"
+QString databaseScope(const QString &database);
+// where: "*.*" or a databaseScope()
 QString revokeGrantOption(const QString &where, const Account &account);
 QString revokeAll(const QString &where, const Account &account);
 

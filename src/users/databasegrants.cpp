@@ -29,12 +29,13 @@ QString grantStatement(const AccountForm &form)
 void change(Session &session, const AccountForm &form, bool &isTaken)
 {
     // The database stands here without backquotes, unlike in the GRANT; deliberate.
-    const QString where = form.shownDatabase + QStringLiteral(".*");
+    const QString where = databaseScope(form.shownDatabase);
+    const QString grant = grantStatement(form); // refused before anything is taken
     sendAndFlush(session, revokeGrantOption(where, form.account));
     session.connection().execute(revokeAll(where, form.account));
     isTaken = true;
     session.connection().execute(flushPrivileges());
-    sendAndFlush(session, grantStatement(form));
+    sendAndFlush(session, grant);
 }
 
 } // namespace

@@ -33,9 +33,11 @@ bool reportKeepingHidden(Session &session, Dialogue &dialogue, const Account &ac
         hidden = change.readHidden();
         change.statements(isTaken);
     });
-    if (isTaken && !runs(dialogue, [&] { grantBack(session, account, hidden); }))
-        return false;
-    if (isChanged)
+    const bool isWhole = !isTaken || runs(dialogue, [&] { grantBack(session, account, hidden); });
+    if (isChanged && isWhole) {
         dialogue.inform(QStringLiteral("変更しました。"));
-    return isChanged;
+        return true;
+    }
+    tellLostRights(dialogue, account, isChanged ? hidden.withoutShown() : hidden, change.readHidden);
+    return false;
 }

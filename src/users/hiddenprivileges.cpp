@@ -10,6 +10,7 @@ namespace {
 // The catalogue spells names without regard to case; accounts and tables differ by it.
 QString rowsOf(const QString &table, const Account &account)
 {
+    accountName(account); // refuses names that would be read otherwise here too
     return QStringLiteral("select * from information_schema.") + table +
            QStringLiteral(" where grantee = binary concat('''', '") + account.user +
            QStringLiteral("', '''@''', '") + account.host + QStringLiteral("', '''')");
@@ -77,6 +78,20 @@ QStringList columnRights(const std::vector<CatalogueRow> &rows)
     return rights;
 }
 
+// The rights by name, those on columns included.
+QStringList allRights(const std::vector<CatalogueRow> &rows, const QStringList &onColumns = {})
+{
+    QStringList all;
+    bool isGrantable = false;
+    for (const CatalogueRow &row : rows) {
+        isGrantable = isGrantable || row.isGrantable;
+        if (row.column.isEmpty() && row.right != u"USAGE")
+            all << row.right;
+    }
+    all << onColumns;
+    return isGrantable ? all << QStringLiteral("GRANT OPTION") : all;
+}
+
 // What was refused first, if anything was.
 using Refusal = std::optional<SqlError>;
 
@@ -109,17 +124,28 @@ Refusal grantTogether(Session &session, const QStringList &rights, const QString
 
 } // namespace
 
+HiddenPrivileges HiddenPrivileges::withoutShown() const
+{
+    QStringList hidden = rights + grantable;
+    hidden.removeAll(QStringLiteral("USAGE"));
+    if (!grantable.isEmpty())
+        hidden << QStringLiteral("GRANT OPTION");
+    return {where, rights, grantable, hidden};
+}
+
 HiddenPrivileges HiddenPrivileges::withoutGrantOption() const
 {
-    return {where, rights + grantable, {}};
+    return {where, rights + grantable, {}, all};
 }
 
 HiddenPrivileges readHiddenGlobal(Session &session, const Account &account)
 {
-    HiddenPrivileges hidden{QStringLiteral("*.*"), {}, {}};
+    HiddenPrivileges hidden{QStringLiteral("*.*"), {}, {}, {}};
     if (!hasCatalogue(session))
         return hidden;
-    for (const CatalogueRow &row : read(session, rowsOf(QStringLiteral("user_privileges"), account))) {
+    const auto rows = read(session, rowsOf(QStringLiteral("user_privileges"), account));
+    hidden.all = allRights(rows);
+    for (const CatalogueRow &row : rows) {
         if (isHidden(row, globalPrivileges()))
             (row.isGrantable ? hidden.grantable : hidden.rights) << row.right;
     }
@@ -128,12 +154,14 @@ HiddenPrivileges readHiddenGlobal(Session &session, const Account &account)
 
 HiddenPrivileges readHiddenOnDatabase(Session &session, const Account &account, const QString &database)
 {
-    HiddenPrivileges hidden{quoted(database) + QStringLiteral(".*"), {}, {}};
+    HiddenPrivileges hidden{quoted(database) + QStringLiteral(".*"), {}, {}, {}};
     if (!hasCatalogue(session))
         return hidden;
     const QString statement = rowsOf(QStringLiteral("schema_privileges"), account) + onDatabase(database);
+    const auto rows = read(session, statement);
+    hidden.all = allRights(rows);
     // The GRANT box stands for the grant option of all rights on the database.
-    for (const CatalogueRow &row : read(session, statement)) {
+    for (const CatalogueRow &row : rows) {
         if (isHidden(row, databasePrivileges()))
             hidden.rights << row.right;
     }
@@ -143,7 +171,7 @@ HiddenPrivileges readHiddenOnDatabase(Session &session, const Account &account, 
 HiddenPrivileges readHiddenOnTable(Session &session, const Account &account, const QString &database,
                                    const QString &table)
 {
-    HiddenPrivileges hidden{quoted(database) + u'.' + quoted(table), {}, {}};
+    HiddenPrivileges hidden{quoted(database) + u'.' + quoted(table), {}, {}, {}};
     if (!hasCatalogue(session))
         return hidden;
     const QString where = onTable(database, table);
@@ -159,6 +187,9 @@ HiddenPrivileges readHiddenOnTable(Session &session, const Account &account, con
     for (const CatalogueRow &row : columns)
         isGrantable = isGrantable || row.isGrantable;
     hidden.rights << columnRights(columns);
+    hidden.all = allRights(rows, columnRights(columns));
+    if (isGrantable && !hidden.all.contains(QStringLiteral("GRANT OPTION")))
+        hidden.all << QStringLiteral("GRANT OPTION");
     // No box shows the grant option of a table.
     if (isGrantable) {
         hidden.grantable = hidden.rights.isEmpty() ? QStringList{QStringLiteral("USAGE")} : hidden.rights;
@@ -176,4 +207,23 @@ void grantBack(Session &session, const Account &account, const HiddenPrivileges 
         grantTogether(session, hidden.grantable, rest + QStringLiteral(" WITH GRANT OPTION"));
     if (const Refusal &refusal = rights ? rights : grantable)
         throw SqlError(*refusal);
+}
+
+void tellLostRights(Dialogue &dialogue, const Account &account, const HiddenPrivileges &before,
+                    const std::function<HiddenPrivileges()> &readAgain)
+{
+    QStringList lost = before.all;
+    if (lost.isEmpty())
+        return;
+    try {
+        for (const QString &right : readAgain().all)
+            lost.removeAll(right);
+    } catch (const SqlError &) {
+        // All of them, then.
+    }
+    if (!lost.isEmpty())
+        dialogue.refuse(
+            QStringLiteral("次の権限が失われた可能性があります。無ければ、次の文で戻して下さい。\r\n"
+                           "GRANT %1 ON %2 TO %3")
+                .arg(lost.join(QStringLiteral(", ")), before.where, accountName(account)));
 }

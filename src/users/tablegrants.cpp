@@ -29,10 +29,11 @@ QString deleteStatement(const AccountForm &form)
 
 void change(Session &session, const AccountForm &form, bool &isTaken)
 {
+    const QString grant = grantStatement(form); // refused before anything is taken
     session.connection().execute(deleteStatement(form));
     isTaken = true;
     session.connection().execute(flushPrivileges());
-    sendAndFlush(session, grantStatement(form));
+    sendAndFlush(session, grant);
 }
 
 } // namespace

@@ -106,7 +106,7 @@ void CreateDropTest::aDatabaseIsDropped_data()
     QTest::addColumn<QString>("item");
     QTest::addColumn<L>("sent");
     QTest::newRow("name") << "店" << L{"drop database `店`;"};
-    QTest::newRow("blanks around") << " x " << L{"drop database `x`;"};
+    QTest::newRow("blank behind it") << "x " << L{"drop database `x`;"};
     QTest::newRow("nothing chosen") << "" << L{};
     QTest::newRow("only blanks") << "  " << L{};
 }

@@ -3,6 +3,9 @@
 
 #include <QTemporaryDir>
 
+#include <csignal>
+#include <sys/resource.h>
+
 namespace {
 
 const QString prompt = QStringLiteral("ｸﾘｴｲﾄScriptの保存先のﾌｫﾙﾀﾞを選択して下さい。");
@@ -23,6 +26,8 @@ private Q_SLOTS:
     void anEmptyDatabaseWritesNothing();
     void failuresEndTheRun_data();
     void failuresEndTheRun();
+    void whatTheDiskRefusesIsSaidAndTheOlderFileStays_data();
+    void whatTheDiskRefusesIsSaidAndTheOlderFileStays();
     void nothingChosenEndsEarly();
 };
 
@@ -132,6 +137,50 @@ void ScriptBackupTest::failuresEndTheRun()
     QCOMPARE(QDir(parent.path()).entryList(QDir::Files | QDir::Hidden), QStringList());
     if (folder.isEmpty())
         QCOMPARE(bytesOf(path + "/a.table"), QByteArray("T\r\n"));
+}
+
+void ScriptBackupTest::whatTheDiskRefusesIsSaidAndTheOlderFileStays_data()
+{
+    QTest::addColumn<QString>("folder"); // empty: one on a disk that is full
+    QTest::addColumn<QString>("words");
+    QTest::newRow("a full disk") << ""
+                                 << "File too large";
+    // Refuses an administrator's account as well.
+    QTest::newRow("a folder without rights") << "/sys/kernel"
+                                             << "(Permission denied|Operation not permitted|Read-only)";
+}
+
+void ScriptBackupTest::whatTheDiskRefusesIsSaidAndTheOlderFileStays()
+{
+    QFETCH(QString, folder);
+    QFETCH(QString, words);
+    const QTemporaryDir full;
+    const QString path = folder.isEmpty() ? full.path() : folder;
+    put(full.filePath("b.table"), "an older one");
+    BatchFixture fixture;
+    fixture.selection.tables = QStringList{"[TABLE]\tb", "[TABLE]\tlast"};
+    for (const QString table : {"b", "last"})
+        fixture.script.always("show create table `d`." + table + ";",
+                              Reply::table({"Table", "Create Table"}, {{table, QString(100000, 'T')}}));
+    ListeningDialogue dialogue;
+    dialogue.expectFolder(prompt, path);
+    CommandContext context{fixture.session, fixture.selection, dialogue};
+
+    ::signal(SIGXFSZ, SIG_IGN);
+    rlimit old{};
+    getrlimit(RLIMIT_FSIZE, &old);
+    const rlimit small{50000, old.rlim_max}; // the file is cut in the middle
+    setrlimit(RLIMIT_FSIZE, &small);
+    backUpScripts(context);
+    setrlimit(RLIMIT_FSIZE, &old);
+
+    QCOMPARE(dialogue.told.size(), 1);
+    const QString &told = dialogue.told[0];
+    QVERIFY2(dialogue.isCritical && told.contains(path + "/b.table") &&
+                 told.contains(QRegularExpression(words)),
+             qPrintable(told));
+    QCOMPARE(bytesOf(full.filePath("b.table")), QByteArray("an older one"));
+    QCOMPARE(QDir(full.path()).entryList(QDir::Files | QDir::Hidden), QStringList("b.table"));
 }
 
 void ScriptBackupTest::nothingChosenEndsEarly()

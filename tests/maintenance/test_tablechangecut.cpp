@@ -1,6 +1,6 @@
-#include "cuttingproxy.h"
 #include "ddlclicks.h"
 #include "maintenance/tablechange.h"
+#include "support/cuttingproxy.h"
 
 #include <QRegularExpression>
 

@@ -103,20 +103,16 @@ void write(const QString &path, const QString &text)
 
 } // namespace
 
-TestServer::TestServer(const QStringList &moreOptions)
+TestServer::TestServer(const QStringList &moreOptions, Brand brand)
     : m_moreOptions(moreOptions)
+    , m_brand(brand)
     , m_port(freePort())
 {
     const QDir folder(m_folder.path());
-    runToEnd(QStringLiteral("cp"),
-             {QStringLiteral("-r"), templateFolder(), folder.filePath(QStringLiteral("data"))});
+    makeDataFolder();
+    writeInitFile();
     folder.mkdir(QStringLiteral("tmp"));
     folder.mkdir(QStringLiteral("odbc"));
-    write(folder.filePath(QStringLiteral("init.sql")),
-          QStringLiteral("CREATE USER IF NOT EXISTS demo@'%' IDENTIFIED BY 'demo';\n"
-                         "GRANT ALL PRIVILEGES ON *.* TO demo@'%' WITH GRANT OPTION;\n"
-                         "CREATE USER IF NOT EXISTS demo@localhost IDENTIFIED BY 'demo';\n"
-                         "GRANT ALL PRIVILEGES ON *.* TO demo@localhost WITH GRANT OPTION;\n"));
     write(folder.filePath(QStringLiteral("odbc/odbcinst.ini")),
           QStringLiteral("[MySQL ODBC 3.51 Driver]\nDriver=libmaodbc.so\n"
                          "[Other Driver]\nDriver=libmaodbc.so\n"
@@ -139,6 +135,24 @@ TestServer::~TestServer()
         resume();
         kill();
     }
+}
+
+void TestServer::makeDataFolder() const
+{
+    // MySQL 5.6 comes with a folder that is ready, system tables and all.
+    const QString ready =
+        m_brand == Brand::MySql56 ? mySql56Folder() + QStringLiteral("/data/mysql") : templateFolder();
+    runToEnd(QStringLiteral("cp"),
+             {QStringLiteral("-r"), ready, QDir(m_folder.path()).filePath(QStringLiteral("data"))});
+}
+
+// Run at each start. MySQL 5.6 knows no CREATE USER IF NOT EXISTS; a GRANT makes the account on both.
+void TestServer::writeInitFile() const
+{
+    write(m_folder.filePath(QStringLiteral("init.sql")),
+          QStringLiteral(
+              "GRANT ALL PRIVILEGES ON *.* TO demo@'%' IDENTIFIED BY 'demo' WITH GRANT OPTION;\n"
+              "GRANT ALL PRIVILEGES ON *.* TO demo@localhost IDENTIFIED BY 'demo' WITH GRANT OPTION;\n"));
 }
 
 QString TestServer::socketPath() const
@@ -172,7 +186,16 @@ void TestServer::start()
     m_process->setStandardOutputFile(folder + QStringLiteral("/server.log"), QIODevice::Append);
     // A test program that dies takes its server along.
     m_process->setChildProcessModifier([] { prctl(PR_SET_PDEATHSIG, SIGKILL); });
-    m_process->start(program(QStringLiteral("mariadbd")), options + m_moreOptions);
+    if (m_brand == Brand::MySql56) {
+        options << QStringLiteral("--lc-messages-dir=%1/share").arg(mySql56Folder())
+                << QStringLiteral("--character-sets-dir=%1/share/charsets").arg(mySql56Folder());
+        QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
+        environment.insert(QStringLiteral("LD_LIBRARY_PATH"), mySql56Folder());
+        m_process->setProcessEnvironment(environment);
+    }
+    m_process->start(m_brand == Brand::MySql56 ? mySql56Folder() + QStringLiteral("/mysqld")
+                                               : program(QStringLiteral("mariadbd")),
+                     options + m_moreOptions);
     QElapsedTimer clock;
     clock.start();
     while (!answers(m_port)) {

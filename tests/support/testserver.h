@@ -7,15 +7,20 @@
 
 #include <memory>
 
-// A private MariaDB server for one test program: own data folder, own temporary folder, a free port on
-// 127.0.0.1 only, a general log. The account "demo" with the password "demo" may do everything.
+// A private server for one test program: own data folder, own temporary folder, a free port on 127.0.0.1
+// only, a general log. The account "demo" with the password "demo" may do everything.
 // Ends with the object. A server that does not start ends the test program with a failure.
 class TestServer {
 public:
-    explicit TestServer(const QStringList &moreOptions = {});
+    enum class Brand { MariaDb, MySql56 };
+
+    explicit TestServer(const QStringList &moreOptions = {}, Brand brand = Brand::MariaDb);
     ~TestServer();
     TestServer(const TestServer &) = delete;
     TestServer &operator=(const TestServer &) = delete;
+
+    // The folder of the MySQL 5.6 that ./test has fetched; empty: there is none.
+    static QString mySql56Folder() { return qEnvironmentVariable("TARNWELL_MYSQL56"); }
 
     int port() const { return m_port; }
     QString socketPath() const;
@@ -37,10 +42,13 @@ public:
     void resume(); // SIGCONT
 
 private:
+    void makeDataFolder() const;
+    void writeInitFile() const;
     QString clientString(const QString &driver, const QString &database, const QString &host) const;
 
     QTemporaryDir m_folder;
     QStringList m_moreOptions;
+    Brand m_brand;
     int m_port = 0;
     qint64 m_logRead = 0;
     std::unique_ptr<QProcess> m_process;

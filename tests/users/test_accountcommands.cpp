@@ -267,7 +267,9 @@ void AccountCommandsTest::failedChangePutsBackWhatWasTaken()
     stage.dialogue.expectConfirm(QStringLiteral("ﾕｰｻﾞｰ権限を変更します。"), Icon::Information, true);
     stage.dialogue.expectRefuse(QStringLiteral("no"));
     QVERIFY(changeAccount(stage.session, stage.dialogue, form) == Refresh::Nothing);
-    QTEST(stage.script.sent.mid(failing + 1), "after");
+    // What it asks the server for on top only serves its words.
+    QTEST(stage.script.sent.mid(failing + 1).filter(QRegularExpression(QStringLiteral("^(?!select)"))),
+          "after");
 }
 
 void AccountCommandsTest::hiddenRightsComeBackAfterAChange()
@@ -298,7 +300,7 @@ void AccountCommandsTest::aRefusedHiddenRightDoesNotCostTheOthers()
     stage.dialogue.expectConfirm(QStringLiteral("ﾕｰｻﾞｰ権限を変更します。"), Icon::Information, true);
     stage.dialogue.expectRefuse(QStringLiteral("not registered"));
     changeAccount(stage.session, stage.dialogue, plainForm());
-    QCOMPARE(stage.script.sent.last(2),
+    QCOMPARE(stage.script.sent.last(3).first(2),
              (QStringList{QStringLiteral("GRANT EVENT ON *.* TO 'u'@\"h\""), flush}));
 }
 

@@ -2,6 +2,7 @@
 #include "users/databasegrants.h"
 #include "users/tablegrants.h"
 
+#include <QRegularExpression>
 #include <QTest>
 
 namespace {
@@ -148,7 +149,8 @@ void GrantsTest::failedDatabaseChangeKeepsHiddenRights()
     stage.dialogue.expectRefuse(QStringLiteral("no"));
     QVERIFY(changeDatabaseGrant(stage.session, stage.dialogue, databaseForm()) == Refresh::Nothing);
     const QStringList back{QStringLiteral("GRANT EVENT ON `d1`.* TO 'u'@\"h\""), flush};
-    QCOMPARE(stage.script.sent.mid(failing + 1), isTaken ? back : QStringList());
+    QCOMPARE(stage.script.sent.mid(failing + 1).filter(QRegularExpression(QStringLiteral("^(?!select)"))),
+             isTaken ? back : QStringList());
 }
 
 void GrantsTest::incompleteTableGrantsAreNotSent()
@@ -231,7 +233,8 @@ void GrantsTest::failedTableChangeKeepsHiddenRights()
     stage.dialogue.expectRefuse(QStringLiteral("no"));
     QVERIFY(changeTableGrant(stage.session, stage.dialogue, tableForm()) == Refresh::Nothing);
     const QStringList back{QStringLiteral("GRANT DROP ON `d1`.`t1` TO 'u'@\"h\" WITH GRANT OPTION"), flush};
-    QCOMPARE(stage.script.sent.mid(failing + 1), isTaken ? back : QStringList());
+    QCOMPARE(stage.script.sent.mid(failing + 1).filter(QRegularExpression(QStringLiteral("^(?!select)"))),
+             isTaken ? back : QStringList());
 }
 
 void GrantsTest::aTableGrantOptionAloneIsKept()

@@ -51,6 +51,9 @@ public:
         m_left = statement;
     }
     bool hasCut() const { return m_hasCut; }
+    // Breaks within what the server sends, after so many bytes from now on; below 0: not. Whoever connects
+    // afterwards gets through.
+    void cutAfter(qint64 bytes) { m_bytesLeft = bytes; }
 
 private:
     static sockaddr_in loopback(int port)
@@ -100,8 +103,13 @@ private:
         char bytes[65536];
         if (both[1].revents != 0) {
             const ssize_t count = read(server, bytes, sizeof bytes);
-            if (count <= 0 || m_swallows || write(client, bytes, static_cast<std::size_t>(count)) != count)
+            if (count <= 0 || m_swallows)
                 return cut();
+            const ssize_t passed = m_bytesLeft < 0 ? count : std::min<qint64>(count, m_bytesLeft);
+            if (write(client, bytes, static_cast<std::size_t>(passed)) != passed)
+                return cut();
+            if (m_bytesLeft >= 0 && (m_bytesLeft -= passed) == 0)
+                return false;
         }
         if (both[0].revents == 0)
             return true;
@@ -147,6 +155,7 @@ private:
     bool m_swallows = false;
     std::atomic<int> m_left = -2; // statements until the cut; below 0: none is due
     std::atomic<Cut> m_cut = Cut::Request;
+    std::atomic<qint64> m_bytesLeft = -1;
     std::atomic<bool> m_mayReturn = true, m_hasCut = false, m_ends = false;
     std::thread m_thread;
 };

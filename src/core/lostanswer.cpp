@@ -1,4 +1,4 @@
-#include "maintenance/lostanswer.h"
+#include "core/lostanswer.h"
 
 #include "core/basconnection.h"
 
@@ -13,7 +13,8 @@ void reconnect(Session &session)
 {
     auto connection = session.makeConnection(connectionStringOf(session));
     connection->open();
-    connection->execute(QStringLiteral("use `") + session.gDbName + u'`');
+    if (!session.gDbName.isEmpty())
+        connection->execute(QStringLiteral("use `") + session.gDbName + u'`');
     session.gRs.close();
     session.gCn = std::move(connection);
 }

@@ -1,0 +1,53 @@
+#pragma once
+
+#include "controls/filebox.h"
+#include "controls/folderbox.h"
+
+#include <QApplication>
+#include <QFileDialog>
+#include <QLineEdit>
+#include <QMessageBox>
+#include <QPushButton>
+#include <QTimer>
+
+// Says yes to everything, whatever is asked, and chooses the folder wherever one is to be chosen.
+class YesToAll : public QObject {
+public:
+    explicit YesToAll(QString path = {})
+        : folder(std::move(path))
+    {
+        look();
+    }
+    QString folder;
+    QString typed; // into the one line of a dialog
+
+private:
+    void look()
+    {
+        QTimer::singleShot(1, this, &YesToAll::look);
+        auto *dialog = qobject_cast<QDialog *>(QApplication::activeModalWidget());
+        if (!dialog || dialog->property("isBeingUsed").toBool())
+            return;
+        dialog->setProperty("isBeingUsed", true);
+        if (auto *box = qobject_cast<QMessageBox *>(dialog)) {
+            auto *yes = box->button(QMessageBox::Yes);
+            (yes ? yes : box->button(QMessageBox::Ok))->click();
+        } else if (auto *files = qobject_cast<QFileDialog *>(dialog)) {
+            files->findChild<QLineEdit *>(QStringLiteral("fileNameEdit"))->setText(folder);
+            QMetaObject::invokeMethod(files, "accept");
+        } else {
+            use(*dialog);
+        }
+    }
+    void use(QDialog &dialog)
+    {
+        if (auto *folders = dialog.findChild<FolderBox *>(QStringLiteral("Dir1"))) {
+            folders->setPath(folder);
+            dialog.findChild<FileBox *>(QStringLiteral("File1"))->selectAll();
+        } else if (auto *line = dialog.findChild<QLineEdit *>()) {
+            line->setText(typed);
+        }
+        dialog.findChild<QPushButton *>(QStringLiteral("cmdOk"))->click();
+        dialog.reject();
+    }
+};
