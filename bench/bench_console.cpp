@@ -8,13 +8,15 @@
 #include "core/basconnection.h"
 #include "core/connect.h"
 #include "measurement.h"
+#include "peers.h"
+#include "table.h"
 
 #include <QApplication>
 #include <QElapsedTimer>
-#include <QProcess>
-#include <QStandardPaths>
+#include <QTemporaryDir>
 #include <QTimer>
 
+#include <algorithm>
 #include <cstdio>
 
 namespace {
@@ -157,38 +159,30 @@ int doOneJob(const QStringList &arguments)
                              : QStringLiteral("select t.* from rows_of_text t, seq_1_to_") + arguments[6];
     if (job == u"stop") {
         Measurement figures;
-        figures.seconds = static_cast<double>(timeToStop(console, statement, 1000000)) / 1000;
+        figures.seconds = static_cast<double>(timeToStop(console, statement, rowCount())) / 1000;
         print(figures);
         return 0;
     }
     stalls.restart();
     Measurement figures = measure([&] { console.run(statement, job == u"file-only"); });
-    if (console.control<QLabel>("lblRecordCount").text().toInt() < 1000000) {
+    if (console.control<QLabel>("lblRecordCount").text().toInt() < rowCount()) {
         std::fprintf(stderr, "rows are missing: %s\n", qPrintable(console.dialogue().told));
         return 1;
     }
-    if (job == u"stall")
-        figures.seconds = static_cast<double>(stalls.longest()) / 1000;
+    figures.stallMilliseconds = static_cast<double>(stalls.longest());
     print(figures);
     return 0;
 }
 
-double secondsOfClient(const QString &program, const QStringList &arguments, const QString &input,
-                       const QString &output)
+// A data source names no database.
+QString peerStatement()
 {
-    QProcess process;
-    process.setStandardOutputFile(output);
-    process.setStandardErrorFile(QProcess::nullDevice());
-    QElapsedTimer clock;
-    clock.start();
-    process.start(program, arguments);
-    process.write(input.toUtf8());
-    process.closeWriteChannel();
-    if (!process.waitForFinished(600000) || process.exitCode() != 0) {
-        std::fprintf(stderr, "failed: %s\n", qPrintable(program));
-        std::exit(1);
-    }
-    return static_cast<double>(clock.nsecsElapsed()) / 1e9;
+    return QStringLiteral("select * from bench.rows_of_text");
+}
+
+QString asMilliseconds(double seconds)
+{
+    return QStringLiteral("%1 ms").arg(seconds * 1000, 0, 'f', 0);
 }
 
 class Comparison {
@@ -198,13 +192,12 @@ public:
     {
     }
 
-    void compareDriver(const QString &driver);
-    void compareClients();
+    void compareFileOnly(const QString &driver);
+    void compareViews(const QString &driver);
+    void compareStop(const QString &driver);
     bool isWithin() const { return m_isWithin; }
 
 private:
-    static constexpr int runs = 5;
-
     Measurement once(const QString &driver, const QString &job, int times = 1)
     {
         const QString string = driver == u"native" ? m_server.nativeString(benchDatabase())
@@ -212,77 +205,79 @@ private:
         return measureElsewhere(
             {driver, job, string, QString::number(m_server.port()), m_folder.path(), QString::number(times)});
     }
-    void say(const QString &what, double figure, double bound)
+    void finish(const TableLine &line)
     {
-        const bool isGood = figure <= bound;
-        m_isWithin &= isGood;
-        std::printf("  %-44s %8.3f  bound %8.3f%s\n", qPrintable(what), figure, bound,
-                    isGood ? "" : "  BEYOND");
-        std::fflush(stdout);
+        m_isWithin &= line.isWithin;
+        print(line);
+    }
+    void addStall(TableLine &line, const Measurement &ours) const
+    {
+        line.stall = asMilliseconds(ours.stallMilliseconds / 1000);
+        line.isWithin &= ours.stallMilliseconds <= 50;
     }
 
     TestServer &m_server;
     QTemporaryDir m_folder;
-    double m_fileOnly = 0; // seconds, built in
+    const QString m_rows = QStringLiteral("%L1 rows into ").arg(rowCount());
     bool m_isWithin = true;
 };
 
-void Comparison::compareDriver(const QString &driver)
+void Comparison::compareFileOnly(const QString &driver)
 {
-    std::vector<Measurement> bareFile, fileOnly, bare, views;
-    for (int run = 0; run < runs; ++run) {
-        bareFile.push_back(once(driver, QStringLiteral("bare-file")));
-        fileOnly.push_back(once(driver, QStringLiteral("file-only")));
-        bare.push_back(once(driver, QStringLiteral("bare")));
-        views.push_back(once(driver, QStringLiteral("views")));
+    std::vector<Measurement> bare, ours;
+    for (int run = 0; run < runs(); ++run) {
+        bare.push_back(once(driver, QStringLiteral("bare-file")));
+        ours.push_back(once(driver, QStringLiteral("file-only")));
     }
-    const Measurement file = median(fileOnly), view = median(views);
-    std::printf("%s: bare loop %.3f s, with fwrite %.3f s; file only %.3f s; grid and text %.3f s\n",
-                qPrintable(driver), median(bare).seconds, median(bareFile).seconds, file.seconds,
-                view.seconds);
-    say(QStringLiteral("file only / bare loop with fwrite"), file.seconds / median(bareFile).seconds, 1.2);
-    say(QStringLiteral("grid and text / bare loop"), view.seconds / median(bare).seconds, 2.0);
-    say(QStringLiteral("longest stall, s"), once(driver, QStringLiteral("stall")).seconds, 0.05);
-    say(QStringLiteral("stop to message, s"), once(driver, QStringLiteral("stop")).seconds, 0.2);
+    TableLine line = comparedLine(m_rows + QStringLiteral("the file"), driver, bare, ours, 1.2);
+    addStall(line, median(ours));
     // The ODBC driver holds the whole result itself: that is no memory of the console.
     if (driver != u"native")
-        return;
-    m_fileOnly = file.seconds;
+        return finish(line);
+    const QMap<QString, double> peers = peerSeconds(m_server, {peerStatement()}, Shown::AsLines);
+    for (auto peer = peers.begin(); peer != peers.end(); ++peer) {
+        line.peers[peer.key()] = asSeconds(peer.value());
+        line.isWithin &= median(ours).seconds <= peer.value();
+    }
     const Measurement fourfold = once(driver, QStringLiteral("file-only"), 4);
-    const double textMegabytes =
-        static_cast<double>(QFileInfo(m_folder.filePath(QStringLiteral("bare.txt"))).size()) / (1 << 20);
-    say(QStringLiteral("file only, 1 million rows, MB over idle"), file.peakMegabytes - file.idleMegabytes,
-        40);
-    say(QStringLiteral("file only, 4 million rows, MB over idle"),
-        fourfold.peakMegabytes - fourfold.idleMegabytes, 40);
-    say(QStringLiteral("grid and text, MB over idle / MB of text"),
-        (view.peakMegabytes - view.idleMegabytes) / textMegabytes, 3.0);
+    const double more = fourfold.peakMegabytes - fourfold.idleMegabytes;
+    line.memory += QStringLiteral(", 4x: ") + asMegabytes(more);
+    line.isWithin &= std::max(more, median(ours).peakMegabytes - median(ours).idleMegabytes) <= 40;
+    finish(line);
 }
 
-void Comparison::compareClients()
+void Comparison::compareViews(const QString &driver)
 {
-    const QString output = m_folder.filePath(QStringLiteral("client.txt"));
-    const QString statement = QStringLiteral("select * from bench.rows_of_text\n");
-    const QStringList options{
-        QStringLiteral("--no-defaults"), QStringLiteral("-S"),
-        m_server.socketPath(),           QStringLiteral("-udemo"),
-        QStringLiteral("-pdemo"),        QStringLiteral("--default-character-set=utf8mb4"),
-        QStringLiteral("--batch")};
-    const auto compare = [&](const QString &program, const QStringList &arguments) {
-        if (QStandardPaths::findExecutable(program).isEmpty()) {
-            std::printf("  %s is not installed: not compared\n", qPrintable(program));
-            return;
-        }
-        std::vector<Measurement> times;
-        for (int run = 0; run < 3; ++run)
-            times.push_back({secondsOfClient(program, arguments, statement, output), 0, 0});
-        say(QStringLiteral("file only, s; bound: ") + program + u' ' + arguments.last(), m_fileOnly,
-            median(times).seconds);
-    };
-    compare(QStringLiteral("mariadb"), options);
-    compare(QStringLiteral("mariadb"), options + QStringList{QStringLiteral("--quick")});
-    compare(QStringLiteral("isql"), {QStringLiteral("demo"), QStringLiteral("demo"), QStringLiteral("demo"),
-                                     QStringLiteral("-d\t"), QStringLiteral("-b")});
+    std::vector<Measurement> bare, ours;
+    for (int run = 0; run < runs(); ++run) {
+        bare.push_back(once(driver, QStringLiteral("bare")));
+        ours.push_back(once(driver, QStringLiteral("views")));
+    }
+    TableLine line = comparedLine(m_rows + QStringLiteral("grid and text"), driver, bare, ours, 2.0);
+    addStall(line, median(ours));
+    if (driver == u"native") {
+        const double text =
+            static_cast<double>(QFileInfo(m_folder.filePath(QStringLiteral("bare.txt"))).size()) / (1 << 20);
+        const double ratio = (median(ours).peakMegabytes - median(ours).idleMegabytes) / text;
+        line.memory += QStringLiteral(", %1 x").arg(ratio, 0, 'f', 1);
+        line.isWithin &= ratio <= 3.0;
+        const QMap<QString, double> peers = peerSeconds(m_server, {peerStatement()}, Shown::AsTable);
+        for (auto peer = peers.begin(); peer != peers.end(); ++peer)
+            line.peers[peer.key()] = asSeconds(peer.value());
+    }
+    finish(line);
+}
+
+void Comparison::compareStop(const QString &driver)
+{
+    const double seconds = once(driver, QStringLiteral("stop")).seconds;
+    TableLine line;
+    line.job = QStringLiteral("stop to message, rows arriving");
+    line.connection = driver;
+    line.ours = asMilliseconds(seconds);
+    line.bound = QStringLiteral("200 ms");
+    line.isWithin = seconds <= 0.2;
+    finish(line);
 }
 
 } // namespace
@@ -295,11 +290,14 @@ int main(int argc, char *argv[])
     if (QCoreApplication::arguments().size() == 7)
         return doOneJob(QCoreApplication::arguments());
     TestServer server;
-    makeBenchTable(server);
+    makeBenchTable(server, rowCount());
     Comparison comparison(server);
-    comparison.compareDriver(QStringLiteral("native"));
-    comparison.compareClients();
-    comparison.compareDriver(QStringLiteral("odbc"));
-    std::puts(comparison.isWithin() ? "within the bounds" : "BEYOND A BOUND");
+    const QStringList drivers{QStringLiteral("native"), QStringLiteral("odbc")};
+    for (const QString &driver : drivers)
+        comparison.compareFileOnly(driver);
+    for (const QString &driver : drivers)
+        comparison.compareViews(driver);
+    for (const QString &driver : drivers)
+        comparison.compareStop(driver);
     return comparison.isWithin() ? 0 : 1;
 }

@@ -6,29 +6,36 @@
 #include "controls/windowpump.h"
 #include "core/connect.h"
 #include "measurement.h"
+#include "peers.h"
+#include "table.h"
 
 #include <QApplication>
 #include <QElapsedTimer>
+#include <QFile>
 #include <QTemporaryDir>
+#include <QTemporaryFile>
 #include <QTimer>
 
+#include <algorithm>
 #include <cstdio>
 #include <unistd.h>
+#include <utility>
 
 namespace {
 
-constexpr int runs = 5;
-
 struct Job {
-    QString name, database;
+    QString name, title, database;
     int tables;               // 0: the data viewer
     double factor, allowance; // seconds on top
 };
 
 const std::vector<Job> jobs{
-    {QStringLiteral("viewer-10000"), benchDatabase(), 0, 1.5, 0.020},
-    {QStringLiteral("listing-1000"), QStringLiteral("thousand"), 1000, 1.25, 0},
-    {QStringLiteral("listing-10000"), QStringLiteral("tenthousand"), 10000, 1.25, 0},
+    {QStringLiteral("viewer"), QStringLiteral("first 10,000 rows of a table"), benchDatabase(), 0, 1.5,
+     0.020},
+    {QStringLiteral("listing-1000"), QStringLiteral("listing 1,000 tables"), QStringLiteral("thousand"), 1000,
+     1.25, 0},
+    {QStringLiteral("listing-10000"), QStringLiteral("listing 10,000 tables"), QStringLiteral("tenthousand"),
+     10000, 1.25, 0},
 };
 
 QString viewerStatement()
@@ -36,22 +43,32 @@ QString viewerStatement()
     return QStringLiteral("select * from `bench`.rows_of_text limit 10000 ;");
 }
 
-QStringList listingStatements(const Job &job)
+// What the window sends, in its order: tables that come in another order fare otherwise in the server's
+// caches.
+QStringList listingStatements(const TestServer &server, const Job &job)
 {
-    QStringList statements{QStringLiteral("show tables from `%1`;").arg(job.database)};
-    for (int i = 1; i <= job.tables; ++i)
-        statements << QStringLiteral("show create table `%1`.t%2").arg(job.database).arg(i);
+    const QString list = QStringLiteral("show tables from `%1`;").arg(job.database);
+    QStringList statements{list};
+    for (const QString &name : server.run(list).split(u'\n', Qt::SkipEmptyParts))
+        statements << QStringLiteral("show create table `%1`.%2;").arg(job.database, name);
     return statements << QStringLiteral("show procedure status ;") << QStringLiteral("show function status")
                       << QStringLiteral("show table status from `%1` ;").arg(job.database);
 }
 
-void makeTables(TestServer &server, const Job &job)
+// All of them stay open in the server: otherwise its opening of tables is what would be measured, which takes
+// 30 times as long as the answer. A kind of table without files, because MyISAM takes two files a table, more
+// than a process may have open on many machines; for that reason the server also cuts the size of its cache
+// when it is named at the start.
+void makeTables(const TestServer &server, const Job &job)
 {
-    QString text = QStringLiteral("create database %1; use %1;").arg(job.database);
-    for (int i = 1; i <= job.tables; ++i)
+    server.run(QStringLiteral("set global table_open_cache = 12000; create database %1").arg(job.database));
+    QString text;
+    for (int i = 1; i <= job.tables; ++i) {
         text +=
-            QStringLiteral("create table t%1 (id int primary key, name varchar(40)) engine=myisam;").arg(i);
-    server.run(text);
+            QStringLiteral("create table t%1 (id int primary key, name varchar(40)) engine=memory;").arg(i);
+        if (i % 1000 == 0)
+            server.run(std::exchange(text, {}), job.database);
+    }
 }
 
 void choose(ChosenList &list, const QString &text)
@@ -93,21 +110,22 @@ private:
     std::unique_ptr<frmTarnwell> m_window;
 };
 
-double longestStall = 0;
-
 // Times the click alone. The first stall ends where the click begins.
 Measurement timed(const std::function<void()> &click)
 {
+    double longest = 0;
     QElapsedTimer clock;
     QTimer timer;
-    timer.callOnTimeout([&clock] {
-        longestStall = std::max(longestStall, double(clock.nsecsElapsed()) / 1e6);
+    const auto comeRound = [&] {
+        longest = std::max(longest, static_cast<double>(clock.nsecsElapsed()) / 1e6);
         clock.start();
-    });
+    };
+    timer.callOnTimeout(comeRound);
     clock.start();
     timer.start(1);
-    const Measurement measurement = measure(click);
-    longestStall = std::max(longestStall, double(clock.nsecsElapsed()) / 1e6);
+    Measurement measurement = measure(click);
+    comeRound();
+    measurement.stallMilliseconds = longest;
     return measurement;
 }
 
@@ -132,7 +150,15 @@ Measurement inTheWindow(const Job &job, const QString &driver, int port)
     return result;
 }
 
-// "viewer-10000 native bare <connection string> <port>": one job in this process.
+QStringList linesOf(const QString &path)
+{
+    QFile file(path);
+    if (!file.open(QIODevice::ReadOnly))
+        qFatal("%s: %s", qPrintable(path), qPrintable(file.errorString()));
+    return QString::fromUtf8(file.readAll()).split(u'\n', Qt::SkipEmptyParts);
+}
+
+// "viewer native bare <connection string> <port> <file of statements>": one job in this process.
 int doOneJob(const QStringList &arguments)
 {
     const Job &job =
@@ -140,8 +166,7 @@ int doOneJob(const QStringList &arguments)
     const bool isNative = arguments[2] == u"native";
     const int port = arguments[5].toInt();
     if (arguments[3] == u"bare") {
-        const QStringList statements =
-            job.tables > 0 ? listingStatements(job) : QStringList{viewerStatement()};
+        const QStringList statements = linesOf(arguments[6]);
         double seconds = 0;
         Measurement result = measure([&] {
             seconds = isNative ? BareNative::secondsFor(port, statements)
@@ -152,7 +177,6 @@ int doOneJob(const QStringList &arguments)
     } else {
         print(
             inTheWindow(job, isNative ? nativeDriverName() : QStringLiteral("MySQL ODBC 3.51 Driver"), port));
-        std::fprintf(stderr, "stall %.0f ms\n", longestStall);
     }
     return 0;
 }
@@ -161,20 +185,33 @@ bool compare(const TestServer &server, const QString &driver, const Job &job)
 {
     const QString string = driver == u"native" ? server.nativeString() : server.odbcString();
     const QString port = QString::number(server.port());
+    QTemporaryFile statements;
+    statements.open();
+    const QStringList texts =
+        job.tables > 0 ? listingStatements(server, job) : QStringList{viewerStatement()};
+    statements.write(texts.join(u'\n').toUtf8());
+    statements.close();
+    // The server opens the tables now, and not in the first run.
+    measureElsewhere({job.name, driver, QStringLiteral("bare"), string, port, statements.fileName()});
     std::vector<Measurement> bare, window;
-    for (int run = 0; run < runs; ++run) {
-        bare.push_back(measureElsewhere({job.name, driver, QStringLiteral("bare"), string, port}));
-        window.push_back(measureElsewhere({job.name, driver, QStringLiteral("window"), string, port}));
+    for (int run = 0; run < runs(); ++run) {
+        bare.push_back(measureElsewhere(
+            {job.name, driver, QStringLiteral("bare"), string, port, statements.fileName()}));
+        window.push_back(measureElsewhere(
+            {job.name, driver, QStringLiteral("window"), string, port, statements.fileName()}));
     }
-    const Measurement least = median(bare), ours = median(window);
-    const double bound = least.seconds * job.factor + job.allowance;
-    std::printf(
-        "%-13s %-7s bare %.3f s   window %.3f s, %5.1f MB over idle   ratio %.2f (at most %.3f s)%s\n",
-        qPrintable(job.name), qPrintable(driver), least.seconds, ours.seconds,
-        ours.peakMegabytes - ours.idleMegabytes, ours.seconds / least.seconds, bound,
-        ours.seconds <= bound ? "" : "  BEYOND");
-    std::fflush(stdout);
-    return ours.seconds <= bound;
+    TableLine line = comparedLine(job.title, driver, bare, window, job.factor, job.allowance);
+    const double stall = median(window).stallMilliseconds;
+    line.stall = QStringLiteral("%1 ms").arg(stall, 0, 'f', 0);
+    line.isWithin &= stall <= 50;
+    if (driver == u"native") {
+        const QMap<QString, double> peers =
+            peerSeconds(server, texts, job.tables > 0 ? Shown::AsLines : Shown::AsTable);
+        for (auto peer = peers.begin(); peer != peers.end(); ++peer)
+            line.peers[peer.key()] = asSeconds(peer.value());
+    }
+    print(line);
+    return line.isWithin;
 }
 
 } // namespace
@@ -184,12 +221,9 @@ int main(int argc, char *argv[])
     if (!qEnvironmentVariableIsSet("QT_QPA_PLATFORM"))
         qputenv("QT_QPA_PLATFORM", "offscreen");
     const QApplication application(argc, argv);
-    if (QCoreApplication::arguments().size() == 6)
+    if (QCoreApplication::arguments().size() == 7)
         return doOneJob(QCoreApplication::arguments());
-    // Tables that the server need not open anew: else its cache is what is measured.
-    TestServer server({QStringLiteral("--table-open-cache=12000"),
-                       QStringLiteral("--table-definition-cache=12000"),
-                       QStringLiteral("--open-files-limit=40000")});
+    TestServer server({QStringLiteral("--table-definition-cache=12000")});
     makeBenchTable(server, 20000);
     bool isWithin = true;
     for (const Job &job : jobs) {
@@ -198,6 +232,5 @@ int main(int argc, char *argv[])
         for (const QString &driver : {QStringLiteral("native"), QStringLiteral("odbc")})
             isWithin &= compare(server, driver, job);
     }
-    std::puts(isWithin ? "within the bounds" : "BEYOND A BOUND");
     return isWithin ? 0 : 1;
 }

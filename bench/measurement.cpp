@@ -30,6 +30,16 @@ double middle(std::vector<double> values)
 
 } // namespace
 
+int runs()
+{
+    return qEnvironmentVariableIsSet("TARNWELL_BENCH_QUICK") ? 1 : 5;
+}
+
+int rowCount()
+{
+    return qEnvironmentVariableIsSet("TARNWELL_BENCH_QUICK") ? 100000 : 1000000;
+}
+
 Measurement measure(const std::function<void()> &job)
 {
     Measurement result;
@@ -53,13 +63,14 @@ Measurement measureElsewhere(const QStringList &arguments)
         std::exit(1);
     }
     const QList<QByteArray> figures = process.readAllStandardOutput().simplified().split(' ');
-    return {figures.value(0).toDouble(), figures.value(1).toDouble(), figures.value(2).toDouble()};
+    return {figures.value(0).toDouble(), figures.value(1).toDouble(), figures.value(2).toDouble(),
+            figures.value(3).toDouble()};
 }
 
 void print(const Measurement &measurement)
 {
-    std::printf("%.6f %.3f %.3f\n", measurement.seconds, measurement.idleMegabytes,
-                measurement.peakMegabytes);
+    std::printf("%.6f %.3f %.3f %.1f\n", measurement.seconds, measurement.idleMegabytes,
+                measurement.peakMegabytes, measurement.stallMilliseconds);
 }
 
 Measurement median(const std::vector<Measurement> &runs)
@@ -70,5 +81,6 @@ Measurement median(const std::vector<Measurement> &runs)
             values.push_back(run.*figure);
         return middle(values);
     };
-    return {of(&Measurement::seconds), of(&Measurement::idleMegabytes), of(&Measurement::peakMegabytes)};
+    return {of(&Measurement::seconds), of(&Measurement::idleMegabytes), of(&Measurement::peakMegabytes),
+            of(&Measurement::stallMilliseconds)};
 }

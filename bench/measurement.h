@@ -11,7 +11,12 @@ struct Measurement {
     double seconds = 0;
     double idleMegabytes = 0;
     double peakMegabytes = 0;
+    double stallMilliseconds = 0; // the longest time for which the event loop did not come round
 };
+
+// TARNWELL_BENCH_QUICK: one run with a tenth of the rows, for a look at a change.
+int runs();
+int rowCount();
 
 // Does the job in this process.
 Measurement measure(const std::function<void()> &job);

@@ -97,8 +97,17 @@ void SqlTextBox::colour()
     colourSql(*this);
 }
 
+// The first measuring of a digit loads the editor's fonts, which the program's start need not wait for.
+void SqlTextBox::showEvent(QShowEvent *event)
+{
+    QsciScintilla::showEvent(event);
+    fitLineNumbers();
+}
+
 void SqlTextBox::fitLineNumbers()
 {
+    if (!isVisible())
+        return;
     setMarginWidth(0, m_hasLineNumbers ? QStringLiteral("0%1").arg(lines()) : QString());
     if (!m_hasLineNumbers)
         setMarginWidth(0, 0);

@@ -18,6 +18,7 @@ public:
     void setReadOnly(bool isReadOnly) override;
 
 protected:
+    void showEvent(QShowEvent *event) override;
     void changeEvent(QEvent *event) override;
     void keyPressEvent(QKeyEvent *event) override;
     QVariant inputMethodQuery(Qt::InputMethodQuery query) const override;

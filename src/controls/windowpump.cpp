@@ -8,13 +8,14 @@
 #include <QMouseEvent>
 #include <QSplitterHandle>
 
+#include <algorithm>
+
 namespace {
 
 constexpr char stopProperty[] = "stopsRunningCommand";
 
 // Statements shorter than this never pay for the event loop.
 constexpr std::chrono::milliseconds sleepFirst(15);
-constexpr int yieldEvery = 10;
 
 bool isInput(QEvent::Type type)
 {
@@ -151,8 +152,10 @@ void setStopsRunningCommand(QWidget *button, bool isOn)
 
 void Yield::operator()()
 {
-    if (m_clock.elapsed() < yieldEvery)
+    if (!isDue())
         return;
-    QCoreApplication::processEvents();
     m_clock.restart();
+    QCoreApplication::processEvents();
+    const qint64 spent = m_clock.restart();
+    m_interval = std::clamp(10 * spent, shortest, std::max(shortest, longestRound - spent));
 }

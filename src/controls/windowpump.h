@@ -41,14 +41,18 @@ private:
 // Marks a button as one that stops the running command (see WindowPump), or takes the mark away.
 void setStopsRunningCommand(QWidget *button, bool isOn);
 
-// Lets all window events run, at most once every 10 ms: called after each row of a long read.
+// Lets all window events run now and then: called after each row of a long read. Every 10 ms, or less often
+// where the windows need long for it, so that the read keeps most of the time.
 class Yield {
 public:
     Yield() { m_clock.start(); }
     // The next call will run events: the moment to bring counters up to date.
-    bool isDue() const { return m_clock.elapsed() >= 10; }
+    bool isDue() const { return m_clock.elapsed() >= m_interval; }
     void operator()();
 
 private:
+    static constexpr qint64 shortest = 10, longestRound = 25; // milliseconds; a round includes the events
+
     QElapsedTimer m_clock;
+    qint64 m_interval = shortest;
 };

@@ -18,14 +18,16 @@ void Completion::finish()
 
 bool Completion::isFinished() const
 {
-    const std::lock_guard lock(m_mutex);
-    return m_isFinished;
+    if (!m_isFinished) // asked often by those who wait: they shall not stand in the way of finish()
+        return false;
+    const std::lock_guard lock(m_mutex); // finish() may still be at it
+    return true;
 }
 
 bool Completion::waitFor(std::chrono::milliseconds time)
 {
     std::unique_lock lock(m_mutex);
-    return m_changed.wait_for(lock, time, [this] { return m_isFinished; });
+    return m_changed.wait_for(lock, time, [this] { return m_isFinished.load(); });
 }
 
 void BlockingPump::wait(Completion &completion)

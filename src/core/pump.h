@@ -1,5 +1,6 @@
 #pragma once
 
+#include <atomic>
 #include <chrono>
 #include <condition_variable>
 #include <mutex>
@@ -16,7 +17,7 @@ public:
 private:
     mutable std::mutex m_mutex;
     std::condition_variable m_changed;
-    bool m_isFinished = false;
+    std::atomic<bool> m_isFinished = false;
 };
 
 // How the thread of the windows spends the time while a worker is busy with the server.

@@ -43,6 +43,7 @@ std::shared_ptr<Job> WorkerThread::post(Work work, RowBlock spare)
         return job;
     }
     m_jobs.push_back(job);
+    m_hasNews = true;
     m_changed.notify_all();
     return job;
 }
@@ -77,21 +78,16 @@ void WorkerThread::perform(Job &job, Results &results)
     finish(job, std::move(answer));
 }
 
-bool WorkerThread::hasNews() const
-{
-    const std::lock_guard lock(m_mutex);
-    return !m_jobs.empty() || m_isLeaving;
-}
-
 std::shared_ptr<Job> WorkerThread::nextJob()
 {
-    isSoon([this] { return hasNews(); });
+    isSoon([this] { return m_hasNews.load(std::memory_order_relaxed); });
     std::unique_lock lock(m_mutex);
     m_changed.wait(lock, [this] { return !m_jobs.empty() || m_isLeaving; });
     if (m_isLeaving)
         return nullptr;
     m_current = std::move(m_jobs.front());
     m_jobs.pop_front();
+    m_hasNews = !m_jobs.empty();
     return m_current;
 }
 

@@ -3,6 +3,7 @@
 #include "core/pump.h"
 #include "core/workerdriver.h"
 
+#include <atomic>
 #include <chrono>
 #include <condition_variable>
 #include <deque>
@@ -37,7 +38,8 @@ struct Job {
 };
 
 // Asks again and again for a moment before a thread goes to sleep: putting it to sleep and waking it would
-// cost more than most statements take.
+// cost more than most statements take. It yields each time, because the server itself may need this
+// processor.
 template <typename IsReached>
 bool isSoon(IsReached isReached)
 {
@@ -74,7 +76,6 @@ private:
     void run();
     void perform(Job &job, Results &results);
     std::shared_ptr<Job> nextJob();
-    bool hasNews() const;
     void settle();
     void finish(Job &job, Answer answer);
     void failAll(const SqlError &error); // with m_mutex held
@@ -88,6 +89,7 @@ private:
     mutable std::mutex m_mutex;
     std::condition_variable m_changed;
     std::deque<std::shared_ptr<Job>> m_jobs;
+    std::atomic<bool> m_hasNews = false; // there are jobs; a hint that may be read without the mutex
     std::shared_ptr<Job> m_current;
     int m_interruptions = 0; // under way in other threads
     bool m_mustSettle = false;

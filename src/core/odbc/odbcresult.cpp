@@ -92,10 +92,10 @@ void OdbcResult::bind()
     SQLSetStmtAttrW(m_handle.get(), SQL_ATTR_ROWS_FETCHED_PTR, &m_rowsFetched, 0);
     for (std::size_t i = 0; i < m_columns.size(); ++i) {
         Column &column = m_columns[i];
-        column.bytes.resize(column.size * rows);
+        column.bytes = std::make_unique_for_overwrite<char[]>(column.size * rows);
         column.lengths.resize(rows);
         if (!SQL_SUCCEEDED(SQLBindCol(m_handle.get(), static_cast<SQLUSMALLINT>(i + 1), column.type,
-                                      column.bytes.data(), static_cast<SQLLEN>(column.size),
+                                      column.bytes.get(), static_cast<SQLLEN>(column.size),
                                       column.lengths.data())))
             throw odbcError(SQL_HANDLE_STMT, m_handle.get());
     }
@@ -168,7 +168,7 @@ void OdbcResult::addRow(RowBlock &block, std::size_t row)
             whole = longCell(i);
             bytes = whole;
         } else {
-            bytes = {column.bytes.data() + row * column.size, static_cast<std::size_t>(column.lengths[row])};
+            bytes = {column.bytes.get() + row * column.size, static_cast<std::size_t>(column.lengths[row])};
         }
         if (m_fields[i].kind == FieldKind::Binary)
             addBinaryCell(block, bytes);

@@ -3,6 +3,7 @@
 #include "core/odbc/odbcdriver.h"
 
 #include <deque>
+#include <memory>
 #include <optional>
 #include <string>
 
@@ -23,8 +24,8 @@ private:
     // One column's places in the bound block, one after the other.
     struct Column {
         SQLSMALLINT type = SQL_C_CHAR;
-        std::size_t size = 0; // of one place
-        std::vector<char> bytes;
+        std::size_t size = 0;          // of one place
+        std::unique_ptr<char[]> bytes; // not zeroed: it is large, and most results are small
         std::vector<SQLLEN> lengths;
         bool isCut(std::size_t row) const;
     };
