@@ -46,7 +46,7 @@ void DataViewer::cmdDataGet_Click()
     m_dialogue.setLastError({}, false);
     c.cmdDataGet->setText(QStringLiteral("停止"));
     setRunning(true);
-    setStopsRunningCommand(c.cmdDataGet, true);
+    setStopsRunningCommand(c.cmdDataGet, true, Qt::Key_F6);
     {
         const BusyPointer busy(m_dialogue);
         const RedrawOff redrawOff(*c.flGrid_Data);

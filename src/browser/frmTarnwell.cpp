@@ -140,7 +140,7 @@ void frmTarnwell::connectSignals()
         };
     };
     connect(c.cboDSNList, &QComboBox::currentTextChanged, this, &frmTarnwell::cboDSNList_Click);
-    setStopsRunningCommand(c.cmdClose, true);
+    setStopsRunningCommand(c.cmdClose, true, Qt::ALT | Qt::Key_D);
     connect(c.cmdConnect, &QPushButton::clicked, this, &frmTarnwell::cmdConnect_Click);
     connect(c.cmdClose, &QPushButton::clicked, this, &frmTarnwell::cmdClose_Click);
     connect(c.cmdEnd, &QPushButton::clicked, this, &QWidget::close);

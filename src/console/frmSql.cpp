@@ -95,7 +95,7 @@ frmSql::frmSql(Session &session, std::function<bool()> connect, std::unique_ptr<
     m_fonts->setObjectName(QStringLiteral("AutoResize1"));
     c.cmdStop->setEnabled(false);
     c.cmdStop->setCursor(Qt::ArrowCursor);
-    setStopsRunningCommand(c.cmdStop, true);
+    setStopsRunningCommand(c.cmdStop, true, Qt::SHIFT | Qt::Key_F5);
     setRunFlag(false);
     connectControls();
     addKeys();

@@ -13,6 +13,7 @@
 namespace {
 
 constexpr char stopProperty[] = "stopsRunningCommand";
+constexpr char keyProperty[] = "keyThatStops";
 
 // Statements shorter than this never pay for the event loop.
 constexpr std::chrono::milliseconds sleepFirst(15);
@@ -65,6 +66,19 @@ bool pressStopButton(QObject *watched, QEvent *event)
     if (event->type() == QEvent::KeyPress && !static_cast<QKeyEvent *>(event)->isAutoRepeat())
         button->click();
     return true;
+}
+
+// Shortcuts are held off like all that is typed, so that the key of a stop button comes along here.
+void clickButtonOfKey(QObject *watched, const QKeyEvent &event)
+{
+    const auto *widget = qobject_cast<QWidget *>(watched);
+    if (!widget || event.isAutoRepeat())
+        return;
+    const QKeySequence pressed(event.keyCombination());
+    for (QAbstractButton *button : widget->window()->findChildren<QAbstractButton *>())
+        if (button->property(stopProperty).toBool() &&
+            button->property(keyProperty).value<QKeySequence>() == pressed)
+            return button->click();
 }
 
 // A press from before the wait must not stay behind: the button comes up without a click, a drag ends.
@@ -125,6 +139,8 @@ bool WindowPump::eventFilter(QObject *watched, QEvent *event)
         return isKey && pressStopButton(watched, event);
     if (event->type() == QEvent::MouseButtonRelease && endsOlderPress(watched))
         return false;
+    if (event->type() == QEvent::KeyPress)
+        clickButtonOfKey(watched, *static_cast<QKeyEvent *>(event));
     event->setAccepted(event->type() != QEvent::DragEnter && event->type() != QEvent::DragMove &&
                        event->type() != QEvent::Drop);
     return true;
@@ -145,9 +161,10 @@ bool WindowPump::refusesClose(QObject *watched, QEvent *event)
     return true;
 }
 
-void setStopsRunningCommand(QWidget *button, bool isOn)
+void setStopsRunningCommand(QWidget *button, bool isOn, const QKeySequence &key)
 {
     button->setProperty(stopProperty, isOn);
+    button->setProperty(keyProperty, key);
 }
 
 void Yield::operator()()

@@ -3,6 +3,7 @@
 #include "core/pump.h"
 
 #include <QElapsedTimer>
+#include <QKeySequence>
 #include <QObject>
 
 #include <functional>
@@ -11,7 +12,8 @@
 class QWidget;
 
 // Keeps the windows alive while a worker waits for the server: painting, moving and resizing go on, what
-// the user types or clicks is thrown away, except for a button whose property "stopsRunningCommand" is true.
+// the user types or clicks is thrown away, except for a button whose property "stopsRunningCommand" is true
+// and for its key.
 class WindowPump : public QObject, public Pump {
     Q_OBJECT
 
@@ -38,8 +40,9 @@ private:
     bool m_isFlushing = false;
 };
 
-// Marks a button as one that stops the running command (see WindowPump), or takes the mark away.
-void setStopsRunningCommand(QWidget *button, bool isOn);
+// Marks a button as one that stops the running command (see WindowPump), or takes the mark away. The key
+// clicks it from anywhere in its window.
+void setStopsRunningCommand(QWidget *button, bool isOn, const QKeySequence &key = {});
 
 // Lets all window events run now and then: called after each row of a long read. Every 10 ms, or less often
 // where the windows need long for it, so that the read keeps most of the time.

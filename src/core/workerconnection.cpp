@@ -25,7 +25,7 @@ void WorkerConnection::Line::requireIdle() const
 Answer WorkerConnection::Line::wait(const std::shared_ptr<Job> &job)
 {
     waiting = job;
-    if (!isSoon([&job] { return job->done.isFinished(); }))
+    if (!shortWait.until([&job] { return job->done.isFinished(); }))
         pump.wait(job->done);
     waiting.reset();
     if (isLeft)

@@ -38,6 +38,7 @@ private:
         const std::shared_ptr<WorkerThread> worker;
         Pump &pump;
         std::shared_ptr<Job> waiting;
+        ShortWait shortWait;
         bool isOpen = false;
         bool isLeft = false; // by the connection
         int lastResult = 0;

@@ -80,7 +80,7 @@ void WorkerThread::perform(Job &job, Results &results)
 
 std::shared_ptr<Job> WorkerThread::nextJob()
 {
-    isSoon([this] { return m_hasNews.load(std::memory_order_relaxed); });
+    m_shortWait.until([this] { return m_hasNews.load(std::memory_order_relaxed); });
     std::unique_lock lock(m_mutex);
     m_changed.wait(lock, [this] { return !m_jobs.empty() || m_isLeaving; });
     if (m_isLeaving)

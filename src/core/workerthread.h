@@ -13,6 +13,7 @@
 #include <mutex>
 #include <optional>
 #include <thread>
+#include <utility>
 
 // What a job brought back; valid once the job is done.
 struct Answer {
@@ -37,20 +38,35 @@ struct Job {
     std::chrono::steady_clock::time_point stoppedAt{};
 };
 
-// Asks again and again for a moment before a thread goes to sleep: putting it to sleep and waking it would
-// cost more than most statements take. It yields each time, because the server itself may need this
-// processor.
-template <typename IsReached>
-bool isSoon(IsReached isReached)
-{
-    const auto end = std::chrono::steady_clock::now() + std::chrono::microseconds(100);
-    while (!isReached()) {
-        if (std::chrono::steady_clock::now() > end)
-            return false;
-        std::this_thread::yield();
+// Asks again and again for a moment before a thread goes to sleep: on an idle machine, putting it to sleep
+// and waking it costs more than most statements take. Where others want the processor, giving way costs a
+// whole turn of theirs: then the thread sleeps at once, for a while. For one thread.
+class ShortWait {
+public:
+    template <typename IsReached>
+    bool until(IsReached isReached)
+    {
+        using namespace std::chrono_literals;
+        auto now = std::chrono::steady_clock::now();
+        if (now < m_isCrowdedUntil)
+            return isReached();
+        const auto end = now + 100us;
+        while (!isReached()) {
+            if (now > end)
+                return false;
+            std::this_thread::yield();
+            const auto before = std::exchange(now, std::chrono::steady_clock::now());
+            if (now - before > 500us) {
+                m_isCrowdedUntil = now + 200ms;
+                return isReached();
+            }
+        }
+        return true;
     }
-    return true;
-}
+
+private:
+    std::chrono::steady_clock::time_point m_isCrowdedUntil{};
+};
 
 // One thread that owns one driver and does jobs in order. The thread keeps itself alive: where a client
 // library cannot be woken from a dead server, the thread is left behind with its handles and nobody waits for
@@ -91,6 +107,7 @@ private:
     std::deque<std::shared_ptr<Job>> m_jobs;
     std::atomic<bool> m_hasNews = false; // there are jobs; a hint that may be read without the mutex
     std::shared_ptr<Job> m_current;
+    ShortWait m_shortWait;   // of the worker's thread
     int m_interruptions = 0; // under way in other threads
     bool m_mustSettle = false;
     bool m_isConfirmed = false; // by the server, of the last interruption
