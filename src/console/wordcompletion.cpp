@@ -11,16 +11,34 @@ bool isPartOfName(QChar character)
     return character.isLetterOrNumber() || character == u'_' || character == u'$';
 }
 
-QString nameBeforeCursor(const SqlTextBox &box)
+struct Begun {
+    QString word;
+    QString table; // what stands before a dot in front of the word
+};
+
+QString lastWord(const QString &text)
 {
-    int line = 0;
-    int column = 0;
-    box.getCursorPosition(&line, &column);
-    const QString text = box.text(line).left(column);
     qsizetype from = text.size();
     while (from > 0 && isPartOfName(text[from - 1]))
         --from;
     return text.mid(from);
+}
+
+Begun begunBeforeCursor(const SqlTextBox &box)
+{
+    int line = 0;
+    int column = 0;
+    box.getCursorPosition(&line, &column);
+    QString text = box.text(line).left(column);
+    const QString word = lastWord(text);
+    text.chop(word.size());
+    if (!text.endsWith(u'.'))
+        return {word, {}};
+    text.chop(1);
+    if (!text.endsWith(u'`'))
+        return {word, lastWord(text)};
+    text.chop(1);
+    return {word, text.mid(text.lastIndexOf(u'`') + 1)};
 }
 
 } // namespace
@@ -39,34 +57,39 @@ void WordCompletion::offer(bool canReadNames)
 {
     if (canReadNames && !m_hasNames)
         readNames();
-    const QString begun = nameBeforeCursor(m_box);
-    const QStringList words = wordsFor(begun);
+    const Begun begun = begunBeforeCursor(m_box);
+    const QStringList words = wordsFor(begun.word, begun.table);
     if (!words.isEmpty())
-        m_box.SendScintilla(QsciScintilla::SCI_AUTOCSHOW, static_cast<unsigned long>(begun.toUtf8().size()),
+        m_box.SendScintilla(QsciScintilla::SCI_AUTOCSHOW,
+                            static_cast<unsigned long>(begun.word.toUtf8().size()),
                             words.join(u'\n').toUtf8().constData());
 }
 
 void WordCompletion::readNames()
 {
     m_names.clear();
+    m_columns.clear();
     try {
         RecordSet rows = m_session.connection().execute(
             QStringLiteral("select table_name, column_name from information_schema.columns "
                            "where table_schema = database()"));
-        for (; !rows.isEof(); rows.moveNext())
+        for (; !rows.isEof(); rows.moveNext()) {
             m_names << rows.text(0) << rows.text(1);
+            m_columns[rows.text(0).toLower()] << rows.text(1);
+        }
         m_hasNames = true;
     } catch (const SqlError &) {
         // Without names there still are the words of the language; the next request asks again.
     }
 }
 
-QStringList WordCompletion::wordsFor(const QString &begun) const
+QStringList WordCompletion::wordsFor(const QString &begun, const QString &table) const
 {
     const bool isUpper = !begun.isEmpty() && begun == begun.toUpper();
     const QString keywords = QString::fromUtf8(m_box.lexer()->keywords(1));
-    QStringList words = (isUpper ? keywords.toUpper() : keywords).split(u' ', Qt::SkipEmptyParts);
-    words += m_names;
+    QStringList words = m_columns.value(table.toLower());
+    if (words.isEmpty()) // no dot, or the name of a database or an alias before it
+        words = (isUpper ? keywords.toUpper() : keywords).split(u' ', Qt::SkipEmptyParts) + m_names;
     words.erase(std::remove_if(words.begin(), words.end(),
                                [&](const QString &word) {
                                    return !word.startsWith(begun, Qt::CaseInsensitive) ||

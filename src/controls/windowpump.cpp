@@ -68,17 +68,21 @@ bool pressStopButton(QObject *watched, QEvent *event)
     return true;
 }
 
-// Shortcuts are held off like all that is typed, so that the key of a stop button comes along here.
-void clickButtonOfKey(QObject *watched, const QKeyEvent &event)
+// Shortcuts are held off like all that is typed, so that the key of a stop button comes along here. True when
+// it was one.
+bool clickButtonOfKey(QObject *watched, const QKeyEvent &event)
 {
     const auto *widget = qobject_cast<QWidget *>(watched);
     if (!widget || event.isAutoRepeat())
-        return;
+        return false;
     const QKeySequence pressed(event.keyCombination());
     for (QAbstractButton *button : widget->window()->findChildren<QAbstractButton *>())
         if (button->property(stopProperty).toBool() &&
-            button->property(keyProperty).value<QKeySequence>() == pressed)
-            return button->click();
+            button->property(keyProperty).value<QKeySequence>() == pressed) {
+            button->click();
+            return true;
+        }
+    return false;
 }
 
 // A press from before the wait must not stay behind: the button comes up without a click, a drag ends.
@@ -135,12 +139,12 @@ bool WindowPump::eventFilter(QObject *watched, QEvent *event)
     if (!isInput(event->type()))
         return false;
     const bool isKey = event->type() == QEvent::KeyPress || event->type() == QEvent::KeyRelease;
+    if (event->type() == QEvent::KeyPress && clickButtonOfKey(watched, *static_cast<QKeyEvent *>(event)))
+        return true;
     if (watched->property(stopProperty).toBool())
         return isKey && pressStopButton(watched, event);
     if (event->type() == QEvent::MouseButtonRelease && endsOlderPress(watched))
         return false;
-    if (event->type() == QEvent::KeyPress)
-        clickButtonOfKey(watched, *static_cast<QKeyEvent *>(event));
     event->setAccepted(event->type() != QEvent::DragEnter && event->type() != QEvent::DragMove &&
                        event->type() != QEvent::Drop);
     return true;
