@@ -6,7 +6,6 @@ target_compile_options(tarnwell_warnings INTERFACE
     -Wnon-virtual-dtor             # owners are unique_ptr to bases
     -Woverloaded-virtual           # an override that overrides nothing
     -Wold-style-cast               # casts must say which kind they are
-    -Wnull-dereference
     $<$<CXX_COMPILER_ID:GNU>:-Wno-restrict> # GCC 12 at -O2 and above warns falsely of text = "literal" (its bug 105329)
     -Werror)
 target_compile_definitions(tarnwell_warnings INTERFACE
