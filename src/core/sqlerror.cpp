@@ -1,5 +1,8 @@
 #include "core/sqlerror.h"
 
+#include <algorithm>
+#include <iterator>
+
 SqlError::SqlError(QString description, int number, QString state)
     : m_description(std::move(description))
     , m_number(number)
@@ -11,9 +14,10 @@ SqlError::SqlError(QString description, int number, QString state)
 bool SqlError::isConnectionLost() const
 {
     // 2006 gone away, 2013 lost during query, 2055 lost (system error), 5014 and 08xxx: Connector/ODBC,
-    // 1927 killed: the last word of MariaDB on a connection that KILL ends.
-    return m_number == 2006 || m_number == 2013 || m_number == 2055 || m_number == 5014 || m_number == 1927 ||
-           m_state.startsWith(u"08");
+    // 1927 killed: the last word of MariaDB on a connection that KILL ends, 2026 what newer client libraries
+    // say when an encrypted connection breaks.
+    static constexpr int numbers[] = {2006, 2013, 2055, 5014, 1927, 2026};
+    return std::ranges::find(numbers, m_number) != std::end(numbers) || m_state.startsWith(u"08");
 }
 
 bool SqlError::isInterrupted() const

@@ -34,8 +34,8 @@ public:
         if ((widget.focusPolicy() & Qt::TabFocus) && !isSkipped)
             found << &widget;
         if (auto *tabs = qobject_cast<QTabWidget *>(&widget))
-            readInOrder({group(*tabs->findChild<QWidget *>(QStringLiteral("qt_tabwidget_tabbar"))),
-                         group(*tabs->currentWidget())});
+            readInOrder(
+                {group(*tabs->findChild<QWidget *>("qt_tabwidget_tabbar")), group(*tabs->currentWidget())});
         else if (auto *area = qobject_cast<QScrollArea *>(&widget))
             read(*area->widget());
         else if (auto *splitter = qobject_cast<QSplitter *>(&widget))

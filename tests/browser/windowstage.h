@@ -37,6 +37,13 @@ struct Stage {
         session.makeConnection = script.factory();
         return static_cast<frmTarnwell &>(shown(new frmTarnwell(session, pump)));
     }
+    void says(const char *statement, const QStringList &fields, const QStringList &row)
+    {
+        std::vector<std::optional<QString>> values;
+        for (const QString &value : row)
+            values.push_back(value == u"NULL" ? std::nullopt : std::optional(value));
+        script.always(statement, Reply::table(fields, {values}));
+    }
     void connect();
     frmTarnwell &connected();
     frmSql &console(const char *view);
@@ -69,10 +76,6 @@ inline Stage::Stage()
 {
     session.programFolder = folder.path();
     session.gDbName = QStringLiteral("d");
-    const auto says = [this](const char *statement, const QStringList &fields, const QStringList &row) {
-        script.always(QString::fromUtf8(statement),
-                      Reply::table(fields, {std::vector<std::optional<QString>>(row.begin(), row.end())}));
-    };
     says("show databases;", {"Database"}, {"d"});
     says("show tables from `d`;", {"Tables_in_d"}, {"t"});
     says("show create table `d`.t;", {"Table", "Create Table"}, {"t", "CREATE TABLE `t` (`a` int)"});
@@ -86,7 +89,7 @@ inline Stage::Stage()
 inline void Stage::connect()
 {
     for (const char *box : {"txtServer", "txtUser"})
-        control<QLineEdit>(*opened, box).setText(QStringLiteral("localhost"));
+        control<QLineEdit>(*opened, box).setText("localhost");
     press(*opened, {"cmdConnect"});
 }
 
@@ -114,7 +117,9 @@ inline std::string png()
 {
     QByteArray bytes;
     QBuffer buffer(&bytes);
-    QImage(3, 2, QImage::Format_RGB32).save(&buffer, "png");
+    QImage image(3, 2, QImage::Format_RGB32);
+    image.fill(Qt::red); // whatever memory holds would be seen as letters for which there is no font
+    image.save(&buffer, "png");
     return bytes.toStdString();
 }
 
@@ -163,8 +168,7 @@ inline Open users(int row)
 inline Open inOut(const char *direction)
 {
     return [direction](Stage &stage, const Visit &visit) {
-        QWidget &window =
-            stage.shown(new frmInOut(stage.session, QStringLiteral("[TABLE]\tt"), nullptr, stage.dialogue));
+        QWidget &window = stage.shown(new frmInOut(stage.session, "[TABLE]\tt", nullptr, stage.dialogue));
         press(window, {direction});
         visit(window);
     };
@@ -175,7 +179,7 @@ inline Open cell(const std::string &value)
     return [value](Stage &stage, const Visit &visit) {
         auto *viewer = new CellViewer(nullptr);
         viewer->setAttribute(Qt::WA_DeleteOnClose, false);
-        viewer->showValue({QStringLiteral("a")}, {value}, 1);
+        viewer->showValue({"a"}, {value}, 1);
         visit(stage.shown(viewer));
     };
 }

@@ -1,4 +1,5 @@
 #include "controls/gridsort.h"
+#include "support/rows.h"
 
 #include <QTest>
 
@@ -41,20 +42,17 @@ void TestGridSort::sortsByValue_data()
     QTest::addColumn<FieldKind>("kind");
     QTest::addColumn<std::vector<std::string>>("sorted");
     using List = std::vector<std::string>;
-    QTest::newRow("numbers, not texts")
-        << FieldKind::Number << List{"-10", "-9.5", "0", "0.25", "2", "10", "1e3"};
-    QTest::newRow("beyond a double") << FieldKind::Number
-                                     << List{"-18446744073709551614", "-18446744073709551613",
-                                             "9007199254740992", "9007199254740993", "18446744073709551615"};
-    QTest::newRow("long decimals") << FieldKind::Number
-                                   << List{"1.00000000000000000000000001", "1.00000000000000000000000002",
-                                           "00001.1"};
-    QTest::newRow("exponents") << FieldKind::Number << List{"-1e300", "1e-300", "5", "1e20", "2e20"};
-    QTest::newRow("letters without case")
-        << FieldKind::Text << List{"", "Alpha", "beta", "GAMMA", "日本", "日本語"};
-    QTest::newRow("alike for longer than a key")
-        << FieldKind::Text << List{"same beginning A", "same beginning b", "same beginning C"};
-    QTest::newRow("digits of a text") << FieldKind::Text << List{"10", "9"};
+    row("numbers, not texts", FieldKind::Number, List{"-10", "-9.5", "0", "0.25", "2", "10", "1e3"});
+    row("beyond a double", FieldKind::Number,
+        List{"-18446744073709551614", "-18446744073709551613", "9007199254740992", "9007199254740993",
+             "18446744073709551615"});
+    row("long decimals", FieldKind::Number,
+        List{"1.00000000000000000000000001", "1.00000000000000000000000002", "00001.1"});
+    row("exponents", FieldKind::Number, List{"-1e300", "1e-300", "5", "1e20", "2e20"});
+    row("letters without case", FieldKind::Text, List{"", "Alpha", "beta", "GAMMA", "日本", "日本語"});
+    row("alike for longer than a key", FieldKind::Text,
+        List{"same beginning A", "same beginning b", "same beginning C"});
+    row("digits of a text", FieldKind::Text, List{"10", "9"});
 }
 
 void TestGridSort::sortsByValue()

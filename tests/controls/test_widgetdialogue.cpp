@@ -1,6 +1,7 @@
 #include "controls/percentbar.h"
 #include "controls/widgetdialogue.h"
 #include "support/gui/boxes.h"
+#include "support/rows.h"
 
 #include <QApplication>
 #include <QDir>
@@ -21,7 +22,7 @@ struct Parts {
     QPlainTextEdit error{&window};
     WidgetDialogue dialogue{&window, {&count, &bar, &target, &error, &caption}};
 
-    Parts() { window.setWindowTitle(QStringLiteral("Tarnwell")); }
+    Parts() { window.setWindowTitle("Tarnwell"); }
 };
 
 QMessageBox &shownBox()
@@ -37,7 +38,6 @@ class TestWidgetDialogue : public QObject {
 private Q_SLOTS:
     void init() { failOnAnyWarning(); }
     void boxesCarryCaptionIconAndAnswer();
-    void escapeIsCancelAndNo();
     void longMessagesStayOnTheScreenAndAreNoMarkup();
     void hourglassDoesNotCoverABox();
     void progressCountsAndNeverDivides();
@@ -51,29 +51,25 @@ void TestWidgetDialogue::boxesCarryCaptionIconAndAnswer()
 {
     Parts parts;
     Boxes boxes;
-    boxes.expect(QStringLiteral("削除しますか？"), QMessageBox::Ok);
-    boxes.expect(QStringLiteral("削除しますか？"), QMessageBox::Cancel);
-    boxes.expect(QStringLiteral("続けますか"), QMessageBox::Yes);
-    boxes.expect(QStringLiteral("続けますか"), QMessageBox::No);
-    boxes.expectOk(QStringLiteral("終了"));
-    QVERIFY(parts.dialogue.confirm(QStringLiteral("削除しますか？"), Icon::Critical));
-    QVERIFY(!parts.dialogue.confirm(QStringLiteral("削除しますか？"), Icon::Information));
-    QVERIFY(parts.dialogue.ask(QStringLiteral("続けますか")));
-    QVERIFY(!parts.dialogue.ask(QStringLiteral("続けますか")));
-    parts.dialogue.inform(QStringLiteral("終了"));
-    QCOMPARE(boxes.seen().last(), QStringLiteral("Tarnwell|終了"));
-}
+    const QString question = "削除しますか？";
+    boxes.expect(question, QMessageBox::Ok);
+    QVERIFY(parts.dialogue.confirm(question, Icon::Critical));
+    boxes.expect(question, QMessageBox::Cancel);
+    QVERIFY(!parts.dialogue.confirm(question, Icon::Information));
+    boxes.expect(question, QMessageBox::Yes);
+    QVERIFY(parts.dialogue.ask(question));
+    boxes.expect(question, QMessageBox::No);
+    QVERIFY(!parts.dialogue.ask(question));
+    boxes.expectOk("終了");
+    parts.dialogue.inform("終了");
+    QCOMPARE(boxes.seen().last(), "Tarnwell|終了");
 
-void TestWidgetDialogue::escapeIsCancelAndNo()
-{
-    Parts parts;
+    boxes.setPaused(true);
     const auto escape = [] { QTest::keyClick(&shownBox(), Qt::Key_Escape); };
     QTimer::singleShot(20, this, escape);
-    QVERIFY(!parts.dialogue.confirm(QStringLiteral("?"), Icon::Critical));
+    QVERIFY(!parts.dialogue.confirm(question, Icon::Critical));
     QTimer::singleShot(20, this, escape);
-    QVERIFY(!parts.dialogue.ask(QStringLiteral("?")));
-    QTimer::singleShot(20, this, escape);
-    parts.dialogue.refuse(QStringLiteral("!"));
+    QVERIFY(!parts.dialogue.ask(question));
 }
 
 void TestWidgetDialogue::longMessagesStayOnTheScreenAndAreNoMarkup()
@@ -105,7 +101,7 @@ void TestWidgetDialogue::hourglassDoesNotCoverABox()
             shape = QApplication::overrideCursor()->shape();
             shownBox().accept();
         });
-        parts.dialogue.inform(QStringLiteral("x"));
+        parts.dialogue.inform("x");
         QCOMPARE(QApplication::overrideCursor()->shape(), Qt::WaitCursor);
     }
     QCOMPARE(shape, Qt::ArrowCursor);
@@ -119,15 +115,15 @@ void TestWidgetDialogue::progressCountsAndNeverDivides()
     QTimer::singleShot(0, this, [&] { hasRun = true; });
     parts.dialogue.progress(12, 3);
     QVERIFY2(hasRun, "no window event ran");
-    QCOMPARE(parts.count.text(), QStringLiteral("3/12"));
-    QCOMPARE(parts.bar.text(), QStringLiteral("25%"));
+    QCOMPARE(parts.count.text(), "3/12");
+    QCOMPARE(parts.bar.text(), "25%");
     parts.dialogue.progress(0, 0);
-    QCOMPARE(parts.count.text(), QStringLiteral("0/0"));
-    QCOMPARE(parts.bar.text(), QStringLiteral("1%"));
+    QCOMPARE(parts.count.text(), "0/0");
+    QCOMPARE(parts.bar.text(), "1%");
     WidgetDialogue bare(&parts.window, {});
     bare.progress(2, 1); // a window without any of the parts
-    bare.setTarget(QStringLiteral("x"));
-    bare.setLastError(QStringLiteral("x"), true);
+    bare.setTarget("x");
+    bare.setLastError("x", true);
 }
 
 void TestWidgetDialogue::batchesTellTheirTime_data()
@@ -136,10 +132,10 @@ void TestWidgetDialogue::batchesTellTheirTime_data()
     QTest::addColumn<int>("total");
     QTest::addColumn<int>("current");
     QTest::addColumn<QString>("text");
-    QTest::newRow("nothing done yet") << 400 << 10 << 0 << "経過 0:00";
-    QTest::newRow("a quarter done") << 20'000 << 100 << 25 << "経過 0:20 / 残り 約1:00";
-    QTest::newRow("all done") << 65'000 << 10 << 10 << "経過 1:05";
-    QTest::newRow("nothing to do") << 0 << 0 << 0 << "経過 0:00";
+    row("nothing done yet", 400, 10, 0, "経過 0:00");
+    row("a quarter done", 20'000, 100, 25, "経過 0:20 / 残り 約1:00");
+    row("all done", 65'000, 10, 10, "経過 1:05");
+    row("nothing to do", 0, 0, 0, "経過 0:00");
 }
 
 void TestWidgetDialogue::batchesTellTheirTime()
@@ -153,12 +149,12 @@ void TestWidgetDialogue::batchesTellTheirTime()
 void TestWidgetDialogue::errorsGoToTheBoxAndTheTip()
 {
     Parts parts;
-    parts.dialogue.setLastError(QStringLiteral("first"), false);
-    QCOMPARE(parts.error.toPlainText(), QStringLiteral("first"));
+    parts.dialogue.setLastError("first", false);
+    QCOMPARE(parts.error.toPlainText(), "first");
     QCOMPARE(parts.caption.toolTip(), QString());
-    parts.dialogue.setLastError(QStringLiteral("near 'a < b'"), true);
-    QCOMPARE(parts.caption.toolTip(), QStringLiteral("near 'a < b'"));
-    parts.dialogue.setLastError(QStringLiteral("near '<b>x</b>'"), true);
+    parts.dialogue.setLastError("near 'a < b'", true);
+    QCOMPARE(parts.caption.toolTip(), "near 'a < b'");
+    parts.dialogue.setLastError("near '<b>x</b>'", true);
     QVERIFY(!Qt::mightBeRichText(parts.caption.toolTip()) || !parts.caption.toolTip().contains(u"<b>"));
 }
 
@@ -166,16 +162,15 @@ void TestWidgetDialogue::foldersComeWithoutSeparatorAtTheEnd()
 {
     Parts parts;
     QTemporaryDir folder;
-    QVERIFY(QDir(folder.path()).mkdir(QStringLiteral("保存 先")));
-    const QString chosen = folder.filePath(QStringLiteral("保存 先"));
+    QVERIFY(QDir(folder.path()).mkdir("保存 先"));
+    const QString chosen = folder.filePath("保存 先");
     Boxes boxes;
     boxes.expectFile(chosen + u'/');
-    QCOMPARE(parts.dialogue.chooseFolder(QStringLiteral("title\r\nsecond"), folder.path()), chosen);
-    boxes.expectFile(QStringLiteral("/"));
-    QCOMPARE(parts.dialogue.chooseFolder(QStringLiteral("title"), QStringLiteral("/no/such/folder")),
-             QStringLiteral("/"));
+    QCOMPARE(parts.dialogue.chooseFolder("title\r\nsecond", folder.path()), chosen);
+    boxes.expectFile("/");
+    QCOMPARE(parts.dialogue.chooseFolder("title", "/no/such/folder"), "/");
     boxes.expectFile({});
-    QVERIFY(parts.dialogue.chooseFolder(QStringLiteral("title"), {}).isNull());
+    QVERIFY(parts.dialogue.chooseFolder("title", {}).isNull());
     // Both lines of the prompt are seen, and OK at once gives the start folder.
     QTimer::singleShot(100, this, [&] {
         auto *dialog = qobject_cast<QFileDialog *>(QApplication::activeModalWidget());
@@ -186,7 +181,7 @@ void TestWidgetDialogue::foldersComeWithoutSeparatorAtTheEnd()
         QMetaObject::invokeMethod(dialog, "accept");
     });
     boxes.setPaused(true);
-    QCOMPARE(parts.dialogue.chooseFolder(QStringLiteral("one\r\ntwo"), chosen), chosen);
+    QCOMPARE(parts.dialogue.chooseFolder("one\r\ntwo", chosen), chosen);
 }
 
 QTEST_MAIN(TestWidgetDialogue)

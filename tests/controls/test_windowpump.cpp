@@ -1,5 +1,6 @@
 #include "controls/windowpump.h"
 #include "support/gui/boxes.h"
+#include "support/rows.h"
 
 #include <QLineEdit>
 #include <QMessageBox>
@@ -21,7 +22,7 @@ struct Painted : QWidget {
 };
 
 struct Window : QWidget {
-    QPushButton stop{QStringLiteral("stop")}, other{QStringLiteral("other")};
+    QPushButton stop{"stop"}, other{"other"};
     QLineEdit line;
     Painted painted;
 
@@ -46,6 +47,17 @@ struct Worker {
     void stop() { stopped.finish(); }
 };
 
+// The user acts while the program waits for a worker.
+void waitWhile(const std::function<void()> &act, WindowPump &pump)
+{
+    Worker worker;
+    QTimer::singleShot(30, &pump, [&] {
+        act();
+        worker.stop();
+    });
+    pump.wait(worker.done);
+}
+
 } // namespace
 
 class TestWindowPump : public QObject {
@@ -55,9 +67,8 @@ private Q_SLOTS:
     void init() { failOnAnyWarning(); }
     void windowStaysAliveWhileTheServerThinks();
     void inputIsLostNotQueued();
+    void onlyTheStopButtonGetsThrough_data();
     void onlyTheStopButtonGetsThrough();
-    void keysPressTheStopButton_data();
-    void keysPressTheStopButton();
     void olderPressEndsWithoutAClick();
     void closingIsRefusedAndReported();
     void boxThatOutlastsTheWaitCanBeAnswered();
@@ -81,7 +92,6 @@ void TestWindowPump::windowStaysAliveWhileTheServerThinks()
     timer.start(5);
     WindowPump pump;
     pump.wait(worker.done);
-    QVERIFY(worker.done.isFinished());
     QCOMPARE(ticks, 10);
     QVERIFY2(window.painted.paints >= 3, "nothing was painted");
     QVERIFY(!pump.isWaiting());
@@ -93,68 +103,52 @@ void TestWindowPump::inputIsLostNotQueued()
     window.line.setFocus();
     QVERIFY(QTest::qWaitForWindowActive(&window));
     QSignalSpy clicks(&window.other, &QPushButton::clicked);
-    Worker worker;
-    QTimer::singleShot(30, &window, [&] {
+    WindowPump pump;
+    const auto act = [&] {
         QTest::mouseClick(&window.other, Qt::LeftButton);
         QTest::mouseClick(window.windowHandle(), Qt::LeftButton, {}, window.other.geometry().center());
-        QTest::keyClicks(&window.line, QStringLiteral("typed"));
+        QTest::keyClicks(&window.line, "typed");
         QTest::keyClick(window.windowHandle(), Qt::Key_X);
-        worker.stop();
-    });
-    WindowPump pump;
-    pump.wait(worker.done);
+    };
+    waitWhile(act, pump);
     QTest::qWait(30);
     QCOMPARE(clicks.size(), 0);
     QCOMPARE(window.line.text(), QString());
     // And afterwards everything works as before.
     QTest::mouseClick(&window.other, Qt::LeftButton);
-    QTest::keyClicks(&window.line, QStringLiteral("after"));
+    QTest::keyClicks(&window.line, "after");
     QCOMPARE(clicks.size(), 1);
-    QCOMPARE(window.line.text(), QStringLiteral("after"));
+    QCOMPARE(window.line.text(), "after");
+}
+
+void TestWindowPump::onlyTheStopButtonGetsThrough_data()
+{
+    QTest::addColumn<Qt::Key>("key");
+    QTest::addColumn<int>("presses");
+    row("the mouse", Qt::Key(), 1);
+    row("space", Qt::Key_Space, 1);
+    row("return", Qt::Key_Return, 1);
+    row("enter", Qt::Key_Enter, 1);
+    row("escape", Qt::Key_Escape, 1);
+    row("tab leaves nothing behind", Qt::Key_Tab, 0);
 }
 
 void TestWindowPump::onlyTheStopButtonGetsThrough()
 {
-    Window window;
-    QVERIFY(QTest::qWaitForWindowExposed(&window));
-    Worker worker;
-    connect(&window.stop, &QPushButton::clicked, &window, [&] { worker.stop(); });
-    QTimer::singleShot(30, &window, [&] {
-        QTest::mouseClick(window.windowHandle(), Qt::LeftButton, {}, window.stop.geometry().center());
-    });
-    WindowPump pump;
-    pump.wait(worker.done);
-    QVERIFY2(worker.stopped.isFinished(), "the click did not arrive");
-}
-
-void TestWindowPump::keysPressTheStopButton_data()
-{
-    QTest::addColumn<Qt::Key>("key");
-    QTest::addColumn<bool>("isPressed");
-    QTest::newRow("space") << Qt::Key_Space << true;
-    QTest::newRow("return") << Qt::Key_Return << true;
-    QTest::newRow("enter") << Qt::Key_Enter << true;
-    QTest::newRow("escape") << Qt::Key_Escape << true;
-    QTest::newRow("tab leaves nothing behind") << Qt::Key_Tab << false;
-}
-
-void TestWindowPump::keysPressTheStopButton()
-{
     QFETCH(Qt::Key, key);
-    QFETCH(bool, isPressed);
     Window window;
     window.stop.setFocus();
     QVERIFY(QTest::qWaitForWindowActive(&window));
-    Worker worker;
-    int presses = 0;
-    connect(&window.stop, &QPushButton::clicked, &window, [&] { ++presses; });
-    QTimer::singleShot(30, &window, [&] {
-        QTest::keyClick(window.windowHandle(), key);
-        worker.stop();
-    });
     WindowPump pump;
-    pump.wait(worker.done);
-    QCOMPARE(presses, isPressed ? 1 : 0);
+    QSignalSpy presses(&window.stop, &QPushButton::clicked);
+    const auto act = [&] {
+        if (key)
+            QTest::keyClick(window.windowHandle(), key);
+        else
+            QTest::mouseClick(window.windowHandle(), Qt::LeftButton, {}, window.stop.geometry().center());
+    };
+    waitWhile(act, pump);
+    QTEST(int(presses.size()), "presses");
     QVERIFY(window.stop.hasFocus());
 }
 
@@ -165,13 +159,8 @@ void TestWindowPump::olderPressEndsWithoutAClick()
     QSignalSpy clicks(&window.other, &QPushButton::clicked);
     QTest::mousePress(&window.other, Qt::LeftButton);
     QVERIFY(window.other.isDown());
-    Worker worker;
-    QTimer::singleShot(30, &window, [&] {
-        QTest::mouseRelease(&window.other, Qt::LeftButton);
-        worker.stop();
-    });
     WindowPump pump;
-    pump.wait(worker.done);
+    waitWhile([&] { QTest::mouseRelease(&window.other, Qt::LeftButton); }, pump);
     QVERIFY(!window.other.isDown());
     QCOMPARE(clicks.size(), 0);
 }
@@ -180,15 +169,10 @@ void TestWindowPump::closingIsRefusedAndReported()
 {
     Window window;
     QVERIFY(QTest::qWaitForWindowExposed(&window));
-    Worker worker;
     WindowPump pump;
     QWidget *asked = nullptr;
     connect(&pump, &WindowPump::closeRequested, this, [&](QWidget *which) { asked = which; });
-    QTimer::singleShot(30, &window, [&] {
-        closeByUser(window);
-        worker.stop();
-    });
-    pump.wait(worker.done);
+    waitWhile([&] { closeByUser(window); }, pump);
     QVERIFY(asked == &window);
     QVERIFY(window.isVisible());
     window.close();
@@ -227,7 +211,7 @@ void TestWindowPump::nestedWaitsAndDestroyedWindowsDoNoHarm()
         QTimer::singleShot(30, this, [&] { inner.stop(); });
         pump.wait(inner.done);
         QVERIFY(pump.isWaiting());
-        QTest::keyClicks(&left, QStringLiteral("x"));
+        QTest::keyClicks(&left, "x");
         outer.stop();
     });
     pump.wait(outer.done);

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "core/connect.h"
+#include "support/rows.h"
 #include "support/testserver.h"
 
 #include <QElapsedTimer>
@@ -24,14 +25,6 @@ public:
     std::chrono::milliseconds delay{300};
     std::function<void()> once;
 };
-
-// The rows "built in" and "odbc" of a test that both kinds of connection have to pass.
-inline void addBothConnections()
-{
-    QTest::addColumn<bool>("isBuiltIn");
-    QTest::newRow("built in") << true;
-    QTest::newRow("odbc") << false;
-}
 
 inline QString stringOf(const TestServer &server, bool isBuiltIn, const QString &database = {})
 {
@@ -61,5 +54,5 @@ inline SqlError errorOf(const std::function<void()> &call)
         return error;
     }
     QTest::qFail("nothing was thrown", __FILE__, __LINE__);
-    return SqlError(QStringLiteral("nothing was thrown"));
+    return SqlError("nothing was thrown");
 }

@@ -13,8 +13,6 @@ private Q_SLOTS:
     void driversAndDataSourcesOfMySqlAreListed();
     void theServerIsNamedInTheCompletedString_data();
     void theServerIsNamedInTheCompletedString();
-    void theServerSaysWhatItIs_data() { addBothConnections(); }
-    void theServerSaysWhatItIs();
 
 private:
     TestServer m_server;
@@ -36,25 +34,25 @@ void OdbcTest::unreadRowsDoNotEndTheProgram_data()
          {"OPTIMIZE TABLE d.t", "REPAIR TABLE d.t", "VALUES (1), (2)", "HELP 'select'", "XA RECOVER",
           "CACHE INDEX d.t IN DEFAULT", "LOAD INDEX INTO CACHE d.t", "ALTER TABLE d.p OPTIMIZE PARTITION p0",
           "/*! SELECT 1 */", "/* c */ optimize table d.t", "-- c\n repair table d.t"})
-        QTest::newRow(statement) << QString::fromLatin1(statement);
+        row(statement, statement);
 }
 
 void OdbcTest::unreadRowsDoNotEndTheProgram()
 {
     QFETCH(QString, statement);
     const auto open = connected(m_server.odbcString(QStringLiteral("d")), m_pump);
-    RecordSet before = open->execute(QStringLiteral("select seq, repeat('x', 1000) from seq_1_to_3000"));
+    RecordSet before = open->execute("select seq, repeat('x', 1000) from seq_1_to_3000");
     for (int i = 0; i < 3; ++i) {
         open->execute(statement);
-        QCOMPARE(valueOf(*open, QStringLiteral("select a from t")), QStringLiteral("1"));
+        QCOMPARE(valueOf(*open, "select a from t"), "1");
     }
     int count = 0;
     for (; !before.isEof(); before.moveNext())
         ++count;
     QCOMPARE(count, 3000);
-    open->execute(QStringLiteral("use `e``e`"));
+    open->execute("use `e``e`");
     open->execute(statement);
-    QCOMPARE(valueOf(*open, QStringLiteral("select database()")), QStringLiteral("e`e"));
+    QCOMPARE(valueOf(*open, "select database()"), "e`e");
 }
 
 void OdbcTest::dangerousKindsAreKnown_data()
@@ -68,13 +66,12 @@ void OdbcTest::dangerousKindsAreKnown_data()
           "xa start 'a'", "load data infile 'x' into table t", "lock tables t read",
           "begin not atomic select 1; end", "delete from t returning a", "start transaction", "commit;",
           "set@a=1", "alter table p add partition (partition q values less than (9))", "", "/* select */"})
-        QTest::newRow(statement) << QString::fromLatin1(statement) << false;
+        row(statement, statement, false);
     for (const char *statement :
          {"Optimize table t", "VALUES(1)", "help 'a'", "xa\nrecover", "cache index t in c",
           "/*!50000 select */ 1", "load index into cache t", "alter table p repair partition all",
           "backup table t to 'x'", "if 1 then select 1; end if", "table t", "optimize/**/table t"})
-        QTest::newRow(qPrintable(QStringLiteral("!") + QString::fromLatin1(statement)))
-            << QString::fromLatin1(statement) << true;
+        row(statement, statement, true);
 }
 
 void OdbcTest::dangerousKindsAreKnown()
@@ -86,22 +83,18 @@ void OdbcTest::dangerousKindsAreKnown()
 void OdbcTest::driversAndDataSourcesOfMySqlAreListed()
 {
     const DriverListing listing = listOdbc();
-    QCOMPARE(listing.drivers,
-             QStringList({QStringLiteral("MySQL ODBC 3.51 Driver"), QStringLiteral("Broken MySQL Driver")}));
-    QCOMPARE(listing.dataSources, QStringList({QStringLiteral("demo"), QStringLiteral("nowhere")}));
+    QCOMPARE(listing.drivers, QStringList({"MySQL ODBC 3.51 Driver", "Broken MySQL Driver"}));
+    QCOMPARE(listing.dataSources, QStringList({"demo", "nowhere"}));
 }
 
 void OdbcTest::theServerIsNamedInTheCompletedString_data()
 {
     QTest::addColumn<QString>("given");
     QTest::addColumn<QString>("completed");
-    const auto row = [](const char *name, const QString &given, const QString &completed) {
-        QTest::newRow(name) << given << completed;
-    };
-    const QString localhost = QStringLiteral("localhost"), local = m_server.odbcString({}, localhost);
+    const QString localhost = "localhost", local = m_server.odbcString({}, localhost);
     row("odbc, localhost", local, local + QStringLiteral(";SERVER=localhost"));
     row("odbc, address", m_server.odbcString(), m_server.odbcString() + QStringLiteral(";SERVER=127.0.0.1"));
-    row("odbc, data source", QStringLiteral("demo"), QStringLiteral("DSN=demo;SERVER=127.0.0.1"));
+    row("odbc, data source", "demo", "DSN=demo;SERVER=127.0.0.1");
     const QString builtIn = m_server.nativeString({}, localhost);
     row("built in, localhost", builtIn, builtIn + QStringLiteral(";SERVER=localhost"));
     row("built in, address", m_server.nativeString(),
@@ -114,16 +107,10 @@ void OdbcTest::theServerIsNamedInTheCompletedString()
     const auto connection = createConnection(given, m_pump);
     connection->open();
     QTEST(connection->connectionString(), "completed");
-    QCOMPARE(valueOf(*connection, QStringLiteral("select @@port")), QString::number(m_server.port()));
-}
-
-void OdbcTest::theServerSaysWhatItIs()
-{
-    QFETCH(bool, isBuiltIn);
-    const auto open = connected(stringOf(m_server, isBuiltIn), m_pump);
-    QVERIFY(open->server().isMariaDb);
-    QCOMPARE(open->server().version, valueOf(*open, QStringLiteral("select version()")));
-    QVERIFY(open->server().number > 100000);
+    QCOMPARE(valueOf(*connection, "select @@port"), QString::number(m_server.port()));
+    QVERIFY(connection->server().isMariaDb);
+    QCOMPARE(connection->server().version, valueOf(*connection, "select version()"));
+    QVERIFY(connection->server().number > 100000);
 }
 
 QTEST_GUILESS_MAIN(OdbcTest)

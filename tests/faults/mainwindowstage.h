@@ -45,12 +45,12 @@ struct MainWindowStage {
         list->scrollToItem(items.first());
         QTest::mouseClick(list->viewport(), Qt::LeftButton, {}, list->visualItemRect(items.first()).center());
     }
-    void enter(const QString &driver, int port, const QString &user = QStringLiteral("demo"),
-               const QString &password = QStringLiteral("demo")) const
+    void enter(const QString &driver, int port, const QString &user = "demo",
+               const QString &password = "demo") const
     {
         control<QComboBox>("cboDSNList")->setCurrentIndex(0);
         control<QComboBox>("cboDrivers")->setEditText(driver);
-        control<QLineEdit>("txtServer")->setText(QStringLiteral("127.0.0.1"));
+        control<QLineEdit>("txtServer")->setText("127.0.0.1");
         control<QLineEdit>("txtUser")->setText(user);
         control<QLineEdit>("txtPass")->setText(password);
         control<QLineEdit>("txtPort")->setText(QString::number(port));

@@ -18,62 +18,33 @@
 namespace {
 
 // What ends the program, or asks for a file by itself.
-const QStringList leftAlone{QStringLiteral("cmdEnd")};
+const QStringList leftAlone{"cmdEnd"};
 
 // What ends everything else, or shows nothing new.
-const QStringList seldom{QStringLiteral("cmdClose"), QStringLiteral("cmdCancel"),
-                         QStringLiteral("Command1"), QStringLiteral("cmdCreateDb"),
-                         QStringLiteral("showLog"),  QStringLiteral("cmdDropDb")};
+const QStringList seldom{"cmdClose", "cmdCancel", "Command1", "cmdCreateDb", "showLog", "cmdDropDb"};
 
 const QStringList statements{
-    QStringLiteral("select * from play1.many"),
-    QStringLiteral("select 1"),
-    QStringLiteral("select sleep(0.3)"),
-    QStringLiteral("show tables from play1"),
-    QStringLiteral("insert into play1.商品 values (floor(rand()*100000), 'x', null)"),
-    QStringLiteral("delete from play1.商品 where id > 100"),
-    QStringLiteral("selekt"),
-    QStringLiteral("optimize table play1.商品"),
-    QStringLiteral("select @a, @b"),
-    QStringLiteral("set @a = 'ﾃｽﾄ'"),
-    QStringLiteral("call play1.p()"),
-    QStringLiteral("select repeat('長', 5000), 0x00ff, null"),
+    "select * from play1.many",
+    "select 1",
+    "select sleep(0.3)",
+    "show tables from play1",
+    "insert into play1.商品 values (floor(rand()*100000), 'x', null)",
+    "delete from play1.商品 where id > 100",
+    "selekt",
+    "optimize table play1.商品",
+    "select @a, @b",
+    "set @a = 'ﾃｽﾄ'",
+    "call play1.p()",
+    "select repeat('長', 5000), 0x00ff, null",
     QString(),
 };
-const QStringList words{QStringLiteral("play1"), QStringLiteral("x"),    QStringLiteral("商品"),
-                        QStringLiteral("a`b"),   QStringLiteral("it's"), QString(),
-                        QStringLiteral("😀"),     QStringLiteral(" "),    QStringLiteral("select"),
-                        QString(64, u'n')};
+const QStringList words{"play1",   "x", "商品", "a`b",    "it's",
+                        QString(), "😀", " ",    "select", QString(64, u'n')};
 
-struct Key {
-    Qt::Key key;
-    Qt::KeyboardModifiers modifiers = Qt::NoModifier;
-};
-const std::vector<Key> keys{{Qt::Key_Return},
-                            {Qt::Key_Escape},
-                            {Qt::Key_Tab},
-                            {Qt::Key_Down},
-                            {Qt::Key_Up},
-                            {Qt::Key_End},
-                            {Qt::Key_Home},
-                            {Qt::Key_PageDown},
-                            {Qt::Key_Delete},
-                            {Qt::Key_Space},
-                            {Qt::Key_Backspace},
-                            {Qt::Key_A},
-                            {Qt::Key_F1},
-                            {Qt::Key_F3},
-                            {Qt::Key_F5},
-                            {Qt::Key_F6},
-                            {Qt::Key_F9},
-                            {Qt::Key_F12},
-                            {Qt::Key_F, Qt::ControlModifier},
-                            {Qt::Key_A, Qt::ControlModifier},
-                            {Qt::Key_C, Qt::ControlModifier},
-                            {Qt::Key_S, Qt::ControlModifier},
-                            {Qt::Key_Z, Qt::ControlModifier},
-                            {Qt::Key_Return, Qt::ControlModifier},
-                            {Qt::Key_L, Qt::AltModifier}};
+const QStringList keys{"Return", "Esc",    "Tab",         "Down",      "Up",     "End",    "Home",
+                       "PgDown", "Del",    "Space",       "Backspace", "A",      "F1",     "F3",
+                       "F5",     "F6",     "F9",          "F12",       "Ctrl+F", "Ctrl+A", "Ctrl+C",
+                       "Ctrl+S", "Ctrl+Z", "Ctrl+Return", "Alt+L"};
 
 bool isUsable(const QWidget &widget)
 {
@@ -178,9 +149,9 @@ void Monkey::actOn(QWidget &widget)
         note("chooses", widget, box->itemText(index));
         box->setCurrentIndex(index);
     } else if (oneIn(6)) {
-        const Key key = keys[static_cast<std::size_t>(below(static_cast<qsizetype>(keys.size())))];
-        note("presses", widget, QKeySequence(key.modifiers | key.key).toString());
-        QTest::keyClick(&widget, key.key, key.modifiers);
+        const QKeySequence key(keys[below(keys.size())]);
+        note("presses", widget, key.toString());
+        QTest::keySequence(&widget, key);
     } else if (oneIn(3) || qobject_cast<QAbstractButton *>(&widget) ||
                qobject_cast<QAbstractItemView *>(&widget)) {
         clickAt(widget);
@@ -217,8 +188,7 @@ void Monkey::type(QWidget &widget)
         if (name == u"txtSql")
             text->setContents(statement);
         else
-            text->setContents(text->contents().replace(QStringLiteral("int"), QStringLiteral("bigint")) +
-                              (oneIn(3) ? word : QString()));
+            text->setContents(text->contents().replace("int", "bigint") + (oneIn(3) ? word : QString()));
     } else if (auto *line = qobject_cast<QLineEdit *>(&widget)) {
         // The connection's own fields are connectAgain()'s.
         if (widget.window()->objectName() == u"frmTarnwell")
@@ -250,13 +220,13 @@ void Monkey::answer(QDialog &dialog)
     if (auto *files = qobject_cast<QFileDialog *>(&dialog)) {
         m_sinceFileDialog.start();
         note("picks in", dialog, files->windowTitle());
-        auto *line = dialog.findChild<QLineEdit *>(QStringLiteral("fileNameEdit"));
+        auto *line = dialog.findChild<QLineEdit *>("fileNameEdit");
         if (!line || m_isFinishing || oneIn(3)) {
             dialog.reject();
             return;
         }
         const bool isFolder = files->fileMode() == QFileDialog::Directory;
-        line->setText(isFolder ? m_folder : m_folder + QStringLiteral("/file") + QString::number(below(3)));
+        line->setText(isFolder ? m_folder : m_folder + "/file" + QString::number(below(3)));
         QMetaObject::invokeMethod(&dialog, "accept");
         if (dialog.isVisible())
             dialog.reject();

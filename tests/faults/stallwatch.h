@@ -28,7 +28,7 @@ private:
 
     static double waitedMilliseconds()
     {
-        QFile file(QStringLiteral("/proc/self/schedstat"));
+        QFile file("/proc/self/schedstat");
         return file.open(QIODevice::ReadOnly) ? file.readAll().split(' ').value(1).toDouble() / 1e6 : 0;
     }
     void tick()

@@ -32,7 +32,7 @@ private:
     }
     void chooseDatabase(const QString &text) const
     {
-        m_window->findChild<QComboBox *>(QStringLiteral("cboAddDB"))->setCurrentText(text);
+        m_window->findChild<QComboBox *>("cboAddDB")->setCurrentText(text);
     }
     void click(const char *button, const QStringList &own);
     void useAccount(const QString &user);
@@ -67,80 +67,77 @@ void HostileAccountsTest::click(const char *button, const QStringList &own)
 void HostileAccountsTest::accounts_data()
 {
     QTest::addColumn<QString>("user");
-    for (const QString &name :
-         hostileNames() + QStringList{QStringLiteral("x' or '1'='1"), QStringLiteral("victim' -- x"),
-                                      QStringLiteral("victim' or 'a"), QStringLiteral("vic\\tim"),
-                                      QStringLiteral("victim''"), QStringLiteral("victim'@'%' # ")})
+    for (const QString &name : hostileNames() + QStringList{"x' or '1'='1", "victim' -- x", "victim' or 'a",
+                                                            "vic\\tim", "victim''", "victim'@'%' # "})
         QTest::newRow(qPrintable(name)) << name;
 }
 
 void HostileAccountsTest::useAccount(const QString &user)
 {
-    const QString name = user + QStringLiteral("@%");
+    const QString name = user + "@%";
     for (const char *button : {"cmdGrantEdit", "cmdDbGrantAdd", "cmdDbGrantEdit", "cmdDbGrantDel",
                                "cmdTableGrantAdd", "cmdTableGrantEdit", "cmdTableGrantDel", "cmdDelete"}) {
-        choose("lstUser", QStringLiteral("%\t") + user);
-        choose("lstDB", QStringLiteral("d"));
-        choose("lstAddDB", QStringLiteral("d"));
-        choose("lstTable", QStringLiteral("d\tkeep"));
-        chooseDatabase(QStringLiteral("d"));
-        choose("lstAddTable", QStringLiteral("keep"));
+        choose("lstUser", "%\t" + user);
+        choose("lstDB", "d");
+        choose("lstAddDB", "d");
+        choose("lstTable", "d\tkeep");
+        chooseDatabase("d");
+        choose("lstAddTable", "keep");
         for (const char *box : {"ckPrivType_1", "ckDBPrivType_1", "ckTablePrivType_1"})
             m_window->findChild<QCheckBox *>(QLatin1String(box))->setChecked(true);
-        click(button, {name, name + QStringLiteral(" d"), name + QStringLiteral(" d.keep")});
+        click(button, {name, name + " d", name + " d.keep"});
     }
 }
 
 void HostileAccountsTest::accounts()
 {
     QFETCH(QString, user);
-    const QString account = quotedText(user) + QStringLiteral("@'%'");
+    const QString account = quotedText(user) + "@'%'";
     if (m_server.tries(QStringLiteral("create or replace user %1 identified by 'p'").arg(account))) {
-        m_server.sql(QStringLiteral("grant select on d.* to ") + account);
-        m_server.sql(QStringLiteral("grant select on d.keep to ") + account);
+        m_server.sql("grant select on d.* to " + account);
+        m_server.sql("grant select on d.keep to " + account);
     }
     openWindow();
-    if (list("lstUser").texts().contains(QStringLiteral("%\t") + user))
+    if (list("lstUser").texts().contains("%\t" + user))
         useAccount(user);
     // Added by hand: under that very name, or not at all.
-    m_server.tries(QStringLiteral("drop user ") + account);
+    m_server.tries("drop user " + account);
     list("lstUser").setCurrentRow(0);
-    for (const auto &[box, text] :
-         {std::pair("txtUser", user), {"txtHost", QStringLiteral("%")}, {"txtPassword", QStringLiteral("p")}})
+    for (const auto &[box, text] : {std::pair("txtUser", user), {"txtHost", "%"}, {"txtPassword", "p"}})
         m_window->findChild<QLineEdit *>(QLatin1String(box))->setText(text);
     const QString typed = trimmedBlanks(user);
-    click("cmdOk", {typed + QStringLiteral("@%")});
+    click("cmdOk", {typed + "@%"});
     m_server.tries(QStringLiteral("drop user %1@'%'").arg(quotedText(typed)));
 }
 
 void HostileAccountsTest::grants()
 {
-    const QStringList names = m_server.make(QStringLiteral("table"), QStringLiteral(" select * from d.a"));
+    const QStringList names = m_server.make("table", " select * from d.a");
     QVERIFY(names.size() > 20);
     for (const QString &name : names)
-        m_server.tries(QStringLiteral("create database ") + quotedName(name));
+        m_server.tries("create database " + quotedName(name));
     openWindow();
     for (const QString &name : names) {
-        const QStringList onTable{QStringLiteral("u@% d.") + name}, onDatabase{QStringLiteral("u@% ") + name};
-        choose("lstUser", QStringLiteral("%\tu"));
-        chooseDatabase(QStringLiteral("d"));
+        const QStringList onTable{"u@% d." + name}, onDatabase{"u@% " + name};
+        choose("lstUser", "%\tu");
+        chooseDatabase("d");
         choose("lstAddTable", name);
         click("cmdTableGrantAdd", onTable);
-        m_server.tries(QStringLiteral("grant select on %1 to u").arg(quotedName(QStringLiteral("d"), name)));
-        choose("lstUser", QStringLiteral("%\tu"));
+        m_server.tries(QStringLiteral("grant select on %1 to u").arg(quotedName("d", name)));
+        choose("lstUser", "%\tu");
         for (const char *button : {"cmdTableGrantEdit", "cmdTableGrantDel"}) {
-            choose("lstTable", QStringLiteral("d\t") + name);
+            choose("lstTable", "d\t" + name);
             click(button, onTable);
         }
         m_server.tries(QStringLiteral("grant select on %1.* to u").arg(quotedName(name)));
-        choose("lstUser", QStringLiteral("%\tu"));
+        choose("lstUser", "%\tu");
         for (const char *button : {"cmdDbGrantAdd", "cmdDbGrantEdit", "cmdDbGrantDel"}) {
             choose("lstAddDB", name);
             choose("lstDB", name);
-            m_window->findChild<QCheckBox *>(QStringLiteral("ckDBPrivType_0"))->setChecked(true);
+            m_window->findChild<QCheckBox *>("ckDBPrivType_0")->setChecked(true);
             click(button, onDatabase);
         }
-        m_server.tries(QStringLiteral("drop database ") + quotedName(name));
+        m_server.tries("drop database " + quotedName(name));
     }
 }
 

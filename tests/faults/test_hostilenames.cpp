@@ -4,12 +4,19 @@
 #include "core/statements.h"
 #include "mainwindowstage.h"
 #include "support/gui/boxes.h"
+#include "support/rows.h"
 #include "watchedserver.h"
 #include "yestoall.h"
 
 #include <QDate>
 #include <QPlainTextEdit>
 #include <QRegularExpression>
+
+namespace {
+
+const QString odbc = "MySQL ODBC 3.51 Driver";
+
+} // namespace
 
 class HostileNamesTest : public QObject {
     Q_OBJECT
@@ -22,9 +29,7 @@ private Q_SLOTS:
     }
     void tablesViewsAndRoutines_data();
     void tablesViewsAndRoutines();
-    void databases_data() { bothConnections(); }
     void databases();
-    void columns_data() { bothConnections(); }
     void columns();
 
 private:
@@ -44,7 +49,7 @@ std::unique_ptr<MainWindowStage> HostileNamesTest::connected(const QString &driv
 {
     auto stage = std::make_unique<MainWindowStage>();
     stage->enter(driver, m_server.server().port());
-    stage->control<QLineEdit>("txtServer")->setText(QStringLiteral("localhost"));
+    stage->control<QLineEdit>("txtServer")->setText("localhost");
     stage->click("cmdConnect");
     stage->click("cmdShowDb");
     return stage;
@@ -63,7 +68,7 @@ void HostileNamesTest::press(MainWindowStage &stage, const char *button, const Q
 void HostileNamesTest::changeAndRestore(MainWindowStage &stage, const QString &item, const QString &name,
                                         bool isView)
 {
-    const QString object = QStringLiteral("d.") + name;
+    const QString object = "d." + name;
     const auto contents = [&] { return m_server.object(object).section(u'\n', 1); };
     const QString before = contents();
     press(stage, "cmdCreateTable", {object});
@@ -72,7 +77,7 @@ void HostileNamesTest::changeAndRestore(MainWindowStage &stage, const QString &i
     press(stage, "cmdBackup", {object});
     QVERIFY2(m_words.isEmpty(), qPrintable(m_words));
     if (!isView)
-        m_server.sql(QStringLiteral("delete from ") + quotedName(QStringLiteral("d"), name));
+        m_server.sql("delete from " + quotedName("d", name));
     press(stage, "cmdRestore", {object});
     QVERIFY2(contents() == before, qPrintable(m_words));
     for (const QString &file : QDir(m_folder.path()).entryList(QDir::Files))
@@ -81,10 +86,9 @@ void HostileNamesTest::changeAndRestore(MainWindowStage &stage, const QString &i
 
 void HostileNamesTest::useTable(MainWindowStage &stage, const QString &item, const QString &name, bool isView)
 {
-    const QString object = QStringLiteral("d.") + name;
-    const QString copy =
-        QStringLiteral("d.back_") + name + QDate::currentDate().toString(QStringLiteral("_yy_MM_dd"));
-    const bool isListed = !item.startsWith(QStringLiteral("[ERROR]"));
+    const QString object = "d." + name;
+    const QString copy = "d.back_" + name + QDate::currentDate().toString("_yy_MM_dd");
+    const bool isListed = !item.startsWith("[ERROR]");
     stage.choose("lstTables", item);
     for (const char *button : {"cmdDataGet", "cmdCheckTable", "cmdOptimizeTable", "cmdRepairTable"})
         press(stage, button, {object});
@@ -103,12 +107,12 @@ void HostileNamesTest::useTable(MainWindowStage &stage, const QString &item, con
 
 void HostileNamesTest::useRoutine(MainWindowStage &stage, const QString &name)
 {
-    const QString object = QStringLiteral("d.") + name + QStringLiteral("()");
-    stage.choose("lstProcFunc", QStringLiteral("[PROC]\t") + name);
+    const QString object = "d." + name + "()";
+    stage.choose("lstProcFunc", "[PROC]\t" + name);
     const QString before = m_server.object(object);
     press(stage, "cmdCreateProc", {object});
     QCOMPARE(m_server.object(object), before);
-    stage.choose("lstProcFunc", QStringLiteral("[PROC]\t") + name);
+    stage.choose("lstProcFunc", "[PROC]\t" + name);
     press(stage, "cmdDropProc", {object});
 }
 
@@ -116,25 +120,24 @@ void HostileNamesTest::tablesViewsAndRoutines_data()
 {
     QTest::addColumn<QString>("driver");
     QTest::addColumn<QString>("kind");
-    for (const char *kind : {"table", "procedure"})
-        QTest::addRow("%s, ODBC", kind) << "MySQL ODBC 3.51 Driver" << kind;
-    for (const char *kind : {"table", "view", "procedure"})
-        QTest::addRow("%s, built in", kind) << nativeDriverName() << kind;
+    row("table, ODBC", odbc, "table");
+    row("table, built in", nativeDriverName(), "table");
+    row("view, built in", nativeDriverName(), "view");
+    row("procedure, ODBC", odbc, "procedure");
 }
 
 void HostileNamesTest::tablesViewsAndRoutines()
 {
     QFETCH(QString, driver);
     QFETCH(QString, kind);
-    const QStringList names =
-        m_server.make(kind, kind == u"table"  ? QStringLiteral(" engine=MyISAM select * from d.a")
-                            : kind == u"view" ? QStringLiteral(" as select x, y from d.a")
-                                              : QStringLiteral("() select 1"));
+    const QStringList names = m_server.make(kind, kind == u"table"  ? " engine=MyISAM select * from d.a"
+                                                  : kind == u"view" ? " as select x, y from d.a"
+                                                                    : "() select 1");
     QVERIFY(names.size() > 20);
     const auto stage = connected(driver);
     YesToAll boxes(m_folder.path());
     // The scripts of all at once: a file holds the text of the object that it is named after.
-    stage->choose("lstDb", QStringLiteral("d"));
+    stage->choose("lstDb", "d");
     const QTemporaryDir scripts;
     boxes.folder = scripts.path();
     press(*stage, "cmdScriptBackUp", {});
@@ -160,58 +163,55 @@ void HostileNamesTest::tablesViewsAndRoutines()
 
 void HostileNamesTest::databases()
 {
-    QFETCH(QString, driver);
     YesToAll boxes(m_folder.path());
-    const auto stage = connected(driver);
+    const auto stage = connected(nativeDriverName());
     for (const QString &name : hostileNames()) {
         // As typed, blanks at the ends apart; as the server has it where it was made from elsewhere.
         boxes.typed = name;
         // A doubled backtick is what a user types for one.
-        press(*stage, "cmdCreateDb", {trimmedBlanks(name) + u'.', QStringLiteral("a`b.")});
-        if (!m_server.tries(QStringLiteral("create database if not exists ") + quotedName(name)))
+        press(*stage, "cmdCreateDb", {trimmedBlanks(name) + u'.', "a`b."});
+        if (!m_server.tries("create database if not exists " + quotedName(name)))
             continue;
         m_server.tries(
             QStringLiteral("create table %1.keep engine=MyISAM select * from d.a").arg(quotedName(name)));
         stage->click("cmdShowDb");
         stage->choose("lstDb", name);
-        const QString table = name + QStringLiteral(".keep");
-        const QString copy =
-            name + QStringLiteral(".back_keep") + QDate::currentDate().toString(QStringLiteral("_yy_MM_dd"));
+        const QString table = name + ".keep";
+        const QString copy = name + ".back_keep" + QDate::currentDate().toString("_yy_MM_dd");
         for (const char *button : {"cmdCheckTable", "cmdRepairTable", "cmdCopyDb"})
             press(*stage, button, {table, copy});
         stage->choose("lstDb", name);
         press(*stage, "cmdDropDb", {name + u'.', table, copy});
         QCOMPARE(m_server.objects().contains(name + u'.'), !m_words.isEmpty());
-        for (const QString &each : {name, trimmedBlanks(name), QStringLiteral("a`b")})
-            m_server.sql(QStringLiteral("drop database if exists ") + quotedName(each));
+        for (const QString &each : {name, trimmedBlanks(name), QString("a`b")})
+            m_server.sql("drop database if exists " + quotedName(each));
     }
 }
 
 // A change that adds a column: no value of the others may be lost without a word.
 void HostileNamesTest::columns()
 {
-    QFETCH(QString, driver);
     YesToAll boxes(m_folder.path());
-    const auto stage = connected(driver);
+    const auto stage = connected(odbc);
     for (const QString &name : hostileNames()) {
         const QString quoted = quotedName(name);
         if (!m_server.tries(
                 QStringLiteral("create or replace table d.c (%1 varchar(9), keep int, a int) engine=MyISAM")
                     .arg(quoted)))
             continue;
-        m_server.sql(QStringLiteral("insert into d.c values ('一', 7, 8)"));
+        m_server.sql("insert into d.c values ('一', 7, 8)");
         const auto values = [&] {
             return m_server.sql(QStringLiteral("select concat(%1, keep, a) from d.c").arg(quoted));
         };
         const QString before = values();
-        stage->choose("lstDb", QStringLiteral("d"));
-        stage->choose("lstTables", QStringLiteral("[TABLE]\tc"));
+        stage->choose("lstDb", "d");
+        stage->choose("lstTables", "[TABLE]\tc");
         stage->control<SqlTextBox>("txtField")
             ->setContents(
                 QStringLiteral("CREATE TABLE c (%1 varchar(20), keep int, a int, n int)").arg(quoted));
-        press(*stage, "cmdCreateTable", {QStringLiteral("d.c")});
+        press(*stage, "cmdCreateTable", {"d.c"});
         QVERIFY2(values() == before, qPrintable(name + u' ' + m_words));
-        const bool isChanged = m_server.object(QStringLiteral("d.c")).contains(QStringLiteral("n|int"));
+        const bool isChanged = m_server.object("d.c").contains("n|int");
         QVERIFY2(isChanged == m_words.isEmpty(), qPrintable(name + u' ' + m_words));
     }
 }

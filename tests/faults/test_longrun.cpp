@@ -21,25 +21,24 @@ constexpr bool isSanitized = false;
 
 QString playground()
 {
-    return QStringLiteral("create database if not exists play1; create database if not exists play2;"
-                          "create table if not exists play1.商品 (id int primary key, 名前 varchar(50), memo "
-                          "text) engine=InnoDB;"
-                          "insert ignore into play1.商品 values (1,'ﾃｽﾄ',null),(2,'','x'),(3,'😀','NULL');"
-                          "create table if not exists play1.many (id int, filler text);"
-                          "create or replace view play1.v as select id, 名前 from play1.商品 where id > 1;"
-                          "create procedure if not exists play1.p() select 1;"
-                          "create function if not exists play1.f() returns int return 1;"
-                          "create table if not exists play2.child (a int, b decimal(10,2), key (a));");
+    return "create database if not exists play1; create database if not exists play2;"
+           "create table if not exists play1.商品 (id int primary key, 名前 varchar(50), memo "
+           "text) engine=InnoDB;"
+           "insert ignore into play1.商品 values (1,'ﾃｽﾄ',null),(2,'','x'),(3,'😀','NULL');"
+           "create table if not exists play1.many (id int, filler text);"
+           "create or replace view play1.v as select id, 名前 from play1.商品 where id > 1;"
+           "create procedure if not exists play1.p() select 1;"
+           "create function if not exists play1.f() returns int return 1;"
+           "create table if not exists play2.child (a int, b decimal(10,2), key (a));";
 }
 
 // An account that can do harm to the playground only.
 QString walker()
 {
-    return QStringLiteral(
-        "create user walker@'%' identified by 'walk';"
-        "grant select, reload, process, file, show databases, create user on *.* to walker@'%';"
-        "grant all on play1.* to walker@'%'; grant all on play2.* to walker@'%';"
-        "use play1; insert into play1.many select seq, repeat('x', 200) from seq_1_to_20000;");
+    return "create user walker@'%' identified by 'walk';"
+           "grant select, reload, process, file, show databases, create user on *.* to walker@'%';"
+           "grant all on play1.* to walker@'%'; grant all on play2.* to walker@'%';"
+           "use play1; insert into play1.many select seq, repeat('x', 200) from seq_1_to_20000;";
 }
 
 // What the program holds, without the pictures that the toolkit keeps up to a limit of its own. Resident
@@ -84,10 +83,10 @@ void LongRunTest::walk(TestServer &server, Monkey &monkey, int actions, int seco
     monkey.connectAgain = [&] {
         if (stage.session.gCn)
             return;
-        stage.enter(random.bounded(2) ? nativeDriverName() : QStringLiteral("MySQL ODBC 3.51 Driver"),
-                    server.port(), QStringLiteral("walker"), QStringLiteral("walk"));
+        stage.enter(random.bounded(2) ? nativeDriverName() : "MySQL ODBC 3.51 Driver", server.port(),
+                    "walker", "walk");
         if (random.bounded(2))
-            stage.control<QLineEdit>("txtServer")->setText(QStringLiteral("localhost"));
+            stage.control<QLineEdit>("txtServer")->setText("localhost");
         stage.click("cmdConnect");
         if (stage.session.gCn)
             stage.click("cmdShowDb");
@@ -112,8 +111,7 @@ void LongRunTest::manyRandomActionsDoNoHarm()
     bool isGiven = false;
     const int givenSeconds = qEnvironmentVariableIntValue("TARNWELL_LONGRUN_SECONDS", &isGiven);
     const int seconds = isGiven ? givenSeconds : qEnvironmentVariableIsSet("CI") ? 50 : 12;
-    const auto seed =
-        static_cast<quint32>(qEnvironmentVariable("TARNWELL_LONGRUN_SEED", QStringLiteral("1")).toUInt());
+    const auto seed = static_cast<quint32>(qEnvironmentVariable("TARNWELL_LONGRUN_SEED", "1").toUInt());
     mallopt(M_ARENA_MAX, 1); // the one that mallinfo2() tells of
     TestServer server;
     server.run(playground() + walker());

@@ -25,9 +25,9 @@ const char *const setUp = R"(
     CREATE VIEW 表示 AS SELECT id, 名前 FROM 商品 WHERE id > 0;
     CREATE PROCEDURE p() SELECT 1; CREATE FUNCTION f() RETURNS INT RETURN 1;
 )";
-const QString values = QStringLiteral("SELECT id, HEX(名前), HEX(b), z, f*1e0, t, e+0 FROM 商品 ORDER BY id;"
-                                      "SELECT HEX(名前) FROM 表示; SELECT a FROM b; SHOW CREATE TABLE 商品;"
-                                      "SHOW CREATE VIEW 表示; SHOW TABLES; SHOW TRIGGERS LIKE '商品'");
+const QString values = "SELECT id, HEX(名前), HEX(b), z, f*1e0, t, e+0 FROM 商品 ORDER BY id;"
+                       "SELECT HEX(名前) FROM 表示; SELECT a FROM b; SHOW CREATE TABLE 商品;"
+                       "SHOW CREATE VIEW 表示; SHOW TABLES; SHOW TRIGGERS LIKE '商品'";
 
 } // namespace
 
@@ -47,8 +47,8 @@ private Q_SLOTS:
     void anAccountIsMadeChangedAndDeleted();
 
 private:
-    QString sql(const QString &statements) const { return m_server->run(statements, QStringLiteral("店")); }
-    QString grants() const { return sql(QStringLiteral("SHOW GRANTS FOR 'it 店'@'%'")); }
+    QString sql(const QString &statements) const { return m_server->run(statements, "店"); }
+    QString grants() const { return sql("SHOW GRANTS FOR 'it 店'@'%'"); }
     QString lastError() const { return m_stage->control<QPlainTextEdit>("txtError")->toPlainText(); }
     void edit(const char *box, const QString &from, const QString &to) const;
     void changeAccount(QDialog &window, Boxes &boxes) const;
@@ -70,10 +70,10 @@ void MySql56Test::init()
     m_server->run(QString::fromUtf8(setUp));
     m_stage = std::make_unique<MainWindowStage>();
     m_stage->enter(nativeDriverName(), m_server->port());
-    m_stage->control<QLineEdit>("txtServer")->setText(QStringLiteral("localhost"));
+    m_stage->control<QLineEdit>("txtServer")->setText("localhost");
     m_stage->click("cmdConnect");
     m_stage->click("cmdShowDb");
-    m_stage->choose("lstDb", QStringLiteral("店"));
+    m_stage->choose("lstDb", "店");
 }
 
 void MySql56Test::edit(const char *box, const QString &from, const QString &to) const
@@ -89,87 +89,81 @@ void MySql56Test::everyObjectIsListedAndShown()
     QVERIFY(!m_stage->session.connection().server().isMariaDb);
     const QStringList items = m_stage->control<ChosenList>("lstTables")->texts();
     QCOMPARE(QSet<QString>(items.begin(), items.end()),
-             (QSet<QString>{QStringLiteral("[TABLE]\tb"), QStringLiteral("[TABLE]\t商品"),
-                            QStringLiteral("[VIEW]\t表示")}));
-    QCOMPARE(m_stage->control<ChosenList>("lstProcFunc")->texts(),
-             (QStringList{QStringLiteral("[PROC]\tp"), QStringLiteral("[FUNC]\tf")}));
+             (QSet<QString>{"[TABLE]\tb", "[TABLE]\t商品", "[VIEW]\t表示"}));
+    QCOMPARE(m_stage->control<ChosenList>("lstProcFunc")->texts(), (QStringList{"[PROC]\tp", "[FUNC]\tf"}));
     Boxes boxes;
-    m_stage->choose("lstTables", QStringLiteral("[TABLE]\t商品"));
+    m_stage->choose("lstTables", "[TABLE]\t商品");
     QCOMPARE(m_stage->control<FlexGrid>("flGrid_Field")->rowCount(), 7);
     QCOMPARE(m_stage->control<FlexGrid>("flGrid_Index")->rowCount(), 2);
     QCOMPARE(m_stage->control<FlexGrid>("flGrid_Status")->rowCount(), 1);
     m_stage->click("cmdDataGet");
     QCOMPARE(m_stage->control<FlexGrid>("flGrid_Data")->rowCount(), 3);
-    m_stage->choose("lstTables", QStringLiteral("[VIEW]\t表示"));
+    m_stage->choose("lstTables", "[VIEW]\t表示");
     QCOMPARE(m_stage->control<SqlTextBox>("txtField")->contents(),
-             QStringLiteral(
-                 "CREATE VIEW 店.表示 AS \r\nselect 店.商品.id AS id,\r\n\t店.商品.名前 AS 名前 \r\n from "
-                 "店.商品 \r\n where (店.商品.id > 0)"));
-    m_stage->choose("lstProcFunc", QStringLiteral("[PROC]\tp"));
-    QVERIFY(m_stage->control<SqlTextBox>("txtProc")->contents().contains(QStringLiteral("SELECT 1")));
+             "CREATE VIEW 店.表示 AS \r\nselect 店.商品.id AS id,\r\n\t店.商品.名前 AS 名前 \r\n from "
+             "店.商品 \r\n where (店.商品.id > 0)");
+    m_stage->choose("lstProcFunc", "[PROC]\tp");
+    QVERIFY(m_stage->control<SqlTextBox>("txtProc")->contents().contains("SELECT 1"));
 }
 
 // This server shows the text of a view whose table is gone, but not its columns.
 void MySql56Test::aBrokenViewCanBeDropped()
 {
-    sql(QStringLiteral(
-        "CREATE TABLE gone (a INT); CREATE VIEW broken AS SELECT a FROM gone; DROP TABLE gone"));
-    m_stage->choose("lstDb", QStringLiteral("店"));
+    sql("CREATE TABLE gone (a INT); CREATE VIEW broken AS SELECT a FROM gone; DROP TABLE gone");
+    m_stage->choose("lstDb", "店");
     Boxes boxes;
-    boxes.expectOk(
-        QStringLiteral("View '店.broken' references invalid table(s) or column(s) or function(s) or "
-                       "definer/invoker of view lack rights to use them"));
-    m_stage->choose("lstTables", QStringLiteral("[VIEW]\tbroken"));
-    boxes.expectOk(QStringLiteral("brokenﾃｰﾌﾞﾙを削除します。"));
-    boxes.expectOk(QStringLiteral("削除しました。"));
+    boxes.expectOk("View '店.broken' references invalid table(s) or column(s) or function(s) or "
+                   "definer/invoker of view lack rights to use them");
+    m_stage->choose("lstTables", "[VIEW]\tbroken");
+    boxes.expectOk("brokenﾃｰﾌﾞﾙを削除します。");
+    boxes.expectOk("削除しました。");
     m_stage->click("cmdDropTable");
-    QVERIFY(!sql(QStringLiteral("SHOW TABLES")).contains(QStringLiteral("broken")));
+    QVERIFY(!sql("SHOW TABLES").contains("broken"));
 }
 
 void MySql56Test::aTableIsChangedOrKept()
 {
     const QString before = sql(values);
     Boxes boxes;
-    m_stage->choose("lstTables", QStringLiteral("[TABLE]\t商品"));
-    edit("txtField", QStringLiteral("名前 varchar(40)"), QStringLiteral("名前 nonsense(40)"));
-    boxes.expectOk(QStringLiteral("商品ﾃｰﾌﾞﾙを変更します。"));
-    boxes.expectOk(QStringLiteral("ﾃｰﾌﾞﾙの変更に失敗しました。"));
+    m_stage->choose("lstTables", "[TABLE]\t商品");
+    edit("txtField", "名前 varchar(40)", "名前 nonsense(40)");
+    boxes.expectOk("商品ﾃｰﾌﾞﾙを変更します。");
+    boxes.expectOk("ﾃｰﾌﾞﾙの変更に失敗しました。");
     m_stage->click("cmdCreateTable");
-    QVERIFY2(lastError().contains(QStringLiteral("nonsense")), qPrintable(lastError()));
+    QVERIFY2(lastError().contains("nonsense"), qPrintable(lastError()));
     QCOMPARE(sql(values), before);
 
-    edit("txtField", QStringLiteral("nonsense(40)"), QStringLiteral("varchar(60)"));
-    boxes.expectOk(QStringLiteral("商品ﾃｰﾌﾞﾙを変更します。"));
-    boxes.expectOk(QStringLiteral("変更しました。"));
+    edit("txtField", "nonsense(40)", "varchar(60)");
+    boxes.expectOk("商品ﾃｰﾌﾞﾙを変更します。");
+    boxes.expectOk("変更しました。");
     m_stage->click("cmdCreateTable");
-    QCOMPARE(sql(values),
-             QString(before).replace(QStringLiteral("varchar(40)"), QStringLiteral("varchar(60)")));
+    QCOMPARE(sql(values), QString(before).replace("varchar(40)", "varchar(60)"));
 
-    m_stage->choose("lstTables", QStringLiteral("[VIEW]\t表示"));
-    edit("txtField", QStringLiteral("> 0"), QStringLiteral("> 2"));
-    boxes.expectOk(QStringLiteral("表示ﾃｰﾌﾞﾙを変更します。"));
-    boxes.expectOk(QStringLiteral("変更しました。"));
+    m_stage->choose("lstTables", "[VIEW]\t表示");
+    edit("txtField", "> 0", "> 2");
+    boxes.expectOk("表示ﾃｰﾌﾞﾙを変更します。");
+    boxes.expectOk("変更しました。");
     m_stage->click("cmdCreateTable");
-    QCOMPARE(sql(QStringLiteral("SELECT id FROM 表示")), QStringLiteral("3\n"));
+    QCOMPARE(sql("SELECT id FROM 表示"), "3\n");
 }
 
 void MySql56Test::aRoutineIsChangedOrKept()
 {
     Boxes boxes;
-    const QString question = QStringLiteral("[FUNC]\tfを変更します。");
-    const QString show = QStringLiteral("SHOW CREATE FUNCTION f");
+    const QString question = "[FUNC]\tfを変更します。";
+    const QString show = "SHOW CREATE FUNCTION f";
     const QString before = sql(show);
-    m_stage->choose("lstProcFunc", QStringLiteral("[FUNC]\tf"));
-    edit("txtProc", QStringLiteral("RETURN 1"), QStringLiteral("RETURN ("));
+    m_stage->choose("lstProcFunc", "[FUNC]\tf");
+    edit("txtProc", "RETURN 1", "RETURN (");
     boxes.expectOk(question);
-    boxes.expectOk(QStringLiteral("変更に失敗しました。"));
+    boxes.expectOk("変更に失敗しました。");
     m_stage->click("cmdCreateProc");
     QCOMPARE(sql(show), before);
-    edit("txtProc", QStringLiteral("RETURN ("), QStringLiteral("RETURN 2"));
+    edit("txtProc", "RETURN (", "RETURN 2");
     boxes.expectOk(question);
-    boxes.expectOk(QStringLiteral("変更しました。"));
+    boxes.expectOk("変更しました。");
     m_stage->click("cmdCreateProc");
-    QCOMPARE(sql(QStringLiteral("SELECT f()")), QStringLiteral("2\n"));
+    QCOMPARE(sql("SELECT f()"), "2\n");
 }
 
 void MySql56Test::batchesAndScriptsReachEveryTable()
@@ -180,42 +174,41 @@ void MySql56Test::batchesAndScriptsReachEveryTable()
           {"cmdOptimizeTable", "最適化を行います。", "最適化しました。"},
           {"cmdRepairTable", "修復を行います。", "修復しました。"},
           {"cmdCopyDb", "ﾃﾞｰﾀｺﾋﾟｰを行います。", "ﾃｰﾌﾞﾙをｺﾋﾟｰしました。"}}) {
-        boxes.expectOk(QStringLiteral("全ﾃｰﾌﾞﾙの") + QString::fromUtf8(phrase));
+        boxes.expectOk("全ﾃｰﾌﾞﾙの" + QString::fromUtf8(phrase));
         boxes.expectOk(QString::fromUtf8(closing));
         m_stage->click(button);
     }
-    const QString stamp = QDate::currentDate().toString(QStringLiteral("_yy_MM_dd"));
+    const QString stamp = QDate::currentDate().toString("_yy_MM_dd");
     QCOMPARE(
         sql(QStringLiteral("SELECT COUNT(*) FROM back_商品%1; SELECT COUNT(*) FROM back_表示%1").arg(stamp)),
-        QStringLiteral("3\n2\n"));
+        "3\n2\n");
     const QTemporaryDir folder;
     boxes.expectFile(folder.path());
     boxes.expectOk(QStringLiteral("「%1/」にﾊﾞｯｸｱｯﾌﾟしました。").arg(folder.path()));
     m_stage->click("cmdScriptBackUp");
     QCOMPARE(QDir(folder.path()).entryList(QDir::Files),
-             (QStringList{QStringLiteral("b.table"), QStringLiteral("f.func"), QStringLiteral("p.proc"),
-                          QStringLiteral("商品.table"), QStringLiteral("表示.view")}));
+             (QStringList{"b.table", "f.func", "p.proc", "商品.table", "表示.view"}));
 }
 
 void MySql56Test::aBackupBringsEveryValueBack()
 {
     const QString before = sql(values);
     // Within the server's own folder: it may run as another user.
-    const QString path = m_server->folder() + QStringLiteral("/it's 表");
+    const QString path = m_server->folder() + "/it's 表";
     QVERIFY(QDir().mkdir(path));
     Boxes boxes;
-    boxes.expectOk(QStringLiteral("全ﾃｰﾌﾞﾙのﾊﾞｯｸｱｯﾌﾟを行います。"));
+    boxes.expectOk("全ﾃｰﾌﾞﾙのﾊﾞｯｸｱｯﾌﾟを行います。");
     boxes.expectFile(path);
     boxes.expectOk(QStringLiteral("「%1」にﾊﾞｯｸｱｯﾌﾟしました。").arg(path));
     m_stage->click("cmdBackup");
-    sql(QStringLiteral("DELETE FROM 商品; ALTER TABLE 商品 DROP f; DROP TABLE b; DROP VIEW 表示"));
-    boxes.expectDialog(QStringLiteral("frmRestore"), [&](QDialog &dialog) {
-        dialog.findChild<FolderBox *>(QStringLiteral("Dir1"))->setPath(path);
-        dialog.findChild<FileBox *>(QStringLiteral("File1"))->selectAll();
-        dialog.findChild<QPushButton *>(QStringLiteral("cmdOk"))->click();
+    sql("DELETE FROM 商品; ALTER TABLE 商品 DROP f; DROP TABLE b; DROP VIEW 表示");
+    boxes.expectDialog("frmRestore", [&](QDialog &dialog) {
+        dialog.findChild<FolderBox *>("Dir1")->setPath(path);
+        dialog.findChild<FileBox *>("File1")->selectAll();
+        dialog.findChild<QPushButton *>("cmdOk")->click();
     });
-    boxes.expectOk(QStringLiteral("復元前に、既存のテーブルは削除する必要があります。\r\n\r\n"
-                                  "削除を行い、復元しますか？"));
+    boxes.expectOk("復元前に、既存のテーブルは削除する必要があります。\r\n\r\n"
+                   "削除を行い、復元しますか？");
     boxes.expectOk(QStringLiteral("「%1」から復元しました。").arg(path));
     m_stage->click("cmdRestore");
     QCOMPARE(sql(values), before);
@@ -240,7 +233,7 @@ void MySql56Test::changeAccount(QDialog &window, Boxes &boxes) const
     const auto holds = [this](const char *text) {
         QVERIFY2(grants().contains(QString::fromUtf8(text)), qPrintable(grants()));
     };
-    const QString item = QStringLiteral("%\tit 店");
+    const QString item = "%\tit 店";
     for (const auto &[box, text] :
          {std::pair("txtUser", "it 店"), {"txtHost", "%"}, {"txtPassword", "秘 密"}})
         window.findChild<QLineEdit *>(child(box))->setText(QString::fromUtf8(text));
@@ -250,48 +243,47 @@ void MySql56Test::changeAccount(QDialog &window, Boxes &boxes) const
     holds("GRANT SELECT ON *.* TO");
     holds("WITH GRANT OPTION");
 
-    sql(QStringLiteral("GRANT EVENT, TRIGGER ON *.* TO 'it 店'@'%'")); // no box shows these
+    sql("GRANT EVENT, TRIGGER ON *.* TO 'it 店'@'%'"); // no box shows these
     choose("lstUser", item);
     check("ckPrivType_1");
     does("ﾕｰｻﾞｰ権限を変更します。", "cmdGrantEdit", "変更しました。");
     holds("GRANT SELECT, INSERT, EVENT, TRIGGER ON *.*");
 
     choose("lstUser", item);
-    choose("lstAddDB", QStringLiteral("店"));
+    choose("lstAddDB", "店");
     check("ckDBPrivType_2");
     does("DB権限を追加します。", "cmdDbGrantAdd", "追加しました。");
     holds("GRANT UPDATE ON `店`.*");
-    choose("lstDB", QStringLiteral("店"));
+    choose("lstDB", "店");
     check("ckDBPrivType_3");
     does("DB権限を変更します。", "cmdDbGrantEdit", "変更しました。");
     holds("GRANT UPDATE, DELETE ON `店`.*");
 
-    window.findChild<QComboBox *>(child("cboAddDB"))->setCurrentText(QStringLiteral("店"));
-    choose("lstAddTable", QStringLiteral("商品"));
+    window.findChild<QComboBox *>(child("cboAddDB"))->setCurrentText("店");
+    choose("lstAddTable", "商品");
     check("ckTablePrivType_0");
     does("TABLE権限を追加します。", "cmdTableGrantAdd", "追加しました。");
     holds("GRANT SELECT ON `店`.`商品`");
-    sql(QStringLiteral("GRANT UPDATE (id) ON 商品 TO 'it 店'@'%'"));
-    choose("lstTable", QStringLiteral("店\t商品"));
+    sql("GRANT UPDATE (id) ON 商品 TO 'it 店'@'%'");
+    choose("lstTable", "店\t商品");
     check("ckTablePrivType_1");
     does("TABLE権限を変更します。", "cmdTableGrantEdit", "変更しました。");
     holds("GRANT SELECT, INSERT, UPDATE (id) ON `店`.`商品`");
 
-    boxes.expectOk(QStringLiteral("ﾕｰｻﾞｰを削除します。"));
-    boxes.expectOk(QStringLiteral("削除しました。"));
+    boxes.expectOk("ﾕｰｻﾞｰを削除します。");
+    boxes.expectOk("削除しました。");
     click("cmdDelete");
-    QCOMPARE(
-        sql(QStringLiteral("SELECT 1 FROM mysql.user WHERE user='it 店' UNION ALL SELECT 1 FROM "
-                           "mysql.db WHERE user='it 店' UNION ALL SELECT 1 FROM mysql.tables_priv WHERE "
-                           "user='it 店' UNION ALL SELECT 1 FROM mysql.columns_priv WHERE user='it 店'")),
-        QString());
+    QCOMPARE(sql("SELECT 1 FROM mysql.user WHERE user='it 店' UNION ALL SELECT 1 FROM "
+                 "mysql.db WHERE user='it 店' UNION ALL SELECT 1 FROM mysql.tables_priv WHERE "
+                 "user='it 店' UNION ALL SELECT 1 FROM mysql.columns_priv WHERE user='it 店'"),
+             QString());
     window.reject();
 }
 
 void MySql56Test::anAccountIsMadeChangedAndDeleted()
 {
     Boxes boxes;
-    boxes.expectDialog(QStringLiteral("frmUserAdd"), [&](QDialog &window) { changeAccount(window, boxes); });
+    boxes.expectDialog("frmUserAdd", [&](QDialog &window) { changeAccount(window, boxes); });
     m_stage->click("cmdCreateUser");
 }
 

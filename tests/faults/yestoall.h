@@ -33,7 +33,7 @@ private:
             auto *yes = box->button(QMessageBox::Yes);
             (yes ? yes : box->button(QMessageBox::Ok))->click();
         } else if (auto *files = qobject_cast<QFileDialog *>(dialog)) {
-            files->findChild<QLineEdit *>(QStringLiteral("fileNameEdit"))->setText(folder);
+            files->findChild<QLineEdit *>("fileNameEdit")->setText(folder);
             QMetaObject::invokeMethod(files, "accept");
         } else {
             use(*dialog);
@@ -41,13 +41,13 @@ private:
     }
     void use(QDialog &dialog)
     {
-        if (auto *folders = dialog.findChild<FolderBox *>(QStringLiteral("Dir1"))) {
+        if (auto *folders = dialog.findChild<FolderBox *>("Dir1")) {
             folders->setPath(folder);
-            dialog.findChild<FileBox *>(QStringLiteral("File1"))->selectAll();
+            dialog.findChild<FileBox *>("File1")->selectAll();
         } else if (auto *line = dialog.findChild<QLineEdit *>()) {
             line->setText(typed);
         }
-        dialog.findChild<QPushButton *>(QStringLiteral("cmdOk"))->click();
+        dialog.findChild<QPushButton *>("cmdOk")->click();
         dialog.reject();
     }
 };

@@ -1,4 +1,5 @@
 #include "inout/inoutcommands.h"
+#include "support/rows.h"
 #include "support/scriptedconnection.h"
 #include "support/scripteddialogue.h"
 
@@ -24,16 +25,15 @@ void InOutCommandsTest::statementsStandAsWritten_data()
 {
     QTest::addColumn<QString>("statement");
     QTest::addColumn<QString>("expected");
-    const QString windows = QStringLiteral("C:\\d\\t.dat");
-    QTest::newRow("export") << exportStatement(QStringLiteral(" d "), QStringLiteral(" t "), windows)
-                            << "select * from `d`.t into outfile 'C:\\\\d\\\\t.dat'";
-    QTest::newRow("export, no backslash")
-        << exportStatement(QStringLiteral("d"), QStringLiteral("a b"), QStringLiteral("/tmp/ x.dat"))
-        << "select * from `d`.a b into outfile '/tmp/ x.dat'";
-    QTest::newRow("replace") << importStatement(QStringLiteral("d"), QStringLiteral("t"), windows, true)
-                             << "load data infile 'C:\\\\d\\\\t.dat' REPLACE  into table `d`.t";
-    QTest::newRow("ignore") << importStatement(QStringLiteral(" d"), QStringLiteral("t "), windows, false)
-                            << "load data infile 'C:\\\\d\\\\t.dat' IGNORE  into table `d`.t";
+    const QString windows = "C:\\d\\t.dat";
+    row("export", exportStatement(" d ", " t ", windows),
+        "select * from `d`.t into outfile 'C:\\\\d\\\\t.dat'");
+    row("export, no backslash", exportStatement("d", "a b", "/tmp/ x.dat"),
+        "select * from `d`.a b into outfile '/tmp/ x.dat'");
+    row("replace", importStatement("d", "t", windows, true),
+        "load data infile 'C:\\\\d\\\\t.dat' REPLACE  into table `d`.t");
+    row("ignore", importStatement(" d", "t ", windows, false),
+        "load data infile 'C:\\\\d\\\\t.dat' IGNORE  into table `d`.t");
 }
 
 void InOutCommandsTest::statementsStandAsWritten()
@@ -49,30 +49,25 @@ void InOutCommandsTest::incompleteChoicesAreRefused_data()
     QTest::addColumn<QString>("file");
     QTest::addColumn<bool>("isExport");
     QTest::addColumn<QString>("message");
-    const QString existing = m_folder.filePath(QStringLiteral("there.dat"));
+    const QString existing = m_folder.filePath("there.dat");
     QFile file(existing);
     QVERIFY(file.open(QIODevice::WriteOnly));
-    const QString missing = m_folder.filePath(QStringLiteral("missing.dat"));
     for (const bool isExport : {true, false}) {
-        const char *direction = isExport ? "export" : "import";
-        QTest::addRow("%s, no database", direction) << " "
-                                                    << ""
-                                                    << "" << isExport << "ﾃﾞｰﾀﾍﾞｰｽを選択してください。";
-        QTest::addRow("%s, no table", direction) << "d"
-                                                 << " "
-                                                 << "" << isExport << "ﾃｰﾌﾞﾙを選択してください。";
-        QTest::addRow("%s, no file", direction) << "d"
-                                                << "t"
-                                                << "  " << isExport << "ﾌｧｲﾙを選択してください。";
+        const auto add = [isExport](const char *name, const char *database, const char *table,
+                                    const QString &chosen, const char *message) {
+            QTest::addRow("%s, %s", isExport ? "export" : "import", name)
+                << database << table << chosen << isExport << message;
+        };
+        add("no database", " ", "", "", "ﾃﾞｰﾀﾍﾞｰｽを選択してください。");
+        add("no table", "d", " ", "", "ﾃｰﾌﾞﾙを選択してください。");
+        add("no file", "d", "t", "  ", "ﾌｧｲﾙを選択してください。");
+        if (isExport) {
+            add("file there", "d", "t", existing, "ﾌｧｲﾙが存在します。ﾌｧｲﾙ名を変更してください。");
+            continue;
+        }
+        add("file missing", "d", "t", m_folder.filePath("missing.dat"), "ﾌｧｲﾙが見つかりません。");
+        add("a folder is no file", "d", "t", m_folder.path(), "ﾌｧｲﾙが見つかりません。");
     }
-    QTest::newRow("export, file there")
-        << "d"
-        << "t" << existing << true << "ﾌｧｲﾙが存在します。ﾌｧｲﾙ名を変更してください。";
-    QTest::newRow("import, file missing") << "d"
-                                          << "t" << missing << false << "ﾌｧｲﾙが見つかりません。";
-    QTest::newRow("import, a folder is no file")
-        << "d"
-        << "t" << m_folder.path() << false << "ﾌｧｲﾙが見つかりません。";
 }
 
 void InOutCommandsTest::incompleteChoicesAreRefused()
@@ -96,8 +91,8 @@ void InOutCommandsTest::incompleteChoicesAreRefused()
 void InOutCommandsTest::aFailureIsSilentInTheDialogOnly_data()
 {
     QTest::addColumn<bool>("isExport");
-    QTest::newRow("export") << true;
-    QTest::newRow("import") << false;
+    row("export", true);
+    row("import", false);
 }
 
 void InOutCommandsTest::aFailureIsSilentInTheDialogOnly()
@@ -107,19 +102,17 @@ void InOutCommandsTest::aFailureIsSilentInTheDialogOnly()
     Session session;
     session.gCn = script.connect();
     session.gDbName = QStringLiteral("d");
-    script.failAt(0, Reply::failure(QStringLiteral("no FILE right"), 1045));
+    script.failAt(0, Reply::failure("no FILE right", 1045));
     ScriptedDialogue dialog; // fails the test on any box
     ScriptedDialogue mainWindow;
     const QString file =
         m_folder.filePath(isExport ? QStringLiteral("new.dat") : QStringLiteral("there.dat"));
-    QVERIFY(!(isExport ? exportTable : importTable)(session, {dialog, mainWindow},
-                                                    {QStringLiteral("t"), file, true}));
-    QCOMPARE(mainWindow.lastError, QStringLiteral("no FILE right"));
+    QVERIFY(!(isExport ? exportTable : importTable)(session, {dialog, mainWindow}, {"t", file, true}));
+    QCOMPARE(mainWindow.lastError, "no FILE right");
     QCOMPARE(dialog.busyDepth, 0);
 
     dialog.expectInform(isExport ? QStringLiteral("出力しました。") : QStringLiteral("読み込みました。"));
-    QVERIFY((isExport ? exportTable : importTable)(session, {dialog, mainWindow},
-                                                   {QStringLiteral("t"), file, true}));
+    QVERIFY((isExport ? exportTable : importTable)(session, {dialog, mainWindow}, {"t", file, true}));
     QCOMPARE(mainWindow.lastError, QString());
 }
 

@@ -36,16 +36,16 @@ public:
         if (sent.size() - 1 != m_faultAt)
             return m_inner->execute(statement);
         if (m_fault == Fault::Refused)
-            throw SqlError(QStringLiteral("refused"), 1142);
+            throw SqlError("refused", 1142);
         if (m_fault == Fault::Killed) {
             m_killSession();
             return m_inner->execute(statement);
         }
         m_inner->execute(statement);
         if (m_fault == Fault::AnswerWrong)
-            throw SqlError(QStringLiteral("interrupted"), 1317);
+            throw SqlError("interrupted", 1317);
         m_inner->close();
-        throw SqlError(QStringLiteral("Lost connection to server during query"), 2013);
+        throw SqlError("Lost connection to server during query", 2013);
     }
 
     QStringList sent;

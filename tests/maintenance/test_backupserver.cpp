@@ -1,6 +1,6 @@
 #include "maintenance/backup.h"
 #include "maintenance/restore.h"
-#include "realfixture.h"
+#include "stage.h"
 
 namespace {
 
@@ -52,24 +52,36 @@ private Q_SLOTS:
     void init() { m_server.run(valuesSetUp); }
     void everyValueComesBack_data();
     void everyValueComesBack();
-    void existingFilesStopTheRun_data();
     void existingFilesStopTheRun();
     void aTableThatCannotBeWrittenLeavesNoFile();
-    void whatCannotComeBackIsNotBackedUp_data();
     void whatCannotComeBackIsNotBackedUp();
     void aDamagedBackupLeavesTheTableAsItIs_data();
     void aDamagedBackupLeavesTheTableAsItIs();
     void theSessionKeepsItsSettings();
 
 private:
-    QString string(bool isOdbc) const { return isOdbc ? m_server.odbcString() : m_server.nativeString("d"); }
+    // Of one table, or of all; gives the box that ended it.
+    QString backUp(const QString &folder, const QString &table = {}, const QString &account = "demo");
 
     TestServer m_server;
+    bool m_isFailure = false;
 };
+
+QString BackupServerTest::backUp(const QString &folder, const QString &table, const QString &account)
+{
+    RealStage stage(m_server, nativeDriverName(), "d", 0, account);
+    stage.listTables(m_server);
+    stage.selection.lblPreTable = table.isEmpty() ? "0" : "1";
+    stage.selection.table = "[TABLE]\t" + table;
+    stage.dialogue.choice.folder = folder;
+    stage.run(backUpTables);
+    m_isFailure = stage.dialogue.isCritical;
+    return stage.told();
+}
 
 void BackupServerTest::everyValueComesBack_data()
 {
-    QTest::addColumn<bool>("isOdbc");
+    QTest::addColumn<QString>("driver");
     QTest::addColumn<QString>("change");
     QTest::addColumn<QString>("setting"); // left behind in the session by the user
     const QString drop = "DROP TABLE texts, bytes, numbers, made, nothing; DROP VIEW seen, again;";
@@ -77,95 +89,72 @@ void BackupServerTest::everyValueComesBack_data()
         "DELETE FROM texts; ALTER TABLE numbers DROP f; INSERT INTO made(a) VALUES(5);"
         "ALTER TABLE bytes RENAME moved; CREATE TABLE bytes(only INT);"
         "INSERT INTO nothing VALUES(1); DROP VIEW seen; CREATE TABLE seen(a INT); DROP TABLE moved;";
-    QTest::newRow("changed, ODBC") << true << change << "SET sql_mode='ANSI'";
-    QTest::newRow("dropped, ODBC") << true << drop << "SET time_zone='+09:00'";
-    QTest::newRow("changed, built in") << false << change << "SET sql_select_limit=1";
-    QTest::newRow("dropped, built in") << false << drop << "SET sql_mode='NO_BACKSLASH_ESCAPES'";
-    QTest::newRow("as it was") << false << "DO 0"
-                               << "SET foreign_key_checks=1";
+    row("changed, ODBC", odbcDriver(), change, "SET sql_mode='ANSI'");
+    row("dropped, ODBC", odbcDriver(), drop, "SET time_zone='+09:00'");
+    row("changed, built in", nativeDriverName(), change, "SET sql_select_limit=1");
+    row("dropped, built in", nativeDriverName(), drop, "SET sql_mode='NO_BACKSLASH_ESCAPES'");
 }
 
 void BackupServerTest::everyValueComesBack()
 {
-    QFETCH(bool, isOdbc);
+    QFETCH(QString, driver);
     QFETCH(QString, change);
     QFETCH(QString, setting);
     const QString before = m_server.run(valuesRead);
     const QTemporaryDir folder;
     QVERIFY(QDir(folder.path()).mkdir("it's 表\\n"));
-    RealFixture fixture(m_server, string(isOdbc));
-    fixture.session.gCn->execute(setting);
-    fixture.choice.folder = folder.filePath("it's 表\\n");
-    fixture.choice.names = QStringList{"again", "bytes", "made", "nothing", "numbers", "seen", "texts"};
-    m_server.takeStatements();
-    QCOMPARE(fixture.run(backUpTables), "「" + fixture.choice.folder + "」にﾊﾞｯｸｱｯﾌﾟしました。");
-    QCOMPARE(QDir(fixture.choice.folder).entryList(QDir::Files).size(), 12);
-    QVERIFY(bytesOf(fixture.choice.folder + "/nothing.frm").startsWith("CREATE TABLE `nothing` (\n"));
-    if (!isOdbc)
-        QCOMPARE(m_server.takeStatements().value(0),
-                 "backup table `d`.again,`d`.bytes,`d`.made,`d`.nothing,`d`.numbers,`d`.seen,`d`.texts to '" +
-                     QString(fixture.choice.folder).replace("\\", "\\\\") + "'");
+    RealStage stage(m_server, driver);
+    stage.listTables(m_server);
+    stage.session.gCn->execute(setting);
+    RestoreChoice &choice = stage.dialogue.choice;
+    choice.folder = folder.filePath("it's 表\\n");
+    choice.names = QStringList{"again", "bytes", "made", "nothing", "numbers", "seen", "texts"};
+    stage.run(backUpTables);
+    QCOMPARE(stage.told(), "「" + choice.folder + "」にﾊﾞｯｸｱｯﾌﾟしました。");
+    QCOMPARE(filesIn(choice.folder).size(), 12);
+    QVERIFY(bytesOf(choice.folder + "/nothing.frm").startsWith("CREATE TABLE `nothing` (\n"));
 
     m_server.run(change, "d");
-    QCOMPARE(fixture.run(restoreTables), "「" + fixture.choice.folder + "」から復元しました。");
+    stage.run(restoreTables);
+    QCOMPARE(stage.told(), "「" + choice.folder + "」から復元しました。");
     QCOMPARE(m_server.run(valuesRead), before);
-    QCOMPARE(fixture.progresses.last(), QStringLiteral("7/7"));
-}
-
-void BackupServerTest::existingFilesStopTheRun_data()
-{
-    QTest::addColumn<QString>("file");
-    QTest::newRow("definition") << "texts.frm";
-    QTest::newRow("rows") << "texts.dat";
+    QCOMPARE(stage.dialogue.progresses.last(), "7/7");
 }
 
 void BackupServerTest::existingFilesStopTheRun()
 {
-    QFETCH(QString, file);
-    const QTemporaryDir folder;
-    put(folder.filePath(file), "mine");
-    RealFixture fixture(m_server, m_server.nativeString());
-    fixture.choice.folder = folder.path();
-    const QString told = fixture.run(backUpTables);
-    QVERIFY2(fixture.isFailure && told.contains(folder.filePath(file)), qPrintable(told));
-    QCOMPARE(bytesOf(folder.filePath(file)), QByteArray("mine"));
-    QCOMPARE(QDir(folder.path()).entryList(QDir::Files), QStringList{file});
+    for (const char *file : {"texts.frm", "texts.dat"}) {
+        const QTemporaryDir folder;
+        put(folder.filePath(file), "mine");
+        const QString told = backUp(folder.path());
+        QVERIFY2(m_isFailure && told.contains(folder.filePath(file)), qPrintable(told));
+        QCOMPARE(bytesOf(folder.filePath(file)), QByteArray("mine"));
+        QCOMPARE(filesIn(folder.path()), QStringList{file});
+    }
 }
 
 void BackupServerTest::aTableThatCannotBeWrittenLeavesNoFile()
 {
-    m_server.run("CREATE USER IF NOT EXISTS poor@'%' IDENTIFIED BY 'demo'; GRANT SELECT ON d.* TO poor@'%'; "
-                 "GRANT SHOW VIEW ON d.* TO poor@'%'");
+    m_server.run("CREATE USER IF NOT EXISTS poor@'%' IDENTIFIED BY 'demo';"
+                 "GRANT SELECT, SHOW VIEW ON d.* TO poor@'%'");
     const QTemporaryDir folder;
-    RealFixture fixture(m_server, m_server.nativeString().replace("uid=demo", "uid=poor"));
-    fixture.choice.folder = folder.path();
-    const QString told = fixture.run(backUpTables);
-    QVERIFY2(fixture.isFailure && told.contains("denied"), qPrintable(told));
+    const QString told = backUp(folder.path(), {}, "poor");
+    QVERIFY2(m_isFailure && told.contains("denied"), qPrintable(told));
     // The view before it needed no right to write files.
-    QCOMPARE(QDir(folder.path()).entryList(QDir::Files), QStringList{"again.frm"});
-}
-
-void BackupServerTest::whatCannotComeBackIsNotBackedUp_data()
-{
-    QTest::addColumn<QString>("setUp");
-    QTest::newRow("history of rows") << "CREATE TABLE odd(a INT) WITH SYSTEM VERSIONING";
-    QTest::newRow("sequence") << "CREATE SEQUENCE odd";
-    QTest::newRow("error value of an ENUM")
-        << "SET sql_mode=''; CREATE TABLE odd(e ENUM('a')); INSERT INTO odd VALUES('b')";
+    QCOMPARE(filesIn(folder.path()), QStringList{"again.frm"});
 }
 
 void BackupServerTest::whatCannotComeBackIsNotBackedUp()
 {
-    QFETCH(QString, setUp);
-    m_server.run(setUp, "d");
-    const QTemporaryDir folder;
-    RealFixture fixture(m_server, m_server.nativeString());
-    fixture.selection.lblPreTable = QStringLiteral("1");
-    fixture.selection.table = QStringLiteral("[TABLE]\todd");
-    fixture.choice.folder = folder.path();
-    const QString told = fixture.run(backUpTables);
-    QVERIFY2(fixture.isFailure && told.contains("odd"), qPrintable(told));
-    QCOMPARE(QDir(folder.path()).entryList(QDir::Files), QStringList());
+    for (const char *setUp :
+         {"CREATE TABLE odd(a INT) WITH SYSTEM VERSIONING", "CREATE SEQUENCE odd",
+          "SET sql_mode=''; CREATE TABLE odd(e ENUM('a')); INSERT INTO odd VALUES('b')"}) {
+        m_server.run(QString("DROP TABLE IF EXISTS odd;") + setUp, "d");
+        const QTemporaryDir folder;
+        const QString told = backUp(folder.path(), "odd");
+        QVERIFY2(m_isFailure && told.contains("odd"), qPrintable(setUp + told));
+        QCOMPARE(filesIn(folder.path()), QStringList());
+    }
 }
 
 void BackupServerTest::aDamagedBackupLeavesTheTableAsItIs_data()
@@ -173,13 +162,12 @@ void BackupServerTest::aDamagedBackupLeavesTheTableAsItIs_data()
     QTest::addColumn<QString>("file");
     QTest::addColumn<QByteArray>("from");
     QTest::addColumn<QByteArray>("to");
-    QTest::newRow("definition that the server refuses")
-        << "numbers.frm" << QByteArray("PRIMARY KEY") << QByteArray("PRIMARY");
-    QTest::newRow("rows of another table") << "numbers.dat" << QByteArray("\t") << QByteArray("x\t");
-    QTest::newRow("row without all columns") << "numbers.dat" << QByteArray("5\t") << QByteArray("\n");
-    QTest::newRow("a row twice") << "numbers.dat" << QByteArray("7\t") << QByteArray("5\t");
-    QTest::newRow("definition says it is a table of a missing engine")
-        << "numbers.frm" << QByteArray("InnoDB") << QByteArray("Nothing");
+    row("definition that the server refuses", "numbers.frm", QByteArray("PRIMARY KEY"),
+        QByteArray("PRIMARY"));
+    row("engine that the server lacks", "numbers.frm", QByteArray("InnoDB"), QByteArray("Nothing"));
+    row("rows of another table", "numbers.dat", QByteArray("\t"), QByteArray("x\t"));
+    row("row without all columns", "numbers.dat", QByteArray("5\t"), QByteArray("\n"));
+    row("a row twice", "numbers.dat", QByteArray("7\t"), QByteArray("5\t"));
 }
 
 void BackupServerTest::aDamagedBackupLeavesTheTableAsItIs()
@@ -188,29 +176,30 @@ void BackupServerTest::aDamagedBackupLeavesTheTableAsItIs()
     QFETCH(QByteArray, from);
     QFETCH(QByteArray, to);
     const QTemporaryDir folder;
-    RealFixture fixture(m_server, m_server.nativeString());
-    fixture.choice.folder = folder.path();
-    fixture.run(backUpTables);
-    QVERIFY(!fixture.isFailure);
+    backUp(folder.path());
+    QVERIFY(!m_isFailure);
     const QByteArray damaged = bytesOf(folder.filePath(file)).replace(from, to);
     QVERIFY(damaged != bytesOf(folder.filePath(file)));
     put(folder.filePath(file), damaged);
 
     m_server.run("UPDATE numbers SET f=4 WHERE n=5", "d");
     const QString before = m_server.run(valuesRead);
-    fixture.choice.names = QStringList{"nothing", "numbers", "texts"};
-    const QString told = fixture.run(restoreTables);
-    QVERIFY2(fixture.isFailure &&
-                 told.contains("「numbers」は復元前の状態に戻しました。\r\n復元済み: nothing"),
-             qPrintable(told));
+    RealStage stage(m_server, nativeDriverName());
+    stage.dialogue.choice = {{"nothing", "numbers", "texts"}, folder.path()};
+    stage.run(restoreTables);
+    QVERIFY2(stage.dialogue.isCritical &&
+                 stage.told().contains("「numbers」は復元前の状態に戻しました。\r\n復元済み: nothing"),
+             qPrintable(stage.told()));
     QCOMPARE(m_server.run(valuesRead), before);
 }
 
 void BackupServerTest::theSessionKeepsItsSettings()
 {
     const QTemporaryDir folder;
-    RealFixture fixture(m_server, m_server.nativeString("mysql"));
-    Connection &connection = *fixture.session.gCn;
+    RealStage stage(m_server, nativeDriverName());
+    stage.listTables(m_server);
+    Connection &connection = *stage.session.gCn;
+    connection.execute("USE mysql");
     connection.execute(
         "SET sql_mode='ANSI_QUOTES,NO_BACKSLASH_ESCAPES', time_zone='+03:00', sql_select_limit=7, "
         "sql_quote_show_create=0, check_constraint_checks=0");
@@ -219,11 +208,12 @@ void BackupServerTest::theSessionKeepsItsSettings()
         "@@check_constraint_checks, @@foreign_key_checks, DATABASE())";
     const QString before = connection.execute(read).text(0);
     QVERIFY2(before.endsWith("+03:00 7 OFF OFF ON mysql"), qPrintable(before));
-    fixture.choice = {{"texts"}, folder.path()};
-    fixture.run(backUpTables);
-    fixture.run(restoreTables);
-    QVERIFY(!fixture.isFailure);
-    QCOMPARE(connection.execute(read).text(0), before);
+    stage.dialogue.choice = {{"texts"}, folder.path()};
+    for (Run command : {backUpTables, restoreTables}) {
+        stage.run(command);
+        QVERIFY2(!stage.dialogue.isCritical, qPrintable(stage.told()));
+        QCOMPARE(connection.execute(read).text(0), before);
+    }
 }
 
 QTEST_GUILESS_MAIN(BackupServerTest)

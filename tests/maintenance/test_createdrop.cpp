@@ -1,15 +1,27 @@
-#include "ddlfixture.h"
 #include "maintenance/createdrop.h"
+#include "maintenance/frmCreateDB.h"
+#include "stage.h"
+#include "support/gui/boxes.h"
+
+#include <QLineEdit>
+#include <QPushButton>
 
 namespace {
 
 using L = QStringList;
 
-const QString kindTest = QStringLiteral("show create table `d`.t;");
-const QString dropTableT = QStringLiteral("drop table `d`.t");
-const QString dropViewT = QStringLiteral("drop view `d`.t");
-const QString done = QStringLiteral("削除しました。");
-const QString failed = QStringLiteral("削除に失敗しました。");
+const QString kindTest = "show create table `d`.t;";
+const QString dropTableT = "drop table `d`.t";
+const QString done = "削除しました。";
+const QString failed = "削除に失敗しました。";
+
+// The modal dialog, used as a user does: keys and clicks.
+void type(QDialog &dialog, const QString &text)
+{
+    auto *box = dialog.findChild<QLineEdit *>("txtDatabase");
+    box->setText(text);
+    QTest::keyClick(box, Qt::Key_Return);
+}
 
 } // namespace
 
@@ -19,120 +31,129 @@ class CreateDropTest : public QObject {
 private Q_SLOTS:
     void theServerSaysWhatIsDropped_data();
     void theServerSaysWhatIsDropped();
-    void theUserSaysWhatTheServerCannot_data();
     void theUserSaysWhatTheServerCannot();
     void cancelDropsNothing();
-    void aRefusedDropIsTold();
     void aDatabaseIsDropped_data();
     void aDatabaseIsDropped();
-    void aRefusedDatabaseIsLeftToTheWindow();
+    void theNameIsTrimmedAndSentUntilTheServerTakesIt();
+    void withoutANameNothingIsSent();
 };
 
 void CreateDropTest::theServerSaysWhatIsDropped_data()
 {
-    QTest::addColumn<L>("fields"); // of the kind test
-    QTest::addColumn<bool>("hasRow");
+    QTest::addColumn<L>("row"); // of the kind test: the field's name and the object's; none at all
     QTest::addColumn<L>("sent");
-    QTest::addColumn<QString>("refused"); // empty: dropped
-    QTest::newRow("table") << L{"Table", "Create Table"} << true << L{kindTest, dropTableT} << "";
-    QTest::newRow("view") << L{" View", "Create View"} << true << L{kindTest, dropViewT} << "";
-    QTest::newRow("something else") << L{"Sequence", "Create"} << true << L{kindTest}
-                                    << "テーブルまたはＶＩＥＷではありません。";
-    QTest::newRow("no row: an empty statement") << L{"Table", "Create"} << false << L{kindTest, ""} << failed;
+    QTest::addColumn<QString>("told");
+    QTest::addColumn<QString>("error");
+    row("table", L{"Table", "t"}, L{kindTest, dropTableT}, done, "");
+    row("view", L{" View", "t"}, L{kindTest, "drop view `d`.t"}, done, "");
+    row("something else", L{"Sequence", "t"}, L{kindTest}, "テーブルまたはＶＩＥＷではありません。", "");
+    row("no row: an empty statement", L{"Table"}, L{kindTest, ""}, failed, "Query was empty");
+    row("drop refused", L{"Table", "refused"}, L{kindTest, dropTableT}, failed, "foreign key");
 }
 
 void CreateDropTest::theServerSaysWhatIsDropped()
 {
-    QFETCH(L, fields);
-    QFETCH(bool, hasRow);
-    QFETCH(QString, refused);
-    DdlFixture f;
-    f.selection.lblTableName = QStringLiteral("t");
-    f.script.always(kindTest, hasRow ? Reply::table(fields, {{"t", "text"}}) : Reply::table(fields));
-    f.script.always({}, Reply::failure(QStringLiteral("Query was empty"), 1065));
-    f.dialogue.expectConfirm(QStringLiteral("tﾃｰﾌﾞﾙを削除します。"), Icon::Critical, true);
-    f.dialogue.expectTell(refused.isEmpty() ? done : refused,
-                          refused.isEmpty() ? Icon::Information : Icon::Critical);
-    QCOMPARE(f.run(dropTable).reload, refused.isEmpty() ? Reload::Objects : Reload::Nothing);
-    QTEST(f.script.sent, "sent");
-}
-
-void CreateDropTest::theUserSaysWhatTheServerCannot_data()
-{
-    QTest::addColumn<bool>("isView");
-    QTest::newRow("a view") << true;
-    QTest::newRow("a table") << false;
+    QFETCH(L, row);
+    QFETCH(QString, told);
+    QFETCH(QString, error);
+    ScriptedStage stage;
+    stage.selection.lblTableName = "t";
+    stage.script.always(kindTest, row.size() < 2 ? Reply::table(row) : Reply::table({row[0]}, {{row[1]}}));
+    stage.script.always({}, Reply::failure("Query was empty", 1065));
+    if (row.last() == u"refused")
+        stage.script.always(dropTableT, Reply::failure("foreign key", 1451));
+    stage.dialogue.expectConfirm("tﾃｰﾌﾞﾙを削除します。", Icon::Critical, true);
+    stage.dialogue.expectTell(told, told == done ? Icon::Information : Icon::Critical);
+    QCOMPARE(stage.run(dropTable).reload, told == done ? Reload::Objects : Reload::Nothing);
+    QTEST(stage.script.sent, "sent");
+    QCOMPARE(stage.dialogue.lastError, error);
+    QCOMPARE(stage.dialogue.lastTip, error);
 }
 
 void CreateDropTest::theUserSaysWhatTheServerCannot()
 {
-    QFETCH(bool, isView);
-    DdlFixture f;
-    f.selection.lblTableName = QStringLiteral("t");
-    f.script.always(kindTest, Reply::failure(QStringLiteral("invalid view"), 1356));
-    f.dialogue.expectConfirm(QStringLiteral("tﾃｰﾌﾞﾙを削除します。"), Icon::Critical, true);
-    f.dialogue.expectAsk(QStringLiteral("削除対象はVIEWですか？"), isView);
-    f.dialogue.expectInform(done);
-    QCOMPARE(f.run(dropTable).reload, Reload::Objects);
-    QCOMPARE(f.script.sent, (L{kindTest, isView ? dropViewT : dropTableT}));
+    for (const bool isView : {true, false}) {
+        ScriptedStage stage;
+        stage.selection.lblTableName = "t";
+        stage.script.always(kindTest, Reply::failure("invalid view", 1356));
+        stage.dialogue.expectConfirm("tﾃｰﾌﾞﾙを削除します。", Icon::Critical, true);
+        stage.dialogue.expectAsk("削除対象はVIEWですか？", isView);
+        stage.dialogue.expectInform(done);
+        QCOMPARE(stage.run(dropTable).reload, Reload::Objects);
+        QCOMPARE(stage.script.sent, (L{kindTest, isView ? "drop view `d`.t" : "drop table `d`.t"}));
+    }
 }
 
 void CreateDropTest::cancelDropsNothing()
 {
-    DdlFixture f;
-    f.selection.lblTableName = QStringLiteral("t");
-    f.dialogue.expectConfirm(QStringLiteral("tﾃｰﾌﾞﾙを削除します。"), Icon::Critical, false);
-    f.run(dropTable);
-    f.dialogue.expectConfirm(QStringLiteral("ﾃﾞｰﾀﾍﾞｰｽ(d)を削除しす。"), Icon::Critical, false);
-    f.run(dropDatabase);
-    QVERIFY(f.script.sent.isEmpty());
-}
-
-void CreateDropTest::aRefusedDropIsTold()
-{
-    DdlFixture f;
-    f.selection.lblTableName = QStringLiteral("t");
-    f.script.always(kindTest, Reply::table({"Table", "Create Table"}, {{"t", "text"}}));
-    f.script.always(dropTableT, Reply::failure(QStringLiteral("foreign key"), 1451));
-    f.dialogue.expectConfirm(QStringLiteral("tﾃｰﾌﾞﾙを削除します。"), Icon::Critical, true);
-    f.dialogue.expectRefuse(failed);
-    QCOMPARE(f.run(dropTable).reload, Reload::Nothing);
-    QCOMPARE(f.dialogue.lastError, QStringLiteral("foreign key"));
-    QCOMPARE(f.dialogue.lastTip, QStringLiteral("foreign key"));
+    ScriptedStage stage;
+    stage.selection.lblTableName = "t";
+    stage.dialogue.expectConfirm("tﾃｰﾌﾞﾙを削除します。", Icon::Critical, false);
+    stage.run(dropTable);
+    stage.dialogue.expectConfirm("ﾃﾞｰﾀﾍﾞｰｽ(d)を削除しす。", Icon::Critical, false);
+    stage.run(dropDatabase);
+    QCOMPARE(stage.script.sent, L());
 }
 
 void CreateDropTest::aDatabaseIsDropped_data()
 {
     QTest::addColumn<QString>("item");
     QTest::addColumn<L>("sent");
-    QTest::newRow("name") << "店" << L{"drop database `店`;"};
-    QTest::newRow("blank behind it") << "x " << L{"drop database `x`;"};
-    QTest::newRow("nothing chosen") << "" << L{};
-    QTest::newRow("only blanks") << "  " << L{};
+    row("blank behind it", "店 ", L{"drop database `店`;"});
+    row("only blanks", "  ", L{});
 }
 
 void CreateDropTest::aDatabaseIsDropped()
 {
     QFETCH(QString, item);
     QFETCH(L, sent);
-    DdlFixture f;
-    f.selection.database = item;
+    ScriptedStage stage;
+    stage.selection.database = item;
     if (sent.isEmpty())
-        f.dialogue.expectRefuse(QStringLiteral("ﾃﾞｰﾀﾍﾞｰｽを選択して下さい。"));
+        stage.dialogue.expectRefuse("ﾃﾞｰﾀﾍﾞｰｽを選択して下さい。");
     else
-        f.dialogue.expectConfirm(QStringLiteral("ﾃﾞｰﾀﾍﾞｰｽ(") + item + QStringLiteral(")を削除しす。"),
-                                 Icon::Critical, true);
-    QCOMPARE(f.run(dropDatabase).reload, sent.isEmpty() ? Reload::Nothing : Reload::Databases);
-    QCOMPARE(f.script.sent, sent);
+        stage.dialogue.expectConfirm("ﾃﾞｰﾀﾍﾞｰｽ(" + item + ")を削除しす。", Icon::Critical, true);
+    QCOMPARE(stage.run(dropDatabase).reload, sent.isEmpty() ? Reload::Nothing : Reload::Databases);
+    QCOMPARE(stage.script.sent, sent);
+    if (sent.isEmpty())
+        return;
+    stage.script.always(sent[0], Reply::failure("Access denied", 1044));
+    stage.dialogue.expectConfirm("ﾃﾞｰﾀﾍﾞｰｽ(" + item + ")を削除しす。", Icon::Critical, true);
+    QVERIFY_THROWS_EXCEPTION(SqlError, stage.run(dropDatabase)); // told by the window
 }
 
-void CreateDropTest::aRefusedDatabaseIsLeftToTheWindow()
+void CreateDropTest::theNameIsTrimmedAndSentUntilTheServerTakesIt()
 {
-    DdlFixture f;
-    f.script.failAt(0, Reply::failure(QStringLiteral("Access denied"), 1044));
-    f.dialogue.expectConfirm(QStringLiteral("ﾃﾞｰﾀﾍﾞｰｽ(d)を削除しす。"), Icon::Critical, true);
-    QVERIFY_THROWS_EXCEPTION(SqlError, f.run(dropDatabase));
+    ScriptedStage stage;
+    stage.script.failAt(0, Reply::failure("database exists", 1007));
+    Boxes boxes;
+    boxes.expectDialog("frmCreateDB", [&](QDialog &dialog) {
+        type(dialog, "d");
+        QVERIFY(dialog.isVisible());
+        QCOMPARE(dialog.findChild<QLineEdit *>("txtDatabase")->text(), "d");
+        QCOMPARE(stage.dialogue.lastError, "database exists");
+        type(dialog, " 新しい店 ");
+        QVERIFY(!dialog.isVisible());
+    });
+    showCreateDatabase(nullptr, stage.session, stage.dialogue);
+    QCOMPARE(stage.script.sent, (QStringList{"create database `d`;", "create database `新しい店`;"}));
 }
 
-QTEST_APPLESS_MAIN(CreateDropTest)
+void CreateDropTest::withoutANameNothingIsSent()
+{
+    ScriptedStage stage;
+    Boxes boxes;
+    boxes.expectDialog("frmCreateDB", [](QDialog &dialog) {
+        type(dialog, "  ");
+        QVERIFY(dialog.isVisible());
+        dialog.findChild<QLineEdit *>("txtDatabase")->setText("x");
+        dialog.findChild<QPushButton *>("cmdCancel")->click();
+    });
+    boxes.expectOk("ﾃﾞｰﾀﾍﾞｰｽ名を入力してください。");
+    showCreateDatabase(nullptr, stage.session, stage.dialogue);
+    QCOMPARE(stage.script.sent, QStringList());
+}
+
+QTEST_MAIN(CreateDropTest)
 #include "test_createdrop.moc"

@@ -1,48 +1,36 @@
 #include "faultyconnection.h"
 #include "maintenance/backup.h"
 #include "maintenance/restore.h"
-#include "realfixture.h"
+#include "stage.h"
 
 #include <QRegularExpression>
 
 namespace {
 
 // The index on `up` is named: one that the server made for a key it renames when the key is made again.
-const char *const setUp = R"(
-    DROP DATABASE IF EXISTS d; CREATE DATABASE d; USE d;
-    CREATE TABLE parent(id INT PRIMARY KEY); INSERT INTO parent VALUES(1),(2),(3);
-    CREATE TABLE t(id INT PRIMARY KEY, up INT, v VARCHAR(20), KEY named_index(up),
-        CONSTRAINT named FOREIGN KEY(up) REFERENCES parent(id), FOREIGN KEY(up) REFERENCES t(id));
-    CREATE TABLE child(id INT PRIMARY KEY, t INT, CONSTRAINT points FOREIGN KEY(t) REFERENCES t(id) ON DELETE CASCADE);
-    INSERT INTO t VALUES(1,1,'saved'),(2,1,'saved');
-    INSERT INTO child VALUES(1,1),(2,2);
-    CREATE TRIGGER stamp BEFORE INSERT ON t FOR EACH ROW SET NEW.v = CONCAT('touched ', NEW.v);
-    CREATE TRIGGER stamp2 AFTER DELETE ON t FOR EACH ROW DELETE FROM parent WHERE id = 99;
-)";
+const char *const setUp[] = {
+    "SET foreign_key_checks=0",
+    "CREATE OR REPLACE DATABASE e",
+    "CREATE OR REPLACE DATABASE d",
+    "USE d",
+    "SET foreign_key_checks=1, sql_mode=DEFAULT",
+    "CREATE TABLE parent(id INT PRIMARY KEY)",
+    "INSERT INTO parent VALUES(1),(2),(3)",
+    "CREATE TABLE t(id INT PRIMARY KEY, up INT, v VARCHAR(20), KEY named_index(up), "
+    "CONSTRAINT named FOREIGN KEY(up) REFERENCES parent(id), FOREIGN KEY(up) REFERENCES t(id))",
+    "CREATE TABLE e.child(id INT PRIMARY KEY, t INT, "
+    "CONSTRAINT points FOREIGN KEY(t) REFERENCES d.t(id) ON DELETE CASCADE)",
+    "INSERT INTO t VALUES(1,1,'saved'),(2,1,'saved')",
+    "INSERT INTO e.child VALUES(1,1),(2,2)",
+    "SET sql_mode='ANSI'",
+    "CREATE TRIGGER stamp BEFORE INSERT ON t FOR EACH ROW SET NEW.v = CONCAT('touched ', NEW.v)",
+    "CREATE TRIGGER stamp2 AFTER DELETE ON t FOR EACH ROW DELETE FROM parent WHERE id = 99"};
 // After the backup was made.
-const char *const change = "SET foreign_key_checks=0; DELETE FROM t WHERE id=2; "
-                           "INSERT INTO t VALUES(3,3,'new'); UPDATE t SET v='new';"
-                           "ALTER TABLE t ADD CONSTRAINT later FOREIGN KEY(id) REFERENCES parent(id)";
-const QString savedRows = QStringLiteral("1\t1\tsaved\n2\t1\tsaved\n");
-const QString newRows = QStringLiteral("1\t1\tnew\n3\t3\tnew\n");
-
-// Tables, foreign keys and triggers; the order of the keys is nobody's business.
-QString definitions(const TestServer &server)
-{
-    QString statements = "SELECT TRIGGER_NAME, ACTION_TIMING, EVENT_MANIPULATION, EVENT_OBJECT_TABLE, "
-                         "ACTION_STATEMENT, SQL_MODE, DEFINER FROM information_schema.TRIGGERS "
-                         "WHERE TRIGGER_SCHEMA='d';";
-    for (const QString &table : server.run("SHOW TABLES", "d").split('\n', Qt::SkipEmptyParts))
-        statements += "SHOW CREATE TABLE `" + table + "`;";
-    QStringList lines = server.run(statements, "d").replace(",\\n", "\\n").replace("\\n", "\n").split('\n');
-    lines.sort();
-    return lines.join('\n');
-}
-
-QString rowsOf(const TestServer &server, const QString &table)
-{
-    return server.run("SELECT id, up, v FROM `" + table + "` ORDER BY 1", "d");
-}
+const char *const change[] = {"SET foreign_key_checks=0", "DELETE FROM t WHERE id=2",
+                              "INSERT INTO t VALUES(3,3,'new')", "UPDATE t SET v='new'",
+                              "ALTER TABLE t ADD CONSTRAINT later FOREIGN KEY(id) REFERENCES parent(id)"};
+const QString savedRows = "1\t1\tsaved\n2\t1\tsaved\n";
+const QString newRows = "1\t1\tnew\n3\t3\tnew\n";
 
 } // namespace
 
@@ -59,10 +47,18 @@ private Q_SLOTS:
     void noRowIsLost();
 
 private:
+    // By a connection of the test's own: a row a line.
+    QString sql(const QString &statement) const;
+    QString definitions() const;
+    QString rowsOf(const QString &table) const;
+    void reset() const;
     // Gives the box that ended the restore.
     QString restoreWith(int faultAt, Fault fault);
 
-    TestServer m_server;
+    // Hundreds of small changes: waiting for the disk would cost minutes.
+    TestServer m_server{{"--debug-no-sync", "--innodb-flush-method=nosync"}};
+    BlockingPump m_pump;
+    std::unique_ptr<Connection> m_direct;
     QTemporaryDir m_folder;
     QStringList m_sent;
     QString m_changedDefinitions;
@@ -71,82 +67,126 @@ private:
 
 void RestoreFaultsTest::initTestCase()
 {
-    m_server.run(setUp);
-    RealFixture fixture(m_server, m_server.nativeString());
-    fixture.choice.folder = m_folder.path();
-    fixture.selection.lblPreTable = QStringLiteral("1");
-    fixture.selection.table = QStringLiteral("[TABLE]\tt");
-    fixture.run(backUpTables);
-    QVERIFY(!fixture.isFailure);
-    m_server.run(change, "d");
-    m_changedDefinitions = definitions(m_server);
+    m_direct = createConnection(m_server.nativeString(), m_pump);
+    m_direct->open();
+    reset();
+    RealStage stage(m_server, nativeDriverName());
+    stage.dialogue.choice.folder = m_folder.path();
+    stage.selection.tables = QStringList{"[TABLE]\tt"};
+    stage.run(backUpTables);
+    QVERIFY2(!stage.dialogue.isCritical, qPrintable(stage.told()));
+    for (const char *statement : change)
+        sql(statement);
+    m_changedDefinitions = definitions();
+}
+
+QString RestoreFaultsTest::sql(const QString &statement) const
+{
+    RecordSet rows = m_direct->execute(statement);
+    QString text;
+    for (; rows.isOpen() && !rows.isEof(); rows.moveNext()) {
+        for (int i = 0; i < rows.fieldCount(); ++i)
+            text += (i > 0 ? "\t" : "") + rows.text(i);
+        text += '\n';
+    }
+    return text;
+}
+
+// Tables, foreign keys and triggers; the order of the keys is nobody's business.
+QString RestoreFaultsTest::definitions() const
+{
+    QString text = sql("SELECT TRIGGER_NAME, ACTION_TIMING, EVENT_MANIPULATION, EVENT_OBJECT_TABLE, "
+                       "ACTION_STATEMENT, SQL_MODE, DEFINER FROM information_schema.TRIGGERS "
+                       "WHERE TRIGGER_SCHEMA='d'") +
+                   sql("SHOW CREATE TABLE e.child");
+    for (const QString &table : sql("SHOW TABLES").split('\n', Qt::SkipEmptyParts))
+        text += sql("SHOW CREATE TABLE `" + table + "`");
+    QStringList lines = text.replace(",\n", "\n").split('\n');
+    lines.sort();
+    return lines.join('\n');
+}
+
+QString RestoreFaultsTest::rowsOf(const QString &table) const
+{
+    return sql("SELECT id, up, v FROM `" + table + "` ORDER BY 1");
+}
+
+void RestoreFaultsTest::reset() const
+{
+    for (const char *statement : setUp)
+        sql(statement);
 }
 
 QString RestoreFaultsTest::restoreWith(int faultAt, Fault fault)
 {
-    m_server.run(QByteArray(setUp) + change);
-    RealFixture fixture(m_server, m_server.nativeString());
-    fixture.choice = {{"t"}, m_folder.path()};
-    const QString session = fixture.session.gCn->execute("SELECT CONNECTION_ID()").text(0);
-    auto faulty = std::make_unique<FaultyConnection>(std::move(fixture.session.gCn), faultAt, fault,
-                                                     [&] { m_server.run("KILL " + session); });
+    reset();
+    for (const char *statement : change)
+        sql(statement);
+    RealStage stage(m_server, nativeDriverName());
+    stage.dialogue.choice = {{"t"}, m_folder.path()};
+    const QString session = stage.session.gCn->execute("SELECT CONNECTION_ID()").text(0);
+    auto faulty = std::make_unique<FaultyConnection>(std::move(stage.session.gCn), faultAt, fault,
+                                                     [&] { sql("KILL " + session); });
     const FaultyConnection &connection = *faulty;
-    fixture.session.gCn = std::move(faulty);
-    const QString told = fixture.run(restoreTables);
+    stage.session.gCn = std::move(faulty);
+    stage.run(restoreTables);
     m_sent = connection.sent;
-    m_isFailure = fixture.isFailure;
-    return told;
+    m_isFailure = stage.dialogue.isCritical;
+    return stage.told();
 }
 
 void RestoreFaultsTest::withoutFaultEverythingIsRestored()
 {
     const QString told = restoreWith(-1, Fault::Refused);
     QVERIFY2(!m_isFailure, qPrintable(told));
-    QCOMPARE(rowsOf(m_server, "t"), savedRows);
+    QCOMPARE(rowsOf("t"), savedRows);
     // The foreign key that the backup does not know is there too; child and triggers are as they were.
-    QCOMPARE(definitions(m_server), m_changedDefinitions);
+    QCOMPARE(definitions(), m_changedDefinitions);
 }
 
 void RestoreFaultsTest::noRowIsLost_data()
 {
     QTest::addColumn<Fault>("fault");
-    QTest::newRow("refused") << Fault::Refused;
-    QTest::newRow("session killed") << Fault::Killed;
-    QTest::newRow("answer lost") << Fault::AnswerLost;
-    QTest::newRow("answer wrong") << Fault::AnswerWrong;
+    row("refused", Fault::Refused);
+    row("session killed", Fault::Killed);
+    row("answer lost", Fault::AnswerLost);
+    row("answer wrong", Fault::AnswerWrong);
 }
 
 void RestoreFaultsTest::noRowIsLost()
 {
     QFETCH(Fault, fault);
     restoreWith(-1, fault);
-    const auto count = m_sent.size();
+    const QStringList whole = m_sent;
+    const auto count = whole.size();
     QVERIFY(count > 25);
     for (int at = 0; at < count; ++at) {
+        // A break before a statement that only reads is the same as one behind the change before it.
+        if (fault != Fault::Refused && whole[at].contains(QRegularExpression("^(SELECT|SHOW)")))
+            continue;
         const QString told = restoreWith(at, fault);
-        const QByteArray where = QStringLiteral("%1 \"%2\": %3").arg(at).arg(m_sent[at], told).toUtf8();
-        const QString rows =
-            m_server.run("SHOW TABLES LIKE 't'", "d").isEmpty() ? QString() : rowsOf(m_server, "t");
+        const QByteArray where = QStringLiteral("%1 \"%2\": %3").arg(at).arg(whole[at], told).toUtf8();
+        const QString rows = sql("SHOW TABLES LIKE 't'").isEmpty() ? QString() : rowsOf("t");
         if (!m_isFailure) { // only the settings were not put back
             QVERIFY2(rows == savedRows && at > count - 4, where);
             continue;
         }
         if (fault == Fault::Refused) {
             QVERIFY2(rows == newRows, where);
-            QVERIFY2(definitions(m_server) == m_changedDefinitions, where);
+            QVERIFY2(definitions() == m_changedDefinitions, where);
             continue;
         }
-        const QString aside = m_server.run("SHOW TABLES LIKE 't\\_old\\_%'", "d").trimmed();
+        const QString aside = sql("SHOW TABLES LIKE 't\\_old\\_%'").trimmed();
         if (aside.isEmpty()) {
             const bool isRestored = rows == savedRows && told.contains("復元できています");
             QVERIFY2(rows == newRows || isRestored, where);
         } else {
-            QVERIFY2(rowsOf(m_server, aside) == newRows && told.contains(aside), where);
+            QVERIFY2(rowsOf(aside) == newRows && told.contains(aside), where);
         }
         if (fault == Fault::AnswerWrong)
             continue;
         // Whatever is off now is in the message as a statement.
-        const QString present = definitions(m_server);
+        const QString present = definitions();
         for (const char *tie : {"stamp", "stamp2", "points", "later", "named"})
             QVERIFY2(present.contains(tie) || told.contains(tie), where);
     }

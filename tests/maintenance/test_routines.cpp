@@ -1,32 +1,58 @@
-#include "ddlfixture.h"
 #include "maintenance/routines.h"
+#include "maintenance/tablechange.h"
+#include "stage.h"
 
 namespace {
 
 using L = QStringList;
 
-const QString show = QStringLiteral("show create procedure `d`.p;");
-const QString drop = QStringLiteral("DROP PROCEDURE `d`.p");
-const QString created = QStringLiteral("CREATE PROCEDURE `d`.p()\nselect 2");
-const QString old = QStringLiteral("CREATE PROCEDURE `d`.p()\nselect order");
-const QString own = QStringLiteral("CREATE PROCEDURE `p`()\nselect `order`");
-const QString useIt = QStringLiteral("use `d`");
-const QString check = QStringLiteral("\n`d`.p を確認して下さい。元に戻せていない可能性があります。");
-const QString question = QStringLiteral("[PROC]\tpを変更します。");
+// A routine `p` and a view `v`: what is sent to change them, and what is told.
+struct Kind {
+    Run command;
+    QString show, drop, edited, saved, own, object;
+    L backOwn; // what makes the server's own text again
+    QString question, failed;
+};
+const Kind routine{changeRoutine,
+                   "show create procedure `d`.p;",
+                   "DROP PROCEDURE `d`.p",
+                   "CREATE PROCEDURE `d`.p()\nselect 2",
+                   "CREATE PROCEDURE `d`.p()\nselect order",
+                   "CREATE PROCEDURE `p`()\nselect `order`",
+                   "`d`.p",
+                   {"use `d`", "CREATE PROCEDURE `p`()\nselect `order`"},
+                   "[PROC]\tpを変更します。",
+                   "変更に失敗しました。"};
+const Kind view{changeTable,
+                "show create table `d`.v;",
+                "drop view `d`.v",
+                " CREATE VIEW d.v AS \r\nselect 2 ",
+                "CREATE VIEW d.v AS \r\nselect order",
+                "CREATE VIEW `d`.`v` AS select `order`",
+                "VIEW `d`.v",
+                {"CREATE VIEW `d`.`v` AS select `order`"},
+                "vﾃｰﾌﾞﾙを変更します。",
+                "ﾃｰﾌﾞﾙの変更に失敗しました。"};
+
+struct ChangeStage : ScriptedStage {
+    explicit ChangeStage(const Kind &kind)
+    {
+        selection.routine = "[PROC]\tp";
+        selection.txtProc = " create definer=me procedure p()\r\nselect 2 ";
+        selection.lblCreateProc = "CREATE DEFINER=me@% PROCEDURE p()\r\nselect order";
+        selection.lblTableName = "v";
+        selection.txtField = view.edited;
+        selection.lblCreateTable = view.saved;
+        script.once(kind.show, &kind == &routine
+                                   ? Reply::table({"Procedure", "sql_mode", "Create"}, {{"p", "", kind.own}})
+                                   : Reply::table({" View ", "Create View"}, {{"v", kind.own}}));
+        dialogue.expectConfirm(kind.question, Icon::Critical, true);
+    }
+};
 
 struct Failing {
     int at;
     int number = 1105;
-};
-
-struct RoutineFixture : DdlFixture {
-    RoutineFixture()
-    {
-        selection.routine = QStringLiteral("[PROC]\tp");
-        selection.txtProc = QStringLiteral(" create definer=me procedure p()\r\nselect 2 ");
-        selection.lblCreateProc = QStringLiteral("CREATE DEFINER=me@% PROCEDURE p()\r\nselect order");
-        script.once(show, Reply::table({"Procedure", "sql_mode", "Create Procedure"}, {{"p", "", own}}));
-    }
 };
 
 } // namespace
@@ -39,12 +65,11 @@ class RoutinesTest : public QObject {
 private Q_SLOTS:
     void textsAreShownAndSent_data();
     void textsAreShownAndSent();
-    void aRoutineIsReplaced();
+    void anObjectIsDroppedAndMadeAgain();
     void nothingIsDoneWithoutTextOrConsent();
     void everyFailureIsUndone_data();
     void everyFailureIsUndone();
     void aRoutineIsDropped();
-    void aRefusedDropIsLeftToTheWindow();
 };
 
 void RoutinesTest::textsAreShownAndSent_data()
@@ -52,118 +77,126 @@ void RoutinesTest::textsAreShownAndSent_data()
     QTest::addColumn<QString>("kind");
     QTest::addColumn<QString>("text");
     QTest::addColumn<QString>("statement");
-    QTest::newRow("procedure") << "[PROC]"
-                               << "CREATE PROCEDURE p() select 1"
-                               << "CREATE PROCEDURE `d`.p() select 1";
-    QTest::newRow("function, lower case") << "[FUNC]"
-                                          << "create function  f() returns int return 1 "
-                                          << "CREATE FUNCTION `d`.f() returns int return 1";
-    QTest::newRow("any other tag is a function") << "[X]"
-                                                 << "Function f()"
-                                                 << "CREATE FUNCTION `d`.f()";
-    QTest::newRow("first keyword only") << "[PROC]"
-                                        << "Procedure a() call procedure b()"
-                                        << "CREATE PROCEDURE `d`.a() call procedure b()";
+    row("procedure", "[PROC]", "CREATE PROCEDURE p() select 1", "CREATE PROCEDURE `d`.p() select 1");
+    row("lower case", "[FUNC]", "create function  f() returns int return 1 ",
+        "CREATE FUNCTION `d`.f() returns int return 1");
+    row("any other tag is a function", "[X]", "Function f()", "CREATE FUNCTION `d`.f()");
+    row("first keyword only", "[PROC]", "Procedure a() call procedure b()",
+        "CREATE PROCEDURE `d`.a() call procedure b()");
     // Cut at the place that the missing keyword's length gives.
-    QTest::newRow("no keyword") << "[PROC]"
-                                << "create p() select 1"
-                                << "CREATE PROCEDURE `d`.() select 1";
-    QTest::newRow("no keyword, short") << "[FUNC]"
-                                       << "x"
-                                       << "CREATE FUNCTION `d`.";
+    row("no keyword", "[PROC]", "create p() select 1", "CREATE PROCEDURE `d`.() select 1");
+    row("no keyword, short", "[FUNC]", "x", "CREATE FUNCTION `d`.");
 }
 
 void RoutinesTest::textsAreShownAndSent()
 {
     QFETCH(QString, kind);
     QFETCH(QString, text);
-    QTEST(createRoutineStatement(kind, QStringLiteral("d"), text), "statement");
-    QCOMPARE(shownRoutineText(QStringLiteral("CREATE `p`\nselect `a`")),
-             QStringLiteral("CREATE p\r\nselect a"));
+    QTEST(createRoutineStatement(kind, "d", text), "statement");
+    QCOMPARE(shownRoutineText("CREATE `p`\nselect `a`"), "CREATE p\r\nselect a");
 }
 
-void RoutinesTest::aRoutineIsReplaced()
+void RoutinesTest::anObjectIsDroppedAndMadeAgain()
 {
-    RoutineFixture f;
-    f.dialogue.expectConfirm(question, Icon::Critical, true);
-    f.dialogue.expectInform(QStringLiteral("変更しました。"));
-    QCOMPARE(f.run(changeRoutine).reload, Reload::Objects);
-    QCOMPARE(f.script.sent, (L{show, drop, created}));
+    for (const Kind *kind : {&routine, &view}) {
+        ChangeStage stage(*kind);
+        stage.dialogue.expectInform("変更しました。");
+        QCOMPARE(stage.run(kind->command).reload, Reload::Objects);
+        QCOMPARE(stage.script.sent, (L{kind->show, kind->drop, kind->edited}));
+        const bool hasProgress = kind == &view;
+        QCOMPARE(stage.dialogue.progresses, hasProgress ? L({"0/3", "1/3", "2/3", "3/3"}) : L());
+    }
 }
 
 void RoutinesTest::nothingIsDoneWithoutTextOrConsent()
 {
-    RoutineFixture f;
-    f.dialogue.expectConfirm(question, Icon::Critical, false);
-    f.run(changeRoutine);
-    f.selection.txtProc = QStringLiteral("  ");
-    f.run(changeRoutine);
-    QVERIFY(f.script.sent.isEmpty());
+    ScriptedStage stage;
+    stage.selection.routine = "[PROC]\tp";
+    stage.selection.txtProc = "x";
+    stage.dialogue.expectConfirm(routine.question, Icon::Critical, false);
+    stage.run(changeRoutine);
+    stage.selection.txtProc = "  ";
+    stage.run(changeRoutine);
+    stage.selection.txtProc = "x";
+    stage.selection.routine.clear();
+    stage.dialogue.expectRefuse(routine.failed);
+    stage.run(changeRoutine);
+    QCOMPARE(stage.script.sent, L());
 }
 
 void RoutinesTest::everyFailureIsUndone_data()
 {
     QTest::addColumn<QList<Failing>>("failures");
     QTest::addColumn<bool>("isGone"); // what a new connection finds
-    QTest::addColumn<L>("sent");
-    QTest::addColumn<QString>("report");
+    QTest::addColumn<QString>("sent");
+    QTest::addColumn<QString>("told"); // the second failure; empty: everything is as it was
     using F = QList<Failing>;
-    const L forward{show, drop, created};
-    QTest::newRow("reading") << F{{0}} << false << L{show} << "";
-    QTest::newRow("drop") << F{{1}} << false << L{show, drop} << "";
-    QTest::newRow("create") << F{{2}} << false << forward + L{old} << "";
-    QTest::newRow("create, then as shown") << F{{2}, {3}} << false << forward + L{old, useIt, own} << "";
-    QTest::newRow("create, then neither text")
-        << F{{2}, {3}, {5}} << false << forward + L{old, useIt, own} << "E5" + check;
-    QTest::newRow("drop lost, not done") << F{{1, 2013}} << false << L{show, drop, useIt, show} << "";
-    QTest::newRow("drop lost, done") << F{{1, 2013}} << true << L{show, drop, useIt, show, old} << "";
-    QTest::newRow("create lost, done") << F{{2, 2013}} << false << forward + L{useIt, show} << "";
-    QTest::newRow("create lost, not done") << F{{2, 2013}} << true << forward + L{useIt, show, old} << "";
-    QTest::newRow("create lost, server away")
-        << F{{2, 2013}, {3}} << true << forward + L{useIt} << "E3" + check;
+    const QString forward = "show drop edited";
+    row("reading", F{{0}}, false, "show", "");
+    row("drop", F{{1}}, false, "show drop", "");
+    row("new text", F{{2}}, false, forward + " saved", "");
+    row("new text, then as shown", F{{2}, {3}}, false, forward + " saved own", "");
+    row("all texts", F{{2}, {3}, {-1}}, false, forward + " saved own", "E-1");
+    row("saved text, connection lost", F{{2}, {3, 2013}}, false, forward + " saved", "E3");
+    row("drop lost, not done", F{{1, 2013}}, false, "show drop use show", "");
+    row("drop lost, done", F{{1, 2006}}, true, "show drop use show saved", "");
+    row("new text lost, done", F{{2, 2013}}, false, forward + " use show", "");
+    row("new text lost, not done", F{{2, 2013}}, true, forward + " use show saved", "");
+    row("new text lost, server away", F{{2, 2013}, {3}}, true, forward + " use", "E3");
 }
 
 void RoutinesTest::everyFailureIsUndone()
 {
     QFETCH(QList<Failing>, failures);
     QFETCH(bool, isGone);
-    QFETCH(QString, report);
-    RoutineFixture f;
-    if (isGone)
-        f.script.always(show, Reply::failure(QStringLiteral("gone"), 1305));
-    for (const Failing &failing : failures)
-        f.script.failAt(failing.at, Reply::failure(QStringLiteral("E%1").arg(failing.at), failing.number));
-    f.dialogue.expectConfirm(question, Icon::Critical, true);
-    f.dialogue.expectRefuse(QStringLiteral("変更に失敗しました。"));
-    if (!report.isEmpty())
-        f.dialogue.expectRefuse(report);
-    QCOMPARE(f.run(changeRoutine).reload, Reload::Nothing);
-    QTEST(f.script.sent, "sent");
-    QVERIFY(f.dialogue.lastError.startsWith(QStringLiteral("E%1").arg(failures.first().at)));
-    QCOMPARE(f.dialogue.lastError.contains(own), !report.isEmpty());
+    QFETCH(QString, sent);
+    QFETCH(QString, told);
+    for (const Kind *kind : {&routine, &view}) {
+        if (failures[0].at == 0 && kind == &view)
+            return; // a view whose text cannot be read is taken for a table
+        ChangeStage stage(*kind);
+        stage.script.always(kind->show,
+                            isGone ? Reply::failure("gone", 1305) : Reply::failure("invalid view", 1356));
+        for (const Failing &failing : failures) {
+            const Reply failure = Reply::failure(QStringLiteral("E%1").arg(failing.at), failing.number);
+            if (failing.at < 0)
+                stage.script.always(kind->own, failure);
+            else
+                stage.script.failAt(failing.at, failure);
+        }
+        stage.dialogue.expectRefuse(kind->failed);
+        if (!told.isEmpty())
+            stage.dialogue.expectRefuse(
+                QStringLiteral("%1\n%2 を確認して下さい。元に戻せていない可能性があります。")
+                    .arg(told, kind->object));
+        QCOMPARE(stage.run(kind->command).reload, Reload::Nothing);
+        L expected;
+        for (const QString &word : sent.split(' ', Qt::SkipEmptyParts))
+            expected += word == u"show"     ? L{kind->show}
+                        : word == u"drop"   ? L{kind->drop}
+                        : word == u"edited" ? L{kind->edited}
+                        : word == u"saved"  ? L{kind->saved}
+                        : word == u"own"    ? kind->backOwn
+                                            : L{"use `d`"};
+        QCOMPARE(stage.script.sent, expected);
+        QVERIFY(stage.dialogue.lastError.startsWith(QStringLiteral("E%1").arg(failures[0].at)));
+        QCOMPARE(stage.dialogue.lastError.contains(kind->own), !told.isEmpty());
+    }
 }
 
 void RoutinesTest::aRoutineIsDropped()
 {
-    DdlFixture f;
-    f.selection.routine = QStringLiteral("[FUNC]\t関数");
-    f.dialogue.expectConfirm(QStringLiteral("[FUNC]\t関数を削除します。"), Icon::Critical, true);
-    f.dialogue.expectInform(QStringLiteral("削除しました。"));
-    QCOMPARE(f.run(dropRoutine).reload, Reload::Objects);
-    QCOMPARE(f.script.sent, L{"DROP FUNCTION `d`.関数"});
-    f.dialogue.expectConfirm(QStringLiteral("[FUNC]\t関数を削除します。"), Icon::Critical, false);
-    QCOMPARE(f.run(dropRoutine).reload, Reload::Nothing);
-    QCOMPARE(f.script.sent.size(), 1);
-}
-
-void RoutinesTest::aRefusedDropIsLeftToTheWindow()
-{
-    RoutineFixture f;
-    f.script.failAt(0, Reply::failure(QStringLiteral("denied"), 1370));
-    f.dialogue.expectConfirm(QStringLiteral("[PROC]\tpを削除します。"), Icon::Critical, true);
-    QVERIFY_THROWS_EXCEPTION(SqlError, f.run(dropRoutine));
-    f.selection.routine.clear();
-    QVERIFY_THROWS_EXCEPTION(SqlError, f.run(dropRoutine));
+    ScriptedStage stage;
+    const QString question = "[FUNC]\t関数を削除します。";
+    stage.selection.routine = "[FUNC]\t関数";
+    stage.dialogue.expectConfirm(question, Icon::Critical, false);
+    QCOMPARE(stage.run(dropRoutine).reload, Reload::Nothing);
+    stage.dialogue.expectConfirm(question, Icon::Critical, true);
+    stage.dialogue.expectInform("削除しました。");
+    QCOMPARE(stage.run(dropRoutine).reload, Reload::Objects);
+    QCOMPARE(stage.script.sent, L{"DROP FUNCTION `d`.関数"});
+    stage.selection.routine.clear();
+    QVERIFY_THROWS_EXCEPTION(SqlError, stage.run(dropRoutine));
 }
 
 QTEST_APPLESS_MAIN(RoutinesTest)

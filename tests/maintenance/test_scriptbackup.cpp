@@ -1,14 +1,12 @@
-#include "batchfixture.h"
 #include "maintenance/scriptbackup.h"
-
-#include <QTemporaryDir>
+#include "stage.h"
 
 #include <csignal>
 #include <sys/resource.h>
 
 namespace {
 
-const QString prompt = QStringLiteral("ｸﾘｴｲﾄScriptの保存先のﾌｫﾙﾀﾞを選択して下さい。");
+const QString prompt = "ｸﾘｴｲﾄScriptの保存先のﾌｫﾙﾀﾞを選択して下さい。";
 
 Reply routine(const std::optional<QString> &text)
 {
@@ -23,7 +21,6 @@ class ScriptBackupTest : public QObject {
 private Q_SLOTS:
     void writesOneFilePerObject();
     void objectsWithoutTextRepeatTheOneBefore();
-    void anEmptyDatabaseWritesNothing();
     void failuresEndTheRun_data();
     void failuresEndTheRun();
     void whatTheDiskRefusesIsSaidAndTheOlderFileStays_data();
@@ -36,61 +33,50 @@ void ScriptBackupTest::writesOneFilePerObject()
     const QTemporaryDir folder;
     const QString path = folder.path() + '/';
     put(path + "表.table", "an older one");
-    BatchFixture fixture;
-    fixture.selection.tables = QStringList{"[TABLE]\t表", "[ERROR]\tx", "[VIEW]\tv"};
-    fixture.selection.routines = QStringList{"[PROC]\tp", "[FUNC]\tp"};
-    fixture.script.always(
+    ScriptedStage stage;
+    stage.selection.tables = QStringList{"[TABLE]\t表", "[ERROR]\tx", "[VIEW]\tv"};
+    stage.selection.routines = QStringList{"[PROC]\tp", "[FUNC]\tp"};
+    stage.script.always(
         "show create table `d`.表;",
         Reply::table({"Table", "Create Table"}, {{"表", "CREATE TABLE `表` (\n  `a` int\n)"}}));
-    fixture.script.always(
+    stage.script.always(
         "show create table `d`.v;",
         Reply::table({"View", "Create View"}, {{"v", "CREATE VIEW `v` AS select 1 from `t`"}}));
-    fixture.script.always("show create procedure `d`.p;", routine("CREATE PROCEDURE `p`()\nselect '日本'"));
-    fixture.script.always("show create function `d`.p;", routine("CREATE FUNCTION `p`()"));
-    fixture.dialogue.expectFolder(prompt, folder.path());
-    fixture.dialogue.expectInform("「" + path + "」にﾊﾞｯｸｱｯﾌﾟしました。");
-    fixture.run(backUpScripts);
+    stage.script.always("show create procedure `d`.p;", routine("CREATE PROCEDURE `p`()\nselect '日本'"));
+    stage.script.always("show create function `d`.p;", routine("CREATE FUNCTION `p`()"));
+    stage.dialogue.expectFolder(prompt, folder.path());
+    stage.dialogue.expectInform("「" + path + "」にﾊﾞｯｸｱｯﾌﾟしました。");
+    stage.run(backUpScripts);
     QCOMPARE(bytesOf(path + "表.table"), QByteArray("CREATE TABLE 表 (\r\n  a int\r\n)\r\n"));
     QCOMPARE(bytesOf(path + "v.view"), QByteArray("CREATE VIEW v AS \r\nselect 1 \r\n from t\r\n"));
     QCOMPARE(bytesOf(path + "p.proc"), QByteArray("CREATE PROCEDURE p()\r\nselect '日本'\r\n"));
     QCOMPARE(bytesOf(path + "p.func"), QByteArray("CREATE FUNCTION p()\r\n"));
     QCOMPARE(QDir(path).entryList(QDir::Files | QDir::Hidden).size(), 4);
-    QCOMPARE(fixture.dialogue.progresses, (QStringList{"0/5", "1/5", "2/5", "3/5", "4/5", "5/5"}));
-    QCOMPARE(fixture.dialogue.bars, QList<double>{1});
+    QCOMPARE(stage.dialogue.progresses, (QStringList{"0/5", "1/5", "2/5", "3/5", "4/5", "5/5"}));
+    QCOMPARE(stage.dialogue.bars, QList<double>{1});
 }
 
 void ScriptBackupTest::objectsWithoutTextRepeatTheOneBefore()
 {
     const QTemporaryDir folder;
     const QString path = folder.path() + '/';
-    BatchFixture fixture;
+    ScriptedStage stage;
     const Reply noRow = Reply::table({"Table", "Create Table"});
-    fixture.selection.tables = QStringList{"[TABLE]\ta", "[TABLE]\tb", "[TABLE]\tc"};
-    fixture.selection.routines = QStringList{"[OTHER]\tearly", "[PROC]\tp", "[OTHER]\tq", "[FUNC]\tf"};
-    fixture.script.always("show create table `d`.a;", noRow);
-    fixture.script.always("show create table `d`.b;", Reply::table({"Table", "Create Table"}, {{"b", "B"}}));
-    fixture.script.always("show create table `d`.c;", noRow);
-    fixture.script.always("show create procedure `d`.p;", routine("P"));
-    fixture.script.always("show create function `d`.f;", noRow);
-    fixture.dialogue.expectFolder(prompt, path);
-    fixture.dialogue.expectInform("「" + path + "」にﾊﾞｯｸｱｯﾌﾟしました。");
-    fixture.run(backUpScripts);
+    stage.selection.tables = QStringList{"[TABLE]\ta", "[TABLE]\tb", "[TABLE]\tc"};
+    stage.selection.routines = QStringList{"[OTHER]\tearly", "[PROC]\tp", "[OTHER]\tq", "[FUNC]\tf"};
+    stage.script.always("show create table `d`.a;", noRow);
+    stage.script.always("show create table `d`.b;", Reply::table({"Table", "Create Table"}, {{"b", "B"}}));
+    stage.script.always("show create table `d`.c;", noRow);
+    stage.script.always("show create procedure `d`.p;", routine("P"));
+    stage.script.always("show create function `d`.f;", noRow);
+    stage.dialogue.expectFolder(prompt, path);
+    stage.dialogue.expectInform("「" + path + "」にﾊﾞｯｸｱｯﾌﾟしました。");
+    stage.run(backUpScripts);
     QCOMPARE(bytesOf(path + "a."), QByteArray("\r\n"));
     QCOMPARE(bytesOf(path + "c.table"), QByteArray("B\r\n"));
     QCOMPARE(bytesOf(path + "q.proc"), QByteArray("P\r\n"));
     QCOMPARE(QDir(path).entryList(QDir::Files).size(), 5); // none for "early" and "f"
-    QCOMPARE(fixture.script.sent.count("show create procedure `d`.p;"), 2);
-}
-
-void ScriptBackupTest::anEmptyDatabaseWritesNothing()
-{
-    const QTemporaryDir folder;
-    BatchFixture fixture;
-    fixture.dialogue.expectFolder(prompt, folder.path());
-    fixture.dialogue.expectInform("「" + folder.path() + "」にﾊﾞｯｸｱｯﾌﾟしました。");
-    fixture.run(backUpScripts);
-    QCOMPARE(fixture.script.sent, QStringList());
-    QVERIFY(QDir(folder.path()).isEmpty());
+    QCOMPARE(stage.script.sent.count("show create procedure `d`.p;"), 2);
 }
 
 void ScriptBackupTest::failuresEndTheRun_data()
@@ -98,15 +84,9 @@ void ScriptBackupTest::failuresEndTheRun_data()
     QTest::addColumn<QString>("name");
     QTest::addColumn<QString>("folder");
     QTest::addColumn<QString>("words");
-    QTest::newRow("refused") << "bad"
-                             << ""
-                             << "Access denied";
-    QTest::newRow("slash in the name") << "../b"
-                                       << ""
-                                       << "../b.table";
-    QTest::newRow("no such folder") << "b"
-                                    << "/gone"
-                                    << "/gone/a.table";
+    row("refused", "bad", "", "Access denied");
+    row("slash in the name", "../b", "", "../b.table");
+    row("no such folder", "b", "/gone", "/gone/a.table");
 }
 
 void ScriptBackupTest::failuresEndTheRun()
@@ -117,22 +97,20 @@ void ScriptBackupTest::failuresEndTheRun()
     const QTemporaryDir parent;
     QVERIFY(QDir(parent.path()).mkdir("s"));
     const QString path = parent.path() + "/s" + folder;
-    BatchFixture fixture;
-    fixture.selection.tables = QStringList{"[TABLE]\ta", "[TABLE]\t" + name, "[TABLE]\tlast"};
+    ScriptedStage stage;
+    stage.selection.tables = QStringList{"[TABLE]\ta", "[TABLE]\t" + name, "[TABLE]\tlast"};
     for (const QString &table : {QString("a"), name, QString("last")})
-        fixture.script.always("show create table `d`." + table + ";",
-                              Reply::table({"Table", "Create Table"}, {{table, "T"}}));
-    fixture.script.always("show create table `d`.bad;", Reply::failure("Access denied"));
+        stage.script.always("show create table `d`." + table + ";",
+                            Reply::table({"Table", "Create Table"}, {{table, "T"}}));
+    stage.script.always("show create table `d`.bad;", Reply::failure("Access denied"));
 
-    ListeningDialogue dialogue;
-    dialogue.expectFolder(prompt, path);
-    CommandContext context{fixture.session, fixture.selection, dialogue};
-    backUpScripts(context);
+    AgreeingDialogue dialogue;
+    dialogue.choice.folder = path;
+    stage.run(backUpScripts, dialogue);
     QCOMPARE(dialogue.told.size(), 1);
     QVERIFY2(dialogue.isCritical && dialogue.told[0].contains(words), qPrintable(dialogue.told[0]));
     QCOMPARE(dialogue.lastTip, dialogue.told[0]);
     QCOMPARE(dialogue.bars, QList<double>{0});
-    QCOMPARE(dialogue.busyDepth, 0);
     QVERIFY(!QFile::exists(path + "/last.table"));
     QCOMPARE(QDir(parent.path()).entryList(QDir::Files | QDir::Hidden), QStringList());
     if (folder.isEmpty())
@@ -143,11 +121,9 @@ void ScriptBackupTest::whatTheDiskRefusesIsSaidAndTheOlderFileStays_data()
 {
     QTest::addColumn<QString>("folder"); // empty: one on a disk that is full
     QTest::addColumn<QString>("words");
-    QTest::newRow("a full disk") << ""
-                                 << "File too large";
+    row("a full disk", "", "File too large");
     // Refuses an administrator's account as well.
-    QTest::newRow("a folder without rights") << "/sys/kernel"
-                                             << "(Permission denied|Operation not permitted|Read-only)";
+    row("a folder without rights", "/sys/kernel", "(Permission denied|Operation not permitted|Read-only)");
 }
 
 void ScriptBackupTest::whatTheDiskRefusesIsSaidAndTheOlderFileStays()
@@ -157,21 +133,20 @@ void ScriptBackupTest::whatTheDiskRefusesIsSaidAndTheOlderFileStays()
     const QTemporaryDir full;
     const QString path = folder.isEmpty() ? full.path() : folder;
     put(full.filePath("b.table"), "an older one");
-    BatchFixture fixture;
-    fixture.selection.tables = QStringList{"[TABLE]\tb", "[TABLE]\tlast"};
+    ScriptedStage stage;
+    stage.selection.tables = QStringList{"[TABLE]\tb", "[TABLE]\tlast"};
     for (const QString table : {"b", "last"})
-        fixture.script.always("show create table `d`." + table + ";",
-                              Reply::table({"Table", "Create Table"}, {{table, QString(100000, 'T')}}));
-    ListeningDialogue dialogue;
-    dialogue.expectFolder(prompt, path);
-    CommandContext context{fixture.session, fixture.selection, dialogue};
+        stage.script.always("show create table `d`." + table + ";",
+                            Reply::table({"Table", "Create Table"}, {{table, QString(100000, 'T')}}));
+    AgreeingDialogue dialogue;
+    dialogue.choice.folder = path;
 
     ::signal(SIGXFSZ, SIG_IGN);
     rlimit old{};
     getrlimit(RLIMIT_FSIZE, &old);
     const rlimit small{50000, old.rlim_max}; // the file is cut in the middle
     setrlimit(RLIMIT_FSIZE, &small);
-    backUpScripts(context);
+    stage.run(backUpScripts, dialogue);
     setrlimit(RLIMIT_FSIZE, &old);
 
     QCOMPARE(dialogue.told.size(), 1);
@@ -185,14 +160,13 @@ void ScriptBackupTest::whatTheDiskRefusesIsSaidAndTheOlderFileStays()
 
 void ScriptBackupTest::nothingChosenEndsEarly()
 {
-    BatchFixture nothing;
-    nothing.selection.lblPreTable.clear();
-    nothing.dialogue.expectRefuse(QStringLiteral("ﾃﾞｰﾀﾍﾞｰｽが選択されていません。"));
-    nothing.run(backUpScripts);
-    BatchFixture cancelled;
-    cancelled.dialogue.expectFolder(prompt, QString());
-    cancelled.run(backUpScripts);
-    QCOMPARE(cancelled.dialogue.progresses, QStringList());
+    ScriptedStage stage;
+    stage.dialogue.expectFolder(prompt, QString());
+    stage.run(backUpScripts);
+    stage.selection.lblPreTable.clear();
+    stage.dialogue.expectRefuse("ﾃﾞｰﾀﾍﾞｰｽが選択されていません。");
+    stage.run(backUpScripts);
+    QCOMPARE(stage.dialogue.progresses, QStringList());
 }
 
 QTEST_APPLESS_MAIN(ScriptBackupTest)

@@ -5,6 +5,7 @@
 #include <arpa/inet.h>
 #include <atomic>
 #include <netinet/in.h>
+#include <netinet/tcp.h>
 #include <poll.h>
 #include <string>
 #include <sys/socket.h>
@@ -64,6 +65,12 @@ private:
         address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
         return address;
     }
+    // Several packets a statement: the system would hold each back until the one before is confirmed.
+    static void sendAtOnce(int descriptor)
+    {
+        const int isOn = 1;
+        setsockopt(descriptor, IPPROTO_TCP, TCP_NODELAY, &isOn, sizeof isOn);
+    }
     bool isReadable(int descriptor) const
     {
         pollfd wait{descriptor, POLLIN, 0};
@@ -87,6 +94,8 @@ private:
     {
         const int server = socket(AF_INET, SOCK_STREAM, 0);
         const sockaddr_in address = loopback(m_serverPort);
+        sendAtOnce(client);
+        sendAtOnce(server);
         m_pending.clear();
         m_swallows = false;
         if (connect(server, reinterpret_cast<const sockaddr *>(&address), sizeof address) == 0) {

@@ -42,7 +42,7 @@ public:
     void open() override
     {
         if (m_script.refusesConnections)
-            throw SqlError(QStringLiteral("Access denied"), 1045, QStringLiteral("28000"));
+            throw SqlError("Access denied", 1045, "28000");
         m_isOpen = true;
     }
     void close() override { m_isOpen = false; }

@@ -7,8 +7,7 @@ namespace {
 QString line(const char *kind, const QString &text, Icon icon)
 {
     return QStringLiteral("%1(%2): %3")
-        .arg(QLatin1String(kind),
-             icon == Icon::Critical ? QStringLiteral("critical") : QStringLiteral("info"), text);
+        .arg(QLatin1String(kind), icon == Icon::Critical ? "critical" : "info", text);
 }
 
 } // namespace
@@ -26,7 +25,7 @@ void ScriptedDialogue::expectConfirm(const QString &text, Icon icon, bool answer
 
 void ScriptedDialogue::expectAsk(const QString &text, bool answer)
 {
-    m_expected.push_back({QStringLiteral("ask: ") + text, answer, {}, {}});
+    m_expected.push_back({"ask: " + text, answer, {}, {}});
 }
 
 void ScriptedDialogue::expectTell(const QString &text, Icon icon)
@@ -36,12 +35,12 @@ void ScriptedDialogue::expectTell(const QString &text, Icon icon)
 
 void ScriptedDialogue::expectFolder(const QString &title, const QString &answer)
 {
-    m_expected.push_back({QStringLiteral("folder: ") + title, false, answer, {}});
+    m_expected.push_back({"folder: " + title, false, answer, {}});
 }
 
 void ScriptedDialogue::expectBackups(const RestoreChoice &answer)
 {
-    m_expected.push_back({QStringLiteral("backups"), false, {}, answer});
+    m_expected.push_back({"backups", false, {}, answer});
 }
 
 bool ScriptedDialogue::confirm(const QString &question, Icon icon)
@@ -51,7 +50,7 @@ bool ScriptedDialogue::confirm(const QString &question, Icon icon)
 
 bool ScriptedDialogue::ask(const QString &question)
 {
-    return take(QStringLiteral("ask: ") + question).answer;
+    return take("ask: " + question).answer;
 }
 
 void ScriptedDialogue::tell(const QString &text, Icon icon)
@@ -62,18 +61,18 @@ void ScriptedDialogue::tell(const QString &text, Icon icon)
 QString ScriptedDialogue::chooseFolder(const QString &title, const QString &start)
 {
     startFolder = start;
-    return take(QStringLiteral("folder: ") + title).folder;
+    return take("folder: " + title).folder;
 }
 
 RestoreChoice ScriptedDialogue::chooseBackups()
 {
-    return take(QStringLiteral("backups")).backups;
+    return take("backups").backups;
 }
 
 void ScriptedDialogue::progress(int total, int current)
 {
     progresses << QStringLiteral("%1/%2").arg(current).arg(total);
-    log << QStringLiteral("progress: ") + progresses.last();
+    log << "progress: " + progresses.last();
 }
 
 void ScriptedDialogue::setTarget(const QString &name)
@@ -93,7 +92,7 @@ ScriptedDialogue::Expected ScriptedDialogue::take(const QString &line)
 {
     log << line;
     if (m_expected.empty() || m_expected.front().line != line) {
-        const QString wanted = m_expected.empty() ? QStringLiteral("nothing") : m_expected.front().line;
+        const QString wanted = m_expected.empty() ? "nothing" : m_expected.front().line;
         QTest::qFail(qPrintable(QStringLiteral("asked: %1\n   expected: %2").arg(line, wanted)), __FILE__,
                      __LINE__);
         return {};

@@ -26,10 +26,9 @@ namespace {
 
 QString program(const QString &name)
 {
-    const QString path = QStandardPaths::findExecutable(
-        name, {QStringLiteral("/usr/sbin"), QStringLiteral("/usr/bin"), QStringLiteral("/usr/local/bin")});
+    const QString path = QStandardPaths::findExecutable(name, {"/usr/sbin", "/usr/bin", "/usr/local/bin"});
     if (path.isEmpty())
-        give_up(name + QStringLiteral(" is not installed"));
+        give_up(name + " is not installed");
     return path;
 }
 
@@ -41,26 +40,24 @@ QString runToEnd(const QString &name, const QStringList &arguments, const QByteA
     process.write(input);
     process.closeWriteChannel();
     if (!process.waitForFinished(60000) || process.exitCode() != 0)
-        give_up(name + QStringLiteral(": ") + QString::fromUtf8(process.readAll()));
+        give_up(name + ": " + QString::fromUtf8(process.readAll()));
     return QString::fromUtf8(process.readAll());
 }
 
 // A data folder as the server's installer makes it, made once and copied for every server.
 QString templateFolder()
 {
-    const QString folder =
-        QDir::tempPath() + QStringLiteral("/tarnwell-test-data-") + QString::number(getuid());
-    QLockFile lock(folder + QStringLiteral(".lock"));
+    const QString folder = QDir::tempPath() + "/tarnwell-test-data-" + QString::number(getuid());
+    QLockFile lock(folder + ".lock");
     lock.setStaleLockTime(120000);
     lock.lock();
-    if (!QFile::exists(folder + QStringLiteral("/complete"))) {
+    if (!QFile::exists(folder + "/complete")) {
         QDir(folder).removeRecursively();
-        runToEnd(QStringLiteral("mariadb-install-db"),
-                 {QStringLiteral("--no-defaults"), QStringLiteral("--datadir=") + folder,
-                  QStringLiteral("--auth-root-authentication-method=normal"),
-                  QStringLiteral("--skip-test-db"), QStringLiteral("--innodb-log-file-size=8M"),
-                  QStringLiteral("--user=") + qEnvironmentVariable("USER", QStringLiteral("root"))});
-        QFile mark(folder + QStringLiteral("/complete"));
+        runToEnd("mariadb-install-db",
+                 {"--no-defaults", "--datadir=" + folder, "--auth-root-authentication-method=normal",
+                  "--skip-test-db", "--innodb-log-file-size=8M",
+                  "--user=" + qEnvironmentVariable("USER", "root")});
+        QFile mark(folder + "/complete");
         if (!mark.open(QIODevice::WriteOnly))
             give_up(mark.errorString());
     }
@@ -76,7 +73,7 @@ int freePort()
     socklen_t length = sizeof address;
     if (bind(probe, reinterpret_cast<sockaddr *>(&address), length) != 0 ||
         getsockname(probe, reinterpret_cast<sockaddr *>(&address), &length) != 0)
-        give_up(QStringLiteral("no free port"));
+        give_up("no free port");
     close(probe);
     return ntohs(address.sin_port);
 }
@@ -111,20 +108,19 @@ TestServer::TestServer(const QStringList &moreOptions, Brand brand)
     const QDir folder(m_folder.path());
     makeDataFolder();
     writeInitFile();
-    folder.mkdir(QStringLiteral("tmp"));
-    folder.mkdir(QStringLiteral("odbc"));
-    write(folder.filePath(QStringLiteral("odbc/odbcinst.ini")),
-          QStringLiteral("[MySQL ODBC 3.51 Driver]\nDriver=libmaodbc.so\n"
-                         "[Other Driver]\nDriver=libmaodbc.so\n"
-                         "[Broken MySQL Driver]\nDriver=libdoesnotexist.so\n"));
-    write(folder.filePath(QStringLiteral("odbc/odbc.ini")),
+    folder.mkdir("tmp");
+    folder.mkdir("odbc");
+    write(folder.filePath("odbc/odbcinst.ini"), "[MySQL ODBC 3.51 Driver]\nDriver=libmaodbc.so\n"
+                                                "[Other Driver]\nDriver=libmaodbc.so\n"
+                                                "[Broken MySQL Driver]\nDriver=libdoesnotexist.so\n");
+    write(folder.filePath("odbc/odbc.ini"),
           QStringLiteral(
               "[demo]\nDriver=MySQL ODBC 3.51 Driver\nSERVER=127.0.0.1\nPORT=%1\nUID=demo\nPWD=demo\n"
               "[nowhere]\nDriver=MySQL ODBC 3.51 Driver\nSERVER=127.0.0.1\nPORT=1\nUID=demo\nPWD=demo\n"
               "[other]\nDriver=Other Driver\nSERVER=127.0.0.1\nPORT=%1\n")
               .arg(m_port));
     // Connector/C reads both once, when it is first used.
-    qputenv("ODBCSYSINI", folder.filePath(QStringLiteral("odbc")).toUtf8());
+    qputenv("ODBCSYSINI", folder.filePath("odbc").toUtf8());
     qputenv("MYSQL_UNIX_PORT", socketPath().toUtf8());
     start();
 }
@@ -140,67 +136,63 @@ TestServer::~TestServer()
 void TestServer::makeDataFolder() const
 {
     // MySQL 5.6 comes with a folder that is ready, system tables and all.
-    const QString ready =
-        m_brand == Brand::MySql56 ? mySql56Folder() + QStringLiteral("/data/mysql") : templateFolder();
-    runToEnd(QStringLiteral("cp"),
-             {QStringLiteral("-r"), ready, QDir(m_folder.path()).filePath(QStringLiteral("data"))});
+    const QString ready = m_brand == Brand::MySql56 ? mySql56Folder() + "/data/mysql" : templateFolder();
+    runToEnd("cp", {"-r", ready, QDir(m_folder.path()).filePath("data")});
 }
 
 // Run at each start. MySQL 5.6 knows no CREATE USER IF NOT EXISTS; a GRANT makes the account on both.
 void TestServer::writeInitFile() const
 {
-    write(m_folder.filePath(QStringLiteral("init.sql")),
-          QStringLiteral(
-              "GRANT ALL PRIVILEGES ON *.* TO demo@'%' IDENTIFIED BY 'demo' WITH GRANT OPTION;\n"
-              "GRANT ALL PRIVILEGES ON *.* TO demo@localhost IDENTIFIED BY 'demo' WITH GRANT OPTION;\n"));
+    write(m_folder.filePath("init.sql"),
+          "GRANT ALL PRIVILEGES ON *.* TO demo@'%' IDENTIFIED BY 'demo' WITH GRANT OPTION;\n"
+          "GRANT ALL PRIVILEGES ON *.* TO demo@localhost IDENTIFIED BY 'demo' WITH GRANT OPTION;\n");
 }
 
 QString TestServer::socketPath() const
 {
-    return m_folder.filePath(QStringLiteral("s"));
+    return m_folder.filePath("s");
 }
 
 void TestServer::start()
 {
     const QString folder = m_folder.path();
-    QStringList options{QStringLiteral("--no-defaults"),
+    QStringList options{"--no-defaults",
                         QStringLiteral("--datadir=%1/data").arg(folder),
                         QStringLiteral("--tmpdir=%1/tmp").arg(folder),
-                        QStringLiteral("--socket=") + socketPath(),
+                        "--socket=" + socketPath(),
                         QStringLiteral("--pid-file=%1/pid").arg(folder),
-                        QStringLiteral("--bind-address=127.0.0.1"),
+                        "--bind-address=127.0.0.1",
                         QStringLiteral("--port=%1").arg(m_port),
                         QStringLiteral("--init-file=%1/init.sql").arg(folder),
                         QStringLiteral("--general-log-file=%1/general.log").arg(folder),
-                        QStringLiteral("--general-log"),
-                        QStringLiteral("--character-set-server=utf8mb4"),
-                        QStringLiteral("--innodb-buffer-pool-size=64M"),
-                        QStringLiteral("--innodb-log-file-size=8M"),
-                        QStringLiteral("--innodb-flush-log-at-trx-commit=0"),
-                        QStringLiteral("--performance-schema=off"),
-                        QStringLiteral("--secure-file-priv=")};
+                        "--general-log",
+                        "--character-set-server=utf8mb4",
+                        "--innodb-buffer-pool-size=64M",
+                        "--innodb-log-file-size=8M",
+                        "--innodb-flush-log-at-trx-commit=0",
+                        "--performance-schema=off",
+                        "--secure-file-priv="};
     if (geteuid() == 0)
-        options << QStringLiteral("--user=root");
+        options << "--user=root";
     m_process = std::make_unique<QProcess>();
     m_process->setProcessChannelMode(QProcess::MergedChannels);
-    m_process->setStandardOutputFile(folder + QStringLiteral("/server.log"), QIODevice::Append);
+    m_process->setStandardOutputFile(folder + "/server.log", QIODevice::Append);
     // A test program that dies takes its server along.
     m_process->setChildProcessModifier([] { prctl(PR_SET_PDEATHSIG, SIGKILL); });
     if (m_brand == Brand::MySql56) {
         options << QStringLiteral("--lc-messages-dir=%1/share").arg(mySql56Folder())
                 << QStringLiteral("--character-sets-dir=%1/share/charsets").arg(mySql56Folder());
         QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
-        environment.insert(QStringLiteral("LD_LIBRARY_PATH"), mySql56Folder());
+        environment.insert("LD_LIBRARY_PATH", mySql56Folder());
         m_process->setProcessEnvironment(environment);
     }
-    m_process->start(m_brand == Brand::MySql56 ? mySql56Folder() + QStringLiteral("/mysqld")
-                                               : program(QStringLiteral("mariadbd")),
+    m_process->start(m_brand == Brand::MySql56 ? mySql56Folder() + "/mysqld" : program("mariadbd"),
                      options + m_moreOptions);
     QElapsedTimer clock;
     clock.start();
     while (!answers(m_port)) {
         if (clock.elapsed() > 60000 || m_process->state() == QProcess::NotRunning) {
-            QFile log(folder + QStringLiteral("/server.log"));
+            QFile log(folder + "/server.log");
             if (!log.open(QIODevice::ReadOnly))
                 give_up(log.errorString());
             give_up(QString::fromUtf8(log.readAll().right(3000)));
@@ -231,46 +223,40 @@ QString TestServer::clientString(const QString &driver, const QString &database,
     QString text =
         QStringLiteral("driver={%1};server=%2;uid=demo;pwd=demo;port=%3").arg(driver, host).arg(m_port);
     if (!database.isEmpty())
-        text += QStringLiteral(";database=") + database;
+        text += ";database=" + database;
     return text;
 }
 
 QString TestServer::odbcString(const QString &database, const QString &host) const
 {
-    return clientString(QStringLiteral("MySQL ODBC 3.51 Driver"), database, host);
+    return clientString("MySQL ODBC 3.51 Driver", database, host);
 }
 
 QString TestServer::nativeString(const QString &database, const QString &host) const
 {
-    return clientString(QStringLiteral("MySQL (内蔵)"), database, host);
+    return clientString("MySQL (内蔵)", database, host);
 }
 
 QString TestServer::run(const QString &statements, const QString &database) const
 {
-    QStringList arguments{QStringLiteral("--no-defaults"),
-                          QStringLiteral("-S"),
-                          socketPath(),
-                          QStringLiteral("-udemo"),
-                          QStringLiteral("-pdemo"),
-                          QStringLiteral("--batch"),
-                          QStringLiteral("--skip-column-names"),
-                          QStringLiteral("--default-character-set=utf8mb4")};
+    QStringList arguments{
+        "--no-defaults", "-S",      socketPath(),          "-udemo",
+        "-pdemo",        "--batch", "--skip-column-names", "--default-character-set=utf8mb4"};
     if (!database.isEmpty())
         arguments << database;
-    return runToEnd(QStringLiteral("mariadb"), arguments, statements.toUtf8());
+    return runToEnd("mariadb", arguments, statements.toUtf8());
 }
 
 QStringList TestServer::takeStatements()
 {
-    QFile log(m_folder.filePath(QStringLiteral("general.log")));
+    QFile log(m_folder.filePath("general.log"));
     if (!log.open(QIODevice::ReadOnly))
         return {};
     log.seek(m_logRead);
     const QString text = QString::fromUtf8(log.readAll());
     m_logRead = log.pos();
     // "261121 10:00:00\t     5 Query\tselect 1"; a statement's further lines have no such head.
-    static const QRegularExpression head(
-        QStringLiteral("^(?:\\d{6} [ \\d:]{8})?\\t+ *\\d+ (\\w+(?: \\w+)?)(?:\\t(.*))?$"));
+    static const QRegularExpression head("^(?:\\d{6} [ \\d:]{8})?\\t+ *\\d+ (\\w+(?: \\w+)?)(?:\\t(.*))?$");
     QStringList statements;
     bool isStatement = false;
     for (const QString &line : text.split(u'\n')) {

@@ -1,17 +1,11 @@
 #include "core/basconnection.h"
-#include "core/connect.h"
+#include "stage.h"
 #include "support/cuttingproxy.h"
-#include "support/testserver.h"
 #include "users/accountcommands.h"
-#include "users/accountstage.h"
 #include "users/databasegrants.h"
 #include "users/tablegrants.h"
 
-#include <QRegularExpression>
-
 using Cut = CuttingProxy::Cut;
-using Command = Refresh (*)(Session &, Dialogue &, const AccountForm &);
-Q_DECLARE_METATYPE(Command)
 
 namespace {
 
@@ -25,14 +19,14 @@ struct Agreeing : ScriptedDialogue {
 // "SELECT", "UPDATE (`a`)", "GRANT OPTION", ...: each with its level, of the lines of SHOW GRANTS.
 QStringList rightsIn(const QString &grants)
 {
-    static const QRegularExpression line(QStringLiteral("GRANT (.+?) ON (\\S+) TO [^\\n]*"));
+    static const QRegularExpression line("GRANT (.+?) ON (\\S+) TO [^\\n]*");
     QStringList rights;
     for (auto each = line.globalMatch(grants); each.hasNext();) {
         const QRegularExpressionMatch match = each.next();
-        for (const QString &right : match.captured(1).split(QStringLiteral(", ")))
+        for (const QString &right : match.captured(1).split(", "))
             rights << right + u' ' + match.captured(2);
-        if (match.captured().contains(QStringLiteral("WITH GRANT OPTION")))
-            rights << QStringLiteral("GRANT OPTION ") + match.captured(2);
+        if (match.captured().contains("WITH GRANT OPTION"))
+            rights << "GRANT OPTION " + match.captured(2);
     }
     return rights;
 }
@@ -45,17 +39,17 @@ class AccountCutTest : public QObject {
     Q_OBJECT
 
 private Q_SLOTS:
-    void initTestCase() { m_server.run(QStringLiteral("create database d; create table d.t (a int)")); }
+    void initTestCase() { m_server.run("create database d; create table d.t (a int)"); }
     void everyStatementMayBreak_data();
     void everyStatementMayBreak();
 
 private:
-    QString grants() const { return m_server.run(QStringLiteral("show grants for u")); }
+    QString grants() const { return m_server.run("show grants for u"); }
     AccountForm form() const;
     bool breakAt(int statement, Cut what, bool mayReturn);
 
     // Hundreds of small changes: waiting for the disk would cost minutes.
-    TestServer m_server{{QStringLiteral("--debug-no-sync")}};
+    TestServer m_server{{"--debug-no-sync"}};
     CuttingProxy m_proxy{m_server.port()};
     BlockingPump m_pump;
     QStringList m_told;
@@ -65,14 +59,13 @@ private:
 AccountForm AccountCutTest::form() const
 {
     AccountForm form = plainForm();
-    form.account = {QStringLiteral("%"), QStringLiteral("u")};
+    form.account = {"%", "u"};
     form.globalBefore = checked(26, {0, 9, 10, 20});
     form.global = checked(26, {0, 1, 9, 10, 20});
     form.database = checked(17, {0, 1, 6});
     form.table = checked(4, {0, 1});
-    form.shownDatabase = form.addDatabase = form.shownTableDatabase = form.addTableDatabase =
-        QStringLiteral("d");
-    form.shownTable = form.addTable = QStringLiteral("t");
+    form.shownDatabase = form.addDatabase = form.shownTableDatabase = form.addTableDatabase = "d";
+    form.shownTable = form.addTable = "t";
     return form;
 }
 
@@ -80,17 +73,17 @@ bool AccountCutTest::breakAt(int statement, Cut what, bool mayReturn)
 {
     QFETCH(QString, driver);
     QFETCH(Command, command);
-    m_server.run(QStringLiteral("create or replace user u identified by 'p';"
-                                "grant select, file, event, binlog monitor on *.* to u with grant option;"
-                                "grant select, event on d.* to u with grant option;"
-                                "grant select, create, update (a) on d.t to u with grant option;"));
+    m_server.run("create or replace user u identified by 'p';"
+                 "grant select, file, event, binlog monitor on *.* to u with grant option;"
+                 "grant select, event on d.* to u with grant option;"
+                 "grant select, create, update (a) on d.t to u with grant option;");
     Agreeing dialogue;
     Session session;
     session.makeConnection = [this](const QString &string) { return createConnection(string, m_pump); };
     session.gDsn = noDataSource();
     session.gDriver = driver;
-    session.gServer = QStringLiteral("127.0.0.1");
-    session.gUser = session.gPass = QStringLiteral("demo");
+    session.gServer = "127.0.0.1";
+    session.gUser = session.gPass = "demo";
     session.gPort = QString::number(m_proxy.port());
     if (!fConnect(session))
         qFatal("no connection");
@@ -107,17 +100,12 @@ void AccountCutTest::everyStatementMayBreak_data()
     QTest::addColumn<QString>("driver");
     QTest::addColumn<Command>("command");
     QTest::addColumn<bool>("mayReturn");
-    for (const bool mayReturn : {true, false}) {
-        const char *server = mayReturn ? "back" : "away";
-        QTest::addRow("account, server %s", server)
-            << nativeDriverName() << Command(changeAccount) << mayReturn;
-        QTest::addRow("account, server %s, ODBC", server)
-            << QStringLiteral("MySQL ODBC 3.51 Driver") << Command(changeAccount) << mayReturn;
-        QTest::addRow("database, server %s", server)
-            << nativeDriverName() << Command(changeDatabaseGrant) << mayReturn;
-        QTest::addRow("table, server %s", server)
-            << nativeDriverName() << Command(changeTableGrant) << mayReturn;
-    }
+    const QString native = nativeDriverName();
+    row("account, server back", native, Command(changeAccount), true);
+    row("account, server away, ODBC", "MySQL ODBC 3.51 Driver", Command(changeAccount), false);
+    row("database, server back", native, Command(changeDatabaseGrant), true);
+    row("database, server away", native, Command(changeDatabaseGrant), false);
+    row("table, server back", native, Command(changeTableGrant), true);
 }
 
 void AccountCutTest::everyStatementMayBreak()
@@ -125,16 +113,14 @@ void AccountCutTest::everyStatementMayBreak()
     QFETCH(Command, command);
     QFETCH(bool, mayReturn);
     breakAt(-2, Cut::Request, mayReturn);
-    QCOMPARE(m_told, QStringList{QStringLiteral("変更しました。")});
+    QCOMPARE(m_told, QStringList{"変更しました。"});
     int breaks = 0;
     for (const Cut what : {Cut::Request, Cut::Answer}) {
         for (int n = 0; breakAt(n, what, mayReturn); ++n, ++breaks) {
             const QString said = m_told.join(u'\n'), now = grants();
-            const QString where =
-                QStringLiteral("%1 %2: %3\n%4")
-                    .arg(n)
-                    .arg(what == Cut::Answer ? QStringLiteral("answer") : QStringLiteral("request"), said,
-                         now);
+            const QString where = QStringLiteral("%1 %2: %3\n%4")
+                                      .arg(n)
+                                      .arg(what == Cut::Answer ? "answer" : "request", said, now);
             // Only what is said and what is there counts.
             const QStringList held = rightsIn(now), named = rightsIn(QString(said).remove(u'\r'));
             for (const QString right : {"SELECT *.*", "FILE *.*", "EVENT *.*", "GRANT OPTION *.*",
@@ -145,7 +131,7 @@ void AccountCutTest::everyStatementMayBreak()
             // lost.
             if (mayReturn && command == changeAccount)
                 QVERIFY2(named.isEmpty(), qPrintable(where));
-            QVERIFY2(!said.contains(QStringLiteral("変更しました。")), qPrintable(where));
+            QVERIFY2(!said.contains("変更しました。"), qPrintable(where));
         }
     }
     QVERIFY2(breaks >= 12, qPrintable(QString::number(breaks)));

@@ -32,7 +32,7 @@ bool choose(QFileDialog &dialog, const QString &path)
         dialog.reject();
         return true;
     }
-    if (auto *line = dialog.findChild<QLineEdit *>(QStringLiteral("fileNameEdit")))
+    if (auto *line = dialog.findChild<QLineEdit *>("fileNameEdit"))
         line->setText(path);
     else
         dialog.selectFile(path);
@@ -115,7 +115,7 @@ bool Boxes::answer(QDialog &dialog, const Expected &expected)
 void failOnAnyWarning()
 {
     // The offscreen platform says this of much that windows do.
-    QTest::failOnWarning(QRegularExpression(QStringLiteral("^(?!This plugin does not support )")));
+    QTest::failOnWarning(QRegularExpression("^(?!This plugin does not support )"));
 }
 
 void closeByUser(QWidget &window)

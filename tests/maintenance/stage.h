@@ -1,0 +1,171 @@
+#pragma once
+
+#include "core/basconnection.h"
+#include "core/command.h"
+#include "core/connect.h"
+#include "core/statements.h"
+#include "maintenance/routines.h"
+#include "support/rows.h"
+#include "support/scriptedconnection.h"
+#include "support/scripteddialogue.h"
+#include "support/testserver.h"
+
+#include <QDir>
+#include <QFile>
+#include <QTemporaryDir>
+#include <QTest>
+
+using Run = Outcome (*)(CommandContext &);
+Q_DECLARE_METATYPE(Run)
+
+// Says OK and Yes to everything and keeps what it is told instead of expecting it: for messages that hold
+// words of the system or the server.
+struct AgreeingDialogue : ScriptedDialogue {
+    bool confirm(const QString &, Icon) override { return ++questions > 0; }
+    bool ask(const QString &) override { return ++questions > 0; }
+    QString chooseFolder(const QString &, const QString &) override { return choice.folder; }
+    RestoreChoice chooseBackups() override { return choice; }
+    void tell(const QString &text, Icon icon) override
+    {
+        told << text;
+        isCritical = icon == Icon::Critical;
+    }
+    RestoreChoice choice;
+    QStringList told;
+    bool isCritical = false;
+    int questions = 0;
+};
+
+// The main window's state with the database `d`, a scripted server beneath it and a scripted user before it.
+struct ScriptedStage {
+    ScriptedStage()
+    {
+        session.makeConnection = script.factory();
+        session.gDsn = noDataSource();
+        session.gDbName = selection.database = "d";
+        session.gCn = script.connect();
+        script.connectionStrings.clear();
+        selection.lblPreTable = "0";
+        dialogue.setTarget("d全ﾃｰﾌﾞﾙ");
+        dialogue.targets.clear();
+    }
+
+    Outcome run(Run command) { return run(command, dialogue); }
+    Outcome run(Run command, ScriptedDialogue &user)
+    {
+        CommandContext context{session, selection, user};
+        const Outcome outcome = command(context);
+        if (user.busyDepth != 0)
+            QTest::qFail("the hourglass stays", __FILE__, __LINE__);
+        return outcome;
+    }
+
+    Script script;
+    Session session;
+    Selection selection;
+    ScriptedDialogue dialogue;
+};
+
+// A user who agrees to everything, at the window's state on a real server.
+struct RealStage {
+    RealStage(const TestServer &server, const QString &driver, const QString &database = "d", int port = 0,
+              const QString &account = "demo")
+    {
+        session.makeConnection = [this](const QString &string) { return createConnection(string, pump); };
+        session.gDsn = noDataSource();
+        session.gDriver = driver;
+        session.gServer = "127.0.0.1";
+        session.gUser = account;
+        session.gPass = "demo";
+        session.gPort = QString::number(port > 0 ? port : server.port());
+        QString why;
+        // As when the user connects: no default database yet.
+        if (!fConnect(session, &why))
+            qFatal("%s", qPrintable(why));
+        session.gDbName = selection.database = database;
+        selection.lblPreTable = "0";
+    }
+
+    // What clicks leave in the session and the selection.
+    void listTables(const TestServer &server)
+    {
+        const QStringList lines =
+            server.run("SHOW FULL TABLES", session.gDbName).split('\n', Qt::SkipEmptyParts);
+        for (const QString &line : lines)
+            selection.tables << (line.endsWith("VIEW") ? "[VIEW]\t" : "[TABLE]\t") + line.section('\t', 0, 0);
+    }
+    void clickTable(const QString &name)
+    {
+        selection.lblTableName = name;
+        session.gOldFields.assign(1, {});
+        const QString table = qualifiedName(session.gDbName, name);
+        RecordSet rows = session.connection().execute("show full fields from " + table + u';');
+        for (; !rows.isEof(); rows.moveNext()) {
+            FieldRec record;
+            record.Field = u' ' + rows.text(QStringLiteral("Field"));
+            session.gOldFields.push_back(record);
+        }
+        rows = session.connection().execute("show create table " + table + u';');
+        selection.txtField = selection.lblCreateTable =
+            rows.isEof() ? QString() : shownCreateText(rows.fieldName(0), rows.text(1));
+    }
+    void clickRoutine(const QString &tag, const QString &name)
+    {
+        selection.routine = tag + u'\t' + name;
+        RecordSet rows = session.connection().execute(routineShowStatement(tag, selection.database, name));
+        selection.txtProc = selection.lblCreateProc =
+            rows.isEof() ? QString() : shownRoutineText(rows.text(2));
+    }
+    // Replaces what stands in `text`: pairs of a piece and its successor.
+    static void edit(QString &text, const QStringList &pieces)
+    {
+        for (qsizetype i = 0; i + 1 < pieces.size(); i += 2) {
+            QVERIFY2(text.contains(pieces[i]), qPrintable(text));
+            text.replace(pieces[i], pieces[i + 1]);
+        }
+    }
+
+    Outcome run(Run command)
+    {
+        dialogue.told.clear();
+        dialogue.lastError.clear();
+        CommandContext context{session, selection, dialogue};
+        return command(context);
+    }
+    // The boxes that ended the last command.
+    QString told() const { return dialogue.told.join('|'); }
+
+    BlockingPump pump;
+    Session session;
+    Selection selection;
+    AgreeingDialogue dialogue;
+};
+
+inline QString odbcDriver()
+{
+    return "MySQL ODBC 3.51 Driver";
+}
+
+// Both kinds of connection.
+inline QStringList drivers()
+{
+    return {nativeDriverName(), odbcDriver()};
+}
+
+inline void put(const QString &path, const QByteArray &bytes)
+{
+    QFile file(path);
+    if (!file.open(QIODevice::WriteOnly) || file.write(bytes) != bytes.size())
+        QTest::qFail(qPrintable(path + file.errorString()), __FILE__, __LINE__);
+}
+
+inline QByteArray bytesOf(const QString &path)
+{
+    QFile file(path);
+    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray("(no file)");
+}
+
+inline QStringList filesIn(const QString &folder)
+{
+    return QDir(folder).entryList(QDir::Files | QDir::Hidden);
+}
