@@ -123,33 +123,43 @@ void TestWindowPump::inputIsLostNotQueued()
 
 void TestWindowPump::onlyTheStopButtonGetsThrough_data()
 {
-    QTest::addColumn<Qt::Key>("key");
+    QTest::addColumn<QKeyCombination>("key");
+    QTest::addColumn<bool>("isOnTheButton"); // or on the line beside it
     QTest::addColumn<int>("presses");
-    row("the mouse", Qt::Key(), 1);
-    row("space", Qt::Key_Space, 1);
-    row("return", Qt::Key_Return, 1);
-    row("enter", Qt::Key_Enter, 1);
-    row("escape", Qt::Key_Escape, 1);
-    row("tab leaves nothing behind", Qt::Key_Tab, 0);
+    const auto add = [](const char *name, QKeyCombination key, bool isOnTheButton, int presses) {
+        row(name, key, isOnTheButton, presses);
+    };
+    add("the mouse", Qt::Key(), true, 1);
+    add("space", Qt::Key_Space, true, 1);
+    add("return", Qt::Key_Return, true, 1);
+    add("enter", Qt::Key_Enter, true, 1);
+    add("escape", Qt::Key_Escape, true, 1);
+    add("tab leaves nothing behind", Qt::Key_Tab, true, 0);
+    add("its key", Qt::SHIFT | Qt::Key_F5, true, 1);
+    add("its key, the focus elsewhere", Qt::SHIFT | Qt::Key_F5, false, 1);
+    add("another key, the focus elsewhere", Qt::Key_F5, false, 0);
 }
 
 void TestWindowPump::onlyTheStopButtonGetsThrough()
 {
-    QFETCH(Qt::Key, key);
+    QFETCH(QKeyCombination, key);
+    QFETCH(bool, isOnTheButton);
     Window window;
-    window.stop.setFocus();
+    setStopsRunningCommand(&window.stop, true, Qt::SHIFT | Qt::Key_F5);
+    QWidget *focused = isOnTheButton ? static_cast<QWidget *>(&window.stop) : &window.line;
+    focused->setFocus();
     QVERIFY(QTest::qWaitForWindowActive(&window));
     WindowPump pump;
     QSignalSpy presses(&window.stop, &QPushButton::clicked);
     const auto act = [&] {
-        if (key)
-            QTest::keyClick(window.windowHandle(), key);
+        if (key.key())
+            QTest::keyClick(window.windowHandle(), key.key(), key.keyboardModifiers());
         else
             QTest::mouseClick(window.windowHandle(), Qt::LeftButton, {}, window.stop.geometry().center());
     };
     waitWhile(act, pump);
     QTEST(int(presses.size()), "presses");
-    QVERIFY(window.stop.hasFocus());
+    QVERIFY(focused->hasFocus());
 }
 
 void TestWindowPump::olderPressEndsWithoutAClick()
