@@ -18,6 +18,7 @@
 
 #include <algorithm>
 #include <cstdio>
+#include <utility>
 
 namespace {
 
@@ -205,6 +206,17 @@ private:
         return measureElsewhere(
             {driver, job, string, QString::number(m_server.port()), m_folder.path(), QString::number(times)});
     }
+    // So that what else the machine does strikes both alike.
+    std::pair<std::vector<Measurement>, std::vector<Measurement>>
+    byTurns(const QString &driver, const QString &bareJob, const QString &ourJob)
+    {
+        std::vector<Measurement> bare, ours;
+        for (int run = 0; run < runs(); ++run) {
+            bare.push_back(once(driver, bareJob));
+            ours.push_back(once(driver, ourJob));
+        }
+        return {bare, ours};
+    }
     void finish(const TableLine &line)
     {
         m_isWithin &= line.isWithin;
@@ -224,11 +236,7 @@ private:
 
 void Comparison::compareFileOnly(const QString &driver)
 {
-    std::vector<Measurement> bare, ours;
-    for (int run = 0; run < runs(); ++run) {
-        bare.push_back(once(driver, QStringLiteral("bare-file")));
-        ours.push_back(once(driver, QStringLiteral("file-only")));
-    }
+    const auto [bare, ours] = byTurns(driver, QStringLiteral("bare-file"), QStringLiteral("file-only"));
     TableLine line = comparedLine(m_rows + QStringLiteral("the file"), driver, bare, ours, 1.2);
     addStall(line, median(ours));
     // The ODBC driver holds the whole result itself: that is no memory of the console.
@@ -248,11 +256,7 @@ void Comparison::compareFileOnly(const QString &driver)
 
 void Comparison::compareViews(const QString &driver)
 {
-    std::vector<Measurement> bare, ours;
-    for (int run = 0; run < runs(); ++run) {
-        bare.push_back(once(driver, QStringLiteral("bare")));
-        ours.push_back(once(driver, QStringLiteral("views")));
-    }
+    const auto [bare, ours] = byTurns(driver, QStringLiteral("bare"), QStringLiteral("views"));
     TableLine line = comparedLine(m_rows + QStringLiteral("grid and text"), driver, bare, ours, 2.0);
     addStall(line, median(ours));
     if (driver == u"native") {

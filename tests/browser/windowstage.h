@@ -12,6 +12,7 @@
 #include "maintenance/frmCreateDB.h"
 #include "maintenance/frmRestore.h"
 #include "support/gui/boxes.h"
+#include "support/gui/control.h"
 #include "support/scriptedconnection.h"
 #include "support/scripteddialogue.h"
 #include "users/frmuseradd.h"
@@ -56,15 +57,6 @@ struct Stage {
     Boxes boxes; // none is expected
     std::unique_ptr<QWidget> opened;
 };
-
-template <class Control>
-Control &control(const QWidget &window, const char *name)
-{
-    auto *found = window.findChild<Control *>(QLatin1String(name));
-    if (!found)
-        qFatal("no control %s", name);
-    return *found;
-}
 
 inline void press(const QWidget &window, std::initializer_list<const char *> buttons)
 {

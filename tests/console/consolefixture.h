@@ -1,6 +1,7 @@
 #pragma once
 
 #include "console/frmSql.h"
+#include "support/gui/control.h"
 #include "support/scriptedconnection.h"
 #include "support/scripteddialogue.h"
 
@@ -69,9 +70,7 @@ struct ConsoleWindow {
     template <class Control>
     Control &control(const char *name) const
     {
-        auto *found = window->findChild<Control *>(QLatin1String(name));
-        Q_ASSERT_X(found, name, "no such control");
-        return *found;
+        return ::control<Control>(*window, name);
     }
     QPushButton &button(const char *name) const { return control<QPushButton>(name); }
     FlexGrid &grid() const { return control<FlexGrid>("flgrid_Record"); }

@@ -3,6 +3,7 @@
 #include "browser/frmTarnwell.h"
 #include "controls/windowpump.h"
 #include "core/connect.h"
+#include "support/gui/control.h"
 
 #include <QComboBox>
 #include <QLineEdit>
@@ -31,10 +32,7 @@ struct MainWindowStage {
     template <class Control>
     Control *control(const char *name) const
     {
-        auto *found = window->findChild<Control *>(QLatin1String(name));
-        if (!found)
-            qFatal("no control %s", name);
-        return found;
+        return &::control<Control>(*window, name);
     }
     void click(const char *name) const { QTest::mouseClick(control<QPushButton>(name), Qt::LeftButton); }
     void choose(const char *name, const QString &text) const

@@ -1,6 +1,7 @@
 #include "core/connect.h"
 #include "inout/frminout.h"
 #include "support/gui/boxes.h"
+#include "support/gui/control.h"
 #include "support/rows.h"
 #include "support/scriptedconnection.h"
 #include "support/scripteddialogue.h"
@@ -33,10 +34,7 @@ struct InOutStage {
     template <class Control>
     Control &control(const char *name) const
     {
-        auto *found = window->findChild<Control *>(QLatin1String(name));
-        if (!found)
-            qFatal("no control %s", name);
-        return *found;
+        return ::control<Control>(*window, name);
     }
     QString file() const { return control<QLineEdit>("txtFilename").text(); }
     void choose(const char *option) const { control<QRadioButton>(option).setChecked(true); }

@@ -2,6 +2,7 @@
 
 #include "controls/chosenlist.h"
 #include "core/connect.h"
+#include "support/gui/control.h"
 #include "support/rows.h"
 #include "support/scriptedconnection.h"
 #include "support/scripteddialogue.h"
@@ -96,10 +97,7 @@ struct UserStage {
     template <class Control>
     Control &control(const char *name) const
     {
-        auto *found = window->findChild<Control *>(QLatin1String(name));
-        if (!found)
-            qFatal("no control %s", name);
-        return *found;
+        return ::control<Control>(*window, name);
     }
     void click(const char *button) const { control<QPushButton>(button).click(); }
     void type(const char *box, const QString &text) const { control<QLineEdit>(box).setText(text); }
