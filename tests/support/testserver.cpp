@@ -211,6 +211,8 @@ void TestServer::kill()
 void TestServer::freeze()
 {
     ::kill(static_cast<pid_t>(m_process->processId()), SIGSTOP);
+    // Its threads stop a moment later: one of them could still answer.
+    QThread::msleep(50);
 }
 
 void TestServer::resume()
