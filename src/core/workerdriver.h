@@ -4,6 +4,7 @@
 
 #include <QString>
 
+#include <functional>
 #include <memory>
 #include <vector>
 
@@ -39,9 +40,10 @@ public:
     // Does not throw. All results have been destroyed before.
     virtual void disconnect() = 0;
 
-    // Another thread, while the worker waits: asks the server to end the statement. True when the server
-    // has confirmed it. Does not throw; may block for as long as the server lets it.
-    virtual bool interrupt() = 0;
+    // Another thread, while the worker waits: asks the server to end the statement, and calls onReached on
+    // that thread as soon as the server listens. True when the server has confirmed it. Does not throw; may
+    // block for as long as the server lets it.
+    virtual bool interrupt(const std::function<void()> &onReached) = 0;
     // Any thread: breaks the connection so that a blocked call fails at once; false where that cannot be
     // done.
     virtual bool cut() = 0;

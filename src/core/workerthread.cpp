@@ -7,8 +7,10 @@ namespace {
 
 using namespace std::chrono_literals;
 
-// How long a server may take to confirm that it ends a statement, before it counts as dead.
+// How long a server may take to listen to a stop, before it counts as dead; and to confirm it: MariaDB may
+// take two seconds when the stop meets the end of the statement.
 constexpr auto patience = 1200ms;
+constexpr auto killPatience = 5s;
 // How long a call may take to notice that its connection was cut.
 constexpr auto moment = 300ms;
 // How long the owner waits for the connection to be closed; the windows stand still meanwhile.
@@ -134,6 +136,7 @@ void WorkerThread::stop(const std::shared_ptr<Job> &job)
         }
         job->isStopped = true;
         job->stoppedAt = now;
+        m_isReached = false;
         m_isConfirmed = false;
         m_mustSettle = true;
         ++m_interruptions;
@@ -144,7 +147,11 @@ void WorkerThread::stop(const std::shared_ptr<Job> &job)
 
 void WorkerThread::interrupt()
 {
-    const bool isConfirmed = m_driver->interrupt();
+    const bool isConfirmed = m_driver->interrupt([this] {
+        const std::lock_guard lock(m_mutex);
+        m_isReached = true;
+        m_changed.notify_all();
+    });
     const std::lock_guard lock(m_mutex);
     m_isConfirmed = isConfirmed;
     --m_interruptions;
@@ -156,7 +163,9 @@ void WorkerThread::superviseStop(const std::shared_ptr<Job> &job)
     {
         std::unique_lock lock(m_mutex);
         const auto isOver = [this, &job] { return m_interruptions == 0 || job->done.isFinished(); };
-        if (m_changed.wait_for(lock, patience, isOver) && (m_isConfirmed || job->done.isFinished()))
+        if (m_changed.wait_for(lock, patience, [&] { return m_isReached || isOver(); }))
+            m_changed.wait_for(lock, killPatience, isOver);
+        if (job->done.isFinished() || (m_interruptions == 0 && m_isConfirmed))
             return;
     }
     breakOff(job);

@@ -110,7 +110,8 @@ private:
     ShortWait m_shortWait;   // of the worker's thread
     int m_interruptions = 0; // under way in other threads
     bool m_mustSettle = false;
-    bool m_isConfirmed = false; // by the server, of the last interruption
+    bool m_isReached = false;   // the server has listened to the last interruption
+    bool m_isConfirmed = false; // and has confirmed it
     bool m_isCut = false;
     bool m_isLeaving = false; // no more jobs: left by its owner, or given up
 };

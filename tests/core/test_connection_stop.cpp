@@ -1,4 +1,44 @@
 #include "connectiontests.h"
+#include "core/workerconnection.h"
+
+using namespace std::chrono_literals;
+
+// A server whose statement ends when its stop has been confirmed or the connection cut. It takes the two
+// seconds for it that MariaDB needs when a KILL meets the end of its statement.
+class SlowlyStoppedDriver : public Driver {
+public:
+    explicit SlowlyStoppedDriver(bool listens)
+        : m_listens(listens)
+    {
+    }
+    Opened connect() override { return {}; }
+    std::unique_ptr<DriverResult> execute(const QString &) override
+    {
+        m_ended.waitFor(20s);
+        throw m_isCut ? SqlError("cut", 2013, "08S01") : SqlError("stopped", 1317, "70100");
+    }
+    void settle() override {}
+    void disconnect() override {}
+    bool interrupt(const std::function<void()> &onReached) override
+    {
+        if (m_listens)
+            onReached();
+        const bool isCut = m_ended.waitFor(2s);
+        m_ended.finish();
+        return !isCut;
+    }
+    bool cut() override
+    {
+        m_isCut = true;
+        m_ended.finish();
+        return true;
+    }
+
+private:
+    const bool m_listens;
+    Completion m_ended;
+    std::atomic<bool> m_isCut = false;
+};
 
 class ConnectionStopTest : public QObject {
     Q_OBJECT
@@ -9,6 +49,8 @@ private Q_SLOTS:
     void aLongStatementIsStoppedOnTheServer();
     void stoppingWithinRowsOfTheBuiltInConnectionEndsThem();
     void aStopNeverStrikesTheNextStatement();
+    void aServerThatListensIsGivenTimeToStop_data();
+    void aServerThatListensIsGivenTimeToStop();
     void unreadRowsAreLeftAtOnce();
     void whileAStatementWaitsOnlyClosingIsPossible();
     void destroyingWhileAStatementWaitsEndsIt();
@@ -101,6 +143,27 @@ void ConnectionStopTest::aStopNeverStrikesTheNextStatement()
         QCOMPARE(valueOf(*open, "select sleep(0.005)"), "0");
     }
     m_pump.delay = std::chrono::milliseconds(300);
+}
+
+void ConnectionStopTest::aServerThatListensIsGivenTimeToStop_data()
+{
+    QTest::addColumn<bool>("listens");
+    QTest::addRow("listens") << true;
+    QTest::addRow("does not listen") << false;
+}
+
+void ConnectionStopTest::aServerThatListensIsGivenTimeToStop()
+{
+    QFETCH(bool, listens);
+    if (!isBuiltIn())
+        QSKIP("the driver plays no part in it");
+    WorkerConnection connection(
+        "x", [&] { return std::make_unique<SlowlyStoppedDriver>(listens); }, m_pump);
+    connection.open();
+    m_pump.once = [&] { connection.cancel(); };
+    const SqlError error = errorOf([&] { connection.execute("select 1"); });
+    QCOMPARE(error.isInterrupted(), listens);
+    QCOMPARE(error.isConnectionLost(), !listens);
 }
 
 void ConnectionStopTest::unreadRowsAreLeftAtOnce()

@@ -114,10 +114,13 @@ private:
             const ssize_t count = read(server, bytes, sizeof bytes);
             if (count <= 0 || m_swallows)
                 return cut();
-            const ssize_t passed = m_bytesLeft < 0 ? count : std::min<qint64>(count, m_bytesLeft);
+            // Counted before the client has them: it may set the next limit at once.
+            const bool isLimited = m_bytesLeft >= 0;
+            const ssize_t passed = isLimited ? std::min<qint64>(count, m_bytesLeft) : count;
+            const bool isUsedUp = isLimited && (m_bytesLeft -= passed) == 0;
             if (write(client, bytes, static_cast<std::size_t>(passed)) != passed)
                 return cut();
-            if (m_bytesLeft >= 0 && (m_bytesLeft -= passed) == 0)
+            if (isUsedUp)
                 return false;
         }
         if (both[0].revents == 0)

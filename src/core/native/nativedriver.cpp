@@ -81,8 +81,8 @@ void NativeDriver::disconnect()
     m_cutter.release();
 }
 
-bool NativeDriver::interrupt()
+bool NativeDriver::interrupt(const std::function<void()> &onReached)
 {
     const unsigned long connection = m_connectionId;
-    return connection != 0 && killQuery(m_options, connection);
+    return connection != 0 && killQuery(m_options, connection, onReached);
 }

@@ -20,7 +20,7 @@ public:
     void settle() override;
     void giveUpRows() override;
     void disconnect() override;
-    bool interrupt() override;
+    bool interrupt(const std::function<void()> &onReached) override;
     bool cut() override { return m_cutter.cut(); }
 
 private:

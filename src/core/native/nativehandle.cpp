@@ -5,8 +5,8 @@
 
 namespace {
 
-// A server that does not answer a KILL in this time is taken for dead.
-constexpr NativeTimeouts killTimeouts{2, 2};
+// MariaDB may take two seconds over a KILL that meets the end of its statement.
+constexpr NativeTimeouts killTimeouts{2, 10};
 
 const char *orNull(const QByteArray &text)
 {
@@ -68,12 +68,14 @@ void sendNative(MYSQL *handle, std::string_view statement)
         throw nativeError(handle);
 }
 
-bool killQuery(const NativeOptions &options, unsigned long connectionId)
+bool killQuery(const NativeOptions &options, unsigned long connectionId,
+               const std::function<void()> &onReached)
 {
     try {
         NativeOptions without = options;
         without.database.clear();
         const NativeHandle handle = connectNative(without, killTimeouts);
+        onReached();
         sendNative(handle.get(), "KILL QUERY " + std::to_string(connectionId));
         return true;
     } catch (const SqlError &) {

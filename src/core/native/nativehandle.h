@@ -3,6 +3,7 @@
 #include "core/native/nativeoptions.h"
 #include "core/sqlerror.h"
 
+#include <functional>
 #include <memory>
 #include <mysql.h>
 #include <string_view>
@@ -26,6 +27,7 @@ struct NativeTimeouts {
 NativeHandle connectNative(const NativeOptions &options, const NativeTimeouts &timeouts);
 // Sends a statement; throws SqlError.
 void sendNative(MYSQL *handle, std::string_view statement);
-// Ends the statement that a connection runs, over a connection of its own; true when the server has
-// confirmed.
-bool killQuery(const NativeOptions &options, unsigned long connectionId);
+// Ends the statement that a connection runs, over a connection of its own, and calls onReached once that one
+// stands; true when the server has confirmed.
+bool killQuery(const NativeOptions &options, unsigned long connectionId,
+               const std::function<void()> &onReached);

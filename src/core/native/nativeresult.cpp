@@ -67,7 +67,7 @@ NativeResult::~NativeResult()
 {
     if (!m_rows)
         return;
-    if (m_mayBeKilled && m_driver.interrupt())
+    if (m_mayBeKilled && m_driver.interrupt([] {}))
         m_driver.settle();
     else
         dropRest();

@@ -10,7 +10,7 @@
 namespace {
 
 constexpr int connectSeconds = 20;
-// A server that does not take a KILL in this time is taken for dead.
+// A server that does not let a KILL in within this time is taken for dead.
 constexpr int killSeconds = 2;
 
 QString serverName(const OdbcConnectionHandle &connection)
@@ -127,7 +127,7 @@ void OdbcDriver::disconnect()
 
 // Not by SQLCancel: when the statement ends at that moment, Connector/ODBC 3.1.15 closes the cursor under the
 // hands of the thread that reads it; otherwise it does the same as here, without any limit of time.
-bool OdbcDriver::interrupt()
+bool OdbcDriver::interrupt(const std::function<void()> &onReached)
 {
     const qulonglong connection = m_connectionId;
     if (connection == 0)
@@ -135,6 +135,7 @@ bool OdbcDriver::interrupt()
     try {
         const OdbcEnvironment environment = OdbcEnvironment::make();
         const OdbcConnectionHandle second = connectOdbc(environment, m_connectionString, killSeconds);
+        onReached();
         sendOdbc(second, QStringLiteral("kill query %1").arg(connection));
         SQLDisconnect(second.get());
         return true;

@@ -21,7 +21,7 @@ public:
     std::unique_ptr<DriverResult> execute(const QString &statement) override;
     void settle() override;
     void disconnect() override;
-    bool interrupt() override;
+    bool interrupt(const std::function<void()> &onReached) override;
     // Nothing wakes a thread that waits inside an ODBC driver for a dead server.
     bool cut() override { return false; }
 
