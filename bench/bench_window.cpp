@@ -15,6 +15,7 @@
 #include <QTemporaryDir>
 #include <QTemporaryFile>
 #include <QTimer>
+#include <QWindow>
 
 #include <algorithm>
 #include <cstdio>
@@ -96,6 +97,10 @@ public:
         control<QLineEdit>("txtPort")->setText(QString::number(port));
         control<QPushButton>("cmdConnect")->click();
         control<QPushButton>("cmdShowDb")->click();
+        // The first painting, with its loading of fonts, belongs to the start.
+        while (!m_window->windowHandle()->isExposed())
+            QCoreApplication::processEvents();
+        QCoreApplication::processEvents();
     }
     template <class Control>
     Control *control(const char *name) const
