@@ -3,6 +3,7 @@
 #include "controls/chosenlist.h"
 #include "core/statements.h"
 #include "support/gui/boxes.h"
+#include "support/rows.h"
 #include "users/frmuseradd.h"
 #include "watchedserver.h"
 #include "yestoall.h"
@@ -14,6 +15,7 @@ class HostileAccountsTest : public QObject {
     Q_OBJECT
 
 private Q_SLOTS:
+    void initTestCase_data() { addBothConnections(); }
     void init();
     void cleanup() { m_window.reset(); }
     void accounts_data();
@@ -52,7 +54,8 @@ void HostileAccountsTest::init()
 
 void HostileAccountsTest::openWindow()
 {
-    m_session.gCn = createConnection(m_server.server().nativeString(), m_pump);
+    const TestServer &server = m_server.server();
+    m_session.gCn = createConnection(isBuiltIn() ? server.nativeString() : server.odbcString(), m_pump);
     m_session.gCn->open();
     m_window = std::make_unique<frmUserAdd>(m_session, nullptr);
     m_window->show();
