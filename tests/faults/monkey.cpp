@@ -5,6 +5,7 @@
 #include <QAbstractButton>
 #include <QAbstractItemView>
 #include <QApplication>
+#include <QCheckBox>
 #include <QComboBox>
 #include <QFileDialog>
 #include <QHeaderView>
@@ -53,6 +54,11 @@ bool isUsable(const QWidget &widget)
            (qobject_cast<const QAbstractButton *>(&widget) || qobject_cast<const QLineEdit *>(&widget) ||
             qobject_cast<const QComboBox *>(&widget) || qobject_cast<const QAbstractItemView *>(&widget) ||
             qobject_cast<const QPlainTextEdit *>(&widget) || qobject_cast<const QsciScintilla *>(&widget));
+}
+
+QString placeOf(const QWidget &widget)
+{
+    return widget.window()->objectName() + u'.' + widget.objectName();
 }
 
 } // namespace
@@ -135,6 +141,16 @@ QWidget *Monkey::randomControl(QWidget &window)
     const bool isDull = seldom.contains(control->objectName()) || control->objectName().endsWith(u"_Filter");
     if (isDull && !oneIn(6))
         return nullptr;
+    // Curious: what it has not tried comes first.
+    QList<QWidget *> untried;
+    std::ranges::copy_if(controls, std::back_inserter(untried), [&](const QWidget *each) {
+        return !qobject_cast<const QCheckBox *>(each) && !seldom.contains(each->objectName()) &&
+               !m_tried.contains(placeOf(*each));
+    });
+    if (!untried.isEmpty() && !oneIn(12)) {
+        m_tried << placeOf(*untried[0]);
+        return untried[0];
+    }
     // Most of the program is reached through its lists.
     const auto isList = [](QWidget *each) { return each->inherits("ChosenList"); };
     QList<QWidget *> lists;

@@ -4,6 +4,7 @@
 #include <QObject>
 #include <QPoint>
 #include <QRandomGenerator>
+#include <QSet>
 #include <QStringList>
 
 #include <cstdio>
@@ -55,5 +56,6 @@ private:
     int m_actions = 0;
     int m_depth = 0;
     bool m_isFinishing = false;
+    QSet<QString> m_tried;
     QElapsedTimer m_sinceFileDialog;
 };

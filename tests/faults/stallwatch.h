@@ -6,21 +6,23 @@
 #include <QTimer>
 
 #include <algorithm>
+#include <ctime>
+#include <functional>
 
 // How long the event loop kept a window waiting at the longest. Time for which the thread was ready to run
-// and the machine gave it no processor does not count: that is not the program's doing.
+// and the machine gave it no processor does not count: that is not the program's doing. Of the rest, what the
+// thread itself worked is told apart from what it waited for others, who may have had no processor either.
 class StallWatch : public QObject {
 public:
     StallWatch()
     {
         m_timer.callOnTimeout(this, [this] { tick(); });
-        m_clock.start();
-        m_waited = waitedMilliseconds();
+        begin();
         m_timer.start(interval);
     }
     double longest() const { return m_longest; }
-    // Called with each stall over the limit, in milliseconds.
-    std::function<void(double)> onStall;
+    // Called with each stall over the limit, in milliseconds, and the work in it.
+    std::function<void(double stall, double work)> onStall;
     double limit = 100;
 
 private:
@@ -31,20 +33,31 @@ private:
         QFile file("/proc/self/schedstat");
         return file.open(QIODevice::ReadOnly) ? file.readAll().split(' ').value(1).toDouble() / 1e6 : 0;
     }
+    static double workedMilliseconds()
+    {
+        timespec time{};
+        clock_gettime(CLOCK_THREAD_CPUTIME_ID, &time);
+        return static_cast<double>(time.tv_sec) * 1e3 + static_cast<double>(time.tv_nsec) / 1e6;
+    }
+    void begin()
+    {
+        m_worked = workedMilliseconds();
+        m_waited = waitedMilliseconds();
+        m_clock.start();
+    }
     void tick()
     {
-        const double waited = waitedMilliseconds();
         const double stall =
-            static_cast<double>(m_clock.nsecsElapsed()) / 1e6 - interval - (waited - m_waited);
+            static_cast<double>(m_clock.nsecsElapsed()) / 1e6 - interval - (waitedMilliseconds() - m_waited);
+        const double work = workedMilliseconds() - m_worked;
         m_longest = std::max(m_longest, stall);
         if (stall > limit && onStall)
-            onStall(stall);
-        m_waited = waited;
-        m_clock.start();
+            onStall(stall, work);
+        begin();
     }
 
     QTimer m_timer;
     QElapsedTimer m_clock;
-    double m_waited = 0;
+    double m_worked = 0, m_waited = 0; // at the last tick
     double m_longest = 0;
 };

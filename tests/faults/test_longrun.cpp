@@ -7,6 +7,8 @@
 
 #include <QApplication>
 #include <QFileDialog>
+#include <QFontDatabase>
+#include <QPainter>
 #include <QPixmapCache>
 
 #include <malloc.h>
@@ -39,6 +41,21 @@ QString walker()
            "grant select, reload, process, file, show databases, create user on *.* to walker@'%';"
            "grant all on play1.* to walker@'%'; grant all on play2.* to walker@'%';"
            "use play1; insert into play1.many select seq, repeat('x', 200) from seq_1_to_20000;";
+}
+
+// A letter that the font lacks makes the toolkit load others in search of it, a megabyte and more that it
+// keeps. That shall not look like growth, whenever the walk meets such a letter.
+void loadFonts()
+{
+    QPixmap picture(100, 50);
+    QPainter painter(&picture);
+    for (QFont font : {QApplication::font(), QFontDatabase::systemFont(QFontDatabase::FixedFont)}) {
+        for (const bool isBold : {false, true}) {
+            font.setBold(isBold);
+            painter.setFont(font);
+            painter.drawText(0, 20, QStringLiteral("a長ﾃ😀\u2713\ufffd"));
+        }
+    }
 }
 
 // What the program holds, without the pictures that the toolkit keeps up to a limit of its own. Resident
@@ -94,7 +111,12 @@ void LongRunTest::walk(TestServer &server, Monkey &monkey, int actions, int seco
     QElapsedTimer clock;
     clock.start();
     const int until = monkey.actions() + actions;
+    monkey.connectAgain();
     monkey.start();
+    // Every window once, the rest by chance.
+    stage.choose("lstDb", "play1");
+    for (const char *button : {"cmdExec", "cmdCreateUser", "cmdRestore", "cmdInOut", "Command1"})
+        stage.click(button);
     while (monkey.actions() < until && clock.elapsed() < seconds * 1000)
         QTest::qWait(20);
     monkey.finish();
@@ -110,7 +132,7 @@ void LongRunTest::manyRandomActionsDoNoHarm()
 {
     bool isGiven = false;
     const int givenSeconds = qEnvironmentVariableIntValue("TARNWELL_LONGRUN_SECONDS", &isGiven);
-    const int seconds = isGiven ? givenSeconds : qEnvironmentVariableIsSet("CI") ? 50 : 12;
+    const int seconds = isGiven ? givenSeconds : qEnvironmentVariableIsSet("CI") ? 40 : 10;
     const auto seed = static_cast<quint32>(qEnvironmentVariable("TARNWELL_LONGRUN_SEED", "1").toUInt());
     mallopt(M_ARENA_MAX, 1); // the one that mallinfo2() tells of
     TestServer server;
@@ -122,27 +144,28 @@ void LongRunTest::manyRandomActionsDoNoHarm()
     QVERIFY(log);
     passOn = qInstallMessageHandler(collectWarnings);
 
+    loadFonts();
     StallWatch stalls;
-    // Everything over 100 ms is reported. What fails the test leaves room for a machine that is busy with
-    // other work: waiting for a new process to start counts as well.
-    stalls.limit = 100;
-    const double mostAllowed = isSanitized ? 5000 : 1000;
+    // Everything over 100 ms is reported. More than that of the window's own work fails the test; waiting for
+    // others, a new process for one, has more room, since the machine may be busy.
+    stalls.limit = isSanitized ? 1000 : 100;
+    const double longestWait = isSanitized ? 5000 : 1000;
     QStringList stalled;
     const Monkey *current = nullptr;
-    stalls.onStall = [&](double milliseconds) {
+    stalls.onStall = [&](double milliseconds, double work) {
         if (milliseconds < 500 && (current->metFileDialog(milliseconds + 50) ||
                                    qobject_cast<QFileDialog *>(QApplication::activeModalWidget())))
             return;
-        qInfo("a stall of %.0f ms", milliseconds);
-        if (milliseconds > mostAllowed)
+        qInfo("a stall of %.0f ms, %.0f ms of work", milliseconds, work);
+        if (work > stalls.limit || milliseconds > longestWait)
             stalled << QString::number(milliseconds, 'f', 0);
-        std::fprintf(log, "STALL %.0f ms\n", milliseconds);
+        std::fprintf(log, "STALL %.0f ms, %.0f ms of work\n", milliseconds, work);
     };
-    // The first hundred actions, then two halves. Windows and letters that are shown for the first time fill
-    // the toolkit's caches, so that it is the second half that must not hold more than the first did.
+    // At most a tenth is added after a hundred actions. What a walk happens to show for the first time only
+    // later, and the toolkit keeps, is no growth when next to nothing is added after a thousand.
     QList<double> megabytes;
     int actions = 0;
-    for (const auto &[most, time] : {std::pair{100, 60}, {1000000, seconds / 2}, {1000000, seconds / 2}}) {
+    for (const auto &[most, time] : {std::pair{100, 60}, {900, 60}, {1000000, seconds}}) {
         Monkey monkey(seed + static_cast<quint32>(megabytes.size()), files.path(), log);
         current = &monkey;
         walk(server, monkey, most, time);
@@ -153,15 +176,16 @@ void LongRunTest::manyRandomActionsDoNoHarm()
     std::fclose(log);
     qInstallMessageHandler(passOn);
 
-    qInfo("seed %u: %d actions, longest stall %.0f ms; %.1f MB in use after a hundred actions, %.1f MB after "
-          "half of the time, %.1f MB at the end",
-          seed, actions, stalls.longest(), megabytes[0], megabytes[1], megabytes[2]);
+    qInfo(
+        "seed %u: %d actions, longest stall %.0f ms; %.1f MB in use after a hundred actions, %.1f MB after a "
+        "thousand, %.1f MB at the end",
+        seed, actions, stalls.longest(), megabytes[0], megabytes[1], megabytes[2]);
     QVERIFY2(warnings.isEmpty(), qPrintable(warnings.join(u'\n')));
     QVERIFY2(stalled.isEmpty(), qPrintable(QStringLiteral("stalls (ms): ") + stalled.join(u' ')));
-    if (isSanitized || seconds < 40)
-        qInfo("The growth of memory is judged in walks of 40 seconds and more, without sanitizers.");
+    if (isSanitized || seconds < 30)
+        qInfo("The growth of memory is judged in walks of 30 seconds and more, without sanitizers.");
     else
-        QVERIFY2(megabytes[2] < megabytes[1] * 1.1, "memory grew");
+        QVERIFY2(megabytes[2] < megabytes[0] * 1.1 || megabytes[2] < megabytes[1] * 1.03, "memory grew");
 }
 
 QTEST_MAIN(LongRunTest)
