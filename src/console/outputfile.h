@@ -2,6 +2,7 @@
 
 #include <QFile>
 
+#include <functional>
 #include <string>
 #include <string_view>
 
@@ -9,8 +10,10 @@
 // What the system refuses is thrown as SqlError in the system's own words, the path before them.
 class OutputFile {
 public:
-    explicit OutputFile(const QString &path); // created or overwritten
-    ~OutputFile();                            // closes; lines gathered so far are written if that is possible
+    // Created or overwritten. breathe() is called now and then while the system takes its time for that or
+    // for closing.
+    OutputFile(const QString &path, std::function<void()> breathe);
+    ~OutputFile(); // closes; lines gathered so far are written if that is possible
     OutputFile(const OutputFile &) = delete;
     OutputFile &operator=(const OutputFile &) = delete;
 
@@ -20,8 +23,10 @@ public:
 
 private:
     void flush();
+    void aside(const std::function<void()> &work);
     [[noreturn]] void fail(const QString &systemWords);
 
     QFile m_file;
+    const std::function<void()> m_breathe;
     std::string m_waiting;
 };

@@ -115,7 +115,8 @@ void ConsoleRun::readIntoViews()
 void ConsoleRun::readIntoFile()
 {
     const QString path = outputPath();
-    OutputFile file(path);
+    Yield yield;
+    OutputFile file(path, std::ref(yield));
     ResultLines lines(m_request.delimiter);
     file.write(lines.header(m_rows.fields()));
     readRows([&] { file.write(lines.row(m_rows.cells())); });
@@ -152,8 +153,8 @@ void ConsoleRun::moveNext()
 
 void ConsoleRun::saveText(const QString &path)
 {
-    OutputFile file(path);
     Yield yield;
+    OutputFile file(path, std::ref(yield));
     writeLines(m_rows.fields(), m_views.grid.rows(), m_request.delimiter, [&](std::string_view text) {
         file.write(text);
         yield();

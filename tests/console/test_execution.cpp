@@ -230,7 +230,7 @@ void ExecutionTest::aFullDiskIsReported()
 void ExecutionTest::aFileThatVanishesIsReported()
 {
     auto folder = std::make_unique<QTemporaryDir>();
-    OutputFile file(folder->filePath("sqldump.dat"));
+    OutputFile file(folder->filePath("sqldump.dat"), [] {});
     file.write("a line\r\n");
     folder.reset();
     QVERIFY_THROWS_EXCEPTION(SqlError, file.close());
