@@ -19,9 +19,13 @@ QStringList options(const QString &peer, const TestServer &server, Shown shown)
     const QString port = QString::number(server.port());
     const bool isTable = shown == Shown::AsTable;
     if (peer == u"mariadb")
-        return QStringList{QStringLiteral("--no-defaults"), QStringLiteral("-h127.0.0.1"),
-                           QStringLiteral("-P") + port,     QStringLiteral("-udemo"),
-                           QStringLiteral("-pdemo"),        QStringLiteral("--default-character-set=utf8mb4"),
+        return QStringList{QStringLiteral("--no-defaults"),
+                           QStringLiteral("--skip-ssl"),
+                           QStringLiteral("-h127.0.0.1"),
+                           QStringLiteral("-P") + port,
+                           QStringLiteral("-udemo"),
+                           QStringLiteral("-pdemo"),
+                           QStringLiteral("--default-character-set=utf8mb4"),
                            QStringLiteral("-Dbench")} +
                (isTable ? QStringList{QStringLiteral("--table")}
                         : QStringList{QStringLiteral("--batch"), QStringLiteral("--quick")});

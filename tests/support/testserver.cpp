@@ -242,9 +242,15 @@ QString TestServer::nativeString(const QString &database, const QString &host) c
 
 QString TestServer::run(const QString &statements, const QString &database) const
 {
-    QStringList arguments{
-        "--no-defaults", "-S",      socketPath(),          "-udemo",
-        "-pdemo",        "--batch", "--skip-column-names", "--default-character-set=utf8mb4"};
+    QStringList arguments{"--no-defaults",
+                          "--skip-ssl",
+                          "-S",
+                          socketPath(),
+                          "-udemo",
+                          "-pdemo",
+                          "--batch",
+                          "--skip-column-names",
+                          "--default-character-set=utf8mb4"};
     if (!database.isEmpty())
         arguments << database;
     return runToEnd("mariadb", arguments, statements.toUtf8());
