@@ -59,8 +59,8 @@ NativeResult::NativeResult(NativeDriver &driver, NativeRows rows, bool mayBeKill
     : m_driver(driver)
     , m_rows(std::move(rows))
     , m_mayBeKilled(mayBeKilled)
-    , m_fields(fieldsOf(m_rows.get()))
 {
+    m_fields = fieldsOf(m_rows.get());
 }
 
 NativeResult::~NativeResult()
@@ -79,22 +79,10 @@ bool NativeResult::mayBeKilled(const QByteArray &statement)
     return start.startsWith("select") || start.startsWith("(") || start.startsWith("show");
 }
 
-bool NativeResult::fetch(RowBlock &block)
-{
-    if (!m_kept.empty()) {
-        std::swap(block, m_kept.front());
-        m_kept.pop_front();
-        return !m_kept.empty() || m_keptError;
-    }
-    if (m_keptError)
-        throw SqlError(*m_keptError);
-    return m_rows && fill(block);
-}
-
 bool NativeResult::fill(RowBlock &block)
 {
-    if (block.columnCount() != static_cast<int>(m_fields.size()))
-        block = RowBlock(static_cast<int>(m_fields.size()));
+    if (!m_rows)
+        return false;
     const Clock::time_point latest = Clock::now() + handOver;
     for (int row = 0;; ++row) {
         const MYSQL_ROW values = mysql_fetch_row(m_rows.get());
@@ -133,20 +121,6 @@ void NativeResult::endStream()
     if (hasFailed)
         throw SqlError(error);
     m_driver.finishResults();
-}
-
-void NativeResult::takeRest()
-{
-    try {
-        for (bool hasMore = true; hasMore;) {
-            RowBlock block;
-            hasMore = fill(block);
-            block.shrinkToFit();
-            m_kept.push_back(std::move(block));
-        }
-    } catch (const SqlError &error) {
-        m_keptError = error;
-    }
 }
 
 void NativeResult::dropRest()

@@ -50,9 +50,9 @@ bool OdbcResult::Column::isCut(std::size_t row) const
 OdbcResult::OdbcResult(OdbcDriver &driver, OdbcStatementHandle handle, SQLSMALLINT columnCount)
     : m_driver(driver)
     , m_handle(std::move(handle))
-    , m_fields(static_cast<std::size_t>(columnCount))
-    , m_columns(m_fields.size())
+    , m_columns(static_cast<std::size_t>(columnCount))
 {
+    m_fields.resize(m_columns.size());
     for (std::size_t i = 0; i < m_fields.size(); ++i)
         describe(static_cast<SQLUSMALLINT>(i + 1), m_fields[i], m_columns[i]);
     bind();
@@ -101,29 +101,22 @@ void OdbcResult::bind()
     }
 }
 
-bool OdbcResult::fetch(RowBlock &block)
-{
-    if (!m_kept.empty()) {
-        std::swap(block, m_kept.front());
-        m_kept.pop_front();
-        return !m_kept.empty() || m_keptError;
-    }
-    if (m_keptError)
-        throw SqlError(*m_keptError);
-    return m_handle && fill(block);
-}
-
 bool OdbcResult::fill(RowBlock &block)
 {
-    if (block.columnCount() != static_cast<int>(m_fields.size()))
-        block = RowBlock(static_cast<int>(m_fields.size()));
-    while (block.byteCount() < blockBytes) {
-        if (!fetchRows()) {
-            finish();
-            return false;
+    if (!m_handle)
+        return false;
+    try {
+        while (block.byteCount() < blockBytes) {
+            if (!fetchRows()) {
+                finish();
+                return false;
+            }
+            for (std::size_t row = 0; row < m_rowsFetched; ++row)
+                addRow(block, row);
         }
-        for (std::size_t row = 0; row < m_rowsFetched; ++row)
-            addRow(block, row);
+    } catch (const SqlError &) {
+        release();
+        throw;
     }
     return true;
 }
@@ -203,11 +196,8 @@ void OdbcResult::finish()
     SQLRETURN result = SQL_SUCCESS;
     while (SQL_SUCCEEDED(result))
         result = SQLMoreResults(m_handle.get());
-    if (result != SQL_NO_DATA) {
-        const SqlError error = odbcError(SQL_HANDLE_STMT, m_handle.get());
-        release();
-        throw SqlError(error);
-    }
+    if (result != SQL_NO_DATA)
+        throw odbcError(SQL_HANDLE_STMT, m_handle.get());
     release();
 }
 
@@ -215,19 +205,4 @@ void OdbcResult::release()
 {
     std::erase(m_driver.m_results, this);
     m_handle = OdbcStatementHandle();
-}
-
-void OdbcResult::takeRest()
-{
-    try {
-        for (bool hasMore = static_cast<bool>(m_handle); hasMore;) {
-            RowBlock block;
-            hasMore = fill(block);
-            block.shrinkToFit();
-            m_kept.push_back(std::move(block));
-        }
-    } catch (const SqlError &error) {
-        m_keptError = error;
-        release();
-    }
 }

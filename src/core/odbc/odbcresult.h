@@ -1,24 +1,20 @@
 #pragma once
 
+#include "core/keepingresult.h"
 #include "core/odbc/odbcdriver.h"
 
-#include <deque>
 #include <memory>
-#include <optional>
 #include <string>
 
 // The rows of a statement handle, read as bytes in bound blocks of many rows. The first cell that does not
 // fit its place in the block is gone back to; from there on rows are read one by one, long cells in full.
-class OdbcResult : public DriverResult {
+class OdbcResult : public KeepingResult {
 public:
     OdbcResult(OdbcDriver &driver, OdbcStatementHandle handle, SQLSMALLINT columnCount);
     ~OdbcResult() override;
 
-    const std::vector<Field> &fields() const override { return m_fields; }
-    bool fetch(RowBlock &block) override;
-
-    // Reads everything into memory and frees the handle; what goes wrong is said by fetch().
-    void takeRest();
+protected:
+    bool fill(RowBlock &block) override;
 
 private:
     // One column's places in the bound block, one after the other.
@@ -32,7 +28,6 @@ private:
 
     void describe(SQLUSMALLINT number, Field &field, Column &column) const;
     void bind();
-    bool fill(RowBlock &block);
     bool fetchRows();
     void addRow(RowBlock &block, std::size_t row);
     std::string longCell(std::size_t column);
@@ -41,11 +36,8 @@ private:
 
     OdbcDriver &m_driver;
     OdbcStatementHandle m_handle; // null once all rows have been read
-    std::vector<Field> m_fields;
     std::vector<Column> m_columns;
     SQLULEN m_rowsAtOnce = 1;
     SQLULEN m_rowsFetched = 0;
     SQLLEN m_rowsBefore = 0; // of the block that is bound
-    std::deque<RowBlock> m_kept;
-    std::optional<SqlError> m_keptError;
 };
