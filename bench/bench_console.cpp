@@ -199,23 +199,12 @@ public:
     bool isWithin() const { return m_isWithin; }
 
 private:
-    Measurement once(const QString &driver, const QString &job, int times = 1)
+    QStringList arguments(const QString &driver, const char *job, int times = 1) const
     {
         const QString string = driver == u"native" ? m_server.nativeString(benchDatabase())
                                                    : m_server.odbcString(benchDatabase());
-        return measureElsewhere(
-            {driver, job, string, QString::number(m_server.port()), m_folder.path(), QString::number(times)});
-    }
-    // So that what else the machine does strikes both alike.
-    std::pair<std::vector<Measurement>, std::vector<Measurement>>
-    byTurns(const QString &driver, const QString &bareJob, const QString &ourJob)
-    {
-        std::vector<Measurement> bare, ours;
-        for (int run = 0; run < runs(); ++run) {
-            bare.push_back(once(driver, bareJob));
-            ours.push_back(once(driver, ourJob));
-        }
-        return {bare, ours};
+        return {driver,          QLatin1String(job),    string, QString::number(m_server.port()),
+                m_folder.path(), QString::number(times)};
     }
     void finish(const TableLine &line)
     {
@@ -236,45 +225,44 @@ private:
 
 void Comparison::compareFileOnly(const QString &driver)
 {
-    const auto [bare, ours] = byTurns(driver, QStringLiteral("bare-file"), QStringLiteral("file-only"));
-    TableLine line = comparedLine(m_rows + QStringLiteral("the file"), driver, bare, ours, 1.2);
-    addStall(line, median(ours));
+    const Turns turns = measureByTurns(arguments(driver, "bare-file"), arguments(driver, "file-only"));
+    TableLine line = comparedLine(m_rows + QStringLiteral("the file"), driver, turns, 1.2);
+    const Measurement ours = median(turns.ours);
+    addStall(line, ours);
     // The ODBC driver holds the whole result itself: that is no memory of the console.
     if (driver != u"native")
         return finish(line);
     const QMap<QString, double> peers = peerSeconds(m_server, {peerStatement()}, Shown::AsLines);
-    for (auto peer = peers.begin(); peer != peers.end(); ++peer) {
-        line.peers[peer.key()] = asSeconds(peer.value());
-        line.isWithin &= median(ours).seconds <= peer.value();
-    }
-    const Measurement fourfold = once(driver, QStringLiteral("file-only"), 4);
+    addPeers(line, peers);
+    for (const double seconds : peers)
+        line.isWithin &= ours.seconds <= seconds;
+    const Measurement fourfold = measureElsewhere(arguments(driver, "file-only", 4));
     const double more = fourfold.peakMegabytes - fourfold.idleMegabytes;
     line.memory += QStringLiteral(", 4x: ") + asMegabytes(more);
-    line.isWithin &= std::max(more, median(ours).peakMegabytes - median(ours).idleMegabytes) <= 40;
+    line.isWithin &= std::max(more, ours.peakMegabytes - ours.idleMegabytes) <= 40;
     finish(line);
 }
 
 void Comparison::compareViews(const QString &driver)
 {
-    const auto [bare, ours] = byTurns(driver, QStringLiteral("bare"), QStringLiteral("views"));
-    TableLine line = comparedLine(m_rows + QStringLiteral("grid and text"), driver, bare, ours, 2.0);
-    addStall(line, median(ours));
+    const Turns turns = measureByTurns(arguments(driver, "bare"), arguments(driver, "views"));
+    TableLine line = comparedLine(m_rows + QStringLiteral("grid and text"), driver, turns, 2.0);
+    const Measurement ours = median(turns.ours);
+    addStall(line, ours);
     if (driver == u"native") {
         const double text =
             static_cast<double>(QFileInfo(m_folder.filePath(QStringLiteral("bare.txt"))).size()) / (1 << 20);
-        const double ratio = (median(ours).peakMegabytes - median(ours).idleMegabytes) / text;
+        const double ratio = (ours.peakMegabytes - ours.idleMegabytes) / text;
         line.memory += QStringLiteral(", %1 x").arg(ratio, 0, 'f', 1);
         line.isWithin &= ratio <= 3.0;
-        const QMap<QString, double> peers = peerSeconds(m_server, {peerStatement()}, Shown::AsTable);
-        for (auto peer = peers.begin(); peer != peers.end(); ++peer)
-            line.peers[peer.key()] = asSeconds(peer.value());
+        addPeers(line, peerSeconds(m_server, {peerStatement()}, Shown::AsTable));
     }
     finish(line);
 }
 
 void Comparison::compareStop(const QString &driver)
 {
-    const double seconds = once(driver, QStringLiteral("stop")).seconds;
+    const double seconds = measureElsewhere(arguments(driver, "stop")).seconds;
     TableLine line;
     line.job = QStringLiteral("stop to message, rows arriving");
     line.connection = driver;

@@ -72,21 +72,15 @@ bool compare(const TestServer &server, const QString &driver, const Job &job)
     const QString string =
         isNative ? server.nativeString(benchDatabase()) : server.odbcString(benchDatabase());
     const QString port = QString::number(server.port());
-    std::vector<Measurement> bare, seam;
-    for (int run = 0; run < runs(); ++run) {
-        bare.push_back(measureElsewhere({driver, job.name, QStringLiteral("bare"), string, port}));
-        seam.push_back(measureElsewhere({driver, job.name, QStringLiteral("seam"), string, port}));
-    }
-    TableLine line = comparedLine(job.title, driver, bare, seam, job.bound);
-    const Measurement ours = median(seam);
+    const Turns turns = measureByTurns({driver, job.name, QStringLiteral("bare"), string, port},
+                                       {driver, job.name, QStringLiteral("seam"), string, port});
+    TableLine line = comparedLine(job.title, driver, turns, job.bound);
+    const Measurement ours = median(turns.ours);
     // The ODBC driver holds the whole result itself.
     line.isWithin &= !isNative || ours.peakMegabytes - ours.idleMegabytes < 30;
-    if (isNative && job.name == u"small") {
-        const QMap<QString, double> peers =
-            peerSeconds(server, QStringList(smallStatements, QStringLiteral("select 1")), Shown::AsLines);
-        for (auto peer = peers.begin(); peer != peers.end(); ++peer)
-            line.peers[peer.key()] = asSeconds(peer.value());
-    }
+    if (isNative && job.name == u"small")
+        addPeers(line, peerSeconds(server, QStringList(smallStatements, QStringLiteral("select 1")),
+                                   Shown::AsLines));
     print(line);
     return line.isWithin;
 }

@@ -196,25 +196,18 @@ bool compare(const TestServer &server, const QString &driver, const Job &job)
         job.tables > 0 ? listingStatements(server, job) : QStringList{viewerStatement()};
     statements.write(texts.join(u'\n').toUtf8());
     statements.close();
+    const auto arguments = [&](const char *by) {
+        return QStringList{job.name, driver, QLatin1String(by), string, port, statements.fileName()};
+    };
     // The server opens the tables now, and not in the first run.
-    measureElsewhere({job.name, driver, QStringLiteral("bare"), string, port, statements.fileName()});
-    std::vector<Measurement> bare, window;
-    for (int run = 0; run < runs(); ++run) {
-        bare.push_back(measureElsewhere(
-            {job.name, driver, QStringLiteral("bare"), string, port, statements.fileName()}));
-        window.push_back(measureElsewhere(
-            {job.name, driver, QStringLiteral("window"), string, port, statements.fileName()}));
-    }
-    TableLine line = comparedLine(job.title, driver, bare, window, job.factor, job.allowance);
-    const double stall = median(window).stallMilliseconds;
+    measureElsewhere(arguments("bare"));
+    const Turns turns = measureByTurns(arguments("bare"), arguments("window"));
+    TableLine line = comparedLine(job.title, driver, turns, job.factor, job.allowance);
+    const double stall = median(turns.ours).stallMilliseconds;
     line.stall = QStringLiteral("%1 ms").arg(stall, 0, 'f', 0);
     line.isWithin &= stall <= 50;
-    if (driver == u"native") {
-        const QMap<QString, double> peers =
-            peerSeconds(server, texts, job.tables > 0 ? Shown::AsLines : Shown::AsTable);
-        for (auto peer = peers.begin(); peer != peers.end(); ++peer)
-            line.peers[peer.key()] = asSeconds(peer.value());
-    }
+    if (driver == u"native")
+        addPeers(line, peerSeconds(server, texts, job.tables > 0 ? Shown::AsLines : Shown::AsTable));
     print(line);
     return line.isWithin;
 }

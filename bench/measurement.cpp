@@ -67,6 +67,16 @@ Measurement measureElsewhere(const QStringList &arguments)
             figures.value(3).toDouble()};
 }
 
+Turns measureByTurns(const QStringList &bareArguments, const QStringList &ourArguments)
+{
+    Turns turns;
+    for (int run = 0; run < runs(); ++run) {
+        turns.bare.push_back(measureElsewhere(bareArguments));
+        turns.ours.push_back(measureElsewhere(ourArguments));
+    }
+    return turns;
+}
+
 void print(const Measurement &measurement)
 {
     std::printf("%.6f %.3f %.3f %.1f\n", measurement.seconds, measurement.idleMegabytes,

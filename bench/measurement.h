@@ -26,5 +26,11 @@ Measurement measure(const std::function<void()> &job);
 Measurement measureElsewhere(const QStringList &arguments);
 void print(const Measurement &measurement);
 
+// Two ways to do the same job, by turns, so that what else the machine does strikes both alike.
+struct Turns {
+    std::vector<Measurement> bare, ours;
+};
+Turns measureByTurns(const QStringList &bareArguments, const QStringList &ourArguments);
+
 // The median of each figure.
 Measurement median(const std::vector<Measurement> &runs);

@@ -62,10 +62,10 @@ QString asRatio(double ratio)
     return QString::number(ratio, 'f', 2);
 }
 
-TableLine comparedLine(const QString &job, const QString &driver, const std::vector<Measurement> &bare,
-                       const std::vector<Measurement> &ours, double factor, double allowance)
+TableLine comparedLine(const QString &job, const QString &driver, const Turns &turns, double factor,
+                       double allowance)
 {
-    const Measurement least = median(bare), result = median(ours);
+    const Measurement least = median(turns.bare), result = median(turns.ours);
     TableLine line;
     line.job = job;
     line.connection = driver;
@@ -78,4 +78,10 @@ TableLine comparedLine(const QString &job, const QString &driver, const std::vec
     line.memory = asMegabytes(result.peakMegabytes - result.idleMegabytes);
     line.isWithin = result.seconds <= least.seconds * factor + allowance;
     return line;
+}
+
+void addPeers(TableLine &line, const QMap<QString, double> &seconds)
+{
+    for (auto peer = seconds.begin(); peer != seconds.end(); ++peer)
+        line.peers[peer.key()] = asSeconds(peer.value());
 }

@@ -28,5 +28,7 @@ QString asMegabytes(double megabytes);
 QString asRatio(double ratio);
 
 // A line's median of ours against that of the bare loop: times, ratio, memory over idle.
-TableLine comparedLine(const QString &job, const QString &driver, const std::vector<Measurement> &bare,
-                       const std::vector<Measurement> &ours, double factor, double allowance = 0);
+TableLine comparedLine(const QString &job, const QString &driver, const Turns &turns, double factor,
+                       double allowance = 0);
+// What the other clients needed, by name.
+void addPeers(TableLine &line, const QMap<QString, double> &seconds);
