@@ -6,58 +6,38 @@ namespace {
 
 using L = QStringList;
 
-// A routine `p` and a view `v`: what is sent to change them, and what is told.
-struct Kind {
-    Run command;
-    QString show, drop, edited, saved, own, object;
-    L backOwn; // what makes the server's own text again
-    QString question, failed;
-};
-const Kind routine{changeRoutine,
-                   "show create procedure `d`.p;",
-                   "DROP PROCEDURE `d`.p",
-                   "CREATE PROCEDURE `d`.p()\nselect 2",
-                   "CREATE PROCEDURE `d`.p()\nselect order",
-                   "CREATE PROCEDURE `p`()\nselect `order`",
-                   "`d`.p",
-                   {"use `d`", "CREATE PROCEDURE `p`()\nselect `order`"},
-                   "[PROC]\tpを変更します。",
-                   "変更に失敗しました。"};
-const Kind view{changeTable,
-                "show create table `d`.v;",
-                "drop view `d`.v",
-                " CREATE VIEW d.v AS \r\nselect 2 ",
-                "CREATE VIEW d.v AS \r\nselect order",
-                "CREATE VIEW `d`.`v` AS select `order`",
-                "VIEW `d`.v",
-                {"CREATE VIEW `d`.`v` AS select `order`"},
-                "vﾃｰﾌﾞﾙを変更します。",
-                "ﾃｰﾌﾞﾙの変更に失敗しました。"};
+const QString question = "[PROC]\tpを変更します。";
+const QString failed = "変更に失敗しました。";
+const QString ownRoutine = "CREATE PROCEDURE `p`()\nselect `order`";
+const QString ownView = "CREATE VIEW `d`.`v` AS select `order`";
+const L sentForRoutine{"show create procedure `d`.p;",
+                       "DROP PROCEDURE `d`.p",
+                       "CREATE PROCEDURE `d`.p()\nselect 2",
+                       "CREATE PROCEDURE `d`.p()\nselect order",
+                       "use `d`", // the server's own text does not name the database
+                       ownRoutine};
+const L sentForView{"show create table `d`.v;", "drop view `d`.v", " CREATE VIEW d.v AS \r\nselect 2 ",
+                    "CREATE VIEW d.v AS \r\nselect order", ownView};
 
+// A user who changes a routine `p` or a view `v`, of which some statements are refused.
 struct ChangeStage : ScriptedStage {
-    explicit ChangeStage(const Kind &kind)
+    explicit ChangeStage(const QList<int> &refused)
     {
         selection.routine = "[PROC]\tp";
         selection.txtProc = " create definer=me procedure p()\r\nselect 2 ";
         selection.lblCreateProc = "CREATE DEFINER=me@% PROCEDURE p()\r\nselect order";
         selection.lblTableName = "v";
-        selection.txtField = view.edited;
-        selection.lblCreateTable = view.saved;
-        script.once(kind.show, &kind == &routine
-                                   ? Reply::table({"Procedure", "sql_mode", "Create"}, {{"p", "", kind.own}})
-                                   : Reply::table({" View ", "Create View"}, {{"v", kind.own}}));
-        dialogue.expectConfirm(kind.question, Icon::Critical, true);
+        selection.txtField = sentForView[2];
+        selection.lblCreateTable = sentForView[3];
+        script.always(sentForRoutine[0],
+                      Reply::table({"Procedure", "sql_mode", "Create"}, {{"p", "", ownRoutine}}));
+        script.always(sentForView[0], Reply::table({" View ", "Create View"}, {{"v", ownView}}));
+        for (const int at : refused)
+            script.failAt(at, Reply::failure(QStringLiteral("E%1").arg(at)));
     }
 };
 
-struct Failing {
-    int at;
-    int number = 1105;
-};
-
 } // namespace
-
-Q_DECLARE_METATYPE(QList<Failing>)
 
 class RoutinesTest : public QObject {
     Q_OBJECT
@@ -65,10 +45,9 @@ class RoutinesTest : public QObject {
 private Q_SLOTS:
     void textsAreShownAndSent_data();
     void textsAreShownAndSent();
-    void anObjectIsDroppedAndMadeAgain();
+    void everyTextIsTriedBeforeItIsGivenUp_data();
+    void everyTextIsTriedBeforeItIsGivenUp();
     void nothingIsDoneWithoutTextOrConsent();
-    void everyFailureIsUndone_data();
-    void everyFailureIsUndone();
     void aRoutineIsDropped();
 };
 
@@ -96,16 +75,42 @@ void RoutinesTest::textsAreShownAndSent()
     QCOMPARE(shownRoutineText("CREATE `p`\nselect `a`"), "CREATE p\r\nselect a");
 }
 
-void RoutinesTest::anObjectIsDroppedAndMadeAgain()
+void RoutinesTest::everyTextIsTriedBeforeItIsGivenUp_data()
 {
-    for (const Kind *kind : {&routine, &view}) {
-        ChangeStage stage(*kind);
-        stage.dialogue.expectInform("変更しました。");
-        QCOMPARE(stage.run(kind->command).reload, Reload::Objects);
-        QCOMPARE(stage.script.sent, (L{kind->show, kind->drop, kind->edited}));
-        const bool hasProgress = kind == &view;
-        QCOMPARE(stage.dialogue.progresses, hasProgress ? L({"0/3", "1/3", "2/3", "3/3"}) : L());
-    }
+    QTest::addColumn<Run>("command");
+    QTest::addColumn<L>("sent");
+    QTest::addColumn<L>("boxes");
+    const QString lost = " を確認して下さい。元に戻せていない可能性があります。";
+    row("routine", Run(changeRoutine), sentForRoutine, L{question, failed, "E5\n`d`.p" + lost});
+    row("view", Run(changeTable), sentForView,
+        L{"vﾃｰﾌﾞﾙを変更します。", "ﾃｰﾌﾞﾙの" + failed, "E4\nVIEW `d`.v" + lost});
+}
+
+void RoutinesTest::everyTextIsTriedBeforeItIsGivenUp()
+{
+    QFETCH(Run, command);
+    QFETCH(L, sent);
+    QFETCH(L, boxes);
+    const int last = static_cast<int>(sent.size()) - 1;
+    ChangeStage stage({2, 3, last});
+    stage.dialogue.expectConfirm(boxes[0], Icon::Critical, true);
+    stage.dialogue.expectRefuse(boxes[1]);
+    stage.dialogue.expectRefuse(boxes[2]);
+    QCOMPARE(stage.run(command).reload, Reload::Nothing);
+    QCOMPARE(stage.script.sent, sent);
+    QVERIFY(stage.dialogue.lastError.startsWith("E2") && stage.dialogue.lastError.contains(sent.last()));
+
+    ChangeStage keeping({1}); // a drop that is refused
+    keeping.dialogue.expectConfirm(boxes[0], Icon::Critical, true);
+    keeping.dialogue.expectRefuse(boxes[1]);
+    keeping.run(command);
+    QCOMPARE(keeping.script.sent, sent.first(2));
+
+    ChangeStage changing({});
+    changing.dialogue.expectConfirm(boxes[0], Icon::Critical, true);
+    changing.dialogue.expectInform("変更しました。");
+    QCOMPARE(changing.run(command).reload, Reload::Objects);
+    QCOMPARE(changing.script.sent, sent.first(3));
 }
 
 void RoutinesTest::nothingIsDoneWithoutTextOrConsent()
@@ -113,85 +118,25 @@ void RoutinesTest::nothingIsDoneWithoutTextOrConsent()
     ScriptedStage stage;
     stage.selection.routine = "[PROC]\tp";
     stage.selection.txtProc = "x";
-    stage.dialogue.expectConfirm(routine.question, Icon::Critical, false);
+    stage.dialogue.expectConfirm(question, Icon::Critical, false);
     stage.run(changeRoutine);
     stage.selection.txtProc = "  ";
     stage.run(changeRoutine);
     stage.selection.txtProc = "x";
     stage.selection.routine.clear();
-    stage.dialogue.expectRefuse(routine.failed);
+    stage.dialogue.expectRefuse(failed);
     stage.run(changeRoutine);
     QCOMPARE(stage.script.sent, L());
-}
-
-void RoutinesTest::everyFailureIsUndone_data()
-{
-    QTest::addColumn<QList<Failing>>("failures");
-    QTest::addColumn<bool>("isGone"); // what a new connection finds
-    QTest::addColumn<QString>("sent");
-    QTest::addColumn<QString>("told"); // the second failure; empty: everything is as it was
-    using F = QList<Failing>;
-    const QString forward = "show drop edited";
-    row("reading", F{{0}}, false, "show", "");
-    row("drop", F{{1}}, false, "show drop", "");
-    row("new text", F{{2}}, false, forward + " saved", "");
-    row("new text, then as shown", F{{2}, {3}}, false, forward + " saved own", "");
-    row("all texts", F{{2}, {3}, {-1}}, false, forward + " saved own", "E-1");
-    row("saved text, connection lost", F{{2}, {3, 2013}}, false, forward + " saved", "E3");
-    row("drop lost, not done", F{{1, 2013}}, false, "show drop use show", "");
-    row("drop lost, done", F{{1, 2006}}, true, "show drop use show saved", "");
-    row("new text lost, done", F{{2, 2013}}, false, forward + " use show", "");
-    row("new text lost, not done", F{{2, 2013}}, true, forward + " use show saved", "");
-    row("new text lost, server away", F{{2, 2013}, {3}}, true, forward + " use", "E3");
-}
-
-void RoutinesTest::everyFailureIsUndone()
-{
-    QFETCH(QList<Failing>, failures);
-    QFETCH(bool, isGone);
-    QFETCH(QString, sent);
-    QFETCH(QString, told);
-    for (const Kind *kind : {&routine, &view}) {
-        if (failures[0].at == 0 && kind == &view)
-            return; // a view whose text cannot be read is taken for a table
-        ChangeStage stage(*kind);
-        stage.script.always(kind->show,
-                            isGone ? Reply::failure("gone", 1305) : Reply::failure("invalid view", 1356));
-        for (const Failing &failing : failures) {
-            const Reply failure = Reply::failure(QStringLiteral("E%1").arg(failing.at), failing.number);
-            if (failing.at < 0)
-                stage.script.always(kind->own, failure);
-            else
-                stage.script.failAt(failing.at, failure);
-        }
-        stage.dialogue.expectRefuse(kind->failed);
-        if (!told.isEmpty())
-            stage.dialogue.expectRefuse(
-                QStringLiteral("%1\n%2 を確認して下さい。元に戻せていない可能性があります。")
-                    .arg(told, kind->object));
-        QCOMPARE(stage.run(kind->command).reload, Reload::Nothing);
-        L expected;
-        for (const QString &word : sent.split(' ', Qt::SkipEmptyParts))
-            expected += word == u"show"     ? L{kind->show}
-                        : word == u"drop"   ? L{kind->drop}
-                        : word == u"edited" ? L{kind->edited}
-                        : word == u"saved"  ? L{kind->saved}
-                        : word == u"own"    ? kind->backOwn
-                                            : L{"use `d`"};
-        QCOMPARE(stage.script.sent, expected);
-        QVERIFY(stage.dialogue.lastError.startsWith(QStringLiteral("E%1").arg(failures[0].at)));
-        QCOMPARE(stage.dialogue.lastError.contains(kind->own), !told.isEmpty());
-    }
 }
 
 void RoutinesTest::aRoutineIsDropped()
 {
     ScriptedStage stage;
-    const QString question = "[FUNC]\t関数を削除します。";
+    const QString dropping = "[FUNC]\t関数を削除します。";
     stage.selection.routine = "[FUNC]\t関数";
-    stage.dialogue.expectConfirm(question, Icon::Critical, false);
+    stage.dialogue.expectConfirm(dropping, Icon::Critical, false);
     QCOMPARE(stage.run(dropRoutine).reload, Reload::Nothing);
-    stage.dialogue.expectConfirm(question, Icon::Critical, true);
+    stage.dialogue.expectConfirm(dropping, Icon::Critical, true);
     stage.dialogue.expectInform("削除しました。");
     QCOMPARE(stage.run(dropRoutine).reload, Reload::Objects);
     QCOMPARE(stage.script.sent, L{"DROP FUNCTION `d`.関数"});
