@@ -1,119 +1,94 @@
 #include "inout/inoutcommands.h"
-#include "support/rows.h"
 #include "support/scriptedconnection.h"
 #include "support/scripteddialogue.h"
 
 #include <QTemporaryDir>
 #include <QTest>
 
+namespace {
+
+// A command before a scripted server and user.
+struct InOutPlay {
+    explicit InOutPlay(const QString &database = "d")
+    {
+        session.gCn = script.connect();
+        session.gDbName = database;
+    }
+    bool run(bool isExport, const QString &table, const QString &file)
+    {
+        return (isExport ? exportTable : importTable)(session, {dialog, mainWindow}, {table, file, true});
+    }
+
+    Script script;
+    Session session;
+    ScriptedDialogue dialog, mainWindow; // fail the test on any other box
+};
+
+} // namespace
+
 class InOutCommandsTest : public QObject {
     Q_OBJECT
 
 private Q_SLOTS:
-    void statementsStandAsWritten_data();
+    void initTestCase();
     void statementsStandAsWritten();
-    void incompleteChoicesAreRefused_data();
     void incompleteChoicesAreRefused();
-    void aFailureIsSilentInTheDialogOnly_data();
     void aFailureIsSilentInTheDialogOnly();
 
 private:
     QTemporaryDir m_folder;
+    const QString m_there = m_folder.filePath("there.dat"), m_missing = m_folder.filePath("missing.dat");
 };
 
-void InOutCommandsTest::statementsStandAsWritten_data()
+void InOutCommandsTest::initTestCase()
 {
-    QTest::addColumn<QString>("statement");
-    QTest::addColumn<QString>("expected");
-    const QString windows = "C:\\d\\t.dat";
-    row("export", exportStatement(" d ", " t ", windows),
-        "select * from `d`.t into outfile 'C:\\\\d\\\\t.dat'");
-    row("export, no backslash", exportStatement("d", "a b", "/tmp/ x.dat"),
-        "select * from `d`.a b into outfile '/tmp/ x.dat'");
-    row("replace", importStatement("d", "t", windows, true),
-        "load data infile 'C:\\\\d\\\\t.dat' REPLACE  into table `d`.t");
-    row("ignore", importStatement(" d", "t ", windows, false),
-        "load data infile 'C:\\\\d\\\\t.dat' IGNORE  into table `d`.t");
+    QFile file(m_there);
+    QVERIFY(file.open(QIODevice::WriteOnly));
 }
 
 void InOutCommandsTest::statementsStandAsWritten()
 {
-    QFETCH(QString, statement);
-    QTEST(statement, "expected");
-}
-
-void InOutCommandsTest::incompleteChoicesAreRefused_data()
-{
-    QTest::addColumn<QString>("database");
-    QTest::addColumn<QString>("table");
-    QTest::addColumn<QString>("file");
-    QTest::addColumn<bool>("isExport");
-    QTest::addColumn<QString>("message");
-    const QString existing = m_folder.filePath("there.dat");
-    QFile file(existing);
-    QVERIFY(file.open(QIODevice::WriteOnly));
-    for (const bool isExport : {true, false}) {
-        const auto add = [isExport](const char *name, const char *database, const char *table,
-                                    const QString &chosen, const char *message) {
-            QTest::addRow("%s, %s", isExport ? "export" : "import", name)
-                << database << table << chosen << isExport << message;
-        };
-        add("no database", " ", "", "", "ﾃﾞｰﾀﾍﾞｰｽを選択してください。");
-        add("no table", "d", " ", "", "ﾃｰﾌﾞﾙを選択してください。");
-        add("no file", "d", "t", "  ", "ﾌｧｲﾙを選択してください。");
-        if (isExport) {
-            add("file there", "d", "t", existing, "ﾌｧｲﾙが存在します。ﾌｧｲﾙ名を変更してください。");
-            continue;
-        }
-        add("file missing", "d", "t", m_folder.filePath("missing.dat"), "ﾌｧｲﾙが見つかりません。");
-        add("a folder is no file", "d", "t", m_folder.path(), "ﾌｧｲﾙが見つかりません。");
-    }
+    const QString windows = "C:\\d\\t.dat";
+    QCOMPARE(exportStatement(" d ", " a b ", windows),
+             "select * from `d`.a b into outfile 'C:\\\\d\\\\t.dat'");
+    QCOMPARE(importStatement("d", "t", windows, true),
+             "load data infile 'C:\\\\d\\\\t.dat' REPLACE  into table `d`.t");
+    QCOMPARE(importStatement(" d", "t ", "/tmp/ x.dat", false),
+             "load data infile '/tmp/ x.dat' IGNORE  into table `d`.t");
 }
 
 void InOutCommandsTest::incompleteChoicesAreRefused()
 {
-    QFETCH(QString, database);
-    QFETCH(QString, table);
-    QFETCH(QString, file);
-    QFETCH(bool, isExport);
-    QFETCH(QString, message);
-    Script script;
-    Session session;
-    session.gCn = script.connect();
-    session.gDbName = database;
-    ScriptedDialogue dialog;
-    ScriptedDialogue mainWindow;
-    dialog.expectInform(message);
-    QVERIFY(!(isExport ? exportTable : importTable)(session, {dialog, mainWindow}, {table, file, true}));
-    QCOMPARE(script.sent, QStringList());
-}
-
-void InOutCommandsTest::aFailureIsSilentInTheDialogOnly_data()
-{
-    QTest::addColumn<bool>("isExport");
-    row("export", true);
-    row("import", false);
+    const auto refuses = [](bool isExport, const QString &database, const QString &table, const QString &file,
+                            const QString &message) {
+        InOutPlay play(database);
+        play.dialog.expectInform(message);
+        QVERIFY(!play.run(isExport, table, file));
+        QCOMPARE(play.script.sent, QStringList());
+    };
+    for (const bool isExport : {true, false}) {
+        refuses(isExport, " ", "", "", "ﾃﾞｰﾀﾍﾞｰｽを選択してください。");
+        refuses(isExport, "d", " ", "", "ﾃｰﾌﾞﾙを選択してください。");
+        refuses(isExport, "d", "t", "  ", "ﾌｧｲﾙを選択してください。");
+    }
+    refuses(true, "d", "t", m_there, "ﾌｧｲﾙが存在します。ﾌｧｲﾙ名を変更してください。");
+    refuses(false, "d", "t", m_missing, "ﾌｧｲﾙが見つかりません。");
+    refuses(false, "d", "t", m_folder.path(), "ﾌｧｲﾙが見つかりません。");
 }
 
 void InOutCommandsTest::aFailureIsSilentInTheDialogOnly()
 {
-    QFETCH(bool, isExport);
-    Script script;
-    Session session;
-    session.gCn = script.connect();
-    session.gDbName = QStringLiteral("d");
-    script.failAt(0, Reply::failure("no FILE right", 1045));
-    ScriptedDialogue dialog; // fails the test on any box
-    ScriptedDialogue mainWindow;
-    const QString file =
-        m_folder.filePath(isExport ? QStringLiteral("new.dat") : QStringLiteral("there.dat"));
-    QVERIFY(!(isExport ? exportTable : importTable)(session, {dialog, mainWindow}, {"t", file, true}));
-    QCOMPARE(mainWindow.lastError, "no FILE right");
-    QCOMPARE(dialog.busyDepth, 0);
+    for (const bool isExport : {true, false}) {
+        InOutPlay play;
+        play.script.failAt(0, Reply::failure("no FILE right", 1045));
+        QVERIFY(!play.run(isExport, "t", isExport ? m_missing : m_there));
+        QCOMPARE(play.mainWindow.lastError, "no FILE right");
+        QCOMPARE(play.dialog.busyDepth, 0);
 
-    dialog.expectInform(isExport ? QStringLiteral("出力しました。") : QStringLiteral("読み込みました。"));
-    QVERIFY((isExport ? exportTable : importTable)(session, {dialog, mainWindow}, {"t", file, true}));
-    QCOMPARE(mainWindow.lastError, QString());
+        play.dialog.expectInform(isExport ? "出力しました。" : "読み込みました。");
+        QVERIFY(play.run(isExport, "t", isExport ? m_missing : m_there));
+        QCOMPARE(play.mainWindow.lastError, QString());
+    }
 }
 
 QTEST_GUILESS_MAIN(InOutCommandsTest)

@@ -100,6 +100,11 @@ struct UserStage {
         return ::control<Control>(*window, name);
     }
     void click(const char *button) const { control<QPushButton>(button).click(); }
+    void does(const QString &question, const char *button, const QString &success)
+    {
+        dialogue.agrees(question, success);
+        click(button);
+    }
     void type(const char *box, const QString &text) const { control<QLineEdit>(box).setText(text); }
     void check(const char *box, bool isOn = true) const { control<QCheckBox>(box).setChecked(isOn); }
     bool isChecked(const char *box) const { return control<QCheckBox>(box).isChecked(); }

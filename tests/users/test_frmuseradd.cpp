@@ -1,14 +1,12 @@
 #include "stage.h"
 
 #include <QComboBox>
-#include <QLabel>
 
 class FrmUserAddTest : public QObject {
     Q_OBJECT
 
 private Q_SLOTS:
     void initTestCase() { makeObjects(m_server); }
-    void theNewAccountIsChosenAtLoad();
     void anAccountAddedCanLogIn();
     void anAccountIsShownWithItsGrants();
     void aChangeReplacesRightsAndPassword();
@@ -24,24 +22,6 @@ private:
     TestServer m_server;
 };
 
-void FrmUserAddTest::theNewAccountIsChosenAtLoad()
-{
-    m_server.takeStatements();
-    UserStage stage(m_server.nativeString());
-    const QStringList statements = m_server.takeStatements();
-    // The server logs no ";" at a statement's end.
-    QCOMPARE(statements.last(2), (QStringList{"select * from mysql.user", "show databases"}));
-    QCOMPARE(stage.items("lstUser").first(), "新規");
-    QVERIFY(stage.items("lstUser").contains("%\tdemo"));
-    QCOMPARE(stage.control<ChosenList>("lstUser").currentRow(), 0);
-    QCOMPARE(stage.items("lstAddDB").first(), "*");
-    QVERIFY(stage.items("lstAddDB").contains("d1"));
-    QVERIFY(stage.isEnabled("cmdOk") && stage.isEnabled("txtUser") && stage.isEnabled("txtHost"));
-    for (const char *button : {"cmdDelete", "cmdGrantEdit", "cmdDbGrantDel", "cmdDbGrantEdit",
-                               "cmdTableGrantDel", "cmdTableGrantEdit", "cmdDbGrantAdd", "cmdTableGrantAdd"})
-        QVERIFY2(!stage.isEnabled(button), button);
-}
-
 void FrmUserAddTest::anAccountAddedCanLogIn()
 {
     UserStage stage(m_server.nativeString());
@@ -55,8 +35,7 @@ void FrmUserAddTest::anAccountAddedCanLogIn()
     stage.control<QComboBox>("cboAddDB").setCurrentText("d2");
     stage.choose("lstAddTable", "t");
     stage.check("ckTablePrivType_0");
-    stage.dialogue.agrees("ﾕｰｻﾞｰを追加します。", "追加しました。");
-    stage.click("cmdOk");
+    stage.does("ﾕｰｻﾞｰを追加します。", "cmdOk", "追加しました。");
     auto connection = createConnection(UserStage::loginString(m_server, "anna", "geheim"), stage.pump);
     connection->open();
     connection->execute("insert into d1.t1 values (1, 2)");
@@ -66,15 +45,19 @@ void FrmUserAddTest::anAccountAddedCanLogIn()
 
 void FrmUserAddTest::anAccountIsShownWithItsGrants()
 {
-    UserStage stage(m_server.nativeString());
     m_server.takeStatements();
+    UserStage stage(m_server.nativeString());
+    // The server logs no ";" at a statement's end.
+    QCOMPARE(m_server.takeStatements().last(2), (QStringList{"select * from mysql.user", "show databases"}));
+    QCOMPARE(stage.control<ChosenList>("lstUser").currentText(), "新規");
+    QVERIFY(stage.items("lstAddDB").startsWith("*") && stage.items("lstAddDB").contains("d1"));
+    QVERIFY(stage.isEnabled("cmdOk") && stage.isEnabled("txtUser") && !stage.isEnabled("cmdDelete"));
+
     stage.choose("lstUser", "%\tanna");
     const QString where = " where user = 'anna'   and host = '%'";
     QCOMPARE(m_server.takeStatements(),
              (QStringList{"select * from mysql.user" + where, "select * from mysql.db" + where,
                           "select * from mysql.tables_priv" + where}));
-    QCOMPARE(stage.control<QLabel>("lblHostName").text(), "%");
-    QCOMPARE(stage.control<QLabel>("lblUserName").text(), "anna");
     QVERIFY(stage.isChecked("ckPrivType_8") && !stage.isChecked("ckPrivType_0"));
     QCOMPARE(stage.items("lstDB"), QStringList("d1"));
     QCOMPARE(stage.items("lstTable"), QStringList("d2\tt"));
@@ -87,11 +70,10 @@ void FrmUserAddTest::anAccountIsShownWithItsGrants()
     QVERIFY(stage.isChecked("ckTablePrivType_0") && !stage.isChecked("ckTablePrivType_3"));
     QCOMPARE(stage.control<QComboBox>("cboAddDB").currentText(), "d2");
     QCOMPARE(stage.control<ChosenList>("lstAddTable").currentText(), "t");
-    const QStringList statements = m_server.takeStatements();
-    QCOMPARE(statements, (QStringList{"select * from mysql.db" + where + "   and db = 'd1'",
-                                      "select * from mysql.tables_priv" + where +
-                                          "   and db = 'd2'   and table_name = 't'",
-                                      "show tables from `d2`"}));
+    QCOMPARE(m_server.takeStatements(), (QStringList{"select * from mysql.db" + where + "   and db = 'd1'",
+                                                     "select * from mysql.tables_priv" + where +
+                                                         "   and db = 'd2'   and table_name = 't'",
+                                                     "show tables from `d2`"}));
 
     stage.choose("lstUser", "新規");
     QCOMPARE(stage.items("lstAddTable"), QStringList());
@@ -104,16 +86,14 @@ void FrmUserAddTest::aChangeReplacesRightsAndPassword()
     stage.choose("lstUser", "%\tanna");
     stage.check("ckPrivType_8", false);
     stage.check("ckPrivType_9");
-    stage.dialogue.agrees("ﾕｰｻﾞｰ権限を変更します。", "変更しました。");
-    stage.click("cmdGrantEdit");
+    stage.does("ﾕｰｻﾞｰ権限を変更します。", "cmdGrantEdit", "変更しました。");
     QVERIFY(grants("anna@'%'").startsWith("GRANT FILE ON *.* TO"));
     QCOMPARE(stage.control<ChosenList>("lstUser").currentRow(), 0);
     createConnection(UserStage::loginString(m_server, "anna", "geheim"), stage.pump)->open();
 
     stage.choose("lstUser", "%\tanna");
     stage.type("txtPassword", "neu");
-    stage.dialogue.agrees("ﾕｰｻﾞｰ権限を変更します。", "変更しました。");
-    stage.click("cmdGrantEdit");
+    stage.does("ﾕｰｻﾞｰ権限を変更します。", "cmdGrantEdit", "変更しました。");
     createConnection(UserStage::loginString(m_server, "anna", "neu"), stage.pump)->open();
 }
 
@@ -123,8 +103,7 @@ void FrmUserAddTest::grantsOnADatabaseAreAddedChangedAndDeleted()
     stage.choose("lstUser", "%\tanna");
     stage.choose("lstAddDB", "d2");
     stage.click("cmdDbGrantAllCK_0");
-    stage.dialogue.agrees("DB権限を追加します。", "追加しました。");
-    stage.click("cmdDbGrantAdd");
+    stage.does("DB権限を追加します。", "cmdDbGrantAdd", "追加しました。");
     QCOMPARE(stage.items("lstDB"), (QStringList{"d1", "d2"}));
     QVERIFY(!stage.isChecked("ckDBPrivType_0"));
 
@@ -132,8 +111,7 @@ void FrmUserAddTest::grantsOnADatabaseAreAddedChangedAndDeleted()
     QVERIFY(stage.isChecked("ckDBPrivType_16"));
     stage.click("cmdDbGrantAllCK_1");
     stage.check("ckDBPrivType_3");
-    stage.dialogue.agrees("DB権限を変更します。", "変更しました。");
-    stage.click("cmdDbGrantEdit");
+    stage.does("DB権限を変更します。", "cmdDbGrantEdit", "変更しました。");
     QCOMPARE(stage.control<ChosenList>("lstDB").currentText(), "d2");
     QVERIFY(stage.isChecked("ckDBPrivType_3") && !stage.isChecked("ckDBPrivType_0"));
     QVERIFY(grants("anna@'%'").contains("GRANT DELETE ON `d2`.* TO"));
@@ -151,14 +129,12 @@ void FrmUserAddTest::grantsOnATableAreAddedChangedAndDeleted()
     stage.control<QComboBox>("cboAddDB").setCurrentText("d1");
     stage.choose("lstAddTable", "t1");
     stage.click("cmdTableGrantAllCK_0");
-    stage.dialogue.agrees("TABLE権限を追加します。", "追加しました。");
-    stage.click("cmdTableGrantAdd");
+    stage.does("TABLE権限を追加します。", "cmdTableGrantAdd", "追加しました。");
 
     stage.choose("lstTable", "d1\tt1");
     stage.choose("lstAddTable", "t2");
     stage.check("ckTablePrivType_3", false);
-    stage.dialogue.agrees("TABLE権限を変更します。", "変更しました。");
-    stage.click("cmdTableGrantEdit");
+    stage.does("TABLE権限を変更します。", "cmdTableGrantEdit", "変更しました。");
     QCOMPARE(stage.items("lstTable"), (QStringList{"d1\tt2", "d2\tt"}));
     QCOMPARE(stage.control<ChosenList>("lstTable").currentText(), "d1\tt2");
     QVERIFY(stage.isChecked("ckTablePrivType_2") && !stage.isChecked("ckTablePrivType_3"));
@@ -173,7 +149,6 @@ void FrmUserAddTest::whoMayNotReadMysqlUserSeesNoAccounts()
     m_server.run("create or replace user poor identified by 'poor'");
     UserStage stage(UserStage::loginString(m_server, "poor", "poor"));
     QCOMPARE(stage.items("lstUser"), QStringList());
-    QCOMPARE(stage.control<QLabel>("lblHostName").text(), "Host");
     QVERIFY(!stage.isEnabled("cmdDelete"));
 }
 
@@ -182,7 +157,6 @@ void FrmUserAddTest::typingReplacesThePlaceholder()
     UserStage stage(m_server.nativeString());
     stage.choose("lstUser", "%\tdemo");
     auto &box = stage.control<QLineEdit>("txtPassword");
-    QCOMPARE(box.text(), "\r\n\r\n\r\n");
     QCOMPARE(box.echoMode(), QLineEdit::Password);
     QTest::mouseClick(&box, Qt::LeftButton);
     QCoreApplication::processEvents();
@@ -204,18 +178,15 @@ void FrmUserAddTest::boxesOfMissingColumnsStayAsTheyWere()
                         Reply::table({"select_priv", "Insert_priv", "Update_priv", "Delete_priv"},
                                      {{"Y", "N", QString(), std::nullopt}}));
     frmUserAdd window(stage.session, nullptr, &stage.dialogue);
-    const auto box = [&window](const char *name) {
-        return window.findChild<QCheckBox *>(QLatin1String(name));
+    const auto box = [&](int i) -> QCheckBox & {
+        return control<QCheckBox>(window, qPrintable(QStringLiteral("ckPrivType_%1").arg(i)));
     };
-    for (const char *name : {"ckPrivType_1", "ckPrivType_2", "ckPrivType_3", "ckPrivType_21"})
-        box(name)->setChecked(true);
-    window.findChild<ChosenList *>("lstUser")->setCurrentRow(1);
-    QVERIFY(box("ckPrivType_0")->isChecked());
-    QCOMPARE(box("ckPrivType_0")->property("tag").toString(), "1");
-    for (const char *name : {"ckPrivType_1", "ckPrivType_2", "ckPrivType_3"})
-        QVERIFY2(!box(name)->isChecked(), name);
-    QCOMPARE(box("ckPrivType_1")->property("tag").toString(), "0");
-    QVERIFY(box("ckPrivType_21")->isChecked());
+    for (const int i : {1, 2, 3, 21})
+        box(i).setChecked(true);
+    control<ChosenList>(window, "lstUser").setCurrentRow(1);
+    QVERIFY(box(0).isChecked() && box(21).isChecked());
+    for (const int i : {1, 2, 3})
+        QVERIFY2(!box(i).isChecked(), qPrintable(box(i).objectName()));
 }
 
 QTEST_MAIN(FrmUserAddTest)

@@ -50,20 +50,17 @@ void KeptRightsTest::editingKeepsRightsThatNoBoxShows()
     const QString before = grants(account);
     UserStage stage(connection);
     stage.choose("lstUser", host + u'\t' + user);
-    stage.dialogue.agrees("ﾕｰｻﾞｰ権限を変更します。", "変更しました。");
-    stage.click("cmdGrantEdit");
+    stage.does("ﾕｰｻﾞｰ権限を変更します。", "cmdGrantEdit", "変更しました。");
     QCOMPARE(grants(account), before);
 
     stage.choose("lstUser", host + u'\t' + user);
     if (stage.items("lstDB").isEmpty())
         return;
     stage.choose("lstDB", "d1");
-    stage.dialogue.agrees("DB権限を変更します。", "変更しました。");
-    stage.click("cmdDbGrantEdit");
+    stage.does("DB権限を変更します。", "cmdDbGrantEdit", "変更しました。");
     QCOMPARE(grants(account), before);
     stage.choose("lstTable", "d1\tt1");
-    stage.dialogue.agrees("TABLE権限を変更します。", "変更しました。");
-    stage.click("cmdTableGrantEdit");
+    stage.does("TABLE権限を変更します。", "cmdTableGrantEdit", "変更しました。");
     QCOMPARE(grants(account), before);
 }
 
@@ -116,9 +113,7 @@ void KeptRightsTest::rolesAndNamelessAccountsAreListed()
     stage.choose("lstUser", "nowhere\t");
     QCOMPARE(stage.items("lstDB"), QStringList("d2"));
     stage.check("ckPrivType_0");
-    stage.dialogue.agrees("ﾕｰｻﾞｰ権限を変更します。", "変更しました。");
-    QVERIFY(stage.isEnabled("cmdGrantEdit"));
-    stage.click("cmdGrantEdit");
+    stage.does("ﾕｰｻﾞｰ権限を変更します。", "cmdGrantEdit", "変更しました。");
     QVERIFY(grants("''@nowhere").contains("GRANT SELECT ON *.*"));
     m_server.run("drop user ''@nowhere");
 }
