@@ -1,4 +1,3 @@
-#include "support/rows.h"
 #include "windowstage.h"
 
 // The window's lists and detail over a scripted server: which statements are sent, word for word, and what
@@ -15,8 +14,6 @@ private Q_SLOTS:
     void aTableClickSendsFourStatements();
     void anObjectThatCannotBeReadCanOnlyBeDropped();
     void aRoutineIsLoadedWithoutBackticks();
-    void columnsBecomeRecords_data();
-    void columnsBecomeRecords();
 
 private:
     template <class Control>
@@ -170,30 +167,6 @@ void ListsTest::aRoutineIsLoadedWithoutBackticks()
     QVERIFY(isChecked("optTP_0") && isChecked("optField_1"));
     click("optField_3");
     QVERIFY(isChecked("optTP_0") && isChecked("optField_3"));
-}
-
-void ListsTest::columnsBecomeRecords_data()
-{
-    QTest::addColumn<QStringList>("row"); // Field, Type, Null, Key, Default, Extra, Privileges
-    QTest::addColumn<QStringList>("record");
-    row("nullable", QStringList{"a", "int(11)", "YES", "", "NULL", "", "select"},
-        QStringList{" a", " int(11)", " ", "", " DEFAULT NULL", "", " select"});
-    row("not null, default 0", QStringList{"a", "int", "NO", "PRI", "0", "auto_increment", ""},
-        QStringList{" a", " int", " not null", "PRI", " DEFAULT", "", " "});
-    row("NULL everywhere", QStringList(7, "NULL"),
-        QStringList{" ", " ", " not null", "", " DEFAULT NULL", "", " "});
-}
-
-void ListsTest::columnsBecomeRecords()
-{
-    QFETCH(QStringList, row);
-    openDatabase();
-    m_stage->says("show full fields from `d`.t;",
-                  {"Field", "Type", "Null", "Key", "Default", "Extra", "Privileges"}, row);
-    choose("lstTables", 0);
-    const FieldRec &got = m_stage->session.gOldFields[1];
-    QTEST((QStringList{got.Field, got.Type, got.Null, got.Key, got.Default, got.Extra, got.Privileges}),
-          "record");
 }
 
 QTEST_MAIN(ListsTest)

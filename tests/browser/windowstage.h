@@ -6,7 +6,6 @@
 #include "console/frmTextEditer.h"
 #include "controls/cellviewer.h"
 #include "controls/findbar.h"
-#include "controls/messagebox.h"
 #include "controls/windowpump.h"
 #include "inout/frminout.h"
 #include "maintenance/frmCreateDB.h"
@@ -18,10 +17,8 @@
 #include "users/frmuseradd.h"
 
 #include <QApplication>
-#include <QBuffer>
 #include <QTemporaryDir>
 #include <QTest>
-#include <QTimer>
 
 // What the windows stand on: a scripted server with a database, a table, a routine and an account.
 struct Stage {
@@ -105,18 +102,7 @@ inline frmSql &Stage::console(const char *view)
     return window;
 }
 
-inline std::string png()
-{
-    QByteArray bytes;
-    QBuffer buffer(&bytes);
-    QImage image(3, 2, QImage::Format_RGB32);
-    image.fill(Qt::red); // whatever memory holds would be seen as letters for which there is no font
-    image.save(&buffer, "png");
-    return bytes.toStdString();
-}
-
-using Visit = std::function<void(QWidget &)>;
-using Open = std::function<void(Stage &, const Visit &)>;
+using Open = std::function<QWidget *(Stage &)>;
 
 // A window, or a state of it that shows other controls.
 struct Scene {
@@ -124,104 +110,79 @@ struct Scene {
     Open open;
 };
 
-inline Open mainPage(const char *button)
+inline Scene mainPage(const char *name, const char *button)
 {
-    return [button](Stage &stage, const Visit &visit) {
-        frmTarnwell &window = stage.connected();
-        press(window, {button});
-        visit(window);
-    };
+    return {name, [button](Stage &stage) {
+                frmTarnwell &window = stage.connected();
+                press(window, {button});
+                return &window;
+            }};
 }
 
-inline Open consoleView(const char *view)
+inline Scene consoleView(const char *name, const char *view)
 {
-    return [view](Stage &stage, const Visit &visit) { visit(stage.console(view)); };
+    return {name, [view](Stage &stage) { return &stage.console(view); }};
 }
 
-inline Open findBar()
+inline QWidget *findBar(Stage &stage)
 {
-    return [](Stage &stage, const Visit &visit) {
-        frmSql &window = stage.console("optRecord_1");
-        control<FlexGrid>(window, "flgrid_Record").findChild<FindBar *>()->open({});
-        visit(window);
-    };
+    frmSql &window = stage.console("optRecord_1");
+    control<FlexGrid>(window, "flgrid_Record").findChild<FindBar *>()->open({});
+    return &window;
 }
 
-inline Open users(int row)
+inline Scene users(const char *name, int row)
 {
-    return [row](Stage &stage, const Visit &visit) {
-        stage.session.gCn = stage.script.connect();
-        QWidget &window = stage.shown(new frmUserAdd(stage.session, nullptr, &stage.dialogue));
-        control<ChosenList>(window, "lstUser").setCurrentRow(row);
-        visit(window);
-    };
+    return {name, [row](Stage &stage) {
+                stage.session.gCn = stage.script.connect();
+                QWidget &window = stage.shown(new frmUserAdd(stage.session, nullptr, &stage.dialogue));
+                control<ChosenList>(window, "lstUser").setCurrentRow(row);
+                return &window;
+            }};
 }
 
-inline Open inOut(const char *direction)
+inline Scene inOut(const char *name, const char *direction)
 {
-    return [direction](Stage &stage, const Visit &visit) {
-        QWidget &window = stage.shown(new frmInOut(stage.session, "[TABLE]\tt", nullptr, stage.dialogue));
-        press(window, {direction});
-        visit(window);
-    };
+    return {name, [direction](Stage &stage) {
+                QWidget &window =
+                    stage.shown(new frmInOut(stage.session, "[TABLE]\tt", nullptr, stage.dialogue));
+                press(window, {direction});
+                return &window;
+            }};
 }
 
-inline Open cell(const std::string &value)
+inline QWidget *cellViewer(Stage &stage)
 {
-    return [value](Stage &stage, const Visit &visit) {
-        auto *viewer = new CellViewer(nullptr);
-        viewer->setAttribute(Qt::WA_DeleteOnClose, false);
-        viewer->showValue({"a"}, {value}, 1);
-        visit(stage.shown(viewer));
-    };
-}
-
-inline Open longMessage()
-{
-    return [](Stage &stage, const Visit &visit) {
-        stage.boxes.setPaused(true);
-        QTimer::singleShot(0, [&visit] {
-            QWidget *box = QApplication::activeModalWidget();
-            visit(*box);
-            box->close();
-        });
-        showBox(nullptr, QMessageBox::Warning, QString(2000, u'x'), QMessageBox::Ok | QMessageBox::Cancel);
-    };
-}
-
-// A dialog that is shown as it is made.
-template <class Make>
-Open plain(Make make)
-{
-    return [make](Stage &stage, const Visit &visit) { visit(stage.shown(make(stage))); };
+    auto *viewer = new CellViewer(nullptr);
+    viewer->setAttribute(Qt::WA_DeleteOnClose, false);
+    viewer->showValue({"a"}, {"x"}, 1);
+    return &stage.shown(viewer);
 }
 
 inline std::vector<Scene> scenes()
 {
     return {
-        {"main, not connected", [](Stage &stage, const Visit &visit) { visit(stage.mainWindow()); }},
-        {"main, text", mainPage("optField_0")},
-        {"main, grid", mainPage("optField_1")},
-        {"main, status", mainPage("optField_2")},
-        {"main, data", mainPage("optField_3")},
-        {"main, routine", mainPage("optTP_1")},
-        {"main, log", mainPage("showLog")},
-        {"console, text", consoleView("optRecord_0")},
-        {"console, grid", consoleView("optRecord_1")},
-        {"console, plan", consoleView("optRecord_2")},
-        {"console, variables", consoleView("optRecord_3")},
-        {"find bar", findBar()},
-        {"text editor", plain([](Stage &stage) { return new frmTextEditer(stage.session, nullptr); })},
-        {"restore", plain([](Stage &) { return new frmRestore; })},
+        {"main, not connected", [](Stage &stage) { return &stage.mainWindow(); }},
+        mainPage("main, text", "optField_0"),
+        mainPage("main, grid", "optField_1"),
+        mainPage("main, status", "optField_2"),
+        mainPage("main, data", "optField_3"),
+        mainPage("main, routine", "optTP_1"),
+        mainPage("main, log", "showLog"),
+        consoleView("console, text", "optRecord_0"),
+        consoleView("console, grid", "optRecord_1"),
+        consoleView("console, plan", "optRecord_2"),
+        consoleView("console, variables", "optRecord_3"),
+        {"find bar", findBar},
+        {"text editor", [](Stage &stage) { return &stage.shown(new frmTextEditer(stage.session, nullptr)); }},
+        {"restore", [](Stage &stage) { return &stage.shown(new frmRestore); }},
         {"create database",
-         plain([](Stage &stage) { return new frmCreateDB(nullptr, stage.session, stage.dialogue); })},
-        {"users, new", users(0)},
-        {"users, account", users(1)},
-        {"out", inOut("optInOut_0")},
-        {"in", inOut("optInOut_1")},
-        {"about", plain([](Stage &) { return new frmAbout(nullptr); })},
-        {"cell, text", cell("x")},
-        {"cell, picture", cell(png())},
-        {"long message", longMessage()},
+         [](Stage &stage) { return &stage.shown(new frmCreateDB(nullptr, stage.session, stage.dialogue)); }},
+        users("users, new", 0),
+        users("users, account", 1),
+        inOut("out", "optInOut_0"),
+        inOut("in", "optInOut_1"),
+        {"about", [](Stage &stage) { return &stage.shown(new frmAbout(nullptr)); }},
+        {"cell", cellViewer},
     };
 }

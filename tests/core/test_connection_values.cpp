@@ -12,7 +12,6 @@ private Q_SLOTS:
     void severalRecordSetsAreOpenAtOnce();
     void theFirstOfSeveralResultsIsGiven();
     void statementsWithoutRowsGiveNoOpenRecordSet();
-    void fieldsAreFoundByName();
 
 private:
     std::unique_ptr<Connection> connection()
@@ -53,7 +52,6 @@ void ConnectionValuesTest::everyTypeIsTheServersOwnText_data()
     add("float", "1e-30", "1e-30", number);
     add("float(7,3)", "1234.5678", "1234.568", number);
     add("double", "1e0/3", "0.3333333333333333", number);
-    add("double", "-1.7976931348623157e308", "-1.7976931348623157e308", number);
     add("double", "123456789e-20", "0.00000000000123456789", number);
     add("year", "0", "0000", number);
     add("bit(1)", "b'1'", "0x01", binary);
@@ -63,17 +61,13 @@ void ConnectionValuesTest::everyTypeIsTheServersOwnText_data()
     add("date", "'2024-00-00'", "2024-00-00", text);
     add("datetime", "'0000-00-00 00:00:00'", "0000-00-00 00:00:00", text);
     add("datetime(6)", "'2024-02-29 12:34:56.789'", "2024-02-29 12:34:56.789000", text);
-    add("timestamp(3) null", "'2024-02-29 12:34:56.7'", "2024-02-29 12:34:56.700", text);
     add("time", "'-838:59:59'", "-838:59:59", text);
     add("time(6)", "'-00:00:01.5'", "-00:00:01.500000", text);
     add("char(5)", "'ab '", "ab", text);
     add("varchar(20)", "'漢字😀 ｶﾅ'", "漢字😀 ｶﾅ", text);
     add("varchar(20)", "''", "", text);
-    add("varchar(20)", "null", "NULL", text);
     add("varchar(20) character set latin1", "'é'", "é", text);
     add("varchar(20) character set sjis", "'表'", "表", text);
-    add("enum('a','漢')", "'漢'", "漢", text);
-    add("text", "'a\\r\\nb'", "a\r\nb", text);
     add("json", "'{\"a\": [1, 2]}'", "{\"a\": [1, 2]}", text);
     add("binary(4)", "'ab'", "0x61620000", binary);
     add("varbinary(20)", "'漢字\\t'", "漢字\t", binary);
@@ -176,19 +170,6 @@ void ConnectionValuesTest::statementsWithoutRowsGiveNoOpenRecordSet()
     QCOMPARE(errorOf([&] { open->execute("select 1"); }).state(), "08003");
     open->open();
     QCOMPARE(valueOf(*open, "select 5"), "5");
-}
-
-void ConnectionValuesTest::fieldsAreFoundByName()
-{
-    const auto open = connection();
-    RecordSet databases = open->execute("show databases;");
-    QVERIFY(!databases.text("database").isEmpty());
-    RecordSet fields = open->execute("show full fields from `d`.表;");
-    QCOMPARE(fields.text("FIELD"), "列");
-    errorOf([&] { fields.text("nothing"); });
-    RecordSet twice = open->execute("select 1 as a, 2 as A, 3 as `列 名`");
-    QCOMPARE(twice.text("A"), "1");
-    QCOMPARE(twice.fieldName(2), "列 名");
 }
 
 QTEST_GUILESS_MAIN(ConnectionValuesTest)
