@@ -2,7 +2,9 @@
 #include "stage.h"
 
 #include <csignal>
+#include <sys/fsuid.h>
 #include <sys/resource.h>
+#include <unistd.h>
 
 namespace {
 
@@ -86,6 +88,7 @@ void ScriptBackupTest::failuresEndTheRun_data()
     row("slash in the name", "../b", "", "../b.table");
     row("no such folder", "b", "/gone", "/gone/a.table");
     row("a full disk", "long", "", "File too large");
+    row("a folder without rights", "b", "/", "Permission denied");
 }
 
 void ScriptBackupTest::failuresEndTheRun()
@@ -108,6 +111,11 @@ void ScriptBackupTest::failuresEndTheRun()
     AgreeingDialogue dialogue;
     dialogue.choice.folder = path;
 
+    const bool isLocked = folder == u"/";
+    if (isLocked) {
+        QVERIFY(QFile::setPermissions(path, QFile::ReadOwner | QFile::ExeOwner));
+        setfsuid(65534); // an administrator may write everywhere, nobody may not
+    }
     ::signal(SIGXFSZ, SIG_IGN);
     rlimit old{};
     getrlimit(RLIMIT_FSIZE, &old);
@@ -115,6 +123,10 @@ void ScriptBackupTest::failuresEndTheRun()
     setrlimit(RLIMIT_FSIZE, &small);
     stage.run(backUpScripts, dialogue);
     setrlimit(RLIMIT_FSIZE, &old);
+    if (isLocked) {
+        setfsuid(geteuid());
+        QVERIFY(QFile::setPermissions(path, QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner));
+    }
 
     QCOMPARE(dialogue.told.size(), 1);
     QVERIFY2(dialogue.isCritical && dialogue.told[0].contains(words), qPrintable(dialogue.told[0]));
