@@ -1,5 +1,6 @@
 #include "console/consolefixture.h"
 #include "console/outputfile.h"
+#include "support/lockedfolder.h"
 
 #include <QProcess>
 
@@ -29,7 +30,7 @@ private Q_SLOTS:
     void theRuleIsAsLongAsTheNamesInCp932();
     void theFileHoldsWhatTheTextBoxHoldsOrIsTheOnlyOne();
     void theServersWordsOfAFailureAreShown();
-    void aFullDiskIsReported();
+    void aFullDiskOrALockedFolderIsReported();
     void aFileThatVanishesIsReported();
     void theEditorGetsTheFile();
 };
@@ -127,7 +128,7 @@ void ExecutionTest::theServersWordsOfAFailureAreShown()
     QCOMPARE(console.grid().rowCount(), 2); // of the rows read last
 }
 
-void ExecutionTest::aFullDiskIsReported()
+void ExecutionTest::aFullDiskOrALockedFolderIsReported()
 {
     if (!QFile::exists("/dev/full"))
         QSKIP("no device here that is always full");
@@ -145,6 +146,11 @@ void ExecutionTest::aFullDiskIsReported()
         QCOMPARE(console.text().isEmpty(), isFileOnly);
 
         QVERIFY(QFile::remove(console.filePath()));
+        {
+            const LockedFolder locked(console.folder.path());
+            console.dialogue->expectRefuse(console.filePath() + QStringLiteral(": Permission denied"));
+            console.run(statement);
+        }
         console.run(statement);
         QVERIFY(console.file().endsWith("2 NULL\r\n"));
     }

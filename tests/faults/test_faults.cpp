@@ -4,6 +4,7 @@
 #include "mainwindowstage.h"
 #include "stallwatch.h"
 #include "support/gui/boxes.h"
+#include "support/lockedfolder.h"
 #include "support/rows.h"
 #include "support/testserver.h"
 
@@ -197,6 +198,10 @@ void FaultsTest::settingsThatCannotBeSavedAreSaidAndTheOldOnesStay()
     const QString words = sSaveSettings(session);
     setrlimit(RLIMIT_FSIZE, &old);
     QVERIFY(!words.isEmpty());
+    {
+        const LockedFolder locked(folder.path());
+        QVERIFY(sSaveSettings(session).contains("Permission denied"));
+    }
 
     sLoadSettings(session);
     QCOMPARE(session.gServer, "old");

@@ -1,10 +1,10 @@
 #include "maintenance/scriptbackup.h"
 #include "stage.h"
+#include "support/lockedfolder.h"
 
 #include <csignal>
-#include <sys/fsuid.h>
+#include <optional>
 #include <sys/resource.h>
-#include <unistd.h>
 
 namespace {
 
@@ -111,11 +111,9 @@ void ScriptBackupTest::failuresEndTheRun()
     AgreeingDialogue dialogue;
     dialogue.choice.folder = path;
 
-    const bool isLocked = folder == u"/";
-    if (isLocked) {
-        QVERIFY(QFile::setPermissions(path, QFile::ReadOwner | QFile::ExeOwner));
-        setfsuid(65534); // an administrator may write everywhere, nobody may not
-    }
+    std::optional<LockedFolder> locked;
+    if (folder == u"/")
+        locked.emplace(path);
     ::signal(SIGXFSZ, SIG_IGN);
     rlimit old{};
     getrlimit(RLIMIT_FSIZE, &old);
@@ -123,10 +121,7 @@ void ScriptBackupTest::failuresEndTheRun()
     setrlimit(RLIMIT_FSIZE, &small);
     stage.run(backUpScripts, dialogue);
     setrlimit(RLIMIT_FSIZE, &old);
-    if (isLocked) {
-        setfsuid(geteuid());
-        QVERIFY(QFile::setPermissions(path, QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner));
-    }
+    locked.reset();
 
     QCOMPARE(dialogue.told.size(), 1);
     QVERIFY2(dialogue.isCritical && dialogue.told[0].contains(words), qPrintable(dialogue.told[0]));
