@@ -57,7 +57,7 @@ public:
             std::this_thread::yield();
             const auto before = std::exchange(now, std::chrono::steady_clock::now());
             if (now - before > 500us) {
-                m_isCrowdedUntil = now + 200ms;
+                m_isCrowdedUntil = now + 30ms;
                 return isReached();
             }
         }
