@@ -115,6 +115,8 @@ void ConsoleRun::readIntoViews()
 void ConsoleRun::readIntoFile()
 {
     const QString path = outputPath();
+    m_views.grid.setNoRowsText(QStringLiteral("行は表示せず、ファイルだけに書きます\n") +
+                               QDir::toNativeSeparators(path));
     Yield yield;
     OutputFile file(path, std::ref(yield));
     ResultLines lines(m_request.delimiter);

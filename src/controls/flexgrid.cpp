@@ -98,6 +98,7 @@ void FlexGrid::setRedraw(bool isOn)
 void FlexGrid::setFields(const std::vector<Field> &fields)
 {
     m_search->stop();
+    m_noRows = QStringLiteral("行はありません");
     m_model->setFields(fields);
     m_hasWidths = false;
     showSortMark();
@@ -166,6 +167,12 @@ void FlexGrid::setPlaceholderText(const QString &text)
     viewport()->update();
 }
 
+void FlexGrid::setNoRowsText(const QString &text)
+{
+    m_noRows = text;
+    viewport()->update();
+}
+
 int FlexGrid::fittingWidth(int column, int mostRows) const
 {
     const TextWidth header(horizontalHeader()->font());
@@ -202,7 +209,7 @@ void FlexGrid::paintEvent(QPaintEvent *event)
 {
     QTableView::paintEvent(event);
     if (m_model->rowCount() == 0)
-        paintPlaceholder(*this, columnCount() > 0 ? QStringLiteral("行はありません") : m_placeholder);
+        paintPlaceholder(*this, columnCount() > 0 ? m_noRows : m_placeholder);
 }
 
 // First click up, second down, third as the server sent the rows.

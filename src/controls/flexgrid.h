@@ -48,6 +48,8 @@ public:
 
     // What a grid says that holds no result yet.
     void setPlaceholderText(const QString &text);
+    // What it says instead of "no rows" of the result it has the fields of; until the next fields are set.
+    void setNoRowsText(const QString &text);
     // The name that INSERT statements of a copy carry; empty until it is known.
     void setTableName(const QString &name) { m_tableName = name; }
     // The selected cells in one of the forms; every whole value.
@@ -79,7 +81,7 @@ private:
     FindBar *m_findBar;
     GridSearch *m_search;
     QPointer<CellViewer> m_viewer;
-    QString m_placeholder, m_tableName;
+    QString m_placeholder, m_noRows, m_tableName;
     bool m_isRedrawOn = true;
     bool m_hasWidths = false; // set after the first rows
 };

@@ -96,6 +96,7 @@ private Q_SLOTS:
     void tabFollowsTheEye();
     void enterAndEscapeEndDialogs_data();
     void enterAndEscapeEndDialogs();
+    void emptyListsSayWhatComesNext();
 };
 
 void WindowsTest::everyControlHasANameAndARoleOfItsOwn()
@@ -182,6 +183,35 @@ void WindowsTest::enterAndEscapeEndDialogs()
     QTest::keyClick(&window, Qt::Key_Escape);
     QVERIFY(!window.isVisible());
     QCOMPARE(stage.script.sent, sent);
+}
+
+void WindowsTest::emptyListsSayWhatComesNext()
+{
+    Stage stage;
+    stage.script.always("show tables from `d`;", Reply::table({"Tables_in_d"}));
+    frmTarnwell &window = stage.mainWindow();
+    const auto hint = [&window](const char *list) {
+        return control<ChosenList>(window, list).accessibleDescription();
+    };
+    QVERIFY(hint("lstDb").contains("接続"));
+    QVERIFY(!control<QWidget>(window, "lstDb_Filter").isEnabled());
+    stage.connect();
+    QVERIFY(control<QWidget>(window, "lstDb_Filter").isEnabled());
+    QVERIFY(hint("lstDb").contains("Alt+L"));
+    QVERIFY(hint("lstTables").contains("選ぶと"));
+    press(window, {"cmdShowDb"});
+    QStringList whileReading;
+    stage.script.beforeAnswer = [&](const QString &) { whileReading << hint("lstTables"); };
+    control<ChosenList>(window, "lstDb").setCurrentRow(0);
+    QVERIFY(whileReading.value(0).contains("読み込み中"));
+    QVERIFY(hint("lstTables").contains("ありません"));
+    stage.script.beforeAnswer = {};
+    stage.script.once("show tables from `d`;", Reply::failure("gone"));
+    stage.boxes.expectOk("gone");
+    Q_EMIT control<ChosenList>(window, "lstDb").chosen();
+    QVERIFY(hint("lstTables").contains("選ぶと"));
+    press(window, {"cmdClose"});
+    QTRY_VERIFY(hint("lstDb").contains("接続"));
 }
 
 QTEST_MAIN(WindowsTest)
