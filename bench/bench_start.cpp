@@ -1,5 +1,6 @@
 // How long the program needs from its start to a usable window, and what memory it holds then, against an
 // empty window of the same platform. Every run is a process of its own.
+#include "browser/dressprogram.h"
 #include "browser/frmTarnwell.h"
 #include "controls/windowpump.h"
 #include "core/connect.h"
@@ -63,10 +64,12 @@ int showLabel(int argc, char *argv[])
 int showMainWindow(int argc, char *argv[])
 {
     const QApplication application(argc, argv);
+    dressProgram();
     WindowPump pump;
     Session session;
     session.programFolder = QString::fromLocal8Bit(argv[2]);
-    session.makeConnection = [&pump](const QString &string) { return createConnection(string, pump); };
+    session.makeConnection = logged([&pump](const QString &string) { return createConnection(string, pump); },
+                                    session.statementLog);
     frmTarnwell window(session, pump);
     return showAndEnd(window);
 }

@@ -16,10 +16,12 @@ FilterLine::FilterLine(QListWidget &list, QWidget *parent)
     : QLineEdit(parent)
     , m_list(list)
 {
-    setClearButtonEnabled(true);
     setPlaceholderText(QStringLiteral("絞り込み"));
     setAccessibleName(placeholderText());
-    connect(this, &QLineEdit::textChanged, this, [this] { apply(); });
+    connect(this, &QLineEdit::textChanged, this, [this] {
+        setClearButtonEnabled(!text().isEmpty()); // its picture is not loaded before there is use for it
+        apply();
+    });
     list.installEventFilter(this);
     // Lists are filled anew while a filter stands.
     connect(list.model(), &QAbstractItemModel::rowsInserted, this, [this] {

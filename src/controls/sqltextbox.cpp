@@ -17,12 +17,6 @@ SqlTextBox::SqlTextBox(QWidget *parent)
     setMarginWidth(1, 0);
     setScrollWidth(1);
     setScrollWidthTracking(true);
-    auto *lexer = new QsciLexerSQL(this);
-    lexer->setBackslashEscapes(true);
-    lexer->setHashComments(true);
-    lexer->setQuotedIdentifiers(true);
-    setLexer(lexer);
-    colour();
     addFindBar(*this);
     connect(this, &QsciScintilla::linesChanged, this, [this] { fitLineNumbers(); });
 }
@@ -94,14 +88,27 @@ QVariant SqlTextBox::inputMethodQuery(Qt::InputMethodQuery query) const
 
 void SqlTextBox::colour()
 {
-    colourSql(*this);
+    if (lexer())
+        colourSql(*this);
 }
 
-// The first measuring of a digit loads the editor's fonts, which the program's start need not wait for.
+// Colours and fonts are not loaded before the box is seen: the program's start need not wait for them.
 void SqlTextBox::showEvent(QShowEvent *event)
 {
+    if (!lexer())
+        buildLexer();
     QsciScintilla::showEvent(event);
     fitLineNumbers();
+}
+
+void SqlTextBox::buildLexer()
+{
+    auto *lexer = new QsciLexerSQL(this);
+    lexer->setBackslashEscapes(true);
+    lexer->setHashComments(true);
+    lexer->setQuotedIdentifiers(true);
+    setLexer(lexer);
+    colour();
 }
 
 void SqlTextBox::fitLineNumbers()

@@ -24,6 +24,7 @@ protected:
     QVariant inputMethodQuery(Qt::InputMethodQuery query) const override;
 
 private:
+    void buildLexer();
     void colour();
     void fitLineNumbers();
 

@@ -139,6 +139,7 @@ void TestTextBoxes::colourFollowsThePalette()
 {
     SqlTextBox box;
     box.setContents("select");
+    box.show(); // coloured then
     QPalette dark;
     dark.setColor(QPalette::Base, Qt::black);
     dark.setColor(QPalette::Text, Qt::white);
