@@ -51,6 +51,7 @@ void frmCreateDB::cmdOk_Click()
         dialogue.inform(QStringLiteral("ﾃﾞｰﾀﾍﾞｰｽ名を入力してください。"));
         return;
     }
+    m_mainWindow.setLastError({}, true);
     try {
         const BusyPointer busy(dialogue);
         m_session.connection().execute(QStringLiteral("create database `") + name + QStringLiteral("`;"));

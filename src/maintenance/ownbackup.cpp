@@ -6,17 +6,15 @@
 
 #include <QFileInfo>
 
+#include <vector>
+
 namespace {
 
-struct BackupFiles {
-    QString definition, rows;
+struct Original {
+    QString name;
+    QString definitionPath, rowsPath;
+    bool isView = false;
 };
-
-BackupFiles filesOf(const QString &folder, const QString &name)
-{
-    return {objectFile(folder, name, QStringLiteral(".frm")),
-            objectFile(folder, name, QStringLiteral(".dat"))};
-}
 
 void refuseExisting(const QString &path)
 {
@@ -49,7 +47,6 @@ void refuseEnumErrors(Connection &connection, const QString &database, const QSt
 
 void writeRows(Connection &connection, const QString &database, const QString &name, const QString &path)
 {
-    refuseEnumErrors(connection, database, name);
     const auto columns = storedColumns(connection, database, name);
     refuseExisting(path);
     try {
@@ -64,23 +61,39 @@ void writeRows(Connection &connection, const QString &database, const QString &n
     }
 }
 
-void backUpTable(Connection &connection, const QString &database, const QString &name,
-                 const BackupFiles &files)
+// What the run will write. Throws SqlError for what is known to stop it, so that it leaves nothing behind.
+std::vector<Original> planned(Connection &connection, const QString &database, const QStringList &names,
+                              const QString &folder)
 {
     const ExactSession exact(connection, database);
-    const QString type = objectType(connection, database, name);
-    const bool isView = type == u"VIEW";
-    // A table with system versioning would lose its history, a sequence takes no rows.
-    if (!isView && type != u"BASE TABLE" && !type.isEmpty())
-        throw SqlError(QStringLiteral("「%1」(%2)はバックアップできません。").arg(name, type));
+    std::vector<Original> originals;
+    for (const QString &name : names) {
+        Original original{name, objectFile(folder, name, QStringLiteral(".frm")),
+                          objectFile(folder, name, QStringLiteral(".dat"))};
+        refuseExisting(original.definitionPath);
+        refuseExisting(original.rowsPath);
+        const QString type = objectType(connection, database, name);
+        original.isView = type == u"VIEW";
+        // A table with system versioning would lose its history, a sequence takes no rows.
+        if (!original.isView && type != u"BASE TABLE" && !type.isEmpty())
+            throw SqlError(QStringLiteral("「%1」(%2)はバックアップできません。").arg(name, type));
+        if (!original.isView)
+            refuseEnumErrors(connection, database, name);
+        originals.push_back(original);
+    }
+    return originals;
+}
 
-    writeNewFile(files.definition, createText(connection, database, name).toUtf8());
-    if (isView)
+void backUp(Connection &connection, const QString &database, const Original &original)
+{
+    const ExactSession exact(connection, database);
+    writeNewFile(original.definitionPath, createText(connection, database, original.name).toUtf8());
+    if (original.isView)
         return;
     try {
-        writeRows(connection, database, name, files.rows);
+        writeRows(connection, database, original.name, original.rowsPath);
     } catch (const SqlError &) {
-        QFile::remove(files.definition);
+        QFile::remove(original.definitionPath);
         throw;
     }
 }
@@ -96,18 +109,12 @@ bool knowsBackupStatements(const ServerInfo &server)
 void backUpByProgram(CommandContext &context, const QString &database, const QStringList &names,
                      const QString &folder)
 {
-    // Before the first file is made, so that a run that must stop leaves nothing behind.
-    for (const QString &name : names) {
-        const BackupFiles files = filesOf(folder, name);
-        refuseExisting(files.definition);
-        refuseExisting(files.rows);
-    }
     const int total = static_cast<int>(names.size());
     int current = 0;
     context.dialogue.progress(total, current);
-    for (const QString &name : names) {
+    for (const Original &original : planned(context.session.connection(), database, names, folder)) {
         // Fetched for each table: window events between two may have closed the connection.
-        backUpTable(context.session.connection(), database, name, filesOf(folder, name));
+        backUp(context.session.connection(), database, original);
         context.dialogue.progress(total, ++current);
     }
 }

@@ -1,7 +1,7 @@
 #include "maintenance/routines.h"
 
-#include "core/lostanswer.h"
 #include "core/statements.h"
+#include "maintenance/recovery.h"
 
 namespace {
 
@@ -25,13 +25,11 @@ QString readServerText(Session &session, const QString &showStatement)
     return rows.text(definition);
 }
 
-enum class RoutineStage { Nothing, Dropped, Created };
-
 struct RoutineChange {
     ListItem routine;
     QString database, oldStatement;
     QString serverText;
-    RoutineStage stage = RoutineStage::Nothing;
+    bool isDropped = false;
 
     QString showStatement() const { return routineShowStatement(routine.tag, database, routine.name); }
 };
@@ -46,10 +44,11 @@ void applyText(CommandContext &context, RoutineChange &change)
         withLf(createRoutineStatement(change.routine.tag, change.database, context.selection.lblCreateProc));
     // The text that was shown has lost its backticks; only this one surely brings the routine back.
     change.serverText = readServerText(session, change.showStatement());
+    if (change.serverText.isEmpty())
+        throw SqlError(QStringLiteral("定義を読む権限がなく、失敗すると元に戻せないため、変更しません。"));
     session.connection().execute(dropRoutineStatement(change.routine, change.database));
-    change.stage = RoutineStage::Dropped;
+    change.isDropped = true;
     session.connection().execute(newStatement);
-    change.stage = RoutineStage::Created;
 }
 
 void makeOldRoutine(Session &session, const RoutineChange &change)
@@ -68,13 +67,8 @@ void makeOldRoutine(Session &session, const RoutineChange &change)
 // Throws SqlError when the old routine could not be made again.
 void recoverRoutine(Session &session, const RoutineChange &change, bool answerLost)
 {
-    bool mustMake = change.stage == RoutineStage::Dropped;
-    if (answerLost) {
-        reconnect(session);
-        mustMake = !exists(session.connection(), change.showStatement());
-    }
-    if (mustMake)
-        makeOldRoutine(session, change);
+    if (answerLost || change.isDropped)
+        remake(session, answerLost, change.showStatement(), [&] { makeOldRoutine(session, change); });
 }
 
 Outcome failChange(CommandContext &context, const RoutineChange &change, const SqlError &error)

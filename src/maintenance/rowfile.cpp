@@ -1,6 +1,7 @@
 #include "maintenance/rowfile.h"
 
 #include "maintenance/exactsession.h"
+#include "maintenance/tablechangetext.h"
 
 #include <QRegularExpression>
 
@@ -58,9 +59,6 @@ ValueForm valueForm(const QString &dataType, const QString &characterSet)
 
 std::vector<StoredColumn> storedColumns(Connection &connection, const QString &database, const QString &table)
 {
-    // MySQL's DEFAULT_GENERATED is a column with a default that is an expression.
-    static const QRegularExpression generated(QStringLiteral("\\b(VIRTUAL|PERSISTENT|STORED)\\b"),
-                                              QRegularExpression::CaseInsensitiveOption);
     RecordSet rows = connection.execute(
         QStringLiteral(
             "SELECT COLUMN_NAME, DATA_TYPE, CHARACTER_SET_NAME, EXTRA FROM information_schema.COLUMNS "
@@ -69,7 +67,7 @@ std::vector<StoredColumn> storedColumns(Connection &connection, const QString &d
     std::vector<StoredColumn> columns;
     for (; !rows.isEof(); rows.moveNext()) {
         const QString characterSet = rows.isNull(2) ? QString() : rows.text(2);
-        if (!generated.match(rows.text(3)).hasMatch())
+        if (!isGenerated(rows.text(3)))
             columns.push_back({rows.text(0), valueForm(rows.text(1).toLower(), characterSet),
                                rows.text(3).contains(u"auto_increment", Qt::CaseInsensitive)});
     }

@@ -122,7 +122,7 @@ void rebuildTable(CommandContext &context, TableChange &change)
     readNewFields(session, change);
     if (const QString columns = commonColumns(session.gNewFields, session.gOldFields); !columns.isEmpty())
         copyRows(session.connection(), fillStatement(change.newTable(), change.copy, columns),
-                 hasAutoIncrement(change.serverText));
+                 hasAutoIncrement(context.selection.txtField));
 
     change.stage = TableStage::DroppingCopy;
     context.dialogue.progress(5, 4);
@@ -134,13 +134,15 @@ void rebuildTable(CommandContext &context, TableChange &change)
 void replaceView(CommandContext &context, ViewChange &change)
 {
     context.dialogue.progress(3, 0);
-    change.stage = ViewStage::Dropping;
     context.dialogue.progress(3, 1);
+    // The server leaves the default database's name out of what it shows: where the console has chosen
+    // another one since, the texts would make the view there.
+    if (shownCreateText(QStringLiteral("View"), change.serverText) != change.savedText)
+        context.session.connection().execute(QStringLiteral("use `") + change.database + u'`');
     context.session.connection().execute(QStringLiteral("drop view ") + change.view());
-    change.stage = ViewStage::Creating;
+    change.isDropped = true;
     context.dialogue.progress(3, 2);
     context.session.connection().execute(change.newText);
-    change.stage = ViewStage::Done;
     context.dialogue.progress(3, 3);
 }
 
@@ -219,6 +221,10 @@ Outcome changeTable(CommandContext &context)
         change.serverText = object.serverText;
         if (change.newName.trimmed().isEmpty()) {
             context.dialogue.refuse(QStringLiteral("ﾃｰﾌﾞﾙ名が見つかりません。"));
+            return {};
+        }
+        if (createsTemporaryTable(selection.txtField)) {
+            context.dialogue.refuse(QStringLiteral("一時ﾃｰﾌﾞﾙには変更できません。"));
             return {};
         }
         rebuildTable(context, change);

@@ -32,6 +32,13 @@ QString fField_select(const QString &createText)
     return parenthesis < 0 ? QString() : trimmedBlanks(text.mid(name, parenthesis - name));
 }
 
+bool createsTemporaryTable(const QString &createText)
+{
+    static const QRegularExpression start(QStringLiteral("^\\s*create\\s+(or\\s+replace\\s+)?temporary\\b"),
+                                          QRegularExpression::CaseInsensitiveOption);
+    return start.match(createText).hasMatch();
+}
+
 QString copyName(const QString &database, const QString &table, const QDateTime &now)
 {
     return qualifiedName(database, table) + now.toString(QStringLiteral("_yyyyMMddHHmm")) +

@@ -12,6 +12,8 @@
 
 // The table name that a CREATE text gives, as written there, backticks included; empty when there is none.
 QString fField_select(const QString &createText);
+// A table that the session takes along when it ends.
+bool createsTemporaryTable(const QString &createText);
 
 // The qualified name of the data copy: the table's name, the minute, a fixed suffix.
 QString copyName(const QString &database, const QString &table, const QDateTime &now);

@@ -1,8 +1,8 @@
 #include "maintenance/tablechangetriggers.h"
 
-#include "core/lostanswer.h"
 #include "core/statements.h"
 #include "maintenance/exactsession.h"
+#include "maintenance/recovery.h"
 #include "maintenance/tablechangesettings.h"
 
 #include <algorithm>
@@ -44,10 +44,9 @@ void makeAll(Session &session, const std::vector<Trigger> &triggers, const QStri
     }
 }
 
-// The triggers that are not on the table, after a new connection was made.
+// The triggers that are not on the table.
 std::vector<Trigger> missing(Session &session, std::vector<Trigger> triggers, const QString &table)
 {
-    reconnect(session);
     for (const Trigger &present : readTriggers(session.connection(), session.gDbName, table))
         std::erase_if(triggers, [&](const Trigger &trigger) { return trigger.name == present.name; });
     return triggers;
@@ -87,13 +86,13 @@ LostTriggers remakeTriggers(Session &session, const std::vector<Trigger> &trigge
     LostTriggers lost;
     std::vector<Trigger> waiting = triggers;
     try {
-        try {
-            makeAll(session, waiting, qualifiedTable, lost);
-        } catch (const SqlError &) {
-            waiting = missing(session, triggers, table);
-            lost = {};
-            makeAll(session, waiting, qualifiedTable, lost);
-        }
+        recover(
+            session, false, [&] { makeAll(session, waiting, qualifiedTable, lost); },
+            [&] {
+                waiting = missing(session, triggers, table);
+                lost = {};
+                makeAll(session, waiting, qualifiedTable, lost);
+            });
     } catch (const SqlError &error) {
         lost = {};
         for (const Trigger &trigger : waiting)

@@ -1,7 +1,7 @@
 #include "maintenance/tablerecovery.h"
 
-#include "core/lostanswer.h"
 #include "core/statements.h"
+#include "maintenance/recovery.h"
 #include "maintenance/tablechangesettings.h"
 
 namespace {
@@ -31,14 +31,18 @@ public:
     TableRecovery(Session &session, const TableChange &change, bool answerLost)
         : m_session(session)
         , m_change(change)
+        , m_answerLost(answerLost)
         , m_rows(rowsAt(change.stage, answerLost))
     {
     }
 
-    RecoveryReport run(bool answerLost)
+    RecoveryReport run()
     {
         try {
-            undo(answerLost ? stageFound() : m_change.stage);
+            // Before the copy has a name nothing was done.
+            recover(
+                m_session, m_answerLost && !m_change.copy.isEmpty(), [this] { undo(m_change.stage); },
+                [this] { undo(stageFound()); });
             if (m_rows == Rows::InNew)
                 tell(QStringLiteral("ﾃｰﾌﾞﾙの変更は済んでいます。ﾃﾞｰﾀはﾃｰﾌﾞﾙ %1 にあります。")
                          .arg(m_change.newTable()));
@@ -60,7 +64,11 @@ public:
 
 private:
     void execute(const QString &statement) { m_session.connection().execute(statement); }
-    void tell(const QString &text) { m_messages << text; }
+    void tell(const QString &text)
+    {
+        if (!m_messages.contains(text))
+            m_messages << text;
+    }
     bool isThere(const QString &table)
     {
         return exists(m_session.connection(), QStringLiteral("show create table ") + table + u';');
@@ -90,7 +98,9 @@ private:
 
     Session &m_session;
     const TableChange &m_change;
+    const bool m_answerLost;
     Rows m_rows;
+    bool m_isReconnected = false;
     bool m_isCopyGone = false;
     bool m_isOldMadeAgain = false;
     QStringList m_messages, m_details;
@@ -99,12 +109,15 @@ private:
 // The stage that the server's tables stand for, whatever answers were lost.
 TableStage TableRecovery::stageFound()
 {
-    if (m_rows == Rows::Untouched && m_change.copy.isEmpty())
-        return TableStage::Copying;
-    reconnect(m_session);
+    m_isReconnected = true;
     const bool hasOld = isThere(m_change.oldTable());
     const bool hasCopy = isThere(m_change.copy);
     m_isCopyGone = !hasCopy;
+    if (m_isOldMadeAgain && hasOld && !hasCopy)
+        return TableStage::Dropping;
+    if (m_isOldMadeAgain)
+        m_rows = Rows::InCopy; // without autocommit they went out of the old table again
+    m_isOldMadeAgain = false;
     switch (m_change.stage) {
     case TableStage::Nothing:
     case TableStage::Copying:
@@ -121,7 +134,7 @@ TableStage TableRecovery::stageFound()
             return TableStage::Creating;
         break;
     case TableStage::Creating:
-        if (hasCopy && !hasOld && isThere(m_change.newTable()))
+        if (m_answerLost && hasCopy && !hasOld && isThere(m_change.newTable()))
             tellNewTableIsLeft();
         if (hasCopy)
             return hasOld ? TableStage::Filling : TableStage::Creating;
@@ -186,7 +199,8 @@ void TableRecovery::dropNewTable()
         constexpr int unknownTable = 1051;
         if (error.number() != unknownTable)
             throw;
-        tellNewTableIsLeft(); // it bears another name
+        if (!m_isReconnected || isThere(m_change.newTable()))
+            tellNewTableIsLeft(); // it bears another name
     }
 }
 
@@ -298,7 +312,7 @@ QString TableChange::bareNewName() const
 RecoveryReport recoverTable(Session &session, const TableChange &change, bool answerLost)
 {
     TableRecovery recovery(session, change, answerLost);
-    return change.kind == ObjectKind::Other ? recovery.leave() : recovery.run(answerLost);
+    return change.kind == ObjectKind::Other ? recovery.leave() : recovery.run();
 }
 
 RecoveryReport reportOf(const LostTriggers &lost)

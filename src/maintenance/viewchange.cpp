@@ -1,16 +1,9 @@
 #include "maintenance/viewchange.h"
 
-#include "core/lostanswer.h"
 #include "core/statements.h"
+#include "maintenance/recovery.h"
 
 namespace {
-
-// Whether the view is gone, as the server has it after a new connection was made.
-bool isGone(Session &session, const ViewChange &change)
-{
-    reconnect(session);
-    return !exists(session.connection(), QStringLiteral("show create table ") + change.view() + u';');
-}
 
 void makeOldView(Session &session, const ViewChange &change)
 {
@@ -34,11 +27,9 @@ QString ViewChange::view() const
 RecoveryReport recoverView(Session &session, const ViewChange &change, bool answerLost)
 {
     try {
-        const bool mustMake = answerLost && change.stage != ViewStage::Nothing
-                                  ? isGone(session, change)
-                                  : change.stage == ViewStage::Creating;
-        if (mustMake)
-            makeOldView(session, change);
+        if (answerLost || change.isDropped)
+            remake(session, answerLost, QStringLiteral("show create table ") + change.view() + u';',
+                   [&] { makeOldView(session, change); });
         return {};
     } catch (const SqlError &error) {
         return {error.description() +

@@ -127,6 +127,12 @@ void RoutinesTest::nothingIsDoneWithoutTextOrConsent()
     stage.dialogue.expectRefuse(failed);
     stage.run(changeRoutine);
     QCOMPARE(stage.script.sent, L());
+    // What this account may not read could not be brought back.
+    stage.selection.routine = "[PROC]\tp";
+    stage.dialogue.expectConfirm(question, Icon::Critical, true);
+    stage.dialogue.expectRefuse(failed);
+    stage.run(changeRoutine);
+    QCOMPARE(stage.script.sent, L{sentForRoutine[0]});
 }
 
 void RoutinesTest::aRoutineIsDropped()

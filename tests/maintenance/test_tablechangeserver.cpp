@@ -52,6 +52,10 @@ void TableChangeServerTest::rowsSurvive_data()
         "insert into t values (0,10),(5,50); set sql_mode=''; insert into t (b) values (60)",
         L{"  b int(11)", "  b bigint"}, "insert into t (b) values (70); select * from t order by a",
         "0\t10\n5\t50\n6\t60\n7\t70\n");
+    row("a counting key where there was none",
+        "create table t (a int, b int); insert into t values (0,10),(5,50)",
+        L{"  a int(11) DEFAULT NULL", "  a int auto_increment primary key"}, "select * from t order by a",
+        "0\t10\n5\t50\n");
     row("generated columns",
         "create table t (a int, v int as (a*2) virtual, s int as (a*3) "
         "stored); insert into t (a) values (4)",
