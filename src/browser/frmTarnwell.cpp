@@ -96,9 +96,7 @@ void frmTarnwell::Form_Load()
     m_controls.optTP[0]->setChecked(true);
     m_controls.optField[1]->setChecked(true);
     sConnectMode(false);
-    // The designer's captions, which sConnectMode replaces, are those of the first start.
-    m_controls.lblCkTableName->clear();
-    m_controls.lblPreTable->clear();
+    m_controls.lblPreTable->clear(); // the designer's text stands for no state
 }
 
 void frmTarnwell::GetDSNsAndDrivers()
@@ -132,25 +130,18 @@ void frmTarnwell::Form_Activate()
 void frmTarnwell::connectSignals()
 {
     TarnwellControls &c = m_controls;
-    // The last error is that of the last thing the user asked for.
-    const auto fresh = [this](auto action) {
-        return [this, action] {
-            m_dialogue.setLastError({}, true);
-            action();
-        };
-    };
     connect(c.cboDSNList, &QComboBox::currentTextChanged, this, &frmTarnwell::cboDSNList_Click);
     setStopsRunningCommand(c.cmdClose, true, Qt::ALT | Qt::Key_D);
     connect(c.cmdConnect, &QPushButton::clicked, this, &frmTarnwell::cmdConnect_Click);
     connect(c.cmdClose, &QPushButton::clicked, this, &frmTarnwell::cmdClose_Click);
     connect(c.cmdEnd, &QPushButton::clicked, this, &QWidget::close);
     connect(c.Command1, &QPushButton::clicked, this, [this] { showAboutBox(this); });
-    connect(c.cmdShowDb, &QPushButton::clicked, this, fresh([this] { reload(Reload::Databases); }));
-    connect(c.lstDb, &ChosenList::chosen, this, fresh([this] { reload(Reload::Objects); }));
-    connect(c.lstTables, &ChosenList::chosen, this,
-            fresh([this] { readAlone([this] { m_detail.lstTables_Click(); }); }));
-    connect(c.lstProcFunc, &ChosenList::chosen, this,
-            fresh([this] { readAlone([this] { m_detail.lstProcFunc_Click(); }); }));
+    connect(c.cmdShowDb, &QPushButton::clicked, this, [this] {
+        m_dialogue.setLastError({}, true);
+        reload(Reload::Databases);
+    });
+    for (ChosenList *list : {c.lstDb, c.lstTables, c.lstProcFunc})
+        connect(list, &ChosenList::chosen, this, [this, list] { choose(list); });
     connect(c.cmdCreateDb, &QPushButton::clicked, this, &frmTarnwell::cmdCreateDb_Click);
     connect(c.cmdCreateUser, &QPushButton::clicked, this,
             [this] { runAlone([this] { showUserWindow(this, m_session); }); });
@@ -214,7 +205,7 @@ void frmTarnwell::addKeys()
 void frmTarnwell::refreshShown()
 {
     TarnwellControls &c = m_controls;
-    if (!m_session.gCn)
+    if (!c.cmdShowDb->isEnabled())
         return;
     if (c.optTP[1]->isChecked() && c.lstProcFunc->currentItem())
         Q_EMIT c.lstProcFunc->chosen();
@@ -227,7 +218,9 @@ void frmTarnwell::refreshShown()
 // The whole text is selected when such a box gets the focus, so that it can be replaced or copied at once.
 bool frmTarnwell::eventFilter(QObject *watched, QEvent *event)
 {
-    if (event->type() == QEvent::FocusIn) {
+    // A context menu that closes only gives the focus back.
+    if (event->type() == QEvent::FocusIn &&
+        static_cast<QFocusEvent *>(event)->reason() != Qt::PopupFocusReason) {
         // After the press that gave the focus, which would take the selection away again.
         if (auto *line = qobject_cast<QLineEdit *>(watched))
             QTimer::singleShot(0, line, &QLineEdit::selectAll);
@@ -264,9 +257,44 @@ void frmTarnwell::sConnectMode(bool connected)
     cboDSNList_Click();
 }
 
+// What a list highlights is what the window shows: a choice that comes while a command runs is not dropped.
+void frmTarnwell::choose(ChosenList *list)
+{
+    const bool isOneAwaited = m_choice != nullptr;
+    // The objects of a database that is about to be left need not be shown.
+    if (m_choice != m_controls.lstDb)
+        m_choice = list;
+    if (!isOneAwaited)
+        serveChoice();
+}
+
+void frmTarnwell::serveChoice()
+{
+    if (m_wish == Wish::Nothing && isOccupied()) {
+        QTimer::singleShot(20, this, &frmTarnwell::serveChoice);
+        return;
+    }
+    const ChosenList *list = std::exchange(m_choice, nullptr);
+    if (!list->currentItem())
+        return; // the list was cleared meanwhile
+    m_dialogue.setLastError({}, true);
+    if (list == m_controls.lstDb)
+        reload(Reload::Objects);
+    else if (list == m_controls.lstTables)
+        readAlone([this] { m_detail.lstTables_Click(); });
+    else
+        readAlone([this] { m_detail.lstProcFunc_Click(); });
+}
+
+bool frmTarnwell::isOccupied() const
+{
+    return m_session.isCommandRunning || (m_session.gCn && m_session.gCn->isBusy());
+}
+
 void frmTarnwell::runAlone(const std::function<void()> &action)
 {
-    if (m_session.isCommandRunning || (m_session.gCn && m_session.gCn->isBusy()))
+    // A wish that waits for the running command wants no other one behind it.
+    if (isOccupied() || m_wish != Wish::Nothing)
         return;
     try {
         m_session.isCommandRunning = true;
@@ -274,7 +302,7 @@ void frmTarnwell::runAlone(const std::function<void()> &action)
         action();
     } catch (const SqlError &error) {
         // A disconnect that the user asked for in the middle needs no report.
-        if (m_session.gCn && m_wish == Wish::Nothing) {
+        if (m_wish == Wish::Nothing) {
             m_dialogue.setLastError(error.description(), false);
             m_dialogue.refuse(error.description());
         }

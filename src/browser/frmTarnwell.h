@@ -52,6 +52,9 @@ private:
     QString missingEntry() const;
     void showConnected();
 
+    void choose(ChosenList *list);
+    void serveChoice();
+    bool isOccupied() const;
     // Runs one thing at a time: a click that arrives while another runs is dropped. Errors that the
     // action leaves to the window are shown with the server's words.
     void runAlone(const std::function<void()> &action);
@@ -75,4 +78,5 @@ private:
     DataViewer m_viewer;
     QPointer<frmSql> m_console;
     Wish m_wish = Wish::Nothing;
+    ChosenList *m_choice = nullptr; // the list whose choice is still to be carried out
 };

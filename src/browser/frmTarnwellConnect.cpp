@@ -119,8 +119,7 @@ void frmTarnwell::stopEverything()
 bool frmTarnwell::isIdle() const
 {
     const frmSql *console = m_console;
-    const bool isWaiting = m_session.gCn && m_session.gCn->isBusy();
-    return !m_session.isCommandRunning && !isWaiting && (!console || console->isIdle());
+    return !isOccupied() && (!console || console->isIdle());
 }
 
 // Now when nothing runs; else what runs is stopped first, and the wish comes true once it has ended.

@@ -29,6 +29,8 @@ void TableDetail::lstTables_Click()
     try {
         requireOwnName(m_session.gDbName, name);
         showFields(name);
+        showCreateText(name);
+        showStatus(name);
     } catch (const SqlError &) {
         // Nothing else can be done with it, but it must stay possible to drop it. Untrimmed: " a" is not "a".
         c.lblTableName->setText(name);
@@ -37,8 +39,6 @@ void TableDetail::lstTables_Click()
             command->setEnabled(false);
         throw;
     }
-    showCreateText(name);
-    showStatus(name);
     c.lblTableName->setText(trimmedBlanks(name));
     c.cmdDropTable->setEnabled(true);
     c.cmdCreateTable->setEnabled(true);

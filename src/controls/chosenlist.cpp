@@ -65,16 +65,19 @@ void ChosenList::mousePressEvent(QMouseEvent *event)
     if (event->button() != Qt::LeftButton)
         return;
     m_isPressed = true;
+    m_before = currentIndex();
     QListWidget::mousePressEvent(event);
 }
 
 void ChosenList::mouseReleaseEvent(QMouseEvent *event)
 {
-    if (event->button() != Qt::LeftButton)
+    // A release alone belongs to a press that was held off.
+    if (event->button() != Qt::LeftButton || !m_isPressed)
         return;
     QListWidget::mouseReleaseEvent(event);
     m_isPressed = false;
-    if (itemAt(event->pos()))
+    // Or dragged to another item and then off the list.
+    if (itemAt(event->pos()) || currentIndex() != m_before)
         Q_EMIT chosen();
 }
 
@@ -83,6 +86,13 @@ void ChosenList::currentChanged(const QModelIndex &current, const QModelIndex &p
     QListWidget::currentChanged(current, previous);
     if (current.isValid() && !m_isPressed)
         Q_EMIT chosen();
+}
+
+// The base class lets Ctrl take the highlight off the item that commands still act on.
+QItemSelectionModel::SelectionFlags ChosenList::selectionCommand(const QModelIndex &index,
+                                                                 const QEvent *) const
+{
+    return index.isValid() ? QItemSelectionModel::ClearAndSelect : QItemSelectionModel::NoUpdate;
 }
 
 void ChosenList::setPlaceholderText(const QString &text)

@@ -28,10 +28,13 @@ protected:
     void mouseReleaseEvent(QMouseEvent *event) override;
     void currentChanged(const QModelIndex &current, const QModelIndex &previous) override;
     void paintEvent(QPaintEvent *event) override;
+    QItemSelectionModel::SelectionFlags selectionCommand(const QModelIndex &index,
+                                                         const QEvent *event) const override;
 
 private:
     bool isAllHidden() const;
 
     QString m_placeholder;
     bool m_isPressed = false;
+    QPersistentModelIndex m_before; // the current one when the button went down
 };

@@ -1,5 +1,7 @@
 #include "controls/windowpump.h"
 
+#include "controls/chosenlist.h"
+
 #include <QAbstractButton>
 #include <QAbstractSlider>
 #include <QApplication>
@@ -85,14 +87,16 @@ bool clickButtonOfKey(QObject *watched, const QKeyEvent &event)
     return false;
 }
 
-// A press from before the wait must not stay behind: the button comes up without a click, a drag ends.
+// A press from before the wait must not stay behind: the button comes up without a click, a drag ends, and
+// what a list highlights already is chosen.
 bool endsOlderPress(QObject *watched)
 {
     if (auto *button = qobject_cast<QAbstractButton *>(watched)) {
         button->setDown(false);
         return false;
     }
-    return qobject_cast<QAbstractSlider *>(watched) || qobject_cast<QSplitterHandle *>(watched);
+    return qobject_cast<QAbstractSlider *>(watched) || qobject_cast<QSplitterHandle *>(watched) ||
+           qobject_cast<ChosenList *>(watched->parent());
 }
 
 } // namespace

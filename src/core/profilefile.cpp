@@ -1,6 +1,7 @@
 #include "core/profilefile.h"
 
 #include "core/codepage.h"
+#include "core/statements.h"
 #include "core/wholefile.h"
 
 #include <QFile>
@@ -53,7 +54,7 @@ QString ProfileFile::value(const QString &section, const QString &key) const
     const qsizetype line = keyLine(section, key);
     if (line < 0)
         return {};
-    return m_lines[line].mid(m_lines[line].indexOf(u'=') + 1).trimmed();
+    return trimmedBlanks(m_lines[line].mid(m_lines[line].indexOf(u'=') + 1));
 }
 
 void ProfileFile::setValue(const QString &section, const QString &key, const QString &value)
@@ -81,7 +82,9 @@ void ProfileFile::setValue(const QString &section, const QString &key, const QSt
 
 QString ProfileFile::save() const
 {
-    return saveWholeFile(m_path, toCodePage(m_lines.join(QStringLiteral("\r\n")) + QStringLiteral("\r\n")));
+    // It holds a password, hardly disguised.
+    return saveWholeFile(m_path, toCodePage(m_lines.join(QStringLiteral("\r\n")) + QStringLiteral("\r\n")),
+                         Readers::OwnerOnly);
 }
 
 qsizetype ProfileFile::sectionLine(const QString &section) const

@@ -125,7 +125,8 @@ QString qualifiedCreateText(const QString &createText, const QString &database, 
 
 bool holdsPassword(const QString &statement)
 {
-    static const QRegularExpression secret(QStringLiteral("\\b(identified|password)\\b"),
+    // MASTER_PASSWORD = '...' and OLD_PASSWORD('...') as well.
+    static const QRegularExpression secret(QStringLiteral("(\\bidentified|(\\b|_)password)\\b"),
                                            QRegularExpression::CaseInsensitiveOption);
     return secret.match(statement).hasMatch();
 }

@@ -1,5 +1,6 @@
 #include "core/wholefile.h"
 
+#include <QFileInfo>
 #include <QSaveFile>
 
 bool writeAll(QFileDevice &file, QByteArrayView bytes)
@@ -14,12 +15,17 @@ bool writeAll(QFileDevice &file, QByteArrayView bytes)
     return true;
 }
 
-QString saveWholeFile(const QString &path, const QByteArray &bytes)
+QString saveWholeFile(const QString &path, const QByteArray &bytes, Readers readers)
 {
+    const bool isForOwner = readers == Readers::OwnerOnly && !QFileInfo::exists(path);
     QSaveFile file(path);
     // With a buffer, Qt 6.4's commit() takes no notice of a write that fails only when it is emptied (a full
     // disk) and would rename an empty file over the old one.
-    if (!file.open(QIODevice::WriteOnly | QIODevice::Unbuffered) || !writeAll(file, bytes) || !file.commit())
+    if (!file.open(QIODevice::WriteOnly | QIODevice::Unbuffered))
+        return file.errorString();
+    if (isForOwner)
+        file.setPermissions(QFileDevice::ReadOwner | QFileDevice::WriteOwner);
+    if (!writeAll(file, bytes) || !file.commit())
         return file.errorString();
     return {};
 }

@@ -30,6 +30,7 @@ private Q_SLOTS:
     void filterIgnoresCaseAndWidthAndTag();
     void filterOutlivesRefillingAndEscapeClearsIt();
     void theFocusChoosesNothing();
+    void aDragThatEndsOffTheListChooses();
 };
 
 void TestLists::foldersAreEnteredByKeyAndMouse()
@@ -100,6 +101,20 @@ void TestLists::theFocusChoosesNothing()
     list.setFocus();
     QCOMPARE(list.currentText(), "a");
     QCOMPARE(chosen.size(), 1);
+}
+
+void TestLists::aDragThatEndsOffTheListChooses()
+{
+    ChosenList list;
+    list.appendItem("a");
+    list.show();
+    const QSignalSpy chosen(&list, &ChosenList::chosen);
+    QTest::mousePress(list.viewport(), Qt::LeftButton, {}, list.visualItemRect(list.item(0)).center());
+    QTest::mouseRelease(list.viewport(), Qt::LeftButton, {}, QPoint(-9, -9));
+    QCOMPARE(list.currentText(), "a");
+    QCOMPARE(chosen.size(), 1);
+    QTest::keyClick(&list, Qt::Key_Space, Qt::ControlModifier);
+    QCOMPARE(list.selectedItems().size(), 1);
 }
 
 QTEST_MAIN(TestLists)

@@ -1,3 +1,4 @@
+#include "controls/chosenlist.h"
 #include "controls/windowpump.h"
 #include "support/gui/boxes.h"
 #include "support/rows.h"
@@ -61,6 +62,7 @@ private Q_SLOTS:
     void onlyTheStopButtonGetsThrough_data();
     void onlyTheStopButtonGetsThrough();
     void olderPressEndsWithoutAClick();
+    void olderPressInAListChooses();
     void closingIsRefusedAndReported();
     void boxThatOutlastsTheWaitCanBeAnswered();
     void nestedWaitsAndDestroyedWindowsDoNoHarm();
@@ -138,6 +140,21 @@ void TestWindowPump::olderPressEndsWithoutAClick()
     waitWhile([&] { QTest::mouseRelease(&window.other, Qt::LeftButton); }, pump);
     QVERIFY(!window.other.isDown());
     QCOMPARE(clicks.size(), 0);
+}
+
+void TestWindowPump::olderPressInAListChooses()
+{
+    ChosenList list;
+    list.appendItem("a");
+    list.show();
+    const QPoint place = list.visualItemRect(list.item(0)).center();
+    const QSignalSpy chosen(&list, &ChosenList::chosen);
+    WindowPump pump;
+    waitWhile([&] { QTest::mouseClick(list.viewport(), Qt::LeftButton, {}, place); }, pump);
+    QCOMPARE(chosen.size(), 0);
+    QTest::mousePress(list.viewport(), Qt::LeftButton, {}, place);
+    waitWhile([&] { QTest::mouseRelease(list.viewport(), Qt::LeftButton, {}, place); }, pump);
+    QCOMPARE(chosen.size(), 1);
 }
 
 void TestWindowPump::closingIsRefusedAndReported()

@@ -83,6 +83,7 @@ void BasCommonTest::everySettingSurvivesARoundTrip_data()
     row("no form in CP932", "é𠮷😀", "é𠮷😀", QByteArray("\xEF\xBB\xBF"));
     row("CP932 that looks like UTF-8", "ﾃｽﾃｽ", "abc", QByteArray("[DataBase]"));
     row("stored as a byte order mark", "abc", QString(QChar(0xFF00)), QByteArray());
+    row("stored with blanks of other kinds", "abc", QStringLiteral("、a¡"), QByteArray());
     row("next to the surrogates", "abc", QString(QChar(0xE000)), QByteArray());
 }
 
@@ -100,6 +101,7 @@ void BasCommonTest::everySettingSurvivesARoundTrip()
     QCOMPARE(sSaveSettings(session), QString());
     QFETCH(QByteArray, startOfFile);
     QCOMPARE(read(session.gIniPath).left(startOfFile.size()), startOfFile);
+    QVERIFY(!QFile::permissions(session.gIniPath).testFlag(QFile::ReadOther)); // it holds the password
 
     Session again;
     again.programFolder = folder.path();

@@ -56,6 +56,8 @@ void StatementsTest::passwordsAreMasked()
              "grant all on `it's`.* to u identified by '***'");
     QCOMPARE(maskedPasswords("set password = 'abc"), "set password = '***'"); // the quote is never closed
     QCOMPARE(maskedPasswords("select PASSWORD(\"x\")"), "select PASSWORD(\"***\")");
+    QCOMPARE(maskedPasswords("change master to master_password='x'"),
+             "change master to master_password='***'");
 }
 
 QTEST_APPLESS_MAIN(StatementsTest)
