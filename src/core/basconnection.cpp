@@ -2,6 +2,18 @@
 
 #include "core/statements.h"
 
+namespace {
+
+// In the braces of ODBC where the value would end too soon, lose its blanks or be taken for one in braces:
+// what came after it would reach another database, port or account.
+QString valueOf(const QString &text)
+{
+    const bool isPlain = !text.contains(u';') && !text.startsWith(u'{') && text == text.trimmed();
+    return isPlain ? text : u'{' + QString(text).replace(u'}', QStringLiteral("}}")) + u'}';
+}
+
+} // namespace
+
 QString noDataSource()
 {
     return QStringLiteral("(なし)");
@@ -12,12 +24,12 @@ QString connectionStringOf(const Session &session)
     if (trimmedBlanks(session.gDsn) != noDataSource())
         return session.gDsn;
     QString text = QStringLiteral("driver={") + session.gDriver + u'}' + QStringLiteral(";server=") +
-                   session.gServer + QStringLiteral(";uid=") + session.gUser;
+                   valueOf(session.gServer) + QStringLiteral(";uid=") + valueOf(session.gUser);
     if (!session.gPass.isEmpty())
-        text += QStringLiteral(";pwd=") + session.gPass;
-    text += QStringLiteral(";port=") + session.gPort;
+        text += QStringLiteral(";pwd=") + valueOf(session.gPass);
+    text += QStringLiteral(";port=") + valueOf(session.gPort);
     if (!session.gDbName.isEmpty())
-        text += QStringLiteral(";database=") + session.gDbName;
+        text += QStringLiteral(";database=") + valueOf(session.gDbName);
     return text;
 }
 

@@ -1,4 +1,5 @@
 #include "connectiontests.h"
+#include "core/basconnection.h"
 
 class ConnectionValuesTest : public QObject {
     Q_OBJECT
@@ -6,6 +7,7 @@ class ConnectionValuesTest : public QObject {
 private Q_SLOTS:
     void initTestCase_data() { addBothConnections(); }
     void initTestCase();
+    void everyEntryReachesTheServer();
     void everyTypeIsTheServersOwnText_data();
     void everyTypeIsTheServersOwnText();
     void longCellsAreNeverCut();
@@ -30,6 +32,32 @@ void ConnectionValuesTest::initTestCase()
     m_server.run(
         QStringLiteral("delimiter |\ncreate procedure d.two() begin select 1 as first; select 2 as second; "
                        "end|\ncreate procedure d.failing() begin select 1; select * from nowhere; end|\n"));
+}
+
+// A ";" in the password would end it there; in the name of a database it would choose another one.
+void ConnectionValuesTest::everyEntryReachesTheServer()
+{
+    Session session;
+    session.gDsn = noDataSource();
+    session.gDriver = isBuiltIn() ? nativeDriverName() : QStringLiteral("MySQL ODBC 3.51 Driver");
+    session.gServer = QStringLiteral("127.0.0.1");
+    session.gPort = QString::number(m_server.port());
+    session.makeConnection = [this](const QString &string) { return createConnection(string, m_pump); };
+    QStringList names{"d;x", "{d", "{d}", "d}e;f", "}d;", "d;e}", "port=1"};
+    if (isBuiltIn())
+        names << " d"; // Connector/ODBC trims what stands in braces, too
+    for (const QString &name : names) {
+        session.gUser = session.gPass = session.gDbName = name;
+        m_server.run(
+            QStringLiteral(
+                "create or replace user `%1`@'%' identified by '%1'; create or replace database `%1`; "
+                "grant all on *.* to `%1`@'%'")
+                .arg(name));
+        QString why;
+        QVERIFY2(fConnect(session, &why), qPrintable(name + why));
+        QCOMPARE(session.connection().execute("select user(), database()").text(1), name);
+        sDisconnect(session);
+    }
 }
 
 void ConnectionValuesTest::everyTypeIsTheServersOwnText_data()
