@@ -1,5 +1,7 @@
 #include "controls/gridcopy.h"
 
+#include "core/hexliteral.h"
+
 #include <algorithm>
 
 namespace {
@@ -118,12 +120,6 @@ bool isNumber(std::string_view text, bool allowsLeadingZeros)
             return false;
     }
     return at == text.size();
-}
-
-bool isHexLiteral(std::string_view text)
-{
-    return text.size() > 2 && text.size() % 2 == 0 && text.starts_with("0x") &&
-           text.find_first_not_of("0123456789abcdefABCDEF", 2) == text.npos;
 }
 
 std::string asSql(std::string_view text, FieldKind kind)

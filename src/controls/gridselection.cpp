@@ -69,7 +69,11 @@ QString copiedSelection(const FlexGridModel &model, const QItemSelection &select
     for (const int column : columns)
         fields.push_back(model.fields()[static_cast<std::size_t>(column)]);
     GridCopy copy(format, std::move(fields), table.isEmpty() ? QStringLiteral("table_name") : table);
-    const bool takesAll = coversAlike(selection);
+    // Cells that were not chosen stay empty where they only keep the others in their places. In a record they
+    // would be values that no row has.
+    const bool mayLeaveOut =
+        format == CopyFormat::TabSeparated || format == CopyFormat::TabSeparatedWithHeader;
+    const bool takesAll = !mayLeaveOut || coversAlike(selection);
     std::vector<Cell> cells(columns.size());
     for (const Span &span : rowSpans)
         for (int row = span.first; row <= span.last; ++row) {

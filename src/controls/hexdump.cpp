@@ -1,5 +1,7 @@
 #include "controls/hexdump.h"
 
+#include "core/hexliteral.h"
+
 #include <algorithm>
 #include <charconv>
 
@@ -31,9 +33,7 @@ std::string hexDump(std::string_view bytes)
 
 std::string bytesOfLiteral(std::string_view text)
 {
-    const bool isLiteral = text.size() > 2 && text.size() % 2 == 0 && text.starts_with("0x") &&
-                           text.find_first_not_of("0123456789abcdefABCDEF", 2) == text.npos;
-    if (!isLiteral)
+    if (!isHexLiteral(text))
         return std::string(text);
     std::string bytes;
     bytes.reserve(text.size() / 2);

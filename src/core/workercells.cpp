@@ -1,5 +1,7 @@
 #include "core/workercells.h"
 
+#include "core/hexliteral.h"
+
 #include <QStringDecoder>
 
 #include <algorithm>
@@ -37,7 +39,7 @@ std::string hexDigits(std::string_view bytes)
 
 void addBinaryCell(RowBlock &block, std::string_view bytes)
 {
-    if (isReadableText(bytes))
+    if (isReadableText(bytes) && !isHexLiteral(bytes))
         block.addCell(bytes);
     else
         block.addCell(hexDigits(bytes));

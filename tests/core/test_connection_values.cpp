@@ -100,6 +100,7 @@ void ConnectionValuesTest::everyTypeIsTheServersOwnText_data()
     add("binary(4)", "'ab'", "0x61620000", binary);
     add("varbinary(20)", "'漢字\\t'", "漢字\t", binary);
     add("varbinary(20)", "x'C3'", "0xC3", binary);
+    add("varbinary(20)", "'0x41'", "0x30783431", binary);
     add("varbinary(20)", "''", "", binary);
     add("varbinary(20)", "x'C285'", "0xC285", binary);
     add("blob", "x'DEADBEEF'", "0xDEADBEEF", binary);
