@@ -9,10 +9,12 @@
 #include "core/statements.h"
 
 #include <QCloseEvent>
+#include <QFocusEvent>
 #include <QSignalBlocker>
 #include <QTimer>
 
 #include <new>
+#include <optional>
 
 namespace {
 
@@ -27,6 +29,21 @@ bool isOne(const QString &setting)
 QString setting(bool isOn)
 {
     return isOn ? QStringLiteral("1") : QStringLiteral("0");
+}
+
+// What went wrong, if anything did.
+using Failure = std::optional<QString>;
+
+Failure failureOf(const std::function<void()> &work)
+{
+    try {
+        work();
+        return {};
+    } catch (const SqlError &error) {
+        return error.description();
+    } catch (const std::bad_alloc &) {
+        return QStringLiteral("メモリが不足しています。");
+    }
 }
 
 } // namespace
@@ -231,28 +248,17 @@ void frmSql::cmdExec_Click()
 
 void frmSql::execute()
 {
-    QString description;
-    try {
-        const ConsoleRun::Result result = m_run.execute(request());
-        if (result == ConsoleRun::Result::NoRows)
-            m_dialogue->inform(QStringLiteral("正常終了"));
-        else if (!isRunning())
-            m_dialogue->inform(interrupted);
-        return;
-    } catch (const SqlError &error) {
-        description = error.description();
-    } catch (const std::bad_alloc &) {
-        description = QStringLiteral("メモリが不足しています。");
-    }
-    if (isRunning())
-        showFailure(description);
-    else
+    ConsoleRun::Result result = ConsoleRun::Result::NoRows;
+    const Failure failure = failureOf([&] { result = m_run.execute(request()); });
+    if (!failure && result == ConsoleRun::Result::NoRows)
+        m_dialogue->inform(QStringLiteral("正常終了"));
+    else if (!isRunning())
         m_dialogue->inform(interrupted);
-    try {
-        m_run.keepWhatWasRead();
-    } catch (const SqlError &error) {
-        showFailure(error.description());
-    }
+    else if (failure)
+        showFailure(*failure);
+
+    if (const Failure second = failureOf([this] { m_run.keepWhatWasRead(); }))
+        showFailure(*second);
 }
 
 void frmSql::showFailure(const QString &description)
@@ -347,12 +353,15 @@ void frmSql::offerWords()
 void frmSql::showHistory(const QString &statement)
 {
     if (!statement.isNull())
-        c.txtSql->setContents(statement);
+        c.txtSql->replaceContents(statement);
 }
 
 bool frmSql::eventFilter(QObject *watched, QEvent *event)
 {
-    if (watched == c.txtError && event->type() == QEvent::FocusIn)
-        c.txtError->selectAll();
+    // A context menu that closes only gives the focus back. The press that gave the focus comes after it and
+    // would take the selection away again.
+    if (watched == c.txtError && event->type() == QEvent::FocusIn &&
+        static_cast<QFocusEvent *>(event)->reason() != Qt::PopupFocusReason)
+        QTimer::singleShot(0, c.txtError, &QPlainTextEdit::selectAll);
     return QWidget::eventFilter(watched, event);
 }

@@ -34,7 +34,7 @@ QWidget *statementArea(SqlControls &c)
     layout->addWidget(c.lblState, 0, 0, 1, 2);
     layout->addWidget(c.txtSql, 1, 0);
     auto *buttons = new QVBoxLayout;
-    for (QPushButton *button : {c.cmdExec, c.cmdStop, c.cmdAnalyze})
+    for (QPushButton *button : {c.cmdExec, c.cmdStop, c.cmdAnalyze, c.cmdVariabl})
         buttons->addWidget(button);
     buttons->addStretch(1);
     layout->addLayout(buttons, 1, 1);
@@ -67,7 +67,6 @@ void layOutVariables(SqlControls &c)
     auto *entry = new QHBoxLayout;
     entry->addWidget(c.txtVariablename, 1);
     entry->addWidget(c.cmdVariable);
-    entry->addWidget(c.cmdVariabl);
     layout->addLayout(entry, 2, 0);
     auto *hints = new QVBoxLayout;
     for (QLabel *hint :

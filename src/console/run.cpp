@@ -9,8 +9,10 @@
 
 #include <QDir>
 #include <QProcess>
+#include <QStandardPaths>
 
 #include <limits>
+#include <new>
 
 namespace {
 
@@ -92,17 +94,27 @@ void ConsoleRun::stop()
         m_session.gCn->cancel();
 }
 
-void ConsoleRun::readIntoViews()
+void ConsoleRun::readIntoGrid()
 {
-    m_hasText = false;
-    {
-        const RedrawOff redrawOff(m_views.grid);
+    const RedrawOff redrawOff(m_views.grid);
+    try {
         readRows([this] {
             m_views.grid.appendRow(m_rows.cells());
             for (const Cell &cell : m_rows.cells())
                 m_byteCount += (cell.isNull ? 4 : cell.bytes.size()) + 1;
         });
+    } catch (const std::bad_alloc &) {
+        // To show the rows takes memory as well, and the toolkit crashes without.
+        m_views.grid.clearGrid();
+        m_hasText = true;
+        throw;
     }
+}
+
+void ConsoleRun::readIntoViews()
+{
+    m_hasText = false;
+    readIntoGrid();
     const QString path = outputPath();
     if (m_request.savesText) {
         saveText(path);
@@ -196,9 +208,13 @@ void ConsoleRun::startEditor(const QString &path)
 {
     if (m_session.gTextEditor.trimmed().isEmpty())
         return;
+    // A program, whose path may hold blanks, or a command line with arguments of its own.
+    QStringList command{m_session.gTextEditor};
+    if (QStandardPaths::findExecutable(m_session.gTextEditor).isEmpty())
+        command = QProcess::splitCommand(m_session.gTextEditor);
     QProcess process;
-    process.setProgram(m_session.gTextEditor);
-    process.setArguments({QDir::toNativeSeparators(path)});
+    process.setProgram(command.value(0));
+    process.setArguments(command.mid(1) << QDir::toNativeSeparators(path));
     if (!process.startDetached())
         throw SqlError(m_session.gTextEditor + QStringLiteral(": ") + process.errorString());
 }

@@ -38,10 +38,12 @@ public:
     }
 
     // Throws SqlError when the server or the system refuses, and when stop() ended it. What was read until
-    // then is in the grid or, as whole lines, in the file.
+    // then is in the grid or, as whole lines, in the file. Throws std::bad_alloc, too; rows that the memory
+    // is too small for are let go.
     Result execute(const RunRequest &request);
     // After an execution that threw: puts what was read into the text box and, had it been stopped, into the
-    // file. Apart from execute() because it takes its time: the user hears of the stop first.
+    // file. Apart from execute() because it takes its time: the user hears of the stop first. Throws as
+    // execute() does.
     void keepWhatWasRead();
     // Ends the statement that waits for its server, or closes the record set that is being read.
     void stop();
@@ -49,6 +51,7 @@ public:
 
 private:
     void readIntoViews();
+    void readIntoGrid();
     void readIntoFile();
     void readRows(const std::function<void()> &take);
     void moveNext();

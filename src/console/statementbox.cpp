@@ -26,6 +26,13 @@ void accept(QDropEvent *event)
 
 } // namespace
 
+void StatementBox::replaceContents(const QString &text)
+{
+    selectAll();
+    replaceSelectedText(text);
+    setCursorPosition(0, 0);
+}
+
 void StatementBox::dragEnterEvent(QDragEnterEvent *event)
 {
     accept(event);
@@ -44,16 +51,21 @@ void StatementBox::dropEvent(QDropEvent *event)
     if (const QString path = firstFile(event->mimeData()); !path.isEmpty())
         load(path);
     else
-        setContents(event->mimeData()->text());
+        replaceContents(event->mimeData()->text());
 }
 
 void StatementBox::load(const QString &path)
 {
     QFile file(path);
     if (file.open(QIODevice::ReadOnly)) {
-        const QByteArray bytes = file.readAll();
+        const QString text = fromCodePage(file.readAll());
+        // The editor would end the statement there without a word.
+        if (text.contains(QChar::Null)) {
+            Q_EMIT refused(path + QStringLiteral(": NUL文字を含むため、SQL文として読み込めません。"));
+            return;
+        }
         if (file.error() == QFileDevice::NoError) {
-            setContents(fromCodePage(bytes));
+            replaceContents(text);
             return;
         }
     }

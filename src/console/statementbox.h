@@ -12,6 +12,9 @@ public:
     {
     }
 
+    // As setContents(), but what stood there comes back by undo.
+    void replaceContents(const QString &text);
+
 Q_SIGNALS:
     // A dropped file could not be read; in the system's words.
     void refused(const QString &description);

@@ -1,3 +1,4 @@
+#include "controls/made.h"
 #include "controls/optiongroup.h"
 #include "inout/frminout.h"
 
@@ -9,14 +10,6 @@
 #include <QRadioButton>
 
 namespace {
-
-template <class Control>
-Control *named(const char *name, const QString &caption)
-{
-    auto *control = new Control(caption);
-    control->setObjectName(QLatin1String(name));
-    return control;
-}
 
 QHBoxLayout *row(std::initializer_list<QWidget *> widgets)
 {
@@ -30,19 +23,19 @@ QHBoxLayout *row(std::initializer_list<QWidget *> widgets)
 } // namespace
 
 InOutControls::InOutControls(QWidget &window)
-    : optInOut_0(named<QRadioButton>("optInOut_0", QStringLiteral("出力")))
-    , optInOut_1(named<QRadioButton>("optInOut_1", QStringLiteral("読み込み")))
-    , optRorI_0(named<QRadioButton>("optRorI_0", QStringLiteral("上書き")))
-    , optRorI_1(named<QRadioButton>("optRorI_1", QStringLiteral("ｽｷｯﾌﾟ")))
-    , lblTitle(named<QLabel>("lblTitle", QStringLiteral("OUT FILE：")))
-    , Label1(named<QLabel>("Label1", QStringLiteral("TABLE：")))
-    , lblTableName(named<QLabel>("lblTableName", {}))
-    , txtFilename(named<QLineEdit>("txtFilename", {}))
-    , fraRorI(named<QGroupBox>("fraRorI", QStringLiteral("KEY重複ﾚｺｰﾄﾞ")))
-    , cmdFolder(named<QPushButton>("cmdFolder", QStringLiteral("...")))
-    , cmdOut(named<QPushButton>("cmdOut", QStringLiteral("出力")))
-    , cmdIn(named<QPushButton>("cmdIn", QStringLiteral("読み込み")))
-    , cmdCancel(named<QPushButton>("cmdCancel", QStringLiteral("Cancel")))
+    : optInOut_0(made<QRadioButton>("optInOut_0", QStringLiteral("出力")))
+    , optInOut_1(made<QRadioButton>("optInOut_1", QStringLiteral("読み込み")))
+    , optRorI_0(made<QRadioButton>("optRorI_0", QStringLiteral("上書き")))
+    , optRorI_1(made<QRadioButton>("optRorI_1", QStringLiteral("ｽｷｯﾌﾟ")))
+    , lblTitle(made<QLabel>("lblTitle", QStringLiteral("OUT FILE：")))
+    , Label1(made<QLabel>("Label1", QStringLiteral("TABLE：")))
+    , lblTableName(made<QLabel>("lblTableName"))
+    , txtFilename(made<QLineEdit>("txtFilename"))
+    , fraRorI(made<QGroupBox>("fraRorI", QStringLiteral("KEY重複ﾚｺｰﾄﾞ")))
+    , cmdFolder(made<QPushButton>("cmdFolder", QStringLiteral("...")))
+    , cmdOut(made<QPushButton>("cmdOut", QStringLiteral("出力")))
+    , cmdIn(made<QPushButton>("cmdIn", QStringLiteral("読み込み")))
+    , cmdCancel(made<QPushButton>("cmdCancel", QStringLiteral("Cancel")))
 {
     lblTableName->setTextFormat(Qt::PlainText);
     txtFilename->setMinimumWidth(420);

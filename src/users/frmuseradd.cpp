@@ -156,11 +156,21 @@ void frmUserAdd::showNewAccount()
     setText(*c.lstAddDB, QStringLiteral("*"));
     setText(*c.cboAddDB, QStringLiteral("*"));
     cboAddDB_Click();
-    for (const Boxes *boxes : {&c.ckPrivType, &c.ckDBPrivType, &c.ckTablePrivType})
-        setAll(*boxes, false);
-    c.lstDB->clearItems();
-    c.lstTable->clearItems();
+    setAll(c.ckPrivType, false);
+    clearGrants();
     setExistingAccountMode(false);
+}
+
+// With its lists nothing is chosen any more: no command may act on what was chosen for another account.
+void frmUserAdd::clearGrants()
+{
+    UserControls &c = m_controls;
+    for (ChosenList *list : {c.lstDB, c.lstTable})
+        list->clearItems();
+    for (QLabel *chosen : {c.lblDbName, c.lblTableNameDB, c.lblTableName})
+        chosen->clear();
+    setAll(c.ckDBPrivType, false);
+    setAll(c.ckTablePrivType, false);
 }
 
 void frmUserAdd::showAccount(const Account &account)
@@ -172,10 +182,7 @@ void frmUserAdd::showAccount(const Account &account)
     c.txtPassword->setProperty(tag, placeholder);
     c.lblHostName->setText(account.host);
     c.lblUserName->setText(account.user);
-    c.lstDB->clearItems();
-    c.lstTable->clearItems();
-    setAll(c.ckDBPrivType, false);
-    setAll(c.ckTablePrivType, false);
+    clearGrants();
     trap([&] { readAccount(account); });
 }
 
@@ -328,7 +335,9 @@ AccountForm frmUserAdd::form() const
     form.databases = c.lstDB->texts();
     form.tables = c.lstTable->texts();
     form.shownDatabase = c.lblDbName->text();
-    form.addDatabase = textOf(*c.lstAddDB);
+    // A grant may be for a database that is gone: nothing is selected then, and the server takes "" for a
+    // name.
+    form.addDatabase = c.lstAddDB->selectedItems().isEmpty() ? QStringLiteral("*") : textOf(*c.lstAddDB);
     form.shownTableDatabase = c.lblTableNameDB->text();
     form.shownTable = c.lblTableName->text();
     form.addTableDatabase = c.cboAddDB->currentText();

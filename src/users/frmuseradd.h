@@ -29,6 +29,7 @@ private:
 
     void lstUser_Click();
     void showNewAccount();
+    void clearGrants();
     void showAccount(const Account &account);
     void readAccount(const Account &account);
     void setExistingAccountMode(bool isExisting);

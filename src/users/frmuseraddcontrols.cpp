@@ -1,6 +1,7 @@
 #include "users/frmuseraddcontrols.h"
 
 #include "controls/chosenlist.h"
+#include "controls/made.h"
 
 #include <QCheckBox>
 #include <QComboBox>
@@ -12,16 +13,9 @@
 
 namespace {
 
-template <class Control>
-Control *named(Control *control, const QString &name)
-{
-    control->setObjectName(name);
-    return control;
-}
-
 QPushButton *button(const char *name, const QString &caption)
 {
-    auto *result = named(new QPushButton(caption), QLatin1String(name));
+    auto *result = made<QPushButton>(name, caption);
     // Enter in a text box must not press a button that nobody looked at.
     result->setAutoDefault(false);
     return result;
@@ -29,7 +23,7 @@ QPushButton *button(const char *name, const QString &caption)
 
 QLabel *stateLabel(const char *name, const QString &caption)
 {
-    auto *label = named(new QLabel(caption), QLatin1String(name));
+    auto *label = made<QLabel>(name, caption);
     label->setTextFormat(Qt::PlainText);
     label->setFrameShape(QFrame::StyledPanel);
     return label;
@@ -37,7 +31,7 @@ QLabel *stateLabel(const char *name, const QString &caption)
 
 ChosenList *list(const char *name, const QString &title, const QString &toolTip, const QString &whenEmpty)
 {
-    auto *result = named(new ChosenList, QLatin1String(name));
+    auto *result = made<ChosenList>(name);
     result->setMinimumHeight(70);
     result->setAccessibleName(title);
     result->setToolTip(toolTip);
@@ -200,15 +194,15 @@ UserControls::UserControls(QWidget &window)
     , lstAddTable(list("lstAddTable", QStringLiteral("ﾃｰﾌﾞﾙ"),
                        QStringLiteral("権限を与えるﾃｰﾌﾞﾙを選択します。"),
                        QStringLiteral("上でﾃﾞｰﾀﾍﾞｰｽを選択するとﾃｰﾌﾞﾙを表示します。")))
-    , cboAddDB(named(new QComboBox, QStringLiteral("cboAddDB")))
+    , cboAddDB(made<QComboBox>("cboAddDB"))
     , lblHostName(stateLabel("lblHostName", QStringLiteral("Host")))
     , lblUserName(stateLabel("lblUserName", QStringLiteral("USER")))
     , lblDbName(stateLabel("lblDbName", {}))
     , lblTableNameDB(stateLabel("lblTableNameDB", {}))
     , lblTableName(stateLabel("lblTableName", {}))
-    , txtUser(named(new QLineEdit, QStringLiteral("txtUser")))
-    , txtHost(named(new QLineEdit, QStringLiteral("txtHost")))
-    , txtPassword(named(new QLineEdit, QStringLiteral("txtPassword")))
+    , txtUser(made<QLineEdit>("txtUser"))
+    , txtHost(made<QLineEdit>("txtHost"))
+    , txtPassword(made<QLineEdit>("txtPassword"))
     , ckPrivType(checkBoxes("ckPrivType", globalPrivileges()))
     , ckDBPrivType(checkBoxes("ckDBPrivType", databasePrivileges()))
     , ckTablePrivType(checkBoxes("ckTablePrivType", tablePrivileges()))

@@ -175,14 +175,17 @@ void ExecutionTest::theEditorGetsTheFile()
     script.write("#!/bin/sh\ncat \"$1\" > \"$1.part\"\nmv \"$1.part\" \"$(dirname \"$1\")/opened\"\n");
     script.close();
     script.setPermissions(QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner);
-    console.session.gTextEditor = script.fileName();
     console.session.gMemo1 = console.session.gMemo2 = QStringLiteral("1");
     console.open();
-    console.run(statement);
-    QTRY_VERIFY(QFile::exists(opened));
-    QFile copy(opened);
-    QVERIFY(copy.open(QIODevice::ReadOnly));
-    QCOMPARE(copy.readAll(), console.file());
+    for (const QString &editor : {script.fileName(), QStringLiteral("sh \"%1\"").arg(script.fileName())}) {
+        console.session.gTextEditor = editor;
+        console.run(statement);
+        QTRY_VERIFY2(QFile::exists(opened), qPrintable(editor));
+        QFile copy(opened);
+        QVERIFY(copy.open(QIODevice::ReadOnly));
+        QCOMPARE(copy.readAll(), console.file());
+        QVERIFY(copy.remove());
+    }
 
     console.session.gTextEditor = console.folder.filePath("no such editor");
     QProcess nothing;

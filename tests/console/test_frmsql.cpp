@@ -21,6 +21,7 @@ private Q_SLOTS:
     void theFolderIsKeptWhenTheDialogIsCancelled();
     void theEditorIsChosenInItsDialog();
     void keysRunTheStatement();
+    void aClickSelectsTheLastError();
     void statementsComeBackAfterARestart();
 };
 
@@ -243,6 +244,8 @@ void FrmSqlTest::aDroppedFileReplacesTheStatement()
     text.setText("select 2");
     drop(box, &text);
     QCOMPARE(box.contents(), "select 2");
+    box.undo();
+    QCOMPARE(box.contents(), "select '表示'\r\n");
 }
 
 void FrmSqlTest::theFolderIsKeptWhenTheDialogIsCancelled()
@@ -290,6 +293,19 @@ void FrmSqlTest::keysRunTheStatement()
         QCOMPARE(box.contents(), "do 1");
     }
     QCOMPARE(console.script.sent, (QStringList{"do 1", "do 1"}));
+}
+
+void FrmSqlTest::aClickSelectsTheLastError()
+{
+    ConsoleFixture console;
+    console.open();
+    console.window->show();
+    QVERIFY(QTest::qWaitForWindowActive(console.window));
+    auto &box = console.control<QPlainTextEdit>("txtError");
+    box.setPlainText("the server's words");
+    QTest::mouseClick(box.viewport(), Qt::LeftButton);
+    QCoreApplication::processEvents();
+    QCOMPARE(box.textCursor().selectedText(), "the server's words");
 }
 
 void FrmSqlTest::statementsComeBackAfterARestart()

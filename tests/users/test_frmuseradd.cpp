@@ -1,6 +1,7 @@
 #include "stage.h"
 
 #include <QComboBox>
+#include <QLabel>
 
 class FrmUserAddTest : public QObject {
     Q_OBJECT
@@ -11,6 +12,7 @@ private Q_SLOTS:
     void anAccountIsShownWithItsGrants();
     void aChangeReplacesRightsAndPassword();
     void grantsOnADatabaseAreAddedChangedAndDeleted();
+    void noCommandActsOnWhatIsNotChosen();
     void grantsOnATableAreAddedChangedAndDeleted();
     void whoMayNotReadMysqlUserSeesNoAccounts();
     void typingReplacesThePlaceholder();
@@ -120,6 +122,20 @@ void FrmUserAddTest::grantsOnADatabaseAreAddedChangedAndDeleted()
     stage.click("cmdDbGrantDel");
     QCOMPARE(stage.items("lstDB"), QStringList("d1"));
     QVERIFY(!grants("anna@'%'").contains("`d2`.*"));
+}
+
+void FrmUserAddTest::noCommandActsOnWhatIsNotChosen()
+{
+    m_server.run("grant select on gone.* to anna");
+    UserStage stage(m_server.nativeString());
+    stage.choose("lstUser", "%\tanna");
+    stage.choose("lstDB", "gone");
+    stage.dialogue.expectInform("DBを選択して下さい。");
+    stage.click("cmdDbGrantEdit");
+    QVERIFY(grants("anna@'%'").contains("`gone`.*"));
+
+    stage.choose("lstUser", "%\tdemo");
+    QCOMPARE(stage.control<QLabel>("lblDbName").text(), "");
 }
 
 void FrmUserAddTest::grantsOnATableAreAddedChangedAndDeleted()
