@@ -1,6 +1,7 @@
 #include "core/lostanswer.h"
 
 #include "core/basconnection.h"
+#include "core/statements.h"
 
 #include <utility>
 
@@ -14,7 +15,7 @@ void reconnect(Session &session)
     auto connection = session.makeConnection(connectionStringOf(session));
     connection->open();
     if (!session.gDbName.isEmpty())
-        connection->execute(QStringLiteral("use `") + session.gDbName + u'`');
+        connection->execute(useStatement(session.gDbName));
     session.gRs.close();
     session.gCn = std::move(connection);
 }

@@ -35,10 +35,18 @@ public:
 class RecordSet {
 public:
     RecordSet() = default; // what a statement without rows gives
+    // The same, with a word to the user.
+    explicit RecordSet(QString note)
+        : m_note(std::move(note))
+    {
+    }
     explicit RecordSet(std::unique_ptr<RowSource> source);
 
     bool isOpen() const { return m_source && m_source->isOpen(); }
     void close() { m_source.reset(); }
+
+    // What the user should know though the statement succeeded; mostly empty.
+    const QString &note() const { return m_note; }
 
     int fieldCount() const { return static_cast<int>(m_fields.size()); }
     const std::vector<Field> &fields() const { return m_fields; }
@@ -70,4 +78,5 @@ private:
     int m_row = -1; // row of m_block that m_cells shows; -1 before the first
     bool m_atEnd = false;
     std::function<void(int)> m_counter;
+    QString m_note;
 };

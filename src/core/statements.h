@@ -2,10 +2,17 @@
 
 #include <QString>
 
-// The pieces of SQL text that several commands share. Nothing is escaped; only the database is quoted.
+// The pieces of SQL text that several commands share.
 
-// "`" database "`." name: the name stands bare, that is the system's rule.
+// "`" database "`." name: nothing is escaped and the name stands bare, that is the system's rule.
 QString qualifiedName(const QString &database, const QString &name);
+QString showCreateTable(const QString &qualifiedTable);
+
+// For statements that the program composes for itself, where any name must do.
+QString quotedName(QString name);
+QString quotedName(const QString &database, const QString &name);
+QString quotedText(QString text); // holds where backslash escapes are on
+QString useStatement(const QString &database);
 
 // Throws SqlError for names that would make a statement act on another object instead of being refused: bare,
 // the server reads "a#b" as a and a comment, "a;" as a and an end, "a CASCADE" as a and a word, " a" as a.

@@ -189,8 +189,10 @@ RecordSet WorkerConnection::execute(const QString &statement)
     // The first rows come along, so that a small statement costs one trip to the worker.
     const Work work = [statement, number](Driver &driver, Results &results, Answer &answer) {
         std::unique_ptr<DriverResult> result = driver.execute(statement);
-        if (!result)
+        if (!result) {
+            answer.note = driver.note();
             return;
+        }
         answer.fields = result->fields();
         answer.hasMore = result->fetch(answer.block);
         if (answer.hasMore)
@@ -200,7 +202,7 @@ RecordSet WorkerConnection::execute(const QString &statement)
     try {
         Answer answer = line->wait(job);
         if (answer.fields.empty())
-            return {};
+            return RecordSet(std::move(answer.note));
         return RecordSet(std::make_unique<Rows>(line, number, std::move(answer)));
     } catch (const SqlError &) {
         // Stopped after all rows had been asked for: the worker may hold the rest.

@@ -73,7 +73,7 @@ void WorkerThread::perform(Job &job, Results &results)
         } catch (const SqlError &error) {
             answer.error = error;
         } catch (const std::bad_alloc &) {
-            answer.error = SqlError(QStringLiteral("メモリが足りません。"));
+            answer.error = SqlError(QStringLiteral("メモリが不足しています。"));
         }
     }
     settle();

@@ -20,6 +20,7 @@ struct Answer {
     std::optional<SqlError> error;
     Driver::Opened opened;
     std::vector<Field> fields; // none when the statement gave no rows
+    QString note;              // to the user, of such a statement
     RowBlock block;
     bool hasMore = false; // the worker holds a result with further rows
 };

@@ -17,7 +17,7 @@ std::optional<QString> chosenDropStatement(CommandContext &context, const QStrin
     QString kind;
     RecordSet &rows = context.session.gRs;
     try {
-        rows = context.session.connection().execute(QStringLiteral("show create table ") + object + u';');
+        rows = context.session.connection().execute(showCreateTable(object));
         if (!rows.isOpen() || rows.isEof())
             return QString(); // the server's refusal of an empty statement tells the user
         kind = trimmedBlanks(rows.fieldName(0));

@@ -1,7 +1,7 @@
 #include "maintenance/definition.h"
 
 #include "core/sqlerror.h"
-#include "maintenance/exactsession.h"
+#include "core/statements.h"
 #include "maintenance/objectfile.h"
 
 #include <QDir>

@@ -1,5 +1,7 @@
 #include "maintenance/exactsession.h"
 
+#include "core/statements.h"
+
 #include <vector>
 
 namespace {
@@ -27,22 +29,6 @@ std::vector<Setting> settings(const ServerInfo &server)
 }
 
 } // namespace
-
-QString quotedName(QString name)
-{
-    return u'`' + name.replace(u'`', QStringLiteral("``")) + u'`';
-}
-
-QString quotedName(const QString &database, const QString &name)
-{
-    return quotedName(database) + u'.' + quotedName(name);
-}
-
-QString quotedText(QString text)
-{
-    text.replace(u'\\', QStringLiteral("\\\\"));
-    return u'\'' + text.replace(u'\'', QStringLiteral("''")) + u'\'';
-}
 
 QString objectType(Connection &connection, const QString &database, const QString &name)
 {
@@ -89,11 +75,11 @@ ExactSession::ExactSession(Connection &connection, const QString &database)
     }
     m_putBack << QStringLiteral("SET SESSION ") + putBack.join(QStringLiteral(", "));
     if (!rows.isNull(0))
-        m_putBack << QStringLiteral("USE ") + quotedName(rows.text(0));
+        m_putBack << useStatement(rows.text(0));
     rows.close();
 
     // The default database first: where it fails, nothing has been set.
-    connection.execute(QStringLiteral("USE ") + quotedName(database));
+    connection.execute(useStatement(database));
     connection.execute(QStringLiteral("SET SESSION ") + set.join(QStringLiteral(", ")));
 }
 

@@ -2,12 +2,6 @@
 
 #include "core/connection.h"
 
-// Identifiers and texts of statements that the program composes for itself, where any name must do.
-QString quotedName(QString name);
-QString quotedName(const QString &database, const QString &name);
-// Holds where backslash escapes are on, as they are within an ExactSession.
-QString quotedText(QString text);
-
 // "BASE TABLE", "VIEW", "SEQUENCE", ...; empty when the database has nothing of that name.
 QString objectType(Connection &connection, const QString &database, const QString &name);
 

@@ -1,5 +1,6 @@
 #include "maintenance/foreignkeys.h"
 
+#include "core/statements.h"
 #include "maintenance/exactsession.h"
 
 #include <QRegularExpression>

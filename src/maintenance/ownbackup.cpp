@@ -1,5 +1,6 @@
 #include "maintenance/ownbackup.h"
 
+#include "core/statements.h"
 #include "maintenance/exactsession.h"
 #include "maintenance/objectfile.h"
 #include "maintenance/rowfile.h"

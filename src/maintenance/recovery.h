@@ -1,32 +1,21 @@
 #pragma once
 
-#include "core/lostanswer.h"
+#include "core/dialogue.h"
+#include "core/session.h"
+
+#include <functional>
+
+// What the user has to be told after a recovery; both empty when all is as it was before.
+struct RecoveryReport {
+    QString message; // where the rows are, what is left over
+    QString details; // statements that the user may need, for txtError only
+};
 
 // Undoes a change that failed: `fromDone` goes by what the program has done. Where the answer was lost, then
 // or while undoing, or where an impatient user stopped the undoing, a new connection is made and `fromFound`
 // goes by what it finds there; that is tried once. Throws SqlError when it fails.
-template <class FromDone, class FromFound>
-void recover(Session &session, bool answerLost, const FromDone &fromDone, const FromFound &fromFound)
-{
-    if (!answerLost) {
-        try {
-            fromDone();
-            return;
-        } catch (const SqlError &error) {
-            if (!isAnswerLost(session, error) && !error.isInterrupted())
-                throw;
-        }
-    }
-    reconnect(session);
-    fromFound();
-}
+void recover(Session &session, bool answerLost, const std::function<void()> &fromDone,
+             const std::function<void()> &fromFound);
 
-// The same for an object that is gone unless `make` brings it back.
-template <class Make>
-void remake(Session &session, bool answerLost, const QString &showCreateStatement, const Make &make)
-{
-    recover(session, answerLost, make, [&] {
-        if (!exists(session.connection(), showCreateStatement))
-            make();
-    });
-}
+// Shows the report, when there is something in it, and writes it beneath the error.
+void tellReport(Dialogue &dialogue, const QString &error, const RecoveryReport &report, bool withTip);

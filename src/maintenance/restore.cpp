@@ -2,7 +2,6 @@
 
 #include "core/statements.h"
 #include "maintenance/batch.h"
-#include "maintenance/exactsession.h"
 #include "maintenance/ownbackup.h"
 #include "maintenance/tablerestore.h"
 
@@ -38,12 +37,6 @@ void restoreByServer(CommandContext &context, const QString &database, const Res
                                          u'\'');
 }
 
-void restoreTable(Connection &connection, const QString &database, const Definition &definition)
-{
-    const ExactSession exact(connection, database);
-    TableRestore(connection, database, definition).run();
-}
-
 void restoreByProgram(CommandContext &context, const QString &database,
                       const std::vector<Definition> &definitions)
 {
@@ -53,8 +46,7 @@ void restoreByProgram(CommandContext &context, const QString &database,
         for (const Definition &definition : definitions) {
             context.dialogue.progress(static_cast<int>(definitions.size()),
                                       static_cast<int>(done.size()) + 1);
-            // Fetched for each table: window events between two may have closed the connection.
-            restoreTable(context.session.connection(), database, definition);
+            TableRestore(context.session, database, definition).run();
             done << definition.name;
         }
     } catch (const SqlError &error) {

@@ -1,7 +1,8 @@
 #include "maintenance/routines.h"
 
+#include "core/lostanswer.h"
 #include "core/statements.h"
-#include "maintenance/recovery.h"
+#include "maintenance/replacement.h"
 
 namespace {
 
@@ -16,79 +17,43 @@ QString dropRoutineStatement(const ListItem &routine, const QString &database)
 }
 
 // The routine's definition in the server's own words; empty when the account may not read it.
-QString readServerText(Session &session, const QString &showStatement)
+QString readServerText(Connection &connection, const QString &showStatement)
 {
     constexpr int definition = 2;
-    RecordSet rows = session.connection().execute(showStatement);
+    RecordSet rows = connection.execute(showStatement);
     if (!rows.isOpen() || rows.isEof() || rows.fieldCount() <= definition || rows.isNull(definition))
         return {};
     return rows.text(definition);
 }
 
-struct RoutineChange {
-    ListItem routine;
-    QString database, oldStatement;
-    QString serverText;
-    bool isDropped = false;
-
-    QString showStatement() const { return routineShowStatement(routine.tag, database, routine.name); }
-};
-
-void applyText(CommandContext &context, RoutineChange &change)
+void applyText(CommandContext &context, const ListItem &routine, Replacement &change)
 {
-    Session &session = context.session;
-    requireOwnName(change.database, change.routine.name);
+    const Selection &selection = context.selection;
+    Connection &connection = context.session.connection();
+    requireOwnName(change.database, routine.name);
     const QString newStatement =
-        withLf(createRoutineStatement(change.routine.tag, change.database, context.selection.txtProc));
+        withLf(createRoutineStatement(routine.tag, change.database, selection.txtProc));
+    change.name = QStringLiteral("ﾙｰﾁﾝ ") + qualifiedName(change.database, routine.name);
+    change.showStatement = routineShowStatement(routine.tag, change.database, routine.name);
     change.oldStatement =
-        withLf(createRoutineStatement(change.routine.tag, change.database, context.selection.lblCreateProc));
-    // The text that was shown has lost its backticks; only this one surely brings the routine back.
-    change.serverText = readServerText(session, change.showStatement());
+        withLf(createRoutineStatement(routine.tag, change.database, selection.lblCreateProc));
+    change.serverText = readServerText(connection, change.showStatement);
+    // The text that was shown has lost its backticks; only the server's surely brings the routine back.
     if (change.serverText.isEmpty())
         throw SqlError(QStringLiteral("定義を読む権限がなく、失敗すると元に戻せないため、変更しません。"));
-    session.connection().execute(dropRoutineStatement(change.routine, change.database));
+    connection.execute(dropRoutineStatement(routine, change.database));
     change.isDropped = true;
-    session.connection().execute(newStatement);
+    connection.execute(newStatement);
 }
 
-void makeOldRoutine(Session &session, const RoutineChange &change)
-{
-    try {
-        session.connection().execute(change.oldStatement);
-    } catch (const SqlError &error) {
-        if (change.serverText.isEmpty() || isAnswerLost(session, error))
-            throw;
-        // Its name is not qualified.
-        session.connection().execute(QStringLiteral("use `") + change.database + u'`');
-        session.connection().execute(change.serverText);
-    }
-}
-
-// Throws SqlError when the old routine could not be made again.
-void recoverRoutine(Session &session, const RoutineChange &change, bool answerLost)
-{
-    if (answerLost || change.isDropped)
-        remake(session, answerLost, change.showStatement(), [&] { makeOldRoutine(session, change); });
-}
-
-Outcome failChange(CommandContext &context, const RoutineChange &change, const SqlError &error)
+Outcome failChange(CommandContext &context, const Replacement &change, const SqlError &error)
 {
     Dialogue &dialogue = context.dialogue;
-    QString message;
     dialogue.setLastError(error.description(), false);
-    try {
-        recoverRoutine(context.session, change, isAnswerLost(context.session, error));
-    } catch (const SqlError &second) {
-        message =
-            second.description() + QStringLiteral("\n%1 を確認して下さい。元に戻せていない可能性があります。")
-                                       .arg(qualifiedName(change.database, change.routine.name));
-        dialogue.setLastError(error.description() + u'\n' + message + QStringLiteral("\n元の定義:\n") +
-                                  (change.serverText.isEmpty() ? change.oldStatement : change.serverText),
-                              false);
-    }
+    const RecoveryReport report =
+        recoverReplacement(context.session, change, isAnswerLost(context.session, error));
     dialogue.refuse(QStringLiteral("変更に失敗しました。"));
-    if (!message.isEmpty())
-        dialogue.refuse(message);
+    tellReport(dialogue, error.description(), report, false);
     return {};
 }
 
@@ -121,13 +86,13 @@ Outcome changeRoutine(CommandContext &context)
     const Selection &selection = context.selection;
     if (trimmedBlanks(selection.txtProc).isEmpty())
         return {};
-    RoutineChange change;
+    Replacement change;
+    change.database = selection.database;
     try {
-        change.routine = ListItem::required(selection.routine);
-        change.database = selection.database;
+        const ListItem routine = ListItem::required(selection.routine);
         if (!context.dialogue.confirm(selection.routine + QStringLiteral("を変更します。"), Icon::Critical))
             return {};
-        applyText(context, change);
+        applyText(context, routine, change);
     } catch (const SqlError &error) {
         return failChange(context, change, error);
     }

@@ -1,6 +1,6 @@
 #include "maintenance/rowfile.h"
 
-#include "maintenance/exactsession.h"
+#include "core/statements.h"
 #include "maintenance/tablechangetext.h"
 
 #include <QRegularExpression>

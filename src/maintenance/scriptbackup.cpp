@@ -47,8 +47,7 @@ void ScriptWriter::writeTable(const ListItem &item)
 {
     if (item.isError())
         return;
-    RecordSet &rows =
-        read(QStringLiteral("show create table ") + qualifiedName(m_database, item.name) + u';');
+    RecordSet &rows = read(showCreateTable(qualifiedName(m_database, item.name)));
     if (!rows.isEof()) {
         const QString kind = trimmedBlanks(rows.fieldName(0));
         if (kind == u"Table")

@@ -2,9 +2,9 @@
 
 #include "core/lostanswer.h"
 #include "core/statements.h"
+#include "maintenance/replacement.h"
 #include "maintenance/tablechangesettings.h"
 #include "maintenance/tablerecovery.h"
-#include "maintenance/viewchange.h"
 
 namespace {
 
@@ -13,12 +13,11 @@ struct ObjectText {
     QString serverText;
 };
 
-ObjectText readObject(Session &session, const QString &name)
+ObjectText readObject(Session &session, const QString &showStatement)
 {
     ObjectText object;
     RecordSet &rows = session.gRs;
-    rows = session.connection().execute(QStringLiteral("show create table ") +
-                                        qualifiedName(session.gDbName, name) + u';');
+    rows = session.connection().execute(showStatement);
     if (!rows.isOpen() || rows.isEof())
         return object;
     const QString kind = trimmedBlanks(rows.fieldName(0));
@@ -131,29 +130,19 @@ void rebuildTable(CommandContext &context, TableChange &change)
     context.dialogue.progress(5, 5);
 }
 
-void replaceView(CommandContext &context, ViewChange &change)
+void replaceView(CommandContext &context, const QString &view, Replacement &change)
 {
     context.dialogue.progress(3, 0);
     context.dialogue.progress(3, 1);
     // The server leaves the default database's name out of what it shows: where the console has chosen
     // another one since, the texts would make the view there.
-    if (shownCreateText(QStringLiteral("View"), change.serverText) != change.savedText)
-        context.session.connection().execute(QStringLiteral("use `") + change.database + u'`');
-    context.session.connection().execute(QStringLiteral("drop view ") + change.view());
+    if (shownCreateText(QStringLiteral("View"), change.serverText) != change.oldStatement)
+        context.session.connection().execute(useStatement(change.database));
+    context.session.connection().execute(QStringLiteral("drop view ") + view);
     change.isDropped = true;
     context.dialogue.progress(3, 2);
-    context.session.connection().execute(change.newText);
+    context.session.connection().execute(context.selection.txtField);
     context.dialogue.progress(3, 3);
-}
-
-void tellError(Dialogue &dialogue, const QString &error, const RecoveryReport &report)
-{
-    if (report.message.isEmpty())
-        return;
-    QStringList pieces{error, report.message, report.details};
-    pieces.removeAll(QString());
-    dialogue.setLastError(pieces.join(u'\n'), true);
-    dialogue.refuse(report.message);
 }
 
 template <class Recover>
@@ -163,7 +152,7 @@ Outcome fail(CommandContext &context, const SqlError &error, const Recover &reco
     context.dialogue.setLastError(error.description(), true);
     context.session.gRs.close();
     context.dialogue.refuse(QStringLiteral("ﾃｰﾌﾞﾙの変更に失敗しました。"));
-    tellError(context.dialogue, error.description(), recover(answerLost));
+    tellReport(context.dialogue, error.description(), recover(answerLost), true);
     context.dialogue.progressBar(0);
     return {};
 }
@@ -173,23 +162,21 @@ Outcome succeed(CommandContext &context, const RecoveryReport &afterwards = {})
     context.dialogue.progressBar(1);
     context.session.gRs.close();
     context.dialogue.inform(QStringLiteral("変更しました。"));
-    tellError(context.dialogue, {}, afterwards);
+    tellReport(context.dialogue, {}, afterwards, true);
     return {Reload::Objects};
 }
 
-Outcome changeView(CommandContext &context, const QString &serverText)
+Outcome changeView(CommandContext &context, const QString &showStatement, const QString &serverText)
 {
-    ViewChange change;
-    change.database = context.session.gDbName;
-    change.name = context.selection.lblTableName;
-    change.newText = context.selection.txtField;
-    change.savedText = context.selection.lblCreateTable;
-    change.serverText = serverText;
+    const QString &database = context.session.gDbName;
+    const QString view = qualifiedName(database, context.selection.lblTableName);
+    Replacement change{database, QStringLiteral("VIEW ") + view, showStatement,
+                       context.selection.lblCreateTable, serverText};
     try {
-        replaceView(context, change);
+        replaceView(context, view, change);
     } catch (const SqlError &error) {
         return fail(context, error,
-                    [&](bool isLost) { return recoverView(context.session, change, isLost); });
+                    [&](bool isLost) { return recoverReplacement(context.session, change, isLost); });
     }
     return succeed(context);
 }
@@ -214,9 +201,10 @@ Outcome changeTable(CommandContext &context)
     change.newName = fField_select(selection.txtField);
     change.shownText = selection.lblCreateTable;
     try {
-        const ObjectText object = readObject(context.session, change.oldName);
+        const QString showStatement = showCreateTable(change.oldTable());
+        const ObjectText object = readObject(context.session, showStatement);
         if (object.kind == ObjectKind::View)
-            return changeView(context, object.serverText);
+            return changeView(context, showStatement, object.serverText);
         change.kind = object.kind;
         change.serverText = object.serverText;
         if (change.newName.trimmed().isEmpty()) {
@@ -232,6 +220,6 @@ Outcome changeTable(CommandContext &context)
         return fail(context, error,
                     [&](bool isLost) { return recoverTable(context.session, change, isLost); });
     }
-    return succeed(context, reportOf(remakeTriggers(context.session, change.triggers, change.bareNewName(),
-                                                    change.newTable())));
+    return succeed(context,
+                   remakeTriggers(context.session, change.triggers, change.bareNewName(), change.newTable()));
 }

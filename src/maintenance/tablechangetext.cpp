@@ -1,7 +1,6 @@
 #include "maintenance/tablechangetext.h"
 
 #include "core/statements.h"
-#include "maintenance/exactsession.h"
 
 #include <QRegularExpression>
 

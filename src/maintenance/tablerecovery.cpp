@@ -1,30 +1,10 @@
 #include "maintenance/tablerecovery.h"
 
-#include "core/statements.h"
-#include "maintenance/recovery.h"
+#include "core/lostanswer.h"
 #include "maintenance/tablechangesettings.h"
+#include "maintenance/tablerecoverytext.h"
 
 namespace {
-
-enum class Rows { Untouched, InOldOrCopy, InCopy, InOld, InNew, Missing };
-
-Rows rowsAt(TableStage stage, bool answerLost)
-{
-    switch (stage) {
-    case TableStage::Nothing:
-    case TableStage::Copying:
-        return Rows::Untouched;
-    case TableStage::Dropping:
-        return answerLost ? Rows::InOldOrCopy : Rows::InOld;
-    case TableStage::Creating:
-    case TableStage::Filling:
-        return Rows::InCopy;
-    case TableStage::DroppingCopy:
-    case TableStage::Done:
-        break;
-    }
-    return Rows::InNew;
-}
 
 class TableRecovery {
 public:
@@ -44,8 +24,7 @@ public:
                 m_session, m_answerLost && !m_change.copy.isEmpty(), [this] { undo(m_change.stage); },
                 [this] { undo(stageFound()); });
             if (m_rows == Rows::InNew)
-                tell(QStringLiteral("ﾃｰﾌﾞﾙの変更は済んでいます。ﾃﾞｰﾀはﾃｰﾌﾞﾙ %1 にあります。")
-                         .arg(m_change.newTable()));
+                tell(changeIsDone(m_change));
         } catch (const SqlError &error) {
             tell(error.description());
             tellWhereRowsAre();
@@ -69,10 +48,13 @@ private:
         if (!m_messages.contains(text))
             m_messages << text;
     }
-    bool isThere(const QString &table)
+    void tellWhereRowsAre()
     {
-        return exists(m_session.connection(), QStringLiteral("show create table ") + table + u';');
+        tell(whereRowsAre(m_change, m_rows, m_isCopyGone));
+        if (isOldMissing(m_rows))
+            m_details << oldDefinition(m_change);
     }
+    bool isThere(const QString &table) { return exists(m_session.connection(), showCreateTable(table)); }
 
     QString rowCount(const QString &table)
     {
@@ -88,13 +70,10 @@ private:
     TableStage stageFound();
     void undo(TableStage stage);
     void dropNewTable();
-    void tellNewTableIsLeft();
     void makeOldTable();
     void fillOldTable();
     void dropCopy();
     void makeTriggers();
-    void tellWhereRowsAre();
-    void listOldDefinition();
 
     Session &m_session;
     const TableChange &m_change;
@@ -123,8 +102,7 @@ TableStage TableRecovery::stageFound()
     case TableStage::Copying:
         // Whether the copy is complete nobody knows, but the table still has its rows.
         if (hasCopy)
-            tell(QStringLiteral("ﾃｰﾌﾞﾙ %1 は変更されていません。ｺﾋﾟｰ %2 が残っています。")
-                     .arg(m_change.oldTable(), m_change.copy));
+            tell(copyIsLeft(m_change));
         return TableStage::Copying;
     case TableStage::Dropping:
         m_rows = hasOld ? Rows::InOld : Rows::InCopy;
@@ -135,7 +113,7 @@ TableStage TableRecovery::stageFound()
         break;
     case TableStage::Creating:
         if (m_answerLost && hasCopy && !hasOld && isThere(m_change.newTable()))
-            tellNewTableIsLeft();
+            tell(newTableIsLeft(m_change));
         if (hasCopy)
             return hasOld ? TableStage::Filling : TableStage::Creating;
         break;
@@ -192,7 +170,7 @@ void TableRecovery::undo(TableStage stage)
 void TableRecovery::dropNewTable()
 {
     // The name that follows is not qualified: it must not hit a table of another database.
-    execute(QStringLiteral("use `") + m_change.database + u'`');
+    execute(useStatement(m_change.database));
     try {
         execute(QStringLiteral("drop table ") + m_change.oldName);
     } catch (const SqlError &error) {
@@ -200,13 +178,8 @@ void TableRecovery::dropNewTable()
         if (error.number() != unknownTable)
             throw;
         if (!m_isReconnected || isThere(m_change.newTable()))
-            tellNewTableIsLeft(); // it bears another name
+            tell(newTableIsLeft(m_change)); // it bears another name
     }
-}
-
-void TableRecovery::tellNewTableIsLeft()
-{
-    tell(QStringLiteral("途中まで作成した新しいﾃｰﾌﾞﾙ %1 が残っています。").arg(m_change.newTable()));
 }
 
 void TableRecovery::makeOldTable()
@@ -240,85 +213,20 @@ void TableRecovery::makeTriggers()
 {
     if (!m_isOldMadeAgain && m_rows != Rows::InNew)
         return;
-    const RecoveryReport report = reportOf(
+    const RecoveryReport report =
         m_isOldMadeAgain
             ? remakeTriggers(m_session, m_change.triggers, m_change.oldName, m_change.oldTable())
-            : remakeTriggers(m_session, m_change.triggers, m_change.bareNewName(), m_change.newTable()));
+            : remakeTriggers(m_session, m_change.triggers, m_change.bareNewName(), m_change.newTable());
     if (report.message.isEmpty())
         return;
     m_messages << report.message;
     m_details << report.details;
 }
 
-void TableRecovery::tellWhereRowsAre()
-{
-    const QString old = m_change.oldTable();
-    const QString copyLeft =
-        m_isCopyGone || m_change.copy.isEmpty()
-            ? QString()
-            : QStringLiteral("ｺﾋﾟｰ %1 が残っていれば、確認のうえ削除して下さい。").arg(m_change.copy);
-    switch (m_rows) {
-    case Rows::Untouched:
-        tell(QStringLiteral("ﾃｰﾌﾞﾙ %1 は変更されていません。").arg(old) + copyLeft);
-        return;
-    case Rows::InOld:
-        tell(QStringLiteral("ﾃﾞｰﾀはﾃｰﾌﾞﾙ %1 にあります。").arg(old) + copyLeft);
-        return;
-    case Rows::InNew:
-        tell(QStringLiteral("ﾃｰﾌﾞﾙの変更は済んでいます。ﾃﾞｰﾀはﾃｰﾌﾞﾙ %1 にあります。")
-                 .arg(m_change.newTable()) +
-             copyLeft);
-        return;
-    case Rows::InOldOrCopy:
-        tell(QStringLiteral("ﾃﾞｰﾀはﾃｰﾌﾞﾙ %1 か、それがなければｺﾋﾟｰ %2 にあります。").arg(old, m_change.copy));
-        break;
-    case Rows::InCopy:
-        tell(QStringLiteral("ﾃｰﾌﾞﾙ %1 を元に戻せませんでした。ﾃﾞｰﾀはｺﾋﾟｰ %2 にあります。")
-                 .arg(old, m_change.copy));
-        break;
-    case Rows::Missing:
-        tell(QStringLiteral("ﾃｰﾌﾞﾙ %1 もｺﾋﾟｰ %2 も見つかりません。").arg(old, m_change.copy));
-        break;
-    }
-    listOldDefinition();
-}
-
-// What the user needs to make the table again by hand.
-void TableRecovery::listOldDefinition()
-{
-    m_details << QStringLiteral("元の定義:")
-              << (m_change.serverText.isEmpty() ? m_change.shownText : m_change.serverText);
-    for (const Trigger &trigger : m_change.triggers)
-        m_details << createTriggerStatement(trigger, m_change.database, m_change.oldTable());
-}
-
 } // namespace
-
-QString TableChange::oldTable() const
-{
-    return qualifiedName(database, oldName);
-}
-
-QString TableChange::newTable() const
-{
-    return qualifiedName(database, newName);
-}
-
-QString TableChange::bareNewName() const
-{
-    return withoutBackticks(newName).trimmed();
-}
 
 RecoveryReport recoverTable(Session &session, const TableChange &change, bool answerLost)
 {
     TableRecovery recovery(session, change, answerLost);
     return change.kind == ObjectKind::Other ? recovery.leave() : recovery.run();
-}
-
-RecoveryReport reportOf(const LostTriggers &lost)
-{
-    if (lost.names.isEmpty())
-        return {};
-    return {QStringLiteral("次のﾄﾘｶﾞｰを作り直せませんでした: ") + lost.names.join(QStringLiteral(", ")),
-            lost.statements.join(u'\n')};
 }

@@ -1,26 +1,22 @@
 #pragma once
 
-#include "core/connection.h"
-#include "core/sqlerror.h"
 #include "maintenance/definition.h"
 #include "maintenance/foreignkeys.h"
-#include "maintenance/tablechangetriggers.h"
+#include "maintenance/triggers.h"
 
-#include <QStringList>
-
-// Puts one table or view back from its backup files, within an ExactSession. The old one is renamed aside
-// and dropped only when the new one is complete with its rows, triggers and foreign keys.
+// Puts one table or view back from its backup files. The old one is renamed aside and dropped only when the
+// new one is complete with its rows, triggers and foreign keys.
 class TableRestore {
 public:
-    TableRestore(Connection &connection, QString database, Definition definition);
+    TableRestore(Session &session, QString database, Definition definition);
     // Throws SqlError: the server's words, and then what became of the old table. Everything is as before,
-    // unless the connection was lost or the way back failed too; the text then says where the rows are and
-    // which statements bring the rest back.
+    // unless the way back failed too; the text then says where the rows are and which statements bring the
+    // rest back. Where an answer was lost, a new connection is made once.
     void run();
 
 private:
-    // What the old table's rows are found under.
-    enum class Place { OldName, OldNameOrAside, Aside, AsideUntilDropped };
+    // What was being done; whatever failed, failed while the stage was this one.
+    enum class Stage { Reading, TakingOff, SettingAside, Making, DroppingOld, Done };
 
     void readOld();
     void takeOff();
@@ -30,30 +26,27 @@ private:
     void putOn();
     void dropOld();
 
-    QString recover(const SqlError &error);
+    QString undo(const SqlError &error);
     void putBack();
+    void putBackOn();
     QString whereRowsAre() const;
     QString takenOffStatements() const;
 
-    void send(const QStringList &statements);
-    void step(const QStringList &statements, std::vector<QStringList> &undoList, const QStringList &undo);
-    void undo(std::vector<QStringList> &undoList);
-    QStringList createTrigger(const Trigger &trigger) const;
-    QString dropTrigger(const Trigger &trigger) const;
+    void send(const QString &statement) { m_session.connection().execute(statement); }
+    bool isThere(const QString &quotedTable);
+    void createTrigger(const Trigger &trigger);
     bool hasOld() const { return !m_oldType.isEmpty(); }
 
-    Connection &m_connection;
+    Session &m_session;
     QString m_database;
     Definition m_definition;
     QString m_table; // quoted, with its database
     QString m_aside; // name of the old table while the new one is made
+    QString m_asideTable;
 
     QString m_oldType; // empty: there was nothing of that name
     std::vector<Trigger> m_triggers;
     std::vector<ForeignKey> m_ownKeys, m_incomingKeys;
 
-    Place m_place = Place::OldName;
-    bool m_isCreated = false;
-    bool m_isTakenOff = false; // triggers and keys may be off the old table and not on the new
-    std::vector<QStringList> m_undoOld, m_undoNew; // in the order of the steps that they undo
+    Stage m_stage = Stage::Reading;
 };

@@ -1,5 +1,7 @@
 #include "users/accountchanges.h"
 
+#include "core/statements.h"
+
 namespace {
 
 constexpr int syntaxError = 1064;
@@ -10,8 +12,19 @@ void sendSecretly(Session &session, const QString &statement)
     try {
         session.connection().execute(statement);
     } catch (const SqlError &error) {
-        throw SqlError(withoutQuotation(error.description()), error.number(), error.state());
+        throw SqlError(withoutQuotedPart(error.description()), error.number(), error.state());
     }
+}
+
+// As it must stand between single quotes for the server to read what was typed.
+QString quoted(Session &session, QString password)
+{
+    password.replace(u'\'', QStringLiteral("''"));
+    if (!password.contains(u'\\'))
+        return password;
+    const RecordSet mode = session.connection().execute(QStringLiteral("select @@sql_mode"));
+    return mode.text(0).contains(u"NO_BACKSLASH_ESCAPES") ? password
+                                                          : password.replace(u'\\', QStringLiteral("\\\\"));
 }
 
 void grant(Session &session, const GlobalGrant &grant, const QString &clause)
@@ -33,7 +46,8 @@ void sendAndFlush(Session &session, const QString &statement)
 
 void sendGlobalGrant(Session &session, const GlobalGrant &globalGrant, PasswordStatement fallback)
 {
-    const QString clause = globalGrant.password.isEmpty() ? QString() : passwordClause(globalGrant.password);
+    const QString clause =
+        globalGrant.password.isEmpty() ? QString() : passwordClause(quoted(session, globalGrant.password));
     try {
         grant(session, globalGrant, clause);
     } catch (const SqlError &error) {
@@ -45,14 +59,4 @@ void sendGlobalGrant(Session &session, const GlobalGrant &globalGrant, PasswordS
         grant(session, globalGrant, {});
     }
     session.connection().execute(flushPrivileges());
-}
-
-QString withoutQuotation(const QString &description)
-{
-    // "... to use near '...' at line 2"; servers that speak another language quote in the same marks.
-    const QString near = QStringLiteral(" near '");
-    const qsizetype from =
-        description.contains(near) ? description.indexOf(near) : description.indexOf(u'\'');
-    const qsizetype to = description.lastIndexOf(u'\'');
-    return from < 0 ? description : description.left(from) + description.mid(to + 1);
 }

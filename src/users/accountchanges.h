@@ -21,6 +21,3 @@ enum class PasswordStatement { CreateUser, AlterUser };
 // MySQL 8 and later) gets the password by a statement of its own and the GRANT without the clause.
 // What is thrown never quotes the password.
 void sendGlobalGrant(Session &session, const GlobalGrant &grant, PasswordStatement fallback);
-
-// The server's words without the piece of the statement that they quote.
-QString withoutQuotation(const QString &description);

@@ -56,6 +56,9 @@ void StatementsTest::passwordsAreMasked()
              "grant all on `it's`.* to u identified by '***'");
     QCOMPARE(maskedPasswords("set password = 'abc"), "set password = '***'"); // the quote is never closed
     QCOMPARE(maskedPasswords("select PASSWORD(\"x\")"), "select PASSWORD(\"***\")");
+    QCOMPARE(maskedPasswords("create table t (a int) connection='mysql://u:secret@h/d/t'"),
+             "create table t (a int) connection='***'");
+    QCOMPARE(withoutQuotedPart("Can't find it"), "Can't find it");
     QCOMPARE(maskedPasswords("change master to master_password='x'"),
              "change master to master_password='***'");
 }

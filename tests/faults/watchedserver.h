@@ -1,7 +1,7 @@
 #pragma once
 
 #include "core/connect.h"
-#include "maintenance/exactsession.h"
+#include "core/statements.h"
 #include "support/testserver.h"
 
 #include <QTest>

@@ -1,8 +1,8 @@
 // Definition and row files of a backup, as a damaged medium may give them back.
 #include "core/sqlerror.h"
+#include "core/statements.h"
 #include "fuzz.h"
 #include "maintenance/definition.h"
-#include "maintenance/exactsession.h"
 #include "maintenance/objectfile.h"
 
 #include <QDir>

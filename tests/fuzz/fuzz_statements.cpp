@@ -2,7 +2,6 @@
 #include "core/sqlerror.h"
 #include "core/statements.h"
 #include "fuzz.h"
-#include "maintenance/exactsession.h"
 #include "maintenance/foreignkeys.h"
 #include "maintenance/routines.h"
 #include "maintenance/tablechangetext.h"

@@ -16,8 +16,12 @@ const L sentForRoutine{"show create procedure `d`.p;",
                        "CREATE PROCEDURE `d`.p()\nselect order",
                        "use `d`", // the server's own text does not name the database
                        ownRoutine};
-const L sentForView{"show create table `d`.v;", "drop view `d`.v", " CREATE VIEW d.v AS \r\nselect 2 ",
-                    "CREATE VIEW d.v AS \r\nselect order", ownView};
+const L sentForView{"show create table `d`.v;",
+                    "drop view `d`.v",
+                    " CREATE VIEW d.v AS \r\nselect 2 ",
+                    "CREATE VIEW d.v AS \r\nselect order",
+                    "use `d`",
+                    ownView};
 
 // A user who changes a routine `p` or a view `v`, of which some statements are refused.
 struct ChangeStage : ScriptedStage {
@@ -81,9 +85,9 @@ void RoutinesTest::everyTextIsTriedBeforeItIsGivenUp_data()
     QTest::addColumn<L>("sent");
     QTest::addColumn<L>("boxes");
     const QString lost = " を確認して下さい。元に戻せていない可能性があります。";
-    row("routine", Run(changeRoutine), sentForRoutine, L{question, failed, "E5\n`d`.p" + lost});
+    row("routine", Run(changeRoutine), sentForRoutine, L{question, failed, "E5\nﾙｰﾁﾝ `d`.p" + lost});
     row("view", Run(changeTable), sentForView,
-        L{"vﾃｰﾌﾞﾙを変更します。", "ﾃｰﾌﾞﾙの" + failed, "E4\nVIEW `d`.v" + lost});
+        L{"vﾃｰﾌﾞﾙを変更します。", "ﾃｰﾌﾞﾙの" + failed, "E5\nVIEW `d`.v" + lost});
 }
 
 void RoutinesTest::everyTextIsTriedBeforeItIsGivenUp()

@@ -3,6 +3,7 @@
 #include "core/odbc/odbcconnect.h"
 #include "core/odbc/odbcresult.h"
 #include "core/odbc/statementkind.h"
+#include "core/statements.h"
 #include "core/workercells.h"
 
 #include <array>
@@ -60,6 +61,7 @@ QStringList OdbcDriver::firstRow(const QString &statement)
 
 std::unique_ptr<DriverResult> OdbcDriver::execute(const QString &statement)
 {
+    m_note.clear();
     const bool isDangerous = StatementKind::mayLeaveRowsUnread(statement);
     const QString database = isDangerous ? defaultDatabase() : QString();
     OdbcStatementHandle handle = sendOdbc(m_connection, statement);
@@ -75,6 +77,9 @@ std::unique_ptr<DriverResult> OdbcDriver::execute(const QString &statement)
     if (isDangerous) {
         handle = OdbcStatementHandle();
         reopen(database);
+        m_note = QStringLiteral("ODBCドライバーがこの文の行を渡さないため、結果は表示できません。"
+                                "接続をやり直したので、ユーザー変数・一時テーブル・ロックは失われ、"
+                                "確定していない変更は取り消されました。");
     }
     return nullptr;
 }
@@ -87,10 +92,8 @@ void OdbcDriver::reopen(const QString &database)
     disconnect();
     try {
         open();
-        QString name = database;
-        name.replace(u'`', QStringLiteral("``"));
-        if (!name.isEmpty())
-            sendOdbc(m_connection, QStringLiteral("use `%1`").arg(name));
+        if (!database.isEmpty())
+            sendOdbc(m_connection, useStatement(database));
     } catch (const SqlError &) {
         // The statement itself was carried out; the next one says that the connection is lost.
         disconnect();

@@ -19,6 +19,7 @@ public:
 
     Opened connect() override;
     std::unique_ptr<DriverResult> execute(const QString &statement) override;
+    QString note() const override { return m_note; }
     void settle() override;
     void disconnect() override;
     bool interrupt(const std::function<void()> &onReached) override;
@@ -37,4 +38,5 @@ private:
     OdbcConnectionHandle m_connection;
     std::atomic<qulonglong> m_connectionId{0};
     std::vector<OdbcResult *> m_results; // those that still need the connection
+    QString m_note;
 };

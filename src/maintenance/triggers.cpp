@@ -1,8 +1,7 @@
-#include "maintenance/tablechangetriggers.h"
+#include "maintenance/triggers.h"
 
+#include "core/lostanswer.h"
 #include "core/statements.h"
-#include "maintenance/exactsession.h"
-#include "maintenance/recovery.h"
 #include "maintenance/tablechangesettings.h"
 
 #include <algorithm>
@@ -17,6 +16,12 @@ QString definerClause(const QString &definer)
     return QStringLiteral("definer=") + quotedName(definer.left(at)) + u'@' +
            quotedName(definer.mid(at + 1)) + u' ';
 }
+
+// Triggers that could not be made again.
+struct LostTriggers {
+    QStringList names;
+    QStringList statements; // each with the server's words before it
+};
 
 void add(LostTriggers &lost, const Trigger &trigger, const QString &statement, const SqlError &error)
 {
@@ -44,14 +49,6 @@ void makeAll(Session &session, const std::vector<Trigger> &triggers, const QStri
     }
 }
 
-// The triggers that are not on the table.
-std::vector<Trigger> missing(Session &session, std::vector<Trigger> triggers, const QString &table)
-{
-    for (const Trigger &present : readTriggers(session.connection(), session.gDbName, table))
-        std::erase_if(triggers, [&](const Trigger &trigger) { return trigger.name == present.name; });
-    return triggers;
-}
-
 } // namespace
 
 std::vector<Trigger> readTriggers(Connection &connection, const QString &database, const QString &table)
@@ -73,6 +70,14 @@ std::vector<Trigger> readTriggers(Connection &connection, const QString &databas
     return triggers;
 }
 
+std::vector<Trigger> missingTriggers(Connection &connection, const QString &database, const QString &table,
+                                     std::vector<Trigger> triggers)
+{
+    for (const Trigger &present : readTriggers(connection, database, table))
+        std::erase_if(triggers, [&](const Trigger &trigger) { return trigger.name == present.name; });
+    return triggers;
+}
+
 QString createTriggerStatement(const Trigger &trigger, const QString &database, const QString &qualifiedTable)
 {
     return QStringLiteral("create ") + definerClause(trigger.definer) + QStringLiteral("trigger ") +
@@ -80,8 +85,8 @@ QString createTriggerStatement(const Trigger &trigger, const QString &database, 
            QStringLiteral(" on ") + qualifiedTable + QStringLiteral(" for each row ") + trigger.body;
 }
 
-LostTriggers remakeTriggers(Session &session, const std::vector<Trigger> &triggers, const QString &table,
-                            const QString &qualifiedTable)
+RecoveryReport remakeTriggers(Session &session, const std::vector<Trigger> &triggers, const QString &table,
+                              const QString &qualifiedTable)
 {
     LostTriggers lost;
     std::vector<Trigger> waiting = triggers;
@@ -89,7 +94,7 @@ LostTriggers remakeTriggers(Session &session, const std::vector<Trigger> &trigge
         recover(
             session, false, [&] { makeAll(session, waiting, qualifiedTable, lost); },
             [&] {
-                waiting = missing(session, triggers, table);
+                waiting = missingTriggers(session.connection(), session.gDbName, table, triggers);
                 lost = {};
                 makeAll(session, waiting, qualifiedTable, lost);
             });
@@ -98,5 +103,8 @@ LostTriggers remakeTriggers(Session &session, const std::vector<Trigger> &trigge
         for (const Trigger &trigger : waiting)
             add(lost, trigger, createTriggerStatement(trigger, session.gDbName, qualifiedTable), error);
     }
-    return lost;
+    if (lost.names.isEmpty())
+        return {};
+    return {QStringLiteral("次のﾄﾘｶﾞｰを作り直せませんでした: ") + lost.names.join(QStringLiteral(", ")),
+            lost.statements.join(u'\n')};
 }
