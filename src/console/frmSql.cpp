@@ -250,9 +250,10 @@ void frmSql::execute()
 {
     ConsoleRun::Result result = ConsoleRun::Result::NoRows;
     const Failure failure = failureOf([&] { result = m_run.execute(request()); });
-    if (!failure && result == ConsoleRun::Result::NoRows)
+    if (!failure && result == ConsoleRun::Result::NoRows) {
+        c.txtError->setPlainText(m_run.note());
         m_dialogue->inform(QStringLiteral("正常終了"));
-    else if (!isRunning())
+    } else if (!isRunning())
         m_dialogue->inform(interrupted);
     else if (failure)
         showFailure(*failure);

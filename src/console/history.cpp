@@ -1,11 +1,11 @@
 #include "console/history.h"
 
 #include "core/statements.h"
+#include "core/wholefile.h"
 
 #include <QFile>
 #include <QJsonArray>
 #include <QJsonDocument>
-#include <QSaveFile>
 
 namespace {
 
@@ -55,12 +55,7 @@ QString History::newer()
 
 void History::save() const
 {
-    QSaveFile file(m_path);
-    if (!file.open(QIODevice::WriteOnly))
-        return;
-    file.setPermissions(QFile::ReadOwner | QFile::WriteOwner);
-    file.write(QJsonDocument(QJsonArray::fromStringList(m_statements)).toJson());
-    // What cannot be written whole leaves the old file: commit() alone does not notice.
-    if (file.flush())
-        file.commit();
+    // Statements matter less than the work at hand: where they cannot be kept, nothing is said.
+    saveWholeFile(m_path, QJsonDocument(QJsonArray::fromStringList(m_statements)).toJson(),
+                  Readers::OwnerOnly);
 }

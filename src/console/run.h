@@ -48,6 +48,8 @@ public:
     // Ends the statement that waits for its server, or closes the record set that is being read.
     void stop();
     qint64 rowCount() const { return m_rowCount; }
+    // What the user should know of an execution without rows; mostly empty.
+    const QString &note() const { return m_rows.note(); }
 
 private:
     void readIntoViews();

@@ -44,7 +44,7 @@ void ResultTextBox::clearText()
 void ResultTextBox::setWholeText(std::string_view utf8)
 {
     clearText();
-    append(utf8);
+    appendUtf8(utf8);
 }
 
 void ResultTextBox::appendInPieces(std::string_view utf8, const std::function<void()> &yield)
@@ -55,7 +55,7 @@ void ResultTextBox::appendInPieces(std::string_view utf8, const std::function<vo
     }
     const int generation = m_generation;
     while (!utf8.empty() && generation == m_generation) {
-        append(utf8.substr(0, pieceBytes));
+        appendUtf8(utf8.substr(0, pieceBytes));
         utf8.remove_prefix(std::min(pieceBytes, utf8.size()));
         yield();
     }
@@ -126,7 +126,7 @@ qint64 ResultTextBox::byteCount() const
     return SendScintilla(SCI_GETLENGTH);
 }
 
-void ResultTextBox::append(std::string_view utf8)
+void ResultTextBox::appendUtf8(std::string_view utf8)
 {
     setReadOnly(false);
     SendScintilla(SCI_APPENDTEXT, static_cast<unsigned long>(utf8.size()), utf8.data());

@@ -31,7 +31,7 @@ protected:
     QVariant inputMethodQuery(Qt::InputMethodQuery query) const override;
 
 private:
-    void append(std::string_view utf8);
+    void appendUtf8(std::string_view utf8);
     void load(std::string_view utf8, const std::function<void()> &yield);
     void showDocument(void *document);
 

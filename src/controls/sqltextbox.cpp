@@ -38,7 +38,10 @@ void SqlTextBox::setContents(const QString &text)
 
 QString SqlTextBox::contents() const
 {
-    QString text = this->text();
+    // Not by text(), which ends at a NUL.
+    QByteArray bytes(static_cast<qsizetype>(length()) + 1, Qt::Uninitialized);
+    SendScintilla(SCI_GETTEXT, static_cast<unsigned long>(bytes.size()), bytes.data());
+    QString text = QString::fromUtf8(bytes.constData(), bytes.size() - 1);
     text.replace(QStringLiteral("\r\n"), QStringLiteral("\n"));
     text.replace(u'\r', u'\n');
     return text.replace(u'\n', QStringLiteral("\r\n"));

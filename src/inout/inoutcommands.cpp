@@ -4,6 +4,8 @@
 
 #include <QFileInfo>
 
+#include <optional>
+
 namespace {
 
 bool isComplete(const Session &session, Dialogue &dialog, const InOutForm &form)
@@ -25,13 +27,47 @@ bool fileExists(const QString &path)
     return QFileInfo(path).isFile();
 }
 
-bool run(Session &session, const InOutVoices &voices, const InOutForm &form, const QString &statement)
+// The server takes a file to be in the character set of the default database, whatever that of the columns
+// is in which an export writes. Both, where that makes other letters of it.
+struct Misreading {
+    QString asSet, ofColumns;
+};
+
+std::optional<Misreading> misreading(Connection &connection, const QString &database, const QString &table)
+{
+    RecordSet sets = connection.execute(
+        QStringLiteral("select distinct @@character_set_database, character_set_name from "
+                       "information_schema.columns where character_set_name <> 'ascii' and table_schema = ") +
+        quotedText(trimmedBlanks(database)) + QStringLiteral(" and table_name = ") +
+        quotedText(trimmedBlanks(table)));
+    const auto family = [](const QString &set) {
+        return set.startsWith(u"utf8") ? QStringLiteral("utf8") : set;
+    };
+    for (; sets.isOpen() && !sets.isEof(); sets.moveNext())
+        if (sets.text(0) != u"binary" && family(sets.text(0)) != family(sets.text(1)))
+            return Misreading{sets.text(0), sets.text(1)};
+    return {};
+}
+
+bool agreesToRead(Session &session, Dialogue &dialog, const QString &table)
+{
+    const auto found = misreading(session.connection(), session.gDbName, table);
+    return !found ||
+           dialog.ask(QStringLiteral("ﾌｧｲﾙは文字ｾｯﾄ %1 として読み込まれますが、列の文字ｾｯﾄは %2 です。"
+                                     "文字化けすることがあります。読み込みますか？")
+                          .arg(found->asSet, found->ofColumns));
+}
+
+bool run(Session &session, const InOutVoices &voices, const InOutForm &form, const QString &statement,
+         bool readsFile)
 {
     try {
-        const BusyPointer busy(voices.dialog);
         voices.mainWindow.setLastError({}, false);
         requireOwnDatabase(session.gDbName);
         requireOwnName(session.gDbName, form.tableName);
+        if (readsFile && !agreesToRead(session, voices.dialog, form.tableName))
+            return false;
+        const BusyPointer busy(voices.dialog);
         session.connection().execute(statement);
         return true;
     } catch (const SqlError &error) {
@@ -64,7 +100,7 @@ bool exportTable(Session &session, const InOutVoices &voices, const InOutForm &f
         voices.dialog.inform(QStringLiteral("ﾌｧｲﾙが存在します。ﾌｧｲﾙ名を変更してください。"));
         return false;
     }
-    if (!run(session, voices, form, exportStatement(session.gDbName, form.tableName, form.fileName)))
+    if (!run(session, voices, form, exportStatement(session.gDbName, form.tableName, form.fileName), false))
         return false;
     voices.dialog.inform(QStringLiteral("出力しました。"));
     return true;
@@ -79,7 +115,7 @@ bool importTable(Session &session, const InOutVoices &voices, const InOutForm &f
         return false;
     }
     if (!run(session, voices, form,
-             importStatement(session.gDbName, form.tableName, form.fileName, form.replacesDuplicates)))
+             importStatement(session.gDbName, form.tableName, form.fileName, form.replacesDuplicates), true))
         return false;
     voices.dialog.inform(QStringLiteral("読み込みました。"));
     return true;

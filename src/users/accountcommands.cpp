@@ -10,7 +10,6 @@
 namespace {
 
 const QString everything = QStringLiteral("*.*");
-const QString noDatabase = QStringLiteral("*");
 
 QString grantSuffix(const Checks &checks)
 {
@@ -24,12 +23,12 @@ void add(Session &session, const AccountForm &form, const GlobalGrant &grant, Ad
 {
     sendGlobalGrant(session, grant, PasswordStatement::CreateUser);
     step = Added::Account;
-    if (form.addDatabase != noDatabase) {
+    if (form.addDatabase != noDatabase()) {
         const QString list = requiredPrivilegeList(databasePrivileges(), form.database);
         sendAndFlush(session, grantOnDatabase(list, form.addDatabase, grant.account));
         step = Added::DatabaseGrant;
     }
-    if (form.addTableDatabase != noDatabase) {
+    if (form.addTableDatabase != noDatabase()) {
         const QString list = requiredPrivilegeList(tablePrivileges(), form.table);
         sendAndFlush(session, grantOnTable(list, form.addTableDatabase, form.addTable, grant.account));
         step = Added::TableGrant;
@@ -145,6 +144,11 @@ Refresh addAccount(Session &session, Dialogue &dialogue, const AccountForm &form
         return Refresh::Nothing;
     }
     if (!dialogue.confirm(QStringLiteral("ﾕｰｻﾞｰを追加します。"), Icon::Information))
+        return Refresh::Nothing;
+    // The server would change it without a word.
+    if (form.accounts.contains(account.host + u'\t' + account.user) &&
+        !dialogue.confirm(QStringLiteral("ﾕｰｻﾞｰは既に存在します。ﾊﾟｽﾜｰﾄﾞが変更され、権限が追加されます。"),
+                          Icon::Critical))
         return Refresh::Nothing;
 
     Added step = Added::Nothing;

@@ -5,11 +5,18 @@
 
 #include <QStringList>
 
+// What lstAddDB and cboAddDB show for none.
+inline QString noDatabase()
+{
+    return QStringLiteral("*");
+}
+
 // What frmUserAdd holds at the click, by value.
 struct AccountForm {
     QString user, host, password; // txtUser, txtHost, txtPassword as they stand
     QString passwordTag;          // tag of txtPassword: the placeholder that is never sent
     Account account;              // lblHostName, lblUserName
+    QStringList accounts;         // items of lstUser, "host\tuser"
 
     Checks global, globalBefore; // ckPrivType and its tags
     Checks database;             // ckDBPrivType
@@ -17,9 +24,9 @@ struct AccountForm {
 
     QStringList databases, tables;          // items of lstDB and lstTable
     QString shownDatabase;                  // lblDbName
-    QString addDatabase;                    // lstAddDB; "*": none
+    QString addDatabase;                    // lstAddDB, or noDatabase()
     QString shownTableDatabase, shownTable; // lblTableNameDB, lblTableName
-    QString addTableDatabase, addTable;     // cboAddDB ("*": none), lstAddTable
+    QString addTableDatabase, addTable;     // cboAddDB (or noDatabase()), lstAddTable
 };
 
 // What the window reads again after a command.

@@ -9,7 +9,7 @@ namespace {
 
 bool isComplete(Dialogue &dialogue, const AccountForm &form)
 {
-    if (form.addDatabase == u"*") {
+    if (form.addDatabase == noDatabase()) {
         dialogue.inform(QStringLiteral("DBを選択して下さい。"));
         return false;
     }

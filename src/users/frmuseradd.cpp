@@ -129,8 +129,8 @@ void frmUserAdd::MakeCbo()
     };
     m_controls.lstAddDB->clearItems();
     m_controls.cboAddDB->clear();
-    add(QStringLiteral("*"));
-    setText(*m_controls.lstAddDB, QStringLiteral("*"));
+    add(noDatabase());
+    setText(*m_controls.lstAddDB, noDatabase());
     trap([&] {
         m_session.gRs = m_session.connection().execute(QStringLiteral("show databases;"));
         for (; m_session.gRs.isOpen() && !m_session.gRs.isEof(); m_session.gRs.moveNext())
@@ -153,8 +153,8 @@ void frmUserAdd::showNewAccount()
     UserControls &c = m_controls;
     for (QLineEdit *box : {c.txtUser, c.txtHost, c.txtPassword})
         box->clear();
-    setText(*c.lstAddDB, QStringLiteral("*"));
-    setText(*c.cboAddDB, QStringLiteral("*"));
+    setText(*c.lstAddDB, noDatabase());
+    setText(*c.cboAddDB, noDatabase());
     cboAddDB_Click();
     setAll(c.ckPrivType, false);
     clearGrants();
@@ -239,7 +239,7 @@ void frmUserAdd::cboAddDB_Click()
 {
     m_controls.lstAddTable->clearItems();
     const QString database = m_controls.cboAddDB->currentText();
-    if (database.isEmpty() || database == u"*")
+    if (database.isEmpty() || database == noDatabase())
         return;
     trap([&] {
         m_session.gRs = m_session.connection().execute(QStringLiteral("show tables from `") + database +
@@ -328,6 +328,7 @@ AccountForm frmUserAdd::form() const
     form.password = c.txtPassword->text();
     form.passwordTag = c.txtPassword->property(tag).toString();
     form.account = account();
+    form.accounts = c.lstUser->texts();
     form.global = checksOf(c.ckPrivType);
     form.globalBefore = tagsOf(c.ckPrivType);
     form.database = checksOf(c.ckDBPrivType);
@@ -337,7 +338,7 @@ AccountForm frmUserAdd::form() const
     form.shownDatabase = c.lblDbName->text();
     // A grant may be for a database that is gone: nothing is selected then, and the server takes "" for a
     // name.
-    form.addDatabase = c.lstAddDB->selectedItems().isEmpty() ? QStringLiteral("*") : textOf(*c.lstAddDB);
+    form.addDatabase = c.lstAddDB->selectedItems().isEmpty() ? noDatabase() : textOf(*c.lstAddDB);
     form.shownTableDatabase = c.lblTableNameDB->text();
     form.shownTable = c.lblTableName->text();
     form.addTableDatabase = c.cboAddDB->currentText();

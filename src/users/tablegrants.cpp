@@ -7,7 +7,7 @@ namespace {
 
 bool isComplete(Dialogue &dialogue, const AccountForm &form)
 {
-    if (form.addTableDatabase == u"*")
+    if (form.addTableDatabase == noDatabase())
         return false;
     if (form.addTable.isEmpty()) {
         dialogue.refuse(QStringLiteral("ﾃｰﾌﾞﾙが選択されていません。"));

@@ -51,6 +51,9 @@ void TestTextBoxes::contentsComeOutWithCrLfEvenOfAReadOnlyBox()
     QTest::keyClicks(&box, "typed");
     QCOMPARE(box.contents(), "given");
     QVERIFY(box.isReadOnly());
+    box.setReadOnly(false);
+    box.SendScintilla(QsciScintilla::SCI_APPENDTEXT, 2UL, "\0x");
+    QCOMPARE(box.contents().size(), 7);
 }
 
 void TestTextBoxes::loadingIsNoEditThatUndoTakesBack()

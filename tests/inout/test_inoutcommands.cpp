@@ -80,7 +80,7 @@ void InOutCommandsTest::aFailureIsSilentInTheDialogOnly()
 {
     for (const bool isExport : {true, false}) {
         InOutPlay play;
-        play.script.failAt(0, Reply::failure("no FILE right", 1045));
+        play.script.failAt(isExport ? 0 : 1, Reply::failure("no FILE right", 1045));
         QVERIFY(!play.run(isExport, "t", isExport ? m_missing : m_there));
         QCOMPARE(play.mainWindow.lastError, "no FILE right");
         QCOMPARE(play.dialog.busyDepth, 0);

@@ -55,6 +55,12 @@ void AccountCommandsTest::whatIsIncompleteOrDeclinedIsNotSent()
     form.password = "  ";
     stage.dialogue.expectRefuse("ﾊﾟｽﾜｰﾄﾞを入力して下さい。");
     QVERIFY(stage.run(addAccount, form) == Refresh::Nothing);
+    form.password = "p";
+    form.accounts = {"h\tu"};
+    stage.dialogue.expectConfirm(addition, Icon::Information, true);
+    stage.dialogue.expectConfirm("ﾕｰｻﾞｰは既に存在します。ﾊﾟｽﾜｰﾄﾞが変更され、権限が追加されます。",
+                                 Icon::Critical, false);
+    QVERIFY(stage.run(addAccount, form) == Refresh::Nothing);
     form.user = "  ";
     stage.dialogue.expectRefuse("ﾕｰｻﾞｰ名を入力して下さい。");
     QVERIFY(stage.run(addAccount, form) == Refresh::Nothing);
@@ -128,8 +134,9 @@ void AccountCommandsTest::passwordsAreInNoMessage()
 {
     for (const auto &[words, told, number] :
          {std::tuple("Syntax error; right syntax to use near 'TIFIED BY 's3'cret'' at line 2",
-                     "Syntax error; right syntax to use at line 2", 1064),
-          {"SQL構文エラーです。 : ''s3cret'' 付近 2 行目", "SQL構文エラーです。 :  付近 2 行目", 1149}}) {
+                     "Syntax error; right syntax to use near '***' at line 2", 1064),
+          {"SQL構文エラーです。 : ''s3cret'' 付近 2 行目", "SQL構文エラーです。 : '***' 付近 2 行目",
+           1149}}) {
         AccountStage stage;
         stage.script.failAt(0, Reply::failure(words, number));
         stage.script.failAt(1, Reply::failure(words, number));

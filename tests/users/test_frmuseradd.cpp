@@ -94,9 +94,9 @@ void FrmUserAddTest::aChangeReplacesRightsAndPassword()
     createConnection(UserStage::loginString(m_server, "anna", "geheim"), stage.pump)->open();
 
     stage.choose("lstUser", "%\tanna");
-    stage.type("txtPassword", "neu");
+    stage.type("txtPassword", "n'e\\nu😀");
     stage.does("ﾕｰｻﾞｰ権限を変更します。", "cmdGrantEdit", "変更しました。");
-    createConnection(UserStage::loginString(m_server, "anna", "neu"), stage.pump)->open();
+    createConnection(UserStage::loginString(m_server, "anna", "n'e\\nu😀"), stage.pump)->open();
 }
 
 void FrmUserAddTest::grantsOnADatabaseAreAddedChangedAndDeleted()

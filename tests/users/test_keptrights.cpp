@@ -67,16 +67,18 @@ void KeptRightsTest::editingKeepsRightsThatNoBoxShows()
 void KeptRightsTest::aFailedChangeLeavesTheAccountAsItWas()
 {
     m_server.run("create or replace user hidden identified by 'x';"
-                 "grant select, event, process on *.* to hidden with grant option;");
+                 "grant select, event, process on *.* to hidden with grant option;"
+                 "install soname 'simple_password_check'");
     const QString before = grants("hidden@'%'");
     UserStage stage(m_server.nativeString());
     stage.choose("lstUser", "%\thidden");
     stage.check("ckPrivType_0", false);
-    stage.type("txtPassword", "it's");
-    stage.dialogue.agreesInVain("ﾕｰｻﾞｰ権限を変更します。",
-                                "You have an error in your SQL syntax; check the manual that corresponds "
-                                "to your MariaDB server version for the right syntax to use at line 1");
+    stage.type("txtPassword", "weak");
+    stage.dialogue.agreesInVain(
+        "ﾕｰｻﾞｰ権限を変更します。",
+        "Your password does not satisfy the current policy requirements (simple_password_check)");
     stage.click("cmdGrantEdit");
+    m_server.run("uninstall soname 'simple_password_check'");
     QCOMPARE(grants("hidden@'%'"), before);
 }
 
