@@ -41,6 +41,8 @@ void applyText(CommandContext &context, const ListItem &routine, Replacement &ch
     // The text that was shown has lost its backticks; only the server's surely brings the routine back.
     if (change.serverText.isEmpty())
         throw SqlError(QStringLiteral("定義を読む権限がなく、失敗すると元に戻せないため、変更しません。"));
+    if (shownRoutineText(change.serverText) != selection.lblCreateProc)
+        throw SqlError(QStringLiteral("定義は表示した後に変更されています。一覧から選択し直して下さい。"));
     connection.execute(dropRoutineStatement(routine, change.database));
     change.isDropped = true;
     connection.execute(newStatement);

@@ -215,6 +215,12 @@ Outcome changeTable(CommandContext &context)
             context.dialogue.refuse(QStringLiteral("一時ﾃｰﾌﾞﾙには変更できません。"));
             return {};
         }
+        // Others may have changed it since; columns that the text does not know would lose their values.
+        if (!change.serverText.isEmpty() && !isAsShown(change.serverText, change.shownText)) {
+            context.dialogue.refuse(
+                QStringLiteral("ﾃｰﾌﾞﾙの定義は表示した後に変更されています。一覧から選択し直して下さい。"));
+            return {};
+        }
         rebuildTable(context, change);
     } catch (const SqlError &error) {
         return fail(context, error,

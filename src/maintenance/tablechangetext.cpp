@@ -38,6 +38,13 @@ bool createsTemporaryTable(const QString &createText)
     return start.match(createText).hasMatch();
 }
 
+bool isAsShown(const QString &serverText, const QString &shownText)
+{
+    static const QRegularExpression counter(QStringLiteral(" AUTO_INCREMENT=\\d+"));
+    QString now = shownCreateText(QStringLiteral("Table"), serverText), before = shownText;
+    return now.remove(counter) == before.remove(counter);
+}
+
 QString copyName(const QString &database, const QString &table, const QDateTime &now)
 {
     return qualifiedName(database, table) + now.toString(QStringLiteral("_yyyyMMddHHmm")) +

@@ -15,6 +15,10 @@ QString fField_select(const QString &createText);
 // A table that the session takes along when it ends.
 bool createsTemporaryTable(const QString &createText);
 
+// Whether a table's definition in the server's words is still the one that was shown; a counter that has
+// gone on is no other definition.
+bool isAsShown(const QString &serverText, const QString &shownText);
+
 // The qualified name of the data copy: the table's name, the minute, a fixed suffix.
 QString copyName(const QString &database, const QString &table, const QDateTime &now);
 

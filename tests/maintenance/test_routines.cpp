@@ -29,7 +29,7 @@ struct ChangeStage : ScriptedStage {
     {
         selection.routine = "[PROC]\tp";
         selection.txtProc = " create definer=me procedure p()\r\nselect 2 ";
-        selection.lblCreateProc = "CREATE DEFINER=me@% PROCEDURE p()\r\nselect order";
+        selection.lblCreateProc = "CREATE PROCEDURE p()\r\nselect order";
         selection.lblTableName = "v";
         selection.txtField = sentForView[2];
         selection.lblCreateTable = sentForView[3];
@@ -103,6 +103,14 @@ void RoutinesTest::everyTextIsTriedBeforeItIsGivenUp()
     QCOMPARE(stage.run(command).reload, Reload::Nothing);
     QCOMPARE(stage.script.sent, sent);
     QVERIFY(stage.dialogue.lastError.startsWith("E2") && stage.dialogue.lastError.contains(sent.last()));
+
+    ChangeStage stale({}); // somebody has changed it
+    stale.selection.lblCreateProc += " 2";
+    stale.selection.routine = "[PROC]\tp";
+    stale.dialogue.expectConfirm(question, Icon::Critical, true);
+    stale.dialogue.expectRefuse(failed);
+    stale.run(changeRoutine);
+    QCOMPARE(stale.script.sent, L{sentForRoutine[0]});
 
     ChangeStage keeping({1}); // a drop that is refused
     keeping.dialogue.expectConfirm(boxes[0], Icon::Critical, true);

@@ -158,9 +158,15 @@ void TableChangeTest::withoutTextNameOrConsentNothingIsChanged()
     QCOMPARE(stage.sent(), L());
     stage.selection.txtField = "CREATE TABLE t";
     QCOMPARE(stage.change(), L{"ﾃｰﾌﾞﾙ名が見つかりません。"});
+    QVERIFY(
+        isAsShown("CREATE TABLE `t` (\n) AUTO_INCREMENT=7 x", "CREATE TABLE t (\r\n) AUTO_INCREMENT=5 x"));
+    stage.selection.lblCreateTable = "CREATE TABLE t (\r\n  a int\r\n)"; // somebody has added b
+    stage.selection.txtField = "CREATE TABLE t (a bigint)";
+    QCOMPARE(stage.change().last(),
+             "ﾃｰﾌﾞﾙの定義は表示した後に変更されています。一覧から選択し直して下さい。");
     stage.selection.txtField = "Create or replace temporary table t (a int)";
     QCOMPARE(stage.change().last(), "一時ﾃｰﾌﾞﾙには変更できません。");
-    QCOMPARE(stage.sent(), (L{kindTest, kindTest}));
+    QCOMPARE(stage.sent(), (L{kindTest, kindTest, kindTest}));
 }
 
 void TableChangeTest::everyFailureIsUndone_data()
