@@ -1,0 +1,266 @@
+#include "users/accountview.h"
+
+#include "controls/chosenlist.h"
+#include "users/privilegeboxes.h"
+
+#include <QComboBox>
+#include <QLabel>
+#include <QLineEdit>
+#include <QPushButton>
+#include <QSignalBlocker>
+
+namespace {
+
+const char *const tag = "tag";
+constexpr QStringView newAccount = u"新規";
+
+// The list's text is that of its selected item: the current one may be unselected.
+QString textOf(const ChosenList &list)
+{
+    const auto selected = list.selectedItems();
+    return selected.isEmpty() ? QString() : selected.first()->text();
+}
+
+// Without chosen(): what the choice does is the caller's.
+void setText(ChosenList &list, const QString &text)
+{
+    const QSignalBlocker quiet(list);
+    list.setCurrentRow(static_cast<int>(list.texts().indexOf(text)));
+}
+
+void setText(QComboBox &box, const QString &text)
+{
+    const QSignalBlocker quiet(box);
+    box.setCurrentIndex(box.findText(text, Qt::MatchExactly | Qt::MatchCaseSensitive));
+}
+
+} // namespace
+
+void AccountView::Form_Load()
+{
+    setExistingAccountMode(false);
+    sInit();
+}
+
+void AccountView::sInit()
+{
+    MakeList();
+    MakeCbo();
+    if (c.lstUser->count() == 0)
+        return;
+    setText(*c.lstUser, c.lstUser->item(0)->text());
+    lstUser_Click();
+}
+
+void AccountView::MakeList()
+{
+    c.lstUser->clearItems();
+    try {
+        m_session.gRs = m_session.connection().execute(selectAccounts());
+        c.lstUser->appendItem(newAccount.toString());
+        for (; m_session.gRs.isOpen() && !m_session.gRs.isEof(); m_session.gRs.moveNext())
+            c.lstUser->appendItem(m_session.gRs.text(QStringLiteral("Host")) + u'\t' +
+                                  m_session.gRs.text(QStringLiteral("User")));
+    } catch (const SqlError &) {
+        // Who may not read mysql.user sees empty lists and is told nothing; that is the window's rule.
+    }
+    m_session.gRs.close();
+}
+
+void AccountView::MakeCbo()
+{
+    const QSignalBlocker quiet(c.cboAddDB);
+    const auto add = [this](const QString &database) {
+        c.lstAddDB->appendItem(database);
+        c.cboAddDB->addItem(database);
+    };
+    c.lstAddDB->clearItems();
+    c.cboAddDB->clear();
+    add(noDatabase());
+    setText(*c.lstAddDB, noDatabase());
+    trap([&] {
+        m_session.gRs = m_session.connection().execute(QStringLiteral("show databases;"));
+        for (; m_session.gRs.isOpen() && !m_session.gRs.isEof(); m_session.gRs.moveNext())
+            add(m_session.gRs.text(QStringLiteral("database")));
+    });
+}
+
+void AccountView::lstUser_Click()
+{
+    const QString item = textOf(*c.lstUser);
+    if (item == newAccount)
+        return showNewAccount();
+    const QStringList pieces = item.split(u'\t');
+    if (pieces.size() > 1)
+        showAccount({pieces[0], pieces[1]});
+}
+
+void AccountView::showNewAccount()
+{
+    for (QLineEdit *box : {c.txtUser, c.txtHost, c.txtPassword})
+        box->clear();
+    setText(*c.lstAddDB, noDatabase());
+    setText(*c.cboAddDB, noDatabase());
+    cboAddDB_Click();
+    setAll(c.ckPrivType, false);
+    clearGrants();
+    setExistingAccountMode(false);
+}
+
+// With its lists nothing is chosen any more: no command may act on what was chosen for another account.
+void AccountView::clearGrants()
+{
+    for (ChosenList *list : {c.lstDB, c.lstTable})
+        list->clearItems();
+    for (QLabel *chosen : {c.lblDbName, c.lblTableNameDB, c.lblTableName})
+        chosen->clear();
+    setAll(c.ckDBPrivType, false);
+    setAll(c.ckTablePrivType, false);
+}
+
+void AccountView::showAccount(const Account &account)
+{
+    setExistingAccountMode(true);
+    const QString placeholder = QStringLiteral("\r\n\r\n\r\n");
+    c.txtPassword->setText(placeholder);
+    c.txtPassword->setProperty(tag, placeholder);
+    c.lblHostName->setText(account.host);
+    c.lblUserName->setText(account.user);
+    clearGrants();
+    trap([&] { readAccount(account); });
+}
+
+void AccountView::readAccount(const Account &account)
+{
+    RecordSet &rows = m_session.gRs;
+    rows = m_session.connection().execute(selectAccount(account));
+    showColumns(c.ckPrivType, globalPrivileges(), rows);
+    // MariaDB reads a role's 'name'@"" as the account 'name'@"%": whatever is sent would change that one.
+    const int role = rows.isOpen() && !rows.isEof() ? rows.fieldIndex(QStringLiteral("is_role")) : -1;
+    if (role >= 0 && rows.text(role) == u"Y")
+        enableAccountButtons(false);
+    rows = m_session.connection().execute(selectDatabaseGrants(account));
+    for (; rows.isOpen() && !rows.isEof(); rows.moveNext())
+        c.lstDB->appendItem(rows.text(QStringLiteral("Db")));
+    rows = m_session.connection().execute(selectTableGrants(account));
+    for (; rows.isOpen() && !rows.isEof(); rows.moveNext())
+        c.lstTable->appendItem(rows.text(QStringLiteral("Db")) + u'\t' +
+                               rows.text(QStringLiteral("Table_name")));
+    rows.close();
+}
+
+void AccountView::setExistingAccountMode(bool isExisting)
+{
+    for (QWidget *control : std::initializer_list<QWidget *>{c.cmdOk, c.txtUser, c.txtHost})
+        control->setEnabled(!isExisting);
+    enableAccountButtons(isExisting);
+}
+
+void AccountView::enableAccountButtons(bool isOn)
+{
+    for (QPushButton *button : {c.cmdDelete, c.cmdGrantEdit, c.cmdDbGrantDel, c.cmdDbGrantEdit,
+                                c.cmdTableGrantDel, c.cmdTableGrantEdit, c.cmdDbGrantAdd, c.cmdTableGrantAdd})
+        button->setEnabled(isOn);
+}
+
+void AccountView::lstDB_Click()
+{
+    const QString database = textOf(*c.lstDB);
+    if (database.isEmpty())
+        return;
+    c.lblDbName->setText(database);
+    trap([&] {
+        m_session.gRs = m_session.connection().execute(selectDatabaseGrant(account(), database));
+        showColumns(c.ckDBPrivType, databasePrivileges(), m_session.gRs);
+        m_session.gRs.close();
+    });
+    setText(*c.lstAddDB, database);
+}
+
+void AccountView::cboAddDB_Click()
+{
+    c.lstAddTable->clearItems();
+    const QString database = c.cboAddDB->currentText();
+    if (database.isEmpty() || database == noDatabase())
+        return;
+    trap([&] {
+        m_session.gRs = m_session.connection().execute(QStringLiteral("show tables from `") + database +
+                                                       QStringLiteral("`;"));
+        for (; m_session.gRs.isOpen() && !m_session.gRs.isEof(); m_session.gRs.moveNext())
+            c.lstAddTable->appendItem(m_session.gRs.text(0));
+        m_session.gRs.close();
+    });
+}
+
+void AccountView::lstTable_Click()
+{
+    const QStringList pieces = textOf(*c.lstTable).split(u'\t');
+    if (pieces.size() < 2)
+        return;
+    c.lblTableNameDB->setText(pieces[0]);
+    c.lblTableName->setText(pieces[1]);
+    trap([&] {
+        RecordSet &rows = m_session.gRs;
+        rows = m_session.connection().execute(selectTableGrant(account(), pieces[0], pieces[1]));
+        if (rows.isOpen() && !rows.isEof()) {
+            showElements(c.ckTablePrivType, tablePrivileges(), rows.text(QStringLiteral("Table_priv")));
+        }
+        rows.close();
+    });
+    setText(*c.cboAddDB, pieces[0]);
+    cboAddDB_Click();
+    setText(*c.lstAddTable, pieces[1]);
+}
+
+void AccountView::chooseDatabase(const QString &database)
+{
+    setText(*c.lstDB, database);
+    lstDB_Click();
+}
+
+void AccountView::chooseTable(const QString &item)
+{
+    setText(*c.lstTable, item);
+    lstTable_Click();
+}
+
+Account AccountView::account() const
+{
+    return {c.lblHostName->text(), c.lblUserName->text()};
+}
+
+AccountForm AccountView::form() const
+{
+    AccountForm form;
+    form.user = c.txtUser->text();
+    form.host = c.txtHost->text();
+    form.password = c.txtPassword->text();
+    form.passwordTag = c.txtPassword->property(tag).toString();
+    form.account = account();
+    form.accounts = c.lstUser->texts();
+    form.global = checksOf(c.ckPrivType);
+    form.globalBefore = tagsOf(c.ckPrivType);
+    form.database = checksOf(c.ckDBPrivType);
+    form.table = checksOf(c.ckTablePrivType);
+    form.databases = c.lstDB->texts();
+    form.tables = c.lstTable->texts();
+    form.shownDatabase = c.lblDbName->text();
+    // A grant may be for a database that is gone: nothing is selected then, and the server takes "" for a
+    // name.
+    form.addDatabase = c.lstAddDB->selectedItems().isEmpty() ? noDatabase() : textOf(*c.lstAddDB);
+    form.shownTableDatabase = c.lblTableNameDB->text();
+    form.shownTable = c.lblTableName->text();
+    form.addTableDatabase = c.cboAddDB->currentText();
+    form.addTable = textOf(*c.lstAddTable);
+    return form;
+}
+
+void AccountView::trap(const std::function<void()> &statements)
+{
+    try {
+        const BusyPointer busy(m_dialogue);
+        statements();
+    } catch (const SqlError &error) {
+        m_dialogue.refuse(error.description());
+    }
+}

@@ -1,0 +1,46 @@
+#pragma once
+
+#include "core/dialogue.h"
+#include "core/session.h"
+#include "users/accountform.h"
+#include "users/frmuseraddcontrols.h"
+
+// What the window of the accounts shows: read from the server into the controls, and gathered from them.
+// Refusals are told in boxes; nothing is thrown.
+class AccountView {
+public:
+    AccountView(Session &session, UserControls &controls, Dialogue &dialogue)
+        : m_session(session)
+        , c(controls)
+        , m_dialogue(dialogue)
+    {
+    }
+
+    void Form_Load();
+    void sInit(); // all lists anew; the new account is chosen
+    void lstUser_Click();
+    void lstDB_Click();
+    void cboAddDB_Click();
+    void lstTable_Click();
+    void chooseDatabase(const QString &database); // in lstDB
+    void chooseTable(const QString &item);        // in lstTable: "database\ttable"
+
+    AccountForm form() const;
+
+private:
+    void MakeList();
+    void MakeCbo();
+    void showNewAccount();
+    void clearGrants();
+    void showAccount(const Account &account);
+    void readAccount(const Account &account);
+    void setExistingAccountMode(bool isExisting);
+    void enableAccountButtons(bool isOn); // those that act on the chosen account
+    Account account() const;              // lblHostName, lblUserName
+    // Runs statements; the server's words go into a box.
+    void trap(const std::function<void()> &statements);
+
+    Session &m_session;
+    UserControls &c;
+    Dialogue &m_dialogue;
+};
