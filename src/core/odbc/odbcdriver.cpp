@@ -10,6 +10,10 @@
 
 namespace {
 
+const QString reopened = QStringLiteral(
+    "ODBCドライバーがこの文の行を渡さないため、結果は表示できません（内蔵ドライバーでは可能）。"
+    "接続をやり直したので、ユーザー変数・一時テーブル・ロックは失われ、"
+    "確定していない変更は取り消されました。");
 constexpr int connectSeconds = 20;
 // A server that does not let a KILL in within this time is taken for dead.
 constexpr int killSeconds = 2;
@@ -77,9 +81,7 @@ std::unique_ptr<DriverResult> OdbcDriver::execute(const QString &statement)
     if (isDangerous) {
         handle = OdbcStatementHandle();
         reopen(database);
-        m_note = QStringLiteral("ODBCドライバーがこの文の行を渡さないため、結果は表示できません。"
-                                "接続をやり直したので、ユーザー変数・一時テーブル・ロックは失われ、"
-                                "確定していない変更は取り消されました。");
+        m_note = reopened;
     }
     return nullptr;
 }
