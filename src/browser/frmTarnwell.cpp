@@ -18,6 +18,7 @@
 #include <QApplication>
 #include <QCloseEvent>
 #include <QScopeGuard>
+#include <QScreen>
 #include <QShortcut>
 #include <QSignalBlocker>
 #include <QTextStream>
@@ -73,7 +74,7 @@ frmTarnwell::frmTarnwell(Session &session, WindowPump &pump)
     });
     Form_Load();
     Form_Activate();
-    resize(1024, 700);
+    resize(QSize(1024, 700).boundedTo(screen()->availableSize()));
 }
 
 frmTarnwell::~frmTarnwell()
@@ -133,6 +134,9 @@ void frmTarnwell::connectSignals()
     connect(c.cboDSNList, &QComboBox::currentTextChanged, this, &frmTarnwell::cboDSNList_Click);
     setStopsRunningCommand(c.cmdClose, true, Qt::ALT | Qt::Key_D);
     connect(c.cmdConnect, &QPushButton::clicked, this, &frmTarnwell::cmdConnect_Click);
+    for (const QLineEdit *field :
+         {c.cboDSNList->lineEdit(), c.cboDrivers->lineEdit(), c.txtServer, c.txtUser, c.txtPass, c.txtPort})
+        connect(field, &QLineEdit::returnPressed, c.cmdConnect, &QPushButton::click);
     connect(c.cmdClose, &QPushButton::clicked, this, &frmTarnwell::cmdClose_Click);
     connect(c.cmdEnd, &QPushButton::clicked, this, &QWidget::close);
     connect(c.Command1, &QPushButton::clicked, this, [this] { showAboutBox(this); });
@@ -221,9 +225,13 @@ bool frmTarnwell::eventFilter(QObject *watched, QEvent *event)
     // A context menu that closes only gives the focus back.
     if (event->type() == QEvent::FocusIn &&
         static_cast<QFocusEvent *>(event)->reason() != Qt::PopupFocusReason) {
-        // After the press that gave the focus, which would take the selection away again.
+        // After the press that gave the focus, which would take the selection away again; but not in a field
+        // that the focus only passed through while others were disabled.
         if (auto *line = qobject_cast<QLineEdit *>(watched))
-            QTimer::singleShot(0, line, &QLineEdit::selectAll);
+            QTimer::singleShot(0, line, [line] {
+                if (line->hasFocus())
+                    line->selectAll();
+            });
         else if (auto *text = qobject_cast<QPlainTextEdit *>(watched))
             QTimer::singleShot(0, text, &QPlainTextEdit::selectAll);
     }

@@ -1,6 +1,8 @@
 // The main window's connection panel, the windows it opens, and its end.
 #include "browser/frmTarnwell.h"
+#include "browser/nextstep.h"
 #include "console/frmSql.h"
+#include "console/statementbox.h"
 #include "core/bascommon.h"
 #include "core/basconnection.h"
 #include "core/statements.h"
@@ -64,6 +66,7 @@ void frmTarnwell::cmdConnect_Click()
     runAlone([this] {
         QString why;
         bool isConnected = false;
+        showNextStep(m_controls, Step::Connecting);
         {
             const BusyPointer busy(m_dialogue);
             isConnected = fConnect(m_session, &why);
@@ -101,6 +104,9 @@ void frmTarnwell::disconnectNow()
 {
     sDisconnect(m_session);
     sConnectMode(false);
+    m_controls.cmdConnect->setFocus();
+    if (m_console)
+        m_console->showDisconnected();
     m_session.gDbName.clear();
     m_session.gIsLocalServer = false;
     m_controls.lblPreTable->clear();
@@ -170,7 +176,7 @@ void frmTarnwell::showInConsole(const QString &statement)
     if (m_controls.cmdExec->isEnabled())
         cmdExec_Click();
     if (m_console)
-        m_console->findChild<SqlTextBox *>(QStringLiteral("txtSql"))->setContents(statement);
+        m_console->findChild<StatementBox *>(QStringLiteral("txtSql"))->replaceContents(statement);
 }
 
 void frmTarnwell::cmdCreateDb_Click()

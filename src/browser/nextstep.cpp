@@ -9,6 +9,8 @@ QString databaseHint(Step step)
     switch (step) {
     case Step::Connect:
         return QStringLiteral("接続設定を入力して「接続」(Alt+C) を押してください");
+    case Step::Connecting:
+        return QStringLiteral("接続中…");
     case Step::ListDatabases:
         return QStringLiteral("「ﾃﾞｰﾀﾍﾞｰｽ表示」(Alt+L) を押すと一覧を表示します");
     default:

@@ -41,6 +41,7 @@ void ObjectLists::resetGrids()
     for (FlexGrid *grid :
          {m_controls.flGrid_Field, m_controls.flGrid_Index, m_controls.flGrid_Status, m_controls.flGrid_Data})
         grid->clearGrid();
+    m_controls.lblRecordCount->clear();
 }
 
 void ObjectLists::cmdShowDb_Click()
@@ -72,6 +73,9 @@ void ObjectLists::cmdShowDb_Click()
 void ObjectLists::lstDb_Click()
 {
     TarnwellControls &c = m_controls;
+    const bool isSame = m_session.gDbName == c.lstDb->currentText();
+    const int table = isSame ? c.lstTables->topRow() : 0;
+    const int routine = isSame ? c.lstProcFunc->topRow() : 0;
     c.lblPreTable->setText(QStringLiteral("0"));
     c.lblTableName->clear();
     c.lblEditName->setText(QStringLiteral("編集????:"));
@@ -85,9 +89,13 @@ void ObjectLists::lstDb_Click()
     c.lstProcFunc->clearItems();
     c.txtField->setContents({});
     c.txtProc->setContents({});
+    const QWidget *focused = c.lstTables->window()->focusWidget();
     c.optTP[0]->setChecked(true);
     enable({c.cmdDropTable, c.cmdCreateTable, c.cmdDropProc, c.cmdCreateProc, c.cmdInOut, c.cmdDataGet},
            false);
+    // Not on to whatever comes next in the tab order, where a key would start another command.
+    if (focused && !(focused->isEnabled() && focused->isVisible()))
+        c.lstTables->setFocus();
     sProgressBar(*c.picStatus, 0);
 
     showNextStep(c, Step::Reading);
@@ -97,6 +105,8 @@ void ObjectLists::lstDb_Click()
     listRoutines(QStringLiteral("show procedure status ;"), QStringLiteral("[PROC]"));
     listRoutines(QStringLiteral("show function status"), QStringLiteral("[FUNC]"));
     nothingChosen.dismiss();
+    c.lstTables->showFromRow(table);
+    c.lstProcFunc->showFromRow(routine);
     showNextStep(c, Step::DatabaseChosen);
     showStatus();
 }

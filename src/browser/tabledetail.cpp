@@ -24,6 +24,7 @@ void TableDetail::lstTables_Click()
     c.txtField->setContents({});
     for (FlexGrid *grid : {c.flGrid_Field, c.flGrid_Index, c.flGrid_Status, c.flGrid_Data})
         grid->clearGrid();
+    c.lblRecordCount->clear();
     sProgressBar(*c.picStatus, 0);
 
     try {

@@ -183,6 +183,11 @@ void frmSql::showState()
         c.lblState->setText(m_session.gDbName + QStringLiteral(":接続OK"));
 }
 
+void frmSql::showDisconnected()
+{
+    c.lblState->setText(QStringLiteral("切断しました"));
+}
+
 void frmSql::chooseDelimiter()
 {
     const QSignalBlocker quiet(c.cboDelimiter);
@@ -199,6 +204,9 @@ void frmSql::Form_Unload()
     m_session.gFont = setting(!c.optFont[0]->isChecked());
     m_session.gDelimiter = c.cboDelimiter->currentText();
     m_variables.keep();
+    // What was written but not run is not lost with the window.
+    if (const QString draft = trimmedBlanks(c.txtSql->contents()); !draft.trimmed().isEmpty())
+        m_history.add(draft);
     cmdStop_Click();
     m_session.gSqlOpen = false;
     Q_EMIT unloaded();

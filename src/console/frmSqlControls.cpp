@@ -5,6 +5,7 @@
 
 #include <QGridLayout>
 #include <QHBoxLayout>
+#include <QScreen>
 #include <QSplitter>
 #include <QVBoxLayout>
 
@@ -193,7 +194,7 @@ SqlControls::SqlControls(QWidget *window)
     split->setStretchFactor(1, 2);
     auto *all = new QVBoxLayout(window);
     all->addWidget(split);
-    window->resize(960, 660);
+    window->resize(QSize(960, 660).boundedTo(window->screen()->availableSize()));
 }
 
 std::array<QWidget *, 4> SqlControls::views() const

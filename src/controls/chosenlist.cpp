@@ -6,6 +6,8 @@
 #include <QSignalBlocker>
 #include <QStyledItemDelegate>
 
+#include <algorithm>
+
 namespace {
 
 // Rows as high as a grid's: a fallback font for Japanese makes them higher than others otherwise.
@@ -47,6 +49,17 @@ void ChosenList::appendItem(const QString &text)
 {
     const QSignalBlocker quiet(this);
     addItem(text);
+}
+
+int ChosenList::topRow() const
+{
+    return std::max(0, row(itemAt(1, 1)));
+}
+
+void ChosenList::showFromRow(int row)
+{
+    if (count() > 0)
+        scrollToItem(item(std::min(row, count() - 1)), PositionAtTop);
 }
 
 // The base class would make the first item the current one: nobody chose it, the next command would be for

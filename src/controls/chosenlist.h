@@ -16,6 +16,9 @@ public:
     void clearItems();
     // Without chosen().
     void appendItem(const QString &text);
+    // The first item in sight, and back to it after the list was filled anew.
+    int topRow() const;
+    void showFromRow(int row);
     // What an empty list says instead of items; screen readers tell it as its description.
     void setPlaceholderText(const QString &text);
 

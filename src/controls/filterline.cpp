@@ -1,5 +1,6 @@
 #include "controls/filterline.h"
 
+#include <QCoreApplication>
 #include <QKeyEvent>
 #include <QListWidget>
 
@@ -20,14 +21,17 @@ FilterLine::FilterLine(QListWidget &list, QWidget *parent)
     setAccessibleName(placeholderText());
     connect(this, &QLineEdit::textChanged, this, [this] {
         setClearButtonEnabled(!text().isEmpty()); // its picture is not loaded before there is use for it
-        apply();
+        apply(0, m_list.count() - 1);
+        if (QListWidgetItem *current = m_list.currentItem(); current && !current->isHidden())
+            m_list.scrollToItem(current);
     });
     list.installEventFilter(this);
     // Lists are filled anew while a filter stands.
-    connect(list.model(), &QAbstractItemModel::rowsInserted, this, [this] {
-        if (!text().isEmpty())
-            apply();
-    });
+    connect(list.model(), &QAbstractItemModel::rowsInserted, this,
+            [this](const QModelIndex &, int first, int last) {
+                if (!text().isEmpty())
+                    apply(first, last);
+            });
 }
 
 void FilterLine::keyPressEvent(QKeyEvent *event)
@@ -35,9 +39,17 @@ void FilterLine::keyPressEvent(QKeyEvent *event)
     if (event->key() == Qt::Key_Escape && !text().isEmpty())
         clear();
     else if (event->key() == Qt::Key_Down)
-        m_list.setFocus(Qt::OtherFocusReason);
+        goToList(event);
     else
         QLineEdit::keyPressEvent(event);
+}
+
+// With nothing chosen in sight the key chooses the first item as well.
+void FilterLine::goToList(QKeyEvent *event)
+{
+    m_list.setFocus(Qt::OtherFocusReason);
+    if (!m_list.currentItem() || m_list.currentItem()->isHidden())
+        QCoreApplication::sendEvent(&m_list, event);
 }
 
 bool FilterLine::eventFilter(QObject *watched, QEvent *event)
@@ -47,9 +59,9 @@ bool FilterLine::eventFilter(QObject *watched, QEvent *event)
     return QLineEdit::eventFilter(watched, event);
 }
 
-void FilterLine::apply()
+void FilterLine::apply(int first, int last)
 {
-    for (int row = 0; row < m_list.count(); ++row)
+    for (int row = first; row <= last; ++row)
         m_list.item(row)->setHidden(!passesFilter(m_list.item(row)->text(), text()));
 }
 

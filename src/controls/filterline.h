@@ -18,7 +18,8 @@ protected:
     bool eventFilter(QObject *watched, QEvent *event) override;
 
 private:
-    void apply();
+    void goToList(QKeyEvent *event);
+    void apply(int first, int last);
 
     QListWidget &m_list;
 };

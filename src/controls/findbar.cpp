@@ -6,7 +6,15 @@
 #include <QKeyEvent>
 #include <QLabel>
 #include <QLineEdit>
+#include <QTimer>
 #include <QToolButton>
+
+namespace {
+
+// To go through 150 MB takes a second: in more than this the search waits for a pause in the typing.
+constexpr int largeText = 4 * 1024 * 1024;
+
+} // namespace
 
 FindBar::FindBar(QAbstractScrollArea *host)
     : QWidget(host)
@@ -141,17 +149,30 @@ void addFindBar(QsciScintilla &box)
         if (!chosen.contains(u'\n'))
             bar->open(chosen);
     });
-    QObject::connect(
-        bar, &FindBar::findRequested, &box, [&box, bar](const QString &text, bool isForward, bool isTyping) {
-            int line = -1, index = -1, endLine = -1, endIndex = -1;
-            if (box.hasSelectedText())
-                box.getSelection(&line, &index, &endLine, &endIndex);
-            else
-                box.getCursorPosition(&line, &index);
-            // While typing the hit grows where it is; otherwise the next one counts.
-            if (isForward && !isTyping && endLine >= 0)
-                line = endLine, index = endIndex;
-            const bool isFound = box.findFirst(text, false, false, false, true, isForward, line, index, true);
-            bar->showMessage(isFound ? QString() : QStringLiteral("見つかりません"));
-        });
+    const auto find = [&box, bar](const QString &text, bool isForward, bool isTyping) {
+        int line = -1, index = -1, endLine = -1, endIndex = -1;
+        if (box.hasSelectedText())
+            box.getSelection(&line, &index, &endLine, &endIndex);
+        else
+            box.getCursorPosition(&line, &index);
+        // While typing the hit grows where it is; otherwise the next one counts.
+        if (isForward && !isTyping && endLine >= 0)
+            line = endLine, index = endIndex;
+        const bool isFound = box.findFirst(text, false, false, false, true, isForward, line, index, true);
+        bar->showMessage(isFound ? QString() : QStringLiteral("見つかりません"));
+    };
+    auto *typed = new QTimer(bar);
+    typed->setSingleShot(true);
+    typed->setInterval(300);
+    QObject::connect(typed, &QTimer::timeout, bar, [bar, find] { find(bar->text(), true, true); });
+    QObject::connect(bar, &FindBar::findRequested, &box,
+                     [&box, bar, typed, find](const QString &text, bool isForward, bool isTyping) {
+                         typed->stop();
+                         if (!isTyping || box.length() < largeText) {
+                             find(text, isForward, isTyping);
+                             return;
+                         }
+                         bar->showMessage(QStringLiteral("検索中…"));
+                         typed->start();
+                     });
 }

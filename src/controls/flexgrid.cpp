@@ -19,6 +19,7 @@ namespace {
 
 // Rows that decide a column's first width, and those that a double click on its edge looks at.
 constexpr int rowsForWidth = 100;
+constexpr int laterRowsForWidth = 20;
 constexpr int rowsForFit = 2000;
 constexpr int narrowestColumn = 40;
 constexpr int widestFirstColumn = 320;
@@ -178,11 +179,18 @@ int FlexGrid::fittingWidth(int column, int mostRows) const
     const TextWidth header(horizontalHeader()->font());
     const TextWidth body(font());
     int width = header.of(fieldName(column)) + header.of(u"MM"); // room for the sort mark
-    const int rows = std::min(mostRows, m_model->rowCount());
-    for (int row = 0; row < rows; ++row) {
+    const auto fitRow = [&](int row) {
         const Cell &cell = m_model->cell(row, column);
         width = std::max(width, body.of(cell.isNull ? QStringLiteral("NULL") : cellLine(cell.bytes, 1000)));
-    }
+    };
+    const int all = m_model->rowCount();
+    const int rows = std::min(mostRows, all);
+    for (int row = 0; row < rows; ++row)
+        fitRow(row);
+    // Numbers that count up are wider further down.
+    if (rows > 0 && rows < all)
+        for (int i = 1; i <= laterRowsForWidth; ++i)
+            fitRow(static_cast<int>(qint64(all - 1) * i / laterRowsForWidth));
     return std::clamp(width + 12, narrowestColumn, widestColumn);
 }
 
@@ -208,7 +216,12 @@ void FlexGrid::changeEvent(QEvent *event)
 void FlexGrid::paintEvent(QPaintEvent *event)
 {
     QTableView::paintEvent(event);
-    if (m_model->rowCount() == 0)
+    if (m_model->rowCount() > 0)
+        return;
+    // Rows that have come already are not shown before redraw is on again.
+    if (rowCount() > 0)
+        paintPlaceholder(*this, QStringLiteral("読み込み中…"));
+    else
         paintPlaceholder(*this, columnCount() > 0 ? m_noRows : m_placeholder);
 }
 

@@ -63,7 +63,10 @@ void WidgetDialogue::tell(const QString &text, Icon icon)
 QString WidgetDialogue::chooseFolder(const QString &title, const QString &startFolder)
 {
     const PointerInBox pointer;
-    return fBrowseFolder(title, m_window, startFolder);
+    const QString folder = fBrowseFolder(title, m_window, startFolder.isEmpty() ? m_lastFolder : startFolder);
+    if (!folder.isEmpty())
+        m_lastFolder = folder;
+    return folder;
 }
 
 RestoreChoice WidgetDialogue::chooseBackups()
@@ -94,7 +97,8 @@ void WidgetDialogue::progressBar(double fraction)
 {
     if (m_parts.picStatus)
         sProgressBar(*m_parts.picStatus, fraction);
-    if (m_parts.timeLeft && fraction >= 1 && m_batch.isValid())
+    // At either end of the bar the batch is over, and nothing is left.
+    if (m_parts.timeLeft && (fraction <= 0 || fraction >= 1) && m_batch.isValid())
         m_parts.timeLeft->setText(batchTime(m_batch.elapsed(), 0, 0));
 }
 

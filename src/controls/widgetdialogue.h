@@ -48,5 +48,6 @@ private:
 
     QWidget *m_window;
     DialogueParts m_parts;
+    QString m_lastFolder;  // where the next choice of a folder begins
     QElapsedTimer m_batch; // since the progress stood at 0
 };

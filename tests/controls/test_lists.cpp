@@ -78,6 +78,8 @@ void TestLists::filterOutlivesRefillingAndEscapeClearsIt()
     list.addItems({"swim", "run"});
     list.addItem("jump");
     QCOMPARE(visibleItems(list), QStringList{"swim"});
+    QTest::keyClick(&line, Qt::Key_Down);
+    QCOMPARE(list.currentItem()->text(), "swim");
     QTest::keyClick(&line, Qt::Key_Escape);
     QCOMPARE(visibleItems(list).size(), 3);
 }
