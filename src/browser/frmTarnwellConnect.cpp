@@ -132,6 +132,7 @@ bool frmTarnwell::isIdle() const
 void frmTarnwell::wishFor(Wish wish)
 {
     m_wish = std::max(m_wish, wish);
+    m_session.isStopWanted = true;
     stopEverything();
     fulfilWish();
 }
@@ -145,6 +146,7 @@ void frmTarnwell::fulfilWish()
         return;
     }
     const Wish wish = std::exchange(m_wish, Wish::Nothing);
+    m_session.isStopWanted = false;
     if (wish == Wish::Close)
         close();
     else

@@ -122,6 +122,7 @@ void ObjectLists::listTables()
         if (!tag.isEmpty())
             m_controls.lstTables->appendItem(ListItem{tag, name}.text());
         yield();
+        m_session.requireGoingOn();
     }
 }
 

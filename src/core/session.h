@@ -37,10 +37,14 @@ struct Session {
     bool gSqlOpen = false;       // the console is loaded
     // A command of the main window works on gCn, step by step: nobody else may use or replace it meanwhile.
     bool isCommandRunning = false;
+    // The user wants to disconnect or to close: what goes on step by step ends at its next step.
+    bool isStopWanted = false;
 
     // Element 0 of each stays empty, so that the number of columns is the upper bound.
     std::vector<FieldRec> gOldFields{1}, gNewFields{1};
 
     // The open connection; throws SqlError when there is none.
     Connection &connection() const;
+    // Asked between two steps; throws the SqlError of an interruption once a stop is wanted.
+    void requireGoingOn() const;
 };

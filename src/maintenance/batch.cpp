@@ -17,11 +17,13 @@ void walkTables(CommandContext &context, const Batch &batch)
 
     context.dialogue.progress(total, 0);
     for (int i = 0; i < items.size(); ++i) {
+        context.session.requireGoingOn();
         const ListItem item = coversAll ? ListItem::parse(items[i]) : ListItem::required(items[i]);
         if (!item.isError())
             batch.eachTable(item.name);
         context.dialogue.progress(total, i);
     }
+    context.session.requireGoingOn();
     batch.finish();
 }
 

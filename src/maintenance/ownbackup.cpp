@@ -114,6 +114,7 @@ void backUpByProgram(CommandContext &context, const QString &database, const QSt
     int current = 0;
     context.dialogue.progress(total, current);
     for (const Original &original : planned(context.session.connection(), database, names, folder)) {
+        context.session.requireGoingOn();
         // Fetched for each table: window events between two may have closed the connection.
         backUp(context.session.connection(), database, original);
         context.dialogue.progress(total, ++current);

@@ -46,6 +46,7 @@ void restoreByProgram(CommandContext &context, const QString &database,
         for (const Definition &definition : definitions) {
             context.dialogue.progress(static_cast<int>(definitions.size()),
                                       static_cast<int>(done.size()) + 1);
+            context.session.requireGoingOn();
             TableRestore(context.session, database, definition).run();
             done << definition.name;
         }

@@ -108,10 +108,12 @@ QString writeScripts(CommandContext &context, const QString &folder)
     context.dialogue.progress(total, current);
     for (const QString &text : tables) {
         context.dialogue.progress(total, ++current);
+        context.session.requireGoingOn();
         writer.writeTable(ListItem::parse(text));
     }
     for (const QString &text : routines) {
         context.dialogue.progress(total, ++current);
+        context.session.requireGoingOn();
         writer.writeRoutine(ListItem::parse(text));
     }
     return writer.folder();

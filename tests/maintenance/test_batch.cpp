@@ -129,6 +129,15 @@ void BatchTest::aFailureEndsTheBatch()
     QCOMPARE(stage.dialogue.lastTip, "SELECT command denied");
     QCOMPARE(stage.dialogue.bars, QList<double>{0});
     QCOMPARE(stage.dialogue.refreshes, 1);
+
+    // The user disconnects while the second is at work, and the server answers too fast to be interrupted.
+    stage.script.beforeAnswer = [&](const QString &) {
+        stage.session.isStopWanted = stage.script.sent.size() == 4;
+    };
+    stage.dialogue.expectConfirm("全ﾃｰﾌﾞﾙの最適化を行います。", Icon::Information, true);
+    stage.dialogue.expectRefuse("処理を中断しました。");
+    stage.run(optimizeTables);
+    QCOMPARE(stage.script.sent.mid(2), (L{"optimize table `d`.a", "optimize table `d`.b"}));
 }
 
 QTEST_APPLESS_MAIN(BatchTest)
