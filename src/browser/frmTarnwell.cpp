@@ -4,6 +4,7 @@
 #include "browser/listmenu.h"
 #include "browser/nextstep.h"
 #include "console/frmSql.h"
+#include "console/history.h"
 #include "controls/activation.h"
 #include "controls/windowpump.h"
 #include "core/bascommon.h"
@@ -286,12 +287,33 @@ void frmTarnwell::serveChoice()
     if (!list->currentItem())
         return; // the list was cleared meanwhile
     m_dialogue.setLastError({}, true);
+    const bool hasKept = keepEdits(list != m_controls.lstProcFunc, list != m_controls.lstTables);
     if (list == m_controls.lstDb)
         reload(Reload::Objects);
     else if (list == m_controls.lstTables)
         readAlone([this] { m_detail.lstTables_Click(); });
     else
         readAlone([this] { m_detail.lstProcFunc_Click(); });
+    if (hasKept && m_controls.txtError->toPlainText().isEmpty())
+        m_dialogue.setLastError(
+            QStringLiteral("編集していた定義は、変更していません。ｸｴﾘ実行の履歴 (Alt+↑) に残しました。"),
+            false);
+}
+
+bool frmTarnwell::keepEdits(bool ofTable, bool ofRoutine)
+{
+    bool hasKept = false;
+    for (const QString &text :
+         {ofTable ? m_detail.editedTable() : QString(), ofRoutine ? m_detail.editedRoutine() : QString()}) {
+        if (text.trimmed().isEmpty())
+            continue;
+        hasKept = true;
+        if (m_console)
+            m_console->remember(text);
+        else
+            History(historyFile(m_session)).add(text);
+    }
+    return hasKept;
 }
 
 bool frmTarnwell::isOccupied() const
@@ -341,6 +363,8 @@ void frmTarnwell::run(const Command &command)
 
 void frmTarnwell::reload(Reload what)
 {
+    if (what != Reload::Nothing)
+        keepEdits(true, true);
     if (what == Reload::Databases)
         readAlone([this] { m_lists.cmdShowDb_Click(); });
     else if (what == Reload::Objects)

@@ -55,6 +55,9 @@ private:
     void choose(ChosenList *list);
     void serveChoice();
     bool isOccupied() const;
+    // Edited definitions that are about to be replaced go into the console's history. True when there were
+    // any.
+    bool keepEdits(bool ofTable, bool ofRoutine);
     // Runs one thing at a time: a click that arrives while another runs is dropped. Errors that the
     // action leaves to the window are shown with the server's words.
     void runAlone(const std::function<void()> &action);

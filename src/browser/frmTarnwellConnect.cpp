@@ -102,6 +102,7 @@ void frmTarnwell::cmdClose_Click()
 
 void frmTarnwell::disconnectNow()
 {
+    keepEdits(true, true);
     sDisconnect(m_session);
     sConnectMode(false);
     m_controls.cmdConnect->setFocus();
@@ -199,6 +200,7 @@ void frmTarnwell::closeEvent(QCloseEvent *event)
         wishFor(Wish::Close);
         return;
     }
+    keepEdits(true, true);
     // The console first: it hands its options to the settings.
     if (m_console)
         m_console->close();

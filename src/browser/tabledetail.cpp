@@ -6,6 +6,16 @@
 #include "core/statements.h"
 #include "maintenance/routines.h"
 
+namespace {
+
+QString editedText(const SqlTextBox &editor, const QLabel &shown)
+{
+    const QString text = editor.contents();
+    return text == shown.text() ? QString() : trimmedBlanks(text);
+}
+
+} // namespace
+
 QString TableDetail::statement(const char *start, const QString &name) const
 {
     return QLatin1String(start) + qualifiedName(m_session.gDbName, name) + u';';
@@ -133,4 +143,14 @@ void TableDetail::lstProcFunc_Click()
         c.cmdDropProc->setEnabled(true);
         c.cmdCreateProc->setEnabled(true);
     }
+}
+
+QString TableDetail::editedTable() const
+{
+    return editedText(*m_controls.txtField, *m_controls.lblCreateTable);
+}
+
+QString TableDetail::editedRoutine() const
+{
+    return editedText(*m_controls.txtProc, *m_controls.lblCreateProc);
 }

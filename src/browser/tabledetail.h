@@ -18,6 +18,9 @@ public:
     void lstProcFunc_Click();
     void sIndex_show();
     void optField_Click(int index);
+    // What the user has made of a definition that was shown, and not applied; else empty.
+    QString editedTable() const;
+    QString editedRoutine() const;
 
 private:
     void showFields(const QString &name);

@@ -103,7 +103,7 @@ frmSql::frmSql(Session &session, std::function<bool()> connect, std::unique_ptr<
     , m_run(session, {*c.flgrid_Record, *c.txtRecord,
                       [this](qint64 count) { c.lblRecordCount->setText(QString::number(count)); }})
     , m_completion(session, *c.txtSql)
-    , m_history(session.programFolder + QStringLiteral("/history.json"))
+    , m_history(historyFile(session))
     , m_fonts(new FontScaling(this))
 {
     setObjectName(QStringLiteral("frmSql"));
@@ -206,7 +206,7 @@ void frmSql::Form_Unload()
     m_variables.keep();
     // What was written but not run is not lost with the window.
     if (const QString draft = trimmedBlanks(c.txtSql->contents()); !draft.trimmed().isEmpty())
-        m_history.add(draft);
+        remember(draft);
     cmdStop_Click();
     m_session.gSqlOpen = false;
     Q_EMIT unloaded();

@@ -35,6 +35,8 @@ public:
     // close() that works while the console waits for the server or reads rows, too: ends that first.
     // The window is gone when unloaded() comes, at once or later.
     void closeWhenIdle();
+    // Takes a text into the history.
+    void remember(const QString &text) { m_history.add(text); }
     // The connection that the console named is gone.
     void showDisconnected();
 

@@ -14,6 +14,11 @@ constexpr qsizetype longestStatement = 20000; // characters; longer ones come fr
 
 } // namespace
 
+QString historyFile(const Session &session)
+{
+    return session.programFolder + QStringLiteral("/history.json");
+}
+
 History::History(QString path)
     : m_path(std::move(path))
 {

@@ -1,10 +1,15 @@
 #pragma once
 
-#include <QString>
+#include "core/session.h"
+
 #include <QStringList>
 
-// The statements that were run, oldest first, kept in a file of their own over restarts. None that holds a
-// password is ever taken in. A file that cannot be read or written costs the history, nothing else.
+// Where the history is kept.
+QString historyFile(const Session &session);
+
+// The statements that were run or written in vain, oldest first, kept in a file of their own over restarts.
+// None that holds a password is ever taken in. A file that cannot be read or written costs the history,
+// nothing else.
 class History {
 public:
     explicit History(QString path);

@@ -1,3 +1,4 @@
+#include "console/history.h"
 #include "windowstage.h"
 
 // The window's lists and detail over a scripted server: which statements are sent, word for word, and what
@@ -155,6 +156,15 @@ void ListsTest::aTableClickSendsFourStatements()
     QCOMPARE(get<FlexGrid>("flGrid_Status").rowCount(), 1);
     QVERIFY(isEnabled("cmdDropTable") && isEnabled("cmdCreateTable") && isEnabled("cmdDataGet"));
     QVERIFY(!isEnabled("cmdInOut"));
+
+    // An edit that the next click replaces is not lost.
+    get<SqlTextBox>("txtField").setContents("CREATE TABLE t (a bigint)");
+    choose("lstTables", 0);
+    QCOMPARE(get<SqlTextBox>("txtField").contents(), label("lblCreateTable"));
+    QCOMPARE(History(historyFile(m_stage->session)).statements(), QStringList("CREATE TABLE t (a bigint)"));
+    QVERIFY(get<QPlainTextEdit>("txtError").toPlainText().contains("Alt+↑"));
+    choose("lstTables", 0);
+    QCOMPARE(get<QPlainTextEdit>("txtError").toPlainText(), "");
 }
 
 void ListsTest::anObjectThatCannotBeReadCanOnlyBeDropped()
