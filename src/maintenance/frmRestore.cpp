@@ -8,6 +8,7 @@
 #include <QHBoxLayout>
 #include <QLabel>
 #include <QPushButton>
+#include <QScreen>
 #include <QVBoxLayout>
 
 namespace {
@@ -83,7 +84,8 @@ void frmRestore::layOut()
     layout->addLayout(boxes, 1);
     layout->addWidget(path);
     layout->addLayout(buttons);
-    resize(fontMetrics().averageCharWidth() * 90, fontMetrics().height() * 24);
+    resize(QSize(fontMetrics().averageCharWidth() * 60, fontMetrics().height() * 24)
+               .boundedTo(screen()->availableSize()));
 
     connect(cmdOk, &QPushButton::clicked, this, &frmRestore::cmdOk_Click);
     connect(cmdCancel, &QPushButton::clicked, this, &QDialog::reject);

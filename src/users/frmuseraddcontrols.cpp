@@ -10,6 +10,8 @@
 #include <QLabel>
 #include <QLineEdit>
 #include <QPushButton>
+#include <QScreen>
+#include <QScrollArea>
 
 namespace {
 
@@ -234,8 +236,18 @@ UserControls::UserControls(QWidget &window)
     frames->addWidget(globalFrame(*this));
     frames->addWidget(databaseFrame(*this), 1);
     frames->addWidget(tableFrame(*this), 1);
-    auto *columns = new QHBoxLayout(&window);
+    auto *all = new QWidget;
+    auto *columns = new QHBoxLayout(all);
     columns->addLayout(accountColumn(*this), 1);
     columns->addLayout(frames, 3);
-    window.resize(1000, 680);
+    // Small screens do not show all of it at once.
+    auto *area = new QScrollArea;
+    area->setWidget(all);
+    area->setWidgetResizable(true);
+    area->setFrameShape(QFrame::NoFrame);
+    area->setFocusPolicy(Qt::NoFocus);
+    auto *layout = new QVBoxLayout(&window);
+    layout->setContentsMargins({});
+    layout->addWidget(area);
+    window.resize(QSize(1000, 680).boundedTo(window.screen()->availableSize()));
 }
