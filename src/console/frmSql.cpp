@@ -1,6 +1,5 @@
-#include "console/frmSql.h"
-
 #include "console/explain.h"
+#include "console/frmSqlOperation.h"
 #include "console/frmTextEditer.h"
 #include "controls/fontscaling.h"
 #include "controls/widgetdialogue.h"
@@ -13,13 +12,7 @@
 #include <QSignalBlocker>
 #include <QTimer>
 
-#include <new>
-#include <optional>
-
 namespace {
-
-const QString interrupted = QStringLiteral("処理を中断しました");
-constexpr char delimiters[] = {' ', '\t', '|', ',', ':', ';'}; // in the order of cboDelimiter
 
 bool isOne(const QString &setting)
 {
@@ -31,68 +24,7 @@ QString setting(bool isOn)
     return isOn ? QStringLiteral("1") : QStringLiteral("0");
 }
 
-// What went wrong, if anything did.
-using Failure = std::optional<QString>;
-
-Failure failureOf(const std::function<void()> &work)
-{
-    try {
-        work();
-        return {};
-    } catch (const SqlError &error) {
-        return error.description();
-    } catch (const std::bad_alloc &) {
-        return QStringLiteral("メモリが不足しています。");
-    }
-}
-
 } // namespace
-
-// Something on the stack uses the window while events run: the window must not go away beneath it.
-class frmSql::Operation {
-public:
-    explicit Operation(frmSql &window)
-        : m_window(window)
-    {
-        ++m_window.m_operations;
-    }
-    ~Operation()
-    {
-        if (--m_window.m_operations == 0 && m_window.m_closesWhenIdle)
-            QMetaObject::invokeMethod(&m_window, &QWidget::close, Qt::QueuedConnection);
-    }
-    Operation(const Operation &) = delete;
-    Operation &operator=(const Operation &) = delete;
-
-private:
-    frmSql &m_window;
-};
-
-// What the window shows while a statement runs.
-class frmSql::RunningState {
-public:
-    explicit RunningState(frmSql &window)
-        : m_window(window)
-    {
-        m_window.setCursor(Qt::WaitCursor);
-        m_window.c.cmdStop->setEnabled(true);
-        m_window.c.cmdExec->setEnabled(false);
-        m_window.setRunFlag(true);
-    }
-    ~RunningState()
-    {
-        m_window.c.lblRecordCount->setText(QString::number(m_window.m_run.rowCount()));
-        m_window.c.cmdStop->setEnabled(false);
-        m_window.c.cmdExec->setEnabled(true);
-        m_window.setRunFlag(false);
-        m_window.unsetCursor();
-    }
-    RunningState(const RunningState &) = delete;
-    RunningState &operator=(const RunningState &) = delete;
-
-private:
-    frmSql &m_window;
-};
 
 frmSql::frmSql(Session &session, std::function<bool()> connect, std::unique_ptr<Dialogue> dialogue)
     : m_session(session)
@@ -231,64 +163,6 @@ void frmSql::closeWhenIdle()
     }
     m_closesWhenIdle = true;
     cmdStop_Click();
-}
-
-bool frmSql::isStatementMissing()
-{
-    if (!c.txtSql->contents().trimmed().isEmpty())
-        return false;
-    m_dialogue->inform(QStringLiteral("SQL文を入力してください。"));
-    return true;
-}
-
-void frmSql::cmdExec_Click()
-{
-    if (isRunning() || m_session.isCommandRunning)
-        return;
-    const Operation operation(*this);
-    c.txtError->clear();
-    if (isStatementMissing())
-        return;
-    m_history.add(trimmedBlanks(c.txtSql->contents()));
-    const RunningState running(*this);
-    execute();
-}
-
-void frmSql::execute()
-{
-    ConsoleRun::Result result = ConsoleRun::Result::NoRows;
-    const Failure failure = failureOf([&] { result = m_run.execute(request()); });
-    if (!failure && result == ConsoleRun::Result::NoRows) {
-        c.txtError->setPlainText(m_run.note());
-        m_dialogue->inform(QStringLiteral("正常終了"));
-    } else if (!isRunning())
-        m_dialogue->inform(interrupted);
-    else if (failure)
-        showFailure(*failure);
-
-    if (const Failure second = failureOf([this] { m_run.keepWhatWasRead(); }))
-        showFailure(*second);
-}
-
-void frmSql::showFailure(const QString &description)
-{
-    m_dialogue->refuse(description);
-    c.txtError->setPlainText(description);
-}
-
-RunRequest frmSql::request() const
-{
-    return {.statement = withLf(trimmedBlanks(c.txtSql->contents())),
-            .delimiter = delimiters[std::max(0, c.cboDelimiter->currentIndex())],
-            .isFileOnly = c.ckNoTextNoGrid->isChecked(),
-            .savesText = c.ckMemo[0]->isChecked(),
-            .opensEditor = c.ckMemo[1]->isChecked()};
-}
-
-void frmSql::cmdStop_Click()
-{
-    setRunFlag(false);
-    m_run.stop();
 }
 
 void frmSql::cmdAnalyze_Click()
