@@ -67,6 +67,7 @@ void frmTarnwell::cmdConnect_Click()
         QString why;
         bool isConnected = false;
         showNextStep(m_controls, Step::Connecting);
+        m_controls.cmdClose->setEnabled(true); // gives it up
         {
             const BusyPointer busy(m_dialogue);
             isConnected = fConnect(m_session, &why);
@@ -119,6 +120,8 @@ void frmTarnwell::stopEverything()
         m_viewer.stop();
     if (m_console && m_console->isRunning())
         m_console->cmdStop_Click();
+    if (m_session.opening)
+        m_session.opening->cancel();
     if (m_session.gCn && m_session.gCn->isBusy())
         m_session.gCn->cancel();
 }

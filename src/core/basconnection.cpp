@@ -2,6 +2,8 @@
 
 #include "core/statements.h"
 
+#include <QScopeGuard>
+
 namespace {
 
 // In the braces of ODBC where the value would end too soon, lose its blanks or be taken for one in braces:
@@ -39,6 +41,8 @@ bool fConnect(Session &session, QString *why)
     try {
         // Not yet the session's while it opens: events run meanwhile, and nobody may use it.
         auto connection = session.makeConnection(connectionStringOf(session));
+        session.opening = connection.get();
+        const auto isOver = qScopeGuard([&session] { session.opening = nullptr; });
         connection->open();
         session.gCn = std::move(connection);
     } catch (const SqlError &error) {

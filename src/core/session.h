@@ -32,6 +32,7 @@ struct Session {
     QString gIniPath, gVariableFile;
 
     std::unique_ptr<Connection> gCn;
+    Connection *opening = nullptr; // while fConnect() waits: not for use, but to be cancelled
     RecordSet gRs;
     bool gIsLocalServer = false; // the driver names the server "localhost"
     bool gSqlOpen = false;       // the console is loaded

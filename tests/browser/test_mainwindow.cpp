@@ -4,6 +4,7 @@
 #include "support/rows.h"
 #include "support/testserver.h"
 
+#include <QScopeGuard>
 #include <QTimer>
 
 // The real window on a real server, over each of the two connections.
@@ -21,6 +22,7 @@ private Q_SLOTS:
     void everyKindOfObjectIsListed();
     void rowsAreShownUpToTheLimit();
     void stoppingKeepsWhatWasRead();
+    void aConnectionUnderWayIsGivenUp();
     void aThinkingServerIsLeftAtOnce_data();
     void aThinkingServerIsLeftAtOnce();
 
@@ -185,6 +187,20 @@ void MainWindowTest::stoppingKeepsWhatWasRead()
     QCOMPARE(count->text(), QString::number(rows));
     click("cmdDataGet"); // and the connection still works
     QCOMPARE(data().rowCount(), 10000);
+}
+
+void MainWindowTest::aConnectionUnderWayIsGivenUp()
+{
+    m_server.freeze();
+    const auto resume = qScopeGuard([this] { m_server.resume(); });
+    enter();
+    QTimer::singleShot(300, this, [&] { click("cmdClose"); });
+    QElapsedTimer clock;
+    clock.start();
+    click("cmdConnect");
+    QVERIFY2(clock.elapsed() < 5000, qPrintable(QString::number(clock.elapsed()))); // it would wait for 20
+    QTRY_VERIFY(control<QWidget>("cmdConnect")->isEnabled() && !control<QWidget>("cmdClose")->isEnabled());
+    QVERIFY(!m_stage->session.gCn);
 }
 
 void MainWindowTest::aThinkingServerIsLeftAtOnce_data()
