@@ -6,6 +6,7 @@
 #include "console/frmSql.h"
 #include "controls/activation.h"
 #include "controls/windowpump.h"
+#include "controls/windowsize.h"
 #include "core/bascommon.h"
 #include "core/basconnection.h"
 #include "core/connect.h"
@@ -16,7 +17,6 @@
 
 #include <QApplication>
 #include <QFocusEvent>
-#include <QScreen>
 #include <QShortcut>
 #include <QTimer>
 
@@ -70,7 +70,7 @@ frmTarnwell::frmTarnwell(Session &session, WindowPump &pump)
     });
     Form_Load();
     Form_Activate();
-    resize(QSize(1024, 700).boundedTo(screen()->availableSize()));
+    restoreSize(*this, m_session.gIniPath, sizeKey, standardSize);
 }
 
 frmTarnwell::~frmTarnwell()

@@ -36,6 +36,9 @@ private:
     // What waits until the running command has ended.
     enum class Wish { Nothing, Disconnect, Close };
 
+    static constexpr QSize standardSize{1024, 700};
+    static inline const QString sizeKey = QStringLiteral("main");
+
     void Form_Load();
     void Form_Activate();
     void connectSignals();

@@ -3,6 +3,7 @@
 #include "browser/nextstep.h"
 #include "console/frmSql.h"
 #include "console/statementbox.h"
+#include "controls/windowsize.h"
 #include "core/bascommon.h"
 #include "core/basconnection.h"
 #include "core/statements.h"
@@ -210,6 +211,7 @@ void frmTarnwell::closeEvent(QCloseEvent *event)
     const QString failure = sSaveSettings(m_session);
     if (!failure.isEmpty())
         QTextStream(stderr) << "Tarnwell.ini: " << failure << Qt::endl;
+    keepSize(*this, m_session.gIniPath, sizeKey, standardSize);
     sDisconnect(m_session);
     event->accept();
     for (QWidget *window : QApplication::topLevelWidgets())

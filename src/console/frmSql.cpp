@@ -4,6 +4,7 @@
 #include "controls/fontscaling.h"
 #include "controls/widgetdialogue.h"
 #include "controls/windowpump.h"
+#include "controls/windowsize.h"
 #include "core/basconnection.h"
 #include "core/statements.h"
 
@@ -13,6 +14,9 @@
 #include <QTimer>
 
 namespace {
+
+const QString sizeKey = QStringLiteral("console");
+constexpr QSize standardSize(960, 660);
 
 bool isOne(const QString &setting)
 {
@@ -49,6 +53,7 @@ frmSql::frmSql(Session &session, std::function<bool()> connect, std::unique_ptr<
     connectControls();
     addKeys();
     Form_Load();
+    restoreSize(*this, m_session.gIniPath, sizeKey, standardSize);
     c.txtSql->setFocus();
 }
 
@@ -136,6 +141,7 @@ void frmSql::Form_Unload()
     m_session.gFont = setting(!c.optFont[0]->isChecked());
     m_session.gDelimiter = c.cboDelimiter->currentText();
     m_variables.keep();
+    keepSize(*this, m_session.gIniPath, sizeKey, standardSize);
     // What was written but not run is not lost with the window.
     if (const QString draft = trimmedBlanks(c.txtSql->contents()); !draft.trimmed().isEmpty())
         remember(draft);

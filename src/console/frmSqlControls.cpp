@@ -5,7 +5,6 @@
 
 #include <QGridLayout>
 #include <QHBoxLayout>
-#include <QScreen>
 #include <QSplitter>
 #include <QVBoxLayout>
 
@@ -194,7 +193,6 @@ SqlControls::SqlControls(QWidget *window)
     split->setStretchFactor(1, 2);
     auto *all = new QVBoxLayout(window);
     all->addWidget(split);
-    window->resize(QSize(960, 660).boundedTo(window->screen()->availableSize()));
 }
 
 std::array<QWidget *, 4> SqlControls::views() const

@@ -64,6 +64,7 @@ inline void press(const QWidget &window, std::initializer_list<const char *> but
 inline Stage::Stage()
 {
     session.programFolder = folder.path();
+    session.gIniPath = folder.filePath("Tarnwell.ini");
     session.gDbName = QStringLiteral("d");
     says("show databases;", {"Database"}, {"d"});
     says("show tables from `d`;", {"Tables_in_d"}, {"t"});

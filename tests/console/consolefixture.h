@@ -17,7 +17,11 @@ struct ConsoleWindow {
     Session session;
     QPointer<frmSql> window;
 
-    ConsoleWindow() { session.programFolder = folder.path(); }
+    ConsoleWindow()
+    {
+        session.programFolder = folder.path();
+        session.gIniPath = folder.filePath("Tarnwell.ini");
+    }
 
     template <class Control>
     Control &control(const char *name) const

@@ -317,6 +317,7 @@ void FrmSqlTest::statementsComeBackAfterARestart()
         console.run(QLatin1String(statement));
     }
     console.type("not run");
+    console.window->resize(700, 502);
     delete console.window;
     QFile file(console.folder.filePath("history.json"));
     QVERIFY(file.open(QIODevice::ReadOnly));
@@ -325,6 +326,7 @@ void FrmSqlTest::statementsComeBackAfterARestart()
     console.open();
     console.window->show();
     QVERIFY(QTest::qWaitForWindowActive(console.window));
+    QCOMPARE(console.window->height(), 502);
     auto &box = console.control<SqlTextBox>("txtSql");
     console.type("draft");
     QStringList seen;

@@ -1,0 +1,43 @@
+#include "controls/windowsize.h"
+
+#include "core/profilefile.h"
+
+#include <QRegularExpression>
+#include <QScreen>
+#include <QWidget>
+
+namespace {
+
+const QString section = QStringLiteral("Window");
+const QString maximized = QStringLiteral("maximized");
+
+QString asText(QSize size)
+{
+    return QStringLiteral("%1x%2").arg(size.width()).arg(size.height());
+}
+
+} // namespace
+
+void restoreSize(QWidget &window, const QString &settingsFile, const QString &key, QSize standard)
+{
+    const QString kept = ProfileFile(settingsFile).value(section, key);
+    static const QRegularExpression form(QStringLiteral("^(\\d{3,5})x(\\d{3,5})$"));
+    const QRegularExpressionMatch match = form.match(kept);
+    const QSize size =
+        match.hasMatch() ? QSize(match.captured(1).toInt(), match.captured(2).toInt()) : standard;
+    window.resize(size.boundedTo(window.screen()->availableSize()));
+    if (kept == maximized)
+        window.setWindowState(Qt::WindowMaximized);
+}
+
+void keepSize(const QWidget &window, const QString &settingsFile, const QString &key, QSize standard)
+{
+    ProfileFile file(settingsFile);
+    const QString before = file.value(section, key);
+    const QString now = window.isMaximized() ? maximized : asText(window.size());
+    const QString untouched = asText(standard.boundedTo(window.screen()->availableSize()));
+    if (now == before || (before.isEmpty() && now == untouched))
+        return;
+    file.setValue(section, key, now);
+    file.save();
+}
