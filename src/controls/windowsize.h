@@ -7,7 +7,8 @@ class QWidget;
 // A window as large as the user left it: kept under the key of section [Window] of the settings file, and
 // only once it differs from the standard size.
 
-// Gives the window that size, or the standard one; never more than the screen has room for.
+// Gives the window that size, or the standard one; never higher than the screen, nor wider unless the
+// standard size is.
 void restoreSize(QWidget &window, const QString &settingsFile, const QString &key, QSize standard);
 // A file that cannot be written costs the size, nothing else.
 void keepSize(const QWidget &window, const QString &settingsFile, const QString &key, QSize standard);

@@ -84,8 +84,8 @@ void frmRestore::layOut()
     layout->addLayout(boxes, 1);
     layout->addWidget(path);
     layout->addLayout(buttons);
-    resize(QSize(fontMetrics().averageCharWidth() * 60, fontMetrics().height() * 24)
-               .boundedTo(screen()->availableSize()));
+    resize(
+        QSize(fontMetrics().height() * 40, fontMetrics().height() * 24).boundedTo(screen()->availableSize()));
 
     connect(cmdOk, &QPushButton::clicked, this, &frmRestore::cmdOk_Click);
     connect(cmdCancel, &QPushButton::clicked, this, &QDialog::reject);

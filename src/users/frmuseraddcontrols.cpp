@@ -249,5 +249,5 @@ UserControls::UserControls(QWidget &window)
     auto *layout = new QVBoxLayout(&window);
     layout->setContentsMargins({});
     layout->addWidget(area);
-    window.resize(QSize(1000, 680).boundedTo(window.screen()->availableSize()));
+    window.resize(1000, std::min(680, window.screen()->availableSize().height()));
 }
