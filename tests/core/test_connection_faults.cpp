@@ -140,6 +140,7 @@ void ConnectionFaultsTest::aRefusedStatementGivesTheServersWords()
     QVERIFY(!error.isConnectionLost());
     errorOf([&] { open->execute(QString()); });
     errorOf([&] { open->execute(QStringLiteral("select ?")); });
+    errorOf([&] { open->execute(QStringLiteral("select 1 ") + QChar(0) + QStringLiteral(", 2")); });
     QCOMPARE(valueOf(*open, "select 4"), "4");
 }
 

@@ -8,6 +8,7 @@ private Q_SLOTS:
     void initTestCase_data() { addBothConnections(); }
     void initTestCase();
     void everyEntryReachesTheServer();
+    void theServersOwnCharacterSetDoesNotMatter();
     void everyTypeIsTheServersOwnText_data();
     void everyTypeIsTheServersOwnText();
     void longCellsAreNeverCut();
@@ -21,7 +22,7 @@ private:
         return connected(stringOf(m_server, isBuiltIn(), "d"), m_pump);
     }
 
-    TestServer m_server;
+    TestServer m_server{{"--skip-character-set-client-handshake"}};
     BlockingPump m_pump;
 };
 
@@ -58,6 +59,15 @@ void ConnectionValuesTest::everyEntryReachesTheServer()
         QCOMPARE(session.connection().execute("select user(), database()").text(1), name);
         sDisconnect(session);
     }
+}
+
+void ConnectionValuesTest::theServersOwnCharacterSetDoesNotMatter()
+{
+    const QString both = QStringLiteral("set global character_set_client=%1, character_set_results=%1");
+    m_server.run(both.arg("sjis"));
+    const auto open = connection();
+    m_server.run(both.arg("utf8mb4"));
+    QCOMPARE(valueOf(*open, "select hex(convert('表' using utf8mb4))"), "E8A1A8");
 }
 
 void ConnectionValuesTest::everyTypeIsTheServersOwnText_data()

@@ -30,7 +30,8 @@ void OdbcTest::unreadRowsDoNotEndTheProgram_data()
     for (const char *statement :
          {"OPTIMIZE TABLE d.t", "REPAIR TABLE d.t", "VALUES (1), (2)", "HELP 'select'", "XA RECOVER",
           "CACHE INDEX d.t IN DEFAULT", "LOAD INDEX INTO CACHE d.t", "ALTER TABLE d.p OPTIMIZE PARTITION p0",
-          "/*! SELECT 1 */", "/* c */ optimize table d.t", "-- c\n repair table d.t"})
+          "/*! SELECT 1 */", "/* c */ optimize table d.t", "-- c\n repair table d.t",
+          "set statement max_statement_time=9 for select 1"})
         row(statement, statement);
 }
 
@@ -50,20 +51,38 @@ void OdbcTest::unreadRowsDoNotEndTheProgram()
     open->execute("use `e``e`");
     open->execute(statement);
     QCOMPARE(valueOf(*open, "select database()"), "e`e");
+    QCOMPARE(valueOf(*open, "if 1 then select 2; select 3; end if"), "2");
 }
 
 void OdbcTest::dangerousKindsAreKnown()
 {
     // What keeps the session's variables, temporary tables and locks must not be taken for dangerous.
-    for (const char *statement :
-         {"select 1", "  (select 1)", "set @a=1", "-- c\nselect 1", "# c\n/* d */ show tables",
-          "create table t (a int)", "alter table t add b int", "alter table optimize_me add b int",
-          "xa start 'a'", "load data infile 'x' into table t", "lock tables t read",
-          "begin not atomic select 1; end", "delete from t returning a", "start transaction", "commit;",
-          "set@a=1", "alter table p add partition (partition q values less than (9))", "", "/* select */"})
+    for (const char *statement : {"select 1",
+                                  "  (select 1)",
+                                  "set @a=1",
+                                  "-- c\nselect 1",
+                                  "# c\n/* d */ show tables",
+                                  "create table t (a int)",
+                                  "alter table t add b int",
+                                  "alter table optimize_me add b int",
+                                  "xa start 'a'",
+                                  "load data infile 'x' into table t",
+                                  "lock tables t read",
+                                  "begin not atomic select 1; end",
+                                  "delete from t returning a",
+                                  "start transaction",
+                                  "commit;",
+                                  "set@a=1",
+                                  "set statement x=1 for delete from t",
+                                  "handler t open",
+                                  "if 1 then select 1; end if",
+                                  "alter table p add partition (partition q values less than (9))",
+                                  "",
+                                  "/* select */"})
         QVERIFY2(!StatementKind::mayLeaveRowsUnread(statement), statement);
-    for (const char *statement : {"backup table t to 'x'", "if 1 then select 1; end if", "table t",
-                                  "optimize/**/table t", "/*!50000 select */ 1"})
+    for (const char *statement :
+         {"backup table t to 'x'", "table t", "optimize/**/table t", "/*!50000 select */ 1",
+          "handler t read first", "set statement x=1 for delete from t returning a", "begin select 1; end"})
         QVERIFY2(StatementKind::mayLeaveRowsUnread(statement), statement);
 }
 

@@ -7,6 +7,19 @@ namespace {
 
 constexpr NativeTimeouts timeouts{20, 0};
 
+// A server with skip-character-set-client-handshake, as many in Japan, takes no notice of what the library
+// asked for at connect: it would read UTF-8 as, say, Shift-JIS and store that.
+void speakUtf8(MYSQL *handle)
+{
+    try {
+        sendNative(handle, "SET NAMES utf8mb4");
+    } catch (const SqlError &error) {
+        constexpr int mustChangePassword = 1820; // and may do nothing else before
+        if (error.number() != mustChangePassword)
+            sendNative(handle, "SET NAMES utf8"); // all that MySQL before 5.5.3 knows
+    }
+}
+
 } // namespace
 
 NativeDriver::NativeDriver(NativeOptions options)
@@ -20,6 +33,7 @@ Driver::Opened NativeDriver::connect()
 {
     m_handle = connectNative(m_options, timeouts);
     m_cutter.watch(mysql_get_socket(m_handle.get()));
+    speakUtf8(m_handle.get());
     m_connectionId = mysql_thread_id(m_handle.get());
     return {serverInfo(QString::fromUtf8(mysql_get_server_info(m_handle.get()))),
             QString::fromUtf8(m_options.host)};

@@ -40,6 +40,10 @@ OdbcStatementHandle sendOdbc(const OdbcConnectionHandle &connection, const QStri
 {
     if (!connection)
         throw SqlError(QStringLiteral("サーバーとの接続が切れています。"), 2006, QStringLiteral("08003"));
+    // Connector/ODBC 3.1.15 would send what stands before it: a DELETE without its WHERE.
+    if (statement.contains(QChar(0)))
+        throw SqlError(QStringLiteral("文の中にNUL文字があるため、ODBCでは実行しません。"), 0,
+                       QStringLiteral("42000"));
     OdbcStatementHandle handle = OdbcStatementHandle::allocate(connection.get());
     if (!handle)
         throw odbcError(SQL_HANDLE_DBC, connection.get());

@@ -1,5 +1,6 @@
 #include "core/odbc/odbcdriver.h"
 
+#include "core/connectionstring.h"
 #include "core/odbc/odbcconnect.h"
 #include "core/odbc/odbcresult.h"
 #include "core/odbc/statementkind.h"
@@ -27,10 +28,17 @@ QString serverName(const OdbcConnectionHandle &connection)
     return QString::fromUtf16(reinterpret_cast<const char16_t *>(name.data()));
 }
 
+// Cells are read as UTF-8, but a data source may ask for another character set.
+QString inUtf8(const QString &connectionString)
+{
+    const bool isOurs = !ConnectionString(connectionString).value(QStringLiteral("driver")).isEmpty();
+    return isOurs ? connectionString : connectionString + QStringLiteral(";CHARSET=utf8mb4");
+}
+
 } // namespace
 
-OdbcDriver::OdbcDriver(QString connectionString)
-    : m_connectionString(std::move(connectionString))
+OdbcDriver::OdbcDriver(const QString &connectionString)
+    : m_connectionString(inUtf8(connectionString))
     , m_environment(OdbcEnvironment::make())
 {
 }
@@ -45,9 +53,29 @@ Driver::Opened OdbcDriver::connect()
 QString OdbcDriver::open()
 {
     m_connection = connectOdbc(m_environment, m_connectionString, connectSeconds);
-    const QStringList row = firstRow(QStringLiteral("select connection_id(), version()"));
+    const QStringList row =
+        firstRow(QStringLiteral("select connection_id(), version(), @@character_set_client"));
     m_connectionId = row.value(0).toULongLong();
+    if (!row.value(2).startsWith(u"utf8"))
+        speakUtf8();
     return row.value(1);
+}
+
+// A server with skip-character-set-client-handshake, as many in Japan, takes no notice of what the driver
+// asked for at connect: it would read UTF-8 as, say, Shift-JIS and store that. SET NAMES is refused by the
+// driver.
+void OdbcDriver::speakUtf8()
+{
+    const auto set = [this](const QString &name) {
+        sendOdbc(m_connection, QStringLiteral("set character_set_client=%1, character_set_connection=%1, "
+                                              "character_set_results=%1")
+                                   .arg(name));
+    };
+    try {
+        set(QStringLiteral("utf8mb4"));
+    } catch (const SqlError &) {
+        set(QStringLiteral("utf8")); // all that MySQL before 5.5.3 knows
+    }
 }
 
 QStringList OdbcDriver::firstRow(const QString &statement)
@@ -55,7 +83,10 @@ QStringList OdbcDriver::firstRow(const QString &statement)
     const std::unique_ptr<DriverResult> result = execute(statement);
     RowBlock block;
     std::vector<Cell> cells;
-    result->fetch(block);
+    if (result)
+        result->fetch(block);
+    if (block.isEmpty())
+        return {};
     block.read(0, cells);
     QStringList texts;
     for (const Cell &cell : cells)
@@ -73,7 +104,8 @@ std::unique_ptr<DriverResult> OdbcDriver::execute(const QString &statement)
     if (!SQL_SUCCEEDED(SQLNumResultCols(handle.get(), &columns)))
         throw odbcError(SQL_HANDLE_STMT, handle.get());
     if (columns > 0) {
-        auto result = std::make_unique<OdbcResult>(*this, std::move(handle), columns);
+        auto result = std::make_unique<OdbcResult>(*this, std::move(handle), columns,
+                                                   StatementKind::mayHaveFurtherResults(statement));
         if (!StatementKind::hasOneResult(statement))
             result->takeRest();
         return result;

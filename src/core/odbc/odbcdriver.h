@@ -14,7 +14,7 @@ class OdbcResult;
 // variables, temporary tables and locks of the session are lost then.
 class OdbcDriver : public Driver {
 public:
-    explicit OdbcDriver(QString connectionString);
+    explicit OdbcDriver(const QString &connectionString);
     ~OdbcDriver() override;
 
     Opened connect() override;
@@ -29,6 +29,7 @@ public:
 private:
     friend class OdbcResult;
     QString open(); // the server's version
+    void speakUtf8();
     QStringList firstRow(const QString &statement);
     void reopen(const QString &database);
     QString defaultDatabase();

@@ -47,8 +47,10 @@ bool OdbcResult::Column::isCut(std::size_t row) const
     return length == SQL_NO_TOTAL || static_cast<std::size_t>(length) >= size;
 }
 
-OdbcResult::OdbcResult(OdbcDriver &driver, OdbcStatementHandle handle, SQLSMALLINT columnCount)
+OdbcResult::OdbcResult(OdbcDriver &driver, OdbcStatementHandle handle, SQLSMALLINT columnCount,
+                       bool mayHaveFollowers)
     : m_driver(driver)
+    , m_mayHaveFollowers(mayHaveFollowers)
     , m_handle(std::move(handle))
     , m_columns(static_cast<std::size_t>(columnCount))
 {
@@ -193,7 +195,7 @@ std::string OdbcResult::longCell(std::size_t column)
 // Only the first result of several is shown; an error in a later one is said all the same.
 void OdbcResult::finish()
 {
-    SQLRETURN result = SQL_SUCCESS;
+    SQLRETURN result = m_mayHaveFollowers ? SQL_SUCCESS : SQL_NO_DATA;
     while (SQL_SUCCEEDED(result))
         result = SQLMoreResults(m_handle.get());
     if (result != SQL_NO_DATA)

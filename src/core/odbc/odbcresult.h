@@ -10,7 +10,9 @@
 // fit its place in the block is gone back to; from there on rows are read one by one, long cells in full.
 class OdbcResult : public KeepingResult {
 public:
-    OdbcResult(OdbcDriver &driver, OdbcStatementHandle handle, SQLSMALLINT columnCount);
+    // mayHaveFollowers: the statement may have further results, which are read to their end, too.
+    OdbcResult(OdbcDriver &driver, OdbcStatementHandle handle, SQLSMALLINT columnCount,
+               bool mayHaveFollowers);
     ~OdbcResult() override;
 
 protected:
@@ -35,6 +37,7 @@ private:
     void release();
 
     OdbcDriver &m_driver;
+    const bool m_mayHaveFollowers;
     OdbcStatementHandle m_handle; // null once all rows have been read
     std::vector<Column> m_columns;
     SQLULEN m_rowsAtOnce = 1;

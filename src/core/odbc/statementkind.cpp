@@ -17,9 +17,8 @@ QString withoutHead(const QString &statement)
     // As nearly every statement does; a match costs more than all the rest.
     if (!statement.isEmpty() && statement[0].isLetter())
         return statement.left(farEnough);
-    static const QRegularExpression head(
-        QStringLiteral(R"(\A(?:[\s(;]+|--[^\n]*(?:\n|\z)|#[^\n]*(?:\n|\z)|/\*(?![!M]).*?\*/)+)"),
-        QRegularExpression::DotMatchesEverythingOption);
+    static const QRegularExpression head(QStringLiteral(
+        R"(\A(?:[\s(;]++|--[^\n]*+(?:\n|\z)|#[^\n]*+(?:\n|\z)|/\*(?!M?!)(?:[^*]++|\*(?!/))*+\*/)++)"));
     return statement.mid(head.match(statement).capturedLength(), farEnough);
 }
 
@@ -47,7 +46,7 @@ bool isSound(const QString &word)
                                                     "unlock handler kill begin start commit rollback "
                                                     "savepoint release do prepare execute deallocate reset "
                                                     "purge change stop install uninstall signal "
-                                                    "resignal get")
+                                                    "resignal get if case while loop repeat for declare")
                                          .split(u' ');
     return sound.contains(word);
 }
@@ -58,6 +57,21 @@ bool handlesPartitions(const QStringList &words)
     static const QStringList givingRows = QStringLiteral("optimize repair check analyze").split(u' ');
     const qsizetype partition = words.indexOf(QStringLiteral("partition"));
     return partition > 0 && givingRows.contains(words[partition - 1]);
+}
+
+// "set statement max_statement_time=1 for select 1" gives the rows of what it is for.
+bool setsForRows(const QString &statement)
+{
+    static const QRegularExpression setFor(QStringLiteral("\\A\\W*set\\W+statement\\b.*?\\bfor\\b"),
+                                           QRegularExpression::CaseInsensitiveOption |
+                                               QRegularExpression::DotMatchesEverythingOption);
+    const QString text = withoutHead(statement);
+    const QRegularExpressionMatch match = setFor.match(text);
+    if (!match.hasMatch())
+        return false;
+    const QString inner = text.mid(match.capturedEnd());
+    return StatementKind::isPrepared(inner) || StatementKind::mayLeaveRowsUnread(inner) ||
+           firstWord(inner) == u"begin" || firstWords(inner).contains(QStringLiteral("returning"));
 }
 
 } // namespace
@@ -73,6 +87,12 @@ bool StatementKind::mayLeaveRowsUnread(const QString &statement)
         return firstWords(statement).value(1) == u"index";
     if (word == u"xa")
         return firstWords(statement).value(1) == u"recover";
+    if (word == u"handler")
+        return firstWords(statement).contains(QStringLiteral("read"));
+    if (word == u"set")
+        return setsForRows(statement);
+    if (word == u"begin") // "begin select 1; end" where sql_mode is ORACLE
+        return !QStringList{QString(), "work", "not"}.contains(firstWords(statement).value(1));
     return !word.isEmpty() && !isSound(word);
 }
 
@@ -86,4 +106,10 @@ bool StatementKind::isPrepared(const QString &statement)
 bool StatementKind::hasOneResult(const QString &statement)
 {
     return isPrepared(statement) && firstWord(statement) != u"call";
+}
+
+bool StatementKind::mayHaveFurtherResults(const QString &statement)
+{
+    const QString word = firstWord(statement);
+    return word == u"call" || (word == u"begin" && firstWords(statement).value(1) == u"not");
 }

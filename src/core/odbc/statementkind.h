@@ -17,4 +17,8 @@ bool isPrepared(const QString &statement);
 // A statement that gives one result at most; others, as CALL, may have further ones behind the first.
 bool hasOneResult(const QString &statement);
 
+// A statement whose further results may be asked for. Connector/ODBC 3.1.15 splits others at each ";", as "if
+// 1 then select 1; end if", and the question for what follows the first result ends the process.
+bool mayHaveFurtherResults(const QString &statement);
+
 } // namespace StatementKind
