@@ -32,7 +32,8 @@ public:
     virtual Opened connect() = 0;
     // The first result of the statement; null when it gave no rows. Earlier results stay readable.
     virtual std::unique_ptr<DriverResult> execute(const QString &statement) = 0;
-    // After execute() gave no rows: what that statement cost the session besides, for the user; mostly nothing.
+    // After execute() gave no rows: what that statement cost the session besides, for the user; mostly
+    // nothing.
     virtual QString note() const { return {}; }
     // Called after interrupt() has returned and before the next statement: whatever the interruption left
     // behind must not strike that statement. Rows still on their way may be thrown away. Does not throw.
