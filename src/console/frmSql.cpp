@@ -241,8 +241,9 @@ void frmSql::offerWords()
 
 void frmSql::showHistory(const QString &statement)
 {
+    // Without undo: what was typed comes back with Alt+Down, and texts would pile up.
     if (!statement.isNull())
-        c.txtSql->replaceContents(statement);
+        c.txtSql->setContents(statement);
 }
 
 bool frmSql::eventFilter(QObject *watched, QEvent *event)

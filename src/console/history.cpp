@@ -7,10 +7,19 @@
 #include <QJsonArray>
 #include <QJsonDocument>
 
+#include <numeric>
+
 namespace {
 
 constexpr qsizetype mostStatements = 200;
 constexpr qsizetype longestStatement = 20000; // characters; longer ones come from files
+constexpr qsizetype mostCharacters = 100000;  // of all together
+
+qsizetype characterCount(const QStringList &texts)
+{
+    return std::accumulate(texts.begin(), texts.end(), qsizetype(0),
+                           [](qsizetype sum, const QString &text) { return sum + text.size(); });
+}
 
 } // namespace
 
@@ -34,7 +43,7 @@ void History::add(const QString &statement)
     if (!holdsPassword(statement) && statement.size() <= longestStatement) {
         m_statements.removeAll(statement);
         m_statements << statement;
-        while (m_statements.size() > mostStatements)
+        while (m_statements.size() > mostStatements || characterCount(m_statements) > mostCharacters)
             m_statements.removeFirst();
         save();
     }

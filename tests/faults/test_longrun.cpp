@@ -184,8 +184,8 @@ void LongRunTest::manyRandomActionsDoNoHarm()
     QVERIFY2(stalled.isEmpty(), qPrintable(QStringLiteral("stalls (ms): ") + stalled.join(u' ')));
     if (isSanitized || seconds < 30)
         qInfo("The growth of memory is judged in walks of 30 seconds and more, without sanitizers.");
-    else
-        QVERIFY2(megabytes[2] < megabytes[0] * 1.1 || megabytes[2] < megabytes[1] * 1.03, "memory grew");
+    else // what is bounded, as history and undo, may fill after the hundredth; half a megabyte is chance
+        QVERIFY2(megabytes[2] < megabytes[0] * 1.1 || megabytes[2] < megabytes[1] * 1.1, "memory grew");
 }
 
 QTEST_MAIN(LongRunTest)
