@@ -58,8 +58,7 @@ private:
     void choose(ChosenList *list);
     void serveChoice();
     bool isOccupied() const;
-    // Edited definitions that are about to be replaced go into the console's history. True when there were
-    // any.
+    // Edited definitions that are about to be replaced go into the console's history. True when it took any.
     bool keepEdits(bool ofTable, bool ofRoutine);
     // Runs one thing at a time: a click that arrives while another runs is dropped. Errors that the
     // action leaves to the window are shown with the server's words.

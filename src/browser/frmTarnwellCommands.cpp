@@ -49,11 +49,7 @@ bool frmTarnwell::keepEdits(bool ofTable, bool ofRoutine)
          {ofTable ? m_detail.editedTable() : QString(), ofRoutine ? m_detail.editedRoutine() : QString()}) {
         if (text.trimmed().isEmpty())
             continue;
-        hasKept = true;
-        if (m_console)
-            m_console->remember(text);
-        else
-            History(historyFile(m_session)).add(text);
+        hasKept |= m_console ? m_console->remember(text) : History(historyFile(m_session)).add(text);
     }
     return hasKept;
 }

@@ -2,7 +2,6 @@
 #include "browser/frmTarnwell.h"
 #include "browser/nextstep.h"
 #include "console/frmSql.h"
-#include "console/statementbox.h"
 #include "controls/windowsize.h"
 #include "core/bascommon.h"
 #include "core/basconnection.h"
@@ -183,7 +182,7 @@ void frmTarnwell::showInConsole(const QString &statement)
     if (m_controls.cmdExec->isEnabled())
         cmdExec_Click();
     if (m_console)
-        m_console->findChild<StatementBox *>(QStringLiteral("txtSql"))->replaceContents(statement);
+        m_console->propose(statement);
 }
 
 void frmTarnwell::cmdCreateDb_Click()

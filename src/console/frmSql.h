@@ -35,8 +35,10 @@ public:
     // close() that works while the console waits for the server or reads rows, too: ends that first.
     // The window is gone when unloaded() comes, at once or later.
     void closeWhenIdle();
-    // Takes a text into the history.
-    void remember(const QString &text) { m_history.add(text); }
+    // As History::add().
+    bool remember(const QString &text) { return m_history.add(text); }
+    // Puts a statement into the box; what stood there comes back by undo.
+    void propose(const QString &statement) { c.txtSql->replaceContents(statement); }
     // The connection that the console named is gone.
     void showDisconnected();
 

@@ -38,9 +38,10 @@ History::History(QString path)
     m_place = m_statements.size();
 }
 
-void History::add(const QString &statement)
+bool History::add(const QString &statement)
 {
-    if (!holdsPassword(statement) && statement.size() <= longestStatement) {
+    const bool isTaken = !holdsPassword(statement) && statement.size() <= longestStatement;
+    if (isTaken) {
         m_statements.removeAll(statement);
         m_statements << statement;
         while (m_statements.size() > mostStatements || characterCount(m_statements) > mostCharacters)
@@ -48,6 +49,7 @@ void History::add(const QString &statement)
         save();
     }
     m_place = m_statements.size();
+    return isTaken;
 }
 
 QString History::older(const QString &draft)

@@ -14,7 +14,8 @@ class History {
 public:
     explicit History(QString path);
 
-    void add(const QString &statement);
+    // False when it was not taken in: it holds a password, or is too long.
+    bool add(const QString &statement);
     // One step back; `draft` is what stands in the box and comes back after the newest step forward.
     // A null text: there is none further.
     QString older(const QString &draft);
