@@ -5,9 +5,11 @@
 
 #include <utility>
 
-bool isAnswerLost(const Session &session, const SqlError &error)
+Doubt doubtAfter(const Session &session, const SqlError &error)
 {
-    return error.isConnectionLost() || !session.gCn || !session.gCn->isOpen();
+    if (error.isConnectionLost() || !session.gCn || !session.gCn->isOpen())
+        return Doubt::AnswerLost;
+    return error.isInterrupted() ? Doubt::Interrupted : Doubt::None;
 }
 
 void reconnect(Session &session)

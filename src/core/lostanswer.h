@@ -2,10 +2,15 @@
 
 #include "core/session.h"
 
-// What a command does when the connection broke before an answer came: the server may or may not have
-// carried the statement out, so what exists is read before anything is undone.
+// What a command does when a statement was stopped, or its connection broke before an answer came: the server
+// may or may not have carried it out, so what exists is read before anything is undone.
 
-bool isAnswerLost(const Session &session, const SqlError &error);
+enum class Doubt {
+    None,        // the server refused the statement and did nothing
+    Interrupted, // it was stopped and may be done; the connection stands
+    AnswerLost   // it may be done; the connection is gone
+};
+Doubt doubtAfter(const Session &session, const SqlError &error);
 
 // Replaces gCn by a new connection whose default database is gDbName. Throws SqlError and leaves gCn as it
 // is when the server cannot be reached.

@@ -40,12 +40,31 @@ struct Session {
     bool isCommandRunning = false;
     // The user wants to disconnect or to close: what goes on step by step ends at its next step.
     bool isStopWanted = false;
+    int undoings = 0; // Undoing objects that live
 
     // Element 0 of each stays empty, so that the number of columns is the upper bound.
     std::vector<FieldRec> gOldFields{1}, gNewFields{1};
 
-    // The open connection; throws SqlError when there is none.
+    // The open connection; throws SqlError when there is none, and once a stop is wanted: ask for it at each
+    // statement, so that none is sent after the stop but those that undo (see Undoing).
     Connection &connection() const;
     // Asked between two steps; throws the SqlError of an interruption once a stop is wanted.
     void requireGoingOn() const;
+};
+
+// While it lives, statements are let through although a stop is wanted: what was begun is put back, or
+// finished where that is the way back.
+class Undoing {
+public:
+    explicit Undoing(Session &session)
+        : m_session(session)
+    {
+        ++m_session.undoings;
+    }
+    ~Undoing() { --m_session.undoings; }
+    Undoing(const Undoing &) = delete;
+    Undoing &operator=(const Undoing &) = delete;
+
+private:
+    Session &m_session;
 };

@@ -25,3 +25,8 @@ bool SqlError::isInterrupted() const
     // 1317 is the server's ER_QUERY_INTERRUPTED; HY008 is ODBC's "operation canceled".
     return m_number == 1317 || m_state == u"HY008";
 }
+
+SqlError interruptedError(const QString &description)
+{
+    return SqlError(description, 1317, QStringLiteral("70100"));
+}

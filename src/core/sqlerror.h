@@ -29,3 +29,6 @@ private:
     QString m_state;
     QByteArray m_utf8;
 };
+
+// The error of a statement that was stopped, or not sent any more, on request.
+SqlError interruptedError(const QString &description = QStringLiteral("Query execution was interrupted"));

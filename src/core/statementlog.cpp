@@ -47,8 +47,7 @@ RecordSet LoggedConnection::execute(const QString &statement)
     } catch (const SqlError &error) {
         entry.microseconds = clock.nsecsElapsed() / 1000;
         // The server quotes what it refuses, so its words may hold the password too.
-        entry.error =
-            holdsPassword(statement) ? withoutQuotedPart(error.description()) : error.description();
+        entry.error = holdsPassword(statement) ? withoutQuotedPart(error.description()) : error.description();
         log->add(std::move(entry));
         throw;
     }

@@ -9,9 +9,11 @@ SqlError closedError()
     return SqlError(QStringLiteral("接続は閉じています。"), 0, QStringLiteral("08003"));
 }
 
-SqlError interruptedError(const QString &description)
+// For what is of no use to a user who has stopped it.
+void requireNotStopped(const Answer &answer)
 {
-    return SqlError(description, 1317, QStringLiteral("70100"));
+    if (answer.isStopped)
+        throw interruptedError();
 }
 
 } // namespace
@@ -34,9 +36,9 @@ Answer WorkerConnection::Line::wait(const std::shared_ptr<Job> &job)
     Answer answer = std::move(job->answer);
     if (answer.error && (!isStopped || answer.error->isConnectionLost() || answer.error->isInterrupted()))
         throw SqlError(*answer.error);
-    if (isStopped)
-        throw interruptedError(answer.error ? answer.error->description()
-                                            : QStringLiteral("Query execution was interrupted"));
+    if (answer.error)
+        throw interruptedError(answer.error->description());
+    answer.isStopped = isStopped;
     return answer;
 }
 
@@ -103,6 +105,7 @@ void WorkerConnection::Rows::Stream::receive()
     const std::shared_ptr<Job> job = std::exchange(next, nullptr);
     try {
         Answer answer = line->wait(job);
+        requireNotStopped(answer);
         ready = std::move(answer.block);
         hasMore = answer.hasMore;
     } catch (const SqlError &) {
@@ -156,6 +159,7 @@ void WorkerConnection::open()
         [](Driver &driver, Results &, Answer &answer) { answer.opened = driver.connect(); });
     try {
         const Answer answer = line->wait(job);
+        requireNotStopped(answer);
         line->isOpen = true;
         m_server = answer.opened.server;
         m_connectionString = withServer(m_givenString, answer.opened.host);
@@ -201,8 +205,12 @@ RecordSet WorkerConnection::execute(const QString &statement)
     const auto job = line->worker->post(work);
     try {
         Answer answer = line->wait(job);
+        // A statement without rows that came through in spite of its stop is done: its caller must not take
+        // a DROP for one that did nothing.
         if (answer.fields.empty())
             return RecordSet(std::move(answer.note));
+        // MariaDB ends a stopped SELECT SLEEP() as a success: its rows are no answer.
+        requireNotStopped(answer);
         return RecordSet(std::make_unique<Rows>(line, number, std::move(answer)));
     } catch (const SqlError &) {
         // Stopped after all rows had been asked for: the worker may hold the rest.

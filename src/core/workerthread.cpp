@@ -67,7 +67,9 @@ void WorkerThread::perform(Job &job, Results &results)
     answer.block = std::move(job.spare);
     answer.block.clear();
     settle();
-    if (!isStopped(job)) {
+    if (isStopped(job)) {
+        answer.error = interruptedError();
+    } else {
         try {
             job.work(*m_driver, results, answer);
         } catch (const SqlError &error) {

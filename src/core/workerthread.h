@@ -22,7 +22,8 @@ struct Answer {
     std::vector<Field> fields; // none when the statement gave no rows
     QString note;              // to the user, of such a statement
     RowBlock block;
-    bool hasMore = false; // the worker holds a result with further rows
+    bool hasMore = false;   // the worker holds a result with further rows
+    bool isStopped = false; // a stop came while the job was under way, which succeeded all the same
 };
 
 // Results that have rows left, by number. They belong to the worker's thread.

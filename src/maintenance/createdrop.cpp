@@ -1,5 +1,6 @@
 #include "maintenance/createdrop.h"
 
+#include "core/lostanswer.h"
 #include "core/statements.h"
 
 #include <optional>
@@ -22,7 +23,10 @@ std::optional<QString> chosenDropStatement(CommandContext &context, const QStrin
             return QString(); // the server's refusal of an empty statement tells the user
         kind = trimmedBlanks(rows.fieldName(0));
         rows.close();
-    } catch (const SqlError &) {
+    } catch (const SqlError &error) {
+        // After a stop nothing is known of the object's kind.
+        if (doubtAfter(context.session, error) != Doubt::None)
+            throw;
         // A view whose tables are gone cannot be shown, but dropped.
         return dropStatement(context.dialogue.ask(QStringLiteral("削除対象はVIEWですか？")), object);
     }

@@ -1,20 +1,21 @@
 #include "maintenance/recovery.h"
 
-#include "core/lostanswer.h"
-
-void recover(Session &session, bool answerLost, const std::function<void()> &fromDone,
+void recover(Session &session, Doubt doubt, const std::function<void()> &fromDone,
              const std::function<void()> &fromFound)
 {
-    if (!answerLost) {
+    const Undoing undoing(session);
+    if (doubt == Doubt::None) {
         try {
             fromDone();
             return;
         } catch (const SqlError &error) {
-            if (!isAnswerLost(session, error) && !error.isInterrupted())
+            doubt = doubtAfter(session, error);
+            if (doubt == Doubt::None)
                 throw;
         }
     }
-    reconnect(session);
+    if (doubt == Doubt::AnswerLost)
+        reconnect(session);
     fromFound();
 }
 

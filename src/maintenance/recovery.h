@@ -1,7 +1,7 @@
 #pragma once
 
 #include "core/dialogue.h"
-#include "core/session.h"
+#include "core/lostanswer.h"
 
 #include <functional>
 
@@ -11,10 +11,10 @@ struct RecoveryReport {
     QString details; // statements that the user may need, for txtError only
 };
 
-// Undoes a change that failed: `fromDone` goes by what the program has done. Where the answer was lost, then
-// or while undoing, or where an impatient user stopped the undoing, a new connection is made and `fromFound`
-// goes by what it finds there; that is tried once. Throws SqlError when it fails.
-void recover(Session &session, bool answerLost, const std::function<void()> &fromDone,
+// Undoes a change that failed, also after a stop: `fromDone` goes by what the program has done. Where a
+// statement is in doubt, then or while undoing, `fromFound` goes by what it finds on the server, over a new
+// connection if need be; that is tried once. Throws SqlError when it fails.
+void recover(Session &session, Doubt doubt, const std::function<void()> &fromDone,
              const std::function<void()> &fromFound);
 
 // Shows the report, when there is something in it, and writes it beneath the error.

@@ -1,6 +1,5 @@
 #include "maintenance/replacement.h"
 
-#include "core/lostanswer.h"
 #include "core/statements.h"
 
 namespace {
@@ -10,7 +9,7 @@ void makeOld(Session &session, const Replacement &replacement)
     try {
         session.connection().execute(replacement.oldStatement);
     } catch (const SqlError &error) {
-        if (replacement.serverText.isEmpty() || isAnswerLost(session, error))
+        if (replacement.serverText.isEmpty() || doubtAfter(session, error) != Doubt::None)
             throw;
         // It need not name the database.
         session.connection().execute(useStatement(replacement.database));
@@ -20,14 +19,14 @@ void makeOld(Session &session, const Replacement &replacement)
 
 } // namespace
 
-RecoveryReport recoverReplacement(Session &session, const Replacement &replacement, bool answerLost)
+RecoveryReport recoverReplacement(Session &session, const Replacement &replacement, Doubt doubt)
 {
-    if (!answerLost && !replacement.isDropped)
+    if (doubt == Doubt::None && !replacement.isDropped)
         return {};
     bool isThere = false;
     try {
         recover(
-            session, answerLost, [&] { makeOld(session, replacement); },
+            session, doubt, [&] { makeOld(session, replacement); },
             [&] {
                 isThere = exists(session.connection(), replacement.showStatement);
                 if (!isThere)
@@ -40,8 +39,8 @@ RecoveryReport recoverReplacement(Session &session, const Replacement &replaceme
                 QStringLiteral("元の定義:\n") +
                     (replacement.serverText.isEmpty() ? replacement.oldStatement : replacement.serverText)};
     }
-    // Only the answer to the new one's making was lost.
-    if (answerLost && replacement.isDropped && isThere)
+    // It was the new one's making that was in doubt.
+    if (doubt != Doubt::None && replacement.isDropped && isThere)
         return {QStringLiteral("%1 の変更は済んでいます。").arg(replacement.name), {}};
     return {};
 }

@@ -12,5 +12,5 @@ struct Replacement {
 };
 
 // Makes the old one again when it was dropped and the new one failed; from the server's own text when what
-// was shown fails. Where an answer was lost, a new connection is made once. Never throws.
-RecoveryReport recoverReplacement(Session &session, const Replacement &replacement, bool answerLost);
+// was shown fails. Where a statement is in doubt, the server is asked first. Never throws.
+RecoveryReport recoverReplacement(Session &session, const Replacement &replacement, Doubt doubt);

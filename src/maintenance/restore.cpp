@@ -1,5 +1,6 @@
 #include "maintenance/restore.h"
 
+#include "core/lostanswer.h"
 #include "core/statements.h"
 #include "maintenance/batch.h"
 #include "maintenance/ownbackup.h"
@@ -15,7 +16,9 @@ void dropTables(CommandContext &context, const QString &database, const QStringL
         try {
             context.session.connection().execute(QStringLiteral("drop table ") +
                                                  qualifiedName(database, name));
-        } catch (const SqlError &) {
+        } catch (const SqlError &error) {
+            if (doubtAfter(context.session, error) != Doubt::None)
+                throw;
             // A table that is not there is nothing to drop; whatever else is wrong, the restore itself
             // reports.
         }

@@ -1,6 +1,5 @@
 #include "maintenance/routines.h"
 
-#include "core/lostanswer.h"
 #include "core/statements.h"
 #include "maintenance/replacement.h"
 
@@ -29,7 +28,7 @@ QString readServerText(Connection &connection, const QString &showStatement)
 void applyText(CommandContext &context, const ListItem &routine, Replacement &change)
 {
     const Selection &selection = context.selection;
-    Connection &connection = context.session.connection();
+    Session &session = context.session;
     requireOwnName(change.database, routine.name);
     const QString newStatement =
         withLf(createRoutineStatement(routine.tag, change.database, selection.txtProc));
@@ -37,15 +36,15 @@ void applyText(CommandContext &context, const ListItem &routine, Replacement &ch
     change.showStatement = routineShowStatement(routine.tag, change.database, routine.name);
     change.oldStatement =
         withLf(createRoutineStatement(routine.tag, change.database, selection.lblCreateProc));
-    change.serverText = readServerText(connection, change.showStatement);
+    change.serverText = readServerText(session.connection(), change.showStatement);
     // The text that was shown has lost its backticks; only the server's surely brings the routine back.
     if (change.serverText.isEmpty())
         throw SqlError(QStringLiteral("定義を読む権限がなく、失敗すると元に戻せないため、変更しません。"));
     if (shownRoutineText(change.serverText) != selection.lblCreateProc)
         throw SqlError(QStringLiteral("定義は表示した後に変更されています。一覧から選択し直して下さい。"));
-    connection.execute(dropRoutineStatement(routine, change.database));
+    session.connection().execute(dropRoutineStatement(routine, change.database));
     change.isDropped = true;
-    connection.execute(newStatement);
+    session.connection().execute(newStatement);
 }
 
 Outcome failChange(CommandContext &context, const Replacement &change, const SqlError &error)
@@ -53,7 +52,7 @@ Outcome failChange(CommandContext &context, const Replacement &change, const Sql
     Dialogue &dialogue = context.dialogue;
     dialogue.setLastError(error.description(), false);
     const RecoveryReport report =
-        recoverReplacement(context.session, change, isAnswerLost(context.session, error));
+        recoverReplacement(context.session, change, doubtAfter(context.session, error));
     dialogue.refuse(QStringLiteral("変更に失敗しました。"));
     tellReport(dialogue, error.description(), report, false);
     return {};

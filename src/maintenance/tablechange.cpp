@@ -1,6 +1,5 @@
 #include "maintenance/tablechange.h"
 
-#include "core/lostanswer.h"
 #include "core/statements.h"
 #include "maintenance/replacement.h"
 #include "maintenance/tablechangesettings.h"
@@ -148,11 +147,12 @@ void replaceView(CommandContext &context, const QString &view, Replacement &chan
 template <class Recover>
 Outcome fail(CommandContext &context, const SqlError &error, const Recover &recover)
 {
-    const bool answerLost = isAnswerLost(context.session, error);
     context.dialogue.setLastError(error.description(), true);
     context.session.gRs.close();
+    // No table is missing while a box waits.
+    const RecoveryReport report = recover(doubtAfter(context.session, error));
     context.dialogue.refuse(QStringLiteral("ﾃｰﾌﾞﾙの変更に失敗しました。"));
-    tellReport(context.dialogue, error.description(), recover(answerLost), true);
+    tellReport(context.dialogue, error.description(), report, true);
     context.dialogue.progressBar(0);
     return {};
 }
@@ -176,7 +176,7 @@ Outcome changeView(CommandContext &context, const QString &showStatement, const 
         replaceView(context, view, change);
     } catch (const SqlError &error) {
         return fail(context, error,
-                    [&](bool isLost) { return recoverReplacement(context.session, change, isLost); });
+                    [&](Doubt doubt) { return recoverReplacement(context.session, change, doubt); });
     }
     return succeed(context);
 }
@@ -224,7 +224,7 @@ Outcome changeTable(CommandContext &context)
         rebuildTable(context, change);
     } catch (const SqlError &error) {
         return fail(context, error,
-                    [&](bool isLost) { return recoverTable(context.session, change, isLost); });
+                    [&](Doubt doubt) { return recoverTable(context.session, change, doubt); });
     }
     return succeed(context,
                    remakeTriggers(context.session, change.triggers, change.bareNewName(), change.newTable()));

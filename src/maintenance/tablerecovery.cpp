@@ -1,6 +1,5 @@
 #include "maintenance/tablerecovery.h"
 
-#include "core/lostanswer.h"
 #include "maintenance/tablechangesettings.h"
 #include "maintenance/tablerecoverytext.h"
 
@@ -8,11 +7,11 @@ namespace {
 
 class TableRecovery {
 public:
-    TableRecovery(Session &session, const TableChange &change, bool answerLost)
+    TableRecovery(Session &session, const TableChange &change, Doubt doubt)
         : m_session(session)
         , m_change(change)
-        , m_answerLost(answerLost)
-        , m_rows(rowsAt(change.stage, answerLost))
+        , m_doubt(doubt)
+        , m_rows(rowsAt(change.stage, doubt != Doubt::None))
     {
     }
 
@@ -21,7 +20,7 @@ public:
         try {
             // Before the copy has a name nothing was done.
             recover(
-                m_session, m_answerLost && !m_change.copy.isEmpty(), [this] { undo(m_change.stage); },
+                m_session, m_change.copy.isEmpty() ? Doubt::None : m_doubt, [this] { undo(m_change.stage); },
                 [this] { undo(stageFound()); });
             if (m_rows == Rows::InNew)
                 tell(changeIsDone(m_change));
@@ -77,9 +76,9 @@ private:
 
     Session &m_session;
     const TableChange &m_change;
-    const bool m_answerLost;
+    const Doubt m_doubt;
     Rows m_rows;
-    bool m_isReconnected = false;
+    bool m_isFound = false;
     bool m_isCopyGone = false;
     bool m_isOldMadeAgain = false;
     QStringList m_messages, m_details;
@@ -88,7 +87,7 @@ private:
 // The stage that the server's tables stand for, whatever answers were lost.
 TableStage TableRecovery::stageFound()
 {
-    m_isReconnected = true;
+    m_isFound = true;
     const bool hasOld = isThere(m_change.oldTable());
     const bool hasCopy = isThere(m_change.copy);
     m_isCopyGone = !hasCopy;
@@ -112,7 +111,7 @@ TableStage TableRecovery::stageFound()
             return TableStage::Creating;
         break;
     case TableStage::Creating:
-        if (m_answerLost && hasCopy && !hasOld && isThere(m_change.newTable()))
+        if (m_doubt != Doubt::None && hasCopy && !hasOld && isThere(m_change.newTable()))
             tell(newTableIsLeft(m_change));
         if (hasCopy)
             return hasOld ? TableStage::Filling : TableStage::Creating;
@@ -177,7 +176,7 @@ void TableRecovery::dropNewTable()
         constexpr int unknownTable = 1051;
         if (error.number() != unknownTable)
             throw;
-        if (!m_isReconnected || isThere(m_change.newTable()))
+        if (!m_isFound || isThere(m_change.newTable()))
             tell(newTableIsLeft(m_change)); // it bears another name
     }
 }
@@ -188,7 +187,7 @@ void TableRecovery::makeOldTable()
         execute(qualifiedCreateText(m_change.shownText, m_change.database, m_change.oldName));
     } catch (const SqlError &error) {
         // The text that was shown has lost its backticks, and with them names like `order`.
-        if (m_change.serverText.isEmpty() || isAnswerLost(m_session, error))
+        if (m_change.serverText.isEmpty() || doubtAfter(m_session, error) != Doubt::None)
             throw;
         execute(qualifiedCreateText(m_change.serverText, m_change.database, u'`' + m_change.oldName + u'`'));
     }
@@ -225,8 +224,8 @@ void TableRecovery::makeTriggers()
 
 } // namespace
 
-RecoveryReport recoverTable(Session &session, const TableChange &change, bool answerLost)
+RecoveryReport recoverTable(Session &session, const TableChange &change, Doubt doubt)
 {
-    TableRecovery recovery(session, change, answerLost);
+    TableRecovery recovery(session, change, doubt);
     return change.kind == ObjectKind::Other ? recovery.leave() : recovery.run();
 }

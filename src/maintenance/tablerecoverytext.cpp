@@ -1,13 +1,13 @@
 #include "maintenance/tablerecoverytext.h"
 
-Rows rowsAt(TableStage stage, bool answerLost)
+Rows rowsAt(TableStage stage, bool isInDoubt)
 {
     switch (stage) {
     case TableStage::Nothing:
     case TableStage::Copying:
         return Rows::Untouched;
     case TableStage::Dropping:
-        return answerLost ? Rows::InOldOrCopy : Rows::InOld;
+        return isInDoubt ? Rows::InOldOrCopy : Rows::InOld;
     case TableStage::Creating:
     case TableStage::Filling:
         return Rows::InCopy;

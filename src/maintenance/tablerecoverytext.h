@@ -8,7 +8,7 @@
 enum class Rows { Untouched, InOldOrCopy, InCopy, InOld, InNew, Missing };
 
 // As long as nothing but the stage is known.
-Rows rowsAt(TableStage stage, bool answerLost);
+Rows rowsAt(TableStage stage, bool isInDoubt);
 // Whether the old table has to be made again by hand.
 bool isOldMissing(Rows rows);
 

@@ -1,6 +1,5 @@
 #include "maintenance/tablerestore.h"
 
-#include "core/lostanswer.h"
 #include "core/statements.h"
 #include "maintenance/exactsession.h"
 #include "maintenance/rowfile.h"
@@ -157,7 +156,7 @@ QString TableRestore::undo(const SqlError &error)
         putBack();
     };
     try {
-        recover(m_session, isAnswerLost(m_session, error), back, back);
+        recover(m_session, doubtAfter(m_session, error), back, back);
     } catch (const SqlError &second) {
         return QStringLiteral("「%1」を復元前の状態に戻せませんでした。").arg(name) + crLf +
                second.description() + whereRowsAre() + takenOffStatements();

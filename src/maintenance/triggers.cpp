@@ -42,7 +42,7 @@ void makeAll(Session &session, const std::vector<Trigger> &triggers, const QStri
             settings.setMode(trigger.sqlMode);
             session.connection().execute(statement);
         } catch (const SqlError &error) {
-            if (isAnswerLost(session, error))
+            if (doubtAfter(session, error) != Doubt::None)
                 throw;
             add(lost, trigger, statement, error);
         }
@@ -92,7 +92,7 @@ RecoveryReport remakeTriggers(Session &session, const std::vector<Trigger> &trig
     std::vector<Trigger> waiting = triggers;
     try {
         recover(
-            session, false, [&] { makeAll(session, waiting, qualifiedTable, lost); },
+            session, Doubt::None, [&] { makeAll(session, waiting, qualifiedTable, lost); },
             [&] {
                 waiting = missingTriggers(session.connection(), session.gDbName, table, triggers);
                 lost = {};

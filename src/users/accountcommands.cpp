@@ -99,6 +99,7 @@ struct Failure {
 void recover(Session &session, Dialogue &dialogue, const AccountForm &form, const HiddenPrivileges &hidden,
              const Failure &failure)
 {
+    const Undoing undoing(session);
     try {
         if (failure.isAnswerLost) {
             reconnect(session);
@@ -181,7 +182,7 @@ Refresh changeAccount(Session &session, Dialogue &dialogue, const AccountForm &f
         change(session, form, hidden, step);
     } catch (const SqlError &error) {
         dialogue.refuse(error.description());
-        recover(session, dialogue, form, hidden, {step, isAnswerLost(session, error)});
+        recover(session, dialogue, form, hidden, {step, doubtAfter(session, error) != Doubt::None});
         return Refresh::Nothing;
     }
     dialogue.inform(QStringLiteral("変更しました。"));

@@ -4,17 +4,21 @@
 using namespace std::chrono_literals;
 
 // A server whose statement ends when its stop has been confirmed or the connection cut. It takes the two
-// seconds for it that MariaDB needs when a KILL meets the end of its statement.
+// seconds for it that MariaDB needs when a KILL meets the end of its statement. A stop that it takes no
+// notice of lets the statement succeed.
 class SlowlyStoppedDriver : public Driver {
 public:
-    explicit SlowlyStoppedDriver(bool listens)
+    explicit SlowlyStoppedDriver(bool listens, bool succeeds = false)
         : m_listens(listens)
+        , m_succeeds(succeeds)
     {
     }
     Opened connect() override { return {}; }
     std::unique_ptr<DriverResult> execute(const QString &) override
     {
         m_ended.waitFor(20s);
+        if (m_succeeds)
+            return nullptr;
         throw m_isCut ? SqlError("cut", 2013, "08S01") : SqlError("stopped", 1317, "70100");
     }
     void settle() override {}
@@ -35,7 +39,7 @@ public:
     }
 
 private:
-    const bool m_listens;
+    const bool m_listens, m_succeeds;
     Completion m_ended;
     std::atomic<bool> m_isCut = false;
 };
@@ -51,6 +55,7 @@ private Q_SLOTS:
     void aStopNeverStrikesTheNextStatement();
     void aServerThatListensIsGivenTimeToStop_data();
     void aServerThatListensIsGivenTimeToStop();
+    void whatSucceedsInSpiteOfItsStopIsDone();
     void unreadRowsAreLeftAtOnce();
     void whileAStatementWaitsOnlyClosingIsPossible();
     void destroyingWhileAStatementWaitsEndsIt();
@@ -164,6 +169,17 @@ void ConnectionStopTest::aServerThatListensIsGivenTimeToStop()
     const SqlError error = errorOf([&] { connection.execute("select 1"); });
     QCOMPARE(error.isInterrupted(), listens);
     QCOMPARE(error.isConnectionLost(), !listens);
+}
+
+void ConnectionStopTest::whatSucceedsInSpiteOfItsStopIsDone()
+{
+    if (!isBuiltIn())
+        QSKIP("the driver plays no part in it");
+    WorkerConnection connection(
+        QString(), [] { return std::make_unique<SlowlyStoppedDriver>(true, true); }, m_pump);
+    connection.open();
+    m_pump.once = [&] { connection.cancel(); };
+    QVERIFY(!connection.execute("drop table t").isOpen());
 }
 
 void ConnectionStopTest::unreadRowsAreLeftAtOnce()

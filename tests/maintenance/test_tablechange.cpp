@@ -221,7 +221,7 @@ void TableChangeTest::anUndoingThatIsStoppedIsTriedAgain()
     stage.script.failAt(Create + 2, Reply::failure("stopped", 1317));
     QCOMPARE(stage.change(), L{failed});
     QCOMPARE(stage.sent().mid(Create + 1),
-             (L{again, fillBack, useIt, kindTest, copyExists, useIt, dropNew, again, fillBack, dropCopy}));
+             (L{again, fillBack, kindTest, copyExists, useIt, dropNew, again, fillBack, dropCopy}));
 }
 
 // Someone else was there in the meantime.

@@ -10,6 +10,49 @@ namespace {
 const QString changedText =
     "CREATE TABLE t (a int auto_increment primary key, b text, v int as (a+2) virtual)";
 
+// A stop at the n-th statement from now on (from 0), which does what is said.
+enum class Stopped {
+    NotSent,           // and does nothing
+    Done,              // too late: the server answers with a success
+    DoneAndInterrupted // the server has done it and says that it was interrupted
+};
+
+class StoppingConnection : public Connection {
+public:
+    StoppingConnection(Session &session, int statement, Stopped how)
+        : m_session(session)
+        , m_inner(std::move(session.gCn))
+        , m_left(statement)
+        , m_how(how)
+    {
+    }
+    void open() override { m_inner->open(); }
+    void close() override { m_inner->close(); }
+    bool isOpen() const override { return m_inner->isOpen(); }
+    QString connectionString() const override { return m_inner->connectionString(); }
+    ServerInfo server() const override { return m_inner->server(); }
+    bool isBusy() const override { return m_inner->isBusy(); }
+    void cancel() override { m_inner->cancel(); }
+    RecordSet execute(const QString &statement) override
+    {
+        if (m_left-- != 0)
+            return m_inner->execute(statement);
+        m_session.isStopWanted = true;
+        if (m_how == Stopped::NotSent)
+            throw interruptedError();
+        RecordSet rows = m_inner->execute(statement);
+        if (m_how == Stopped::DoneAndInterrupted)
+            throw interruptedError();
+        return rows;
+    }
+
+private:
+    Session &m_session;
+    std::unique_ptr<Connection> m_inner;
+    int m_left;
+    const Stopped m_how;
+};
+
 } // namespace
 
 // The connection breaks at each statement of a change in turn, before the server has it and after it was
@@ -22,6 +65,8 @@ private Q_SLOTS:
     void everyStatementMayBreak();
     void viewsAndRoutinesAreThereAfterEveryBreak_data();
     void viewsAndRoutinesAreThereAfterEveryBreak();
+    void aStopLosesNothing_data();
+    void aStopLosesNothing();
 
 private:
     struct Found {
@@ -206,6 +251,50 @@ void TableChangeCutTest::viewsAndRoutinesAreThereAfterEveryBreak()
             if (!hasCut)
                 QVERIFY2(found.contains(isRefused ? "'old" : "'new'") && !found.contains(u'\r'),
                          qPrintable(said));
+        }
+    }
+}
+
+void TableChangeCutTest::aStopLosesNothing_data()
+{
+    QTest::addColumn<QString>("driver");
+    QTest::addColumn<Run>("command");
+    QTest::addColumn<QString>("kind");
+    row("table", nativeDriverName(), Run(changeTable), QString("t"));
+    row("table, ODBC", odbcDriver(), Run(changeTable), QString("t"));
+    row("view", nativeDriverName(), Run(changeTable), QString("v"));
+    row("routine", nativeDriverName(), Run(changeRoutine), QString("p"));
+}
+
+void TableChangeCutTest::aStopLosesNothing()
+{
+    QFETCH(QString, driver);
+    QFETCH(Run, command);
+    QFETCH(QString, kind);
+    for (const Stopped how : {Stopped::NotSent, Stopped::Done, Stopped::DoneAndInterrupted}) {
+        bool isStopped = true;
+        for (int n = 0; isStopped; ++n) {
+            setUp();
+            sql("create view v as select a from t");
+            sql("create procedure p() select 'old'");
+            const QString whole = sumOf("t");
+            RealStage user(m_server, driver);
+            kind == u"p" ? user.clickRoutine("[PROC]", "p") : user.clickTable(kind);
+            user.session.connection().execute("use d");
+            user.selection.txtField = kind == u"v" ? "CREATE VIEW d.v AS select b from t" : changedText;
+            user.selection.txtProc = "create procedure p() select 'new'";
+            user.session.gCn = std::make_unique<StoppingConnection>(user.session, n, how);
+            user.run(command);
+            isStopped = user.session.isStopWanted;
+            const Found found = look();
+            const QString where = QStringLiteral("statement %1, %2: %3, copy %4; %5")
+                                      .arg(n)
+                                      .arg(static_cast<int>(how))
+                                      .arg(found.inOld, found.copy, user.told());
+            QVERIFY2(found.inOld == whole && hasTrigger(), qPrintable(where));
+            QVERIFY2(found.copy.isEmpty() || user.told().contains(found.copy), qPrintable(where));
+            QCOMPARE(sql("show tables like 'v'"), "v");
+            QVERIFY2(!sql("show procedure status where db='d'").isEmpty(), qPrintable(where));
         }
     }
 }
