@@ -6,6 +6,7 @@
 #include <QLockFile>
 #include <QRegularExpression>
 #include <QStandardPaths>
+#include <QTest>
 #include <QThread>
 
 #include <arpa/inet.h>
@@ -32,31 +33,38 @@ QString program(const QString &name)
     return path;
 }
 
-QString runToEnd(const QString &name, const QStringList &arguments, const QByteArray &input = {})
+QString runToEnd(const QString &path, const QStringList &arguments, const QByteArray &input = {})
 {
     QProcess process;
     process.setProcessChannelMode(QProcess::MergedChannels);
-    process.start(program(name), arguments);
+    process.start(path, arguments);
     process.write(input);
     process.closeWriteChannel();
     if (!process.waitForFinished(60000) || process.exitCode() != 0)
-        give_up(name + ": " + QString::fromUtf8(process.readAll()));
+        give_up(path + ": " + QString::fromUtf8(process.readAll()));
     return QString::fromUtf8(process.readAll());
 }
 
 // A data folder as the server's installer makes it, made once and copied for every server.
-QString templateFolder()
+QString templateFolder(TestServer::Brand brand)
 {
-    const QString folder = QDir::tempPath() + "/tarnwell-test-data-" + QString::number(getuid());
+    const QString user = "--user=" + qEnvironmentVariable("USER", "root");
+    const bool isMySql9 = brand == TestServer::Brand::MySql9;
+    const QString folder =
+        QDir::tempPath() + QStringLiteral("/tarnwell-test-data%1-%2").arg(isMySql9 ? "9" : "").arg(getuid());
     QLockFile lock(folder + ".lock");
     lock.setStaleLockTime(120000);
     lock.lock();
     if (!QFile::exists(folder + "/complete")) {
         QDir(folder).removeRecursively();
-        runToEnd("mariadb-install-db",
-                 {"--no-defaults", "--datadir=" + folder, "--auth-root-authentication-method=normal",
-                  "--skip-test-db", "--innodb-log-file-size=8M",
-                  "--user=" + qEnvironmentVariable("USER", "root")});
+        if (isMySql9)
+            runToEnd(TestServer::mySql9Folder() + "/mysqld",
+                     {"--no-defaults", "--initialize-insecure", "--datadir=" + folder, user,
+                      "--innodb-redo-log-capacity=8M", "--performance-schema=off"});
+        else
+            runToEnd(program("mariadb-install-db"),
+                     {"--no-defaults", "--datadir=" + folder, "--auth-root-authentication-method=normal",
+                      "--skip-test-db", "--innodb-log-file-size=8M", user});
         QFile mark(folder + "/complete");
         if (!mark.open(QIODevice::WriteOnly))
             give_up(mark.errorString());
@@ -136,16 +144,27 @@ TestServer::~TestServer()
 void TestServer::makeDataFolder() const
 {
     // MySQL 5.6 comes with a folder that is ready, system tables and all.
-    const QString ready = m_brand == Brand::MySql56 ? mySql56Folder() + "/data/mysql" : templateFolder();
-    runToEnd("cp", {"-r", ready, QDir(m_folder.path()).filePath("data")});
+    const QString ready =
+        m_brand == Brand::MySql56 ? mySql56Folder() + "/data/mysql" : templateFolder(m_brand);
+    runToEnd(program("cp"), {"-r", ready, QDir(m_folder.path()).filePath("data")});
 }
 
-// Run at each start. MySQL 5.6 knows no CREATE USER IF NOT EXISTS; a GRANT makes the account on both.
+// Run at each start. MySQL 5.6 knows no CREATE USER IF NOT EXISTS; there and on MariaDB a GRANT makes the
+// account.
 void TestServer::writeInitFile() const
 {
-    write(m_folder.filePath("init.sql"),
-          "GRANT ALL PRIVILEGES ON *.* TO demo@'%' IDENTIFIED BY 'demo' WITH GRANT OPTION;\n"
-          "GRANT ALL PRIVILEGES ON *.* TO demo@localhost IDENTIFIED BY 'demo' WITH GRANT OPTION;\n");
+    QString text;
+    for (const QString account : {"demo@'%'", "demo@localhost"}) {
+        if (m_brand == Brand::MySql9)
+            text += QStringLiteral("CREATE USER IF NOT EXISTS %1 IDENTIFIED BY 'demo';\n"
+                                   "GRANT ALL PRIVILEGES ON *.* TO %1 WITH GRANT OPTION;\n")
+                        .arg(account);
+        else
+            text +=
+                QStringLiteral("GRANT ALL PRIVILEGES ON *.* TO %1 IDENTIFIED BY 'demo' WITH GRANT OPTION;\n")
+                    .arg(account);
+    }
+    write(m_folder.filePath("init.sql"), text);
 }
 
 QString TestServer::socketPath() const
@@ -168,11 +187,19 @@ void TestServer::start()
                         "--general-log",
                         "--character-set-server=utf8mb4",
                         "--innodb-buffer-pool-size=64M",
-                        "--innodb-log-file-size=8M",
                         "--innodb-flush-log-at-trx-commit=0",
                         "--performance-schema=off",
-                        "--skip-ssl", // newer ones encrypt unasked: a proxy could not read along
                         "--secure-file-priv="};
+    // Newer ones encrypt unasked: a proxy could not read along.
+    if (m_brand == Brand::MySql9)
+        options << "--tls-version="
+                << "--innodb-redo-log-capacity=8M"
+                << "--skip-log-bin"
+                << "--mysqlx=0"
+                << "--log-raw"; // else the log hides what stands after IDENTIFIED BY
+    else
+        options << "--skip-ssl"
+                << "--innodb-log-file-size=8M";
     if (geteuid() == 0)
         options << "--user=root";
     m_process = std::make_unique<QProcess>();
@@ -187,8 +214,10 @@ void TestServer::start()
         environment.insert("LD_LIBRARY_PATH", mySql56Folder());
         m_process->setProcessEnvironment(environment);
     }
-    m_process->start(m_brand == Brand::MySql56 ? mySql56Folder() + "/mysqld" : program("mariadbd"),
-                     options + m_moreOptions);
+    const QString path = m_brand == Brand::MariaDb   ? program("mariadbd")
+                         : m_brand == Brand::MySql56 ? mySql56Folder() + "/mysqld"
+                                                     : mySql9Folder() + "/mysqld";
+    m_process->start(path, options + m_moreOptions);
     QElapsedTimer clock;
     clock.start();
     while (!answers(m_port)) {
@@ -253,7 +282,7 @@ QString TestServer::run(const QString &statements, const QString &database) cons
                           "--default-character-set=utf8mb4"};
     if (!database.isEmpty())
         arguments << database;
-    return runToEnd("mariadb", arguments, statements.toUtf8());
+    return runToEnd(program("mariadb"), arguments, statements.toUtf8());
 }
 
 QStringList TestServer::takeStatements()
@@ -264,8 +293,10 @@ QStringList TestServer::takeStatements()
     log.seek(m_logRead);
     const QString text = QString::fromUtf8(log.readAll());
     m_logRead = log.pos();
-    // "261121 10:00:00\t     5 Query\tselect 1"; a statement's further lines have no such head.
-    static const QRegularExpression head("^(?:\\d{6} [ \\d:]{8})?\\t+ *\\d+ (\\w+(?: \\w+)?)(?:\\t(.*))?$");
+    // "261121 10:00:00\t     5 Query\tselect 1", or "2026-11-21T10:00:00.123456Z\t     5 Query\tselect 1"
+    // (MySQL since 5.7); a statement's further lines have no such head.
+    static const QRegularExpression head(
+        "^(?:\\d{6} [ \\d:]{8}|\\d{4}-[-T:.\\d]+Z)?\\t+ *\\d+ (\\w+(?: \\w+)?)(?:\\t(.*))?$");
     QStringList statements;
     bool isStatement = false;
     for (const QString &line : text.split(u'\n')) {
@@ -282,4 +313,29 @@ QStringList TestServer::takeStatements()
     if (isStatement && !statements.isEmpty() && statements.last().endsWith(u'\n'))
         statements.last().chop(1);
     return statements;
+}
+
+void TestServers::addRows()
+{
+    QTest::addColumn<TestServer::Brand>("brand");
+    QTest::newRow("MariaDB") << TestServer::Brand::MariaDb;
+    QTest::newRow("MySQL 5.6") << TestServer::Brand::MySql56;
+    QTest::newRow("MySQL 9") << TestServer::Brand::MySql9;
+}
+
+QByteArray TestServers::whyMissing(TestServer::Brand brand)
+{
+    if (brand == TestServer::Brand::MySql56 && TestServer::mySql56Folder().isEmpty())
+        return "no MySQL 5.6 here (./test fetches it and sets TARNWELL_MYSQL56)";
+    if (brand == TestServer::Brand::MySql9 && TestServer::mySql9Folder().isEmpty())
+        return "no MySQL 9 here (./test fetches it and sets TARNWELL_MYSQL9)";
+    return {};
+}
+
+TestServer &TestServers::of(TestServer::Brand brand)
+{
+    std::unique_ptr<TestServer> &server = m_servers[brand];
+    if (!server)
+        server = std::make_unique<TestServer>(m_moreOptions, brand);
+    return *server;
 }

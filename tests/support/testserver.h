@@ -5,6 +5,7 @@
 #include <QStringList>
 #include <QTemporaryDir>
 
+#include <map>
 #include <memory>
 
 // A private server for one test program: own data folder, own temporary folder, a free port on 127.0.0.1
@@ -12,15 +13,16 @@
 // Ends with the object. A server that does not start ends the test program with a failure.
 class TestServer {
 public:
-    enum class Brand { MariaDb, MySql56 };
+    enum class Brand { MariaDb, MySql56, MySql9 };
 
     explicit TestServer(const QStringList &moreOptions = {}, Brand brand = Brand::MariaDb);
     ~TestServer();
     TestServer(const TestServer &) = delete;
     TestServer &operator=(const TestServer &) = delete;
 
-    // The folder of the MySQL 5.6 that ./test has fetched; empty: there is none.
+    // The folders of the servers that ./test has fetched; empty: there is none.
     static QString mySql56Folder() { return qEnvironmentVariable("TARNWELL_MYSQL56"); }
+    static QString mySql9Folder() { return qEnvironmentVariable("TARNWELL_MYSQL9"); }
 
     int port() const { return m_port; }
     QString socketPath() const;
@@ -53,3 +55,28 @@ private:
     qint64 m_logRead = 0;
     std::unique_ptr<QProcess> m_process;
 };
+
+// One server of each brand for the tests of one program, started when it is first asked for. A test that is
+// to run on all of them adds their rows, in its own data function or, for all tests, in initTestCase_data():
+//     QFETCH(TestServer::Brand, brand);       // QFETCH_GLOBAL
+//     SKIP_WITHOUT(brand);
+//     TestServer &server = m_servers.of(brand);
+class TestServers {
+public:
+    explicit TestServers(const QStringList &moreOptions = {})
+        : m_moreOptions(moreOptions)
+    {
+    }
+
+    static void addRows();                                 // the column "brand" and its rows
+    static QByteArray whyMissing(TestServer::Brand brand); // empty: it can be started
+    TestServer &of(TestServer::Brand brand);
+
+private:
+    QStringList m_moreOptions;
+    std::map<TestServer::Brand, std::unique_ptr<TestServer>> m_servers;
+};
+
+#define SKIP_WITHOUT(brand)                                                                                  \
+    if (const QByteArray missing = TestServers::whyMissing(brand); !missing.isEmpty())                       \
+    QSKIP(missing.constData())
