@@ -46,6 +46,26 @@ QString shifted(const QString &text, int step)
     return result;
 }
 
+// What is no mode is read as the strictest one.
+TlsOptions tlsOf(const ProfileFile &file)
+{
+    const QString section = QStringLiteral("TLS");
+    TlsOptions tls;
+    const QString mode = file.value(section, QStringLiteral("mode"));
+    if (mode.compare(u"required", Qt::CaseInsensitive) == 0)
+        tls.mode = TlsMode::Required;
+    else if (!mode.isEmpty() && mode.compare(u"if offered", Qt::CaseInsensitive) != 0)
+        tls.mode = TlsMode::Verified;
+    tls.authority = file.value(section, QStringLiteral("ca"));
+    tls.authorityFolder = file.value(section, QStringLiteral("capath"));
+    tls.certificate = file.value(section, QStringLiteral("cert"));
+    tls.key = file.value(section, QStringLiteral("key"));
+    tls.cipher = file.value(section, QStringLiteral("cipher"));
+    tls.fingerprint = file.value(section, QStringLiteral("fingerprint"));
+    tls.allowsClearText = file.value(section, QStringLiteral("cleartext")) == u"1";
+    return tls;
+}
+
 void loadVariables(Session &session)
 {
     session.gVariables.clear();
@@ -83,6 +103,7 @@ void sLoadSettings(Session &session)
         if (!text.isEmpty())
             session.*setting.value = setting.isPassword ? shiftedUp(text) : text;
     }
+    session.tls = tlsOf(file);
     loadVariables(session);
 }
 

@@ -1,20 +1,9 @@
 #include "core/basconnection.h"
 
+#include "core/connectionstring.h"
 #include "core/statements.h"
 
 #include <QScopeGuard>
-
-namespace {
-
-// In the braces of ODBC where the value would end too soon, lose its blanks or be taken for one in braces:
-// what came after it would reach another database, port or account.
-QString valueOf(const QString &text)
-{
-    const bool isPlain = !text.contains(u';') && !text.startsWith(u'{') && text == text.trimmed();
-    return isPlain ? text : u'{' + QString(text).replace(u'}', QStringLiteral("}}")) + u'}';
-}
-
-} // namespace
 
 QString noDataSource()
 {
@@ -23,16 +12,18 @@ QString noDataSource()
 
 QString connectionStringOf(const Session &session)
 {
+    const QString tls = session.tls.pieces();
     if (trimmedBlanks(session.gDsn) != noDataSource())
-        return session.gDsn;
+        return tls.isEmpty() ? session.gDsn : dataSourceString(session.gDsn) + tls;
     QString text = QStringLiteral("driver={") + session.gDriver + u'}' + QStringLiteral(";server=") +
-                   valueOf(session.gServer) + QStringLiteral(";uid=") + valueOf(session.gUser);
+                   connectionValue(session.gServer) + QStringLiteral(";uid=") +
+                   connectionValue(session.gUser);
     if (!session.gPass.isEmpty())
-        text += QStringLiteral(";pwd=") + valueOf(session.gPass);
-    text += QStringLiteral(";port=") + valueOf(session.gPort);
+        text += QStringLiteral(";pwd=") + connectionValue(session.gPass);
+    text += QStringLiteral(";port=") + connectionValue(session.gPort);
     if (!session.gDbName.isEmpty())
-        text += QStringLiteral(";database=") + valueOf(session.gDbName);
-    return text;
+        text += QStringLiteral(";database=") + connectionValue(session.gDbName);
+    return text + tls;
 }
 
 bool fConnect(Session &session, QString *why)

@@ -20,8 +20,7 @@ std::unique_ptr<Connection> createConnection(const QString &connectionString, Pu
         };
         return std::make_unique<WorkerConnection>(connectionString, makeDriver, pump);
     }
-    const QString complete =
-        connectionString.contains(u'=') ? connectionString : QStringLiteral("DSN=") + connectionString;
+    const QString complete = dataSourceString(connectionString);
     const auto makeDriver = [complete] { return std::make_unique<OdbcDriver>(complete); };
     return std::make_unique<WorkerConnection>(complete, makeDriver, pump);
 }

@@ -15,6 +15,13 @@ struct ServerInfo {
     int number = 0;         // 5.6.24 is 50624; MariaDB's "5.5.5-" prefix is skipped
 };
 
+// What protects the bytes of a connection. Not encrypted where nothing is known of it.
+struct Encryption {
+    bool isEncrypted = false;
+    bool isVerified = false; // the certificate is the server's, as far as the connection's options ask for it
+    QString cipher, version; // "TLS_AES_256_GCM_SHA384", "TLSv1.3"
+};
+
 // One connection to one server, whatever lies beneath. All calls come from the thread that made it;
 // while execute() or open() waits for the server, events run and cancel() may be called from them.
 class Connection {
@@ -30,6 +37,7 @@ public:
     // The string given at creation; once open, completed so that a "SERVER=host" piece stands in it.
     virtual QString connectionString() const = 0;
     virtual ServerInfo server() const = 0;
+    virtual Encryption encryption() const { return {}; }
 
     // Sends the text exactly as it stands and gives the first result; the record set is not open when the
     // statement gave no rows. Throws SqlError, also when cancel() stopped it (isInterrupted()).

@@ -54,6 +54,17 @@ QString ConnectionString::value(const QString &key) const
     return {};
 }
 
+QString connectionValue(const QString &text)
+{
+    const bool isPlain = !text.contains(u';') && !text.startsWith(u'{') && text == text.trimmed();
+    return isPlain ? text : u'{' + QString(text).replace(u'}', QStringLiteral("}}")) + u'}';
+}
+
+QString dataSourceString(const QString &text)
+{
+    return text.contains(u'=') ? text : QStringLiteral("DSN=") + text;
+}
+
 QString withServer(const QString &text, const QString &host)
 {
     for (const QString &piece : text.split(u';'))

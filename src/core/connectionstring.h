@@ -23,5 +23,13 @@ private:
     std::vector<Piece> m_pieces;
 };
 
+// A value as it may stand in a connection string: in the braces of ODBC where it would end too soon, lose its
+// blanks or be taken for one in braces, so that what comes after it reached another database, port or
+// account.
+QString connectionValue(const QString &text);
+
+// A data source's name alone, without "=", stands for "DSN=" and itself.
+QString dataSourceString(const QString &text);
+
 // The text with the piece "SERVER=" + host at its end, unless a key spelled exactly so stands in it already.
 QString withServer(const QString &text, const QString &host);

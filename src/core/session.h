@@ -2,6 +2,7 @@
 
 #include "core/connection.h"
 #include "core/statementlog.h"
+#include "core/tlsoptions.h"
 
 #include <QString>
 
@@ -25,6 +26,7 @@ struct Session {
     std::shared_ptr<StatementLog> statementLog = std::make_shared<StatementLog>();
 
     QString gDsn, gDriver, gServer, gUser, gPass, gPort;
+    TlsOptions tls;  // of every connection, saved ones and data sources included
     QString gDbName; // database chosen in the main window; empty: none
     QString gNoTextNoGrid, gMemo1, gMemo2, gFont, gTextEditor, gTextPath, gDelimiter;
     QString gInOutPath;

@@ -18,6 +18,7 @@ public:
     bool isOpen() const override { return m_connection->isOpen(); }
     QString connectionString() const override { return m_connection->connectionString(); }
     ServerInfo server() const override { return m_connection->server(); }
+    Encryption encryption() const override { return m_connection->encryption(); }
     RecordSet execute(const QString &statement) override;
     bool isBusy() const override { return m_connection->isBusy(); }
     void cancel() override { m_connection->cancel(); }

@@ -162,6 +162,7 @@ void WorkerConnection::open()
         requireNotStopped(answer);
         line->isOpen = true;
         m_server = answer.opened.server;
+        m_encryption = answer.opened.encryption;
         m_connectionString = withServer(m_givenString, answer.opened.host);
     } catch (const SqlError &) {
         line->worker->leave();

@@ -17,6 +17,7 @@ public:
     bool isOpen() const override { return m_line && m_line->isOpen; }
     QString connectionString() const override { return m_connectionString; }
     ServerInfo server() const override { return m_server; }
+    Encryption encryption() const override { return m_encryption; }
     RecordSet execute(const QString &statement) override;
     bool isBusy() const override { return m_line && m_line->waiting; }
     void cancel() override;
@@ -50,5 +51,6 @@ private:
     const DriverFactory m_makeDriver;
     Pump &m_pump;
     ServerInfo m_server;
+    Encryption m_encryption;
     std::shared_ptr<Line> m_line;
 };

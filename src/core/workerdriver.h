@@ -28,6 +28,7 @@ public:
     struct Opened {
         ServerInfo server;
         QString host; // as the driver reports it
+        Encryption encryption;
     };
     virtual Opened connect() = 0;
     // The first result of the statement; null when it gave no rows. Earlier results stay readable.

@@ -1,4 +1,5 @@
 #include "core/bascommon.h"
+#include "core/basconnection.h"
 #include "core/profilefile.h"
 #include "support/rows.h"
 
@@ -16,6 +17,8 @@ private Q_SLOTS:
     void everySettingSurvivesARoundTrip_data();
     void everySettingSurvivesARoundTrip();
     void unknownLinesAreKept();
+    void demandsOfEncryptionReachEveryConnection_data();
+    void demandsOfEncryptionReachEveryConnection();
     void listItemsFollowTheListRule();
 
 private:
@@ -128,6 +131,33 @@ void BasCommonTest::unknownLinesAreKept()
     QCOMPARE(read(path),
              QByteArray("; mine\r\n[Other]\r\na=1\r\n\r\n[database]\r\nserver=new\r\nmore=2\r\nport=1\r\n"
                         "\r\n[Last]\r\nb=3\r\n[InOut]\r\np=two\r\n"));
+}
+
+void BasCommonTest::demandsOfEncryptionReachEveryConnection_data()
+{
+    QTest::addColumn<QByteArray>("ini");
+    QTest::addColumn<QString>("connectionString");
+    const QByteArray dsn = "[DataBase]\r\ndsn=kept\r\n[TLS]\r\n",
+                     driver = "[DataBase]\r\ndriver=d\r\n[TLS]\r\n";
+    const QString byDriver = "driver={d};server=;uid=;port=";
+    row("nothing demanded", dsn + "mode=if offered\r\n", "kept");
+    row("required", dsn + "mode=Required\r\n", "DSN=kept;FORCETLS=1");
+    row("misspelt", driver + "mode=requird\r\n", byDriver + ";FORCETLS=1;SSLVERIFY=1");
+    row("authority", driver + "mode=verified\r\nca=/a;b\r\ncleartext=1\r\n",
+        byDriver + ";FORCETLS=1;SSLVERIFY=1;SSLCA={/a;b};ENABLE_CLEARTEXT_PLUGIN=1");
+    row("certificate", driver + "cert=/c\r\nkey=/k\r\n", byDriver + ";SSLCERT=/c;SSLKEY=/k");
+    row("pinned", driver + "fingerprint=AA:BB\r\n", byDriver + ";TLSPEERFP=AA:BB");
+}
+
+void BasCommonTest::demandsOfEncryptionReachEveryConnection()
+{
+    QTemporaryDir folder;
+    QFETCH(QByteArray, ini);
+    write(folder.filePath("Tarnwell.ini"), ini);
+    Session session;
+    session.programFolder = folder.path();
+    sLoadSettings(session);
+    QTEST(connectionStringOf(session), "connectionString");
 }
 
 void BasCommonTest::listItemsFollowTheListRule()

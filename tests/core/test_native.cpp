@@ -47,10 +47,10 @@ void NativeTest::keysAreKnownInAnyCase()
     const NativeOptions options = NativeOptions::parse(
         "DRIVER={x};Server=h;User=u;Password=p;PORT=1234;Database=d;SSLCA=/ca;forcetls=1");
     const QByteArrayList texts{options.host, options.user, options.password, options.database,
-                               options.sslAuthority};
+                               options.tls.authority.toUtf8()};
     QCOMPARE(texts, (QByteArrayList{"h", "u", "p", "d", "/ca"}));
     QCOMPARE(options.port, 1234U);
-    QVERIFY(options.forcesTls);
+    QVERIFY(options.tls.mode == TlsMode::Required);
 }
 
 void NativeTest::whatCannotBeUsedIsRefused()

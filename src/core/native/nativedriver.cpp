@@ -31,12 +31,13 @@ NativeDriver::~NativeDriver() = default;
 
 Driver::Opened NativeDriver::connect()
 {
-    m_handle = connectNative(m_options, timeouts);
+    NativeConnection opened = connectNative(m_options, timeouts);
+    m_handle = std::move(opened.handle);
     m_cutter.watch(mysql_get_socket(m_handle.get()));
     speakUtf8(m_handle.get());
     m_connectionId = mysql_thread_id(m_handle.get());
     return {serverInfo(QString::fromUtf8(mysql_get_server_info(m_handle.get()))),
-            QString::fromUtf8(m_options.host)};
+            QString::fromUtf8(m_options.host), opened.encryption};
 }
 
 std::unique_ptr<DriverResult> NativeDriver::execute(const QString &statement)

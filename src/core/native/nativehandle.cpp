@@ -1,7 +1,12 @@
 #include "core/native/nativehandle.h"
 
+#include "core/native/wirewatch.h"
+
+#include <QFile>
+
 #include <new>
 #include <string>
+#include <utility>
 
 namespace {
 
@@ -13,33 +18,20 @@ const char *orNull(const QByteArray &text)
     return text.isEmpty() ? nullptr : text.constData();
 }
 
-// With these options, even empty ones, the library encrypts whenever the server offers it.
-void setTls(MYSQL *handle, const NativeOptions &options)
+void setTls(MYSQL *handle, const TlsOptions &tls)
 {
-    mysql_ssl_set(handle, orNull(options.sslKey), orNull(options.sslCertificate),
-                  orNull(options.sslAuthority), orNull(options.sslAuthorityFolder),
-                  orNull(options.sslCipher));
-    const my_bool verifies = options.verifiesServer;
+    const std::pair<mysql_option, QString> texts[] = {
+        {MYSQL_OPT_SSL_CA, tls.authority},     {MYSQL_OPT_SSL_CAPATH, tls.authorityFolder},
+        {MYSQL_OPT_SSL_CERT, tls.certificate}, {MYSQL_OPT_SSL_KEY, tls.key},
+        {MYSQL_OPT_SSL_CIPHER, tls.cipher},    {MARIADB_OPT_TLS_PEER_FP, tls.fingerprint}};
+    for (const auto &[option, text] : texts)
+        if (!text.isEmpty())
+            mysql_optionsv(handle, option, QFile::encodeName(text).constData());
+    const my_bool verifies = tls.mode == TlsMode::Verified;
     mysql_optionsv(handle, MYSQL_OPT_SSL_VERIFY_SERVER_CERT, &verifies);
 }
 
-// Connector/C 3.3 goes on in the clear when the server offers no TLS, also when told to enforce it.
-void checkTls(MYSQL *handle, const NativeOptions &options)
-{
-    if (options.forcesTls && !mysql_get_ssl_cipher(handle))
-        throw SqlError(QStringLiteral("サーバーがTLSに対応していないため、接続しません。"), 2026,
-                       QStringLiteral("HY000"));
-}
-
-} // namespace
-
-SqlError nativeError(MYSQL *handle)
-{
-    return SqlError(QString::fromUtf8(mysql_error(handle)), static_cast<int>(mysql_errno(handle)),
-                    QString::fromLatin1(mysql_sqlstate(handle)));
-}
-
-NativeHandle connectNative(const NativeOptions &options, const NativeTimeouts &timeouts)
+NativeHandle configured(const NativeOptions &options, const NativeTimeouts &timeouts)
 {
     NativeHandle handle(mysql_init(nullptr));
     if (!handle)
@@ -53,13 +45,28 @@ NativeHandle connectNative(const NativeOptions &options, const NativeTimeouts &t
     mysql_optionsv(handle.get(), MYSQL_OPT_LOCAL_INFILE, &allowsLocalFiles);
     mysql_optionsv(handle.get(), MYSQL_OPT_CONNECT_TIMEOUT, &timeouts.connect);
     mysql_optionsv(handle.get(), MYSQL_OPT_READ_TIMEOUT, &timeouts.answer);
-    setTls(handle.get(), options);
-    if (!mysql_real_connect(handle.get(), options.host.constData(), options.user.constData(),
-                            options.password.constData(), orNull(options.database), options.port, nullptr,
-                            CLIENT_MULTI_RESULTS))
-        throw nativeError(handle.get());
-    checkTls(handle.get(), options);
+    setTls(handle.get(), options.tls);
     return handle;
+}
+
+} // namespace
+
+SqlError nativeError(MYSQL *handle)
+{
+    return SqlError(QString::fromUtf8(mysql_error(handle)), static_cast<int>(mysql_errno(handle)),
+                    QString::fromLatin1(mysql_sqlstate(handle)));
+}
+
+NativeConnection connectNative(const NativeOptions &options, const NativeTimeouts &timeouts)
+{
+    return loginWatched(options.tls, std::chrono::seconds(timeouts.connect), [&](LoginWatch &watch) {
+        NativeHandle handle = configured(options, timeouts);
+        if (!mysql_real_connect(handle.get(), options.host.constData(), options.user.constData(),
+                                options.password.constData(), orNull(options.database), options.port, nullptr,
+                                CLIENT_MULTI_RESULTS))
+            throw nativeError(handle.get());
+        return NativeConnection{std::move(handle), watch.encryption()};
+    });
 }
 
 void sendNative(MYSQL *handle, std::string_view statement)
@@ -74,7 +81,7 @@ bool killQuery(const NativeOptions &options, unsigned long connectionId,
     try {
         NativeOptions without = options;
         without.database.clear();
-        const NativeHandle handle = connectNative(without, killTimeouts);
+        const NativeHandle handle = connectNative(without, killTimeouts).handle;
         onReached();
         sendNative(handle.get(), "KILL QUERY " + std::to_string(connectionId));
         return true;

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "core/connection.h"
 #include "core/native/nativeoptions.h"
 #include "core/sqlerror.h"
 
@@ -23,8 +24,12 @@ struct NativeTimeouts {
     unsigned connect;
     unsigned answer;
 };
+struct NativeConnection {
+    NativeHandle handle;
+    Encryption encryption;
+};
 // A new connection. Throws SqlError.
-NativeHandle connectNative(const NativeOptions &options, const NativeTimeouts &timeouts);
+NativeConnection connectNative(const NativeOptions &options, const NativeTimeouts &timeouts);
 // Sends a statement; throws SqlError.
 void sendNative(MYSQL *handle, std::string_view statement);
 // Ends the statement that a connection runs, over a connection of its own, and calls onReached once that one

@@ -18,12 +18,6 @@ unsigned port(const QString &value)
     return number;
 }
 
-bool isOn(const QString &value)
-{
-    return value == u"1" || value.compare(u"yes", Qt::CaseInsensitive) == 0 ||
-           value.compare(u"true", Qt::CaseInsensitive) == 0;
-}
-
 } // namespace
 
 NativeOptions NativeOptions::parse(const QString &connectionString)
@@ -35,24 +29,16 @@ NativeOptions NativeOptions::parse(const QString &connectionString)
         {QStringLiteral("pwd"), &NativeOptions::password},
         {QStringLiteral("password"), &NativeOptions::password},
         {QStringLiteral("database"), &NativeOptions::database},
-        {QStringLiteral("sslkey"), &NativeOptions::sslKey},
-        {QStringLiteral("sslcert"), &NativeOptions::sslCertificate},
-        {QStringLiteral("sslca"), &NativeOptions::sslAuthority},
-        {QStringLiteral("sslcapath"), &NativeOptions::sslAuthorityFolder},
-        {QStringLiteral("sslcipher"), &NativeOptions::sslCipher},
     };
     NativeOptions options;
     const ConnectionString given(connectionString);
+    options.tls = TlsOptions::of(given);
     for (const auto &[key, value] : given.pieces()) {
         if (const auto text = texts.find(key); text != texts.end())
             options.*text->second = value.toUtf8();
         else if (key == u"port")
             options.port = ::port(value);
-        else if (key == u"sslverify")
-            options.verifiesServer = isOn(value);
-        else if (key == u"forcetls")
-            options.forcesTls = isOn(value);
-        else if (key != u"driver")
+        else if (key != u"driver" && !TlsOptions::isKey(key))
             throw SqlError(QStringLiteral("接続文字列の項目「%1」は%2では使えません。")
                                .arg(key, QStringLiteral("内蔵の接続")));
     }

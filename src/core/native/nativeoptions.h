@@ -1,5 +1,7 @@
 #pragma once
 
+#include "core/tlsoptions.h"
+
 #include <QByteArray>
 #include <QString>
 
@@ -8,9 +10,7 @@ struct NativeOptions {
     QByteArray host = "localhost";
     QByteArray user, password, database;
     unsigned port = 3306;
-    QByteArray sslKey, sslCertificate, sslAuthority, sslAuthorityFolder, sslCipher;
-    bool verifiesServer = false;
-    bool forcesTls = false;
+    TlsOptions tls;
 
     // Throws SqlError for a key that it does not know and for a port that is no number.
     static NativeOptions parse(const QString &connectionString);

@@ -15,9 +15,9 @@ const QString reopened = QStringLiteral(
     "ODBCドライバーがこの文の行を渡さないため、結果は表示できません（内蔵ドライバーでは可能）。"
     "接続をやり直したので、ユーザー変数・一時テーブル・ロックは失われ、"
     "確定していない変更は取り消されました。");
-constexpr int connectSeconds = 20;
+constexpr std::chrono::seconds connectLimit{20};
 // A server that does not let a KILL in within this time is taken for dead.
-constexpr int killSeconds = 2;
+constexpr std::chrono::seconds killLimit{2};
 
 QString serverName(const OdbcConnectionHandle &connection)
 {
@@ -39,6 +39,7 @@ QString inUtf8(const QString &connectionString)
 
 OdbcDriver::OdbcDriver(const QString &connectionString)
     : m_connectionString(inUtf8(connectionString))
+    , m_tls(TlsOptions::of(ConnectionString(connectionString)))
     , m_environment(OdbcEnvironment::make())
 {
 }
@@ -47,18 +48,39 @@ OdbcDriver::~OdbcDriver() = default;
 
 Driver::Opened OdbcDriver::connect()
 {
-    return {serverInfo(open()), serverName(m_connection)};
+    const QString version = open();
+    return {serverInfo(version), serverName(m_connection), m_encryption};
 }
 
 QString OdbcDriver::open()
 {
-    m_connection = connectOdbc(m_environment, m_connectionString, connectSeconds);
+    OdbcConnection opened = connectOdbc(m_environment, m_connectionString, m_tls, connectLimit);
+    m_connection = std::move(opened.handle);
+    if (opened.library)
+        m_cutter.watch(mysql_get_socket(opened.library));
+    m_encryption = opened.library ? opened.encryption : saidEncryption();
     const QStringList row =
         firstRow(QStringLiteral("select connection_id(), version(), @@character_set_client"));
     m_connectionId = row.value(0).toULongLong();
     if (!row.value(2).startsWith(u"utf8"))
         speakUtf8();
     return row.value(1);
+}
+
+// Where the driver's library cannot be watched the server's own words have to do, after the login.
+Encryption OdbcDriver::saidEncryption()
+{
+    const auto status = [this](const char *name) {
+        return firstRow(QStringLiteral("show session status like '%1'").arg(QLatin1String(name))).value(1);
+    };
+    const QString cipher = status("Ssl_cipher");
+    if (cipher.isEmpty() && m_tls.requiresTls()) {
+        disconnect();
+        throw SqlError(QStringLiteral("接続が暗号化されなかったため、切りました。"), 2026,
+                       QStringLiteral("HY000"));
+    }
+    const bool isVerified = !cipher.isEmpty() && m_tls.verifies();
+    return {!cipher.isEmpty(), isVerified, cipher, status("Ssl_version")};
 }
 
 // A server with skip-character-set-client-handshake, as many in Japan, takes no notice of what the driver
@@ -160,6 +182,7 @@ void OdbcDriver::disconnect()
     if (m_connection)
         SQLDisconnect(m_connection.get());
     m_connection = OdbcConnectionHandle();
+    m_cutter.release();
 }
 
 // Not by SQLCancel: when the statement ends at that moment, Connector/ODBC 3.1.15 closes the cursor under the
@@ -171,7 +194,8 @@ bool OdbcDriver::interrupt(const std::function<void()> &onReached)
         return false;
     try {
         const OdbcEnvironment environment = OdbcEnvironment::make();
-        const OdbcConnectionHandle second = connectOdbc(environment, m_connectionString, killSeconds);
+        const OdbcConnectionHandle second =
+            connectOdbc(environment, m_connectionString, m_tls, killLimit).handle;
         onReached();
         sendOdbc(second, QStringLiteral("kill query %1").arg(connection));
         SQLDisconnect(second.get());

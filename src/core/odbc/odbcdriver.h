@@ -1,6 +1,8 @@
 #pragma once
 
+#include "core/native/socketcutter.h"
 #include "core/odbc/odbchandle.h"
+#include "core/tlsoptions.h"
 #include "core/workerdriver.h"
 
 #include <QStringList>
@@ -23,20 +25,24 @@ public:
     void settle() override;
     void disconnect() override;
     bool interrupt(const std::function<void()> &onReached) override;
-    // Nothing wakes a thread that waits inside an ODBC driver for a dead server.
-    bool cut() override { return false; }
+    // False for a driver with a client library of its own: nothing wakes a thread that waits inside it.
+    bool cut() override { return m_cutter.cut(); }
 
 private:
     friend class OdbcResult;
     QString open(); // the server's version
+    Encryption saidEncryption();
     void speakUtf8();
     QStringList firstRow(const QString &statement);
     void reopen(const QString &database);
     QString defaultDatabase();
 
     const QString m_connectionString;
+    const TlsOptions m_tls;
     OdbcEnvironment m_environment;
     OdbcConnectionHandle m_connection;
+    Encryption m_encryption;
+    SocketCutter m_cutter;
     std::atomic<qulonglong> m_connectionId{0};
     std::vector<OdbcResult *> m_results; // those that still need the connection
     QString m_note;

@@ -1,0 +1,89 @@
+#pragma once
+
+#include "core/connection.h"
+#include "core/sqlerror.h"
+#include "core/tlsoptions.h"
+
+#include <QByteArray>
+#include <QString>
+
+#include <chrono>
+#include <cstdint>
+#include <mysql.h>
+#include <utility>
+
+// What the client library reads from a server is seen here before the library acts on it. MariaDB's ODBC
+// driver works with the same library, so both kinds of connection are watched; an ODBC driver that brings a
+// library of its own is not. Each watch is for the thread that made it, one at a time.
+
+// Guards one attempt to connect. Connector/C 3.3 would go on without TLS where the server's offer was taken
+// out on the way, and would give the password in whatever form the server asks for.
+class LoginWatch {
+public:
+    enum class Tls { AsOffered, Never };
+    LoginWatch(const TlsOptions &demands, std::chrono::seconds limit, Tls tls = Tls::AsOffered);
+    ~LoginWatch();
+    LoginWatch(const LoginWatch &) = delete;
+    LoginWatch &operator=(const LoginWatch &) = delete;
+
+    // Throws the watch's words where the login failed with this error because of it.
+    void throwRefusal(const SqlError &error) const;
+    // False for a driver with a library of its own.
+    bool hasSeen() const { return m_handle != nullptr; }
+    bool isEncrypted() const { return m_encryption.isEncrypted; }
+    const Encryption &encryption() const { return m_encryption; }
+    // The library's handle; valid while the connection stands.
+    MYSQL *handle() const { return m_handle; }
+
+private:
+    friend void watchRead(int isWrite, MYSQL *handle, const unsigned char *bytes, std::size_t size);
+    void read(MYSQL *handle, QByteArrayView bytes);
+    void judge(QByteArrayView packet);
+    void judgeGreeting(QByteArrayView packet);
+    void refuse(const QString &why);
+
+    const TlsOptions m_demands;
+    const std::chrono::steady_clock::time_point m_latest;
+    const Tls m_tls;
+    MYSQL *m_handle = nullptr;
+    QByteArray m_unread; // the packet that has not yet come to its end
+    bool m_isGreeted = false, m_isOver = false;
+    QString m_refusal;
+    Encryption m_encryption;
+};
+
+// Lets `connect` connect under a watch and gives back what that gives. Throws the watch's own words where it
+// broke the connection. Where encryption fails and nobody demands it, as with servers that know only TLS 1.0,
+// it is tried once more without.
+template <typename Connect>
+auto loginWatched(const TlsOptions &demands, std::chrono::seconds limit, const Connect &connect)
+{
+    constexpr int encryptionFailed = 2026;
+    bool mayTryWithout = !demands.requiresTls();
+    for (LoginWatch::Tls tls = LoginWatch::Tls::AsOffered;; tls = LoginWatch::Tls::Never) {
+        LoginWatch watch(demands, limit, tls);
+        try {
+            return connect(watch);
+        } catch (const SqlError &error) {
+            watch.throwRefusal(error);
+            if (error.number() != encryptionFailed || !std::exchange(mayTryWithout, false))
+                throw;
+        }
+    }
+}
+
+// Breaks the connection off when a statement's answer grows beyond what a result may take.
+class AnswerWatch {
+public:
+    explicit AnswerWatch(std::uint64_t mostBytes);
+    ~AnswerWatch();
+    AnswerWatch(const AnswerWatch &) = delete;
+    AnswerWatch &operator=(const AnswerWatch &) = delete;
+
+    bool isTooLarge() const { return m_bytes > m_mostBytes; }
+
+private:
+    friend void watchRead(int isWrite, MYSQL *handle, const unsigned char *bytes, std::size_t size);
+    const std::uint64_t m_mostBytes;
+    std::uint64_t m_bytes = 0;
+};

@@ -1,0 +1,131 @@
+#include "connectiontests.h"
+
+#include <QProcess>
+#include <QStandardPaths>
+#include <QTemporaryDir>
+
+#include <optional>
+
+// A real server with a certificate for "localhost", signed by an authority of the test's own.
+class TlsTest : public QObject {
+    Q_OBJECT
+
+private Q_SLOTS:
+    void initTestCase_data() { addBothConnections(); }
+    void initTestCase();
+    void demandsAreMetOrNobodyLogsIn_data();
+    void demandsAreMetOrNobodyLogsIn();
+    void anEncryptedStatementIsStopped();
+    void anAccountMayAskForACertificate();
+
+private:
+    QString path(const char *file) const { return m_folder.filePath(QLatin1String(file)); }
+    void openssl(const QString &arguments);
+    QString string(const QString &host, const QString &more,
+                   const QString &user = QStringLiteral("demo")) const
+    {
+        QString text = isBuiltIn() ? m_server->nativeString({}, host) : m_server->odbcString({}, host);
+        return text.replace(QStringLiteral("uid=demo"), QStringLiteral("uid=") + user) + more;
+    }
+
+    QTemporaryDir m_folder;
+    QString m_fingerprint;
+    std::optional<TestServer> m_server;
+    HookPump m_pump;
+};
+
+void TlsTest::openssl(const QString &arguments)
+{
+    QProcess process;
+    process.setWorkingDirectory(m_folder.path());
+    process.start("openssl", arguments.split(u' '));
+    QVERIFY2(process.waitForFinished() && process.exitCode() == 0,
+             process.readAllStandardError().constData());
+    if (arguments.contains("-fingerprint"))
+        m_fingerprint = QString::fromLatin1(process.readAll()).trimmed().section(u'=', 1);
+}
+
+void TlsTest::initTestCase()
+{
+    if (QStandardPaths::findExecutable("openssl").isEmpty())
+        QSKIP("openssl is not installed");
+    QFile extension(path("names"));
+    QVERIFY(extension.open(QIODevice::WriteOnly));
+    extension.write("subjectAltName=DNS:localhost");
+    extension.close();
+    for (const char *authority : {"ca", "other"})
+        openssl(QStringLiteral(
+                    "req -x509 -newkey rsa:2048 -nodes -keyout %1.key -out %1.pem -days 2 -subj /CN=%1")
+                    .arg(QLatin1String(authority)));
+    for (const char *owner : {"server", "user"}) {
+        openssl(QStringLiteral("req -newkey rsa:2048 -nodes -keyout %1.key -out %1.csr -subj /CN=%1")
+                    .arg(QLatin1String(owner)));
+        openssl(QStringLiteral("x509 -req -in %1.csr -CA ca.pem -CAkey ca.key -CAcreateserial -days 2 "
+                               "-extfile names -out %1.pem")
+                    .arg(QLatin1String(owner)));
+    }
+    openssl("x509 -in server.pem -noout -fingerprint -sha1");
+    m_server.emplace(QStringList{"--ssl", "--ssl-ca=" + path("ca.pem"), "--ssl-cert=" + path("server.pem"),
+                                 "--ssl-key=" + path("server.key")});
+    m_server->run("create user c identified by 'demo' require x509");
+}
+
+void TlsTest::demandsAreMetOrNobodyLogsIn_data()
+{
+    QTest::addColumn<QString>("host");
+    QTest::addColumn<QString>("demands");
+    QTest::addColumn<bool>("isVerified");
+    QTest::addColumn<QString>("refusal"); // empty: the login works
+    const QString verify = ";SSLVERIFY=1;SSLCA=", ip = "127.0.0.1";
+    row("none", ip, "", false, "");
+    row("required", ip, ";FORCETLS=1", false, "");
+    row("verified", "localhost", verify + path("ca.pem"), true, "");
+    row("other host", ip, verify + path("ca.pem"), false, "certificate");
+    row("other authority", "localhost", verify + path("other.pem"), false, "certificate");
+    row("no authority", "localhost", ";SSLVERIFY=1", false, "certificate");
+    row("no such file", "localhost", verify + path("none.pem"), false, "TLS/SSL error");
+    row("pinned", ip, ";TLSPEERFP=" + m_fingerprint, true, "");
+    row("pinned to another", ip, ";SSLFP=00112233445566778899AABBCCDDEEFF00112233", false, "ingerprint");
+}
+
+void TlsTest::demandsAreMetOrNobodyLogsIn()
+{
+    QFETCH(QString, host);
+    QFETCH(QString, demands);
+    QFETCH(bool, isVerified);
+    QFETCH(QString, refusal);
+    if (refusal.isEmpty()) {
+        const auto open = connected(string(host, demands), m_pump);
+        const Encryption encryption = open->encryption();
+        QVERIFY(encryption.isEncrypted);
+        QCOMPARE(encryption.isVerified, isVerified);
+        RecordSet said =
+            open->execute("show session status where variable_name in ('ssl_cipher', 'ssl_version')");
+        QCOMPARE(encryption.cipher, said.text(1));
+        said.moveNext();
+        QCOMPARE(encryption.version, said.text(1));
+    } else {
+        const SqlError error = errorOf([&] { connected(string(host, demands), m_pump); });
+        QVERIFY2(error.description().contains(refusal), qPrintable(error.description()));
+    }
+}
+
+void TlsTest::anEncryptedStatementIsStopped()
+{
+    const auto open = connected(string("localhost", ";SSLVERIFY=1;SSLCA=" + path("ca.pem")), m_pump);
+    m_pump.once = [&] { open->cancel(); };
+    QVERIFY(errorOf([&] { open->execute("select sleep(20)"); }).isInterrupted());
+    QCOMPARE(valueOf(*open, "select 4"), "4");
+}
+
+void TlsTest::anAccountMayAskForACertificate()
+{
+    const QString own = ";SSLCERT=" + path("user.pem") + ";SSLKEY=" + path("user.key");
+    QCOMPARE(valueOf(*connected(string("127.0.0.1", own, "c"), m_pump), "select 4"), "4");
+    QVERIFY(errorOf([&] { connected(string("127.0.0.1", {}, "c"), m_pump); })
+                .description()
+                .contains("Access denied"));
+}
+
+QTEST_GUILESS_MAIN(TlsTest)
+#include "test_tls.moc"

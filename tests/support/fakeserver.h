@@ -1,0 +1,67 @@
+#pragma once
+
+#include <QByteArray>
+
+#include <atomic>
+#include <functional>
+#include <list>
+#include <mutex>
+#include <string_view>
+#include <thread>
+#include <utility>
+#include <vector>
+
+// A server on 127.0.0.1 that speaks the protocol of MySQL and does what no honest one does: it asks for
+// passwords as they stand, lies about its results, or says nothing. Ends with the object.
+class FakeServer {
+public:
+    // What it says until the client is in.
+    struct Login {
+        bool offersTls = false;                      // and then waits for ever
+        QByteArray plugin = "mysql_native_password"; // of the greeting
+        QByteArray otherPlugin = {};                 // asked for after the client's first answer
+        bool wantsOldHash = false;                   // the same, as servers before 4.1 did
+        bool knowsNoHash = false;                    // caching_sha2_password: asks for the password itself
+        bool isSilent = false;
+    };
+    struct Column {
+        QByteArray name;
+        unsigned char type = 0xfd; // VARCHAR
+        unsigned char charset = 45;
+    };
+    // What it says to a statement. All values are texts, also over prepared statements.
+    struct Answer {
+        std::vector<Column> columns = {}; // none: no rows
+        std::vector<std::vector<QByteArray>> rows = {};
+        QByteArray error = {};  // in place of rows, or behind them
+        bool endsNever = false; // the rows come again and again; without rows: silence
+        QByteArray wantedFile = {};
+    };
+
+    explicit FakeServer(Login login);
+    ~FakeServer();
+    FakeServer(const FakeServer &) = delete;
+    FakeServer &operator=(const FakeServer &) = delete;
+
+    int port() const { return m_port; }
+    // To statements that begin so; the latest such answer counts. Others succeed without rows. To be said
+    // before clients connect.
+    void answer(const QByteArray &start, Answer answer) { m_answers.emplace_back(start, std::move(answer)); }
+    // Every byte that clients have sent.
+    QByteArray received() const;
+
+private:
+    class Client;
+    void serve();
+    const Answer &answerTo(QByteArrayView statement) const;
+    void note(QByteArrayView bytes);
+
+    const Login m_login;
+    int m_listener = -1, m_port = 0;
+    std::vector<std::pair<QByteArray, Answer>> m_answers;
+    mutable std::mutex m_mutex;
+    QByteArray m_received;
+    std::atomic<bool> m_ends = false;
+    std::list<std::thread> m_clients;
+    std::thread m_thread;
+};
