@@ -19,6 +19,8 @@ private Q_SLOTS:
     void initTestCase();
     void passwordsAreNotGivenAway_data();
     void passwordsAreNotGivenAway();
+    void filesAreNotGivenAway_data();
+    void filesAreNotGivenAway();
 
 private:
     QString string(const FakeServer &server, const QString &more = {}) const
@@ -78,6 +80,36 @@ void HostileServersTest::passwordsAreNotGivenAway()
     QVERIFY(!server.received().contains(password.toUtf8()));
     if (!more.isEmpty())
         QCOMPARE(server.received(), QByteArray());
+}
+
+void HostileServersTest::filesAreNotGivenAway_data()
+{
+    QTest::addColumn<QString>("statement");
+    for (const char *statement :
+         {"load data infile 'a' into table t", "LOAD DATA LOCAL INFILE 'a' INTO TABLE t",
+          "  load xml infile 'a' into table t", "select 1", "insert into t values (1)",
+          "set statement x=1 for load data infile 'a' into table t"})
+        row(statement, statement);
+}
+
+void HostileServersTest::filesAreNotGivenAway()
+{
+    QFETCH(QString, statement);
+    QFile secret(m_folder.filePath("secret"));
+    QVERIFY(secret.open(QIODevice::WriteOnly));
+    secret.write("only for me");
+    secret.close();
+    FakeServer server({});
+    for (const char *start : {"load", "/*", "select 1", "insert", "set statement"})
+        server.answer(start, {.wantedFile = secret.fileName().toUtf8()});
+    const auto open = connected(string(server), m_pump);
+    try {
+        open->execute(statement);
+    } catch (const SqlError &) {
+        // Refused, or an answer that makes no sense: both will do.
+    }
+    QVERIFY(server.received().contains("'a'") || server.received().contains("1"));
+    QVERIFY(!server.received().contains("only for me"));
 }
 
 QTEST_GUILESS_MAIN(HostileServersTest)

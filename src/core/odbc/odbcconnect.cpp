@@ -55,8 +55,9 @@ OdbcConnection connectOdbc(const OdbcEnvironment &environment, const QString &co
     });
 }
 
-OdbcStatementHandle sendOdbc(const OdbcConnectionHandle &connection, const QString &statement)
+OdbcStatementHandle sendOdbc(const OdbcConnectionHandle &connection, const QString &given)
 {
+    const QString statement = StatementKind::needsComment(given) ? QStringLiteral("/**/") + given : given;
     if (!connection)
         throw SqlError(QStringLiteral("サーバーとの接続が切れています。"), 2006, QStringLiteral("08003"));
     // Connector/ODBC 3.1.15 would send what stands before it: a DELETE without its WHERE.

@@ -113,3 +113,10 @@ bool StatementKind::mayHaveFurtherResults(const QString &statement)
     const QString word = firstWord(statement);
     return word == u"call" || (word == u"begin" && firstWords(statement).value(1) == u"not");
 }
+
+bool StatementKind::needsComment(const QString &statement)
+{
+    constexpr qsizetype shortest = 5;
+    const QString text = statement.trimmed();
+    return (!text.isEmpty() && text.size() < shortest) || firstWord(text) == u"load";
+}

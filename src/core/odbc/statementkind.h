@@ -21,4 +21,9 @@ bool hasOneResult(const QString &statement);
 // 1 then select 1; end if", and the question for what follows the first result ends the process.
 bool mayHaveFurtherResults(const QString &statement);
 
+// A statement that must not be the first thing in what the driver gets. Connector/ODBC 3.1.15 lets the server
+// read any local file while a statement runs that begins with LOAD, and refuses those of less than five
+// characters, as "do 1".
+bool needsComment(const QString &statement);
+
 } // namespace StatementKind
