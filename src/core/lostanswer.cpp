@@ -5,6 +5,35 @@
 
 #include <utility>
 
+namespace {
+
+// The first value of the first row; empty where the server does not know what is asked.
+QString answerTo(Connection &connection, const char *statement)
+{
+    constexpr int unknownVariable = 1193;
+    try {
+        RecordSet rows = connection.execute(QString::fromLatin1(statement));
+        return rows.isOpen() && !rows.isEof() && !rows.isNull(0) ? rows.text(0) : QString();
+    } catch (const SqlError &error) {
+        if (error.number() != unknownVariable)
+            throw;
+        return {};
+    }
+}
+
+QString clusterOf(Connection &connection)
+{
+    const ServerInfo server = connection.server();
+    constexpr int firstGalera = 100100, firstGroups = 50717;
+    if (server.isMariaDb && server.number >= firstGalera)
+        return answerTo(connection, "select @@wsrep_cluster_name from dual where @@wsrep_on");
+    if (!server.isMariaDb && server.number >= firstGroups)
+        return answerTo(connection, "select @@group_replication_group_name");
+    return {};
+}
+
+} // namespace
+
 Doubt doubtAfter(const Session &session, const SqlError &error)
 {
     if (error.isConnectionLost() || !session.gCn || !session.gCn->isOpen())
@@ -37,4 +66,29 @@ bool exists(Connection &connection, const QString &showCreateStatement)
             return true;
         throw;
     }
+}
+
+ServerPlace serverPlace(Connection &connection)
+{
+    const ServerInfo server = connection.server();
+    constexpr int firstWithUuid = 50600;
+    const bool hasUuid = !server.isMariaDb && server.number >= firstWithUuid;
+    return {answerTo(connection, hasUuid ? "select concat_ws(' ',@@server_uuid,@@hostname,@@port)"
+                                         : "select concat_ws(' ',@@server_id,@@hostname,@@port,@@datadir)"),
+            clusterOf(connection)};
+}
+
+void reconnect(Session &session, const ServerPlace &place)
+{
+    reconnect(session);
+    Connection &connection = session.connection();
+    const ServerPlace now = serverPlace(connection);
+    if (!place.server.isEmpty() && place.server != now.server &&
+        (place.cluster.isEmpty() || place.cluster != now.cluster))
+        throw SqlError(
+            QStringLiteral("再接続先は別のサーバーです(%1)。元のサーバー: %2").arg(now.server, place.server));
+    if (!now.cluster.isEmpty())
+        connection.execute(connection.server().isMariaDb
+                               ? QStringLiteral("set session wsrep_sync_wait=15")
+                               : QStringLiteral("set session group_replication_consistency='BEFORE'"));
 }

@@ -18,3 +18,15 @@ void reconnect(Session &session);
 
 // Whether the object of a "show create ..." statement is there; throws SqlError when that cannot be told.
 bool exists(Connection &connection, const QString &showCreateStatement);
+
+// Which server a connection has reached, as far as it tells; and which cluster it belongs to.
+struct ServerPlace {
+    QString server;  // empty: not known
+    QString cluster; // empty: none
+};
+ServerPlace serverPlace(Connection &connection);
+
+// A new connection that is to go on with what an old one began. Throws SqlError where it has reached another
+// server, unless that is one of the same cluster, which is then made to wait for all that the others have
+// done.
+void reconnect(Session &session, const ServerPlace &place);

@@ -1,0 +1,71 @@
+#pragma once
+
+#include "core/session.h"
+
+#include <vector>
+
+// A session variable and its value as it stands in a SET statement.
+struct SessionVariable {
+    QString name, value;
+};
+
+// Session variables that a command needs otherwise, among them those that the user's own SQL may have left.
+class SessionVariables {
+public:
+    // The present values, which putBack() restores. Throws SqlError, as all here.
+    void read(Connection &connection, const QStringList &names);
+    QString before(const QString &name) const;
+    // Those that were read; what differs from the present value is sent.
+    void set(Connection &connection, const std::vector<SessionVariable> &wanted);
+    // After a new connection.
+    void setAgain(Connection &connection) const;
+    // None are kept afterwards.
+    void putBack(Connection &connection);
+    // "set session ..." with the values that stand now, for statements that need others for themselves.
+    QString resetStatement(const std::vector<SessionVariable> &changed) const;
+
+    struct Entry {
+        QString name, before, now; // before: as the server words it; now: as in a SET statement
+    };
+    // For a file: see UndoLog.
+    const std::vector<Entry> &entries() const { return m_entries; }
+    void setEntries(std::vector<Entry> entries) { m_entries = std::move(entries); }
+
+private:
+    Entry &entry(const QString &name);
+
+    std::vector<Entry> m_entries;
+};
+
+QString setStatement(const std::vector<SessionVariable> &variables);
+// A value as it stands in a SET statement: a number, else a text in quotes.
+QString variableLiteral(const QString &value);
+// A mode without some of its words and with others.
+QString changedMode(const QString &mode, const QStringList &without, const QStringList &with);
+
+// Runs the action with the variables set, and puts the old values back on every way out.
+template <class Action>
+void withVariables(Session &session, const std::vector<SessionVariable> &wanted, Action action)
+{
+    SessionVariables variables;
+    QStringList names;
+    for (const SessionVariable &variable : wanted)
+        names << variable.name;
+    variables.read(session.connection(), names);
+    variables.set(session.connection(), wanted);
+    const auto putBack = [&] {
+        const Undoing undoing(session);
+        variables.putBack(session.connection());
+    };
+    try {
+        action();
+    } catch (const SqlError &) {
+        try {
+            putBack();
+        } catch (const SqlError &) {
+            // The first refusal is the one to be told; mostly the session is gone with its variables.
+        }
+        throw;
+    }
+    putBack();
+}

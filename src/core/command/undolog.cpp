@@ -1,0 +1,372 @@
+#include "core/command/undolog.h"
+
+#include <QFile>
+#include <QRegularExpression>
+
+#include <algorithm>
+#include <ranges>
+
+namespace {
+
+bool isSo(Connection &connection, const Question &question)
+{
+    // Tables, routines, triggers; a database that is gone takes all of them along.
+    static constexpr int noSuchThing[] = {1146, 1305, 1360, 1049};
+    constexpr int brokenView = 1356; // but it is there
+    if (question.statement.isEmpty())
+        return true;
+    try {
+        RecordSet rows = connection.execute(question.statement);
+        return (!rows.isOpen() || !rows.isEof()) == question.wanted;
+    } catch (const SqlError &error) {
+        if (std::ranges::find(noSuchThing, error.number()) != std::end(noSuchThing))
+            return !question.wanted;
+        if (error.number() == brokenView)
+            return question.wanted;
+        throw;
+    }
+}
+
+// A counter that has gone on is no other definition.
+QString withoutCounter(QString text)
+{
+    static const QRegularExpression counter(QStringLiteral(" AUTO_INCREMENT=\\d+"));
+    return text.remove(counter);
+}
+
+} // namespace
+
+Question isThere(const QString &showCreateStatement)
+{
+    return {showCreateStatement, true};
+}
+
+Question isMissing(const QString &showCreateStatement)
+{
+    return {showCreateStatement, false};
+}
+
+UndoLog::UndoLog(Session &session, QString what)
+    : m_session(session)
+    , m_what(std::move(what))
+{
+}
+
+UndoLog::~UndoLog() = default;
+
+void UndoLog::open(const std::vector<SessionVariable> &more)
+{
+    QStringList names;
+    std::vector<SessionVariable> wanted = more;
+    // A limit cuts what SHOW lists and what a SELECT copies; without autocommit, what was answered may go
+    // when the connection breaks.
+    wanted.push_back({QStringLiteral("sql_select_limit"), QStringLiteral("18446744073709551615")});
+    wanted.push_back({QStringLiteral("autocommit"), QStringLiteral("1")});
+    for (const SessionVariable &variable : wanted) {
+        if (m_variables.before(variable.name).isNull())
+            names << variable.name;
+    }
+    m_variables.read(connection(), names);
+    m_variables.set(connection(), wanted);
+    m_place = serverPlace(connection());
+}
+
+RecordSet UndoLog::execute(Step step)
+{
+    // Once a stop is wanted this throws, and nothing is noted.
+    Connection &reached = connection();
+    m_steps.push_back({std::move(step)});
+    if (const QString failure = save(); !failure.isEmpty()) {
+        m_steps.pop_back();
+        throw SqlError(failure);
+    }
+    Noted &noted = m_steps.back();
+    try {
+        Q_ASSERT(&reached == m_session.gCn.get());
+        RecordSet rows = send(noted.step.statement, noted.step.with);
+        noted.state = State::Done;
+        return rows;
+    } catch (const SqlError &error) {
+        if (doubtAfter(m_session, error) == Doubt::None)
+            noted.state = State::Refused;
+        if (noted.state == State::InDoubt || noted.step.lost.isEmpty())
+            throw;
+        keep(noted.step.lost, error.description() + u'\n' + noted.step.statement);
+        m_steps.pop_back();
+    }
+    return {};
+}
+
+RecordSet UndoLog::send(const QString &statement, const std::vector<SessionVariable> &with)
+{
+    if (with.empty())
+        return connection().execute(statement);
+    connection().execute(setStatement(with));
+    try {
+        RecordSet rows = connection().execute(statement);
+        connection().execute(m_variables.resetStatement(with));
+        return rows;
+    } catch (const SqlError &error) {
+        const Undoing undoing(m_session);
+        if (doubtAfter(m_session, error) != Doubt::AnswerLost)
+            connection().execute(m_variables.resetStatement(with));
+        throw;
+    }
+}
+
+void UndoLog::keep(const QString &message, const QString &details)
+{
+    if (!message.isEmpty() && !m_messages.contains(message))
+        m_messages << message;
+    if (!details.isEmpty())
+        m_details << details;
+}
+
+void UndoLog::release()
+{
+    for (const WayBack &back : m_steps.back().step.back)
+        connection().execute(back.statement);
+    m_steps.pop_back();
+}
+
+UndoReport UndoLog::succeed()
+{
+    const Undoing undoing(m_session);
+    return end(UndoReport::Ending::Done);
+}
+
+UndoReport UndoLog::undo(const SqlError &error)
+{
+    const Undoing undoing(m_session);
+    return goBack(doubtAfter(m_session, error));
+}
+
+UndoReport UndoLog::undoPending()
+{
+    const Undoing undoing(m_session);
+    QStringList names;
+    std::vector<SessionVariable> wanted;
+    for (const SessionVariables::Entry &entry : m_variables.entries()) {
+        names << entry.name;
+        wanted.push_back({entry.name, entry.now});
+    }
+    m_variables = {};
+    try {
+        m_variables.read(connection(), names);
+        m_variables.set(connection(), wanted);
+    } catch (const SqlError &error) {
+        return stuck(error);
+    }
+    std::erase_if(m_steps, [](const Noted &noted) { return noted.step.isOfSession; });
+    return goBack(Doubt::Interrupted);
+}
+
+UndoReport UndoLog::goBack(Doubt doubt)
+{
+    constexpr int mostDoubts = 3;
+    for (int doubts = 0; !m_steps.empty(); ++doubts) {
+        try {
+            if (doubt != Doubt::None)
+                settle(doubt);
+        } catch (const SqlError &error) {
+            return stuck(error);
+        }
+        try {
+            if (finishes())
+                return end(UndoReport::Ending::Done);
+            takeBackAll();
+        } catch (const SqlError &error) {
+            doubt = doubtAfter(m_session, error);
+            if (doubt == Doubt::None || doubts == mostDoubts)
+                return stuck(error);
+        }
+    }
+    return end(UndoReport::Ending::Undone);
+}
+
+// Finds out on the server what a statement in doubt has done.
+void UndoLog::settle(Doubt doubt)
+{
+    m_isInDoubt = true;
+    if (doubt == Doubt::AnswerLost) {
+        reconnect(m_session, m_place);
+        m_variables.setAgain(connection());
+        std::erase_if(m_steps, [](const Noted &noted) { return noted.step.isOfSession; });
+        if (m_steps.empty())
+            return;
+    }
+    Noted &last = m_steps.back();
+    if (last.state == State::InDoubt)
+        last.state = isSo(connection(), last.step.isDone) ? State::Done : State::Refused;
+    // What has no question of its own is begun again with its group.
+    const auto next = static_cast<std::size_t>(std::max(m_nextBack, 0));
+    if (next < last.step.back.size() && last.step.back[next].when.statement.isEmpty())
+        m_nextBack = std::min(m_nextBack, 0);
+    if (last.state != State::Done || !last.step.completes)
+        requireHeld();
+}
+
+void UndoLog::requireHeld()
+{
+    for (std::size_t i = 0; i < m_steps.size(); ++i) {
+        const bool isUnderWay =
+            m_steps[i].state != State::Done || (i + 1 == m_steps.size() && m_nextBack >= 0);
+        if (!isUnderWay && !isSo(connection(), m_steps[i].step.holds))
+            throw SqlError(QStringLiteral("再確認で、あるはずのﾃｰﾌﾞﾙまたは行が見つかりませんでした。"));
+    }
+}
+
+// Whether the change can only be finished, or is.
+bool UndoLog::finishes()
+{
+    Noted &last = m_steps.back();
+    const bool isComplete = last.step.completes && last.state == State::Done;
+    if (!isComplete && !last.step.isRepeated)
+        return false;
+    try {
+        if (!isComplete)
+            send(last.step.statement, last.step.with);
+        keep(last.step.onceDone, {});
+    } catch (const SqlError &error) {
+        if (doubtAfter(m_session, error) != Doubt::None) {
+            last.state = State::InDoubt;
+            throw;
+        }
+        keep(error.description(), {});
+        keep(last.step.untilUndone, {});
+    }
+    return true;
+}
+
+void UndoLog::takeBackAll()
+{
+    while (!m_steps.empty()) {
+        const Noted &last = m_steps.back();
+        const auto &back = last.step.back;
+        if (last.state != State::Refused) {
+            for (m_nextBack = std::max(m_nextBack, 0); m_nextBack < static_cast<int>(back.size());
+                 ++m_nextBack) {
+                // Without its file the undoing is still better than none.
+                save();
+                takeBack(back[static_cast<std::size_t>(m_nextBack)]);
+            }
+        }
+        m_steps.pop_back();
+        m_nextBack = -1;
+    }
+}
+
+void UndoLog::takeBack(const WayBack &back)
+{
+    if (back.isForDoubt && !m_isInDoubt)
+        return;
+    if (m_isInDoubt && !isSo(connection(), back.when))
+        return;
+    if (m_isInDoubt && !isSo(connection(), back.needs))
+        throw SqlError(QStringLiteral("行が他にあることを確認できないため、中止しました。: ") +
+                       back.statement);
+    try {
+        makeAgain(back);
+    } catch (const SqlError &error) {
+        if (doubtAfter(m_session, error) != Doubt::None)
+            throw;
+        if (back.nothingThere > 0 && error.number() == back.nothingThere)
+            keep(back.remark, {});
+        else if (!back.lost.isEmpty())
+            keep(back.lost, error.description() + u'\n' + back.statement);
+        else
+            throw;
+    }
+}
+
+void UndoLog::makeAgain(const WayBack &back)
+{
+    bool isMade = false;
+    try {
+        send(back.statement, back.with);
+        isMade = true;
+        if (back.show.isEmpty() || isAsBefore(back))
+            return;
+    } catch (const SqlError &error) {
+        if (back.otherwise.isEmpty() || doubtAfter(m_session, error) != Doubt::None)
+            throw;
+    }
+    if (isMade && !back.drop.isEmpty())
+        connection().execute(back.drop);
+    send(back.otherwise, back.with);
+    if (!back.show.isEmpty() && !isAsBefore(back))
+        keep(QStringLiteral("定義が元と異なっています。"), QStringLiteral("元の定義:\n") + back.text);
+}
+
+bool UndoLog::isAsBefore(const WayBack &back)
+{
+    RecordSet rows = connection().execute(back.show);
+    // The text's column differs by kind, and its name by server: "Create Table", "SQL Original Statement".
+    for (int i = 0; rows.isOpen() && !rows.isEof() && i < rows.fieldCount(); ++i) {
+        if (withoutCounter(rows.text(i)) == withoutCounter(back.text))
+            return true;
+    }
+    return false;
+}
+
+UndoReport UndoLog::end(UndoReport::Ending ending)
+{
+    try {
+        if (m_session.gCn && m_session.gCn->isOpen())
+            m_variables.putBack(connection());
+    } catch (const SqlError &error) {
+        if (doubtAfter(m_session, error) == Doubt::None)
+            keep(QStringLiteral("セッション変数を元に戻せませんでした。"), error.description());
+    }
+    m_steps.clear();
+    if (!m_path.isEmpty())
+        QFile::remove(m_path);
+    m_lock.reset();
+    return {ending, m_messages.join(u'\n'), m_details.join(u'\n')};
+}
+
+UndoReport UndoLog::stuck(const SqlError &error)
+{
+    keep(error.description(), {});
+    keep(untilUndone(), {});
+    const QStringList statements = pendingStatements();
+    if (!statements.isEmpty())
+        keep({}, QStringLiteral("元に戻す文:\n") + statements.join(QStringLiteral(";\n")) + u';');
+    try {
+        if (m_session.gCn && m_session.gCn->isOpen())
+            m_variables.putBack(connection());
+    } catch (const SqlError &) {
+        // The words above say what matters.
+    }
+    save();
+    m_lock.reset();
+    return {UndoReport::Ending::Stuck, m_messages.join(u'\n'), m_details.join(u'\n')};
+}
+
+QStringList UndoLog::pendingStatements() const
+{
+    QStringList statements;
+    for (const Noted &noted : std::views::reverse(m_steps)) {
+        if (noted.state == State::Refused)
+            continue;
+        const bool isLast = &noted == &m_steps.back();
+        for (std::size_t i = isLast && m_nextBack > 0 ? static_cast<std::size_t>(m_nextBack) : 0;
+             i < noted.step.back.size(); ++i) {
+            const WayBack &back = noted.step.back[i];
+            if (!back.isForDoubt)
+                statements << (back.otherwise.isEmpty() ? back.statement : back.otherwise);
+        }
+    }
+    return statements;
+}
+
+QString UndoLog::untilUndone() const
+{
+    for (const Noted &noted : std::views::reverse(m_steps)) {
+        const bool isUnknown = noted.state == State::InDoubt && !noted.step.inDoubt.isEmpty();
+        const QString &words = isUnknown ? noted.step.inDoubt : noted.step.untilUndone;
+        if (noted.state != State::Refused && !words.isEmpty())
+            return words;
+    }
+    return {};
+}

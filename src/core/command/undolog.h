@@ -1,0 +1,109 @@
+#pragma once
+
+#include "core/command/sessionvariables.h"
+#include "core/command/undostep.h"
+#include "core/lostanswer.h"
+
+#include <QDateTime>
+#include <QLockFile>
+
+#include <memory>
+
+// What became of a change that failed.
+struct UndoReport {
+    enum class Ending {
+        Undone, // all is as before
+        Done,   // it turned out to be done, or could only be finished
+        Stuck   // the undoing failed too
+    };
+    Ending ending = Ending::Undone;
+    QString message = {}; // what the user has to know; empty: nothing
+    QString details = {}; // statements that the user may need
+};
+
+// The file of a log that an earlier start of the program left open.
+struct UndoFile {
+    QString path;
+};
+
+// A change of several statements on the server. Each is noted before it is sent, with its way back and the
+// question that settles whether it was done when its answer is lost; so the change can be undone from any
+// point, over a new connection and by a later start of the program. Where the session knows a place for
+// settings, the notes are in a file there as long as the log is open.
+class UndoLog {
+public:
+    // Sends nothing. `what` names the change for the user, as "ﾃｰﾌﾞﾙ `d`.t の変更".
+    UndoLog(Session &session, QString what);
+    // Throws SqlError when the file cannot be read or belongs to a program that runs.
+    UndoLog(Session &session, const UndoFile &file);
+    ~UndoLog();
+    UndoLog(const UndoLog &) = delete;
+    UndoLog &operator=(const UndoLog &) = delete;
+
+    // Before the first step. Sets what the steps and their ways back need, and so that SHOW and SELECT are
+    // not cut off and what was answered is kept. Throws SqlError.
+    void open(const std::vector<SessionVariable> &more = {});
+    SessionVariables &variables() { return m_variables; }
+
+    // Sends a step; a refusal is thrown (SqlError) unless the step is optional.
+    RecordSet execute(Step step);
+    // Takes the last step back before its time and forgets it: a lock that is no longer needed.
+    void release();
+
+    // All is done: the variables are put back and the file goes. Never throws; what optional steps lost is
+    // in the report.
+    UndoReport succeed();
+    // After an error of a step, or of the caller between two: goes back from the last step, also after a
+    // stop, and stops at the first way back that fails. Never throws.
+    UndoReport undo(const SqlError &error);
+    // The same for a log of an earlier start. The notes stay where it fails.
+    UndoReport undoPending();
+
+    const QString &what() const { return m_what; }
+    const QDateTime &begun() const { return m_begun; }
+    const ServerPlace &place() const { return m_place; }
+    QStringList pendingStatements() const; // the ways back, in order
+    QString untilUndone() const;
+
+private:
+    enum class State { Done, Refused, InDoubt };
+    struct Noted {
+        Step step;
+        State state = State::InDoubt;
+    };
+
+    Connection &connection() { return m_session.connection(); }
+    RecordSet send(const QString &statement, const std::vector<SessionVariable> &with);
+    void keep(const QString &message, const QString &details);
+
+    UndoReport goBack(Doubt doubt);
+    void settle(Doubt doubt);
+    void requireHeld();
+    bool finishes();
+    void takeBackAll();
+    void takeBack(const WayBack &back);
+    void makeAgain(const WayBack &back);
+    bool isAsBefore(const WayBack &back);
+    UndoReport end(UndoReport::Ending ending);
+    UndoReport stuck(const SqlError &error);
+
+    QByteArray bytes() const;
+    void load(const QByteArray &bytes);
+    QString save();
+
+    Session &m_session;
+    QString m_what;
+    QDateTime m_begun = QDateTime::currentDateTime();
+    SessionVariables m_variables;
+    ServerPlace m_place;
+    std::vector<Noted> m_steps; // those that are not taken back
+    int m_nextBack = -1;        // which way back of the last step is next; -1: it is not being taken back
+    bool m_isInDoubt = false;   // a statement was; what exists is asked from then on
+    QStringList m_messages, m_details;
+
+    QString m_path; // empty: no file
+    std::unique_ptr<QLockFile> m_lock;
+};
+
+// Those of the server that the session is connected to.
+std::vector<UndoFile> pendingUndoLogs(Session &session);
