@@ -1,9 +1,9 @@
 #include "maintenance/tablechange.h"
 
 #include "core/statements.h"
-#include "maintenance/replacement.h"
 #include "maintenance/tablechangesettings.h"
 #include "maintenance/tablerecovery.h"
+#include "maintenance/viewchange.h"
 
 namespace {
 
@@ -129,58 +129,6 @@ void rebuildTable(CommandContext &context, TableChange &change)
     context.dialogue.progress(5, 5);
 }
 
-void replaceView(CommandContext &context, const QString &view, Replacement &change)
-{
-    context.dialogue.progress(3, 0);
-    context.dialogue.progress(3, 1);
-    // The server leaves the default database's name out of what it shows: where the console has chosen
-    // another one since, the texts would make the view there.
-    if (shownCreateText(QStringLiteral("View"), change.serverText) != change.oldStatement)
-        context.session.connection().execute(useStatement(change.database));
-    context.session.connection().execute(QStringLiteral("drop view ") + view);
-    change.isDropped = true;
-    context.dialogue.progress(3, 2);
-    context.session.connection().execute(context.selection.txtField);
-    context.dialogue.progress(3, 3);
-}
-
-template <class Recover>
-Outcome fail(CommandContext &context, const SqlError &error, const Recover &recover)
-{
-    context.dialogue.setLastError(error.description(), true);
-    context.session.gRs.close();
-    // No table is missing while a box waits.
-    const RecoveryReport report = recover(doubtAfter(context.session, error));
-    context.dialogue.refuse(QStringLiteral("ﾃｰﾌﾞﾙの変更に失敗しました。"));
-    tellReport(context.dialogue, error.description(), report, true);
-    context.dialogue.progressBar(0);
-    return {};
-}
-
-Outcome succeed(CommandContext &context, const RecoveryReport &afterwards = {})
-{
-    context.dialogue.progressBar(1);
-    context.session.gRs.close();
-    context.dialogue.inform(QStringLiteral("変更しました。"));
-    tellReport(context.dialogue, {}, afterwards, true);
-    return {Reload::Objects};
-}
-
-Outcome changeView(CommandContext &context, const QString &showStatement, const QString &serverText)
-{
-    const QString &database = context.session.gDbName;
-    const QString view = qualifiedName(database, context.selection.lblTableName);
-    Replacement change{database, QStringLiteral("VIEW ") + view, showStatement,
-                       context.selection.lblCreateTable, serverText};
-    try {
-        replaceView(context, view, change);
-    } catch (const SqlError &error) {
-        return fail(context, error,
-                    [&](Doubt doubt) { return recoverReplacement(context.session, change, doubt); });
-    }
-    return succeed(context);
-}
-
 } // namespace
 
 Outcome changeTable(CommandContext &context)
@@ -223,9 +171,9 @@ Outcome changeTable(CommandContext &context)
         }
         rebuildTable(context, change);
     } catch (const SqlError &error) {
-        return fail(context, error,
-                    [&](Doubt doubt) { return recoverTable(context.session, change, doubt); });
+        return endFailedChange(context, error,
+                               [&](Doubt doubt) { return recoverTable(context.session, change, doubt); });
     }
-    return succeed(context,
-                   remakeTriggers(context.session, change.triggers, change.bareNewName(), change.newTable()));
+    return endChange(
+        context, remakeTriggers(context.session, change.triggers, change.bareNewName(), change.newTable()));
 }

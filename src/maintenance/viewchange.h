@@ -1,0 +1,12 @@
+#pragma once
+
+#include "core/command.h"
+#include "maintenance/recovery.h"
+
+// How a change of a table or view ends for the user: undone first, told afterwards.
+Outcome endFailedChange(CommandContext &context, const SqlError &error,
+                        const std::function<RecoveryReport(Doubt)> &recover);
+Outcome endChange(CommandContext &context, const RecoveryReport &afterwards = {});
+
+// cmdCreateTable where the chosen object is a view: it is dropped and made again from the edited text.
+Outcome changeView(CommandContext &context, const QString &showStatement, const QString &serverText);
