@@ -1,0 +1,98 @@
+#include "core/command/serverrole.h"
+
+#include <map>
+
+namespace {
+
+using Variables = std::map<QString, QString>;
+
+// A refusal means that the server does not know the question, or that the account may not ask it.
+RecordSet answerTo(Connection &connection, const QString &question)
+{
+    try {
+        return connection.execute(question);
+    } catch (const SqlError &error) {
+        if (error.isConnectionLost() || error.isInterrupted())
+            throw;
+        return {};
+    }
+}
+
+Variables readVariables(Connection &connection)
+{
+    Variables values;
+    RecordSet rows = answerTo(
+        connection, QStringLiteral("show global variables where Variable_name in ('read_only', "
+                                   "'super_read_only', 'innodb_read_only', 'wsrep_on', 'wsrep_provider', "
+                                   "'group_replication_group_name')"));
+    for (; rows.isOpen() && !rows.isEof(); rows.moveNext())
+        values[rows.text(0).toLower()] = rows.text(1);
+    return values;
+}
+
+bool isOn(const Variables &variables, const QString &name)
+{
+    const auto found = variables.find(name);
+    // MariaDB 12 knows several degrees of a read_only that is on.
+    return found != variables.end() && found->second != u"OFF" && found->second != u"0";
+}
+
+bool isNamed(const Variables &variables, const QString &name)
+{
+    const auto found = variables.find(name);
+    return found != variables.end() && !found->second.isEmpty() && found->second != u"NULL" &&
+           found->second != u"none";
+}
+
+bool isClusterMember(const Variables &variables)
+{
+    // wsrep_on alone says nothing: some builds have it on without any provider.
+    return (isOn(variables, QStringLiteral("wsrep_on")) &&
+            isNamed(variables, QStringLiteral("wsrep_provider"))) ||
+           isNamed(variables, QStringLiteral("group_replication_group_name"));
+}
+
+// MySQL has called the statement and its columns otherwise since 8.0.22, and since 8.4 it knows no other
+// name; MariaDB tells of its several sources with ALL only.
+QStringList readSources(Connection &connection)
+{
+    const ServerInfo server = connection.server();
+    const bool isRenamed = !server.isMariaDb && server.number >= 80022;
+    RecordSet rows = answerTo(connection, server.isMariaDb && server.number >= 100000
+                                              ? QStringLiteral("show all slaves status")
+                                          : isRenamed ? QStringLiteral("show replica status")
+                                                      : QStringLiteral("show slave status"));
+    const QString source = isRenamed ? QStringLiteral("Source_") : QStringLiteral("Master_");
+    const QString replica = isRenamed ? QStringLiteral("Replica_") : QStringLiteral("Slave_");
+    QStringList sources;
+    for (; rows.isOpen() && !rows.isEof(); rows.moveNext()) {
+        // A group's own channels: its members are not replicas of each other.
+        const int channel = rows.fieldIndex(QStringLiteral("Channel_Name"));
+        if (channel >= 0 && rows.text(channel).startsWith(u"group_replication_"))
+            continue;
+        if (rows.text(replica + QStringLiteral("IO_Running")) != u"No" ||
+            rows.text(replica + QStringLiteral("SQL_Running")) != u"No")
+            sources << rows.text(source + QStringLiteral("Host")) + u':' +
+                           rows.text(source + QStringLiteral("Port"));
+    }
+    return sources;
+}
+
+} // namespace
+
+ServerRole readServerRole(Connection &connection)
+{
+    const Variables variables = readVariables(connection);
+    ServerRole role;
+    role.isReadOnly = isOn(variables, QStringLiteral("read_only")) ||
+                      isOn(variables, QStringLiteral("super_read_only")) ||
+                      isOn(variables, QStringLiteral("innodb_read_only"));
+    role.isClusterMember = isClusterMember(variables);
+    role.sources = readSources(connection);
+    return role;
+}
+
+bool isClusterMember(Connection &connection)
+{
+    return isClusterMember(readVariables(connection));
+}
