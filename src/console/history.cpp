@@ -1,6 +1,6 @@
 #include "console/history.h"
 
-#include "core/statements.h"
+#include "core/sql/passwords.h"
 #include "core/wholefile.h"
 
 #include <QFile>

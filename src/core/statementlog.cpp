@@ -1,6 +1,6 @@
 #include "core/statementlog.h"
 
-#include "core/statements.h"
+#include "core/sql/passwords.h"
 
 #include <QElapsedTimer>
 

@@ -37,12 +37,3 @@ QString shownCreateText(const QString &kind, const QString &createText);
 // T with its table name qualified: after the first "table" plus five characters (the character there is
 // written twice), the first occurrence of name, without regard to case, becomes `database`.name.
 QString qualifiedCreateText(const QString &createText, const QString &database, const QString &name);
-
-// Whether the text holds a password (IDENTIFIED BY, PASSWORD(, SET PASSWORD, ...): such texts go into no
-// log, history or message.
-bool holdsPassword(const QString &statement);
-// The text with every quoted part replaced by '***' when it holds a password.
-QString maskedPasswords(const QString &text);
-// What a server says of a statement that holds a password: it quotes a piece of it, cut anywhere, inside of
-// quotes of its own, so that all from the first quote to the last goes.
-QString withoutQuotedPart(const QString &refusal);

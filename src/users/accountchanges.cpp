@@ -1,6 +1,6 @@
 #include "users/accountchanges.h"
 
-#include "core/statements.h"
+#include "core/sql/passwords.h"
 
 namespace {
 

@@ -10,7 +10,6 @@ private Q_SLOTS:
     void viewsAreLaidOut();
     void createTextsAreQualified();
     void aListWithoutCommaCannotBeCut();
-    void passwordsAreMasked();
 };
 
 void StatementsTest::viewsAreLaidOut()
@@ -45,29 +44,6 @@ void StatementsTest::aListWithoutCommaCannotBeCut()
 {
     QCOMPARE(cutAtLastComma("a,b,"), "a,b");
     QVERIFY_THROWS_EXCEPTION(SqlError, cutAtLastComma(QString()));
-}
-
-void StatementsTest::passwordsAreMasked()
-{
-    QCOMPARE(maskedPasswords("select 'a'"), "select 'a'");
-    QCOMPARE(maskedPasswords("GRANT USAGE ON *.* TO 'u'@\"%\" IDENTIFIED BY 'p''x\\'y' WITH GRANT OPTION"),
-             "GRANT USAGE ON *.* TO '***'@\"***\" IDENTIFIED BY '***' …");
-    QCOMPARE(maskedPasswords("grant all on `it's`.* to u identified by 'p'"),
-             "grant all on `it's`.* to u identified by '***'");
-    QCOMPARE(maskedPasswords("set password = 'abc"), "set password = '***'"); // the quote is never closed
-    QCOMPARE(maskedPasswords("select PASSWORD(\"x\")"), "select PASSWORD(\"***\")");
-    QCOMPARE(maskedPasswords("create table t (a int) connection='mysql://u:secret@h/d/t'"),
-             "create table t (a int) connection='***'");
-    QCOMPARE(withoutQuotedPart("Can't find it"), "Can't find it");
-    QCOMPARE(maskedPasswords("change master to master_password='x'"),
-             "change master to master_password='***'");
-    // Whether a backslash keeps a quote from ending the text depends on the server's sql_mode.
-    QCOMPARE(maskedPasswords("grant usage on *.* to 'a\\' identified by 's'"),
-             "grant usage on *.* to '***' …");
-    QCOMPARE(maskedPasswords("set password = secret"), "set password = ***"); // the quotes were forgotten
-    QCOMPARE(maskedPasswords("select password(0x616263)"), "select password(***)");
-    QCOMPARE(maskedPasswords("select '" + QString(100'000, u'x') + "', password('x')"),
-             "select '***', password('***')");
 }
 
 QTEST_APPLESS_MAIN(StatementsTest)

@@ -1,5 +1,5 @@
 // Statements that hold a password, among all that may stand in quotes around it.
-#include "core/statements.h"
+#include "core/sql/passwords.h"
 #include "fuzz.h"
 
 namespace {
@@ -27,8 +27,9 @@ const QStringList pieces{
     QStringLiteral("# \"\n"),
     QStringLiteral("set password = "),
 };
-const QStringList holders{QStringLiteral("'%1'"), QStringLiteral("\"%1\""), QStringLiteral("'x''%1'"),
-                          QStringLiteral("\"'%1\""), QStringLiteral("'\\'%1'")};
+const QStringList holders{QStringLiteral("'%1'"),    QStringLiteral("\"%1\""),  QStringLiteral("'x''%1'"),
+                          QStringLiteral("\"'%1\""), QStringLiteral("'\\'%1'"), QStringLiteral("%1"),
+                          QStringLiteral("`%1`"),    QStringLiteral("by '%1")};
 
 QString chosen(const QByteArray &bytes, qsizetype from, qsizetype to)
 {
@@ -42,7 +43,13 @@ QString chosen(const QByteArray &bytes, qsizetype from, qsizetype to)
 
 std::vector<std::string_view> seeds()
 {
-    return {"\x01\x02\x03", std::string_view("\x00\x04\x01\x09\x00", 5), "\x0d\x0f\x10\x11\x02",
+    return {"set pasword = geheim",
+            "update mysql . user set x='y' -- \"",
+            "/*!50100 identified by*/ 'a' b",
+            "concat('set pass','word=1')",
+            "\x01\x02\x03",
+            std::string_view("\x00\x04\x01\x09\x00", 5),
+            "\x0d\x0f\x10\x11\x02",
             "password 'a' `it's` /* \"x */ -- y'\n\"b"};
 }
 
