@@ -1,19 +1,19 @@
 #include "controls/chosenlist.h"
 
 #include "controls/placeholder.h"
+#include "controls/visibleitems.h"
 
 #include <QMouseEvent>
 #include <QSignalBlocker>
-#include <QStyledItemDelegate>
 
 #include <algorithm>
 
 namespace {
 
 // Rows as high as a grid's: a fallback font for Japanese makes them higher than others otherwise.
-class EvenRows : public QStyledItemDelegate {
+class EvenRows : public VisibleItems {
 public:
-    using QStyledItemDelegate::QStyledItemDelegate;
+    using VisibleItems::VisibleItems;
 
     QSize sizeHint(const QStyleOptionViewItem &option, const QModelIndex &index) const override
     {

@@ -1,6 +1,7 @@
 #include "controls/filebox.h"
 
 #include "controls/placeholder.h"
+#include "controls/visibleitems.h"
 
 #include <QDir>
 
@@ -8,6 +9,7 @@ FileBox::FileBox(QWidget *parent)
     : QListWidget(parent)
 {
     setSelectionMode(ExtendedSelection);
+    setItemDelegate(new VisibleItems(this));
 }
 
 void FileBox::setPattern(const QString &pattern)

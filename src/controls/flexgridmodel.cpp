@@ -1,6 +1,7 @@
 #include "controls/flexgridmodel.h"
 
 #include "controls/gridsort.h"
+#include "controls/plaintip.h"
 
 #include <QThread>
 
@@ -109,7 +110,7 @@ QVariant FlexGridModel::headerData(int section, Qt::Orientation orientation, int
         return {};
     const QString &name = m_fields[static_cast<std::size_t>(section)].name;
     if (role == Qt::ToolTipRole)
-        return name.toHtmlEscaped();
+        return plainTip(name);
     // The name of an expression is its text, line breaks and all.
     return cellLine(name.toStdString(), mostCellBytes);
 }

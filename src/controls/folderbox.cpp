@@ -1,11 +1,15 @@
 #include "controls/folderbox.h"
 
+#include "controls/plaintip.h"
+#include "controls/visibleitems.h"
+
 #include <QDir>
 #include <QKeyEvent>
 
 FolderBox::FolderBox(QWidget *parent)
     : QListWidget(parent)
 {
+    setItemDelegate(new VisibleItems(this));
     connect(this, &QListWidget::itemDoubleClicked, this, &FolderBox::enter);
 }
 
@@ -23,7 +27,7 @@ bool FolderBox::setPath(const QString &path)
     addItems(folder.entryList(QDir::Dirs | QDir::NoDotAndDotDot, QDir::Name | QDir::IgnoreCase));
     const auto cameFrom = isGoingUp ? findItems(left, Qt::MatchExactly) : QList<QListWidgetItem *>();
     setCurrentItem(cameFrom.isEmpty() ? item(0) : cameFrom.constFirst());
-    setToolTip(QDir::toNativeSeparators(m_path));
+    setToolTip(plainTip(QDir::toNativeSeparators(m_path)));
     Q_EMIT pathChanged(m_path);
     return true;
 }

@@ -1,5 +1,7 @@
 #include "controls/messagebox.h"
 
+#include "core/signs.h"
+
 #include <QApplication>
 #include <QGridLayout>
 #include <QLabel>
@@ -36,9 +38,10 @@ void letTextScroll(QMessageBox &box)
 
 } // namespace
 
-QMessageBox::StandardButton showBox(QWidget *window, QMessageBox::Icon icon, const QString &text,
+QMessageBox::StandardButton showBox(QWidget *window, QMessageBox::Icon icon, const QString &message,
                                     QMessageBox::StandardButtons buttons)
 {
+    const QString text = visibleText(message);
     QMessageBox box(window);
     box.setIcon(icon);
     box.setWindowTitle(window ? window->windowTitle() : QString());

@@ -3,8 +3,8 @@
 #include <QMessageBox>
 
 // One box over a window, titled with its caption: plain text that can be selected and copied, however
-// long. Escape is Cancel, No, or the only button.
-QMessageBox::StandardButton showBox(QWidget *window, QMessageBox::Icon icon, const QString &text,
+// long, and with signs for what cannot be seen. Escape is Cancel, No, or the only button.
+QMessageBox::StandardButton showBox(QWidget *window, QMessageBox::Icon icon, const QString &message,
                                     QMessageBox::StandardButtons buttons);
 
 // The arrow instead of an hourglass for as long as it lives: a box waits for the user, not for the server.

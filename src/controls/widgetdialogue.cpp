@@ -3,6 +3,7 @@
 #include "controls/basfolder.h"
 #include "controls/messagebox.h"
 #include "controls/percentbar.h"
+#include "controls/plaintip.h"
 
 #include <QApplication>
 #include <QLabel>
@@ -13,12 +14,6 @@ namespace {
 QMessageBox::Icon boxIcon(Icon icon)
 {
     return icon == Icon::Critical ? QMessageBox::Critical : QMessageBox::Information;
-}
-
-// A tool tip would take "<b>" in a server's message for markup.
-QString plainTip(const QString &text)
-{
-    return Qt::mightBeRichText(text) ? text.toHtmlEscaped() : text;
 }
 
 QString minutes(qint64 milliseconds)

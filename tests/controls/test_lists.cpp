@@ -1,12 +1,15 @@
 #include "controls/chosenlist.h"
 #include "controls/filterline.h"
 #include "controls/folderbox.h"
+#include "controls/plaintip.h"
 #include "support/gui/boxes.h"
 
 #include <QDir>
 #include <QSignalSpy>
+#include <QStyledItemDelegate>
 #include <QTemporaryDir>
 #include <QTest>
+#include <QTextDocument>
 
 namespace {
 
@@ -29,6 +32,7 @@ private Q_SLOTS:
     void foldersAreEnteredByKeyAndMouse();
     void filterIgnoresCaseAndWidthAndTag();
     void filterOutlivesRefillingAndEscapeClearsIt();
+    void whatCannotBeSeenIsShownBySigns();
     void theFocusChoosesNothing();
     void aDragThatEndsOffTheListChooses();
 };
@@ -82,6 +86,28 @@ void TestLists::filterOutlivesRefillingAndEscapeClearsIt()
     QCOMPARE(list.currentItem()->text(), "swim");
     QTest::keyClick(&line, Qt::Key_Escape);
     QCOMPARE(visibleItems(list).size(), 3);
+}
+
+void TestLists::whatCannotBeSeenIsShownBySigns()
+{
+    ChosenList list;
+    const QString item = QString("[TABLE]\ta\tb\n\u202Ec\x7f");
+    list.appendItem(item);
+    QCOMPARE(list.texts(), QStringList{item}); // for the commands
+    const auto *delegate = qobject_cast<QStyledItemDelegate *>(list.itemDelegate());
+    QCOMPARE(delegate->displayText(item, {}), "[TABLE]\ta␉b␊‹U+202E›c␡");
+
+    // A tip shows every character once, whatever it looks like.
+    for (const QString text : {"a < b & c", "<b>x</b>", "a &lt; b", "x\n<i>y</i>"}) {
+        const QString tip = plainTip(text);
+        QTextDocument shown;
+        if (Qt::mightBeRichText(tip))
+            shown.setHtml(tip);
+        else
+            shown.setPlainText(tip);
+        QCOMPARE(shown.toPlainText(), text);
+    }
+    QCOMPARE(plainTip("a\u200Fb"), "a‹U+200F›b");
 }
 
 void TestLists::theFocusChoosesNothing()

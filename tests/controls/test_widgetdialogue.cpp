@@ -57,9 +57,9 @@ void TestWidgetDialogue::boxesCarryCaptionIconAndAnswer()
     QVERIFY(parts.dialogue.ask(question));
     boxes.expect(question, QMessageBox::No);
     QVERIFY(!parts.dialogue.ask(question));
-    boxes.expectOk("終了");
-    parts.dialogue.inform("終了");
-    QCOMPARE(boxes.seen().last(), "Tarnwell|終了");
+    boxes.expectOk("[PROC]\tp‹U+202E›\r\n終了");
+    parts.dialogue.inform("[PROC]\tp\u202E\r\n終了");
+    QCOMPARE(boxes.seen().last(), "Tarnwell|[PROC]\tp‹U+202E›\r\n終了");
 
     boxes.setPaused(true);
     const auto escape = [] { QTest::keyClick(&shownBox(), Qt::Key_Escape); };
