@@ -2,11 +2,12 @@
 
 #include "core/sqlerror.h"
 #include "core/statements.h"
+#include "maintenance/definitionform.h"
 #include "maintenance/objectfile.h"
 
 #include <QDir>
 #include <QFile>
-#include <QRegularExpression>
+#include <QFileInfo>
 #include <QStringDecoder>
 
 #include <algorithm>
@@ -34,22 +35,29 @@ QString definitionPath(const QString &folder, const QString &name)
     refuse(usual, QStringLiteral("ファイルがありません。"));
 }
 
+// A link may lead to any file that the server can read.
+void requireOrdinaryFile(const QString &path)
+{
+    const QFileInfo file(path);
+    if (file.isSymLink() || !file.isFile())
+        refuse(path, QStringLiteral("通常のファイルではありません。"));
+}
+
 QString readText(const QString &path)
 {
+    constexpr qint64 largest = 16 * 1024 * 1024;
+    requireOrdinaryFile(path);
     QFile file(path);
     if (!file.open(QIODevice::ReadOnly))
         refuse(path, file.errorString());
+    if (file.size() > largest)
+        refuse(path, QStringLiteral("定義としては大きすぎます。"));
     const QByteArray bytes = file.readAll();
     QStringDecoder decoder(QStringDecoder::Utf8);
     const QString text = decoder(bytes);
     if (file.error() != QFile::NoError || decoder.hasError() || text.contains(QChar::Null))
         refuse(path, QStringLiteral("定義のテキストではありません。"));
     return text.trimmed();
-}
-
-bool matches(const QString &text, const QString &pattern)
-{
-    return QRegularExpression(pattern, QRegularExpression::DotMatchesEverythingOption).match(text).hasMatch();
 }
 
 // A file of which the server wrote less than it meant to ends within a line. Where it may be read by the
@@ -59,6 +67,7 @@ void checkRows(const QString &path)
     QFile file(path);
     if (!file.exists())
         refuse(path, QStringLiteral("行のファイルがありません。"));
+    requireOrdinaryFile(path);
     if (!file.open(QIODevice::ReadOnly) || file.size() == 0)
         return;
     file.seek(file.size() - 1);
@@ -70,18 +79,11 @@ Definition readDefinition(const QString &folder, const QString &name)
 {
     const QString path = definitionPath(folder, name);
     Definition definition{name, readText(path), false, {}};
-    const QString quoted = QRegularExpression::escape(quotedName(name));
-    const QString &text = definition.statement;
-
-    definition.isView =
-        matches(text, QStringLiteral("^CREATE [^`]*(`[^`]*`(@`[^`]*`)? [^`]*)?VIEW %1 ").arg(quoted));
-    if (!definition.isView && !matches(text, QStringLiteral("^CREATE TABLE %1 \\(.*\\n\\)").arg(quoted)))
-        refuse(path, QStringLiteral("「%1」の定義(CREATE文)ではありません。").arg(name));
-    if (definition.isView) {
-        if (!matches(text, QStringLiteral(" AS .")))
-            refuse(path, QStringLiteral("ビュー「%1」の定義が途中で終わっています。").arg(name));
+    definition.isView = isViewDefinition(definition.statement, name);
+    if (!definition.isView && !isTableDefinition(definition.statement, name))
+        refuse(path, QStringLiteral("「%1」だけの定義(CREATE文)ではありません。").arg(name));
+    if (definition.isView)
         return definition;
-    }
     definition.rowsPath = objectFile(folder, name, QStringLiteral(".dat"));
     checkRows(definition.rowsPath);
     return definition;

@@ -26,7 +26,8 @@ const char *const valuesSetUp = R"(
         (7,NULL,NULL,NULL,NULL,NULL,NULL,NULL,NULL,NULL,NULL);
     CREATE TABLE made(a INT, b INT AS (a+1) VIRTUAL, c INT AS (a*2) STORED, `select` INT DEFAULT (1+1), h INT INVISIBLE DEFAULT 3);
     INSERT INTO made(a,`select`,h) VALUES(1,10,20),(2,NULL,NULL);
-    CREATE TABLE nothing(a INT);
+    CREATE TABLE nothing(a INT COMMENT 'it''s; -- x', b INT, CHECK (a > b)) AUTO_INCREMENT=7 COMMENT='/* y' ROW_FORMAT=COMPACT
+        PARTITION BY RANGE (a) SUBPARTITION BY HASH (b) SUBPARTITIONS 2 (PARTITION p VALUES LESS THAN (5), PARTITION q VALUES LESS THAN MAXVALUE);
     CREATE VIEW seen AS SELECT id, v FROM texts WHERE id > 1;
     CREATE VIEW again AS SELECT id AS `seen` FROM seen;
 )";
@@ -85,7 +86,7 @@ void BackupServerTest::everyValueComesBack_data()
     const QString change =
         "DELETE FROM texts; ALTER TABLE numbers DROP f; INSERT INTO made(a) VALUES(5);"
         "ALTER TABLE bytes RENAME moved; CREATE TABLE bytes(only INT);"
-        "INSERT INTO nothing VALUES(1); DROP VIEW seen; CREATE TABLE seen(a INT); DROP TABLE moved;";
+        "INSERT INTO nothing(a) VALUES(1); DROP VIEW seen; CREATE TABLE seen(a INT); DROP TABLE moved;";
     row("changed, ODBC", odbcDriver(), change, "sql_mode='ANSI'");
     row("dropped, ODBC", odbcDriver(), drop, "time_zone='+09:00', check_constraint_checks=0");
     row("changed, built in", nativeDriverName(), change, "sql_select_limit=1, foreign_key_checks=0");

@@ -1,6 +1,7 @@
 #include "controls/drivebox.h"
 #include "controls/filebox.h"
 #include "controls/folderbox.h"
+#include "maintenance/definitionform.h"
 #include "maintenance/frmRestore.h"
 #include "maintenance/restore.h"
 #include "stage.h"
@@ -30,6 +31,7 @@ private Q_SLOTS:
     void oldServersDropAndRestore();
     void damagedBackupsAreRefused_data();
     void damagedBackupsAreRefused();
+    void formsOfAllServersAreTaken();
 };
 
 void RestoreTest::buttonsGiveTheSelectedNames_data()
@@ -125,10 +127,28 @@ void RestoreTest::damagedBackupsAreRefused_data()
     row("name of it only begins so", QByteArray(tableT).replace("`t`", "`t``x`"), QByteArray(), "t.frm");
     row("another statement", QByteArray("DROP TABLE `t`"), QByteArray(), "t.frm");
     row("not UTF-8", QByteArray(tableT).replace("id", "\x88\xea"), QByteArray(), "t.frm");
+    const auto hostile = [&](const char *name, const QByteArray &text) {
+        row(name, text, QByteArray(), "t.frm");
+    };
+    hostile("a second statement", tableT + "; DROP TABLE `good`");
+    hostile("an account", "CREATE USER `t` IDENTIFIED BY 'x'");
+    hostile("an event", "CREATE EVENT `t` ON SCHEDULE EVERY 1 DAY DO DROP TABLE `good`");
+    hostile("a table behind a comment", "CREATE /* TABLE `t` ( */ TABLE `good` (\n  `a` int\n)");
+    hostile("another table in front of a view", "CREATE TABLE `good` (`a` int) /* VIEW `t` AS select 1 */");
+    hostile("a view behind a name", "CREATE DEFINER=`a`@`b` /*!99999 SQL SECURITY */ VIEW `t` AS select 1");
+    hostile("one more word", tableT + " SELECT * FROM mysql.user");
+    hostile("rows of another table", tableT + " PARTITION BY HASH (`a`) (TABLE mysql.user)");
+    hostile("shape of another table", "CREATE TABLE `t` (LIKE `good`)");
+    hostile("a procedure", "CREATE DEFINER=`a`@`b` PROCEDURE `t`() DROP TABLE `good`");
+    hostile("a trigger", "CREATE TRIGGER `VIEW `t` AS select 1");
+    hostile("a view that replaces", "CREATE OR REPLACE VIEW `t` AS select 1");
+    hostile("text that is never closed", "CREATE TABLE `t` (\n  `a` int COMMENT 'x\n)");
     row("view without a body", QByteArray("CREATE VIEW `t` AS "), QByteArray(), "t.frm");
     row("view of another name", QByteArray("CREATE VIEW `s` AS select 1 AS `t`"), QByteArray(), "t.frm");
     row("no definition", none, QByteArray(), "t.frm");
     row("no rows", tableT, none, "t.dat");
+    row("definition behind a link", QByteArray("link"), QByteArray(), "t.frm");
+    row("rows behind a link", tableT, QByteArray("link"), "t.dat");
     row("rows cut off", tableT, QByteArray("1\t2\n3\t4"), "t.dat");
 }
 
@@ -140,10 +160,12 @@ void RestoreTest::damagedBackupsAreRefused()
     const QTemporaryDir folder;
     put(folder.filePath("good.FRM"), "CREATE TABLE `good` (\n  `a` int\n) ENGINE=InnoDB");
     put(folder.filePath("good.dat"), "");
-    if (definition != "-")
-        put(folder.filePath("t.frm"), definition);
-    if (rows != "-")
-        put(folder.filePath("t.dat"), rows);
+    for (const auto &[path, bytes] :
+         {std::pair{folder.filePath("t.frm"), definition}, {folder.filePath("t.dat"), rows}})
+        if (bytes == "link")
+            QVERIFY(QFile::link(folder.filePath("good.FRM"), path));
+        else if (bytes != "-")
+            put(path, bytes);
 
     ScriptedStage stage;
     stage.script.server = today;
@@ -156,6 +178,31 @@ void RestoreTest::damagedBackupsAreRefused()
     QVERIFY(dialogue.isCritical);
     QCOMPARE(dialogue.lastTip, dialogue.told[0]);
     QCOMPARE(stage.script.sent, QStringList());
+}
+
+void RestoreTest::formsOfAllServersAreTaken()
+{
+    for (const char *columnsAndOptions :
+         {"(\n  `select` int DEFAULT (1 + 1),\n  CHECK (`a` like 'x;y')\n) ENGINE=MyISAM AUTO_INCREMENT=5 "
+          "DEFAULT "
+          "CHARSET=utf8 COLLATE=utf8_bin COMMENT='-- ''x' DATA DIRECTORY='/d/' UNION=(`a`,`b`)",
+          "(\n  `a` int /*!80023 INVISIBLE */\n) /*!50100 TABLESPACE `s` */ ENGINE=InnoDB /*!80016 "
+          "ENCRYPTION='Y' */\n"
+          "/*!50100 PARTITION BY RANGE (`a`)\nSUBPARTITION BY HASH (`b`)\nSUBPARTITIONS 2\n"
+          "(PARTITION p0 VALUES LESS THAN (5) ENGINE = InnoDB) */",
+          "(\n  `a` int `x`='y'\n) ENGINE=CONNECT CHARSET=latin1 `TABLE_TYPE`='DOS'\n PARTITION BY KEY "
+          "ALGORITHM = 1 "
+          "(`a`)\nPARTITIONS 4"})
+        QVERIFY2(isTableDefinition(QStringLiteral("CREATE TABLE `t``x` ") + columnsAndOptions, "t`x"),
+                 columnsAndOptions);
+    for (const char *head :
+         {"CREATE ALGORITHM=MERGE DEFINER=`root`@`%` SQL SECURITY INVOKER VIEW `t` AS select ",
+          "CREATE ALGORITHM=UNDEFINED DEFINER=`role` SQL SECURITY DEFINER VIEW `t` (`a`) AS with c as "
+          "(select 1) select ",
+          "CREATE VIEW `t` AS ("})
+        QVERIFY2(
+            isViewDefinition(QString(head) + "`a` from `s` where `b` = ';' WITH CASCADED CHECK OPTION", "t"),
+            head);
 }
 
 QTEST_MAIN(RestoreTest)
