@@ -4,6 +4,7 @@
 #include "core/wholefile.h"
 
 #include <QDir>
+#include <QFileInfo>
 
 namespace {
 
@@ -29,6 +30,9 @@ QString objectFile(const QString &folder, const QString &name, const QString &su
 
 void writeWholeFile(const QString &path, const QByteArray &bytes)
 {
+    // The folder was chosen, not what somebody else's link in it leads to.
+    if (QFileInfo(path).isSymLink())
+        fail(path, QStringLiteral("シンボリックリンクの先には書き込みません。"));
     const QString failure = saveWholeFile(path, bytes);
     if (!failure.isEmpty())
         fail(path, failure);

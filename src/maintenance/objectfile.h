@@ -9,7 +9,8 @@ QString withSeparator(const QString &folder);
 // name, as one with a slash: such a file would land elsewhere.
 QString objectFile(const QString &folder, const QString &name, const QString &suffix);
 
-// The bytes in a file that is there whole or not at all; an older file is replaced. Throws SqlError.
+// The bytes in a file that is there whole or not at all; an older file is replaced, a link is not
+// followed. Throws SqlError.
 void writeWholeFile(const QString &path, const QByteArray &bytes);
 // The same, but never over an existing file.
 void writeNewFile(const QString &path, const QByteArray &bytes);

@@ -87,6 +87,7 @@ void ScriptBackupTest::failuresEndTheRun_data()
     row("refused", "bad", "", "Access denied");
     row("slash in the name", "../b", "", "../b.table");
     row("no such folder", "b", "/gone", "/gone/a.table");
+    row("a link to somewhere else", "link", "", "link.table");
     row("a full disk", "long", "", "File too large");
     row("a folder without rights", "b", "/", "Permission denied");
 }
@@ -100,6 +101,7 @@ void ScriptBackupTest::failuresEndTheRun()
     QVERIFY(QDir(parent.path()).mkdir("s"));
     const QString path = parent.path() + "/s" + folder;
     put(parent.path() + "/s/long.table", "an older one");
+    QVERIFY(QFile::link(parent.path() + "/elsewhere", parent.path() + "/s/link.table"));
     ScriptedStage stage;
     stage.selection.tables = QStringList{"[TABLE]\ta", "[TABLE]\t" + name, "[TABLE]\tlast"};
     for (const QString &table : {QString("a"), name, QString("last")})
