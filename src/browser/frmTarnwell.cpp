@@ -82,7 +82,8 @@ frmTarnwell::~frmTarnwell()
 void frmTarnwell::Form_Load()
 {
     setWindowTitle(versionCaption());
-    sLoadSettings(m_session);
+    if (const QString words = sLoadSettings(m_session); !words.isEmpty())
+        QTimer::singleShot(0, this, [this, words] { m_dialogue.inform(words); });
     m_controls.txtServer->setText(m_session.gServer);
     m_controls.txtUser->setText(m_session.gUser);
     m_controls.txtPass->setText(m_session.gPass);

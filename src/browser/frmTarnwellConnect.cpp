@@ -11,7 +11,6 @@
 
 #include <QApplication>
 #include <QCloseEvent>
-#include <QTextStream>
 #include <QTimer>
 
 void frmTarnwell::cboDSNList_Click()
@@ -208,8 +207,9 @@ void frmTarnwell::closeEvent(QCloseEvent *event)
     if (m_console)
         m_console->close();
     const QString failure = sSaveSettings(m_session);
-    if (!failure.isEmpty())
-        QTextStream(stderr) << "Tarnwell.ini: " << failure << Qt::endl;
+    // Where the desktop ends all programs there is nobody to read it.
+    if (!failure.isEmpty() && isVisible() && !qApp->isSavingSession())
+        m_dialogue.refuse(QStringLiteral("設定を保存できませんでした。\r\n") + failure);
     keepSize(*this, m_session.gIniPath, sizeKey, standardSize);
     sDisconnect(m_session);
     event->accept();

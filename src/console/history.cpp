@@ -25,23 +25,37 @@ qsizetype characterCount(const QStringList &texts)
 
 QString historyFile(const Session &session)
 {
-    return session.programFolder + QStringLiteral("/history.json");
+    return (session.settingsFolder.isEmpty() ? session.programFolder : session.settingsFolder) +
+           QStringLiteral("/history.json");
 }
 
 History::History(QString path)
     : m_path(std::move(path))
+    , m_statements(read())
+    , m_place(m_statements.size())
 {
+    withdrawFromOthers(m_path);
+}
+
+QStringList History::read() const
+{
+    QStringList statements;
     QFile file(m_path);
-    if (file.open(QIODevice::ReadOnly))
+    if (whyLeftAlone(m_path).isEmpty() && file.open(QIODevice::ReadOnly))
         for (const QJsonValue &value : QJsonDocument::fromJson(file.readAll()).array())
-            m_statements << value.toString();
-    m_place = m_statements.size();
+            statements << value.toString();
+    return statements;
 }
 
 bool History::add(const QString &statement)
 {
     const bool isTaken = !holdsPassword(statement) && statement.size() <= longestStatement;
     if (isTaken) {
+        const FileLock lock(m_path);
+        // What another program of this folder took in meanwhile stays.
+        const QStringList kept = read();
+        m_statements.removeIf([&](const QString &own) { return kept.contains(own); });
+        m_statements << kept;
         m_statements.removeAll(statement);
         m_statements << statement;
         while (m_statements.size() > mostStatements || characterCount(m_statements) > mostCharacters)
@@ -72,6 +86,8 @@ QString History::newer()
 void History::save() const
 {
     // Statements matter less than the work at hand: where they cannot be kept, nothing is said.
+    if (!whyLeftAlone(m_path).isEmpty())
+        return;
     saveWholeFile(m_path, QJsonDocument(QJsonArray::fromStringList(m_statements)).toJson(),
                   Readers::OwnerOnly);
 }

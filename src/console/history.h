@@ -23,6 +23,7 @@ public:
     const QStringList &statements() const { return m_statements; }
 
 private:
+    QStringList read() const; // from the file
     void save() const;
 
     QString m_path;

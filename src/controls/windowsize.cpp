@@ -1,6 +1,7 @@
 #include "controls/windowsize.h"
 
 #include "core/profilefile.h"
+#include "core/wholefile.h"
 
 #include <QRegularExpression>
 #include <QScreen>
@@ -38,6 +39,7 @@ void restoreSize(QWidget &window, const QString &settingsFile, const QString &ke
 
 void keepSize(const QWidget &window, const QString &settingsFile, const QString &key, QSize standard)
 {
+    const FileLock lock(settingsFile);
     ProfileFile file(settingsFile);
     const QString before = file.value(section, key);
     const QString now = window.isMaximized() ? maximized : asText(window.size());

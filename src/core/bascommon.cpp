@@ -7,6 +7,9 @@
 
 #include <QDir>
 #include <QFile>
+#include <QFileInfo>
+#include <QStandardPaths>
+#include <QTemporaryFile>
 
 namespace {
 
@@ -66,27 +69,75 @@ TlsOptions tlsOf(const ProfileFile &file)
     return tls;
 }
 
-void loadVariables(Session &session)
+QStringList readVariables(const QString &path)
 {
-    session.gVariables.clear();
-    QFile file(session.gVariableFile);
-    if (!file.open(QIODevice::ReadOnly))
-        return;
-    for (QString name : listItems(fromCodePage(file.readAll())))
-        session.gVariables.push_back({name.remove(u'@')});
+    QStringList names;
+    QFile file(path);
+    if (whyLeftAlone(path).isEmpty() && file.open(QIODevice::ReadOnly))
+        for (QString name : listItems(fromCodePage(file.readAll())))
+            names << name.remove(u'@');
+    return names;
 }
 
+// The session's names, and those that another program added since they were read.
 QString saveVariables(const Session &session)
 {
-    QString text;
+    if (const QString why = whyLeftAlone(session.gVariableFile); !why.isEmpty())
+        return why;
+    QStringList names;
     for (const variablename &variable : session.gVariables)
-        text += QString(variable.strVariableName).remove(u'@') + QStringLiteral("\r\n");
-    return saveWholeFile(session.gVariableFile, toCodePage(text));
+        names << QString(variable.strVariableName).remove(u'@');
+    for (const QString &name : readVariables(session.gVariableFile))
+        if (!session.variablesAsRead.contains(name) && !names.contains(name))
+            names << name;
+    QString text;
+    for (const QString &name : names)
+        text += name + QStringLiteral("\r\n");
+    const QString failure = saveWholeFile(session.gVariableFile, toCodePage(text));
+    return failure.isEmpty() ? failure : session.gVariableFile + QStringLiteral(": ") + failure;
+}
+
+// Asked of the file system itself: what permissions say is not all of it.
+bool canWriteIn(const QString &folder)
+{
+    return QTemporaryFile(folder + QStringLiteral("/Tarnwell")).open();
+}
+
+// The program's own; where it is there and cannot be written, the user's configuration folder.
+QString chosenSettingsFolder(const QString &programFolder)
+{
+    const QString users =
+        QStandardPaths::writableLocation(QStandardPaths::GenericConfigLocation) + QStringLiteral("/Tarnwell");
+    const bool isProgramFolder = !QFileInfo(programFolder).isDir() || canWriteIn(programFolder);
+    return isProgramFolder || !QDir().mkpath(users) ? programFolder : users;
+}
+
+void copyOrdinary(const QString &from, const QString &to)
+{
+    if (whyLeftAlone(from).isEmpty())
+        QFile::copy(from, to);
+}
+
+// True for the first time in the user's own folder.
+bool findFolder(Session &session)
+{
+    const QString iniName = QStringLiteral("/Tarnwell.ini"), listName = QStringLiteral("/variable.dat");
+    session.settingsFolder = chosenSettingsFolder(session.programFolder);
+    session.gIniPath = QDir::toNativeSeparators(session.settingsFolder + iniName);
+    session.gVariableFile = QDir::toNativeSeparators(session.settingsFolder + listName);
+
+    const bool isFirstTime =
+        session.settingsFolder != session.programFolder && !QFileInfo::exists(session.gIniPath);
+    if (isFirstTime) { // a program that is installed for all may bring settings to begin with
+        copyOrdinary(session.programFolder + iniName, session.gIniPath);
+        copyOrdinary(session.programFolder + listName, session.gVariableFile);
+    }
+    return isFirstTime;
 }
 
 } // namespace
 
-void sLoadSettings(Session &session)
+QString sLoadSettings(Session &session)
 {
     session.gDsn = QStringLiteral("(なし)");
     session.gDriver = QStringLiteral("MySQL ODBC 3.51 Driver");
@@ -94,29 +145,45 @@ void sLoadSettings(Session &session)
     session.gUser.clear();
     session.gDbName.clear();
     session.gPass.clear();
-    session.gIniPath = session.programFolder + QDir::separator() + QStringLiteral("Tarnwell.ini");
-    session.gVariableFile = session.programFolder + QDir::separator() + QStringLiteral("variable.dat");
+    const bool isFirstTime = findFolder(session);
     const ProfileFile file(session.gIniPath);
+    session.settingsAsRead.clear();
     for (const Setting &setting : settings) {
         const QString text =
             fIniRead(file, QLatin1String(setting.section), QLatin1String(setting.key), {}, bufferSize);
         if (!text.isEmpty())
             session.*setting.value = setting.isPassword ? shiftedUp(text) : text;
+        session.settingsAsRead << session.*setting.value;
     }
     session.tls = tlsOf(file);
-    loadVariables(session);
+    session.variablesAsRead = readVariables(session.gVariableFile);
+    session.gVariables.clear();
+    for (const QString &name : session.variablesAsRead)
+        session.gVariables.push_back({name});
+    if (!file.refusal().isEmpty())
+        return file.refusal();
+    withdrawFromOthers(session.gIniPath);
+    return isFirstTime
+               ? QStringLiteral("プログラムのフォルダーに書き込めないため、設定は「%1」に保存します。")
+                     .arg(QDir::toNativeSeparators(session.settingsFolder))
+               : whyLeftAlone(session.gVariableFile);
 }
 
 QString sSaveSettings(const Session &session)
 {
+    const FileLock lock(session.gIniPath);
     ProfileFile file(session.gIniPath);
+    qsizetype place = 0;
     for (const Setting &setting : settings) {
         const QString &value = session.*setting.value;
-        fIniWrite(file, QLatin1String(setting.section), QLatin1String(setting.key),
-                  setting.isPassword ? shiftedDown(value) : value);
+        const QLatin1String section(setting.section), key(setting.key);
+        const bool isAsRead = place < session.settingsAsRead.size() && session.settingsAsRead[place] == value;
+        if (!isAsRead || !file.holds(section, key))
+            fIniWrite(file, section, key, setting.isPassword ? shiftedDown(value) : value);
+        ++place;
     }
     const QString failure = file.save();
-    return failure.isEmpty() ? saveVariables(session) : failure;
+    return failure.isEmpty() ? saveVariables(session) : session.gIniPath + QStringLiteral(": ") + failure;
 }
 
 QString fIniRead(const ProfileFile &file, const QString &section, const QString &key, const QString &fallback,

@@ -4,10 +4,12 @@
 
 class ProfileFile;
 
-// Puts the defaults, then what "Tarnwell.ini" and "variable.dat" of the program folder hold, into the
-// session. Missing or damaged files leave the defaults.
-void sLoadSettings(Session &session);
-// Writes both files. Shows nothing; returns the system's words of the first step that failed, else empty.
+// Puts the defaults, then what "Tarnwell.ini" and "variable.dat" hold, into the session. Missing or damaged
+// files leave the defaults. They stand in the program folder, or in the user's configuration folder where
+// the program's cannot be written. Returns what the user has to know about it, mostly nothing.
+QString sLoadSettings(Session &session);
+// Writes into both files what was changed since they were read. Shows nothing; returns the path and the
+// system's words of the first step that failed, else empty.
 QString sSaveSettings(const Session &session);
 
 // The value, at most size - 1 characters up to its first NUL; fallback when missing or empty.

@@ -6,12 +6,7 @@
 
 #include <QFile>
 
-#include <algorithm>
-
 namespace {
-
-// The longest settings file that is read; a file beyond it is no settings file.
-constexpr qint64 largestFile = 64 * 1024 * 1024;
 
 bool isSection(const QString &line)
 {
@@ -36,11 +31,16 @@ bool namesKey(const QString &line, const QString &key)
 
 ProfileFile::ProfileFile(QString path)
     : m_path(std::move(path))
+    , m_refusal(whyLeftAlone(m_path))
 {
     QFile file(m_path);
-    if (!file.open(QIODevice::ReadOnly))
+    if (!m_refusal.isEmpty() || !file.exists())
         return;
-    QString text = fromCodePage(file.read(std::min(file.size(), largestFile)));
+    if (!file.open(QIODevice::ReadOnly)) {
+        m_refusal = file.errorString();
+        return;
+    }
+    QString text = fromCodePage(file.readAll());
     text.replace(QStringLiteral("\r\n"), QStringLiteral("\n"));
     text.replace(u'\r', u'\n');
     if (text.endsWith(u'\n'))
@@ -82,6 +82,8 @@ void ProfileFile::setValue(const QString &section, const QString &key, const QSt
 
 QString ProfileFile::save() const
 {
+    if (!m_refusal.isEmpty())
+        return m_refusal;
     // It holds a password, hardly disguised.
     return saveWholeFile(m_path, toCodePage(m_lines.join(QStringLiteral("\r\n")) + QStringLiteral("\r\n")),
                          Readers::OwnerOnly);

@@ -32,6 +32,9 @@ struct Session {
     QString gInOutPath;
     std::vector<variablename> gVariables;
     QString gIniPath, gVariableFile;
+    QString settingsFolder; // of both and the history; empty before the settings are loaded
+    // What the settings files held, so that saving changes nothing that another program wrote since.
+    QStringList settingsAsRead, variablesAsRead;
 
     std::unique_ptr<Connection> gCn;
     Connection *opening = nullptr; // while fConnect() waits: not for use, but to be cancelled

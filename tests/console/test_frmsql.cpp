@@ -1,9 +1,14 @@
 #include "console/consolefixture.h"
 #include "console/frmTextEditer.h"
+#include "console/history.h"
+#include "core/wholefile.h"
 #include "support/gui/boxes.h"
 
 #include <QHeaderView>
 #include <QMimeData>
+
+#include <optional>
+#include <thread>
 
 class FrmSqlTest : public QObject {
     Q_OBJECT
@@ -23,6 +28,7 @@ private Q_SLOTS:
     void keysRunTheStatement();
     void aClickSelectsTheLastError();
     void statementsComeBackAfterARestart();
+    void twoProgramsShareTheHistory();
 };
 
 namespace {
@@ -336,6 +342,30 @@ void FrmSqlTest::statementsComeBackAfterARestart()
         seen << box.contents();
     }
     QCOMPARE(seen, QStringList({"not run", "do 2", "do 3", "do 1", "do 3", "do 2", "not run", "draft"}));
+}
+
+void FrmSqlTest::twoProgramsShareTheHistory()
+{
+    const QTemporaryDir folder;
+    const QString path = folder.filePath("history.json");
+    History one(path), two(path);
+    QVERIFY(one.add("do 1"));
+    QFile::setPermissions(path, QFile::ReadOwner | QFile::WriteOwner | QFile::ReadOther);
+    QVERIFY(two.add("do 2"));
+    QVERIFY(!QFile::permissions(path).testFlag(QFile::ReadOther));
+    {
+        // While another program writes, this one waits.
+        std::optional<FileLock> lock(path);
+        const std::jthread waiting([&] { one.add("do 3"); });
+        std::this_thread::sleep_for(std::chrono::milliseconds(50));
+        QCOMPARE(History(path).statements(), (QStringList{"do 1", "do 2"}));
+        QFile file(path);
+        QVERIFY(file.open(QIODevice::WriteOnly));
+        file.write(R"(["do 2", "do 4"])");
+        file.close();
+        lock.reset();
+    }
+    QCOMPARE(History(path).statements(), (QStringList{"do 1", "do 2", "do 4", "do 3"}));
 }
 
 QTEST_MAIN(FrmSqlTest)

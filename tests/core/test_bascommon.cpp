@@ -1,12 +1,16 @@
 #include "core/bascommon.h"
 #include "core/basconnection.h"
 #include "core/profilefile.h"
+#include "support/lockedfolder.h"
 #include "support/rows.h"
 
+#include <QDir>
 #include <QFile>
 #include <QStringConverter>
 #include <QTemporaryDir>
 #include <QTest>
+
+#include <sys/stat.h>
 
 class BasCommonTest : public QObject {
     Q_OBJECT
@@ -19,6 +23,10 @@ private Q_SLOTS:
     void unknownLinesAreKept();
     void demandsOfEncryptionReachEveryConnection_data();
     void demandsOfEncryptionReachEveryConnection();
+    void twoProgramsKeepEachOthersChanges();
+    void oddFilesAreLeftAloneAndSaid_data();
+    void oddFilesAreLeftAloneAndSaid();
+    void aFolderThatCannotBeWrittenLeadsToTheUsersOwn();
     void listItemsFollowTheListRule();
 
 private:
@@ -104,7 +112,6 @@ void BasCommonTest::everySettingSurvivesARoundTrip()
     QCOMPARE(sSaveSettings(session), QString());
     QFETCH(QByteArray, startOfFile);
     QCOMPARE(read(session.gIniPath).left(startOfFile.size()), startOfFile);
-    QVERIFY(!QFile::permissions(session.gIniPath).testFlag(QFile::ReadOther)); // it holds the password
 
     Session again;
     again.programFolder = folder.path();
@@ -158,6 +165,83 @@ void BasCommonTest::demandsOfEncryptionReachEveryConnection()
     session.programFolder = folder.path();
     sLoadSettings(session);
     QTEST(connectionStringOf(session), "connectionString");
+}
+
+void BasCommonTest::twoProgramsKeepEachOthersChanges()
+{
+    const QTemporaryDir folder;
+    const QString path = folder.filePath("Tarnwell.ini");
+    write(path, "[DataBase]\r\nserver=s\r\nuser=u\r\npass=abc\r\n");
+    write(folder.filePath("variable.dat"), "old\r\nboth\r\n");
+    QFile::setPermissions(path, QFile::ReadOwner | QFile::WriteOwner | QFile::ReadGroup | QFile::ReadOther);
+    Session one, two, later;
+    for (Session *session : {&one, &two}) {
+        session->programFolder = folder.path();
+        QCOMPARE(sLoadSettings(*session), QString());
+    }
+    QVERIFY(!QFile::permissions(path).testFlag(QFile::ReadOther)); // it holds the password
+    one.gServer = "s1";
+    one.gPass.clear();
+    one.gVariables = {{"old"}, {"both"}, {"of one"}};
+    two.gPort = "2";
+    two.gVariables = {{"both"}, {"of two"}};
+    QCOMPARE(sSaveSettings(one), QString());
+    QCOMPARE(sSaveSettings(two), QString());
+
+    later.programFolder = folder.path();
+    sLoadSettings(later);
+    QCOMPARE(later.gServer + later.gUser + later.gPort + later.gPass, "s1u2");
+    QCOMPARE(later.variablesAsRead, (QStringList{"both", "of two", "of one"}));
+    QCOMPARE(QDir(folder.path()).entryList(QDir::Files).size(), 2); // no lock is left
+}
+
+void BasCommonTest::oddFilesAreLeftAloneAndSaid_data()
+{
+    QTest::addColumn<QString>("name");
+    QTest::addColumn<QString>("kind");
+    for (const char *name : {"Tarnwell.ini", "variable.dat"})
+        for (const char *kind : {"a folder", "a pipe", "more than a megabyte"})
+            row(qPrintable(QString(name) + ' ' + kind), QString(name), QString(kind));
+}
+
+void BasCommonTest::oddFilesAreLeftAloneAndSaid()
+{
+    QFETCH(QString, name);
+    QFETCH(QString, kind);
+    const QTemporaryDir folder;
+    const QString path = folder.filePath(name);
+    const QByteArray large = "[DataBase]\r\nserver=s\r\n" + QByteArray(2'000'000, 'x');
+    if (kind == u"a folder")
+        QVERIFY(QDir().mkpath(path));
+    else if (kind == u"a pipe")
+        QCOMPARE(::mkfifo(qPrintable(path), 0600), 0);
+    else
+        write(path, large);
+    Session session;
+    session.programFolder = folder.path();
+    QVERIFY(sLoadSettings(session).contains(path));
+    session.gServer = "new";
+    QVERIFY(sSaveSettings(session).contains(path));
+    QVERIFY(!QFileInfo(path).isFile() || read(path) == large);
+}
+
+void BasCommonTest::aFolderThatCannotBeWrittenLeadsToTheUsersOwn()
+{
+    const QTemporaryDir folder, users;
+    QVERIFY(QFile::setPermissions(users.path(), QFile::Permissions(0x7777)));
+    qputenv("XDG_CONFIG_HOME", users.path().toLocal8Bit());
+    write(folder.filePath("Tarnwell.ini"), "[TLS]\r\nmode=required\r\n[DataBase]\r\nserver=installed\r\n");
+    Session session;
+    session.programFolder = folder.path();
+    const LockedFolder locked(folder.path());
+    const QString said = sLoadSettings(session);
+    QVERIFY2(said.contains(users.path()), qPrintable(said));
+    QCOMPARE(session.gServer, "installed");
+    session.gServer = "mine";
+    QCOMPARE(sSaveSettings(session), QString());
+    QCOMPARE(sLoadSettings(session), QString()); // said once
+    QCOMPARE(session.gServer, "mine");
+    QCOMPARE(session.tls.mode, TlsMode::Required);
 }
 
 void BasCommonTest::listItemsFollowTheListRule()

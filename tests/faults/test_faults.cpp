@@ -53,7 +53,7 @@ private Q_SLOTS:
     void aConnectionThatCannotBeSaysWhy_data();
     void aConnectionThatCannotBeSaysWhy();
     void settingsThatCannotBeSavedAreSaidAndTheOldOnesStay();
-    void theWindowClosesAlthoughSettingsCannotBeSaved();
+    void theWindowSaysWhatBecomesOfSettings();
 
 private:
     QString lastError(const MainWindowStage &stage)
@@ -210,12 +210,21 @@ void FaultsTest::settingsThatCannotBeSavedAreSaidAndTheOldOnesStay()
     QVERIFY(!sSaveSettings(session).isEmpty());
 }
 
-void FaultsTest::theWindowClosesAlthoughSettingsCannotBeSaved()
+void FaultsTest::theWindowSaysWhatBecomesOfSettings()
 {
     MainWindowStage stage;
     stage.session.gIniPath = stage.folder.filePath("missing/Tarnwell.ini");
+    Boxes boxes;
+    boxes.expectOk("設定を保存できませんでした。\r\n" + stage.session.gIniPath +
+                   ": No such file or directory");
     stage.window->close();
     QVERIFY(!stage.window->isVisible());
+
+    const QString path = stage.folder.filePath("Tarnwell.ini");
+    QVERIFY(QDir().mkpath(path));
+    boxes.expectOk("「" + path + "」は通常のファイルではないため、読み書きしません。");
+    stage.window = std::make_unique<frmTarnwell>(stage.session, stage.pump);
+    QTRY_COMPARE(boxes.seen().size(), 2);
 }
 
 QTEST_MAIN(FaultsTest)

@@ -13,7 +13,8 @@ public:
         : m_file(path)
         , m_permissions(m_file.permissions())
     {
-        m_file.setPermissions(QFile::ReadOwner | QFile::ExeOwner | QFile::ReadOther | QFile::ExeOther);
+        m_file.setPermissions(QFile::ReadOwner | QFile::ExeOwner | QFile::ReadGroup | QFile::ExeGroup |
+                              QFile::ReadOther | QFile::ExeOther);
         setfsuid(nobody);
     }
     ~LockedFolder()
