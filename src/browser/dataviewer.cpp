@@ -3,6 +3,7 @@
 #include "browser/frmTarnwellControls.h"
 #include "controls/windowpump.h"
 #include "core/listitem.h"
+#include "core/sql/names.h"
 #include "core/statements.h"
 
 namespace {
@@ -64,6 +65,7 @@ void DataViewer::read()
         const QString name = ListItem::required(m_controls.lstTables->currentText()).name;
         if (m_controls.cboLimit->currentIndex() < 0)
             throw SqlError(QStringLiteral("行数の上限が選択されていません。"));
+        requireOwnName(m_session.gDbName, name);
         RecordSet rows = m_session.connection().execute(
             QStringLiteral("select * from ") + qualifiedName(m_session.gDbName, name) +
             QStringLiteral(" limit ") + m_controls.cboLimit->currentData().toString() + QStringLiteral(" ;"));

@@ -4,6 +4,7 @@
 #include "browser/nextstep.h"
 #include "controls/windowpump.h"
 #include "core/listitem.h"
+#include "core/sql/names.h"
 #include "core/statements.h"
 
 #include <QScopeGuard>
@@ -114,6 +115,7 @@ void ObjectLists::lstDb_Click()
 void ObjectLists::listTables()
 {
     const QString database = m_session.gDbName;
+    requireOwnDatabase(database);
     RecordSet rows = m_session.connection().execute(QStringLiteral("show tables from `%1`;").arg(database));
     Yield yield;
     for (; rows.isOpen() && !rows.isEof(); rows.moveNext()) {

@@ -3,6 +3,7 @@
 #include "browser/fieldrecords.h"
 #include "browser/frmTarnwellControls.h"
 #include "core/listitem.h"
+#include "core/sql/names.h"
 #include "core/statements.h"
 #include "maintenance/routines.h"
 

@@ -2,8 +2,6 @@
 
 #include "core/sqlerror.h"
 
-#include <QRegularExpression>
-
 namespace {
 
 const QString crLf = QStringLiteral("\r\n");
@@ -18,11 +16,6 @@ QString brokenBefore(const QString &text, const QString &keyword, const QString 
 {
     const qsizetype at = find(text, keyword);
     return at < 0 ? text : text.left(at + 1) + crLf + indent + text.mid(at);
-}
-
-[[noreturn]] void refuseMisread(const QString &name)
-{
-    throw SqlError(QStringLiteral("サーバーはこの名前を別のオブジェクトと読むため、実行しません。: ") + name);
 }
 
 } // namespace
@@ -58,23 +51,6 @@ QString useStatement(const QString &database)
     return QStringLiteral("use ") + quotedName(database);
 }
 
-void requireOwnName(const QString &database, const QString &name)
-{
-    static const QRegularExpression misread(
-        QStringLiteral(
-            "^\\s|[#,;]|/\\*|--(\\s|$)|\\s(restrict|cascade|wait|nowait|if|force|for|where|like|limit|"
-            "use_frm|quick|fast|medium|extended|changed)\\b"),
-        QRegularExpression::CaseInsensitiveOption);
-    if (database.contains(u'`') || misread.match(name).hasMatch())
-        refuseMisread(qualifiedName(database, name));
-}
-
-void requireOwnDatabase(const QString &database)
-{
-    if (database.contains(u'`') || database.startsWith(u' '))
-        refuseMisread(u'`' + database + u'`');
-}
-
 QString trimmedBlanks(const QString &text)
 {
     qsizetype from = 0;
@@ -101,10 +77,6 @@ QString withoutBackticks(QString text)
     return text.remove(u'`');
 }
 
-QString doubledBackslashes(QString path)
-{
-    return path.replace(u'\\', QStringLiteral("\\\\"));
-}
 
 QString cutAtLastComma(const QString &list)
 {

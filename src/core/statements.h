@@ -14,17 +14,10 @@ QString quotedName(const QString &database, const QString &name);
 QString quotedText(QString text); // holds where backslash escapes are on
 QString useStatement(const QString &database);
 
-// Throws SqlError for names that would make a statement act on another object instead of being refused: bare,
-// the server reads "a#b" as a and a comment, "a;" as a and an end, "a CASCADE" as a and a word, " a" as a.
-void requireOwnName(const QString &database, const QString &name);
-// The same for a database whose name is trimmed before it stands in backticks. No name ends in a blank.
-void requireOwnDatabase(const QString &database);
-
 QString trimmedBlanks(const QString &text); // without blanks (U+0020 only) at both ends
 QString withCrLf(QString text);             // every LF becomes CR LF
 QString withLf(QString text);               // every CR LF becomes LF
 QString withoutBackticks(QString text);
-QString doubledBackslashes(QString path);
 // What stands before the last comma; throws SqlError when there is none (the invalid-argument error).
 QString cutAtLastComma(const QString &list);
 

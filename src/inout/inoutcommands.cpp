@@ -1,5 +1,6 @@
 #include "inout/inoutcommands.h"
 
+#include "core/sql/names.h"
 #include "core/statements.h"
 
 #include <QFileInfo>
@@ -63,7 +64,7 @@ bool run(Session &session, const InOutVoices &voices, const InOutForm &form, con
 {
     try {
         voices.mainWindow.setLastError({}, false);
-        requireOwnDatabase(session.gDbName);
+        requireOwnTrimmedDatabase(session.gDbName);
         requireOwnName(session.gDbName, form.tableName);
         if (readsFile && !agreesToRead(session, voices.dialog, form.tableName))
             return false;
@@ -81,14 +82,14 @@ bool run(Session &session, const InOutVoices &voices, const InOutForm &form, con
 QString exportStatement(const QString &database, const QString &table, const QString &path)
 {
     return QStringLiteral("select * from ") + qualifiedName(trimmedBlanks(database), trimmedBlanks(table)) +
-           QStringLiteral(" into outfile '") + doubledBackslashes(path) + u'\'';
+           QStringLiteral(" into outfile ") + quotedText(path);
 }
 
 QString importStatement(const QString &database, const QString &table, const QString &path,
                         bool replacesDuplicates)
 {
     const QString mode = replacesDuplicates ? QStringLiteral(" REPLACE ") : QStringLiteral(" IGNORE ");
-    return QStringLiteral("load data infile '") + doubledBackslashes(path) + u'\'' + mode +
+    return QStringLiteral("load data infile ") + quotedText(path) + mode +
            QStringLiteral(" into table ") + qualifiedName(trimmedBlanks(database), trimmedBlanks(table));
 }
 

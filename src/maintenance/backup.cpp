@@ -1,5 +1,6 @@
 #include "maintenance/backup.h"
 
+#include "core/sql/names.h"
 #include "core/statements.h"
 #include "maintenance/batch.h"
 #include "maintenance/ownbackup.h"
@@ -11,9 +12,11 @@ void sendBackup(CommandContext &context, const QString &database, const QStringL
 {
     QString list;
     for (const QString &name : names)
+        requireOwnName(database, name);
+    for (const QString &name : names)
         list += qualifiedName(database, name) + u',';
     const QString statement = QStringLiteral("backup table ") + cutAtLastComma(list) +
-                              QStringLiteral(" to '") + doubledBackslashes(folder) + u'\'';
+                              QStringLiteral(" to ") + quotedText(folder);
     Connection &connection = context.session.connection();
     constexpr int syntaxError = 1064;
     try {

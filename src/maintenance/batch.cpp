@@ -1,5 +1,7 @@
 #include "maintenance/batch.h"
 
+#include "core/signs.h"
+
 namespace {
 
 // The label is read as a number, as far as there is one: any text that is worth 0 means all tables.
@@ -43,7 +45,8 @@ Outcome runBatch(CommandContext &context, const Batch &batch)
             dialogue.refuse(QStringLiteral("ﾃｰﾌﾞﾙがありません。"));
             return {};
         }
-        const QString subject = coversAllTables(selection) ? QStringLiteral("全") : selection.table;
+        const QString subject =
+            coversAllTables(selection) ? QStringLiteral("全") : visibleItem(selection.table);
         if (!dialogue.confirm(subject + batch.phrase, Icon::Information) || !batch.prepare())
             return {};
         {

@@ -1,6 +1,8 @@
 #include "maintenance/createdrop.h"
 
 #include "core/lostanswer.h"
+#include "core/signs.h"
+#include "core/sql/names.h"
 #include "core/statements.h"
 
 #include <optional>
@@ -46,10 +48,11 @@ Outcome dropDatabase(CommandContext &context)
         return {};
     }
     // "削除しす" is deliberate: the message is known in this form.
-    const QString question = QStringLiteral("ﾃﾞｰﾀﾍﾞｰｽ(") + item + QStringLiteral(")を削除しす。");
+    const QString question =
+        QStringLiteral("ﾃﾞｰﾀﾍﾞｰｽ(") + visibleName(item) + QStringLiteral(")を削除しす。");
     if (!context.dialogue.confirm(question, Icon::Critical))
         return {};
-    requireOwnDatabase(item);
+    requireOwnTrimmedDatabase(item);
     context.session.connection().execute(QStringLiteral("drop database `") + trimmedBlanks(item) +
                                          QStringLiteral("`;"));
     return {Reload::Databases};
@@ -58,7 +61,7 @@ Outcome dropDatabase(CommandContext &context)
 Outcome dropTable(CommandContext &context)
 {
     const QString &name = context.selection.lblTableName;
-    if (!context.dialogue.confirm(name + QStringLiteral("ﾃｰﾌﾞﾙを削除します。"), Icon::Critical))
+    if (!context.dialogue.confirm(visibleName(name) + QStringLiteral("ﾃｰﾌﾞﾙを削除します。"), Icon::Critical))
         return {};
     try {
         requireOwnName(context.session.gDbName, name);

@@ -1,6 +1,7 @@
 #include "maintenance/restore.h"
 
 #include "core/lostanswer.h"
+#include "core/sql/names.h"
 #include "core/statements.h"
 #include "maintenance/batch.h"
 #include "maintenance/ownbackup.h"
@@ -36,8 +37,7 @@ void restoreByServer(CommandContext &context, const QString &database, const Res
     dropTables(context, database, choice.names);
     const BusyPointer busy(context.dialogue);
     context.session.connection().execute(QStringLiteral("restore table ") + cutAtLastComma(list) +
-                                         QStringLiteral(" from '") + doubledBackslashes(choice.folder) +
-                                         u'\'');
+                                         QStringLiteral(" from ") + quotedText(choice.folder));
 }
 
 void restoreByProgram(CommandContext &context, const QString &database,

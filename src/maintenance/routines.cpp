@@ -1,5 +1,6 @@
 #include "maintenance/routines.h"
 
+#include "core/sql/names.h"
 #include "core/statements.h"
 #include "maintenance/replacement.h"
 

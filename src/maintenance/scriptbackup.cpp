@@ -1,5 +1,6 @@
 #include "maintenance/scriptbackup.h"
 
+#include "core/sql/names.h"
 #include "core/statements.h"
 #include "maintenance/batch.h"
 #include "maintenance/objectfile.h"
@@ -47,6 +48,7 @@ void ScriptWriter::writeTable(const ListItem &item)
 {
     if (item.isError())
         return;
+    requireOwnName(m_database, item.name);
     RecordSet &rows = read(showCreateTable(qualifiedName(m_database, item.name)));
     if (!rows.isEof()) {
         const QString kind = trimmedBlanks(rows.fieldName(0));

@@ -1,5 +1,6 @@
 #include "maintenance/tablebatches.h"
 
+#include "core/sql/names.h"
 #include "core/statements.h"
 #include "maintenance/batch.h"
 
@@ -44,6 +45,7 @@ Outcome run(CommandContext &context, const StatementBatch &row)
     batch.phrase = row.phrase;
     batch.eachTable = [&](const QString &name) {
         context.dialogue.setTarget(name);
+        requireOwnName(database, name);
         context.session.connection().execute(row.statement(database, name));
     };
     batch.closing = [&] { return row.closing; };

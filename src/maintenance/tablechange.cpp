@@ -1,5 +1,6 @@
 #include "maintenance/tablechange.h"
 
+#include "core/sql/names.h"
 #include "core/statements.h"
 #include "maintenance/tablechangesettings.h"
 #include "maintenance/tablerecovery.h"
@@ -88,7 +89,7 @@ void requireOwnColumns(const std::vector<FieldRec> &fields)
 {
     for (std::size_t i = 1; i < fields.size(); ++i) {
         const QString name = fields[i].Field.mid(1); // behind the blank that is ours
-        requireOwnName(name, name);
+        requireBareName(name);
     }
 }
 
@@ -149,6 +150,7 @@ Outcome changeTable(CommandContext &context)
     change.newName = fField_select(selection.txtField);
     change.shownText = selection.lblCreateTable;
     try {
+        requireOwnName(change.database, change.oldName);
         const QString showStatement = showCreateTable(change.oldTable());
         const ObjectText object = readObject(context.session, showStatement);
         if (object.kind == ObjectKind::View)

@@ -1,5 +1,6 @@
 #include "users/accountstatements.h"
 
+#include "core/sql/names.h"
 #include "core/sqlerror.h"
 #include "core/statements.h"
 

@@ -21,6 +21,7 @@ private Q_SLOTS:
     {
         failOnAnyWarning();
         m_server.setUp();
+        m_server.sql("set global sql_mode=default");
     }
     void tablesViewsAndRoutines_data();
     void tablesViewsAndRoutines();
@@ -114,13 +115,17 @@ void HostileNamesTest::useRoutine(MainWindowStage &stage, const QString &name)
 void HostileNamesTest::tablesViewsAndRoutines_data()
 {
     QTest::addColumn<QString>("kind");
-    for (const char *kind : {"table", "view", "procedure"})
-        row(kind, QString(kind));
+    QTest::addColumn<QString>("mode");
+    row("tables, ANSI_QUOTES", "table", "ANSI_QUOTES");
+    row("views", "view", "");
+    row("procedures, ANSI_QUOTES", "procedure", "ANSI_QUOTES");
 }
 
 void HostileNamesTest::tablesViewsAndRoutines()
 {
     QFETCH(QString, kind);
+    QFETCH(QString, mode);
+    m_server.sql(QStringLiteral("set global sql_mode='%1'").arg(mode));
     const QStringList names = m_server.make(kind, kind == u"table"  ? " engine=MyISAM select * from d.a"
                                                   : kind == u"view" ? " as select x, y from d.a"
                                                                     : "() select 1");

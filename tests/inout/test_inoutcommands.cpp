@@ -53,8 +53,8 @@ void InOutCommandsTest::statementsStandAsWritten()
              "select * from `d`.a b into outfile 'C:\\\\d\\\\t.dat'");
     QCOMPARE(importStatement("d", "t", windows, true),
              "load data infile 'C:\\\\d\\\\t.dat' REPLACE  into table `d`.t");
-    QCOMPARE(importStatement(" d", "t ", "/tmp/ x.dat", false),
-             "load data infile '/tmp/ x.dat' IGNORE  into table `d`.t");
+    QCOMPARE(importStatement(" d", "t ", "/tmp/ x'\\.dat", false),
+             "load data infile '/tmp/ x''\\\\.dat' IGNORE  into table `d`.t");
 }
 
 void InOutCommandsTest::incompleteChoicesAreRefused()

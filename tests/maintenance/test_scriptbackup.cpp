@@ -85,7 +85,7 @@ void ScriptBackupTest::failuresEndTheRun_data()
     QTest::addColumn<QString>("folder");
     QTest::addColumn<QString>("words");
     row("refused", "bad", "", "Access denied");
-    row("slash in the name", "../b", "", "../b.table");
+    row("slash in the name", "../b", "", "`d`.../b");
     row("no such folder", "b", "/gone", "/gone/a.table");
     row("a link to somewhere else", "link", "", "link.table");
     row("a full disk", "long", "", "File too large");
