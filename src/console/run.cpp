@@ -133,6 +133,7 @@ void ConsoleRun::readIntoFile()
     OutputFile file(path, std::ref(yield));
     ResultLines lines(m_request.delimiter);
     file.write(lines.header(m_rows.fields()));
+    m_rows.readWithoutLimit();
     readRows([&] { file.write(lines.row(m_rows.cells())); });
     file.close();
     if (m_request.opensEditor)

@@ -2,6 +2,7 @@
 
 #include <QStringList>
 
+#include <algorithm>
 #include <utility>
 
 namespace {
@@ -52,6 +53,13 @@ QString ConnectionString::value(const QString &key) const
         if (piece.key == key)
             return piece.value;
     return {};
+}
+
+std::chrono::seconds connectLimit(const ConnectionString &string)
+{
+    constexpr unsigned usual = 20, most = 3600;
+    const unsigned seconds = string.value(QStringLiteral("conn_timeout")).toUInt();
+    return std::chrono::seconds(seconds > 0 ? std::min(seconds, most) : usual);
 }
 
 QString connectionValue(const QString &text)

@@ -2,6 +2,7 @@
 
 #include <QString>
 
+#include <chrono>
 #include <vector>
 
 // The pieces of "key=value;key={value};...": keys in lower case and trimmed, braces around a value taken off
@@ -22,6 +23,9 @@ public:
 private:
     std::vector<Piece> m_pieces;
 };
+
+// How long a connect may take: CONN_TIMEOUT in seconds, else 20 seconds.
+std::chrono::seconds connectLimit(const ConnectionString &string);
 
 // A value as it may stand in a connection string: in the braces of ODBC where it would end too soon, lose its
 // blanks or be taken for one in braces, so that what comes after it reached another database, port or

@@ -1,5 +1,7 @@
 #include "core/keepingresult.h"
 
+#include "core/resultlimits.h"
+
 #include <utility>
 
 bool KeepingResult::fetch(RowBlock &block)
@@ -11,7 +13,15 @@ bool KeepingResult::fetch(RowBlock &block)
     }
     if (m_keptError)
         throw SqlError(*m_keptError);
-    return read(block);
+    try {
+        return read(block);
+    } catch (const SqlError &error) {
+        // The rows that came before it are handed over first.
+        if (block.isEmpty())
+            throw;
+        m_keptError = error;
+        return true;
+    }
 }
 
 bool KeepingResult::read(RowBlock &block)
@@ -24,14 +34,22 @@ bool KeepingResult::read(RowBlock &block)
 
 void KeepingResult::takeRest()
 {
-    try {
-        for (bool hasMore = true; hasMore;) {
-            RowBlock block;
+    std::uint64_t bytes = 0;
+    for (bool hasMore = !m_keptError; hasMore;) {
+        RowBlock block;
+        try {
             hasMore = read(block);
-            block.shrinkToFit();
-            m_kept.push_back(std::move(block));
+        } catch (const SqlError &error) {
+            m_keptError = error;
+            hasMore = false;
         }
-    } catch (const SqlError &error) {
-        m_keptError = error;
+        block.shrinkToFit();
+        bytes += block.allocatedBytes();
+        m_kept.push_back(std::move(block));
+        if (hasMore && bytes > mostResultBytes()) {
+            m_keptError = resultTooLarge();
+            hasMore = false;
+            giveUpRest();
+        }
     }
 }

@@ -16,8 +16,11 @@ public:
     void takeRest();
 
 protected:
-    // Adds rows to the empty block; false when no more follow, also when asked again. Throws SqlError.
+    // Adds rows to the empty block; false when no more follow, also when asked again. Throws SqlError, and
+    // leaves the rows in the block that came before it.
     virtual bool fill(RowBlock &block) = 0;
+    // Nobody wants the rows that fill() has not given.
+    virtual void giveUpRest() = 0;
 
     std::vector<Field> m_fields;
 

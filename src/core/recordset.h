@@ -50,20 +50,25 @@ public:
 
     int fieldCount() const { return static_cast<int>(m_fields.size()); }
     const std::vector<Field> &fields() const { return m_fields; }
-    const QString &fieldName(int index) const { return m_fields[static_cast<std::size_t>(index)].name; }
+    // Throws SqlError when there is no such field, as the other readers by index do.
+    const QString &fieldName(int index) const;
     // The first field of that name, compared without regard to case; -1 when there is none.
     int fieldIndex(const QString &name) const;
 
-    // Throws SqlError when the set is not open, or with the server's words when the read failed.
+    // Throws SqlError when the set is not open, when its rows become too large to be kept
+    // (mostResultBytes()), or with the server's words when the read failed.
     bool isEof();
     void moveNext();
+
+    // The rows are not kept: there may be more of them than memory holds.
+    void readWithoutLimit() { m_isLimited = false; }
 
     // Called with the number of rows of every block that arrives, first of all the one that is here already.
     void countRows(std::function<void(int rows)> counter);
 
     // The current row. Valid until moveNext() or close(); undefined at the end of the rows.
     std::span<const Cell> cells() const { return m_cells; }
-    bool isNull(int index) const { return m_cells[static_cast<std::size_t>(index)].isNull; }
+    bool isNull(int index) const { return cell(index).isNull; }
     // The value as the server words it; a NULL is the text "NULL".
     QString text(int index) const;
     // The same by field name; throws SqlError when the result has no such field.
@@ -71,12 +76,16 @@ public:
     int requiredField(const QString &name) const;
 
 private:
+    const Cell &cell(int index) const;
+
     std::unique_ptr<RowSource> m_source;
     std::vector<Field> m_fields;
     RowBlock m_block;
     std::vector<Cell> m_cells;
     int m_row = -1; // row of m_block that m_cells shows; -1 before the first
     bool m_atEnd = false;
+    bool m_isLimited = true;
+    std::uint64_t m_bytes = 0; // of all blocks so far
     std::function<void(int)> m_counter;
     QString m_note;
 };

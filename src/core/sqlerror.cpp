@@ -4,7 +4,9 @@
 #include <iterator>
 
 SqlError::SqlError(QString description, int number, QString state)
-    : m_description(std::move(description))
+    : m_description(description.trimmed().isEmpty()
+                        ? QStringLiteral("エラーの内容が空です（番号 %1、状態 %2）。").arg(number).arg(state)
+                        : std::move(description))
     , m_number(number)
     , m_state(std::move(state))
     , m_utf8(m_description.toUtf8())

@@ -79,6 +79,7 @@ private:
         const int number;
         RowBlock ready;
         bool hasMore;
+        bool isStopped = false; // by the user; said once the rows that came before it have been read
         std::shared_ptr<Job> next;
     };
 
@@ -92,7 +93,7 @@ bool WorkerConnection::Rows::Stream::read(RowBlock &block)
         receive();
     std::swap(block, ready);
     ready.clear();
-    if (hasMore && line->isOpen)
+    if (hasMore && !isStopped && line->isOpen)
         fetchAhead(std::exchange(ready, RowBlock()));
     return !block.isEmpty();
 }
@@ -100,14 +101,20 @@ bool WorkerConnection::Rows::Stream::read(RowBlock &block)
 void WorkerConnection::Rows::Stream::receive()
 {
     line->requireIdle();
+    if (isStopped) {
+        end();
+        throw interruptedError();
+    }
     if (!next)
         fetchAhead(RowBlock());
     const std::shared_ptr<Job> job = std::exchange(next, nullptr);
     try {
         Answer answer = line->wait(job);
-        requireNotStopped(answer);
+        if (answer.block.isEmpty())
+            requireNotStopped(answer);
         ready = std::move(answer.block);
-        hasMore = answer.hasMore;
+        isStopped = answer.isStopped;
+        hasMore = answer.hasMore || isStopped;
     } catch (const SqlError &) {
         end();
         throw;
@@ -157,6 +164,9 @@ void WorkerConnection::open()
     m_line = line;
     const auto job = line->worker->post(
         [](Driver &driver, Results &, Answer &answer) { answer.opened = driver.connect(); });
+    // The driver's own limit comes first, and its words say more.
+    constexpr std::chrono::seconds grace{1};
+    line->worker->limit(job, connectLimit(ConnectionString(m_givenString)) + grace);
     try {
         const Answer answer = line->wait(job);
         requireNotStopped(answer);

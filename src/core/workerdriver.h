@@ -19,6 +19,14 @@ public:
     static constexpr std::size_t blockBytes = 128 * 1024;
 };
 
+enum class Interruption {
+    Confirmed,  // by the server
+    NotReached, // it did not listen, or refused
+    // A balancer may have led the second connection to another server, where the number of the session is a
+    // stranger's: nothing was sent.
+    NotProven
+};
+
 // One client library's way to one server. Every call may block and may throw SqlError; all come from the
 // worker's thread, except the two that are said to come from another one.
 class Driver {
@@ -44,10 +52,10 @@ public:
     // Does not throw. All results have been destroyed before.
     virtual void disconnect() = 0;
 
-    // Another thread, while the worker waits: asks the server to end the statement, and calls onReached on
-    // that thread as soon as the server listens. True when the server has confirmed it. Does not throw; may
-    // block for as long as the server lets it.
-    virtual bool interrupt(const std::function<void()> &onReached) = 0;
+    // Another thread, while the worker waits: asks the server to end the statement, over a connection of its
+    // own, and calls onReached on that thread as soon as a server listens. Does not throw; may block for as
+    // long as the server lets it.
+    virtual Interruption interrupt(const std::function<void()> &onReached) = 0;
     // Any thread: breaks the connection so that a blocked call fails at once; false where that cannot be
     // done.
     virtual bool cut() = 0;

@@ -7,21 +7,35 @@ namespace {
 
 using namespace std::chrono_literals;
 
-// How long a server may take to listen to a stop, before it counts as dead; and to confirm it: MariaDB may
-// take two seconds when the stop meets the end of the statement.
+// How long a server may take to listen to a stop, before it counts as dead; and to end the statement: MariaDB
+// may take two seconds when the stop meets its end.
 constexpr auto patience = 1200ms;
-constexpr auto killPatience = 5s;
+constexpr auto killPatience = 3500ms;
 // How long a call may take to notice that its connection was cut.
 constexpr auto moment = 300ms;
 // How long the owner waits for the connection to be closed; the windows stand still meanwhile.
 constexpr auto farewell = 80ms;
-// A second stop this long after the first one breaks the connection off.
-constexpr auto rollbackPatience = 3s;
-
 SqlError lostError()
 {
     return SqlError(QStringLiteral("サーバーが応答しないため、接続を切りました。"), 2013,
                     QStringLiteral("08S01"));
+}
+
+// A server that rolls back may take as long as the statement did.
+SqlError disobeyedError()
+{
+    return SqlError(
+        QStringLiteral("サーバーが停止の要求を受け付けましたが、文が終わらないため、接続を切りました。"
+                       "サーバーでは、処理やその取り消しが続いているかもしれません。"),
+        2013, QStringLiteral("08S01"));
+}
+
+SqlError notProvenError()
+{
+    return SqlError(
+        QStringLiteral("停止の要求が自分のセッションに届くことを確かめられないため、KILLを送らずに"
+                       "接続を切りました。サーバーでは、処理が続いているかもしれません。"),
+        2013, QStringLiteral("08S01"));
 }
 
 } // namespace
@@ -100,8 +114,8 @@ void WorkerThread::settle()
 {
     {
         std::unique_lock lock(m_mutex);
-        m_changed.wait(lock, [this] { return m_interruptions == 0 || m_isCut || m_isLeaving; });
-        if (!std::exchange(m_mustSettle, false) || m_isCut || m_isLeaving)
+        m_changed.wait(lock, [this] { return m_interruptions == 0 || m_whyCut || m_isLeaving; });
+        if (!std::exchange(m_mustSettle, false) || m_whyCut || m_isLeaving)
             return;
     }
     m_driver->settle();
@@ -113,8 +127,11 @@ void WorkerThread::finish(Job &job, Answer answer)
     m_current.reset();
     if (job.done.isFinished()) // given up meanwhile
         return;
+    if (m_whyCut && answer.error && answer.error->isConnectionLost())
+        answer.error = m_whyCut;
     job.answer = std::move(answer);
     job.done.finish();
+    m_changed.notify_all();
 }
 
 bool WorkerThread::isStopped(const Job &job) const
@@ -125,21 +142,13 @@ bool WorkerThread::isStopped(const Job &job) const
 
 void WorkerThread::stop(const std::shared_ptr<Job> &job)
 {
-    const auto now = std::chrono::steady_clock::now();
     {
         const std::lock_guard lock(m_mutex);
-        if (job->done.isFinished())
+        if (job->isStopped || job->done.isFinished())
             return;
-        if (job->isStopped) {
-            // The server has confirmed and rolls back, which can take as long as the statement did.
-            if (now - job->stoppedAt > rollbackPatience)
-                std::thread([worker = shared_from_this(), job] { worker->breakOff(job); }).detach();
-            return;
-        }
         job->isStopped = true;
-        job->stoppedAt = now;
         m_isReached = false;
-        m_isConfirmed = false;
+        m_interruption = Interruption::NotReached;
         m_mustSettle = true;
         ++m_interruptions;
     }
@@ -147,47 +156,61 @@ void WorkerThread::stop(const std::shared_ptr<Job> &job)
     std::thread([worker = shared_from_this(), job] { worker->superviseStop(job); }).detach();
 }
 
+void WorkerThread::limit(const std::shared_ptr<Job> &job, std::chrono::seconds time)
+{
+    const auto supervise = [worker = shared_from_this(), job, time] {
+        std::unique_lock lock(worker->m_mutex);
+        const bool isDone = worker->m_changed.wait_for(lock, time, [&job] { return job->done.isFinished(); });
+        lock.unlock();
+        if (!isDone)
+            worker->breakOff(job, lostError());
+    };
+    std::thread(supervise).detach();
+}
+
 void WorkerThread::interrupt()
 {
-    const bool isConfirmed = m_driver->interrupt([this] {
+    const Interruption interruption = m_driver->interrupt([this] {
         const std::lock_guard lock(m_mutex);
         m_isReached = true;
         m_changed.notify_all();
     });
     const std::lock_guard lock(m_mutex);
-    m_isConfirmed = isConfirmed;
+    m_interruption = interruption;
     --m_interruptions;
     m_changed.notify_all();
 }
 
 void WorkerThread::superviseStop(const std::shared_ptr<Job> &job)
 {
-    {
-        std::unique_lock lock(m_mutex);
-        const auto isOver = [this, &job] { return m_interruptions == 0 || job->done.isFinished(); };
-        if (m_changed.wait_for(lock, patience, [&] { return m_isReached || isOver(); }))
-            m_changed.wait_for(lock, killPatience, isOver);
-        if (job->done.isFinished() || (m_interruptions == 0 && m_isConfirmed))
-            return;
-    }
-    breakOff(job);
+    std::unique_lock lock(m_mutex);
+    const auto isDone = [&job] { return job->done.isFinished(); };
+    const auto hasFailed = [this] {
+        return m_interruptions == 0 && m_interruption != Interruption::Confirmed;
+    };
+    if (m_changed.wait_for(lock, patience, [&] { return m_isReached || isDone() || hasFailed(); }))
+        m_changed.wait_for(lock, killPatience, [&] { return isDone() || hasFailed(); });
+    const bool isConfirmed = m_interruptions == 0 && m_interruption == Interruption::Confirmed;
+    const bool isProven = m_interruption != Interruption::NotProven;
+    lock.unlock();
+    if (!isDone())
+        breakOff(job, isConfirmed ? disobeyedError() : isProven ? lostError() : notProvenError());
 }
 
-void WorkerThread::breakOff(const std::shared_ptr<Job> &job)
+void WorkerThread::breakOff(const std::shared_ptr<Job> &job, const SqlError &why)
 {
     {
         const std::lock_guard lock(m_mutex);
         if (job->done.isFinished())
             return;
-        m_isCut = true;
+        m_whyCut = why;
         m_changed.notify_all();
     }
     if (m_driver->cut() && job->done.waitFor(moment))
         return;
     const std::lock_guard lock(m_mutex);
     m_isLeaving = true;
-    failAll(lostError());
-    m_changed.notify_all();
+    failAll(why);
 }
 
 void WorkerThread::failAll(const SqlError &error)
@@ -198,6 +221,7 @@ void WorkerThread::failAll(const SqlError &error)
         job->answer.error = error;
         job->done.finish();
     }
+    m_changed.notify_all();
 }
 
 void WorkerThread::leave()
@@ -208,7 +232,6 @@ void WorkerThread::leave()
         isAtWork = m_current != nullptr;
         m_isLeaving = true;
         failAll(SqlError(QStringLiteral("接続は閉じられました。"), 0, QStringLiteral("08003")));
-        m_changed.notify_all();
     }
     if (isAtWork)
         m_driver->cut();

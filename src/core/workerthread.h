@@ -35,9 +35,7 @@ struct Job {
     RowBlock spare; // a used block whose memory the answer may take over
     Answer answer;
     Completion done;
-    // Guarded by the worker's mutex.
-    bool isStopped = false;
-    std::chrono::steady_clock::time_point stoppedAt{};
+    bool isStopped = false; // guarded by the worker's mutex
 };
 
 // Asks again and again for a moment before a thread goes to sleep: on an idle machine, putting it to sleep
@@ -78,9 +76,11 @@ public:
     static std::shared_ptr<WorkerThread> start(std::unique_ptr<Driver> driver);
 
     std::shared_ptr<Job> post(Work work, RowBlock spare = RowBlock());
-    // Ends what the job waits for; returns at once. The job is done soon, whatever the server does: when it
-    // does not confirm in time the connection is cut, and when that does not help it is given up.
+    // Ends what the job waits for; returns at once. The job is done soon, whatever the server does: when its
+    // statement does not end in time the connection is cut, and when that does not help it is given up.
     void stop(const std::shared_ptr<Job> &job);
+    // Gives the job up when it takes longer: a server may say nothing for ever.
+    void limit(const std::shared_ptr<Job> &job, std::chrono::seconds time);
     bool isStopped(const Job &job) const;
     // Ends the thread and the connection; waits for it only a moment. Waiting jobs fail.
     void leave();
@@ -99,7 +99,7 @@ private:
     void failAll(const SqlError &error); // with m_mutex held
     void interrupt();
     void superviseStop(const std::shared_ptr<Job> &job);
-    void breakOff(const std::shared_ptr<Job> &job);
+    void breakOff(const std::shared_ptr<Job> &job, const SqlError &why);
 
     const std::unique_ptr<Driver> m_driver;
     Completion m_ended;
@@ -112,8 +112,8 @@ private:
     ShortWait m_shortWait;   // of the worker's thread
     int m_interruptions = 0; // under way in other threads
     bool m_mustSettle = false;
-    bool m_isReached = false;   // the server has listened to the last interruption
-    bool m_isConfirmed = false; // and has confirmed it
-    bool m_isCut = false;
+    bool m_isReached = false;                               // a server has listened to the last interruption
+    Interruption m_interruption = Interruption::NotReached; // how that one ended
+    std::optional<SqlError> m_whyCut;
     bool m_isLeaving = false; // no more jobs: left by its owner, or given up
 };

@@ -23,13 +23,13 @@ public:
     }
     void settle() override {}
     void disconnect() override {}
-    bool interrupt(const std::function<void()> &onReached) override
+    Interruption interrupt(const std::function<void()> &onReached) override
     {
         if (m_listens)
             onReached();
         const bool isCut = m_ended.waitFor(2s);
         m_ended.finish();
-        return !isCut;
+        return isCut ? Interruption::NotReached : Interruption::Confirmed;
     }
     bool cut() override
     {

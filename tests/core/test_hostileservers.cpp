@@ -21,6 +21,13 @@ private Q_SLOTS:
     void passwordsAreNotGivenAway();
     void filesAreNotGivenAway_data();
     void filesAreNotGivenAway();
+    void aSilentServerIsGivenUp_data();
+    void aSilentServerIsGivenUp();
+    void liesAreErrors_data();
+    void liesAreErrors();
+    void rowsBeforeAnErrorAreHandedOver();
+    void aResultWithoutEndIsCutShort();
+    void aStopThatIsNotObeyedCutsTheConnection();
 
 private:
     QString string(const FakeServer &server, const QString &more = {}) const
@@ -41,6 +48,7 @@ void HostileServersTest::initTestCase()
     QVERIFY(drivers.open(QIODevice::WriteOnly));
     drivers.write("[MySQL ODBC 3.51 Driver]\nDriver=libmaodbc.so\n");
     qputenv("ODBCSYSINI", m_folder.path().toUtf8());
+    qputenv("TARNWELL_RESULT_MB", "8");
 }
 
 void HostileServersTest::passwordsAreNotGivenAway_data()
@@ -110,6 +118,106 @@ void HostileServersTest::filesAreNotGivenAway()
     }
     QVERIFY(server.received().contains("'a'") || server.received().contains("1"));
     QVERIFY(!server.received().contains("only for me"));
+}
+
+void HostileServersTest::aSilentServerIsGivenUp_data()
+{
+    QTest::addColumn<FakeServer::Login>("login");
+    QTest::addColumn<bool>("isSilentLater");
+    using Login = FakeServer::Login;
+    row("from the first", Login{.isSilent = true}, false);
+    row("after its offer of TLS", Login{.offersTls = true}, false);
+    row("after the login", Login{}, true);
+}
+
+void HostileServersTest::aSilentServerIsGivenUp()
+{
+    QFETCH(FakeServer::Login, login);
+    QFETCH(bool, isSilentLater);
+    FakeServer server(login);
+    if (isSilentLater)
+        server.answer("", {.endsNever = true});
+    const SqlError error = errorOf([&] { connected(string(server, ";CONN_TIMEOUT=1"), m_pump); });
+    QVERIFY(!error.description().isEmpty());
+}
+
+void HostileServersTest::liesAreErrors_data()
+{
+    QTest::addColumn<FakeServer::Answer>("answer");
+    QTest::addColumn<QString>("words");
+    using Answer = FakeServer::Answer;
+    row("fewer columns", Answer{.columns = {{"a"}}, .rows = {{"1"}}}, "2番目");
+    row("no columns", Answer{}, "レコードセット");
+    row("columns without number", Answer{.columns = std::vector<FakeServer::Column>(5000, {"a"})}, "5000");
+    row("more than a driver counts", Answer{.columns = std::vector<FakeServer::Column>(40000, {"a"})}, "");
+    row("an error without words", Answer{.error = " "}, "1045");
+    row("a name without end", Answer{.columns = {{QByteArray(5000, 'x')}}, .rows = {{"1"}}}, "2番目");
+}
+
+void HostileServersTest::liesAreErrors()
+{
+    QFETCH(FakeServer::Answer, answer);
+    QFETCH(QString, words);
+    FakeServer server({});
+    server.answer("show", answer);
+    const auto open = connected(string(server), m_pump);
+    const SqlError error = errorOf([&] {
+        RecordSet rows = open->execute("show something");
+        if (!rows.isEof())
+            rows.text(1);
+    });
+    QVERIFY2(error.description().contains(words), qPrintable(error.description()));
+    QVERIFY(!error.description().trimmed().isEmpty());
+    QCOMPARE(valueOf(*open, "select connection_id()"), "7");
+}
+
+void HostileServersTest::rowsBeforeAnErrorAreHandedOver()
+{
+    if (!isBuiltIn())
+        QSKIP("the driver has thrown the rows away when it says the error");
+    FakeServer server({});
+    server.answer("show", {.columns = {{"a"}}, .rows = {{"1"}, {"2"}, {"3"}}, .error = "broken"});
+    const auto open = connected(string(server), m_pump);
+    for (const bool isKept : {false, true}) {
+        int count = 0;
+        RecordSet rows = open->execute("show something");
+        if (isKept) // another statement needs the connection meanwhile
+            QCOMPARE(valueOf(*open, "select connection_id()"), "7");
+        const SqlError error = errorOf([&] {
+            for (; !rows.isEof(); rows.moveNext())
+                ++count;
+        });
+        QCOMPARE(error.description(), "broken");
+        QCOMPARE(count, 3);
+    }
+}
+
+void HostileServersTest::aResultWithoutEndIsCutShort()
+{
+    FakeServer server({});
+    server.answer("show", {.columns = {{"a"}}, .rows = {{QByteArray(1000, 'x')}}, .endsNever = true});
+    const auto open = connected(string(server), m_pump);
+    int count = 0;
+    const SqlError error = errorOf([&] {
+        for (RecordSet rows = open->execute("show something"); !rows.isEof(); rows.moveNext())
+            ++count;
+    });
+    QVERIFY2(error.description().contains("8 MB"), qPrintable(error.description()));
+    QVERIFY(!isBuiltIn() || count > 5000);
+}
+
+void HostileServersTest::aStopThatIsNotObeyedCutsTheConnection()
+{
+    FakeServer server({});
+    const FakeServer::Answer mark{{{"mark"}}, {{"here|7"}}};
+    server.answer("select concat_ws", mark);
+    server.answer("show", {.columns = {{"a"}}, .endsNever = true});
+    const auto open = connected(string(server), m_pump);
+    m_pump.once = [&] { open->cancel(); };
+    const SqlError error = errorOf([&] { open->execute("show something"); });
+    QVERIFY2(error.description().contains("停止の要求を受け付けましたが"), qPrintable(error.description()));
+    QVERIFY(error.isConnectionLost());
+    QVERIFY(server.received().toLower().contains("kill query 7"));
 }
 
 QTEST_GUILESS_MAIN(HostileServersTest)

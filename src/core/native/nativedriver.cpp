@@ -1,11 +1,10 @@
 #include "core/native/nativedriver.h"
 
 #include "core/native/nativeresult.h"
+#include "core/resultlimits.h"
 #include "core/workercells.h"
 
 namespace {
-
-constexpr NativeTimeouts timeouts{20, 0};
 
 // A server with skip-character-set-client-handshake, as many in Japan, takes no notice of what the library
 // asked for at connect: it would read UTF-8 as, say, Shift-JIS and store that.
@@ -31,11 +30,12 @@ NativeDriver::~NativeDriver() = default;
 
 Driver::Opened NativeDriver::connect()
 {
-    NativeConnection opened = connectNative(m_options, timeouts);
+    NativeConnection opened = connectNative(m_options, {m_options.connectSeconds, 0});
     m_handle = std::move(opened.handle);
     m_cutter.watch(mysql_get_socket(m_handle.get()));
     speakUtf8(m_handle.get());
-    m_connectionId = mysql_thread_id(m_handle.get());
+    const unsigned long id = mysql_thread_id(m_handle.get());
+    setSession(NativeSession{id, sessionMark(m_handle.get(), id)});
     return {serverInfo(QString::fromUtf8(mysql_get_server_info(m_handle.get()))),
             QString::fromUtf8(m_options.host), opened.encryption};
 }
@@ -48,6 +48,7 @@ std::unique_ptr<DriverResult> NativeDriver::execute(const QString &statement)
     sendNative(m_handle.get(), {text.constData(), static_cast<std::size_t>(text.size())});
     NativeRows rows(mysql_use_result(m_handle.get()));
     if (rows) {
+        requireFewColumns(mysql_num_fields(rows.get()));
         auto result = std::make_unique<NativeResult>(*this, std::move(rows), NativeResult::mayBeKilled(text));
         m_streaming = result.get();
         return result;
@@ -91,13 +92,21 @@ void NativeDriver::giveUpRows()
 
 void NativeDriver::disconnect()
 {
-    m_connectionId = 0;
+    setSession({});
     m_handle.reset();
     m_cutter.release();
 }
 
-bool NativeDriver::interrupt(const std::function<void()> &onReached)
+void NativeDriver::setSession(std::optional<NativeSession> session)
 {
-    const unsigned long connection = m_connectionId;
-    return connection != 0 && killQuery(m_options, connection, onReached);
+    const std::lock_guard lock(m_sessionMutex);
+    m_session = std::move(session);
+}
+
+Interruption NativeDriver::interrupt(const std::function<void()> &onReached)
+{
+    std::unique_lock lock(m_sessionMutex);
+    const std::optional<NativeSession> session = m_session;
+    lock.unlock();
+    return session ? killQuery(m_options, *session, onReached) : Interruption::NotReached;
 }

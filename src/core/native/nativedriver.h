@@ -4,7 +4,8 @@
 #include "core/native/socketcutter.h"
 #include "core/workerdriver.h"
 
-#include <atomic>
+#include <mutex>
+#include <optional>
 
 class NativeResult;
 
@@ -20,16 +21,18 @@ public:
     void settle() override;
     void giveUpRows() override;
     void disconnect() override;
-    bool interrupt(const std::function<void()> &onReached) override;
+    Interruption interrupt(const std::function<void()> &onReached) override;
     bool cut() override { return m_cutter.cut(); }
 
 private:
     friend class NativeResult;
+    void setSession(std::optional<NativeSession> session);
     void finishResults(); // reads and drops what follows the first result of a statement
 
     const NativeOptions m_options;
     NativeHandle m_handle;
     SocketCutter m_cutter;
-    std::atomic<unsigned long> m_connectionId{0};
+    std::mutex m_sessionMutex;
+    std::optional<NativeSession> m_session; // while connected
     NativeResult *m_streaming = nullptr;
 };

@@ -1,6 +1,8 @@
 #include "core/native/nativehandle.h"
 
 #include "core/native/wirewatch.h"
+#include "core/sessionmark.h"
+#include "core/workercells.h"
 
 #include <QFile>
 
@@ -59,7 +61,7 @@ SqlError nativeError(MYSQL *handle)
 
 NativeConnection connectNative(const NativeOptions &options, const NativeTimeouts &timeouts)
 {
-    return loginWatched(options.tls, std::chrono::seconds(timeouts.connect), [&](LoginWatch &watch) {
+    return loginWatched(options.tls, [&](LoginWatch &watch) {
         NativeHandle handle = configured(options, timeouts);
         if (!mysql_real_connect(handle.get(), options.host.constData(), options.user.constData(),
                                 options.password.constData(), orNull(options.database), options.port, nullptr,
@@ -75,17 +77,39 @@ void sendNative(MYSQL *handle, std::string_view statement)
         throw nativeError(handle);
 }
 
-bool killQuery(const NativeOptions &options, unsigned long connectionId,
-               const std::function<void()> &onReached)
+QByteArray firstCell(MYSQL *handle, const QString &statement)
+{
+    sendNative(handle, statement.toStdString());
+    const NativeRows rows(mysql_store_result(handle));
+    if (!rows)
+        throw nativeError(handle);
+    const MYSQL_ROW row = mysql_fetch_row(rows.get());
+    return row && mysql_num_fields(rows.get()) > 0 ? QByteArray(row[0]) : QByteArray();
+}
+
+QByteArray sessionMark(MYSQL *handle, unsigned long id)
+{
+    const ServerInfo server = serverInfo(QString::fromUtf8(mysql_get_server_info(handle)));
+    try {
+        return firstCell(handle, sessionMarkQuestion(server, QString::number(id)));
+    } catch (const SqlError &) {
+        return {};
+    }
+}
+
+Interruption killQuery(const NativeOptions &options, const NativeSession &session,
+                       const std::function<void()> &onReached)
 {
     try {
         NativeOptions without = options;
         without.database.clear();
         const NativeHandle handle = connectNative(without, killTimeouts).handle;
         onReached();
-        sendNative(handle.get(), "KILL QUERY " + std::to_string(connectionId));
-        return true;
+        if (session.mark.isEmpty() || sessionMark(handle.get(), session.id) != session.mark)
+            return Interruption::NotProven;
+        sendNative(handle.get(), "KILL QUERY " + std::to_string(session.id));
+        return Interruption::Confirmed;
     } catch (const SqlError &) {
-        return false;
+        return Interruption::NotReached;
     }
 }

@@ -1,8 +1,7 @@
 #pragma once
 
-#include "core/connection.h"
 #include "core/native/nativeoptions.h"
-#include "core/sqlerror.h"
+#include "core/workerdriver.h"
 
 #include <functional>
 #include <memory>
@@ -32,7 +31,16 @@ struct NativeConnection {
 NativeConnection connectNative(const NativeOptions &options, const NativeTimeouts &timeouts);
 // Sends a statement; throws SqlError.
 void sendNative(MYSQL *handle, std::string_view statement);
-// Ends the statement that a connection runs, over a connection of its own, and calls onReached once that one
-// stands; true when the server has confirmed.
-bool killQuery(const NativeOptions &options, unsigned long connectionId,
-               const std::function<void()> &onReached);
+// The first cell of a statement's rows; empty when there are none. Throws SqlError.
+QByteArray firstCell(MYSQL *handle, const QString &statement);
+
+// A session, and what is answered to a question that tells it from any other; empty: nothing does.
+struct NativeSession {
+    unsigned long id;
+    QByteArray mark;
+};
+QByteArray sessionMark(MYSQL *handle, unsigned long id);
+// Ends the statement that a session runs, over a connection of its own, and calls onReached once that one
+// stands.
+Interruption killQuery(const NativeOptions &options, const NativeSession &session,
+                       const std::function<void()> &onReached);

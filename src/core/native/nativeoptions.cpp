@@ -33,12 +33,13 @@ NativeOptions NativeOptions::parse(const QString &connectionString)
     NativeOptions options;
     const ConnectionString given(connectionString);
     options.tls = TlsOptions::of(given);
+    options.connectSeconds = static_cast<unsigned>(connectLimit(given).count());
     for (const auto &[key, value] : given.pieces()) {
         if (const auto text = texts.find(key); text != texts.end())
             options.*text->second = value.toUtf8();
         else if (key == u"port")
             options.port = ::port(value);
-        else if (key != u"driver" && !TlsOptions::isKey(key))
+        else if (key != u"driver" && key != u"conn_timeout" && !TlsOptions::isKey(key))
             throw SqlError(QStringLiteral("接続文字列の項目「%1」は%2では使えません。")
                                .arg(key, QStringLiteral("内蔵の接続")));
     }

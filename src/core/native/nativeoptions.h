@@ -10,6 +10,7 @@ struct NativeOptions {
     QByteArray host = "localhost";
     QByteArray user, password, database;
     unsigned port = 3306;
+    unsigned connectSeconds = 20;
     TlsOptions tls;
 
     // Throws SqlError for a key that it does not know and for a port that is no number.

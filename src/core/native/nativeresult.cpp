@@ -65,9 +65,14 @@ NativeResult::NativeResult(NativeDriver &driver, NativeRows rows, bool mayBeKill
 
 NativeResult::~NativeResult()
 {
+    giveUpRest();
+}
+
+void NativeResult::giveUpRest()
+{
     if (!m_rows)
         return;
-    if (m_mayBeKilled && m_driver.interrupt([] {}))
+    if (m_mayBeKilled && m_driver.interrupt([] {}) == Interruption::Confirmed)
         m_driver.settle();
     else
         dropRest();

@@ -18,6 +18,7 @@ public:
 
 protected:
     bool fill(RowBlock &block) override;
+    void giveUpRest() override;
 
 private:
     void addRow(RowBlock &block, const char *const *values) const;

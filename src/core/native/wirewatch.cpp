@@ -48,9 +48,8 @@ void watchRead(int isWrite, MYSQL *handle, const unsigned char *bytes, std::size
         loginWatch->read(handle, {bytes, static_cast<qsizetype>(size)});
 }
 
-LoginWatch::LoginWatch(const TlsOptions &demands, std::chrono::seconds limit, Tls tls)
+LoginWatch::LoginWatch(const TlsOptions &demands, Tls tls)
     : m_demands(demands)
-    , m_latest(std::chrono::steady_clock::now() + limit)
     , m_tls(tls)
 {
     static std::once_flag once;
@@ -80,8 +79,6 @@ void LoginWatch::read(MYSQL *handle, QByteArrayView bytes)
     }
     if (!m_isOver && m_unread.size() > longestLogin)
         refuse(QStringLiteral("サーバーの応答が長すぎるため、接続しません。"));
-    if (!m_isOver && std::chrono::steady_clock::now() > m_latest)
-        refuse(QStringLiteral("サーバーの応答が遅すぎるため、接続をあきらめました。"));
 }
 
 void LoginWatch::judge(QByteArrayView packet)

@@ -7,7 +7,6 @@
 #include <QByteArray>
 #include <QString>
 
-#include <chrono>
 #include <cstdint>
 #include <mysql.h>
 #include <utility>
@@ -21,7 +20,7 @@
 class LoginWatch {
 public:
     enum class Tls { AsOffered, Never };
-    LoginWatch(const TlsOptions &demands, std::chrono::seconds limit, Tls tls = Tls::AsOffered);
+    LoginWatch(const TlsOptions &demands, Tls tls);
     ~LoginWatch();
     LoginWatch(const LoginWatch &) = delete;
     LoginWatch &operator=(const LoginWatch &) = delete;
@@ -43,7 +42,6 @@ private:
     void refuse(const QString &why);
 
     const TlsOptions m_demands;
-    const std::chrono::steady_clock::time_point m_latest;
     const Tls m_tls;
     MYSQL *m_handle = nullptr;
     QByteArray m_unread; // the packet that has not yet come to its end
@@ -56,12 +54,12 @@ private:
 // broke the connection. Where encryption fails and nobody demands it, as with servers that know only TLS 1.0,
 // it is tried once more without.
 template <typename Connect>
-auto loginWatched(const TlsOptions &demands, std::chrono::seconds limit, const Connect &connect)
+auto loginWatched(const TlsOptions &demands, const Connect &connect)
 {
     constexpr int encryptionFailed = 2026;
     bool mayTryWithout = !demands.requiresTls();
     for (LoginWatch::Tls tls = LoginWatch::Tls::AsOffered;; tls = LoginWatch::Tls::Never) {
-        LoginWatch watch(demands, limit, tls);
+        LoginWatch watch(demands, tls);
         try {
             return connect(watch);
         } catch (const SqlError &error) {

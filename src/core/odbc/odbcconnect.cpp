@@ -39,7 +39,7 @@ OdbcConnection connectOdbc(const OdbcEnvironment &environment, const QString &co
     if (!environment)
         throw noHandle();
     const QString text = completed(connectionString, tls, limit);
-    return loginWatched(tls, limit, [&](LoginWatch &watch) {
+    return loginWatched(tls, [&](LoginWatch &watch) {
         OdbcConnectionHandle connection = OdbcConnectionHandle::allocate(environment.get());
         if (!connection)
             throw odbcError(SQL_HANDLE_ENV, environment.get());

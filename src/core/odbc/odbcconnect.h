@@ -5,6 +5,8 @@
 
 #include <QString>
 
+#include <chrono>
+
 struct OdbcConnection {
     OdbcConnectionHandle handle;
     Encryption encryption;

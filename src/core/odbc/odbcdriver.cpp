@@ -4,6 +4,8 @@
 #include "core/odbc/odbcconnect.h"
 #include "core/odbc/odbcresult.h"
 #include "core/odbc/statementkind.h"
+#include "core/resultlimits.h"
+#include "core/sessionmark.h"
 #include "core/statements.h"
 #include "core/workercells.h"
 
@@ -15,7 +17,6 @@ const QString reopened = QStringLiteral(
     "ODBCドライバーがこの文の行を渡さないため、結果は表示できません（内蔵ドライバーでは可能）。"
     "接続をやり直したので、ユーザー変数・一時テーブル・ロックは失われ、"
     "確定していない変更は取り消されました。");
-constexpr std::chrono::seconds connectLimit{20};
 // A server that does not let a KILL in within this time is taken for dead.
 constexpr std::chrono::seconds killLimit{2};
 
@@ -26,6 +27,18 @@ QString serverName(const OdbcConnectionHandle &connection)
     if (!SQL_SUCCEEDED(SQLGetInfoW(connection.get(), SQL_SERVER_NAME, name.data(), sizeof name, &bytes)))
         return {};
     return QString::fromUtf16(reinterpret_cast<const char16_t *>(name.data()));
+}
+
+// The first cell of a statement's rows; empty when there are none.
+QString firstCell(const OdbcConnectionHandle &connection, const QString &statement)
+{
+    const OdbcStatementHandle handle = sendOdbc(connection, statement);
+    std::array<SQLWCHAR, 2048> text{};
+    SQLLEN bytes = 0;
+    if (SQLFetch(handle.get()) != SQL_SUCCESS ||
+        SQLGetData(handle.get(), 1, SQL_C_WCHAR, text.data(), sizeof text, &bytes) != SQL_SUCCESS)
+        return {};
+    return QString::fromUtf16(reinterpret_cast<const char16_t *>(text.data()));
 }
 
 // Cells are read as UTF-8, but a data source may ask for another character set.
@@ -48,23 +61,24 @@ OdbcDriver::~OdbcDriver() = default;
 
 Driver::Opened OdbcDriver::connect()
 {
-    const QString version = open();
-    return {serverInfo(version), serverName(m_connection), m_encryption};
+    open();
+    return {m_server, serverName(m_connection), m_encryption};
 }
 
-QString OdbcDriver::open()
+void OdbcDriver::open()
 {
-    OdbcConnection opened = connectOdbc(m_environment, m_connectionString, m_tls, connectLimit);
+    OdbcConnection opened = connectOdbc(m_environment, m_connectionString, m_tls,
+                                        connectLimit(ConnectionString(m_connectionString)));
     m_connection = std::move(opened.handle);
     if (opened.library)
         m_cutter.watch(mysql_get_socket(opened.library));
     m_encryption = opened.library ? opened.encryption : saidEncryption();
     const QStringList row =
         firstRow(QStringLiteral("select connection_id(), version(), @@character_set_client"));
-    m_connectionId = row.value(0).toULongLong();
+    m_server = serverInfo(row.value(1));
     if (!row.value(2).startsWith(u"utf8"))
         speakUtf8();
-    return row.value(1);
+    setSession(row.value(0), mark(row.value(0)));
 }
 
 // Where the driver's library cannot be watched the server's own words have to do, after the login.
@@ -116,15 +130,32 @@ QStringList OdbcDriver::firstRow(const QString &statement)
     return texts;
 }
 
+QString OdbcDriver::mark(const QString &session)
+{
+    try {
+        return firstCell(m_connection, sessionMarkQuestion(m_server, session));
+    } catch (const SqlError &) {
+        return {};
+    }
+}
+
+void OdbcDriver::setSession(const QString &session, const QString &mark)
+{
+    const std::lock_guard lock(m_sessionMutex);
+    m_session = session;
+    m_mark = mark;
+}
+
 std::unique_ptr<DriverResult> OdbcDriver::execute(const QString &statement)
 {
     m_note.clear();
     const bool isDangerous = StatementKind::mayLeaveRowsUnread(statement);
     const QString database = isDangerous ? defaultDatabase() : QString();
-    OdbcStatementHandle handle = sendOdbc(m_connection, statement);
+    OdbcStatementHandle handle = sendBounded(statement);
     SQLSMALLINT columns = 0;
     if (!SQL_SUCCEEDED(SQLNumResultCols(handle.get(), &columns)))
         throw odbcError(SQL_HANDLE_STMT, handle.get());
+    requireFewColumns(columns);
     if (columns > 0) {
         auto result = std::make_unique<OdbcResult>(*this, std::move(handle), columns,
                                                    StatementKind::mayHaveFurtherResults(statement));
@@ -138,6 +169,19 @@ std::unique_ptr<DriverResult> OdbcDriver::execute(const QString &statement)
         m_note = reopened;
     }
     return nullptr;
+}
+
+// The driver takes in all rows before it gives the first.
+OdbcStatementHandle OdbcDriver::sendBounded(const QString &statement)
+{
+    const AnswerWatch watch(mostResultBytes());
+    try {
+        return sendOdbc(m_connection, statement);
+    } catch (const SqlError &error) {
+        if (!watch.isTooLarge())
+            throw;
+        throw SqlError(resultTooLarge().description(), error.number(), error.state());
+    }
 }
 
 void OdbcDriver::reopen(const QString &database)
@@ -178,7 +222,7 @@ void OdbcDriver::settle()
 
 void OdbcDriver::disconnect()
 {
-    m_connectionId = 0;
+    setSession({}, {});
     if (m_connection)
         SQLDisconnect(m_connection.get());
     m_connection = OdbcConnectionHandle();
@@ -187,20 +231,24 @@ void OdbcDriver::disconnect()
 
 // Not by SQLCancel: when the statement ends at that moment, Connector/ODBC 3.1.15 closes the cursor under the
 // hands of the thread that reads it; otherwise it does the same as here, without any limit of time.
-bool OdbcDriver::interrupt(const std::function<void()> &onReached)
+Interruption OdbcDriver::interrupt(const std::function<void()> &onReached)
 {
-    const qulonglong connection = m_connectionId;
-    if (connection == 0)
-        return false;
+    std::unique_lock lock(m_sessionMutex);
+    const QString session = m_session, expected = m_mark;
+    lock.unlock();
+    if (session.isEmpty())
+        return Interruption::NotReached;
     try {
         const OdbcEnvironment environment = OdbcEnvironment::make();
         const OdbcConnectionHandle second =
             connectOdbc(environment, m_connectionString, m_tls, killLimit).handle;
         onReached();
-        sendOdbc(second, QStringLiteral("kill query %1").arg(connection));
+        if (expected.isEmpty() || firstCell(second, sessionMarkQuestion(m_server, session)) != expected)
+            return Interruption::NotProven;
+        sendOdbc(second, QStringLiteral("kill query ") + session);
         SQLDisconnect(second.get());
-        return true;
+        return Interruption::Confirmed;
     } catch (const SqlError &) {
-        return false;
+        return Interruption::NotReached;
     }
 }

@@ -7,7 +7,7 @@
 
 #include <QStringList>
 
-#include <atomic>
+#include <mutex>
 
 class OdbcResult;
 
@@ -24,16 +24,19 @@ public:
     QString note() const override { return m_note; }
     void settle() override;
     void disconnect() override;
-    bool interrupt(const std::function<void()> &onReached) override;
+    Interruption interrupt(const std::function<void()> &onReached) override;
     // False for a driver with a client library of its own: nothing wakes a thread that waits inside it.
     bool cut() override { return m_cutter.cut(); }
 
 private:
     friend class OdbcResult;
-    QString open(); // the server's version
+    void open();
+    void setSession(const QString &session, const QString &mark);
     Encryption saidEncryption();
     void speakUtf8();
     QStringList firstRow(const QString &statement);
+    QString mark(const QString &session);
+    OdbcStatementHandle sendBounded(const QString &statement);
     void reopen(const QString &database);
     QString defaultDatabase();
 
@@ -43,7 +46,9 @@ private:
     OdbcConnectionHandle m_connection;
     Encryption m_encryption;
     SocketCutter m_cutter;
-    std::atomic<qulonglong> m_connectionId{0};
+    std::mutex m_sessionMutex;
+    QString m_session, m_mark; // the number, and what tells it from others; empty while there is none
+    ServerInfo m_server;
     std::vector<OdbcResult *> m_results; // those that still need the connection
     QString m_note;
 };

@@ -29,6 +29,9 @@ SqlError odbcError(SQLSMALLINT type, SQLHANDLE handle)
     if (!SQL_SUCCEEDED(result))
         return SqlError(QStringLiteral("ODBCドライバーがエラーの内容を返しませんでした。"), 0,
                         QStringLiteral("HY000"));
-    return SqlError(QString::fromUtf16(reinterpret_cast<const char16_t *>(text.data()), length), number,
+    const QString words = QString::fromUtf16(reinterpret_cast<const char16_t *>(text.data()), length);
+    // "[ma-3.1.15][10.11.19-MariaDB]" alone says nothing.
+    const bool isEmpty = words.mid(words.lastIndexOf(u']') + 1).trimmed().isEmpty();
+    return SqlError(isEmpty ? QString() : words, number,
                     QString::fromUtf16(reinterpret_cast<const char16_t *>(state.data()), 5));
 }

@@ -75,7 +75,9 @@ void OdbcResult::describe(SQLUSMALLINT number, Field &field, Column &column) con
                                        static_cast<SQLSMALLINT>(name.size()), &length, &type, &size, &digits,
                                        &nullable)))
         throw odbcError(SQL_HANDLE_STMT, m_handle.get());
-    field.name = QString::fromUtf16(reinterpret_cast<const char16_t *>(name.data()), length);
+    const auto longest = static_cast<SQLSMALLINT>(name.size() - 1);
+    field.name =
+        QString::fromUtf16(reinterpret_cast<const char16_t *>(name.data()), std::min(length, longest));
     field.kind = kindOf(type);
     column.type = field.kind == FieldKind::Binary ? SQL_C_BINARY : SQL_C_CHAR;
     // The size counts characters.

@@ -17,6 +17,7 @@ public:
 
 protected:
     bool fill(RowBlock &block) override;
+    void giveUpRest() override { release(); }
 
 private:
     // One column's places in the bound block, one after the other.
