@@ -51,6 +51,8 @@ private Q_SLOTS:
     void initTestCase_data() { addBothConnections(); }
     void initTestCase();
     void aLongStatementIsStoppedOnTheServer();
+    void serversOfAllAgesAreStopped_data() { TestServers::addRows(); }
+    void serversOfAllAgesAreStopped();
     void stoppingWithinRowsOfTheBuiltInConnectionEndsThem();
     void aStopNeverStrikesTheNextStatement();
     void aServerThatListensIsGivenTimeToStop_data();
@@ -76,6 +78,7 @@ private:
     }
 
     TestServer m_server;
+    TestServers m_servers;
     HookPump m_pump;
 };
 
@@ -110,23 +113,36 @@ void ConnectionStopTest::aLongStatementIsStoppedOnTheServer()
     QCOMPARE(valueOf(*open, "select @kept"), "5");
 }
 
+// Each has to recognise the session from the connection that carries the KILL.
+void ConnectionStopTest::serversOfAllAgesAreStopped()
+{
+    QFETCH(TestServer::Brand, brand);
+    SKIP_WITHOUT(brand);
+    if (brand == TestServer::Brand::MySql56 && !isBuiltIn())
+        QSKIP("Connector/ODBC 3.1.15 does not connect to it");
+    const auto open = connected(stringOf(m_servers.of(brand), isBuiltIn()), m_pump);
+    open->execute("set @kept = 5");
+    m_pump.once = [&] { open->cancel(); };
+    QVERIFY(errorOf([&] { open->execute("select sleep(20)"); }).isInterrupted());
+    QCOMPARE(valueOf(*open, "select @kept"), "5");
+}
+
 void ConnectionStopTest::stoppingWithinRowsOfTheBuiltInConnectionEndsThem()
 {
     if (!isBuiltIn())
         QSKIP("there is no such moment: the driver has taken in all rows before it gives the first one");
     const auto open = connected(string(), m_pump);
     open->execute("set @kept = 5");
-    QElapsedTimer clock;
-    clock.start();
+    int count = 0;
     const SqlError error = errorOf([&] {
         RecordSet rows =
             open->execute("select seq, repeat('x', 100000), if(seq > 3, sleep(5), 0) from seq_1_to_20");
         m_pump.once = [&] { open->cancel(); };
-        while (!rows.isEof())
-            rows.moveNext();
+        for (; !rows.isEof(); rows.moveNext())
+            ++count;
     });
     QVERIFY2(error.isInterrupted(), qPrintable(error.description()));
-    QVERIFY(clock.elapsed() < 1500);
+    QVERIFY(count >= 3);
     QCOMPARE(valueOf(*open, "select @kept"), "5");
 }
 

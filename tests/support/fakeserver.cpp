@@ -60,8 +60,9 @@ QByteArray definition(const FakeServer::Column &column)
 // One connection, on a thread of its own.
 class FakeServer::Client {
 public:
-    Client(FakeServer &server, int socket)
+    Client(FakeServer &server, int number, int socket)
         : m_server(server)
+        , m_number(number)
         , m_socket(socket)
     {
     }
@@ -136,6 +137,7 @@ private:
     }
 
     FakeServer &m_server;
+    const int m_number;
     const int m_socket;
     QByteArray m_unread;
     int m_sequence = 0;
@@ -178,7 +180,7 @@ void FakeServer::Client::command(const QByteArray &packet)
     if (kind == Quit) {
         m_isGone = true;
     } else if (kind == Query) {
-        const Answer &answer = m_server.answerTo(QByteArrayView(packet).sliced(1));
+        const Answer &answer = m_server.answerTo(QByteArrayView(packet).sliced(1), m_number);
         if (!answer.wantedFile.isEmpty()) {
             send('\xfb' + answer.wantedFile);
             while (receive().size() > 1) {
@@ -188,7 +190,7 @@ void FakeServer::Client::command(const QByteArray &packet)
             sendHead(answer);
         sendRows(answer, false);
     } else if (kind == Prepare) {
-        m_prepared.push_back(&m_server.answerTo(QByteArrayView(packet).sliced(1)));
+        m_prepared.push_back(&m_server.answerTo(QByteArrayView(packet).sliced(1), m_number));
         const Answer &answer = *m_prepared.back();
         send('\0' + number(m_prepared.size(), 4) + number(answer.columns.size(), 2) + number(0, 5));
         for (const Column &column : answer.columns)
@@ -269,14 +271,15 @@ void FakeServer::serve()
     while (!m_ends)
         if (poll(&wait, 1, 5) > 0)
             m_clients.emplace_back(
-                [this, socket = accept(m_listener, nullptr, nullptr)] { Client(*this, socket).serve(); });
+                [this, number = static_cast<int>(m_clients.size()),
+                 socket = accept(m_listener, nullptr, nullptr)] { Client(*this, number, socket).serve(); });
 }
 
-const FakeServer::Answer &FakeServer::answerTo(QByteArrayView statement) const
+const FakeServer::Answer &FakeServer::answerTo(QByteArrayView statement, int client) const
 {
     static const Answer none;
     for (auto each = m_answers.rbegin(); each != m_answers.rend(); ++each)
-        if (statement.toByteArray().toLower().startsWith(each->first))
+        if (client >= each->second.firstClient && statement.toByteArray().toLower().startsWith(each->first))
             return each->second;
     return none;
 }

@@ -36,6 +36,7 @@ public:
         QByteArray error = {};  // in place of rows, or behind them
         bool endsNever = false; // the rows come again and again; without rows: silence
         QByteArray wantedFile = {};
+        int firstClient = 0; // clients before it get other answers
     };
 
     explicit FakeServer(Login login);
@@ -53,7 +54,7 @@ public:
 private:
     class Client;
     void serve();
-    const Answer &answerTo(QByteArrayView statement) const;
+    const Answer &answerTo(QByteArrayView statement, int client) const;
     void note(QByteArrayView bytes);
 
     const Login m_login;
