@@ -4,6 +4,7 @@
 
 #include <QString>
 
+#include <chrono>
 #include <functional>
 #include <memory>
 #include <vector>
@@ -19,8 +20,16 @@ public:
     static constexpr std::size_t blockBytes = 128 * 1024;
 };
 
+// What a driver is told when its statement is to be stopped.
+struct Stop {
+    std::function<void()> onReached; // to be called as soon as a server listens
+    // Waits so long for the statement's end at most; true once it has ended.
+    std::function<bool(std::chrono::milliseconds)> endsWithin;
+};
+
 enum class Interruption {
     Confirmed,  // by the server
+    Disobeyed,  // confirmed, but the statement went on; its session was killed
     NotReached, // it did not listen, or refused
     // A balancer may have led the second connection to another server, where the number of the session is a
     // stranger's: nothing was sent.
@@ -53,9 +62,8 @@ public:
     virtual void disconnect() = 0;
 
     // Another thread, while the worker waits: asks the server to end the statement, over a connection of its
-    // own, and calls onReached on that thread as soon as a server listens. Does not throw; may block for as
-    // long as the server lets it.
-    virtual Interruption interrupt(const std::function<void()> &onReached) = 0;
+    // own. Does not throw; may block for as long as the server lets it.
+    virtual Interruption interrupt(const Stop &stop) = 0;
     // Any thread: breaks the connection so that a blocked call fails at once; false where that cannot be
     // done.
     virtual bool cut() = 0;

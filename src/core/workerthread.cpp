@@ -30,6 +30,15 @@ SqlError disobeyedError()
         2013, QStringLiteral("08S01"));
 }
 
+SqlError sessionKilledError()
+{
+    return SqlError(
+        QStringLiteral("停止の要求の後も処理が続いたため、サーバーでセッションごと終わらせました。"
+                       "ユーザー変数・一時テーブル・ロックは失われ、確定していない変更は"
+                       "取り消されます。"),
+        2013, QStringLiteral("08S01"));
+}
+
 SqlError notProvenError()
 {
     return SqlError(
@@ -80,7 +89,7 @@ void WorkerThread::perform(Job &job, Results &results)
     Answer answer;
     answer.block = std::move(job.spare);
     answer.block.clear();
-    settle();
+    settle(true);
     if (isStopped(job)) {
         answer.error = interruptedError();
     } else {
@@ -92,7 +101,7 @@ void WorkerThread::perform(Job &job, Results &results)
             answer.error = SqlError(QStringLiteral("メモリが不足しています。"));
         }
     }
-    settle();
+    settle(false);
     finish(job, std::move(answer));
 }
 
@@ -110,11 +119,15 @@ std::shared_ptr<Job> WorkerThread::nextJob()
 }
 
 // An interruption that is still on its way would end the next statement instead of the one that it was for.
-void WorkerThread::settle()
+void WorkerThread::settle(bool isBeforeWork)
 {
     {
         std::unique_lock lock(m_mutex);
+        m_isWorking = false;
+        if (m_interruptions > 0)
+            m_changed.notify_all();
         m_changed.wait(lock, [this] { return m_interruptions == 0 || m_whyCut || m_isLeaving; });
+        m_isWorking = isBeforeWork;
         if (!std::exchange(m_mustSettle, false) || m_whyCut || m_isLeaving)
             return;
     }
@@ -170,13 +183,21 @@ void WorkerThread::limit(const std::shared_ptr<Job> &job, std::chrono::seconds t
 
 void WorkerThread::interrupt()
 {
-    const Interruption interruption = m_driver->interrupt([this] {
+    Stop stop;
+    stop.onReached = [this] {
         const std::lock_guard lock(m_mutex);
         m_isReached = true;
         m_changed.notify_all();
-    });
+    };
+    stop.endsWithin = [this](std::chrono::milliseconds time) {
+        std::unique_lock lock(m_mutex);
+        return m_changed.wait_for(lock, time, [this] { return !m_isWorking || m_whyCut || m_isLeaving; });
+    };
+    const Interruption interruption = m_driver->interrupt(stop);
     const std::lock_guard lock(m_mutex);
     m_interruption = interruption;
+    if (interruption == Interruption::Disobeyed && !m_whyCut)
+        m_whyCut = sessionKilledError();
     --m_interruptions;
     m_changed.notify_all();
 }
@@ -186,15 +207,16 @@ void WorkerThread::superviseStop(const std::shared_ptr<Job> &job)
     std::unique_lock lock(m_mutex);
     const auto isDone = [&job] { return job->done.isFinished(); };
     const auto hasFailed = [this] {
-        return m_interruptions == 0 && m_interruption != Interruption::Confirmed;
+        return m_interruptions == 0 && m_interruption != Interruption::Confirmed &&
+               m_interruption != Interruption::Disobeyed;
     };
     if (m_changed.wait_for(lock, patience, [&] { return m_isReached || isDone() || hasFailed(); }))
         m_changed.wait_for(lock, killPatience, [&] { return isDone() || hasFailed(); });
-    const bool isConfirmed = m_interruptions == 0 && m_interruption == Interruption::Confirmed;
-    const bool isProven = m_interruption != Interruption::NotProven;
+    const bool isProven = m_interruptions > 0 || m_interruption != Interruption::NotProven;
+    const bool isListening = m_isReached && !hasFailed();
     lock.unlock();
     if (!isDone())
-        breakOff(job, isConfirmed ? disobeyedError() : isProven ? lostError() : notProvenError());
+        breakOff(job, isListening ? disobeyedError() : isProven ? lostError() : notProvenError());
 }
 
 void WorkerThread::breakOff(const std::shared_ptr<Job> &job, const SqlError &why)

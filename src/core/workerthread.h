@@ -94,7 +94,7 @@ private:
     void run();
     void perform(Job &job, Results &results);
     std::shared_ptr<Job> nextJob();
-    void settle();
+    void settle(bool isBeforeWork);
     void finish(Job &job, Answer answer);
     void failAll(const SqlError &error); // with m_mutex held
     void interrupt();
@@ -114,6 +114,7 @@ private:
     bool m_mustSettle = false;
     bool m_isReached = false;                               // a server has listened to the last interruption
     Interruption m_interruption = Interruption::NotReached; // how that one ended
+    bool m_isWorking = false; // on a job, for whose end an interruption looks out
     std::optional<SqlError> m_whyCut;
     bool m_isLeaving = false; // no more jobs: left by its owner, or given up
 };

@@ -23,10 +23,10 @@ public:
     }
     void settle() override {}
     void disconnect() override {}
-    Interruption interrupt(const std::function<void()> &onReached) override
+    Interruption interrupt(const Stop &stop) override
     {
         if (m_listens)
-            onReached();
+            stop.onReached();
         const bool isCut = m_ended.waitFor(2s);
         m_ended.finish();
         return isCut ? Interruption::NotReached : Interruption::Confirmed;
@@ -125,6 +125,21 @@ void ConnectionStopTest::serversOfAllAgesAreStopped()
     m_pump.once = [&] { open->cancel(); };
     QVERIFY(errorOf([&] { open->execute("select sleep(20)"); }).isInterrupted());
     QCOMPARE(valueOf(*open, "select @kept"), "5");
+
+    // What a KILL strikes within a procedure succeeds all the same, and the next statement runs.
+    for (const char *statement :
+         {"create database if not exists d", "drop procedure if exists d.p",
+          "create table if not exists d.t (a int)",
+          "create procedure d.p() begin declare i int default 0; while i < 200 do do sleep(0.1); "
+          "insert into d.t values (i); set i = i + 1; end while; end"})
+        open->execute(statement);
+    m_pump.once = [&] { open->cancel(); };
+    QVERIFY(errorOf([&] { open->execute("call d.p()"); }).isConnectionLost());
+    open->close();
+    open->open();
+    const QString count = "select count(*) from d.t", before = valueOf(*open, count);
+    QTest::qWait(500);
+    QCOMPARE(valueOf(*open, count), before);
 }
 
 void ConnectionStopTest::stoppingWithinRowsOfTheBuiltInConnectionEndsThem()

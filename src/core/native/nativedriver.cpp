@@ -45,6 +45,7 @@ std::unique_ptr<DriverResult> NativeDriver::execute(const QString &statement)
     if (m_streaming)
         m_streaming->takeRest();
     const QByteArray text = statement.toUtf8();
+    m_sort = sortOf(statement);
     sendNative(m_handle.get(), {text.constData(), static_cast<std::size_t>(text.size())});
     NativeRows rows(mysql_use_result(m_handle.get()));
     if (rows) {
@@ -103,10 +104,12 @@ void NativeDriver::setSession(std::optional<NativeSession> session)
     m_session = std::move(session);
 }
 
-Interruption NativeDriver::interrupt(const std::function<void()> &onReached)
+Interruption NativeDriver::interrupt(const Stop &stop)
 {
     std::unique_lock lock(m_sessionMutex);
-    const std::optional<NativeSession> session = m_session;
+    std::optional<NativeSession> session = m_session;
     lock.unlock();
-    return session ? killQuery(m_options, *session, onReached) : Interruption::NotReached;
+    if (session)
+        session->sort = m_sort;
+    return session ? killQuery(m_options, *session, stop) : Interruption::NotReached;
 }

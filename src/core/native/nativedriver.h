@@ -4,6 +4,7 @@
 #include "core/native/socketcutter.h"
 #include "core/workerdriver.h"
 
+#include <atomic>
 #include <mutex>
 #include <optional>
 
@@ -21,7 +22,7 @@ public:
     void settle() override;
     void giveUpRows() override;
     void disconnect() override;
-    Interruption interrupt(const std::function<void()> &onReached) override;
+    Interruption interrupt(const Stop &stop) override;
     bool cut() override { return m_cutter.cut(); }
 
 private:
@@ -34,5 +35,6 @@ private:
     SocketCutter m_cutter;
     std::mutex m_sessionMutex;
     std::optional<NativeSession> m_session; // while connected
+    std::atomic<StatementSort> m_sort = StatementSort::Single;
     NativeResult *m_streaming = nullptr;
 };

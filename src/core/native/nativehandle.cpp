@@ -1,7 +1,7 @@
 #include "core/native/nativehandle.h"
 
 #include "core/native/wirewatch.h"
-#include "core/sessionmark.h"
+#include "core/sessionkill.h"
 #include "core/workercells.h"
 
 #include <QFile>
@@ -97,18 +97,18 @@ QByteArray sessionMark(MYSQL *handle, unsigned long id)
     }
 }
 
-Interruption killQuery(const NativeOptions &options, const NativeSession &session,
-                       const std::function<void()> &onReached)
+Interruption killQuery(const NativeOptions &options, const NativeSession &session, const Stop &stop)
 {
     try {
         NativeOptions without = options;
         without.database.clear();
         const NativeHandle handle = connectNative(without, killTimeouts).handle;
-        onReached();
+        stop.onReached();
         if (session.mark.isEmpty() || sessionMark(handle.get(), session.id) != session.mark)
             return Interruption::NotProven;
-        sendNative(handle.get(), "KILL QUERY " + std::to_string(session.id));
-        return Interruption::Confirmed;
+        return killAndWait(
+            QString::number(session.id), session.sort, stop,
+            [&handle](const QString &statement) { sendNative(handle.get(), statement.toStdString()); });
     } catch (const SqlError &) {
         return Interruption::NotReached;
     }

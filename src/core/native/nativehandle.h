@@ -1,7 +1,7 @@
 #pragma once
 
 #include "core/native/nativeoptions.h"
-#include "core/workerdriver.h"
+#include "core/sessionkill.h"
 
 #include <functional>
 #include <memory>
@@ -38,9 +38,9 @@ QByteArray firstCell(MYSQL *handle, const QString &statement);
 struct NativeSession {
     unsigned long id;
     QByteArray mark;
+    StatementSort sort = StatementSort::Single; // of its latest statement
 };
 QByteArray sessionMark(MYSQL *handle, unsigned long id);
 // Ends the statement that a session runs, over a connection of its own, and calls onReached once that one
 // stands.
-Interruption killQuery(const NativeOptions &options, const NativeSession &session,
-                       const std::function<void()> &onReached);
+Interruption killQuery(const NativeOptions &options, const NativeSession &session, const Stop &stop);

@@ -72,7 +72,7 @@ void NativeResult::giveUpRest()
 {
     if (!m_rows)
         return;
-    if (m_mayBeKilled && m_driver.interrupt([] {}) == Interruption::Confirmed)
+    if (m_mayBeKilled && m_driver.interrupt({[] {}, [](auto) { return true; }}) == Interruption::Confirmed)
         m_driver.settle();
     else
         dropRest();

@@ -5,7 +5,6 @@
 #include "core/odbc/odbcresult.h"
 #include "core/odbc/statementkind.h"
 #include "core/resultlimits.h"
-#include "core/sessionmark.h"
 #include "core/statements.h"
 #include "core/workercells.h"
 
@@ -149,6 +148,7 @@ void OdbcDriver::setSession(const QString &session, const QString &mark)
 std::unique_ptr<DriverResult> OdbcDriver::execute(const QString &statement)
 {
     m_note.clear();
+    m_sort = sortOf(statement);
     const bool isDangerous = StatementKind::mayLeaveRowsUnread(statement);
     const QString database = isDangerous ? defaultDatabase() : QString();
     OdbcStatementHandle handle = sendBounded(statement);
@@ -231,7 +231,7 @@ void OdbcDriver::disconnect()
 
 // Not by SQLCancel: when the statement ends at that moment, Connector/ODBC 3.1.15 closes the cursor under the
 // hands of the thread that reads it; otherwise it does the same as here, without any limit of time.
-Interruption OdbcDriver::interrupt(const std::function<void()> &onReached)
+Interruption OdbcDriver::interrupt(const Stop &stop)
 {
     std::unique_lock lock(m_sessionMutex);
     const QString session = m_session, expected = m_mark;
@@ -242,12 +242,13 @@ Interruption OdbcDriver::interrupt(const std::function<void()> &onReached)
         const OdbcEnvironment environment = OdbcEnvironment::make();
         const OdbcConnectionHandle second =
             connectOdbc(environment, m_connectionString, m_tls, killLimit).handle;
-        onReached();
+        stop.onReached();
         if (expected.isEmpty() || firstCell(second, sessionMarkQuestion(m_server, session)) != expected)
             return Interruption::NotProven;
-        sendOdbc(second, QStringLiteral("kill query ") + session);
+        const Interruption interruption = killAndWait(
+            session, m_sort, stop, [&](const QString &statement) { sendOdbc(second, statement); });
         SQLDisconnect(second.get());
-        return Interruption::Confirmed;
+        return interruption;
     } catch (const SqlError &) {
         return Interruption::NotReached;
     }

@@ -2,11 +2,13 @@
 
 #include "core/native/socketcutter.h"
 #include "core/odbc/odbchandle.h"
+#include "core/sessionkill.h"
 #include "core/tlsoptions.h"
 #include "core/workerdriver.h"
 
 #include <QStringList>
 
+#include <atomic>
 #include <mutex>
 
 class OdbcResult;
@@ -24,7 +26,7 @@ public:
     QString note() const override { return m_note; }
     void settle() override;
     void disconnect() override;
-    Interruption interrupt(const std::function<void()> &onReached) override;
+    Interruption interrupt(const Stop &stop) override;
     // False for a driver with a client library of its own: nothing wakes a thread that waits inside it.
     bool cut() override { return m_cutter.cut(); }
 
@@ -49,6 +51,7 @@ private:
     std::mutex m_sessionMutex;
     QString m_session, m_mark; // the number, and what tells it from others; empty while there is none
     ServerInfo m_server;
+    std::atomic<StatementSort> m_sort = StatementSort::Single;
     std::vector<OdbcResult *> m_results; // those that still need the connection
     QString m_note;
 };
