@@ -42,7 +42,12 @@ void addBinaryCell(RowBlock &block, std::string_view bytes)
     if (isReadableText(bytes) && !isHexLiteral(bytes))
         block.addCell(bytes);
     else
-        block.addCell(hexDigits(bytes));
+        addHexCell(block, bytes);
+}
+
+void addHexCell(RowBlock &block, std::string_view bytes)
+{
+    block.addCell(hexDigits(bytes));
 }
 
 ServerInfo serverInfo(const QString &version)

@@ -56,22 +56,8 @@ std::unique_ptr<DriverResult> NativeDriver::execute(const QString &statement)
     }
     if (mysql_field_count(m_handle.get()) != 0)
         throw nativeError(m_handle.get());
-    finishResults();
+    dropFurtherResults(m_handle.get());
     return nullptr;
-}
-
-void NativeDriver::finishResults()
-{
-    MYSQL *handle = m_handle.get();
-    while (mysql_more_results(handle)) {
-        if (mysql_next_result(handle) > 0)
-            throw nativeError(handle);
-        const NativeRows rows(mysql_use_result(handle));
-        while (rows && mysql_fetch_row(rows.get())) {
-        }
-        if (mysql_errno(handle) != 0)
-            throw nativeError(handle);
-    }
 }
 
 void NativeDriver::settle()

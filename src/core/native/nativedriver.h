@@ -28,7 +28,6 @@ public:
 private:
     friend class NativeResult;
     void setSession(std::optional<NativeSession> session);
-    void finishResults(); // reads and drops what follows the first result of a statement
 
     const NativeOptions m_options;
     NativeHandle m_handle;

@@ -77,6 +77,19 @@ void sendNative(MYSQL *handle, std::string_view statement)
         throw nativeError(handle);
 }
 
+void dropFurtherResults(MYSQL *handle)
+{
+    while (mysql_more_results(handle)) {
+        if (mysql_next_result(handle) > 0)
+            throw nativeError(handle);
+        const NativeRows rows(mysql_use_result(handle));
+        while (rows && mysql_fetch_row(rows.get())) {
+        }
+        if (mysql_errno(handle) != 0)
+            throw nativeError(handle);
+    }
+}
+
 QByteArray firstCell(MYSQL *handle, const QString &statement)
 {
     sendNative(handle, statement.toStdString());

@@ -31,6 +31,8 @@ struct NativeConnection {
 NativeConnection connectNative(const NativeOptions &options, const NativeTimeouts &timeouts);
 // Sends a statement; throws SqlError.
 void sendNative(MYSQL *handle, std::string_view statement);
+// Reads and drops what follows the first result of a statement; throws SqlError.
+void dropFurtherResults(MYSQL *handle);
 // The first cell of a statement's rows; empty when there are none. Throws SqlError.
 QByteArray firstCell(MYSQL *handle, const QString &statement);
 

@@ -1,7 +1,5 @@
 #include "core/native/nativeresult.h"
 
-#include "core/workercells.h"
-
 #include <chrono>
 
 namespace {
@@ -11,56 +9,15 @@ using Clock = std::chrono::steady_clock;
 // Rows that come slowly are handed over after this time, whatever the size of the block.
 constexpr std::chrono::milliseconds handOver{20};
 
-// The library's number for the character set of bytes that are no text.
-constexpr unsigned binaryCharset = 63;
-
-FieldKind kindOf(const MYSQL_FIELD &field)
-{
-    switch (field.type) {
-    case MYSQL_TYPE_DECIMAL:
-    case MYSQL_TYPE_NEWDECIMAL:
-    case MYSQL_TYPE_TINY:
-    case MYSQL_TYPE_SHORT:
-    case MYSQL_TYPE_INT24:
-    case MYSQL_TYPE_LONG:
-    case MYSQL_TYPE_LONGLONG:
-    case MYSQL_TYPE_FLOAT:
-    case MYSQL_TYPE_DOUBLE:
-    case MYSQL_TYPE_YEAR:
-        return FieldKind::Number;
-    case MYSQL_TYPE_BIT:
-    case MYSQL_TYPE_GEOMETRY:
-        return FieldKind::Binary;
-    case MYSQL_TYPE_STRING:
-    case MYSQL_TYPE_VAR_STRING:
-    case MYSQL_TYPE_VARCHAR:
-    case MYSQL_TYPE_TINY_BLOB:
-    case MYSQL_TYPE_BLOB:
-    case MYSQL_TYPE_MEDIUM_BLOB:
-    case MYSQL_TYPE_LONG_BLOB:
-        return field.charsetnr == binaryCharset ? FieldKind::Binary : FieldKind::Text;
-    default:
-        return FieldKind::Text;
-    }
-}
-
-std::vector<Field> fieldsOf(MYSQL_RES *rows)
-{
-    std::vector<Field> fields;
-    const MYSQL_FIELD *columns = mysql_fetch_fields(rows);
-    for (unsigned i = 0; i < mysql_num_fields(rows); ++i)
-        fields.push_back({QString::fromUtf8(columns[i].name, columns[i].name_length), kindOf(columns[i])});
-    return fields;
-}
-
 } // namespace
 
 NativeResult::NativeResult(NativeDriver &driver, NativeRows rows, bool mayBeKilled)
     : m_driver(driver)
     , m_rows(std::move(rows))
+    , m_columns(m_rows.get())
     , m_mayBeKilled(mayBeKilled)
 {
-    m_fields = fieldsOf(m_rows.get());
+    m_fields = m_columns.fields();
 }
 
 NativeResult::~NativeResult()
@@ -95,24 +52,10 @@ bool NativeResult::fill(RowBlock &block)
             endStream();
             return false;
         }
-        addRow(block, values);
+        m_columns.addRow(block, m_rows.get(), values);
         const bool looksAtClock = row < 64 || row % 64 == 0;
         if (block.byteCount() >= blockBytes || (looksAtClock && Clock::now() >= latest))
             return true;
-    }
-}
-
-void NativeResult::addRow(RowBlock &block, const char *const *values) const
-{
-    const unsigned long *lengths = mysql_fetch_lengths(m_rows.get());
-    block.beginRow();
-    for (std::size_t i = 0; i < m_fields.size(); ++i) {
-        if (!values[i])
-            block.addNull();
-        else if (m_fields[i].kind == FieldKind::Binary)
-            addBinaryCell(block, {values[i], lengths[i]});
-        else
-            block.addCell({values[i], lengths[i]});
     }
 }
 
@@ -125,7 +68,7 @@ void NativeResult::endStream()
     m_driver.m_streaming = nullptr;
     if (hasFailed)
         throw SqlError(error);
-    m_driver.finishResults();
+    dropFurtherResults(handle);
 }
 
 void NativeResult::dropRest()

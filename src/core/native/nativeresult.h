@@ -2,6 +2,7 @@
 
 #include "core/keepingresult.h"
 #include "core/native/nativedriver.h"
+#include "core/native/nativerows.h"
 
 // Rows that come from the server as they are asked for.
 class NativeResult : public KeepingResult {
@@ -21,10 +22,10 @@ protected:
     void giveUpRest() override;
 
 private:
-    void addRow(RowBlock &block, const char *const *values) const;
     void endStream();
 
     NativeDriver &m_driver;
     NativeRows m_rows; // null once all have come
+    const NativeColumns m_columns;
     const bool m_mayBeKilled;
 };

@@ -17,6 +17,20 @@ SqlError noHandle()
                     QStringLiteral("HY001"));
 }
 
+bool hasUnknownType(const OdbcStatementHandle &prepared)
+{
+    SQLSMALLINT columns = 0;
+    SQLNumResultCols(prepared.get(), &columns);
+    for (SQLSMALLINT column = 1; column <= columns; ++column) {
+        SQLLEN type = 0;
+        if (SQL_SUCCEEDED(SQLColAttributeW(prepared.get(), static_cast<SQLUSMALLINT>(column),
+                                           SQL_DESC_CONCISE_TYPE, nullptr, 0, nullptr, &type)) &&
+            type == SQL_UNKNOWN_TYPE)
+            return true;
+    }
+    return false;
+}
+
 // Connector/ODBC 3.1.15 takes no notice of SQL_ATTR_LOGIN_TIMEOUT and waits 110 seconds for a silent server.
 // MySQL's own driver has words of its own for what is demanded of TLS; each passes over the other's.
 QString completed(const QString &text, const TlsOptions &tls, std::chrono::seconds limit)
@@ -55,7 +69,8 @@ OdbcConnection connectOdbc(const OdbcEnvironment &environment, const QString &co
     });
 }
 
-OdbcStatementHandle sendOdbc(const OdbcConnectionHandle &connection, const QString &given)
+OdbcStatementHandle sendOdbc(const OdbcConnectionHandle &connection, const QString &given,
+                             bool sparesUnknownTypes)
 {
     const QString statement = StatementKind::needsComment(given) ? QStringLiteral("/**/") + given : given;
     if (!connection)
@@ -75,6 +90,8 @@ OdbcStatementHandle sendOdbc(const OdbcConnectionHandle &connection, const QStri
         // The driver would prepare it itself; but its SQLExecDirect ends the process when the connection
         // breaks between the answers to that (Connector/ODBC 3.1.15).
         result = SQLPrepareW(handle.get(), wide(statement), length);
+        if (SQL_SUCCEEDED(result) && sparesUnknownTypes && hasUnknownType(handle))
+            return {};
         if (SQL_SUCCEEDED(result))
             result = SQLExecute(handle.get());
     } else {

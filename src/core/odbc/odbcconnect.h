@@ -16,5 +16,7 @@ struct OdbcConnection {
 // Connects by a complete connection string. Throws SqlError.
 OdbcConnection connectOdbc(const OdbcEnvironment &environment, const QString &connectionString,
                            const TlsOptions &tls, std::chrono::seconds limit);
-// Runs one statement on a new statement handle. Throws SqlError.
-OdbcStatementHandle sendOdbc(const OdbcConnectionHandle &connection, const QString &statement);
+// Runs one statement on a new statement handle. Throws SqlError. With sparesUnknownTypes, a statement whose
+// result has a column of a type that the driver does not know is not run: the handle is null.
+OdbcStatementHandle sendOdbc(const OdbcConnectionHandle &connection, const QString &statement,
+                             bool sparesUnknownTypes = false);

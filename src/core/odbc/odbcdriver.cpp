@@ -3,6 +3,7 @@
 #include "core/connectionstring.h"
 #include "core/odbc/odbcconnect.h"
 #include "core/odbc/odbcresult.h"
+#include "core/odbc/odbctext.h"
 #include "core/odbc/statementkind.h"
 #include "core/resultlimits.h"
 #include "core/statements.h"
@@ -49,9 +50,10 @@ QString inUtf8(const QString &connectionString)
 
 } // namespace
 
-OdbcDriver::OdbcDriver(const QString &connectionString)
+OdbcDriver::OdbcDriver(const QString &connectionString, Library library)
     : m_connectionString(inUtf8(connectionString))
     , m_tls(TlsOptions::of(ConnectionString(connectionString)))
+    , m_mayUseLibrary(library == Library::IfShared)
     , m_environment(OdbcEnvironment::make())
 {
 }
@@ -71,6 +73,7 @@ void OdbcDriver::open()
     m_connection = std::move(opened.handle);
     if (opened.library)
         m_cutter.watch(mysql_get_socket(opened.library));
+    m_library = m_mayUseLibrary ? opened.library : nullptr;
     m_encryption = opened.library ? opened.encryption : saidEncryption();
     const QStringList row =
         firstRow(QStringLiteral("select connection_id(), version(), @@character_set_client"));
@@ -149,9 +152,38 @@ std::unique_ptr<DriverResult> OdbcDriver::execute(const QString &statement)
 {
     m_note.clear();
     m_sort = sortOf(statement);
-    const bool isDangerous = StatementKind::mayLeaveRowsUnread(statement);
+    const AnswerWatch watch(mostResultBytes());
+    try {
+        const bool isDangerous = StatementKind::mayLeaveRowsUnread(statement);
+        if (m_library && (isDangerous || StatementKind::readsDiagnostics(statement)))
+            return executeAsText(m_library, statement);
+        return executeByDriver(statement, isDangerous);
+    } catch (const SqlError &error) {
+        if (!watch.isTooLarge())
+            throw;
+        throw SqlError(resultTooLarge().description(), error.number(), error.state());
+    }
+}
+
+std::unique_ptr<DriverResult> OdbcDriver::executeByDriver(const QString &statement, bool isDangerous)
+{
     const QString database = isDangerous ? defaultDatabase() : QString();
-    OdbcStatementHandle handle = sendBounded(statement);
+    OdbcStatementHandle handle;
+    try {
+        handle = sendOdbc(m_connection, statement, m_library && mayHaveVectors());
+    } catch (const SqlError &error) {
+        constexpr int notPrepared = 1295;
+        if (error.number() != notPrepared)
+            throw;
+        if (m_library)
+            return executeAsText(m_library, statement);
+        throw SqlError(
+            error.description() +
+                QStringLiteral("\r\nこの文はODBCドライバーでは実行できません。内蔵の接続を使って下さい。"),
+            error.number(), error.state());
+    }
+    if (!handle)
+        return executeAsText(m_library, statement);
     SQLSMALLINT columns = 0;
     if (!SQL_SUCCEEDED(SQLNumResultCols(handle.get(), &columns)))
         throw odbcError(SQL_HANDLE_STMT, handle.get());
@@ -171,17 +203,10 @@ std::unique_ptr<DriverResult> OdbcDriver::execute(const QString &statement)
     return nullptr;
 }
 
-// The driver takes in all rows before it gives the first.
-OdbcStatementHandle OdbcDriver::sendBounded(const QString &statement)
+// Since MySQL 9; MariaDB's come as bytes.
+bool OdbcDriver::mayHaveVectors() const
 {
-    const AnswerWatch watch(mostResultBytes());
-    try {
-        return sendOdbc(m_connection, statement);
-    } catch (const SqlError &error) {
-        if (!watch.isTooLarge())
-            throw;
-        throw SqlError(resultTooLarge().description(), error.number(), error.state());
-    }
+    return !m_server.isMariaDb && m_server.number >= 90000;
 }
 
 void OdbcDriver::reopen(const QString &database)
@@ -227,6 +252,7 @@ void OdbcDriver::disconnect()
         SQLDisconnect(m_connection.get());
     m_connection = OdbcConnectionHandle();
     m_cutter.release();
+    m_library = nullptr;
 }
 
 // Not by SQLCancel: when the statement ends at that moment, Connector/ODBC 3.1.15 closes the cursor under the

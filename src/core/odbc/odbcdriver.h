@@ -10,15 +10,19 @@
 
 #include <atomic>
 #include <mutex>
+#include <mysql.h>
 
 class OdbcResult;
 
 // A connection through the ODBC driver manager. Connector/ODBC loses the connection to statements of unknown
-// kinds (see StatementKind): after those it is closed and opened again with the same default database; user
-// variables, temporary tables and locks of the session are lost then.
+// kinds (see StatementKind): those go past it where its client library is ours, too. Elsewhere the connection
+// is closed and opened again after them with the same default database; user variables, temporary tables and
+// locks of the session are lost then.
 class OdbcDriver : public Driver {
 public:
-    explicit OdbcDriver(const QString &connectionString);
+    // Never: as for a driver that brings a client library of its own.
+    enum class Library { IfShared, Never };
+    explicit OdbcDriver(const QString &connectionString, Library library = Library::IfShared);
     ~OdbcDriver() override;
 
     Opened connect() override;
@@ -38,14 +42,17 @@ private:
     void speakUtf8();
     QStringList firstRow(const QString &statement);
     QString mark(const QString &session);
-    OdbcStatementHandle sendBounded(const QString &statement);
+    std::unique_ptr<DriverResult> executeByDriver(const QString &statement, bool isDangerous);
+    bool mayHaveVectors() const;
     void reopen(const QString &database);
     QString defaultDatabase();
 
     const QString m_connectionString;
     const TlsOptions m_tls;
+    const bool m_mayUseLibrary;
     OdbcEnvironment m_environment;
     OdbcConnectionHandle m_connection;
+    MYSQL *m_library = nullptr; // the driver's, for what the driver cannot; see executeAsText()
     Encryption m_encryption;
     SocketCutter m_cutter;
     std::mutex m_sessionMutex;

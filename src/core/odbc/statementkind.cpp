@@ -44,7 +44,7 @@ bool isSound(const QString &word)
                                                     "checksum call insert replace update delete set use "
                                                     "grant revoke flush create drop truncate rename lock "
                                                     "unlock handler kill begin start commit rollback "
-                                                    "savepoint release do prepare execute deallocate reset "
+                                                    "savepoint release do prepare deallocate reset "
                                                     "purge change stop install uninstall signal "
                                                     "resignal get if case while loop repeat for declare")
                                          .split(u' ');
@@ -94,6 +94,15 @@ bool StatementKind::mayLeaveRowsUnread(const QString &statement)
     if (word == u"begin") // "begin select 1; end" where sql_mode is ORACLE
         return !QStringList{QString(), "work", "not"}.contains(firstWords(statement).value(1));
     return !word.isEmpty() && !isSound(word);
+}
+
+bool StatementKind::readsDiagnostics(const QString &statement)
+{
+    if (firstWord(statement) != u"show")
+        return false;
+    const QStringList words = firstWords(statement).mid(1, 2); // "show warnings", "show count(*) errors"
+    const auto isOne = [](const QString &word) { return word == u"warnings" || word == u"errors"; };
+    return isOne(words.value(0)) || (words.value(0) == u"count" && isOne(words.value(1)));
 }
 
 bool StatementKind::isPrepared(const QString &statement)

@@ -11,6 +11,10 @@ namespace StatementKind {
 // process with a segmentation fault.
 bool mayLeaveRowsUnread(const QString &statement);
 
+// SHOW WARNINGS and its like: an attempt to prepare one that the server refuses (MySQL 9 does) would be all
+// that it tells of.
+bool readsDiagnostics(const QString &statement);
+
 // A statement that Connector/ODBC sends through the prepared protocol.
 bool isPrepared(const QString &statement);
 
