@@ -13,7 +13,7 @@
 #include "maintenance/batchcommands.h"
 #include "maintenance/ddlcommands.h"
 #include "maintenance/frmRestore.h"
-#include "users/frmuseradd.h"
+#include "users/frmUserAdd.h"
 
 #include <QApplication>
 #include <QFocusEvent>

@@ -1,11 +1,10 @@
 #include "users/accountcommands.h"
 
-#include "core/lostanswer.h"
 #include "core/statements.h"
-#include "users/accountchanges.h"
-#include "users/accountremains.h"
-#include "users/grantreports.h"
-#include "users/hiddenprivileges.h"
+#include "users/accountserver.h"
+#include "users/rightschange.h"
+
+#include <array>
 
 namespace {
 
@@ -21,7 +20,7 @@ enum class Added { Nothing, Account, DatabaseGrant, TableGrant };
 
 void add(Session &session, const AccountForm &form, const GlobalGrant &grant, Added &step)
 {
-    sendGlobalGrant(session, grant, PasswordStatement::CreateUser);
+    sendGlobalGrant(session, grant);
     step = Added::Account;
     if (form.addDatabase != noDatabase()) {
         const QString list = requiredPrivilegeList(databasePrivileges(), form.database);
@@ -35,8 +34,16 @@ void add(Session &session, const AccountForm &form, const GlobalGrant &grant, Ad
     }
 }
 
-// How far a change came.
-enum class Changed { Nothing, GrantOptionRevoked, AllRevoked, Granted };
+// Hosts differ by case in no server.
+bool isListed(const AccountForm &form, const Account &account)
+{
+    for (const QString &item : form.accounts) {
+        if (item.section(u'\t', 1) == account.user &&
+            item.section(u'\t', 0, 0).compare(account.host, Qt::CaseInsensitive) == 0)
+            return true;
+    }
+    return false;
+}
 
 // The password that was typed over the placeholder; empty: none was.
 QString newPassword(const AccountForm &form)
@@ -44,119 +51,149 @@ QString newPassword(const AccountForm &form)
     return form.password == form.passwordTag ? QString() : trimmedBlanks(form.password);
 }
 
-// Who loses the GRANT box may not keep it on the rights that no box shows.
-HiddenPrivileges keptRights(const AccountForm &form, const HiddenPrivileges &hidden)
+// MySQL 8's dynamic rights have a GRANT OPTION each; all others share that of the box.
+bool isDynamic(const QString &right)
 {
-    const bool losesGrant = form.globalBefore[globalGrantBox] && !form.global[globalGrantBox];
-    return losesGrant ? hidden.withoutGrantOption() : hidden;
+    return right.contains(u'_');
 }
 
-void change(Session &session, const AccountForm &form, const HiddenPrivileges &hidden, Changed &step)
+WantedRights wantedRights(const AccountForm &form, const Rights &before)
 {
-    sendAndFlush(session, revokeGrantOption(everything, form.account));
-    step = Changed::GrantOptionRevoked;
-    sendAndFlush(session, revokeAll(everything, form.account));
-    step = Changed::AllRevoked;
-    const GlobalGrant grant{form.account, privilegeList(globalPrivileges(), form.global),
-                            grantSuffix(form.global), newPassword(form)};
-    sendGlobalGrant(session, grant, PasswordStatement::AlterUser);
-    step = Changed::Granted;
-    grantBack(session, form.account, keptRights(form, hidden));
-}
-
-// How far a change came at the most when the answer to its last statement was lost.
-Changed oneFurther(Changed step)
-{
-    switch (step) {
-    case Changed::Nothing:
-        return Changed::GrantOptionRevoked;
-    case Changed::GrantOptionRevoked:
-    case Changed::AllRevoked: // put back as it was, also where the new rights were granted
-        return Changed::AllRevoked;
-    case Changed::Granted:
-        break;
+    const QStringList shown = shownRights(globalPrivileges());
+    const bool isGrantable = form.global[globalGrantBox];
+    // Who loses the box may not keep it on the rights that no box shows.
+    const bool losesGrant = form.globalBefore[globalGrantBox] && !isGrantable;
+    WantedRights wanted;
+    for (const QString &right : before.names) {
+        if (shown.contains(right) || right == u"USAGE")
+            continue;
+        wanted.kept.names << right;
+        if (isDynamic(right) ? before.grantable.contains(right) && !losesGrant : isGrantable)
+            wanted.kept.grantable << right;
     }
-    return Changed::Granted;
+    const QStringList checked = checkedRights(globalPrivileges(), form.global);
+    wanted.all = {wanted.kept.names + checked, wanted.kept.grantable};
+    if (isGrantable)
+        wanted.all.grantable << checked;
+    if (isGrantable && wanted.all.names.isEmpty())
+        wanted.all.names = wanted.all.grantable = QStringList{QStringLiteral("USAGE")};
+    return wanted;
 }
 
-// Puts the global privileges back as they were when the account was selected.
-void restore(Session &session, const AccountForm &form, const HiddenPrivileges &hidden, Changed step)
-{
-    if (step == Changed::Nothing || step == Changed::Granted)
-        return;
-    if (step == Changed::AllRevoked)
-        sendAndFlush(session, revokeAll(everything, form.account));
-    const QString list = privilegeList(globalPrivileges(), form.globalBefore);
-    sendAndFlush(session, grantGlobally(list, form.account, {}, grantSuffix(form.globalBefore)));
-    grantBack(session, form.account, hidden);
-}
+// How far a change came.
+enum class Changed { Nothing, GrantOptionRevoked, AllRevoked, Granted };
 
-struct Failure {
-    Changed step;
-    bool isAnswerLost;
-};
+// REVOKE and GRANT of all global rights, as prescribed, where REVOKE ALL takes no more than these; else by
+// name.
+class GlobalChange {
+public:
+    GlobalChange(Session &session, const AccountForm &form)
+        : m_session(session)
+        , m_form(form)
+        , m_isByName(revokesByName(session))
+    {
+    }
 
-void recover(Session &session, Dialogue &dialogue, const AccountForm &form, const HiddenPrivileges &hidden,
-             const Failure &failure)
-{
-    const Undoing undoing(session);
-    try {
-        if (failure.isAnswerLost) {
-            reconnect(session);
-            restore(session, form, hidden, oneFurther(failure.step));
-            if (failure.step == Changed::Granted)
-                grantBack(session, form.account, keptRights(form, hidden));
-        } else {
-            restore(session, form, hidden, failure.step);
+    void take(const AccountState &before)
+    {
+        if (m_isByName)
+            return takeByName(before.rights);
+        sendAndFlush(m_session, revokeGrantOption(everything, m_form.account));
+        m_step = Changed::GrantOptionRevoked;
+        sendAndFlush(m_session, revokeAll(everything, m_form.account));
+        m_step = Changed::AllRevoked;
+    }
+
+    void grant(const AccountState &before)
+    {
+        Checks checks = m_form.global;
+        // MySQL takes the exceptions (partial revokes) of every right that is granted globally once more.
+        if (m_isByName && hasExceptions(before))
+            uncheck(checks, before.rights.names);
+        sendGlobalGrant(m_session, {m_form.account, privilegeList(globalPrivileges(), checks),
+                                    grantSuffix(m_form.global), newPassword(m_form), false});
+    }
+
+    // As the rights were when the account was selected. In doubt, all may be revoked or granted.
+    void putBack(bool isInDoubt)
+    {
+        if (m_isByName || (m_step == Changed::Nothing && !isInDoubt))
+            return;
+        if (m_step == Changed::AllRevoked || isInDoubt)
+            sendAndFlush(m_session, revokeAll(everything, m_form.account));
+        const QString list = privilegeList(globalPrivileges(), m_form.globalBefore);
+        sendAndFlush(m_session, grantGlobally(list, m_form.account, {}, grantSuffix(m_form.globalBefore)));
+    }
+
+private:
+    void takeByName(const Rights &before)
+    {
+        const QStringList checked = checkedRights(globalPrivileges(), m_form.global);
+        QStringList names;
+        for (const QString &right : shownRights(globalPrivileges())) {
+            if (before.names.contains(right) && !checked.contains(right))
+                names << right;
         }
-    } catch (const SqlError &second) {
-        dialogue.refuse(second.description());
+        if (m_form.globalBefore[globalGrantBox] && !m_form.global[globalGrantBox])
+            names << QStringLiteral("GRANT OPTION");
+        takeRights(m_session, m_form.account, {}, names);
     }
-    const bool isGranted = failure.step == Changed::Granted;
-    tellLostRights(dialogue, form.account, isGranted ? keptRights(form, hidden).withoutShown() : hidden,
-                   [&] { return readHiddenGlobal(session, form.account); });
-}
 
-void removeAccount(Session &session, const AccountForm &form)
-{
-    for (const QString &item : form.tables) {
-        const QStringList pieces = item.split(u'\t');
-        sendAndFlush(session, deleteTableRow(form.account, pieces.value(0), pieces.value(1)));
+    static bool hasExceptions(const AccountState &before)
+    {
+        for (const QString &line : before.otherGrants) {
+            if (line.startsWith(u"REVOKE "))
+                return true;
+        }
+        return false;
     }
-    for (const QString &database : form.databases)
-        sendAndFlush(session, deleteDatabaseRow(form.account, database));
-    sendAndFlush(session, revokeAll(everything, form.account));
-    sendAndFlush(session, deleteAccountRow(form.account));
-    removeRemains(session, form.account);
-}
+
+    static void uncheck(Checks &checks, const QStringList &held)
+    {
+        for (std::size_t i = 0; i < checks.size(); ++i) {
+            const QStringList right = checkedRights(globalPrivileges().subspan(i, 1), {true});
+            if (!right.isEmpty() && held.contains(right.first()))
+                checks[i] = false;
+        }
+    }
+
+    Session &m_session;
+    const AccountForm &m_form;
+    const bool m_isByName;
+    Changed m_step = Changed::Nothing;
+};
 
 } // namespace
 
-Refresh addAccount(Session &session, Dialogue &dialogue, const AccountForm &form)
+AccountOutcome addAccount(AccountContext &context)
 {
+    const AccountForm &form = context.form;
+    Dialogue &dialogue = context.dialogue;
     const Account account{trimmedBlanks(form.host), trimmedBlanks(form.user)};
     const QString password = trimmedBlanks(form.password);
     if (account.user.isEmpty()) {
         dialogue.refuse(QStringLiteral("ﾕｰｻﾞｰ名を入力して下さい。"));
-        return Refresh::Nothing;
+        return {};
     }
     if (password.isEmpty()) {
         dialogue.refuse(QStringLiteral("ﾊﾟｽﾜｰﾄﾞを入力して下さい。"));
-        return Refresh::Nothing;
+        return {};
     }
     if (!dialogue.confirm(QStringLiteral("ﾕｰｻﾞｰを追加します。"), Icon::Information))
-        return Refresh::Nothing;
+        return {};
     // The server would change it without a word.
-    if (form.accounts.contains(account.host + u'\t' + account.user) &&
+    const bool isNew = !isListed(form, account);
+    if (!isNew &&
         !dialogue.confirm(QStringLiteral("ﾕｰｻﾞｰは既に存在します。ﾊﾟｽﾜｰﾄﾞが変更され、権限が追加されます。"),
                           Icon::Critical))
-        return Refresh::Nothing;
+        return {};
 
     Added step = Added::Nothing;
     try {
         const BusyPointer busy(dialogue);
-        add(session, form,
-            {account, privilegeList(globalPrivileges(), form.global), grantSuffix(form.global), password},
+        add(context.session, form,
+            {account, privilegeList(globalPrivileges(), form.global), grantSuffix(form.global), password,
+             isNew},
             step);
     } catch (const SqlError &error) {
         dialogue.refuse(error.description());
@@ -164,36 +201,41 @@ Refresh addAccount(Session &session, Dialogue &dialogue, const AccountForm &form
             dialogue.inform(QStringLiteral("ﾕｰｻﾞｰ作成までは成功しています。"));
         else if (step == Added::DatabaseGrant)
             dialogue.inform(QStringLiteral("DB権限作成までは成功しています。"));
-        return Refresh::Lists;
+        return {Refresh::Lists};
     }
     dialogue.inform(QStringLiteral("追加しました。"));
-    return Refresh::Lists;
+    return {Refresh::Lists};
 }
 
-Refresh changeAccount(Session &session, Dialogue &dialogue, const AccountForm &form)
+AccountOutcome changeAccount(AccountContext &context)
 {
-    if (!dialogue.confirm(QStringLiteral("ﾕｰｻﾞｰ権限を変更します。"), Icon::Information))
-        return Refresh::Nothing;
-    Changed step = Changed::Nothing;
-    HiddenPrivileges hidden;
-    try {
-        const BusyPointer busy(dialogue);
-        hidden = readHiddenGlobal(session, form.account);
-        change(session, form, hidden, step);
-    } catch (const SqlError &error) {
-        dialogue.refuse(error.description());
-        recover(session, dialogue, form, hidden, {step, doubtAfter(session, error) != Doubt::None});
-        return Refresh::Nothing;
-    }
-    dialogue.inform(QStringLiteral("変更しました。"));
-    return Refresh::Lists;
+    const AccountForm &form = context.form;
+    if (!context.dialogue.confirm(QStringLiteral("ﾕｰｻﾞｰ権限を変更します。"), Icon::Information))
+        return {};
+    GlobalChange global(context.session, form);
+    RightsChange change;
+    change.granted = checkedRights(globalPrivileges(), form.global);
+    change.wanted = [&](const Rights &before) { return wantedRights(form, before); };
+    change.take = [&](const AccountState &before) { global.take(before); };
+    change.grant = [&](const AccountState &before) { global.grant(before); };
+    change.putBack = [&](bool isInDoubt) { global.putBack(isInDoubt); };
+    change.isAllPutBack = true;
+    change.isPasswordNew = !newPassword(form).isEmpty();
+    return {changeRights(context, change) ? Refresh::Lists : Refresh::Nothing};
 }
 
-Refresh deleteAccount(Session &session, Dialogue &dialogue, const AccountForm &form)
+std::span<const AccountCommand> accountCommands()
 {
-    if (!dialogue.confirm(QStringLiteral("ﾕｰｻﾞｰを削除します。"), Icon::Critical))
-        return Refresh::Nothing;
-    const bool isDeleted =
-        report(dialogue, QStringLiteral("削除しました。"), [&] { removeAccount(session, form); });
-    return isDeleted ? Refresh::Lists : Refresh::Nothing;
+    static constexpr std::array<AccountCommand, 9> commands{{
+        {"cmdOk", addAccount},
+        {"cmdGrantEdit", changeAccount},
+        {"cmdDelete", deleteAccount},
+        {"cmdDbGrantAdd", addDatabaseGrant},
+        {"cmdDbGrantEdit", changeDatabaseGrant},
+        {"cmdDbGrantDel", deleteDatabaseGrant},
+        {"cmdTableGrantAdd", addTableGrant},
+        {"cmdTableGrantEdit", changeTableGrant},
+        {"cmdTableGrantDel", deleteTableGrant},
+    }};
+    return commands;
 }

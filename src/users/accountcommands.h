@@ -1,9 +1,19 @@
 #pragma once
 
-#include "core/dialogue.h"
-#include "core/session.h"
 #include "users/accountform.h"
 
-Refresh addAccount(Session &session, Dialogue &dialogue, const AccountForm &form);    // cmdOk
-Refresh changeAccount(Session &session, Dialogue &dialogue, const AccountForm &form); // cmdGrantEdit
-Refresh deleteAccount(Session &session, Dialogue &dialogue, const AccountForm &form); // cmdDelete
+#include <span>
+
+AccountOutcome addAccount(AccountContext &context);    // cmdOk
+AccountOutcome changeAccount(AccountContext &context); // cmdGrantEdit
+AccountOutcome deleteAccount(AccountContext &context); // cmdDelete
+
+AccountOutcome addDatabaseGrant(AccountContext &context);    // cmdDbGrantAdd
+AccountOutcome changeDatabaseGrant(AccountContext &context); // cmdDbGrantEdit
+AccountOutcome deleteDatabaseGrant(AccountContext &context); // cmdDbGrantDel
+
+AccountOutcome addTableGrant(AccountContext &context);    // cmdTableGrantAdd
+AccountOutcome changeTableGrant(AccountContext &context); // cmdTableGrantEdit
+AccountOutcome deleteTableGrant(AccountContext &context); // cmdTableGrantDel
+
+std::span<const AccountCommand> accountCommands();

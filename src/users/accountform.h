@@ -1,5 +1,7 @@
 #pragma once
 
+#include "core/dialogue.h"
+#include "core/session.h"
 #include "users/accountstatements.h"
 #include "users/privileges.h"
 
@@ -29,9 +31,27 @@ struct AccountForm {
     QString addTableDatabase, addTable;     // cboAddDB (or noDatabase()), lstAddTable
 };
 
+struct AccountContext {
+    Session &session;
+    const AccountForm &form;
+    Dialogue &dialogue;
+};
+
 // What the window reads again after a command.
 enum class Refresh {
     Nothing,
     Lists,  // sInit: back to the new account
     Account // lstUser_Click: the same account
+};
+
+struct AccountOutcome {
+    Refresh refresh = Refresh::Nothing;
+    QString database = {}; // to be chosen in lstDB
+    QString table = {};    // to be chosen in lstTable: "database\ttable"
+};
+
+// One row of the window's table of commands: the button's object name and what its click does.
+struct AccountCommand {
+    const char *control;
+    AccountOutcome (*run)(AccountContext &context);
 };

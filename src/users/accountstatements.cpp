@@ -109,6 +109,32 @@ QString alterAccount(const Account &account, const QString &clause)
     return QStringLiteral("ALTER USER ") + accountName(account) + clause;
 }
 
+QString dropAccount(const Account &account)
+{
+    return QStringLiteral("DROP USER ") + accountName(account);
+}
+
+QString dropAccountIfExists(const Account &account)
+{
+    return QStringLiteral("DROP USER IF EXISTS ") + accountName(account);
+}
+
+QString showGrants(const Account &account)
+{
+    return QStringLiteral("show grants for ") + accountName(account);
+}
+
+QString showCreateUser(const Account &account)
+{
+    return QStringLiteral("show create user ") + accountName(account);
+}
+
+QString revokeRights(const QStringList &rights, const QString &where, const Account &account)
+{
+    return QStringLiteral("REVOKE ") + rights.join(QStringLiteral(", ")) + QStringLiteral(" ON ") + where +
+           QStringLiteral(" FROM ") + accountName(account);
+}
+
 QString databaseScope(const QString &database)
 {
     if (database == u"*") // bare, it is all databases

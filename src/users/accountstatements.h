@@ -1,6 +1,7 @@
 #pragma once
 
 #include <QString>
+#include <QStringList>
 
 // The server's accounts are pairs of host and user.
 struct Account {
@@ -33,11 +34,20 @@ QString grantOnTable(const QString &list, const QString &database, const QString
 QString createAccount(const Account &account, const QString &clause);
 QString alterAccount(const Account &account, const QString &clause);
 
+QString dropAccount(const Account &account);
+// For every node of a cluster, whether the account is still there or not.
+QString dropAccountIfExists(const Account &account);
+QString showGrants(const Account &account);
+QString showCreateUser(const Account &account);
+
 // All rights on a database: its name, as it is, and ".*"
 QString databaseScope(const QString &database);
 // where: "*.*" or a databaseScope()
 QString revokeGrantOption(const QString &where, const Account &account);
 QString revokeAll(const QString &where, const Account &account);
+
+// Named rights ("SELECT", "GRANT OPTION"); where: any level's name, quoted.
+QString revokeRights(const QStringList &rights, const QString &where, const Account &account);
 
 QString deleteTableRow(const Account &account, const QString &database, const QString &table);
 QString deleteDatabaseRow(const Account &account, const QString &database);

@@ -1,8 +1,8 @@
 #include "users/accountview.h"
 
 #include "controls/chosenlist.h"
-#include "users/privilegeboxes.h"
 
+#include <QCheckBox>
 #include <QComboBox>
 #include <QLabel>
 #include <QLineEdit>
@@ -13,6 +13,45 @@ namespace {
 
 const char *const tag = "tag";
 constexpr QStringView newAccount = u"新規";
+
+Checks checksOf(const CheckBoxes &boxes)
+{
+    Checks checks;
+    for (const QCheckBox *box : boxes)
+        checks.push_back(box->isChecked());
+    return checks;
+}
+
+Checks tagsOf(const CheckBoxes &boxes)
+{
+    Checks checks;
+    for (const QCheckBox *box : boxes)
+        checks.push_back(box->property(tag).toInt() != 0);
+    return checks;
+}
+
+// Checks each box, and sets its tag, by its column of the current row: "Y" is granted. A box whose column
+// the server lacks stays as it was.
+void showColumns(const CheckBoxes &boxes, std::span<const Privilege> privileges, RecordSet &row)
+{
+    if (!row.isOpen() || row.isEof())
+        return;
+    for (std::size_t i = 0; i < boxes.size(); ++i) {
+        const int column = row.fieldIndex(privileges[i].source.toString());
+        if (column < 0)
+            continue;
+        const bool isGranted = row.text(column) == u"Y";
+        boxes[i]->setChecked(isGranted);
+        boxes[i]->setProperty(tag, isGranted ? QStringLiteral("1") : QStringLiteral("0"));
+    }
+}
+
+// Checks each box by its element of a set value.
+void showElements(const CheckBoxes &boxes, std::span<const Privilege> privileges, const QString &setValue)
+{
+    for (std::size_t i = 0; i < boxes.size(); ++i)
+        boxes[i]->setChecked(setHolds(setValue, privileges[i].source));
+}
 
 // The list's text is that of its selected item: the current one may be unselected.
 QString textOf(const ChosenList &list)
@@ -35,6 +74,12 @@ void setText(QComboBox &box, const QString &text)
 }
 
 } // namespace
+
+void setAll(const CheckBoxes &boxes, bool isChecked)
+{
+    for (QCheckBox *box : boxes)
+        box->setChecked(isChecked);
+}
 
 void AccountView::Form_Load()
 {

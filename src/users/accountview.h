@@ -3,7 +3,11 @@
 #include "core/dialogue.h"
 #include "core/session.h"
 #include "users/accountform.h"
-#include "users/frmuseraddcontrols.h"
+#include "users/frmUserAddControls.h"
+
+// The check boxes of one privilege table, in its order. Each box's tag is a property, "1" or "0".
+using CheckBoxes = std::vector<QCheckBox *>;
+void setAll(const CheckBoxes &boxes, bool isChecked);
 
 // What the window of the accounts shows: read from the server into the controls, and gathered from them.
 // Refusals are told in boxes; nothing is thrown.

@@ -117,11 +117,12 @@ bool setHolds(const QString &setValue, QStringView element)
     });
 }
 
-bool isShown(std::span<const Privilege> privileges, const QString &right)
+QStringList shownRights(std::span<const Privilege> privileges)
 {
-    // MariaDB 10.5 renamed the right; it still grants it under the old name but lists it under the new one.
-    const QString name = right == u"BINLOG MONITOR" ? QStringLiteral("REPLICATION CLIENT") : right;
-    return std::any_of(privileges.begin(), privileges.end(), [&name](const Privilege &privilege) {
-        return !privilege.grantText.isEmpty() && privilege.grantText.chopped(1) == name;
-    });
+    return checkedRights(privileges, Checks(privileges.size(), true));
+}
+
+QStringList checkedRights(std::span<const Privilege> privileges, const Checks &checks)
+{
+    return checkedTexts(privileges, checks).split(u',', Qt::SkipEmptyParts);
 }

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <QString>
+#include <QStringList>
 
 #include <span>
 #include <vector>
@@ -31,5 +32,6 @@ QString requiredPrivilegeList(std::span<const Privilege> privileges, const Check
 // Whether the set value holds the element as a whole, without regard to case.
 bool setHolds(const QString &setValue, QStringView element);
 
-// Whether a box shows the right that information_schema lists under this name.
-bool isShown(std::span<const Privilege> privileges, const QString &right);
+// The rights by their names, as statements and the server's catalogue spell them; "GRANT OPTION" is one.
+QStringList shownRights(std::span<const Privilege> privileges);
+QStringList checkedRights(std::span<const Privilege> privileges, const Checks &checks);

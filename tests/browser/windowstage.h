@@ -14,7 +14,7 @@
 #include "support/gui/control.h"
 #include "support/scriptedconnection.h"
 #include "support/scripteddialogue.h"
-#include "users/frmuseradd.h"
+#include "users/frmUserAdd.h"
 
 #include <QApplication>
 #include <QTemporaryDir>

@@ -4,7 +4,7 @@
 #include "core/statements.h"
 #include "support/gui/boxes.h"
 #include "support/rows.h"
-#include "users/frmuseradd.h"
+#include "users/frmUserAdd.h"
 #include "watchedserver.h"
 #include "yestoall.h"
 

@@ -35,6 +35,8 @@ public:
 
     // Runs statements with the command line client, outside of the program under test; its output.
     QString run(const QString &statements, const QString &database = {}) const;
+    // Whether the account may log in.
+    bool accepts(const QString &user, const QString &password) const;
     // The texts of the statements that clients sent since the last call, oldest first (Query and Execute).
     QStringList takeStatements();
 

@@ -7,24 +7,17 @@
 #include "support/scriptedconnection.h"
 #include "support/scripteddialogue.h"
 #include "support/testserver.h"
-#include "users/accountform.h"
-#include "users/frmuseradd.h"
+#include "users/accountcommands.h"
+#include "users/frmUserAdd.h"
 
 #include <QCheckBox>
 #include <QLineEdit>
 #include <QPushButton>
 #include <QRegularExpression>
 
-using Command = Refresh (*)(Session &, Dialogue &, const AccountForm &);
-Q_DECLARE_METATYPE(Command)
-
-inline const QString flush = "FLUSH PRIVILEGES";
-
-// Without the reading statements.
-inline QStringList changesOf(const QStringList &statements)
-{
-    return statements.filter(QRegularExpression("^(?!select|show)"));
-}
+using Run = AccountOutcome (*)(AccountContext &);
+Q_DECLARE_METATYPE(Run)
+Q_DECLARE_METATYPE(AccountForm)
 
 // A user who agrees to a question, and the end that it comes to.
 struct AccountUser : ScriptedDialogue {
@@ -48,7 +41,14 @@ struct AccountUser : ScriptedDialogue {
 // A command's surroundings: a scripted server, a session on it, a scripted user.
 struct AccountStage {
     AccountStage() { session.gCn = script.connect(); }
-    Refresh run(Command command, const AccountForm &form) { return command(session, dialogue, form); }
+    AccountOutcome run(Run command, const AccountForm &form)
+    {
+        AccountContext context{session, form, dialogue};
+        const AccountOutcome outcome = command(context);
+        if (dialogue.busyDepth != 0)
+            QTest::qFail("the hourglass stays", __FILE__, __LINE__);
+        return outcome;
+    }
 
     Script script;
     Session session;
@@ -88,12 +88,6 @@ struct UserStage {
         window->show();
     }
 
-    static QString loginString(const TestServer &server, const QString &user, const QString &password)
-    {
-        return server.nativeString().replace("uid=demo;pwd=demo",
-                                             QStringLiteral("uid=%1;pwd=%2").arg(user, password));
-    }
-
     template <class Control>
     Control &control(const char *name) const
     {
@@ -105,11 +99,17 @@ struct UserStage {
         dialogue.agrees(question, success);
         click(button);
     }
+    void fails(const QString &question, const char *button, const QString &refusal)
+    {
+        dialogue.agreesInVain(question, refusal);
+        click(button);
+    }
     void type(const char *box, const QString &text) const { control<QLineEdit>(box).setText(text); }
     void check(const char *box, bool isOn = true) const { control<QCheckBox>(box).setChecked(isOn); }
     bool isChecked(const char *box) const { return control<QCheckBox>(box).isChecked(); }
     bool isEnabled(const char *name) const { return control<QWidget>(name).isEnabled(); }
     QStringList items(const char *list) const { return control<ChosenList>(list).texts(); }
+    QString chosen(const char *list) const { return control<ChosenList>(list).currentText(); }
     void choose(const char *list, const QString &item) const
     {
         auto &box = control<ChosenList>(list);
@@ -125,14 +125,8 @@ struct UserStage {
     std::unique_ptr<frmUserAdd> window;
 };
 
-// The objects that accounts get rights on.
-inline void makeObjects(const TestServer &server)
+inline QString loginString(const TestServer &server, const QString &user, const QString &password)
 {
-    server.run("create database d1; create table d1.t1 (a int, b int); create table d1.t2 (a int);"
-               "create database d2; create table d2.t (a int); create procedure d1.p() select 1;");
-}
-
-inline QString grantsOf(const TestServer &server, const QString &account)
-{
-    return server.run("show grants for " + account);
+    return server.nativeString().replace("uid=demo;pwd=demo",
+                                         QStringLiteral("uid=%1;pwd=%2").arg(user, password));
 }

@@ -1,10 +1,7 @@
-#include "users/frmuseradd.h"
+#include "users/frmUserAdd.h"
 
 #include "controls/chosenlist.h"
 #include "users/accountcommands.h"
-#include "users/databasegrants.h"
-#include "users/privilegeboxes.h"
-#include "users/tablegrants.h"
 
 #include <QComboBox>
 #include <QFocusEvent>
@@ -39,18 +36,10 @@ void frmUserAdd::connectControls()
         connect(buttons[0], &QPushButton::clicked, this, [boxes = boxes] { setAll(*boxes, true); });
         connect(buttons[1], &QPushButton::clicked, this, [boxes = boxes] { setAll(*boxes, false); });
     }
-    const auto runs = [this](QPushButton *button, Command command) {
-        connect(button, &QPushButton::clicked, this, [this, command] { run(command); });
-    };
-    runs(c.cmdOk, addAccount);
-    runs(c.cmdGrantEdit, changeAccount);
-    runs(c.cmdDelete, deleteAccount);
-    runs(c.cmdDbGrantAdd, addDatabaseGrant);
-    runs(c.cmdDbGrantDel, deleteDatabaseGrant);
-    runs(c.cmdTableGrantAdd, addTableGrant);
-    runs(c.cmdTableGrantDel, deleteTableGrant);
-    connect(c.cmdDbGrantEdit, &QPushButton::clicked, this, &frmUserAdd::cmdDbGrantEdit_Click);
-    connect(c.cmdTableGrantEdit, &QPushButton::clicked, this, &frmUserAdd::cmdTableGrantEdit_Click);
+    for (const AccountCommand &command : accountCommands()) {
+        connect(findChild<QPushButton *>(QLatin1String(command.control)), &QPushButton::clicked, this,
+                [this, &command] { run(command); });
+    }
     connect(c.cmdCancel, &QPushButton::clicked, this, &QDialog::close);
 
     c.txtPassword->installEventFilter(this);
@@ -76,28 +65,19 @@ bool frmUserAdd::eventFilter(QObject *watched, QEvent *event)
     return QDialog::eventFilter(watched, event);
 }
 
-Refresh frmUserAdd::run(Command command)
+void frmUserAdd::run(const AccountCommand &command)
 {
-    const Refresh refresh = command(m_session, m_dialogue, m_view.form());
-    if (refresh == Refresh::Lists)
+    const AccountForm form = m_view.form();
+    AccountContext context{m_session, form, m_dialogue};
+    const AccountOutcome outcome = command.run(context);
+    if (outcome.refresh == Refresh::Lists)
         m_view.sInit();
-    else if (refresh == Refresh::Account)
+    else if (outcome.refresh == Refresh::Account)
         m_view.lstUser_Click();
-    return refresh;
-}
-
-void frmUserAdd::cmdDbGrantEdit_Click()
-{
-    const AccountForm form = m_view.form();
-    if (run(changeDatabaseGrant) != Refresh::Nothing)
-        m_view.chooseDatabase(form.addDatabase);
-}
-
-void frmUserAdd::cmdTableGrantEdit_Click()
-{
-    const AccountForm form = m_view.form();
-    if (run(changeTableGrant) != Refresh::Nothing)
-        m_view.chooseTable(form.addTableDatabase + u'\t' + form.addTable);
+    if (!outcome.database.isEmpty())
+        m_view.chooseDatabase(outcome.database);
+    if (!outcome.table.isEmpty())
+        m_view.chooseTable(outcome.table);
 }
 
 void showUserWindow(QWidget *parent, Session &session)

@@ -3,7 +3,7 @@
 #include "controls/widgetdialogue.h"
 #include "core/session.h"
 #include "users/accountview.h"
-#include "users/frmuseraddcontrols.h"
+#include "users/frmUserAddControls.h"
 
 #include <QDialog>
 
@@ -19,13 +19,9 @@ protected:
     bool eventFilter(QObject *watched, QEvent *event) override;
 
 private:
-    using Command = Refresh (*)(Session &session, Dialogue &dialogue, const AccountForm &form);
-
     void connectControls();
     void txtPassword_GotFocus(bool isByMouse);
-    Refresh run(Command command);
-    void cmdDbGrantEdit_Click();
-    void cmdTableGrantEdit_Click();
+    void run(const AccountCommand &command);
 
     Session &m_session;
     UserControls m_controls;

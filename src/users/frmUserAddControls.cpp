@@ -1,4 +1,4 @@
-#include "users/frmuseraddcontrols.h"
+#include "users/frmUserAddControls.h"
 
 #include "controls/chosenlist.h"
 #include "controls/made.h"

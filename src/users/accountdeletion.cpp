@@ -1,0 +1,97 @@
+#include "users/accountdeletion.h"
+
+#include "core/statements.h"
+#include "users/accountcommands.h"
+#include "users/accountserver.h"
+#include "users/rightschange.h"
+
+#include <array>
+
+namespace {
+
+struct GrantTable {
+    const char *name, *userColumn, *hostColumn;
+};
+
+// Not every server has all of them.
+constexpr std::array<GrantTable, 11> grantTables{{
+    {"tables_priv", "User", "Host"},
+    {"columns_priv", "User", "Host"},
+    {"procs_priv", "User", "Host"},
+    {"db", "User", "Host"},
+    {"proxies_priv", "User", "Host"},
+    // MariaDB
+    {"roles_mapping", "User", "Host"},
+    // MySQL 8
+    {"global_grants", "USER", "HOST"},
+    {"default_roles", "USER", "HOST"},
+    {"password_history", "User", "Host"},
+    {"role_edges", "TO_USER", "TO_HOST"},
+    {"role_edges", "FROM_USER", "FROM_HOST"},
+}};
+
+QString fromTable(const GrantTable &table, const Account &account)
+{
+    return QStringLiteral("from mysql.") + QLatin1String(table.name) + QStringLiteral(" where ") +
+           QLatin1String(table.userColumn) + QStringLiteral(" = '") + account.user +
+           QStringLiteral("' and ") + QLatin1String(table.hostColumn) + QStringLiteral(" = '") +
+           account.host + u'\'';
+}
+
+bool holdsRows(Session &session, const QString &from)
+{
+    constexpr int noSuchTable = 1146;
+    try {
+        session.gRs = session.connection().execute(QStringLiteral("select 1 ") + from);
+        const bool hasRows = session.gRs.isOpen() && !session.gRs.isEof();
+        session.gRs.close();
+        return hasRows;
+    } catch (const SqlError &error) {
+        if (error.number() != noSuchTable)
+            throw;
+        return false;
+    }
+}
+
+void deleteRows(Session &session, const QString &from)
+{
+    if (holdsRows(session, from))
+        sendAndFlush(session, QStringLiteral("delete ") + from);
+}
+
+void removeAccount(Session &session, const AccountForm &form)
+{
+    for (const QString &item : form.tables) {
+        const QStringList pieces = item.split(u'\t');
+        sendAndFlush(session, deleteTableRow(form.account, pieces.value(0), pieces.value(1)));
+    }
+    for (const QString &database : form.databases)
+        sendAndFlush(session, deleteDatabaseRow(form.account, database));
+    sendAndFlush(session, revokeAll(QStringLiteral("*.*"), form.account));
+    sendAndFlush(session, deleteAccountRow(form.account));
+    // A row left there would keep the name from being used again (1396) or give its rights to the next owner
+    // of the name.
+    for (const GrantTable &table : grantTables)
+        deleteRows(session, fromTable(table, form.account));
+    if (isClusterMember(session))
+        sendAndFlush(session, dropAccountIfExists(form.account));
+}
+
+} // namespace
+
+void deleteColumnRows(Session &session, const Account &account, const Scope &scope)
+{
+    accountName(account); // refuses names that would be read otherwise
+    deleteRows(session, fromTable({"columns_priv", "User", "Host"}, account) + QStringLiteral(" and db = ") +
+                            quotedText(scope.database) + QStringLiteral(" and table_name = ") +
+                            quotedText(scope.table));
+}
+
+AccountOutcome deleteAccount(AccountContext &context)
+{
+    if (!context.dialogue.confirm(QStringLiteral("ﾕｰｻﾞｰを削除します。"), Icon::Critical))
+        return {};
+    const bool isDeleted = report(context.dialogue, QStringLiteral("削除しました。"),
+                                  [&] { removeAccount(context.session, context.form); });
+    return {isDeleted ? Refresh::Lists : Refresh::Nothing};
+}

@@ -1,0 +1,200 @@
+#include "users/rights.h"
+
+#include "core/statements.h"
+#include "users/accountserver.h"
+
+#include <QRegularExpression>
+
+namespace {
+
+const QString usage = QStringLiteral("USAGE");
+
+// The catalogue spells names without regard to case; accounts and tables differ by it.
+QString rowsOf(const char *table, const Account &account)
+{
+    accountName(account); // refuses names that would be read otherwise here too
+    return QStringLiteral("select * from information_schema.") + QLatin1String(table) +
+           QStringLiteral(" where grantee = binary concat('''', '") + account.user +
+           QStringLiteral("', '''@''', '") + account.host + QStringLiteral("', '''')");
+}
+
+QString whereScope(const Scope &scope)
+{
+    QString where = QStringLiteral(" and table_schema = binary ") + quotedText(scope.database);
+    if (scope.level == Scope::Level::Table)
+        where += QStringLiteral(" and table_name = binary ") + quotedText(scope.table);
+    return where;
+}
+
+// MariaDB 10.5 renamed the right; it still grants it under the old name, as the boxes do.
+QString oldName(const QString &right)
+{
+    return right == u"BINLOG MONITOR" ? QStringLiteral("REPLICATION CLIENT") : right;
+}
+
+void read(Session &session, const QString &statement, Rights &rights)
+{
+    session.gRs = session.connection().execute(statement);
+    RecordSet &rows = session.gRs;
+    const int column = rows.isOpen() ? rows.fieldIndex(QStringLiteral("column_name")) : -1;
+    for (; rows.isOpen() && !rows.isEof(); rows.moveNext()) {
+        QString right = oldName(rows.text(QStringLiteral("privilege_type")));
+        if (column >= 0)
+            right += QStringLiteral(" (") + quotedName(rows.text(column)) + u')';
+        rights.isTold = true;
+        // MySQL 9 lists a dynamic right twice once GRANT OPTION was revoked.
+        if (!rights.names.contains(right))
+            rights.names << right;
+        if (rows.text(QStringLiteral("is_grantable")) == u"YES" && !rights.grantable.contains(right))
+            rights.grantable << right;
+    }
+    rows.close();
+}
+
+bool knowsShowCreateUser(const ServerInfo &server)
+{
+    return server.number >= (server.isMariaDb ? 100200 : 50706);
+}
+
+QStringList linesOf(Session &session, const QString &statement)
+{
+    QStringList lines;
+    for (session.gRs = session.connection().execute(statement); session.gRs.isOpen() && !session.gRs.isEof();
+         session.gRs.moveNext())
+        lines << session.gRs.text(0);
+    session.gRs.close();
+    return lines;
+}
+
+QStringList without(const QStringList &list, const QStringList &taken)
+{
+    QStringList rest;
+    for (const QString &each : list) {
+        if (!taken.contains(each))
+            rest << each;
+    }
+    return rest;
+}
+
+void grantTogether(Session &session, const QStringList &rights, const QString &rest)
+{
+    if (!rights.isEmpty())
+        sendAndFlush(session, QStringLiteral("GRANT ") + rights.join(QStringLiteral(", ")) + rest);
+}
+
+} // namespace
+
+QString withoutPassword(QString createUser)
+{
+    static const QRegularExpression password(
+        QStringLiteral(" IDENTIFIED (BY|WITH|VIA) .*?(?= REQUIRE | WITH MAX| PASSWORD EXPIRE| ACCOUNT |$)"),
+        QRegularExpression::DotMatchesEverythingOption);
+    static const QRegularExpression expiry(QStringLiteral(" PASSWORD EXPIRE(?! NEVER| INTERVAL)( DEFAULT)?"));
+    return createUser.remove(password).remove(expiry);
+}
+
+QString Scope::text() const
+{
+    if (level == Level::Global)
+        return QStringLiteral("*.*");
+    return level == Level::Database ? quotedName(database) + QStringLiteral(".*")
+                                    : quotedName(database, table);
+}
+
+// Without quotes the scope is found however the session has names quoted.
+bool isOn(const QString &grant, const Scope &scope)
+{
+    static const QRegularExpression quotes(QStringLiteral("[`\"]"));
+    const QString on = QStringLiteral(" ON ") + scope.text() + u' ';
+    return QString(grant).remove(quotes).contains(QString(on).remove(quotes));
+}
+
+Rights missingIn(const Rights &rights, const Rights &other)
+{
+    return {without(rights.names, other.names), without(rights.grantable, other.grantable), true};
+}
+
+Rights readRights(Session &session, const Account &account, const Scope &scope)
+{
+    Rights rights;
+    if (session.connection().server().number < 50002)
+        return rights;
+    if (scope.level == Scope::Level::Global) {
+        read(session, rowsOf("user_privileges", account), rights);
+    } else if (scope.level == Scope::Level::Database) {
+        read(session, rowsOf("schema_privileges", account) + whereScope(scope), rights);
+    } else {
+        read(session, rowsOf("table_privileges", account) + whereScope(scope), rights);
+        read(session,
+             rowsOf("column_privileges", account) + whereScope(scope) +
+                 QStringLiteral(" order by privilege_type"),
+             rights);
+    }
+    // Without a GRANT OPTION it says nothing; beside other rights neither.
+    if (rights.names.size() > 1 || rights.grantable.isEmpty()) {
+        rights.names.removeAll(usage);
+        rights.grantable.removeAll(usage);
+    }
+    return rights;
+}
+
+QStringList readGrants(Session &session, const Account &account, const Scope &except)
+{
+    QStringList grants;
+    for (const QString &line : linesOf(session, showGrants(account))) {
+        if (!isOn(line, except))
+            grants << line;
+    }
+    return grants;
+}
+
+AccountState readState(Session &session, const Account &account, const Scope &scope)
+{
+    AccountState state{readRights(session, account, scope), readGrants(session, account, scope), {}};
+    if (knowsShowCreateUser(session.connection().server()))
+        state.createUser = linesOf(session, showCreateUser(account)).value(0);
+    return state;
+}
+
+Rights readOwnRights(Session &session)
+{
+    const QString own = linesOf(session, QStringLiteral("select current_user()")).value(0);
+    const qsizetype at = own.lastIndexOf(u'@');
+    return at < 0 ? Rights{} : readRights(session, {own.mid(at + 1), own.left(at)}, {});
+}
+
+void grantRights(Session &session, const Account &account, const Scope &scope, const Rights &rights)
+{
+    const QString rest =
+        QStringLiteral(" ON ") + scope.text() + QStringLiteral(" TO ") + accountName(account);
+    grantTogether(session, without(rights.names, rights.grantable), rest);
+    grantTogether(session, rights.grantable, rest + QStringLiteral(" WITH GRANT OPTION"));
+}
+
+void takeRights(Session &session, const Account &account, const Scope &scope, QStringList names)
+{
+    names.removeAll(usage);
+    // On its own: in a list with others MySQL 9 takes it from static rights only, and half from the dynamic
+    // ones.
+    const QString grantOption = QStringLiteral("GRANT OPTION");
+    if (names.removeAll(grantOption) > 0)
+        sendAndFlush(session, revokeRights({grantOption}, scope.text(), account));
+    if (!names.isEmpty())
+        sendAndFlush(session, revokeRights(names, scope.text(), account));
+}
+
+void grantMissing(Session &session, const Account &account, const Scope &scope, const Rights &wanted)
+{
+    grantRights(session, account, scope, missingIn(wanted, readRights(session, account, scope)));
+}
+
+void mendRights(Session &session, const Account &account, const Scope &scope, const Rights &wanted)
+{
+    const Rights surplus = missingIn(readRights(session, account, scope), wanted);
+    QStringList revoked = surplus.names;
+    if (!without(surplus.grantable, without(surplus.names, {usage})).isEmpty())
+        revoked << QStringLiteral("GRANT OPTION");
+    takeRights(session, account, scope, revoked);
+    // Read again: the GRANT OPTION of one right goes with that of all others.
+    grantMissing(session, account, scope, wanted);
+}
