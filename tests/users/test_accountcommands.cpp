@@ -326,8 +326,9 @@ void AccountCommandsTest::everyNodeOfAClusterLearnsOfIt()
     stage.script.sent.clear();
     stage.dialogue.deletes("DB権限を削除します。");
     stage.run(deleteDatabaseGrant, grantForm());
-    QCOMPARE(changesOf(stage.script.sent), (L{"REVOKE SELECT, EVENT, GRANT OPTION ON `d1`.* FROM 'u'@\"h\"",
-                                              flush, deleteDatabase, flush}));
+    QCOMPARE(changesOf(stage.script.sent),
+             (L{"REVOKE GRANT OPTION ON `d1`.* FROM 'u'@\"h\"", flush,
+                "REVOKE SELECT, EVENT ON `d1`.* FROM 'u'@\"h\"", flush, deleteDatabase, flush}));
 
     stage.script.sent.clear();
     stage.dialogue.deletes("TABLE権限を削除します。");
