@@ -46,8 +46,9 @@ public:
 
     // A call of open(), execute() or of a record set is waiting for the server.
     virtual bool isBusy() const = 0;
-    // Asks the server to end what the waiting call waits for; that call then throws. Returns at once; does
-    // nothing when nothing waits. The connection and its session survive.
+    // Asks the server to end what the waiting call waits for, or the rows that are on their way to the next
+    // one; that call then throws. Returns at once; does nothing when the server has nothing to do. The
+    // connection and its session survive.
     virtual void cancel() = 0;
 };
 

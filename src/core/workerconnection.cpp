@@ -132,6 +132,7 @@ void WorkerConnection::Rows::Stream::fetchAhead(RowBlock &&spare)
             results.insert(std::move(result));
     };
     next = line->worker->post(work, std::move(spare));
+    line->ahead = next;
 }
 
 // Rows not yet read are thrown away, by the worker: the caller goes on at once.
@@ -233,6 +234,10 @@ RecordSet WorkerConnection::execute(const QString &statement)
 
 void WorkerConnection::cancel()
 {
-    if (m_line && m_line->waiting)
-        m_line->worker->stop(m_line->waiting);
+    if (!m_line)
+        return;
+    // Between two rows nobody waits, and the server is at the next ones already.
+    const std::shared_ptr<Job> job = m_line->waiting ? m_line->waiting : m_line->ahead.lock();
+    if (job)
+        m_line->worker->stop(job);
 }

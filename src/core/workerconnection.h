@@ -39,6 +39,7 @@ private:
         const std::shared_ptr<WorkerThread> worker;
         Pump &pump;
         std::shared_ptr<Job> waiting;
+        std::weak_ptr<Job> ahead; // the last one that fetches what nobody waits for yet
         ShortWait shortWait;
         bool isOpen = false;
         bool isLeft = false; // by the connection
