@@ -68,9 +68,8 @@ int showMainWindow(int argc, char *argv[])
     WindowPump pump;
     Session session;
     session.programFolder = QString::fromLocal8Bit(argv[2]);
-    session.makeConnection = logged([&pump](const QString &string) { return createConnection(string, pump); },
-                                    session.statementLog);
-    frmTarnwell window(session, pump);
+    session.connectBy([&pump](const QString &string) { return createConnection(string, pump); });
+    frmTarnwell window(session);
     return showAndEnd(window);
 }
 

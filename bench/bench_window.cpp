@@ -85,10 +85,8 @@ public:
     Window(const QString &driver, int port)
     {
         m_session.programFolder = m_folder.path();
-        m_session.makeConnection =
-            logged([this](const QString &string) { return createConnection(string, m_pump); },
-                   m_session.statementLog);
-        m_window = std::make_unique<frmTarnwell>(m_session, m_pump);
+        m_session.connectBy([this](const QString &string) { return createConnection(string, m_pump); });
+        m_window = std::make_unique<frmTarnwell>(m_session);
         m_window->show();
         control<QComboBox>("cboDrivers")->setEditText(driver);
         control<QLineEdit>("txtServer")->setText(QStringLiteral("127.0.0.1"));

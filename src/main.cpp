@@ -15,9 +15,8 @@ int main(int argc, char *argv[])
     WindowPump pump;
     Session session;
     session.programFolder = QApplication::applicationDirPath();
-    session.makeConnection = logged([&pump](const QString &string) { return createConnection(string, pump); },
-                                    session.statementLog);
-    frmTarnwell window(session, pump);
+    session.connectBy([&pump](const QString &string) { return createConnection(string, pump); });
+    frmTarnwell window(session);
     window.show();
     return QApplication::exec();
 }

@@ -1,6 +1,7 @@
 #include "browser/dataviewer.h"
 
 #include "browser/frmTarnwellControls.h"
+#include "controls/stopping.h"
 #include "controls/windowpump.h"
 #include "core/listitem.h"
 #include "core/sql/names.h"
@@ -20,33 +21,12 @@ DataViewer::DataViewer(Session &session, TarnwellControls &controls, Dialogue &d
     m_controls.cmdDataGet->setProperty("tag", QStringLiteral("false"));
 }
 
-bool DataViewer::isRunning() const
-{
-    return m_controls.cmdDataGet->property("tag").toString().compare(u"true", Qt::CaseInsensitive) == 0;
-}
-
-void DataViewer::setRunning(bool isRunning)
-{
-    m_controls.cmdDataGet->setProperty("tag", isRunning ? QStringLiteral("True") : QStringLiteral("False"));
-}
-
-void DataViewer::stop()
-{
-    setRunning(false);
-    if (m_session.gCn && m_session.gCn->isBusy())
-        m_session.gCn->cancel();
-}
-
 void DataViewer::cmdDataGet_Click()
 {
-    if (isRunning()) {
-        stop();
-        return;
-    }
     TarnwellControls &c = m_controls;
     m_dialogue.setLastError({}, false);
     c.cmdDataGet->setText(QStringLiteral("停止"));
-    setRunning(true);
+    const RunTag tag(m_session.runner, *c.cmdDataGet);
     setStopsRunningCommand(c.cmdDataGet, true, Qt::Key_F6);
     {
         const BusyPointer busy(m_dialogue);
@@ -54,7 +34,6 @@ void DataViewer::cmdDataGet_Click()
         read();
         c.lblRecordCount->setText(QString::number(c.flGrid_Data->rowCount()));
     }
-    setRunning(false);
     setStopsRunningCommand(c.cmdDataGet, false);
     c.cmdDataGet->setText(QStringLiteral("ﾃﾞｰﾀ表示"));
 }
@@ -71,10 +50,8 @@ void DataViewer::read()
             QStringLiteral(" limit ") + m_controls.cboLimit->currentData().toString() + QStringLiteral(" ;"));
         m_controls.flGrid_Data->setTableName(name);
         readRows(rows);
-        if (!isRunning())
-            m_dialogue.inform(stopped);
     } catch (const SqlError &error) {
-        if (!isRunning()) {
+        if (m_session.runner.isStopWanted()) {
             m_dialogue.inform(stopped);
             return;
         }
@@ -91,7 +68,8 @@ void DataViewer::readRows(RecordSet &rows)
         return;
     grid.setFields(rows.fields());
     Yield yield;
-    for (; isRunning() && !rows.isEof(); rows.moveNext()) {
+    for (; !rows.isEof(); rows.moveNext()) {
+        m_session.requireGoingOn();
         grid.appendRow(rows.cells());
         if (yield.isDue()) {
             m_controls.lblRecordCount->setText(QString::number(grid.rowCount()));

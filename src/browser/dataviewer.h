@@ -5,19 +5,16 @@
 
 struct TarnwellControls;
 
-// Reads the first rows of the chosen table into flGrid_Data. The button that starts it stops it: the run
-// flag is the button's tag text, "True" while rows are read.
+// Reads the first rows of the chosen table into flGrid_Data. The button that starts it is the stop button
+// meanwhile.
 class DataViewer {
 public:
     DataViewer(Session &session, TarnwellControls &controls, Dialogue &dialogue);
 
+    // The one thing that runs; a stop ends it at its next row, or at once while the server thinks.
     void cmdDataGet_Click();
-    bool isRunning() const;
-    // Asks a running read to end; it does so at its next row, or at once while the server thinks.
-    void stop();
 
 private:
-    void setRunning(bool isRunning);
     void read();
     void readRows(RecordSet &rows);
 

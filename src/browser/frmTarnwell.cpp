@@ -5,7 +5,7 @@
 #include "browser/nextstep.h"
 #include "console/frmSql.h"
 #include "controls/activation.h"
-#include "controls/windowpump.h"
+#include "controls/stopping.h"
 #include "controls/windowsize.h"
 #include "core/bascommon.h"
 #include "core/basconnection.h"
@@ -49,7 +49,7 @@ void enable(bool isOn, Widgets *...widgets)
 
 } // namespace
 
-frmTarnwell::frmTarnwell(Session &session, WindowPump &pump)
+frmTarnwell::frmTarnwell(Session &session)
     : m_session(session)
     , m_controls(this, session.statementLog)
     , m_dialogue(this, partsOf(m_controls))
@@ -62,12 +62,7 @@ frmTarnwell::frmTarnwell(Session &session, WindowPump &pump)
     addKeys();
     auto *activation = new WindowActivation(this);
     connect(activation, &WindowActivation::activated, this, &frmTarnwell::Form_Activate);
-    connect(&pump, &WindowPump::closeRequested, this, [this](QWidget *window) {
-        if (window == this)
-            wishFor(Wish::Close);
-        else if (m_console && window == m_console)
-            m_console->closeWhenIdle();
-    });
+    new EscapeStops(session.runner, this);
     Form_Load();
     Form_Activate();
     restoreSize(*this, m_session.gIniPath, sizeKey, standardSize);
@@ -144,15 +139,15 @@ void frmTarnwell::connectSignals()
     for (ChosenList *list : {c.lstDb, c.lstTables, c.lstProcFunc})
         connect(list, &ChosenList::chosen, this, [this, list] { choose(list); });
     connect(c.cmdCreateDb, &QPushButton::clicked, this, &frmTarnwell::cmdCreateDb_Click);
-    connect(c.cmdCreateUser, &QPushButton::clicked, this,
-            [this] { runAlone([this] { showUserWindow(this, m_session); }); });
+    connect(c.cmdCreateUser, &QPushButton::clicked, this, [this] { showUserWindow(this, m_session); });
     connect(c.cmdExec, &QPushButton::clicked, this, &frmTarnwell::cmdExec_Click);
     connect(c.cmdInOut, &QPushButton::clicked, this, &frmTarnwell::cmdInOut_Click);
     connect(c.cmdDataGet, &QPushButton::clicked, this, [this] {
-        if (m_viewer.isRunning())
-            m_viewer.stop();
+        if (m_session.runner.isRunning(m_controls.cmdDataGet))
+            m_session.runner.stop();
         else
-            runAlone([this] { m_viewer.cmdDataGet_Click(); });
+            runAlone(m_controls.cmdDataGet, m_controls.cmdDataGet->text(),
+                     [this] { m_viewer.cmdDataGet_Click(); });
     });
     for (int i = 0; i < 4; ++i)
         connect(c.optField[static_cast<std::size_t>(i)], &QRadioButton::toggled, this,

@@ -10,9 +10,6 @@
 #include <QPointer>
 #include <QWidget>
 
-#include <functional>
-
-class WindowPump;
 class frmSql;
 
 // The program's first window: connection, lists, detail and the buttons of every command. Closing it saves
@@ -21,8 +18,8 @@ class frmTarnwell : public QWidget {
     Q_OBJECT
 
 public:
-    // Both outlive the window.
-    frmTarnwell(Session &session, WindowPump &pump);
+    // The session outlives the window.
+    explicit frmTarnwell(Session &session);
     ~frmTarnwell() override;
 
     void sConnectMode(bool connected);
@@ -33,9 +30,6 @@ protected:
     bool eventFilter(QObject *watched, QEvent *event) override;
 
 private:
-    // What waits until the running command has ended.
-    enum class Wish { Nothing, Disconnect, Close };
-
     static constexpr QSize standardSize{1024, 700};
     static inline const QString sizeKey = QStringLiteral("main");
 
@@ -56,24 +50,18 @@ private:
     void showConnected();
 
     void choose(ChosenList *list);
-    void serveChoice();
-    bool isOccupied() const;
+    void serveChoice(const ChosenList &list);
     // Edited definitions that are about to be replaced go into the console's history. True when it took any.
     bool keepEdits(bool ofTable, bool ofRoutine);
-    // Runs one thing at a time: a click that arrives while another runs is dropped. Errors that the
-    // action leaves to the window are shown with the server's words.
-    void runAlone(const std::function<void()> &action);
-    // The same under the hourglass.
-    void readAlone(const std::function<void()> &action);
+    // Errors that the action leaves to the window are shown with the server's words.
+    void guarded(const Runner::Action &action);
+    // The same as the one thing that runs; a click that comes while another runs is dropped.
+    void runAlone(const QObject *control, const QString &what, const Runner::Action &action);
     void run(const Command &command);
     void reload(Reload what);
     Selection selection() const;
 
     void disconnectNow();
-    void stopEverything();
-    void wishFor(Wish wish);
-    void fulfilWish();
-    bool isIdle() const;
 
     Session &m_session;
     TarnwellControls m_controls;
@@ -82,6 +70,4 @@ private:
     TableDetail m_detail;
     DataViewer m_viewer;
     QPointer<frmSql> m_console;
-    Wish m_wish = Wish::Nothing;
-    ChosenList *m_choice = nullptr; // the list whose choice is still to be carried out
 };

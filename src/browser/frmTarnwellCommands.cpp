@@ -3,39 +3,28 @@
 #include "console/frmSql.h"
 #include "console/history.h"
 
-#include <QScopeGuard>
-#include <QTimer>
-
-#include <utility>
-
-// What a list highlights is what the window shows: a choice that comes while a command runs is not dropped.
+// What a list highlights is what the window shows: a choice that comes while something runs is not dropped.
 void frmTarnwell::choose(ChosenList *list)
 {
-    const bool isOneAwaited = m_choice != nullptr;
-    // The objects of a database that is about to be left need not be shown.
-    if (m_choice != m_controls.lstDb)
-        m_choice = list;
-    if (!isOneAwaited)
-        serveChoice();
+    m_session.runner.choose(list, QStringLiteral("一覧の選択"), [this, list] {
+        if (list->currentItem()) // else the list was cleared meanwhile
+            serveChoice(*list);
+    });
 }
 
-void frmTarnwell::serveChoice()
+void frmTarnwell::serveChoice(const ChosenList &list)
 {
-    if (m_wish == Wish::Nothing && isOccupied()) {
-        QTimer::singleShot(20, this, &frmTarnwell::serveChoice);
-        return;
-    }
-    const ChosenList *list = std::exchange(m_choice, nullptr);
-    if (!list->currentItem())
-        return; // the list was cleared meanwhile
     m_dialogue.setLastError({}, true);
-    const bool hasKept = keepEdits(list != m_controls.lstProcFunc, list != m_controls.lstTables);
-    if (list == m_controls.lstDb)
-        reload(Reload::Objects);
-    else if (list == m_controls.lstTables)
-        readAlone([this] { m_detail.lstTables_Click(); });
-    else
-        readAlone([this] { m_detail.lstProcFunc_Click(); });
+    const bool hasKept = keepEdits(&list != m_controls.lstProcFunc, &list != m_controls.lstTables);
+    guarded([&] {
+        const BusyPointer busy(m_dialogue);
+        if (&list == m_controls.lstDb)
+            m_lists.lstDb_Click();
+        else if (&list == m_controls.lstTables)
+            m_detail.lstTables_Click();
+        else
+            m_detail.lstProcFunc_Click();
+    });
     if (hasKept && m_controls.txtError->toPlainText().isEmpty())
         m_dialogue.setLastError(
             QStringLiteral("編集していた定義は、変更していません。ｸｴﾘ実行の履歴 (Alt+↑) に残しました。"),
@@ -54,59 +43,53 @@ bool frmTarnwell::keepEdits(bool ofTable, bool ofRoutine)
     return hasKept;
 }
 
-bool frmTarnwell::isOccupied() const
+void frmTarnwell::guarded(const Runner::Action &action)
 {
-    return m_session.isCommandRunning || (m_session.gCn && m_session.gCn->isBusy());
-}
-
-void frmTarnwell::runAlone(const std::function<void()> &action)
-{
-    // A wish that waits for the running command wants no other one behind it.
-    if (isOccupied() || m_wish != Wish::Nothing)
-        return;
     try {
-        m_session.isCommandRunning = true;
-        const auto isOver = qScopeGuard([this] { m_session.isCommandRunning = false; });
         action();
     } catch (const SqlError &error) {
-        // A disconnect that the user asked for in the middle needs no report.
-        if (m_wish == Wish::Nothing) {
-            m_dialogue.setLastError(error.description(), false);
+        // What the user has stopped needs no box.
+        m_dialogue.setLastError(error.description(), false);
+        if (!m_session.runner.isStopWanted())
             m_dialogue.refuse(error.description());
-        }
     }
 }
 
-void frmTarnwell::readAlone(const std::function<void()> &action)
+void frmTarnwell::runAlone(const QObject *control, const QString &what, const Runner::Action &action)
 {
-    runAlone([&] {
-        const BusyPointer busy(m_dialogue);
-        action();
-    });
+    m_session.runner.run(control, what, [&] { guarded(action); });
 }
 
 void frmTarnwell::run(const Command &command)
 {
+    if (m_session.runner.isRunning())
+        return;
+    const auto *button = findChild<QPushButton *>(QLatin1String(command.control));
     Outcome outcome;
     const Selection chosen = selection();
-    if (m_session.isCommandRunning)
-        return;
     m_dialogue.setLastError({}, true);
-    runAlone([&] {
+    runAlone(button, button->text(), [&] {
         CommandContext context{m_session, chosen, m_dialogue};
         outcome = command.run(context);
+        if (const QString notes = m_session.runner.notes();
+            !notes.isEmpty() && m_controls.txtError->toPlainText().isEmpty())
+            m_dialogue.setLastError(notes, false);
     });
     reload(outcome.reload);
 }
 
 void frmTarnwell::reload(Reload what)
 {
-    if (what != Reload::Nothing)
-        keepEdits(true, true);
-    if (what == Reload::Databases)
-        readAlone([this] { m_lists.cmdShowDb_Click(); });
-    else if (what == Reload::Objects)
-        readAlone([this] { m_lists.lstDb_Click(); });
+    if (what == Reload::Nothing)
+        return;
+    keepEdits(true, true);
+    runAlone(m_controls.lstDb, QStringLiteral("一覧の読み込み"), [this, what] {
+        const BusyPointer busy(m_dialogue);
+        if (what == Reload::Databases)
+            m_lists.cmdShowDb_Click();
+        else
+            m_lists.lstDb_Click();
+    });
 }
 
 Selection frmTarnwell::selection() const

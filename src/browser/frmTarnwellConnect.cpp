@@ -62,7 +62,7 @@ void frmTarnwell::cmdConnect_Click()
     m_session.gPass = trimmedBlanks(c.txtPass->text());
     m_session.gPort = trimmedBlanks(c.txtPort->text());
     m_dialogue.setLastError({}, true);
-    runAlone([this] {
+    runAlone(c.cmdConnect, c.cmdConnect->text(), [this] {
         QString why;
         bool isConnected = false;
         showNextStep(m_controls, Step::Connecting);
@@ -76,7 +76,7 @@ void frmTarnwell::cmdConnect_Click()
             return;
         }
         m_dialogue.setLastError(why, true);
-        if (m_wish == Wish::Nothing)
+        if (!m_session.runner.isStopWanted())
             m_dialogue.refuse(QStringLiteral("接続失敗"));
         sConnectMode(false);
     });
@@ -97,7 +97,7 @@ void frmTarnwell::showConnected()
 
 void frmTarnwell::cmdClose_Click()
 {
-    wishFor(Wish::Disconnect);
+    m_session.runner.leave(this, [this] { disconnectNow(); });
 }
 
 void frmTarnwell::disconnectNow()
@@ -111,49 +111,6 @@ void frmTarnwell::disconnectNow()
     m_session.gDbName.clear();
     m_session.gIsLocalServer = false;
     m_controls.lblPreTable->clear();
-}
-
-void frmTarnwell::stopEverything()
-{
-    if (m_viewer.isRunning())
-        m_viewer.stop();
-    if (m_console && m_console->isRunning())
-        m_console->cmdStop_Click();
-    if (m_session.opening)
-        m_session.opening->cancel();
-    if (m_session.gCn && m_session.gCn->isBusy())
-        m_session.gCn->cancel();
-}
-
-bool frmTarnwell::isIdle() const
-{
-    const frmSql *console = m_console;
-    return !isOccupied() && (!console || console->isIdle());
-}
-
-// Now when nothing runs; else what runs is stopped first, and the wish comes true once it has ended.
-void frmTarnwell::wishFor(Wish wish)
-{
-    m_wish = std::max(m_wish, wish);
-    m_session.isStopWanted = true;
-    stopEverything();
-    fulfilWish();
-}
-
-void frmTarnwell::fulfilWish()
-{
-    if (m_wish == Wish::Nothing)
-        return;
-    if (!isIdle()) {
-        QTimer::singleShot(20, this, &frmTarnwell::fulfilWish);
-        return;
-    }
-    const Wish wish = std::exchange(m_wish, Wish::Nothing);
-    m_session.isStopWanted = false;
-    if (wish == Wish::Close)
-        close();
-    else
-        disconnectNow();
 }
 
 void frmTarnwell::cmdExec_Click()
@@ -186,20 +143,23 @@ void frmTarnwell::showInConsole(const QString &statement)
 
 void frmTarnwell::cmdCreateDb_Click()
 {
-    runAlone([this] { showCreateDatabase(this, m_session, m_dialogue); });
+    if (m_session.runner.isRunning())
+        return;
+    showCreateDatabase(this, m_session, m_dialogue);
     reload(Reload::Databases);
 }
 
 void frmTarnwell::cmdInOut_Click()
 {
-    runAlone([this] { showInOutWindow(this, m_session, m_controls.lstTables->currentText(), m_dialogue); });
+    if (!m_session.runner.isRunning())
+        showInOutWindow(this, m_session, m_controls.lstTables->currentText(), m_dialogue);
 }
 
 void frmTarnwell::closeEvent(QCloseEvent *event)
 {
-    if (!isIdle()) {
+    if (m_session.runner.isRunning()) {
         event->ignore();
-        wishFor(Wish::Close);
+        m_session.runner.leave(this, [this] { close(); });
         return;
     }
     keepEdits(true, true);

@@ -1,9 +1,10 @@
+#include "console/frmSql.h"
+
 #include "console/explain.h"
-#include "console/frmSqlOperation.h"
 #include "console/frmTextEditer.h"
 #include "controls/fontscaling.h"
+#include "controls/stopping.h"
 #include "controls/widgetdialogue.h"
-#include "controls/windowpump.h"
 #include "controls/windowsize.h"
 #include "core/basconnection.h"
 #include "core/statements.h"
@@ -28,6 +29,22 @@ QString setting(bool isOn)
     return isOn ? QStringLiteral("1") : QStringLiteral("0");
 }
 
+// The stop button is enabled for as long as it lives.
+class StopOffered {
+public:
+    explicit StopOffered(QPushButton &button)
+        : m_button(button)
+    {
+        m_button.setEnabled(true);
+    }
+    ~StopOffered() { m_button.setEnabled(false); }
+    StopOffered(const StopOffered &) = delete;
+    StopOffered &operator=(const StopOffered &) = delete;
+
+private:
+    QPushButton &m_button;
+};
+
 } // namespace
 
 frmSql::frmSql(Session &session, std::function<bool()> connect, std::unique_ptr<Dialogue> dialogue)
@@ -49,7 +66,7 @@ frmSql::frmSql(Session &session, std::function<bool()> connect, std::unique_ptr<
     c.cmdStop->setEnabled(false);
     c.cmdStop->setCursor(Qt::ArrowCursor);
     setStopsRunningCommand(c.cmdStop, true, Qt::SHIFT | Qt::Key_F5);
-    setRunFlag(false);
+    c.cmdExec->setProperty("tag", QStringLiteral("False"));
     connectControls();
     addKeys();
     Form_Load();
@@ -60,16 +77,6 @@ frmSql::frmSql(Session &session, std::function<bool()> connect, std::unique_ptr<
 frmSql::~frmSql()
 {
     Form_Unload();
-}
-
-bool frmSql::isRunning() const
-{
-    return c.cmdExec->property("tag").toString() == u"True";
-}
-
-void frmSql::setRunFlag(bool isOn)
-{
-    c.cmdExec->setProperty("tag", isOn ? QStringLiteral("True") : QStringLiteral("False"));
 }
 
 void frmSql::Form_Load()
@@ -88,17 +95,26 @@ void frmSql::Form_Load()
 
 void frmSql::Form_Activate()
 {
-    if (isRunning() || !m_isLoaded)
+    if (m_session.runner.isRunning(c.cmdExec) || !m_isLoaded)
         return;
-    // The connection cannot be replaced beneath a statement of another window: a moment later it can.
-    if (m_operations > 0 || m_session.isCommandRunning || (m_session.gCn && m_session.gCn->isBusy())) {
-        QTimer::singleShot(200, this, [this] {
-            if (isActiveWindow())
-                Form_Activate();
-        });
-        return;
-    }
-    const Operation operation(*this);
+    // The connection cannot be replaced beneath a statement of another window: once that has ended it can.
+    m_session.runner.choose(c.lblState, QStringLiteral("ｺﾝｿｰﾙの接続"), [this] {
+        if (isActiveWindow())
+            reconnect();
+    });
+}
+
+void frmSql::runAlone(QWidget *control, const QString &what, const Runner::Action &action)
+{
+    m_session.runner.run(control, what, [&] {
+        const StopOffered stop(*c.cmdStop);
+        action();
+    });
+}
+
+void frmSql::reconnect()
+{
+    const StopOffered stop(*c.cmdStop);
     c.lblState->setText(QStringLiteral("接続中･･･"));
     m_completion.forgetNames();
     if (m_connect()) {
@@ -107,7 +123,8 @@ void frmSql::Form_Activate()
         return;
     }
     c.lblState->setText(QStringLiteral("接続失敗･･･"));
-    m_dialogue->refuse(QStringLiteral("接続失敗"));
+    if (!m_session.runner.isStopWanted())
+        m_dialogue->refuse(QStringLiteral("接続失敗"));
 }
 
 void frmSql::showState()
@@ -145,38 +162,27 @@ void frmSql::Form_Unload()
     // What was written but not run is not lost with the window.
     if (const QString draft = trimmedBlanks(c.txtSql->contents()); !draft.trimmed().isEmpty())
         remember(draft);
-    cmdStop_Click();
     m_session.gSqlOpen = false;
-    Q_EMIT unloaded();
 }
 
 void frmSql::closeEvent(QCloseEvent *event)
 {
-    if (m_operations > 0) {
+    if (m_session.runner.isRunning(this)) {
         event->ignore();
-        closeWhenIdle();
+        m_session.runner.leave(this, [this] { close(); });
         return;
     }
     Form_Unload();
     QWidget::closeEvent(event);
 }
 
-void frmSql::closeWhenIdle()
-{
-    if (m_operations == 0) {
-        close();
-        return;
-    }
-    m_closesWhenIdle = true;
-    cmdStop_Click();
-}
-
 void frmSql::cmdAnalyze_Click()
 {
     c.optRecord[2]->setChecked(true);
-    const Operation operation(*this);
-    if (!isStatementMissing() && !m_session.isCommandRunning)
-        explain(m_session, c.txtSql->contents(), *c.flgrid_ANALYZE);
+    runAlone(c.cmdAnalyze, c.cmdAnalyze->text(), [this] {
+        if (!isStatementMissing())
+            explain(m_session, c.txtSql->contents(), *c.flgrid_ANALYZE);
+    });
 }
 
 void frmSql::cmdVariable_Click()
@@ -188,14 +194,11 @@ void frmSql::cmdVariable_Click()
 void frmSql::cmdVariabl_Click()
 {
     c.optRecord[3]->setChecked(true);
-    const Operation operation(*this);
-    if (!m_session.isCommandRunning)
-        m_variables.refresh();
+    runAlone(c.cmdVariabl, c.cmdVariabl->text(), [this] { m_variables.refresh(); });
 }
 
 void frmSql::cmdFolder_Click()
 {
-    const Operation operation(*this);
     const QString folder =
         m_dialogue->chooseFolder(QStringLiteral("保存先のﾌｫﾙﾀﾞを選択して下さい。"), m_session.gTextPath);
     if (!folder.trimmed().isEmpty())
@@ -204,7 +207,6 @@ void frmSql::cmdFolder_Click()
 
 void frmSql::cmdEditer_Click()
 {
-    const Operation operation(*this);
     frmTextEditer(m_session, this).exec();
 }
 
@@ -233,10 +235,9 @@ void frmSql::showView()
 
 void frmSql::offerWords()
 {
-    const bool canReadNames =
-        m_operations == 0 && !m_session.isCommandRunning && !(m_session.gCn && m_session.gCn->isBusy());
-    const Operation operation(*this);
-    m_completion.offer(canReadNames);
+    if (!m_completion.hasNames())
+        runAlone(c.txtSql, QStringLiteral("入力候補"), [this] { m_completion.readNames(); });
+    m_completion.offer();
 }
 
 void frmSql::showHistory(const QString &statement)

@@ -26,15 +26,6 @@ public:
     frmSql(Session &session, std::function<bool()> connect, std::unique_ptr<Dialogue> dialogue = nullptr);
     ~frmSql() override;
 
-    // The tag of cmdExec: a statement runs.
-    bool isRunning() const;
-    // Nothing on the stack uses the window: close() works.
-    bool isIdle() const { return m_operations == 0; }
-    // Ends a running statement, as the stop button does; what the main window's disconnect button calls.
-    void cmdStop_Click();
-    // close() that works while the console waits for the server or reads rows, too: ends that first.
-    // The window is gone when unloaded() comes, at once or later.
-    void closeWhenIdle();
     // As History::add().
     bool remember(const QString &text) { return m_history.add(text); }
     // Puts a statement into the box; what stood there comes back by undo.
@@ -42,21 +33,18 @@ public:
     // The connection that the console named is gone.
     void showDisconnected();
 
-Q_SIGNALS:
-    void unloaded();
-
 protected:
     void closeEvent(QCloseEvent *event) override;
     bool eventFilter(QObject *watched, QEvent *event) override;
 
 private:
-    class Operation;
     class RunningState;
 
     void Form_Load();
     void Form_Activate();
     void Form_Unload();
     void cmdExec_Click();
+    void cmdStop_Click();
     void cmdAnalyze_Click();
     void cmdVariable_Click();
     void cmdVariabl_Click();
@@ -70,11 +58,13 @@ private:
     void showView();
     void showState();
     void chooseDelimiter();
+    // As the one thing that runs, with the stop button enabled.
+    void runAlone(QWidget *control, const QString &what, const Runner::Action &action);
+    void reconnect();
     void execute();
     void showFailure(const QString &description);
     RunRequest request() const;
     bool isStatementMissing();
-    void setRunFlag(bool isOn);
     void offerWords();
     void showHistory(const QString &statement);
 
@@ -87,7 +77,5 @@ private:
     WordCompletion m_completion;
     History m_history;
     FontScaling *m_fonts;
-    int m_operations = 0; // that are on the stack and use this window
-    bool m_closesWhenIdle = false;
     bool m_isLoaded = false;
 };

@@ -1,5 +1,6 @@
 // The run of one statement in the console, from the click to its end.
-#include "console/frmSqlOperation.h"
+#include "console/frmSql.h"
+#include "controls/stopping.h"
 #include "core/statements.h"
 
 #include <new>
@@ -32,18 +33,15 @@ class frmSql::RunningState {
 public:
     explicit RunningState(frmSql &window)
         : m_window(window)
+        , m_tag(window.m_session.runner, *window.c.cmdExec)
     {
         m_window.setCursor(Qt::WaitCursor);
-        m_window.c.cmdStop->setEnabled(true);
         m_window.c.cmdExec->setEnabled(false);
-        m_window.setRunFlag(true);
     }
     ~RunningState()
     {
         m_window.c.lblRecordCount->setText(QString::number(m_window.m_run.rowCount()));
-        m_window.c.cmdStop->setEnabled(false);
         m_window.c.cmdExec->setEnabled(true);
-        m_window.setRunFlag(false);
         m_window.unsetCursor();
     }
     RunningState(const RunningState &) = delete;
@@ -51,6 +49,7 @@ public:
 
 private:
     frmSql &m_window;
+    const RunTag m_tag;
 };
 
 bool frmSql::isStatementMissing()
@@ -63,15 +62,14 @@ bool frmSql::isStatementMissing()
 
 void frmSql::cmdExec_Click()
 {
-    if (isRunning() || m_session.isCommandRunning)
-        return;
-    const Operation operation(*this);
-    c.txtError->clear();
-    if (isStatementMissing())
-        return;
-    m_history.add(trimmedBlanks(c.txtSql->contents()));
-    const RunningState running(*this);
-    execute();
+    runAlone(c.cmdExec, c.cmdExec->text(), [this] {
+        c.txtError->clear();
+        if (isStatementMissing())
+            return;
+        m_history.add(trimmedBlanks(c.txtSql->contents()));
+        const RunningState running(*this);
+        execute();
+    });
 }
 
 void frmSql::execute()
@@ -81,7 +79,7 @@ void frmSql::execute()
     if (!failure && result == ConsoleRun::Result::NoRows) {
         c.txtError->setPlainText(m_run.note());
         m_dialogue->inform(QStringLiteral("正常終了"));
-    } else if (!isRunning())
+    } else if (m_session.runner.isStopWanted())
         m_dialogue->inform(interrupted);
     else if (failure)
         showFailure(*failure);
@@ -107,6 +105,5 @@ RunRequest frmSql::request() const
 
 void frmSql::cmdStop_Click()
 {
-    setRunFlag(false);
-    m_run.stop();
+    m_session.runner.stop();
 }

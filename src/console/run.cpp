@@ -9,64 +9,22 @@
 
 #include <QDir>
 #include <QProcess>
+#include <QScopeGuard>
 #include <QStandardPaths>
 
 #include <limits>
 #include <new>
 
-namespace {
-
-// Sets a flag for as long as it lives.
-class Raised {
-public:
-    explicit Raised(bool &flag)
-        : m_flag(flag)
-    {
-        m_flag = true;
-    }
-    ~Raised() { m_flag = false; }
-    Raised(const Raised &) = delete;
-    Raised &operator=(const Raised &) = delete;
-
-private:
-    bool &m_flag;
-};
-
-// The record set is closed on every path.
-class Closed {
-public:
-    explicit Closed(RecordSet &rows)
-        : m_rows(rows)
-    {
-    }
-    ~Closed() { m_rows.close(); }
-    Closed(const Closed &) = delete;
-    Closed &operator=(const Closed &) = delete;
-
-private:
-    RecordSet &m_rows;
-};
-
-} // namespace
-
 ConsoleRun::Result ConsoleRun::execute(const RunRequest &request)
 {
     m_request = request;
-    m_isStopped = false;
     m_hasText = true;
     m_rowCount = 0;
     m_byteCount = 0;
-    const Closed closed(m_rows);
-    {
-        const Raised inCall(m_isInCall);
-        m_rows = m_session.connection().execute(request.statement);
-    }
+    m_rows = m_session.connection().execute(request.statement);
     if (!m_rows.isOpen())
         return Result::NoRows;
-    // Some statements report success although they were stopped (SELECT SLEEP, MariaDB 10.11).
-    if (m_isStopped)
-        m_rows.close();
-
+    const auto isOver = qScopeGuard([this] { m_rows.close(); });
     m_views.grid.setFields(m_rows.fields());
     if (request.isFileOnly)
         readIntoFile();
@@ -80,18 +38,8 @@ void ConsoleRun::keepWhatWasRead()
     if (m_hasText)
         return;
     showText();
-    if (m_isStopped && m_request.savesText)
+    if (m_session.runner.isStopWanted() && m_request.savesText)
         saveText(outputPath());
-}
-
-void ConsoleRun::stop()
-{
-    m_isStopped = true;
-    // A record set must not be closed beneath its own read: that one throws, or moveNext() closes it after.
-    if (!m_isInCall)
-        m_rows.close();
-    else if (m_session.gCn)
-        m_session.gCn->cancel();
 }
 
 void ConsoleRun::readIntoGrid()
@@ -140,30 +88,18 @@ void ConsoleRun::readIntoFile()
         startEditor(path);
 }
 
-// Only the end of the record set is asked for, never the run flag: a stop closes the record set, and the
-// next question to it throws.
 void ConsoleRun::readRows(const std::function<void()> &take)
 {
     Yield yield;
-    while (!m_rows.isEof()) {
+    for (; !m_rows.isEof(); m_rows.moveNext()) {
+        m_session.requireGoingOn();
         take();
         ++m_rowCount;
         if (yield.isDue()) {
             m_views.showCount(m_rowCount);
             yield();
         }
-        moveNext();
     }
-}
-
-void ConsoleRun::moveNext()
-{
-    {
-        const Raised inCall(m_isInCall);
-        m_rows.moveNext();
-    }
-    if (m_isStopped)
-        m_rows.close();
 }
 
 void ConsoleRun::saveText(const QString &path)

@@ -26,7 +26,7 @@ struct RunViews {
 };
 
 // One execution: reads a statement's rows into grid and text, or straight into the file. Window events run
-// between the rows and while the server thinks, and stop() may be called from them.
+// between the rows and while the server thinks; a stop from them ends it at the next row.
 class ConsoleRun {
 public:
     enum class Result { NoRows, Rows };
@@ -37,7 +37,7 @@ public:
     {
     }
 
-    // Throws SqlError when the server or the system refuses, and when stop() ended it. What was read until
+    // Throws SqlError when the server or the system refuses, and when a stop ended it. What was read until
     // then is in the grid or, as whole lines, in the file. Throws std::bad_alloc, too; rows that the memory
     // is too small for are let go.
     Result execute(const RunRequest &request);
@@ -45,8 +45,6 @@ public:
     // file. Apart from execute() because it takes its time: the user hears of the stop first. Throws as
     // execute() does.
     void keepWhatWasRead();
-    // Ends the statement that waits for its server, or closes the record set that is being read.
-    void stop();
     qint64 rowCount() const { return m_rowCount; }
     // What the user should know of an execution without rows; mostly empty.
     const QString &note() const { return m_rows.note(); }
@@ -56,7 +54,6 @@ private:
     void readIntoGrid();
     void readIntoFile();
     void readRows(const std::function<void()> &take);
-    void moveNext();
     void saveText(const QString &path);
     void showText();
     QString outputPath();
@@ -69,6 +66,4 @@ private:
     qint64 m_rowCount = 0;
     std::size_t m_byteCount = 0; // of the values read and what stands behind each
     bool m_hasText = true;       // the text box shows what the grid shows
-    bool m_isStopped = false;
-    bool m_isInCall = false; // a call of the connection or the record set is on the stack
 };

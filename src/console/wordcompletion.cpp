@@ -53,10 +53,8 @@ WordCompletion::WordCompletion(Session &session, SqlTextBox &box)
     m_box.SendScintilla(QsciScintilla::SCI_AUTOCSETMAXHEIGHT, 12);
 }
 
-void WordCompletion::offer(bool canReadNames)
+void WordCompletion::offer()
 {
-    if (canReadNames && !m_hasNames)
-        readNames();
     const Begun begun = begunBeforeCursor(m_box);
     const QStringList words = wordsFor(begun.word, begun.table);
     if (!words.isEmpty())

@@ -8,18 +8,19 @@
 class SqlTextBox;
 
 // Offers SQL words and the names of the connected database's tables and columns for the word before the
-// cursor; after a table's name and a dot, that table's columns alone. The names are read when they are first
-// asked for, never before.
+// cursor; after a table's name and a dot, that table's columns alone. Until the names have been read there
+// are only the words.
 class WordCompletion {
 public:
     WordCompletion(Session &session, SqlTextBox &box);
 
-    // canReadNames: no statement of the connection is under way.
-    void offer(bool canReadNames);
+    void offer();
+    // From the server; where that fails there still are the words of the language.
+    void readNames();
+    bool hasNames() const { return m_hasNames; }
     void forgetNames() { m_hasNames = false; }
 
 private:
-    void readNames();
     QStringList wordsFor(const QString &begun, const QString &table) const;
 
     Session &m_session;

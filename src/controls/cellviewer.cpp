@@ -2,6 +2,7 @@
 
 #include "controls/hexdump.h"
 #include "controls/resulttextbox.h"
+#include "controls/stopping.h"
 
 #include <QApplication>
 #include <QBuffer>
@@ -31,6 +32,7 @@ CellViewer::CellViewer(QWidget *window)
 {
     setObjectName(QStringLiteral("cellViewer"));
     setAttribute(Qt::WA_DeleteOnClose);
+    setWorksWhileRunning(this);
     m_text->setObjectName(QStringLiteral("cellText"));
     m_text->setAccessibleName(QStringLiteral("値のテキスト"));
     m_text->setWrapMode(QsciScintilla::WrapCharacter);

@@ -1,21 +1,22 @@
 #include "controls/windowpump.h"
 
 #include "controls/chosenlist.h"
+#include "controls/scintilla.h"
+#include "controls/stopping.h"
 
 #include <QAbstractButton>
 #include <QAbstractSlider>
 #include <QApplication>
 #include <QDragMoveEvent>
 #include <QKeyEvent>
+#include <QLineEdit>
 #include <QMouseEvent>
+#include <QPlainTextEdit>
 #include <QSplitterHandle>
 
 #include <algorithm>
 
 namespace {
-
-constexpr char stopProperty[] = "stopsRunningCommand";
-constexpr char keyProperty[] = "keyThatStops";
 
 // Statements shorter than this never pay for the event loop.
 constexpr std::chrono::milliseconds sleepFirst(15);
@@ -49,10 +50,50 @@ bool isInput(QEvent::Type type)
     }
 }
 
+bool isKey(const QEvent &event)
+{
+    return event.type() == QEvent::KeyPress || event.type() == QEvent::KeyRelease ||
+           event.type() == QEvent::ShortcutOverride;
+}
+
 bool isKeyOfButtons(int key)
 {
-    return key == Qt::Key_Space || key == Qt::Key_Return || key == Qt::Key_Enter || key == Qt::Key_Escape ||
-           key == Qt::Key_Select;
+    return key == Qt::Key_Space || key == Qt::Key_Return || key == Qt::Key_Enter || key == Qt::Key_Select;
+}
+
+QWidget *stopButtonOf(QObject *watched, const QEvent *event)
+{
+    const auto *widget = qobject_cast<QWidget *>(watched);
+    return widget
+               ? buttonOfStopKey(*widget->window(), static_cast<const QKeyEvent *>(event)->keyCombination())
+               : nullptr;
+}
+
+bool isTextBox(const QObject *object)
+{
+    return qobject_cast<const QLineEdit *>(object) || qobject_cast<const QPlainTextEdit *>(object) ||
+           qobject_cast<const QsciScintilla *>(object);
+}
+
+// Writing goes on: keys, the mouse that places the cursor, what an input method composes. Menus and drops
+// would start something.
+bool isWriting(const QObject *watched, const QEvent &event)
+{
+    switch (event.type()) {
+    case QEvent::ContextMenu:
+    case QEvent::DragEnter:
+    case QEvent::DragMove:
+    case QEvent::Drop:
+        return false;
+    default:
+        return isTextBox(watched) || isTextBox(watched->parent());
+    }
+}
+
+bool isInWindowThatWorksOn(const QObject *watched)
+{
+    const auto *widget = qobject_cast<const QWidget *>(watched);
+    return widget && worksWhileRunning(*widget->window());
 }
 
 // True when the event has been dealt with here.
@@ -72,19 +113,12 @@ bool pressStopButton(QObject *watched, QEvent *event)
 
 // Shortcuts are held off like all that is typed, so that the key of a stop button comes along here. True when
 // it was one.
-bool clickButtonOfKey(QObject *watched, const QKeyEvent &event)
+bool clickButtonOfKey(QObject *watched, const QEvent *event)
 {
-    const auto *widget = qobject_cast<QWidget *>(watched);
-    if (!widget || event.isAutoRepeat())
-        return false;
-    const QKeySequence pressed(event.keyCombination());
-    for (QAbstractButton *button : widget->window()->findChildren<QAbstractButton *>())
-        if (button->property(stopProperty).toBool() &&
-            button->property(keyProperty).value<QKeySequence>() == pressed) {
-            button->click();
-            return true;
-        }
-    return false;
+    QWidget *button = stopButtonOf(watched, event);
+    if (button && event->type() == QEvent::KeyPress && !static_cast<const QKeyEvent *>(event)->isAutoRepeat())
+        static_cast<QAbstractButton *>(button)->click();
+    return button;
 }
 
 // A press from before the wait must not stay behind: the button comes up without a click, a drag ends, and
@@ -135,44 +169,28 @@ bool WindowPump::eventFilter(QObject *watched, QEvent *event)
     // Windows hand on to their widgets what they receive; it is stopped there.
     if (watched->isWindowType())
         return false;
-    if (event->type() == QEvent::Close)
-        return refusesClose(watched, event);
-    if (event->type() == QEvent::MouseMove)
-        return static_cast<QMouseEvent *>(event)->buttons() != Qt::NoButton &&
-               !watched->property(stopProperty).toBool();
-    if (!isInput(event->type()))
+    const bool isDragging =
+        event->type() == QEvent::MouseMove && static_cast<QMouseEvent *>(event)->buttons() != Qt::NoButton;
+    if (!isInput(event->type()) && !isDragging)
         return false;
-    const bool isKey = event->type() == QEvent::KeyPress || event->type() == QEvent::KeyRelease;
-    if (event->type() == QEvent::KeyPress && clickButtonOfKey(watched, *static_cast<QKeyEvent *>(event)))
-        return true;
-    if (watched->property(stopProperty).toBool())
-        return isKey && pressStopButton(watched, event);
+    if (isKey(*event)) {
+        if (static_cast<QKeyEvent *>(event)->key() == Qt::Key_Escape)
+            return false;
+        if (clickButtonOfKey(watched, event)) {
+            event->accept(); // no shortcut takes it
+            return true;
+        }
+    }
+    if (isInWindowThatWorksOn(watched) || isWriting(watched, *event))
+        return false;
+    if (stopsRunningCommand(watched))
+        return (event->type() == QEvent::KeyPress || event->type() == QEvent::KeyRelease) &&
+               pressStopButton(watched, event);
     if (event->type() == QEvent::MouseButtonRelease && endsOlderPress(watched))
         return false;
     event->setAccepted(event->type() != QEvent::DragEnter && event->type() != QEvent::DragMove &&
                        event->type() != QEvent::Drop);
     return true;
-}
-
-bool WindowPump::refusesClose(QObject *watched, QEvent *event)
-{
-    auto *widget = qobject_cast<QWidget *>(watched);
-    if (!widget || !widget->isWindow())
-        return false;
-    // Menus and tips come and go; a dialog may be closed by the program, not by the user.
-    const Qt::WindowType type = widget->windowType();
-    const bool isRefused = type == Qt::Window || (type == Qt::Dialog && event->spontaneous());
-    if (!isRefused)
-        return false;
-    event->ignore();
-    Q_EMIT closeRequested(widget);
-    return true;
-}
-
-void setStopsRunningCommand(QWidget *button, bool isOn, const QKeySequence &key)
-{
-    button->setProperty(stopProperty, isOn);
-    button->setProperty(keyProperty, key);
 }
 
 void Yield::operator()()

@@ -3,8 +3,6 @@
 #include "core/connectionstring.h"
 #include "core/statements.h"
 
-#include <QScopeGuard>
-
 QString noDataSource()
 {
     return QStringLiteral("(なし)");
@@ -32,8 +30,6 @@ bool fConnect(Session &session, QString *why)
     try {
         // Not yet the session's while it opens: events run meanwhile, and nobody may use it.
         auto connection = session.makeConnection(connectionStringOf(session));
-        session.opening = connection.get();
-        const auto isOver = qScopeGuard([&session] { session.opening = nullptr; });
         connection->open();
         session.gCn = std::move(connection);
     } catch (const SqlError &error) {

@@ -1,16 +1,16 @@
 #include "core/session.h"
 
+#include <utility>
+
+void Session::connectBy(ConnectionFactory factory)
+{
+    makeConnection = runner.stoppable(logged(std::move(factory), statementLog));
+}
+
 Connection &Session::connection() const
 {
     if (!gCn || !gCn->isOpen())
         throw SqlError(QStringLiteral("サーバーに接続されていません。"), 0, QStringLiteral("08003"));
-    if (undoings == 0)
-        requireGoingOn();
+    requireGoingOn();
     return *gCn;
-}
-
-void Session::requireGoingOn() const
-{
-    if (isStopWanted)
-        throw interruptedError(QStringLiteral("処理を中断しました。"));
 }

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "core/connection.h"
+#include "core/command/runner.h"
 #include "core/statementlog.h"
 #include "core/tlsoptions.h"
 
@@ -22,6 +22,7 @@ struct variablename {
 // The values that all windows share, from start to end of the program.
 struct Session {
     QString programFolder; // folder of the executable, no separator at its end
+    Runner runner;
     ConnectionFactory makeConnection;
     std::shared_ptr<StatementLog> statementLog = std::make_shared<StatementLog>();
 
@@ -37,24 +38,21 @@ struct Session {
     QStringList settingsAsRead, variablesAsRead;
 
     std::unique_ptr<Connection> gCn;
-    Connection *opening = nullptr; // while fConnect() waits: not for use, but to be cancelled
     RecordSet gRs;
     bool gIsLocalServer = false; // the driver names the server "localhost"
     bool gSqlOpen = false;       // the console is loaded
-    // A command of the main window works on gCn, step by step: nobody else may use or replace it meanwhile.
-    bool isCommandRunning = false;
-    // The user wants to disconnect or to close: what goes on step by step ends at its next step.
-    bool isStopWanted = false;
-    int undoings = 0; // Undoing objects that live
 
     // Element 0 of each stays empty, so that the number of columns is the upper bound.
     std::vector<FieldRec> gOldFields{1}, gNewFields{1};
+
+    // From now on connections are made by the factory, stopped by the runner and noted in the log.
+    void connectBy(ConnectionFactory factory);
 
     // The open connection; throws SqlError when there is none, and once a stop is wanted: ask for it at each
     // statement, so that none is sent after the stop but those that undo (see Undoing).
     Connection &connection() const;
     // Asked between two steps; throws the SqlError of an interruption once a stop is wanted.
-    void requireGoingOn() const;
+    void requireGoingOn() const { runner.requireGoingOn(); }
 };
 
 // While it lives, statements are let through although a stop is wanted: what was begun is put back, or
@@ -62,14 +60,14 @@ struct Session {
 class Undoing {
 public:
     explicit Undoing(Session &session)
-        : m_session(session)
+        : m_runner(session.runner)
     {
-        ++m_session.undoings;
+        m_runner.beginUndoing();
     }
-    ~Undoing() { --m_session.undoings; }
+    ~Undoing() { m_runner.endUndoing(); }
     Undoing(const Undoing &) = delete;
     Undoing &operator=(const Undoing &) = delete;
 
 private:
-    Session &m_session;
+    Runner &m_runner;
 };

@@ -42,7 +42,7 @@ QString chooseFile(QWidget *window, bool isExport, const QString &start)
 
 frmInOut::frmInOut(Session &session, const QString &item, QWidget *parent, Dialogue &mainWindow,
                    Dialogue *dialogue)
-    : QDialog(parent)
+    : StoppableDialog(session.runner, parent)
     , m_session(session)
     , m_controls(*this)
     , m_boxes(this, {})
@@ -62,6 +62,7 @@ void frmInOut::connectControls()
     connect(c.cmdOut, &QPushButton::clicked, this, &frmInOut::cmdOut_Click);
     connect(c.cmdIn, &QPushButton::clicked, this, &frmInOut::cmdIn_Click);
     connect(c.cmdCancel, &QPushButton::clicked, this, &QDialog::close);
+    setStopsRunningCommand(c.cmdCancel, true);
 }
 
 void frmInOut::Form_Load(const QString &tableName)
@@ -94,15 +95,19 @@ void frmInOut::cmdFolder_Click()
 
 void frmInOut::cmdOut_Click()
 {
-    if (!exportTable(m_session, m_voices, form()))
-        return;
-    rememberFolder();
-    close();
+    run(exportTable);
 }
 
 void frmInOut::cmdIn_Click()
 {
-    if (!importTable(m_session, m_voices, form()))
+    run(importTable);
+}
+
+void frmInOut::run(bool (*command)(Session &session, const InOutVoices &voices, const InOutForm &form))
+{
+    bool isDone = false;
+    m_session.runner.run(this, windowTitle(), [&] { isDone = command(m_session, m_voices, form()); });
+    if (!isDone)
         return;
     rememberFolder();
     close();

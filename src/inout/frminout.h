@@ -1,9 +1,8 @@
 #pragma once
 
+#include "controls/stopping.h"
 #include "controls/widgetdialogue.h"
 #include "inout/inoutcommands.h"
-
-#include <QDialog>
 
 class QGroupBox;
 class QLabel;
@@ -23,7 +22,7 @@ struct InOutControls {
 };
 
 // The dialog that writes a table to a file of the server's machine, or reads one into it.
-class frmInOut : public QDialog {
+class frmInOut : public StoppableDialog {
     Q_OBJECT
 
 public:
@@ -39,6 +38,7 @@ private:
     void cmdFolder_Click();
     void cmdOut_Click();
     void cmdIn_Click();
+    void run(bool (*command)(Session &session, const InOutVoices &voices, const InOutForm &form));
 
     InOutForm form() const;
     void rememberFolder();

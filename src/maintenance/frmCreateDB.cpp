@@ -10,7 +10,7 @@
 #include <QVBoxLayout>
 
 frmCreateDB::frmCreateDB(QWidget *parent, Session &session, Dialogue &mainWindow)
-    : QDialog(parent)
+    : StoppableDialog(session.runner, parent)
     , m_session(session)
     , m_mainWindow(mainWindow)
     , txtDatabase(new QLineEdit(this))
@@ -27,6 +27,7 @@ frmCreateDB::frmCreateDB(QWidget *parent, Session &session, Dialogue &mainWindow
     cmdOk->setDefault(true); // the Enter key in the box is a click here
     auto *cmdCancel = new QPushButton(QStringLiteral("Cancel"), this);
     cmdCancel->setObjectName(QStringLiteral("cmdCancel"));
+    setStopsRunningCommand(cmdCancel, true);
 
     auto *entry = new QHBoxLayout;
     entry->addWidget(label);
@@ -46,14 +47,18 @@ frmCreateDB::frmCreateDB(QWidget *parent, Session &session, Dialogue &mainWindow
 void frmCreateDB::cmdOk_Click()
 {
     const QString name = trimmedBlanks(txtDatabase->text());
-    WidgetDialogue dialogue(this, {});
     if (name.isEmpty()) {
-        dialogue.inform(QStringLiteral("ﾃﾞｰﾀﾍﾞｰｽ名を入力してください。"));
+        WidgetDialogue(this, {}).inform(QStringLiteral("ﾃﾞｰﾀﾍﾞｰｽ名を入力してください。"));
         return;
     }
+    m_session.runner.run(this, windowTitle(), [&] { create(name); });
+}
+
+void frmCreateDB::create(const QString &name)
+{
     m_mainWindow.setLastError({}, true);
     try {
-        const BusyPointer busy(dialogue);
+        const BusyPointer busy(m_mainWindow);
         m_session.connection().execute(QStringLiteral("create database `") + name + QStringLiteral("`;"));
         accept();
     } catch (const SqlError &error) {

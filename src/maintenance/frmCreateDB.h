@@ -1,14 +1,13 @@
 #pragma once
 
+#include "controls/stopping.h"
 #include "core/session.h"
-
-#include <QDialog>
 
 class Dialogue;
 class QLineEdit;
 
 // Asks for a name and creates the database of that name; stays open until that worked or the user cancels.
-class frmCreateDB : public QDialog {
+class frmCreateDB : public StoppableDialog {
     Q_OBJECT
 
 public:
@@ -17,6 +16,7 @@ public:
 
 private:
     void cmdOk_Click();
+    void create(const QString &name);
 
     Session &m_session;
     Dialogue &m_mainWindow;

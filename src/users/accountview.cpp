@@ -306,6 +306,8 @@ void AccountView::trap(const std::function<void()> &statements)
         const BusyPointer busy(m_dialogue);
         statements();
     } catch (const SqlError &error) {
-        m_dialogue.refuse(error.description());
+        // Whoever stopped the reading need not be told.
+        if (!m_session.runner.isStopWanted())
+            m_dialogue.refuse(error.description());
     }
 }

@@ -10,7 +10,7 @@
 #include <QTimer>
 
 frmUserAdd::frmUserAdd(Session &session, QWidget *parent, Dialogue *dialogue)
-    : QDialog(parent)
+    : StoppableDialog(session.runner, parent)
     , m_session(session)
     , m_controls(*this)
     , m_boxes(this, {})
@@ -18,7 +18,20 @@ frmUserAdd::frmUserAdd(Session &session, QWidget *parent, Dialogue *dialogue)
     , m_view(session, m_controls, m_dialogue)
 {
     connectControls();
-    m_view.Form_Load();
+    runAlone([this] {
+        m_view.Form_Load();
+        m_isRead = !m_session.runner.isStopWanted();
+    });
+}
+
+void frmUserAdd::runAlone(const std::function<void()> &action)
+{
+    m_session.runner.run(this, windowTitle(), action);
+}
+
+void frmUserAdd::choose(QWidget *list, void (AccountView::*read)())
+{
+    m_session.runner.choose(list, windowTitle(), [this, read] { (m_view.*read)(); });
 }
 
 void frmUserAdd::connectControls()
@@ -26,10 +39,14 @@ void frmUserAdd::connectControls()
     setObjectName(QStringLiteral("frmUserAdd"));
     setWindowTitle(QStringLiteral("ﾕｰｻﾞｰ設定"));
     UserControls &c = m_controls;
-    connect(c.lstUser, &ChosenList::chosen, this, [this] { m_view.lstUser_Click(); });
-    connect(c.lstDB, &ChosenList::chosen, this, [this] { m_view.lstDB_Click(); });
-    connect(c.lstTable, &ChosenList::chosen, this, [this] { m_view.lstTable_Click(); });
-    connect(c.cboAddDB, &QComboBox::currentIndexChanged, this, [this] { m_view.cboAddDB_Click(); });
+    connect(c.lstUser, &ChosenList::chosen, this,
+            [this] { choose(m_controls.lstUser, &AccountView::lstUser_Click); });
+    connect(c.lstDB, &ChosenList::chosen, this,
+            [this] { choose(m_controls.lstDB, &AccountView::lstDB_Click); });
+    connect(c.lstTable, &ChosenList::chosen, this,
+            [this] { choose(m_controls.lstTable, &AccountView::lstTable_Click); });
+    connect(c.cboAddDB, &QComboBox::currentIndexChanged, this,
+            [this] { choose(m_controls.cboAddDB, &AccountView::cboAddDB_Click); });
     for (const auto &[buttons, boxes] :
          {std::pair(c.cmdUserGrantAllCK, &c.ckPrivType), std::pair(c.cmdDbGrantAllCK, &c.ckDBPrivType),
           std::pair(c.cmdTableGrantAllCK, &c.ckTablePrivType)}) {
@@ -38,9 +55,10 @@ void frmUserAdd::connectControls()
     }
     for (const AccountCommand &command : accountCommands()) {
         connect(findChild<QPushButton *>(QLatin1String(command.control)), &QPushButton::clicked, this,
-                [this, &command] { run(command); });
+                [this, &command] { runAlone([this, &command] { run(command); }); });
     }
     connect(c.cmdCancel, &QPushButton::clicked, this, &QDialog::close);
+    setStopsRunningCommand(c.cmdCancel, true);
 
     c.txtPassword->installEventFilter(this);
     // A line break cannot be typed, so one that is left stems from the placeholder.
@@ -82,6 +100,9 @@ void frmUserAdd::run(const AccountCommand &command)
 
 void showUserWindow(QWidget *parent, Session &session)
 {
+    if (session.runner.isRunning())
+        return;
     frmUserAdd window(session, parent);
-    window.exec();
+    if (window.isRead())
+        window.exec();
 }

@@ -1,19 +1,20 @@
 #pragma once
 
+#include "controls/stopping.h"
 #include "controls/widgetdialogue.h"
 #include "core/session.h"
 #include "users/accountview.h"
 #include "users/frmUserAddControls.h"
 
-#include <QDialog>
-
 // The window of the server's accounts and their privileges at three levels.
-class frmUserAdd : public QDialog {
+class frmUserAdd : public StoppableDialog {
     Q_OBJECT
 
 public:
     // Asks and tells in boxes of its own unless given another dialogue.
     frmUserAdd(Session &session, QWidget *parent, Dialogue *dialogue = nullptr);
+    // False when the user stopped the first reading: the window has nothing to show.
+    bool isRead() const { return m_isRead; }
 
 protected:
     bool eventFilter(QObject *watched, QEvent *event) override;
@@ -22,12 +23,16 @@ private:
     void connectControls();
     void txtPassword_GotFocus(bool isByMouse);
     void run(const AccountCommand &command);
+    // One thing at a time; what is chosen in a list meanwhile is read after it.
+    void runAlone(const std::function<void()> &action);
+    void choose(QWidget *list, void (AccountView::*read)());
 
     Session &m_session;
     UserControls m_controls;
     WidgetDialogue m_boxes;
     Dialogue &m_dialogue;
     AccountView m_view;
+    bool m_isRead = false;
 };
 
 // Shows the window modally.

@@ -17,6 +17,7 @@ private Q_SLOTS:
     void aTableClickSendsFourStatements();
     void anObjectThatCannotBeReadCanOnlyBeDropped();
     void aRoutineIsLoadedWithoutBackticks();
+    void whatAStatementLeavesToKnowIsShown();
 
 private:
     template <class Control>
@@ -119,11 +120,11 @@ void ListsTest::routinesThatCannotBeListedAreLeftOutSilently()
 void ListsTest::aChoiceDuringACommandIsCarriedOutAfterIt()
 {
     openDatabase();
-    m_stage->session.isCommandRunning = true;
-    choose("lstDb", 1);
-    choose("lstTables", 0);
-    QCOMPARE(m_stage->session.gDbName, "d");
-    m_stage->session.isCommandRunning = false;
+    m_stage->session.runner.run(m_stage->opened.get(), "a command", [this] {
+        choose("lstDb", 1);
+        choose("lstTables", 0);
+        QCOMPARE(m_stage->session.gDbName, "d");
+    });
     QTRY_COMPARE(m_stage->session.gDbName, "e");
     QCOMPARE(texts("lstTables"), QStringList());
 }
@@ -201,6 +202,16 @@ void ListsTest::aRoutineIsLoadedWithoutBackticks()
     QVERIFY(isChecked("optTP_0") && isChecked("optField_1"));
     click("optField_3");
     QVERIFY(isChecked("optTP_0") && isChecked("optField_3"));
+}
+
+void ListsTest::whatAStatementLeavesToKnowIsShown()
+{
+    openDatabase();
+    m_stage->script.always("check table `d`.t ", Reply::noted("the session's variables are gone"));
+    m_stage->boxes.expectOk("全ﾃｰﾌﾞﾙの検査を行います。");
+    m_stage->boxes.expectOk("問題はありませんでした。");
+    click("cmdCheckTable");
+    QCOMPARE(get<QPlainTextEdit>("txtError").toPlainText(), "the session's variables are gone");
 }
 
 QTEST_MAIN(ListsTest)

@@ -32,8 +32,8 @@ struct Stage {
     }
     frmTarnwell &mainWindow()
     {
-        session.makeConnection = script.factory();
-        return static_cast<frmTarnwell &>(shown(new frmTarnwell(session, pump)));
+        session.connectBy(script.factory());
+        return static_cast<frmTarnwell &>(shown(new frmTarnwell(session)));
     }
     void says(const char *statement, const QStringList &fields, const QStringList &row)
     {

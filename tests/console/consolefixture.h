@@ -39,6 +39,13 @@ struct ConsoleWindow {
         QFile file(filePath());
         return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray("(no file)");
     }
+    void goTo(QWidget &target)
+    {
+        target.show();
+        target.activateWindow();
+        QVERIFY(QTest::qWaitForWindowActive(&target));
+        QCoreApplication::processEvents();
+    }
     void type(const QString &statement) { control<SqlTextBox>("txtSql").setContents(statement); }
     void run(const QString &statement)
     {

@@ -23,7 +23,7 @@ struct RealConsole : ConsoleWindow {
 
     explicit RealConsole(const TestServer &server)
     {
-        session.makeConnection = [this](const QString &text) { return createConnection(text, pump); };
+        session.connectBy([this](const QString &text) { return createConnection(text, pump); });
         session.gDsn = noDataSource();
         session.gDriver = isBuiltIn() ? nativeDriverName() : QStringLiteral("MySQL ODBC 3.51 Driver");
         session.gServer = QStringLiteral("127.0.0.1");
@@ -43,13 +43,6 @@ struct RealConsole : ConsoleWindow {
         session.gCn.reset(); // before the pump that it waits by
     }
 
-    void goTo(QWidget &target)
-    {
-        target.show();
-        target.activateWindow();
-        QVERIFY(QTest::qWaitForWindowActive(&target));
-        QCoreApplication::processEvents();
-    }
     void stopAfter(int milliseconds)
     {
         QTimer::singleShot(milliseconds, window, [this] {
@@ -194,8 +187,7 @@ void ConsoleServerTest::aStopOrALossKeepsWhatWasRead()
         if (isLost) {
             m_server.run("kill " + connection);
         } else if (by == u"disconnect") {
-            console.window->cmdStop_Click();
-            console.session.gCn.reset();
+            console.session.runner.leave(&console.main, [&] { console.session.gCn.reset(); });
         } else {
             QTest::mouseClick(&console.button("cmdStop"), Qt::LeftButton);
         }
@@ -223,8 +215,6 @@ void ConsoleServerTest::theWindowClosesDuringARun()
 {
     for (const QString &statement : {QString("select sleep(30)"), endless}) {
         RealConsole console(m_server);
-        // As the main window wires it.
-        connect(&console.pump, &WindowPump::closeRequested, console.window, &frmSql::closeWhenIdle);
         console.boxes.expectOk(interrupted);
         QTimer::singleShot(300, console.window, [&] {
             console.sinceStop.start();

@@ -5,6 +5,7 @@
 #include "core/connect.h"
 #include "support/gui/control.h"
 
+#include <QApplication>
 #include <QComboBox>
 #include <QLineEdit>
 #include <QPushButton>
@@ -23,9 +24,8 @@ struct MainWindowStage {
     MainWindowStage()
     {
         session.programFolder = folder.path();
-        session.makeConnection = logged(
-            [this](const QString &string) { return createConnection(string, pump); }, session.statementLog);
-        window = std::make_unique<frmTarnwell>(session, pump);
+        session.connectBy([this](const QString &string) { return createConnection(string, pump); });
+        window = std::make_unique<frmTarnwell>(session);
         window->show();
     }
 
@@ -33,6 +33,14 @@ struct MainWindowStage {
     Control *control(const char *name) const
     {
         return &::control<Control>(*window, name);
+    }
+    // The one that cmdExec has opened.
+    QWidget *console() const
+    {
+        for (QWidget *each : QApplication::topLevelWidgets())
+            if (each->objectName() == u"frmSql")
+                return each;
+        return nullptr;
     }
     void click(const char *name) const { QTest::mouseClick(control<QPushButton>(name), Qt::LeftButton); }
     void choose(const char *name, const QString &text) const

@@ -11,8 +11,10 @@
 #include <QApplication>
 #include <QMessageBox>
 #include <QPlainTextEdit>
+#include <QPointer>
 
 #include <csignal>
+#include <optional>
 #include <sys/resource.h>
 
 namespace {
@@ -50,6 +52,12 @@ private Q_SLOTS:
     void aFrozenServerHoldsNothingUpAndIsWaitedFor();
     void stoppingAtAFrozenServerComesBack_data() { bothConnections(); }
     void stoppingAtAFrozenServerComesBack();
+    void aDialogAtAFrozenServerIsLeft_data();
+    void aDialogAtAFrozenServerIsLeft();
+    void theConsoleAtAFrozenServerIsStopped_data();
+    void theConsoleAtAFrozenServerIsStopped();
+    void aClickWaitsForTheConsolesRows_data();
+    void aClickWaitsForTheConsolesRows();
     void aConnectionThatCannotBeSaysWhy_data();
     void aConnectionThatCannotBeSaysWhy();
     void settingsThatCannotBeSavedAreSaidAndTheOldOnesStay();
@@ -60,10 +68,11 @@ private:
     {
         return stage.control<QPlainTextEdit>("txtError")->toPlainText();
     }
-    void connectTo(MainWindowStage &stage)
+    void connectTo(MainWindowStage &stage, const QString &host = "127.0.0.1")
     {
         QFETCH(QString, driver);
         stage.enter(driver, m_server->port());
+        stage.control<QLineEdit>("txtServer")->setText(host);
         stage.click("cmdConnect");
         stage.click("cmdShowDb");
         stage.choose("lstDb", "店");
@@ -155,6 +164,156 @@ void FaultsTest::stoppingAtAFrozenServerComesBack()
     QVERIFY2(took < 300 + 3000, qPrintable(QString::number(took)));
     QVERIFY2(stalls.longest() < 100, qPrintable(QString::number(stalls.longest())));
     mustWorkAgain(stage);
+}
+
+void FaultsTest::aDialogAtAFrozenServerIsLeft_data()
+{
+    QTest::addColumn<QString>("driver");
+    QTest::addColumn<QString>("opener"); // the button that opens the dialog
+    QTest::addColumn<QString>("act");    // what asks the server in it: a button or a list
+    QTest::addColumn<QString>("way");    // a button, else a key or the close box
+    const QString odbc = "MySQL ODBC 3.51 Driver", builtIn = nativeDriverName();
+    row("create database, cancelled", builtIn, "cmdCreateDb", "cmdOk", "cmdCancel");
+    row("create database, over ODBC, escape", odbc, "cmdCreateDb", "cmdOk", "escape");
+    row("out, closed", builtIn, "cmdInOut", "cmdOut", "close");
+    row("accounts, closed", odbc, "cmdCreateUser", "lstUser", "close");
+    row("accounts, escape", builtIn, "cmdCreateUser", "lstUser", "escape");
+    row("accounts, not yet open", builtIn, "cmdCreateUser", "", "escape");
+}
+
+void FaultsTest::aDialogAtAFrozenServerIsLeft()
+{
+    QFETCH(QString, opener);
+    QFETCH(QString, act);
+    QFETCH(QString, way);
+    MainWindowStage stage;
+    connectTo(stage, "localhost");
+    stage.choose("lstTables", "[TABLE]\t商品");
+    const auto freezeAndLeave = [&](QWidget &window) {
+        m_server->freeze();
+        QTimer::singleShot(100, &window, [&window, way] {
+            if (way == u"escape")
+                QTest::keyClick(&window, Qt::Key_Escape);
+            else if (way == u"close")
+                closeByUser(window);
+            else
+                QTest::mouseClick(window.findChild<QPushButton *>(way), Qt::LeftButton);
+        });
+    };
+    Boxes boxes;
+    std::optional<AnyBox> refusals; // the list of databases may be read again, in vain
+    if (act.isEmpty())
+        freezeAndLeave(*stage.window);
+    else
+        boxes.expectDialog(opener == u"cmdCreateUser" ? "frmUserAdd"
+                           : opener == u"cmdInOut"    ? "frmInOut"
+                                                      : "frmCreateDB",
+                           [&](QDialog &dialog) {
+                               freezeAndLeave(dialog);
+                               if (auto *name = dialog.findChild<QLineEdit *>("txtDatabase"))
+                                   name->setText("new");
+                               if (auto *list = dialog.findChild<ChosenList *>(act))
+                                   list->setCurrentRow(1);
+                               else
+                                   QTest::mouseClick(dialog.findChild<QPushButton *>(act), Qt::LeftButton);
+                               QTRY_VERIFY(!dialog.isVisible());
+                               m_server->resume();
+                               boxes.setPaused(true);
+                               refusals.emplace();
+                           });
+    stage.click(qPrintable(opener));
+    m_server->resume();
+    QVERIFY(act.isEmpty() || !stage.session.runner.isRunning());
+    mustWorkAgain(stage);
+}
+
+void FaultsTest::theConsoleAtAFrozenServerIsStopped_data()
+{
+    QTest::addColumn<QString>("driver");
+    QTest::addColumn<Qt::Key>("key"); // that asks the server
+    QTest::addColumn<bool>("closes"); // or else stops
+    row("the plan, stopped", nativeDriverName(), Qt::Key_F6, false);
+    row("the variables, closed", QString("MySQL ODBC 3.51 Driver"), Qt::Key_F7, true);
+    row("the words, stopped", nativeDriverName(), Qt::Key_Space, false);
+    row("the connection, stopped", nativeDriverName(), Qt::Key_unknown, false);
+    row("the connection, closed", nativeDriverName(), Qt::Key_unknown, true);
+}
+
+void FaultsTest::theConsoleAtAFrozenServerIsStopped()
+{
+    QFETCH(Qt::Key, key);
+    QFETCH(bool, closes);
+    MainWindowStage stage;
+    connectTo(stage);
+    stage.session.gVariables = {{"a"}};
+    stage.click("cmdExec");
+    const QPointer<QWidget> console = stage.console();
+    QTRY_COMPARE(control<QLabel>(*console, "lblState").text(), "店:接続OK");
+    control<SqlTextBox>(*console, "txtSql").setContents("select 1");
+    Boxes none;
+    bool isAsked = false;
+    m_server->freeze();
+    QTimer::singleShot(500, this, [&] {
+        isAsked = true;
+        QVERIFY(stage.session.runner.isRunning());
+        if (closes)
+            closeByUser(*console);
+        else
+            QTest::mouseClick(&control<QPushButton>(*console, "cmdStop"), Qt::LeftButton);
+    });
+    if (key == Qt::Key_unknown) {
+        stage.window->activateWindow();
+        QVERIFY(QTest::qWaitForWindowActive(stage.window.get()));
+        console->activateWindow();
+    } else {
+        QTest::keyClick(&control<SqlTextBox>(*console, "txtSql"), key,
+                        key == Qt::Key_Space ? Qt::ControlModifier : Qt::NoModifier);
+    }
+    QTRY_VERIFY(isAsked);
+    QTRY_COMPARE(console.isNull(), closes);
+    QTRY_VERIFY(!stage.session.runner.isRunning());
+    m_server->resume();
+    mustWorkAgain(stage);
+}
+
+void FaultsTest::aClickWaitsForTheConsolesRows_data()
+{
+    QTest::addColumn<QString>("driver");
+    row("built in", nativeDriverName()); // the other one has all rows before it gives the first
+}
+
+// The rows are not taken into memory for it, nor does its end strike them.
+void FaultsTest::aClickWaitsForTheConsolesRows()
+{
+    MainWindowStage stage;
+    connectTo(stage);
+    stage.click("cmdExec");
+    const QPointer<QWidget> console = stage.console();
+    QTRY_COMPARE(control<QLabel>(*console, "lblState").text(), "店:接続OK");
+    control<QCheckBox>(*console, "ckNoTextNoGrid").setChecked(true);
+    control<SqlTextBox>(*console, "txtSql").setContents("select seq from seq_1_to_10000000");
+    m_server->takeStatements();
+    const auto count = [&] { return control<QLabel>(*console, "lblRecordCount").text().toInt(); };
+    int atClick = 0;
+    QTimer watch;
+    watch.callOnTimeout(this, [&] {
+        if (atClick == 0 && count() > 0) {
+            stage.choose("lstTables", "[TABLE]\t商品");
+            stage.click("cmdCheckTable");
+            atClick = count();
+        } else if (atClick > 0 && count() > 3 * atClick) {
+            watch.stop();
+            QCOMPARE(m_server->takeStatements().size(), 1);
+            QTest::keyClick(console, Qt::Key_Escape);
+        }
+    });
+    watch.start(5);
+    Boxes boxes;
+    boxes.expectOk(QStringLiteral("処理を中断しました"));
+    control<QPushButton>(*console, "cmdExec").click();
+    QTRY_COMPARE(stage.control<QLabel>("lblTableName")->text(), "商品");
+    const QStringList sent = m_server->takeStatements();
+    QVERIFY2(sent.filter("商品").size() == 3, qPrintable(sent.join(u'\n'))); // the refused command sent none
 }
 
 void FaultsTest::aConnectionThatCannotBeSaysWhy_data()

@@ -132,7 +132,8 @@ void BatchTest::aFailureEndsTheBatch()
 
     // The user disconnects while the second is at work, and the server answers too fast to be interrupted.
     stage.script.beforeAnswer = [&](const QString &) {
-        stage.session.isStopWanted = stage.script.sent.size() == 4;
+        if (stage.script.sent.size() == 4)
+            stage.session.runner.stop();
     };
     stage.dialogue.expectConfirm("全ﾃｰﾌﾞﾙの最適化を行います。", Icon::Information, true);
     stage.dialogue.expectRefuse("処理を中断しました。");

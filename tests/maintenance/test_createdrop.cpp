@@ -23,6 +23,7 @@ class CreateDropTest : public QObject {
 private Q_SLOTS:
     void theServerOrTheUserSaysWhatIsDropped_data();
     void theServerOrTheUserSaysWhatIsDropped();
+    void aStopIsNoAnswerToTheKind();
     void cancelDropsNothing();
     void aDatabaseIsDropped();
     void theNameIsTrimmedAndSentUntilTheServerTakesIt();
@@ -65,6 +66,17 @@ void CreateDropTest::theServerOrTheUserSaysWhatIsDropped()
     QCOMPARE(stage.script.sent, sent);
     QCOMPARE(stage.dialogue.lastError, error);
     QCOMPARE(stage.dialogue.lastTip, error);
+}
+
+void CreateDropTest::aStopIsNoAnswerToTheKind()
+{
+    ScriptedStage stage;
+    stage.selection.lblTableName = "t";
+    stage.script.always(kindTest, Reply::failure("Query execution was interrupted", 1317));
+    stage.dialogue.expectConfirm("tﾃｰﾌﾞﾙを削除します。", Icon::Critical, true);
+    stage.dialogue.expectRefuse(failed);
+    stage.run(dropTable);
+    QCOMPARE(stage.script.sent, L{kindTest});
 }
 
 void CreateDropTest::cancelDropsNothing()

@@ -37,7 +37,7 @@ public:
     {
         if (m_left-- != 0)
             return m_inner->execute(statement);
-        m_session.isStopWanted = true;
+        m_session.runner.stop();
         if (m_how == Stopped::NotSent)
             throw interruptedError();
         RecordSet rows = m_inner->execute(statement);
@@ -285,7 +285,7 @@ void TableChangeCutTest::aStopLosesNothing()
             user.selection.txtProc = "create procedure p() select 'new'";
             user.session.gCn = std::make_unique<StoppingConnection>(user.session, n, how);
             user.run(command);
-            isStopped = user.session.isStopWanted;
+            isStopped = user.session.runner.isStopWanted();
             const Found found = look();
             const QString where = QStringLiteral("statement %1, %2: %3, copy %4; %5")
                                       .arg(n)

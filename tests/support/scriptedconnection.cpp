@@ -70,6 +70,13 @@ Reply Reply::table(QStringList fields, std::vector<std::vector<std::optional<QSt
     return reply;
 }
 
+Reply Reply::noted(const QString &note)
+{
+    Reply reply;
+    reply.note = note;
+    return reply;
+}
+
 Reply Reply::failure(const QString &description, int number, const QString &state)
 {
     Reply reply;
@@ -95,7 +102,7 @@ RecordSet Script::answer(const QString &statement)
     if (reply.error)
         throw SqlError(*reply.error);
     if (!reply.hasRows)
-        return {};
+        return RecordSet(reply.note);
     return RecordSet(std::make_unique<ScriptedRows>(reply));
 }
 

@@ -16,8 +16,10 @@ struct Reply {
     QStringList fields;
     std::vector<std::vector<std::optional<QString>>> rows; // nullopt: NULL
     std::optional<SqlError> error;
+    QString note; // of a statement without rows
 
     static Reply none() { return {}; }
+    static Reply noted(const QString &note);
     static Reply table(QStringList fields, std::vector<std::vector<std::optional<QString>>> rows = {});
     static Reply failure(const QString &description, int number = 1105, const QString &state = {});
 };
