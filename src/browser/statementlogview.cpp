@@ -2,9 +2,11 @@
 
 #include "controls/flexgrid.h"
 
+#include <QApplication>
 #include <QHBoxLayout>
 #include <QHeaderView>
 #include <QPushButton>
+#include <QScrollBar>
 #include <QTimer>
 #include <QVBoxLayout>
 
@@ -23,6 +25,34 @@ std::array<std::string, 4> cellsOf(const LoggedStatement &entry)
             QString::number(static_cast<double>(entry.microseconds) / 1000, 'f', 2).toStdString(),
             outcome.toStdString(), entry.statement.toStdString()};
 }
+
+// What is selected, to be selected again when the rows have been filled anew.
+class Selected {
+public:
+    explicit Selected(const FlexGrid &grid)
+        : m_current(grid.currentIndex().row(), grid.currentIndex().column())
+    {
+        for (const QItemSelectionRange &range : grid.selectionModel()->selection())
+            m_ranges.push_back(
+                QRect(QPoint(range.left(), range.top()), QPoint(range.right(), range.bottom())));
+    }
+    // The same statements stand so many rows further up.
+    void restore(FlexGrid &grid, int gone) const
+    {
+        const QAbstractItemModel &model = *grid.model();
+        QItemSelectionModel &selection = *grid.selectionModel();
+        selection.setCurrentIndex(model.index(m_current.first - gone, m_current.second),
+                                  QItemSelectionModel::NoUpdate);
+        for (const QRect &range : m_ranges)
+            selection.select(QItemSelection(model.index(std::max(0, range.top() - gone), range.left()),
+                                            model.index(range.bottom() - gone, range.right())),
+                             QItemSelectionModel::Select);
+    }
+
+private:
+    std::pair<int, int> m_current;
+    std::vector<QRect> m_ranges;
+};
 
 } // namespace
 
@@ -77,11 +107,25 @@ void StatementLogView::hideEvent(QHideEvent *event)
 
 void StatementLogView::refresh()
 {
-    if (m_shownRevision == m_log->revision())
+    // Not beneath a selection that the mouse is making.
+    if (m_shownRevision == m_log->revision() || QApplication::mouseButtons() != Qt::NoButton)
         return;
     m_shownRevision = m_log->revision();
+    const int gone = static_cast<int>(m_log->firstNumber() - m_firstNumber);
+    m_firstNumber = m_log->firstNumber();
+    QScrollBar &vertical = *m_grid->verticalScrollBar(), &horizontal = *m_grid->horizontalScrollBar();
+    const bool showsNewest = vertical.value() == vertical.maximum();
+    const int top = vertical.value() - gone, left = horizontal.value();
+    const QByteArray columns = m_grid->horizontalHeader()->saveState();
+    const Selected selected(*m_grid);
     fill();
-    m_grid->scrollToBottom();
+    if (m_grid->columnCount() > 0 && !m_isEmpty)
+        m_grid->horizontalHeader()->restoreState(columns);
+    m_isEmpty = m_grid->columnCount() == 0;
+    selected.restore(*m_grid, gone);
+    m_grid->doItemsLayout(); // now: until then there is nothing to scroll
+    vertical.setValue(showsNewest ? vertical.maximum() : top);
+    horizontal.setValue(left);
 }
 
 void StatementLogView::fill()

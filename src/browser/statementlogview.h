@@ -32,4 +32,6 @@ private:
     FlexGrid *m_grid;
     QTimer *m_timer;
     std::uint64_t m_shownRevision = 0;
+    std::uint64_t m_firstNumber = 0; // of the entry in the first row
+    bool m_isEmpty = true;
 };

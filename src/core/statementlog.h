@@ -23,6 +23,8 @@ public:
     static constexpr std::size_t capacity = 2000;
 
     const std::deque<LoggedStatement> &entries() const { return m_entries; }
+    // Of the oldest entry; each later one has the next number.
+    std::uint64_t firstNumber() const { return m_firstNumber; }
     // Changes with every change of the entries.
     std::uint64_t revision() const { return m_revision; }
 

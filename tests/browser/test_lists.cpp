@@ -1,5 +1,8 @@
 #include "console/history.h"
+#include "controls/gridcopy.h"
 #include "windowstage.h"
+
+#include <QScrollBar>
 
 // The window's lists and detail over a scripted server: which statements are sent, word for word, and what
 // the controls show of the answers.
@@ -17,6 +20,7 @@ private Q_SLOTS:
     void aTableClickSendsFourStatements();
     void anObjectThatCannotBeReadCanOnlyBeDropped();
     void aRoutineIsLoadedWithoutBackticks();
+    void theLogKeepsWhatIsSelectedInIt();
     void whatAStatementLeavesToKnowIsShown();
 
 private:
@@ -202,6 +206,26 @@ void ListsTest::aRoutineIsLoadedWithoutBackticks()
     QVERIFY(isChecked("optTP_0") && isChecked("optField_1"));
     click("optField_3");
     QVERIFY(isChecked("optTP_0") && isChecked("optField_3"));
+}
+
+void ListsTest::theLogKeepsWhatIsSelectedInIt()
+{
+    auto &log = *m_stage->session.statementLog;
+    click("showLog");
+    auto &grid = get<FlexGrid>("statementLogGrid");
+    for (std::size_t i = 0; i < StatementLog::capacity; ++i)
+        log.add({{}, QStringLiteral("select %1").arg(i), 0, -1, {}});
+    QTRY_COMPARE(grid.rowCount(), int(StatementLog::capacity));
+    QCOMPARE(grid.verticalScrollBar()->value(),
+             grid.verticalScrollBar()->maximum()); // the newest are in sight
+    grid.setCurrentIndex(grid.model()->index(100, 3));
+    grid.setColumnWidth(0, 77);
+    const int top = grid.verticalScrollBar()->value();
+    log.add({{}, "one more", 0, -1, {}}); // and the oldest is gone
+    QTRY_COMPARE(grid.text(grid.rowCount() - 1, 3), "one more");
+    QCOMPARE(grid.selectedText(CopyFormat::TabSeparated), "select 100");
+    QCOMPARE(grid.verticalScrollBar()->value(), top - 1);
+    QCOMPARE(grid.columnWidth(0), 77);
 }
 
 void ListsTest::whatAStatementLeavesToKnowIsShown()
