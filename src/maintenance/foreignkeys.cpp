@@ -1,37 +1,94 @@
 #include "maintenance/foreignkeys.h"
 
 #include "core/statements.h"
-#include "maintenance/exactsession.h"
+#include "maintenance/tablekind.h"
 
 #include <QRegularExpression>
 
 #include <algorithm>
 
-QString ForeignKey::dropStatement() const
+namespace {
+
+const QString quotedWord = QStringLiteral("`(?:[^`]|``)+`");
+
+QStringList namesIn(const QString &list)
 {
-    return QStringLiteral("ALTER TABLE %1 DROP FOREIGN KEY %2").arg(table, name);
+    static const QRegularExpression one(quotedWord);
+    QStringList names;
+    for (auto found = one.globalMatch(list); found.hasNext();)
+        names << found.next().captured();
+    return names;
 }
 
-QString ForeignKey::addStatement() const
+// Captures the columns, the other table's database and name, and its columns.
+QRegularExpressionMatch partsOf(const QString &clause)
+{
+    static const QRegularExpression parts(
+        QStringLiteral("FOREIGN KEY \\(((?:%1|, ?)+)\\) REFERENCES (?:(%1)\\.)?(%1) \\(((?:%1|, ?)+)\\)")
+            .arg(quotedWord));
+    return parts.match(clause);
+}
+
+std::vector<Constraint> constraintsIn(const QString &quotedTable, const QString &createText,
+                                      const QString &kind)
+{
+    const QRegularExpression line(QStringLiteral("^ *CONSTRAINT (%1) (%2 .*?),?\\r?$").arg(quotedWord, kind),
+                                  QRegularExpression::MultilineOption);
+    std::vector<Constraint> constraints;
+    for (auto found = line.globalMatch(createText); found.hasNext();) {
+        const QRegularExpressionMatch match = found.next();
+        constraints.push_back({quotedTable, match.captured(1), match.captured(2)});
+    }
+    return constraints;
+}
+
+} // namespace
+
+QStringList Constraint::referencedColumns() const
+{
+    return namesIn(partsOf(clause).captured(4));
+}
+
+QString Constraint::orphansStatement(const QString &database) const
+{
+    const QRegularExpressionMatch parts = partsOf(clause);
+    const QStringList own = namesIn(parts.captured(1)), others = namesIn(parts.captured(4));
+    const QString parent =
+        (parts.captured(2).isEmpty() ? quotedName(database) : parts.captured(2)) + u'.' + parts.captured(3);
+    QStringList filled, equal;
+    for (qsizetype i = 0; i < own.size() && i < others.size(); ++i) {
+        filled << QStringLiteral("c.%1 is not null").arg(own[i]);
+        equal << QStringLiteral("p.%1=c.%2").arg(others[i], own[i]);
+    }
+    const QString both = QStringLiteral(" and ");
+    return QStringLiteral("select count(*) from %1 c where %2 and not exists (select 1 from %3 p where %4)")
+        .arg(table, filled.join(both), parent, equal.join(both));
+}
+
+QString Constraint::dropStatement() const
+{
+    const QString kind =
+        clause.startsWith(u"CHECK") ? QStringLiteral("CHECK") : QStringLiteral("FOREIGN KEY");
+    return QStringLiteral("ALTER TABLE %1 DROP %2 %3").arg(table, kind, name);
+}
+
+QString Constraint::addStatement() const
 {
     const QString constraint = name.isEmpty() ? QString() : QStringLiteral("CONSTRAINT %1 ").arg(name);
     return QStringLiteral("ALTER TABLE ") + table + QStringLiteral(" ADD ") + constraint + clause;
 }
 
-std::vector<ForeignKey> foreignKeysIn(const QString &quotedTable, const QString &createText)
+std::vector<Constraint> foreignKeysIn(const QString &quotedTable, const QString &createText)
 {
-    static const QRegularExpression line(
-        QStringLiteral("^ *CONSTRAINT (`(?:[^`]|``)+`) (FOREIGN KEY .*?),?\\r?$"),
-        QRegularExpression::MultilineOption);
-    std::vector<ForeignKey> keys;
-    for (auto found = line.globalMatch(createText); found.hasNext();) {
-        const QRegularExpressionMatch match = found.next();
-        keys.push_back({quotedTable, match.captured(1), match.captured(2)});
-    }
-    return keys;
+    return constraintsIn(quotedTable, createText, QStringLiteral("FOREIGN KEY"));
 }
 
-std::vector<ForeignKey> incomingForeignKeys(Connection &connection, const QString &database,
+std::vector<Constraint> checksIn(const QString &quotedTable, const QString &createText)
+{
+    return constraintsIn(quotedTable, createText, QStringLiteral("CHECK"));
+}
+
+std::vector<Constraint> incomingForeignKeys(Connection &connection, const QString &database,
                                             const QString &table)
 {
     RecordSet rows =
@@ -43,17 +100,17 @@ std::vector<ForeignKey> incomingForeignKeys(Connection &connection, const QStrin
         QString database, table, name;
     };
     std::vector<Row> found;
-    for (; !rows.isEof(); rows.moveNext())
+    for (; rows.isOpen() && !rows.isEof(); rows.moveNext())
         found.push_back({rows.text(0), rows.text(1), rows.text(2)});
     rows.close();
 
-    std::vector<ForeignKey> keys;
+    std::vector<Constraint> keys;
     for (const Row &row : found) {
         if (row.database == database && row.table == table)
             continue;
         const auto all = foreignKeysIn(quotedName(row.database, row.table),
                                        createText(connection, row.database, row.table));
-        const auto key = std::ranges::find(all, quotedName(row.name), &ForeignKey::name);
+        const auto key = std::ranges::find(all, quotedName(row.name), &Constraint::name);
         if (key == all.end())
             throw SqlError(QStringLiteral("テーブル「%1」の外部キー「%2」の定義を読めません。")
                                .arg(row.table, row.name));
@@ -62,14 +119,14 @@ std::vector<ForeignKey> incomingForeignKeys(Connection &connection, const QStrin
     return keys;
 }
 
-std::vector<ForeignKey> missingForeignKeys(const std::vector<ForeignKey> &present,
-                                           const std::vector<ForeignKey> &restored)
+std::vector<Constraint> missingForeignKeys(const std::vector<Constraint> &present,
+                                           const std::vector<Constraint> &restored)
 {
-    std::vector<ForeignKey> missing;
-    for (ForeignKey key : present) {
-        if (std::ranges::find(restored, key.clause, &ForeignKey::clause) != restored.end())
+    std::vector<Constraint> missing;
+    for (Constraint key : present) {
+        if (std::ranges::find(restored, key.clause, &Constraint::clause) != restored.end())
             continue;
-        if (std::ranges::find(restored, key.name, &ForeignKey::name) != restored.end())
+        if (std::ranges::find(restored, key.name, &Constraint::name) != restored.end())
             key.name.clear();
         missing.push_back(key);
     }

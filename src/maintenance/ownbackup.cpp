@@ -4,6 +4,7 @@
 #include "maintenance/exactsession.h"
 #include "maintenance/objectfile.h"
 #include "maintenance/rowfile.h"
+#include "maintenance/tablekind.h"
 
 #include <QFileInfo>
 
@@ -66,14 +67,13 @@ void writeRows(Connection &connection, const QString &database, const QString &n
 std::vector<Original> planned(Connection &connection, const QString &database, const QStringList &names,
                               const QString &folder)
 {
-    const ExactSession exact(connection, database);
     std::vector<Original> originals;
     for (const QString &name : names) {
         Original original{name, objectFile(folder, name, QStringLiteral(".frm")),
                           objectFile(folder, name, QStringLiteral(".dat"))};
         refuseExisting(original.definitionPath);
         refuseExisting(original.rowsPath);
-        const QString type = objectType(connection, database, name);
+        const QString type = tableKind(connection, database, name).type;
         original.isView = type == u"VIEW";
         // A table with system versioning would lose its history, a sequence takes no rows.
         if (!original.isView && type != u"BASE TABLE" && !type.isEmpty())
@@ -87,7 +87,6 @@ std::vector<Original> planned(Connection &connection, const QString &database, c
 
 void backUp(Connection &connection, const QString &database, const Original &original)
 {
-    const ExactSession exact(connection, database);
     writeNewFile(original.definitionPath, createText(connection, database, original.name).toUtf8());
     if (original.isView)
         return;
@@ -110,13 +109,17 @@ bool knowsBackupStatements(const ServerInfo &server)
 void backUpByProgram(CommandContext &context, const QString &database, const QStringList &names,
                      const QString &folder)
 {
+    Session &session = context.session;
     const int total = static_cast<int>(names.size());
     int current = 0;
     context.dialogue.progress(total, current);
-    for (const Original &original : planned(context.session.connection(), database, names, folder)) {
-        context.session.requireGoingOn();
+    const std::vector<SessionVariable> exact = exactVariables(session.connection().server());
+    std::vector<Original> originals;
+    withVariables(session, database, exact,
+                  [&] { originals = planned(session.connection(), database, names, folder); });
+    for (const Original &original : originals) {
         // Fetched for each table: window events between two may have closed the connection.
-        backUp(context.session.connection(), database, original);
+        withVariables(session, database, exact, [&] { backUp(session.connection(), database, original); });
         context.dialogue.progress(total, ++current);
     }
 }

@@ -5,7 +5,10 @@
 #include "core/statements.h"
 #include "maintenance/batch.h"
 #include "maintenance/ownbackup.h"
+#include "maintenance/tablekind.h"
 #include "maintenance/tablerestore.h"
+
+#include <algorithm>
 
 namespace {
 
@@ -40,26 +43,41 @@ void restoreByServer(CommandContext &context, const QString &database, const Res
                                          QStringLiteral(" from ") + quotedText(choice.folder));
 }
 
-void restoreByProgram(CommandContext &context, const QString &database,
-                      const std::vector<Definition> &definitions)
+// A MERGE table is refused as long as a part of it is missing; and a view may read it.
+int rank(const Definition &definition)
+{
+    return definition.isView ? 2 : isMerge(engineIn(definition.statement)) ? 1 : 0;
+}
+
+// One that fails leaves the others their turn; a stop or a lost connection does not.
+void restoreByProgram(CommandContext &context, const QString &database, std::vector<Definition> definitions)
 {
     const BusyPointer busy(context.dialogue);
-    QStringList done;
-    try {
-        for (const Definition &definition : definitions) {
-            context.dialogue.progress(static_cast<int>(definitions.size()),
-                                      static_cast<int>(done.size()) + 1);
-            context.session.requireGoingOn();
-            TableRestore(context.session, database, definition).run();
+    std::ranges::stable_sort(definitions, {}, rank);
+    const int total = static_cast<int>(definitions.size());
+    QStringList failures, done, left;
+    for (const Definition &definition : definitions)
+        left << definition.name;
+    int current = 0;
+    for (const Definition &definition : definitions) {
+        context.dialogue.progress(total, ++current);
+        try {
+            restoreTable(context.session, database, definition);
             done << definition.name;
+        } catch (const SqlError &error) {
+            failures << error.description();
+            if (doubtAfter(context.session, error) != Doubt::None)
+                break;
         }
-    } catch (const SqlError &error) {
-        if (done.isEmpty())
-            throw;
-        throw SqlError(error.description() + QStringLiteral("\r\n復元済み: ") +
-                           done.join(QStringLiteral(", ")),
-                       error.number(), error.state());
+        left.removeFirst();
     }
+    if (failures.isEmpty())
+        return;
+    if (!done.isEmpty())
+        failures << QStringLiteral("復元済み: ") + done.join(QStringLiteral(", "));
+    if (!left.isEmpty())
+        failures << QStringLiteral("復元していないもの: ") + left.join(QStringLiteral(", "));
+    throw SqlError(failures.join(QStringLiteral("\r\n")));
 }
 
 void restoreChosen(CommandContext &context)

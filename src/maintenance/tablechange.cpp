@@ -1,12 +1,15 @@
 #include "maintenance/tablechange.h"
 
-#include "core/sql/names.h"
-#include "core/statements.h"
-#include "maintenance/tablechangesettings.h"
-#include "maintenance/tablerecovery.h"
+#include "core/command/undolog.h"
+#include "maintenance/tablechangechecks.h"
 #include "maintenance/viewchange.h"
 
+#include <algorithm>
+#include <iterator>
+
 namespace {
+
+enum class ObjectKind { Table, View, Other };
 
 struct ObjectText {
     ObjectKind kind = ObjectKind::Table; // also when the server gives no row
@@ -27,27 +30,6 @@ ObjectText readObject(Session &session, const QString &showStatement)
         object.serverText = rows.text(1);
     rows.close();
     return object;
-}
-
-// Reads the old table's columns where the text says that there are special ones, or where gOldFields cannot
-// be all of them: a column that is missing there would lose its values.
-void completeOldColumns(Session &session, TableChange &change, bool wasLimited)
-{
-    std::vector<FieldRec> &fields = session.gOldFields;
-    const bool isComplete =
-        !wasLimited && columnCount(change.serverText) == static_cast<qsizetype>(fields.size()) - 1;
-    if (isComplete && !mayHaveSpecialColumns(change.serverText))
-        return;
-    RecordSet rows =
-        session.connection().execute(QStringLiteral("show full fields from ") + change.oldTable() + u';');
-    if (!isComplete)
-        fields.assign(1, FieldRec());
-    for (; !rows.isEof(); rows.moveNext()) {
-        const QString name = rows.text(QStringLiteral("Field"));
-        change.columns.add(name, rows.text(QStringLiteral("Extra")));
-        if (!isComplete)
-            fields.push_back({u' ' + name, {}, {}, {}, {}, {}, {}});
-    }
 }
 
 FieldRec fieldRecord(const RecordSet &rows)
@@ -74,60 +56,277 @@ FieldRec fieldRecord(const RecordSet &rows)
     return record;
 }
 
-void readNewFields(Session &session, const TableChange &change)
+std::vector<FieldRec> readFields(Session &session, const QString &table)
 {
     RecordSet &rows = session.gRs;
-    rows = session.connection().execute(QStringLiteral("show full fields from ") + change.newTable() + u';');
-    session.gNewFields.assign(1, FieldRec());
-    for (; !rows.isEof(); rows.moveNext())
-        session.gNewFields.push_back(fieldRecord(rows));
+    rows = session.connection().execute(QStringLiteral("show full fields from ") + table + u';');
+    std::vector<FieldRec> fields(1);
+    for (; rows.isOpen() && !rows.isEof(); rows.moveNext())
+        fields.push_back(fieldRecord(rows));
     rows.close();
+    return fields;
 }
 
-// Their names stand bare in the list of columns: rows would go into other columns, or be left out.
-void requireOwnColumns(const std::vector<FieldRec> &fields)
+// One table on its way from one definition to another.
+class TableRebuild {
+public:
+    TableRebuild(CommandContext &context, TableChange change)
+        : m_context(context)
+        , m_session(context.session)
+        , m_change(std::move(change))
+        , m_log(m_session, QStringLiteral("ﾃｰﾌﾞﾙ %1 の変更").arg(m_change.oldTable()))
+    {
+    }
+
+    // False where the user or a reason stands against it; nothing has been changed then.
+    bool prepare();
+    // False where the user has stopped it after all; all is as before then.
+    bool run();
+    UndoReport close() { return m_log.close(); }
+    UndoReport undo(const SqlError &error);
+
+private:
+    Connection &connection() { return m_session.connection(); }
+    void openLog();
+    void readTable();
+    void setForCopy(Step &step) const;
+    bool mayLoseTriggers();
+    bool freeze();
+    QString checksum(const QString &table);
+    void fill();
+    void verify();
+
+    CommandContext &m_context;
+    Session &m_session;
+    TableChange m_change;
+    UndoLog m_log;
+    QList<qint64> m_orphans;
+};
+
+void TableRebuild::openLog()
 {
-    for (std::size_t i = 1; i < fields.size(); ++i) {
-        const QString name = fields[i].Field.mid(1); // behind the blank that is ours
-        requireBareName(name);
+    const ServerInfo server = connection().server();
+    QStringList names = triggerVariables() << QStringLiteral("foreign_key_checks");
+    constexpr int firstWithSwitch = 100201, firstWithKeyRule = 80013, firstWithOwnKeys = 80030;
+    const bool hasSwitch = server.isMariaDb && server.number >= firstWithSwitch;
+    if (hasSwitch)
+        names << QStringLiteral("check_constraint_checks");
+    if (!server.isMariaDb && server.number >= firstWithKeyRule)
+        names << QStringLiteral("sql_require_primary_key");
+    if (!server.isMariaDb && server.number >= firstWithOwnKeys)
+        names << QStringLiteral("sql_generate_invisible_primary_key");
+    m_log.variables().read(connection(), names);
+
+    // A 0 in a counting column stays 0; impossible dates that the table has taken once are taken again.
+    const QString mode =
+        changedMode(m_log.variables().before(QStringLiteral("sql_mode")),
+                    {QStringLiteral("NO_ZERO_DATE"), QStringLiteral("NO_ZERO_IN_DATE")},
+                    {QStringLiteral("NO_AUTO_VALUE_ON_ZERO"), QStringLiteral("ALLOW_INVALID_DATES")});
+    std::vector<SessionVariable> wanted{{QStringLiteral("sql_mode"), quotedText(mode)},
+                                        {QStringLiteral("foreign_key_checks"), QStringLiteral("0")}};
+    if (hasSwitch)
+        wanted.push_back({QStringLiteral("check_constraint_checks"), QStringLiteral("0")});
+    m_log.open(wanted);
+}
+
+void TableRebuild::readTable()
+{
+    m_session.gOldFields = readFields(m_session, m_change.oldTable());
+    for (std::size_t i = 1; i < m_session.gOldFields.size(); ++i) {
+        const FieldRec &field = m_session.gOldFields[i];
+        m_change.columns.add(field.Field, field.Type, field.Extra);
+    }
+    m_change.triggers = readTriggers(connection(), m_change.database, m_change.oldName);
+}
+
+bool TableRebuild::prepare()
+{
+    Dialogue &dialogue = m_context.dialogue;
+    openLog();
+    const TableKind kind = tableKind(connection(), m_change.database, m_change.oldName);
+    if (kind.engine.isEmpty() || isReplicatedInClusters(kind.engine))
+        m_change.children = incomingForeignKeys(connection(), m_change.database, m_change.oldName);
+    for (const QString &refusal : {refusalOfTable(m_change, kind), refusalOfChildren(m_change)}) {
+        if (refusal.isEmpty())
+            continue;
+        dialogue.refuse(refusal);
+        return false;
+    }
+    readTable();
+    requireOwnColumns(m_change, m_session.gOldFields);
+    requireValidText(connection(), m_change, m_log.variables().before(QStringLiteral("sql_mode")));
+    m_orphans = orphansOf(connection(), m_change);
+    m_change.copy = copyName(m_change.database, m_change.oldName, QDateTime::currentDateTime());
+    return mayChangeInCluster(dialogue, m_change, kind, m_log.place());
+}
+
+// The copy has no key, and the server is not to give it one.
+void TableRebuild::setForCopy(Step &step) const
+{
+    for (const char *name : {"sql_require_primary_key", "sql_generate_invisible_primary_key"}) {
+        const QString variable = QString::fromLatin1(name);
+        if (m_log.variables().before(variable) == u"1")
+            step.with.push_back({variable, QStringLiteral("0")});
     }
 }
 
-// Table 1 to table 6: the stage always says what is being tried.
-void rebuildTable(CommandContext &context, TableChange &change)
+// Tries the triggers on the copy, and asks where one could not be made again.
+bool TableRebuild::mayLoseTriggers()
 {
-    Session &session = context.session;
-    change.stage = TableStage::Copying;
-    change.copy = copyName(change.database, change.oldName, QDateTime::currentDateTime());
-    context.dialogue.progress(5, 0);
-    SessionSettings settings(session.connection());
-    const bool wasLimited = settings.liftLimit();
-    change.triggers = readTriggers(session.connection(), change.database, change.oldName);
-    completeOldColumns(session, change, wasLimited);
-    requireOwnColumns(session.gOldFields);
-    session.connection().execute(copyStatement(change.copy, change.oldTable(), change.columns));
+    QStringList lost;
+    for (Trigger trial : m_change.triggers) {
+        const QString name = trial.name;
+        trial.name = name.left(50) + QStringLiteral("_zolt");
+        const Step step = makeTrigger(trial, m_change.database, m_change.copy);
+        try {
+            m_log.send(step.statement, step.with);
+            m_log.send(step.back[0].statement);
+        } catch (const SqlError &error) {
+            if (doubtAfter(m_session, error) != Doubt::None)
+                throw;
+            lost << name + QStringLiteral(": ") + error.description();
+        }
+    }
+    return lost.isEmpty() || m_context.dialogue.confirm(
+                                 QStringLiteral("次のﾄﾘｶﾞｰは作り直せないため、変更すると失われます。\r\n") +
+                                     lost.join(QStringLiteral("\r\n")) + QStringLiteral("\r\n続けますか？"),
+                                 Icon::Critical);
+}
 
-    change.stage = TableStage::Dropping;
-    context.dialogue.progress(5, 1);
-    session.connection().execute(QStringLiteral("drop table ") + change.oldTable());
+// Rows and a sum over them; empty where the server has no sum of such values.
+QString TableRebuild::checksum(const QString &table)
+{
+    try {
+        RecordSet rows = connection().execute(checksumStatement(table, m_change.columns));
+        return rows.isOpen() && !rows.isEof() ? rows.text(0) + u' ' + rows.text(1) : QStringLiteral("-");
+    } catch (const SqlError &error) {
+        if (doubtAfter(m_session, error) != Doubt::None)
+            throw;
+        return {};
+    }
+}
 
-    change.stage = TableStage::Creating;
-    context.dialogue.progress(5, 2);
-    session.connection().execute(
-        qualifiedCreateText(context.selection.txtField, change.database, change.newName));
+// Keeps others from writing, and brings what they wrote since the copy was made into it.
+bool TableRebuild::freeze()
+{
+    static constexpr int noRight[] = {1044, 1142, 1227};
+    try {
+        m_log.execute(lockStep(m_change));
+    } catch (const SqlError &error) {
+        if (std::ranges::find(noRight, error.number()) == std::end(noRight))
+            throw;
+        if (!m_context.dialogue.confirm(
+                QStringLiteral("ﾃｰﾌﾞﾙ %1 をﾛｯｸする権限がありません。変更中に他の接続が書き込んだ行は失われる"
+                               "ことがあります。\r\n%2\r\n続けますか？")
+                    .arg(m_change.oldTable(), error.description()),
+                Icon::Critical))
+            return false;
+    }
+    const QString rows = checksum(m_change.oldTable());
+    if (!rows.isEmpty() && rows == checksum(m_change.copy))
+        return true;
+    for (const QString &statement : copyAgainStatements(m_change))
+        connection().execute(statement);
+    return true;
+}
 
-    change.stage = TableStage::Filling;
-    context.dialogue.progress(5, 3);
-    readNewFields(session, change);
-    if (const QString columns = commonColumns(session.gNewFields, session.gOldFields); !columns.isEmpty())
-        copyRows(session.connection(), fillStatement(change.newTable(), change.copy, columns),
-                 hasAutoIncrement(context.selection.txtField));
+void TableRebuild::fill()
+{
+    m_session.gNewFields = readFields(m_session, m_change.newTable());
+    const QString columns = commonColumns(m_session.gNewFields, m_session.gOldFields, m_change.editedText);
+    if (columns.isEmpty())
+        return;
+    Step step = fillStep(m_change, columns);
+    const QString checks = QStringLiteral("check_constraint_checks");
+    if (!m_log.variables().before(checks).isNull() && hasNewCheck(m_change.editedText, m_change.serverText))
+        step.with = {{checks, QStringLiteral("1")}};
+    const Question hasAllRows = step.holds;
+    m_log.execute(std::move(step));
+    if (!isSo(connection(), hasAllRows))
+        throw SqlError(QStringLiteral("新しいﾃｰﾌﾞﾙの行数がｺﾋﾟｰより少なくなりました。"));
+}
 
-    change.stage = TableStage::DroppingCopy;
-    context.dialogue.progress(5, 4);
-    session.connection().execute(QStringLiteral("drop table ") + change.copy);
-    change.stage = TableStage::Done;
-    context.dialogue.progress(5, 5);
+void TableRebuild::verify()
+{
+    requireNoOrphansOfNewKeys(connection(), m_change);
+    const QList<qint64> orphans = orphansOf(connection(), m_change);
+    for (qsizetype i = 0; i < orphans.size(); ++i) {
+        if (orphans[i] > m_orphans[i])
+            throw SqlError(QStringLiteral("ﾃｰﾌﾞﾙ %1 の行が参照する値が失われます。")
+                               .arg(m_change.children[static_cast<std::size_t>(i)].table));
+    }
+}
+
+bool TableRebuild::run()
+{
+    Dialogue &dialogue = m_context.dialogue;
+    dialogue.progress(5, 0);
+    Step copy = copyStep(m_change);
+    setForCopy(copy);
+    m_log.execute(std::move(copy));
+    if (!mayLoseTriggers() || !freeze())
+        return false;
+    dialogue.progress(5, 1);
+    m_log.execute(dropStep(m_change));
+    m_log.release();
+    dialogue.progress(5, 2);
+    Step create = createStep(m_change);
+    // So that the server itself refuses a definition that others' foreign keys, or its own, do not fit.
+    if (!m_change.children.empty() || m_change.editedText.contains(u"references", Qt::CaseInsensitive))
+        create.with = {{QStringLiteral("foreign_key_checks"), QStringLiteral("1")}};
+    m_log.execute(std::move(create));
+    dialogue.progress(5, 3);
+    fill();
+    verify();
+    for (const Trigger &trigger : m_change.triggers)
+        m_log.execute(makeTrigger(trigger, m_change.database, m_change.newTable()));
+    dialogue.progress(5, 4);
+    m_log.execute(dropCopyStep(m_change));
+    dialogue.progress(5, 5);
+    return true;
+}
+
+UndoReport TableRebuild::undo(const SqlError &error)
+{
+    const QString left = m_change.isOursToMakeAgain ? QString() : m_log.untilUndone();
+    UndoReport report = m_log.undo(error);
+    if (report.message.isEmpty())
+        report.message = left;
+    return report;
+}
+
+RecoveryReport asRecovery(const UndoReport &report)
+{
+    return {report.message, report.details};
+}
+
+// Prescribed: the copy has no name yet, so that the statement is incomplete and cannot do anything.
+RecoveryReport dropNothing(Session &session)
+{
+    const Undoing undoing(session);
+    try {
+        session.connection().execute(QStringLiteral("drop table "));
+    } catch (const SqlError &) {
+    }
+    return {};
+}
+
+Outcome rebuild(CommandContext &context, TableChange change)
+{
+    TableRebuild table(context, std::move(change));
+    try {
+        if (!table.prepare()) {
+            table.close();
+            return {};
+        }
+        if (!table.run()) {
+            tellReport(context.dialogue, {}, asRecovery(table.undo(SqlError(QString()))), true);
+            return {};
+        }
+    } catch (const SqlError &error) {
+        return endFailedChange(context, error, [&](Doubt) { return asRecovery(table.undo(error)); });
+    }
+    return endChange(context, asRecovery(table.close()));
 }
 
 } // namespace
@@ -148,6 +347,7 @@ Outcome changeTable(CommandContext &context)
     change.database = context.session.gDbName;
     change.oldName = selection.lblTableName;
     change.newName = fField_select(selection.txtField);
+    change.editedText = selection.txtField;
     change.shownText = selection.lblCreateTable;
     try {
         requireOwnName(change.database, change.oldName);
@@ -155,27 +355,14 @@ Outcome changeTable(CommandContext &context)
         const ObjectText object = readObject(context.session, showStatement);
         if (object.kind == ObjectKind::View)
             return changeView(context, showStatement, object.serverText);
-        change.kind = object.kind;
+        change.isOursToMakeAgain = object.kind == ObjectKind::Table;
         change.serverText = object.serverText;
-        if (change.newName.trimmed().isEmpty()) {
-            context.dialogue.refuse(QStringLiteral("ﾃｰﾌﾞﾙ名が見つかりません。"));
-            return {};
-        }
-        if (createsTemporaryTable(selection.txtField)) {
-            context.dialogue.refuse(QStringLiteral("一時ﾃｰﾌﾞﾙには変更できません。"));
-            return {};
-        }
-        // Others may have changed it since; columns that the text does not know would lose their values.
-        if (!change.serverText.isEmpty() && !isAsShown(change.serverText, change.shownText)) {
-            context.dialogue.refuse(
-                QStringLiteral("ﾃｰﾌﾞﾙの定義は表示した後に変更されています。一覧から選択し直して下さい。"));
-            return {};
-        }
-        rebuildTable(context, change);
     } catch (const SqlError &error) {
-        return endFailedChange(context, error,
-                               [&](Doubt doubt) { return recoverTable(context.session, change, doubt); });
+        return endFailedChange(context, error, [&](Doubt) { return dropNothing(context.session); });
     }
-    return endChange(
-        context, remakeTriggers(context.session, change.triggers, change.bareNewName(), change.newTable()));
+    if (const QString refusal = refusalOfText(change); !refusal.isEmpty()) {
+        context.dialogue.refuse(refusal);
+        return {};
+    }
+    return rebuild(context, std::move(change));
 }

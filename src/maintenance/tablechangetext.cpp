@@ -59,7 +59,8 @@ bool isGenerated(const QString &extra)
     return words.match(extra).hasMatch();
 }
 
-QString commonColumns(const std::vector<FieldRec> &newFields, const std::vector<FieldRec> &oldFields)
+QString commonColumns(const std::vector<FieldRec> &newFields, const std::vector<FieldRec> &oldFields,
+                      const QString &editedText)
 {
     QString list;
     for (std::size_t j = 1; j < newFields.size(); ++j) {
@@ -69,7 +70,7 @@ QString commonColumns(const std::vector<FieldRec> &newFields, const std::vector<
         const QString name = trimmedBlanks(newFields[j].Field);
         for (std::size_t k = 1; k < oldFields.size(); ++k) {
             if (trimmedBlanks(oldFields[k].Field) == name) {
-                list += name + u',';
+                list += (editedText.contains(quotedName(name)) ? quotedName(name) : name) + u',';
                 break;
             }
         }
@@ -77,7 +78,7 @@ QString commonColumns(const std::vector<FieldRec> &newFields, const std::vector<
     return list;
 }
 
-void OldColumns::add(const QString &name, const QString &extra)
+void OldColumns::add(const QString &name, const QString &type, const QString &extra)
 {
     const bool isInvisible = extra.contains(u"INVISIBLE", Qt::CaseInsensitive);
     if (isGenerated(extra)) {
@@ -85,36 +86,46 @@ void OldColumns::add(const QString &name, const QString &extra)
         return;
     }
     stored << name;
+    const bool isReal = type.startsWith(u"float") || type.startsWith(u"double");
+    values << (isReal ? quotedName(name) + QStringLiteral("*1e0") : quotedName(name));
     if (isInvisible) {
         invisible << name;
         areSpecial = true;
     }
 }
 
-bool mayHaveSpecialColumns(const QString &serverText)
+bool hasNewCheck(const QString &editedText, const QString &oldText)
 {
-    static const QRegularExpression words(
-        QStringLiteral("\\b(GENERATED|VIRTUAL|PERSISTENT|STORED|INVISIBLE)\\b"),
-        QRegularExpression::CaseInsensitiveOption);
-    return words.match(serverText).hasMatch();
+    static const QRegularExpression check(QStringLiteral("\\bCHECK\\s*(\\((?:[^()]++|(?1))*+\\))"),
+                                          QRegularExpression::CaseInsensitiveOption);
+    const auto plain = [](QString text) { return text.remove(u'`').remove(u' '); };
+    const QString old = plain(oldText);
+    for (auto found = check.globalMatch(editedText); found.hasNext();) {
+        if (!old.contains(plain(found.next().captured(1))))
+            return true;
+    }
+    return false;
 }
 
-qsizetype columnCount(const QString &serverText)
+QString selectOf(const QString &table, const OldColumns &columns)
 {
-    // One a line; keys and constraints begin with a word.
-    return serverText.count(QStringLiteral("\n  `"));
-}
-
-bool hasAutoIncrement(const QString &serverText)
-{
-    return serverText.contains(u"AUTO_INCREMENT", Qt::CaseInsensitive);
+    const QString more = columns.invisible.isEmpty() ? QString() : u',' + quotedList(columns.invisible);
+    return QStringLiteral(" select *") + more + QStringLiteral(" from ") + table;
 }
 
 QString copyStatement(const QString &copy, const QString &table, const OldColumns &columns)
 {
-    const QString more = columns.invisible.isEmpty() ? QString() : u',' + quotedList(columns.invisible);
-    return QStringLiteral("create table ") + copy + QStringLiteral(" select *") + more +
-           QStringLiteral(" from ") + table;
+    return QStringLiteral("create table ") + copy + selectOf(table, columns);
+}
+
+QString checksumStatement(const QString &table, const OldColumns &columns)
+{
+    // Numbers only, so that columns of different character sets stand beside each other.
+    QStringList sums;
+    for (const QString &value : columns.values)
+        sums << QStringLiteral("ifnull(crc32(%1),'-')").arg(value);
+    return QStringLiteral("select count(*), sum(crc32(concat_ws(',',%1))) from %2")
+        .arg(sums.join(u','), table);
 }
 
 QString fillStatement(const QString &table, const QString &copy, const QString &commonColumns)

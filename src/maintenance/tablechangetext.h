@@ -25,25 +25,27 @@ QString copyName(const QString &database, const QString &table, const QDateTime 
 // Generated columns take no values: the server refuses them in a column list (1906, MySQL 3105).
 bool isGenerated(const QString &extra);
 
-// The names, in the new order and each followed by ",", of the columns that both tables have.
-QString commonColumns(const std::vector<FieldRec> &newFields, const std::vector<FieldRec> &oldFields);
+// The names, in the new order and each followed by ",", of the columns that both tables have; in backticks
+// where the edited text writes them so.
+QString commonColumns(const std::vector<FieldRec> &newFields, const std::vector<FieldRec> &oldFields,
+                      const QString &editedText);
 
 // The columns of the old table, as far as "select *" does not do them justice.
 struct OldColumns {
     QStringList stored;    // those that take values
     QStringList invisible; // those that "select *" leaves out
+    QStringList values;    // of the stored ones, so that no digit is lost on the way to a text
     bool areSpecial = false;
 
-    void add(const QString &name, const QString &extra);
+    void add(const QString &name, const QString &type, const QString &extra);
 };
-// Whether a CREATE text of the server may hold generated or invisible columns. Says yes too often rather
-// than too seldom: the columns themselves decide then.
-bool mayHaveSpecialColumns(const QString &serverText);
-// How many columns a CREATE text of the server has.
-qsizetype columnCount(const QString &serverText);
-// Whether values of 0 in the table's key have to be kept from being numbered anew.
-bool hasAutoIncrement(const QString &serverText);
+// Whether the text has a clause CHECK (...) that the old one has not.
+bool hasNewCheck(const QString &editedText, const QString &oldText);
 
+// " select * from ..." with all that a copy has to hold.
+QString selectOf(const QString &table, const OldColumns &columns);
+// Gives the number of rows and a sum over all their values.
+QString checksumStatement(const QString &table, const OldColumns &columns);
 QString copyStatement(const QString &copy, const QString &table, const OldColumns &columns);
 QString fillStatement(const QString &table, const QString &copy, const QString &commonColumns);
 QString copyBackStatement(const QString &table, const QString &copy, const OldColumns &columns);

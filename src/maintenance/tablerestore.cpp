@@ -1,22 +1,18 @@
 #include "maintenance/tablerestore.h"
 
+#include "core/command/undolog.h"
 #include "core/statements.h"
 #include "maintenance/exactsession.h"
+#include "maintenance/foreignkeys.h"
 #include "maintenance/rowfile.h"
+#include "maintenance/tablekind.h"
+#include "maintenance/triggers.h"
 
-#include <QDateTime>
-
-#include <algorithm>
 #include <ranges>
 
 namespace {
 
 const QString crLf = QStringLiteral("\r\n");
-
-QString setMode(const QString &mode)
-{
-    return QStringLiteral("SET SESSION sql_mode=") + quotedText(mode);
-}
 
 // Names have at most 64 characters.
 QString asideName(const QString &name)
@@ -35,30 +31,58 @@ QString dropObject(bool isView, const QString &quoted)
         .arg(isView ? QStringLiteral("VIEW") : QStringLiteral("TABLE"), quoted);
 }
 
-std::vector<ForeignKey> without(std::vector<ForeignKey> keys, const std::vector<ForeignKey> &present)
-{
-    for (const ForeignKey &other : present)
-        std::erase_if(
-            keys, [&](const ForeignKey &key) { return key.table == other.table && key.name == other.name; });
-    return keys;
-}
+class TableRestore {
+public:
+    TableRestore(Session &session, const QString &database, const Definition &definition)
+        : m_session(session)
+        , m_database(database)
+        , m_definition(definition)
+        , m_table(quotedName(database, definition.name))
+        , m_aside(asideName(definition.name))
+        , m_asideTable(quotedName(database, m_aside))
+        , m_log(session, QStringLiteral("「%1」の復元").arg(definition.name))
+    {
+    }
+    void run();
 
-} // namespace
+private:
+    void readOld();
+    void takeOff();
+    void setAside();
+    void create();
+    void load();
+    void putOn();
+    void dropOld();
+    QString undo(const SqlError &error);
 
-TableRestore::TableRestore(Session &session, QString database, Definition definition)
-    : m_session(session)
-    , m_database(std::move(database))
-    , m_definition(std::move(definition))
-    , m_table(quotedName(m_database, m_definition.name))
-    , m_aside(asideName(m_definition.name))
-    , m_asideTable(quotedName(m_database, m_aside))
-{
-}
+    Connection &connection() { return m_session.connection(); }
+    bool hasOld() const { return !m_oldType.isEmpty(); }
+    Question hasConstraint(const Constraint &constraint, bool wanted) const;
+    void drop(const Constraint &constraint);
+    void add(const Constraint &constraint);
+
+    Session &m_session;
+    const QString m_database;
+    const Definition &m_definition;
+    const QString m_table; // quoted, with its database
+    const QString m_aside; // name of the old table while the new one is made
+    const QString m_asideTable;
+
+    QString m_oldType; // empty: there was nothing of that name
+    std::vector<Trigger> m_triggers;
+    std::vector<Constraint> m_ownKeys, m_incomingKeys, m_checks;
+    UndoLog m_log;
+};
 
 void TableRestore::run()
 {
+    const QString engine = engineIn(m_definition.statement);
+    if (keepsRowsElsewhere(engine) && !isMerge(engine))
+        throw SqlError(QStringLiteral("テーブル「%1」の行は別の場所にある(%2)ため、復元できません。")
+                           .arg(m_definition.name, engine));
     try {
-        const ExactSession exact(m_session.connection(), m_database);
+        m_log.variables().use(connection(), m_database);
+        m_log.open(exactVariables(connection().server()));
         readOld();
         takeOff();
         setAside();
@@ -69,184 +93,184 @@ void TableRestore::run()
     } catch (const SqlError &error) {
         throw SqlError(error.description() + crLf + undo(error), error.number(), error.state());
     }
+    m_log.close();
 }
 
 void TableRestore::readOld()
 {
-    Connection &connection = m_session.connection();
-    m_oldType = objectType(connection, m_database, m_definition.name);
+    const QString &name = m_definition.name;
+    m_log.variables().read(connection(),
+                           {QStringLiteral("character_set_client"), QStringLiteral("collation_connection")});
+    m_oldType = tableKind(connection(), m_database, name).type;
     if (!hasOld() || m_oldType == u"VIEW")
         return;
-    m_triggers = readTriggers(connection, m_database, m_definition.name);
-    m_ownKeys = foreignKeysIn(m_table, createText(connection, m_database, m_definition.name));
-    m_incomingKeys = incomingForeignKeys(connection, m_database, m_definition.name);
+    m_triggers = readTriggers(connection(), m_database, name);
+    const QString text = createText(connection(), m_database, name);
+    m_ownKeys = foreignKeysIn(m_table, text);
+    m_incomingKeys = incomingForeignKeys(connection(), m_database, name);
+    // MySQL renames along with the table those that it has named itself.
+    if (!connection().server().isMariaDb) {
+        m_checks = checksIn(m_table, text);
+        std::erase_if(m_checks, [&](const Constraint &check) {
+            return check.name.startsWith(u'`' + name + QStringLiteral("_chk_"));
+        });
+    }
 }
 
-// Names of triggers and foreign keys are taken as long as the old table holds them; a foreign key of another
+Question TableRestore::hasConstraint(const Constraint &constraint, bool wanted) const
+{
+    // Both are quoted with backticks, and compared with what is not.
+    const auto plain = [](QString name) {
+        return quotedText(name.mid(1, name.size() - 2).replace(QStringLiteral("``"), QStringLiteral("`")));
+    };
+    const qsizetype dot = constraint.table.indexOf(QStringLiteral("`.`")) + 1;
+    return {QStringLiteral("SELECT 1 FROM information_schema.TABLE_CONSTRAINTS WHERE TABLE_SCHEMA=%1 AND "
+                           "TABLE_NAME=%2 AND CONSTRAINT_NAME=%3")
+                .arg(plain(constraint.table.left(dot)), plain(constraint.table.mid(dot + 1)),
+                     plain(constraint.name)),
+            wanted};
+}
+
+void TableRestore::drop(const Constraint &constraint)
+{
+    Step step;
+    step.statement = constraint.dropStatement();
+    step.isDone = hasConstraint(constraint, false);
+    WayBack back;
+    back.statement = constraint.addStatement();
+    back.when = step.isDone;
+    step.back = {back};
+    m_log.execute(std::move(step));
+}
+
+void TableRestore::add(const Constraint &constraint)
+{
+    Step step;
+    step.statement = constraint.addStatement();
+    if (!constraint.name.isEmpty()) {
+        step.isDone = hasConstraint(constraint, true);
+        WayBack back;
+        back.statement = constraint.dropStatement();
+        back.when = step.isDone;
+        step.back = {back};
+    }
+    m_log.execute(std::move(step));
+}
+
+// Names of triggers and constraints are taken as long as the old table holds them; a foreign key of another
 // table would follow the renamed one.
 void TableRestore::takeOff()
 {
-    m_stage = Stage::TakingOff;
     // The last first: a trigger that comes back comes behind those that are there.
-    for (const Trigger &trigger : std::views::reverse(m_triggers))
-        send(QStringLiteral("DROP TRIGGER ") + quotedName(m_database, trigger.name));
-    for (const ForeignKey &key : m_incomingKeys)
-        send(key.dropStatement());
-    for (const ForeignKey &key : m_ownKeys)
-        send(key.dropStatement());
+    for (const Trigger &trigger : std::views::reverse(m_triggers)) {
+        Step step;
+        step.statement = QStringLiteral("DROP TRIGGER ") + quotedName(m_database, trigger.name);
+        WayBack back = makeTriggerAgain(trigger, m_database, m_table);
+        back.lost.clear();
+        step.isDone = back.when;
+        step.back = {back};
+        step.untilUndone = QStringLiteral("元の行は「%1」にあります。").arg(m_definition.name);
+        m_log.execute(std::move(step));
+    }
+    for (const auto &constraints : {m_incomingKeys, m_ownKeys, m_checks}) {
+        for (const Constraint &constraint : constraints)
+            drop(constraint);
+    }
 }
 
 void TableRestore::setAside()
 {
     if (!hasOld())
         return;
-    m_stage = Stage::SettingAside;
-    send(renameTable(m_table, m_asideTable));
+    const QString &name = m_definition.name;
+    Step step;
+    step.statement = renameTable(m_table, m_asideTable);
+    step.isDone = step.holds = isThere(showCreateTable(m_asideTable));
+    step.untilUndone = QStringLiteral("元の行は「%1」にあります。").arg(m_aside);
+    step.inDoubt =
+        QStringLiteral("元の行は「%1」にあります。それが無ければ「%2」にあります。").arg(m_aside, name);
+    WayBack back;
+    back.statement = renameTable(m_asideTable, m_table);
+    back.when = step.isDone;
+    step.back = {back};
+    m_log.execute(std::move(step));
 }
 
 void TableRestore::create()
 {
-    m_stage = Stage::Making;
-    send(m_definition.statement);
+    const QString &name = m_definition.name;
+    Step step;
+    step.statement = m_definition.statement;
+    step.isDone = isThere(showCreateTable(m_table));
+    step.untilUndone =
+        hasOld()
+            ? QStringLiteral("元の行は「%1」にあります。「%2」は復元の途中です。").arg(m_aside, name)
+            : QStringLiteral("元のテーブルはありませんでした。「%1」は復元の途中かもしれません。").arg(name);
+    WayBack back;
+    back.statement = dropObject(m_definition.isView, m_table);
+    back.when = step.isDone;
+    if (hasOld())
+        back.needs = isThere(showCreateTable(m_asideTable));
+    step.back = {back};
+    m_log.execute(std::move(step));
 }
 
 void TableRestore::load()
 {
-    if (m_definition.isView)
+    // The rows of a MERGE table are those of its parts.
+    if (m_definition.isView || isMerge(engineIn(m_definition.statement)))
         return;
-    // Tables whose rows lie elsewhere (MERGE, FEDERATED) are born with them and would get them twice.
-    RecordSet rows = m_session.connection().execute(QStringLiteral("SELECT 1 FROM %1 LIMIT 1").arg(m_table));
-    if (!rows.isEof())
-        throw SqlError(QStringLiteral("テーブル「%1」の行は別の場所にあるため、復元できません。")
-                           .arg(m_definition.name));
-    rows.close();
-    const auto columns = storedColumns(m_session.connection(), m_database, m_definition.name);
-    send(readRowsStatement(m_table, columns, m_definition.rowsPath));
+    const auto columns = storedColumns(connection(), m_database, m_definition.name);
+    Step step;
+    step.statement = readRowsStatement(m_table, columns, m_definition.rowsPath);
+    m_log.execute(std::move(step));
 }
 
 void TableRestore::putOn()
 {
-    for (const ForeignKey &key :
+    for (const Constraint &key :
          missingForeignKeys(m_ownKeys, foreignKeysIn(m_table, m_definition.statement)))
-        send(key.addStatement());
-    for (const ForeignKey &key : m_incomingKeys)
-        send(key.addStatement());
-    for (const Trigger &trigger : m_triggers)
-        createTrigger(trigger);
+        add(key);
+    for (const Constraint &key : m_incomingKeys)
+        add(key);
+    for (const Trigger &trigger : m_triggers) {
+        Step step = makeTrigger(trigger, m_database, m_table);
+        step.lost.clear();
+        m_log.execute(std::move(step));
+    }
 }
 
 void TableRestore::dropOld()
 {
     if (!hasOld())
         return;
-    m_stage = Stage::DroppingOld;
-    send(dropObject(m_oldType == u"VIEW", m_asideTable));
+    Step step;
+    step.statement = dropObject(m_oldType == u"VIEW", m_asideTable);
+    step.isDone = isMissing(showCreateTable(m_asideTable));
+    step.completes = true;
+    step.inDoubt = QStringLiteral("「%2」は復元できています。元の行は「%1」が残っていればそこにあります。")
+                       .arg(m_aside, m_definition.name);
+    m_log.execute(std::move(step));
 }
 
 QString TableRestore::undo(const SqlError &error)
 {
     const QString &name = m_definition.name;
-    if (m_stage == Stage::Reading)
-        return QStringLiteral("「%1」は変更されていません。").arg(name);
-    constexpr int tableExists = 1050;
-    if (m_stage == Stage::Making && error.number() == tableExists)
-        m_stage = Stage::SettingAside; // somebody else's
-    const auto back = [this] {
-        const ExactSession exact(m_session.connection(), m_database);
-        putBack();
-    };
-    try {
-        recover(m_session, doubtAfter(m_session, error), back, back);
-    } catch (const SqlError &second) {
-        return QStringLiteral("「%1」を復元前の状態に戻せませんでした。").arg(name) + crLf +
-               second.description() + whereRowsAre() + takenOffStatements();
-    }
-    return (m_stage == Stage::Done ? QStringLiteral("「%1」は復元できています。")
-                                   : QStringLiteral("「%1」は復元前の状態に戻しました。"))
-        .arg(name);
+    const bool isUntouched = m_log.isEmpty();
+    const UndoReport report = m_log.undo(error);
+    if (report.ending == UndoReport::Ending::Stuck)
+        return QStringLiteral("「%1」を復元前の状態に戻せませんでした。").arg(name) + crLf + report.message +
+               crLf + report.details;
+    const QString ending = report.ending == UndoReport::Ending::Done
+                               ? QStringLiteral("「%1」は復元できています。")
+                           : isUntouched ? QStringLiteral("「%1」は変更されていません。")
+                                         : QStringLiteral("「%1」は復元前の状態に戻しました。");
+    return ending.arg(name) + report.message;
 }
 
-// Goes by what the server has: the new table is dropped only while the old one is there.
-void TableRestore::putBack()
-{
-    const bool isAside = hasOld() && m_stage >= Stage::SettingAside && isThere(m_asideTable);
-    if (m_stage == Stage::DroppingOld && !isAside && isThere(m_table)) {
-        m_stage = Stage::Done;
-        return;
-    }
-    if (m_stage >= Stage::Making) {
-        if (hasOld() && !isAside)
-            throw SqlError(QStringLiteral("「%1」がありません。").arg(m_aside));
-        m_stage = Stage::Making;
-        if (isThere(m_table))
-            send(dropObject(m_definition.isView, m_table));
-    }
-    if (isAside) {
-        m_stage = Stage::SettingAside;
-        send(renameTable(m_asideTable, m_table));
-    }
-    if (!hasOld())
-        return;
-    m_stage = Stage::TakingOff;
-    putBackOn();
-}
+} // namespace
 
-void TableRestore::putBackOn()
+void restoreTable(Session &session, const QString &database, const Definition &definition)
 {
-    if (m_triggers.empty() && m_ownKeys.empty() && m_incomingKeys.empty())
-        return;
-    Connection &connection = m_session.connection();
-    const QString &name = m_definition.name;
-    const auto ownKeys = foreignKeysIn(m_table, createText(connection, m_database, name));
-    for (const ForeignKey &key : without(m_ownKeys, ownKeys))
-        send(key.addStatement());
-    for (const ForeignKey &key : without(m_incomingKeys, incomingForeignKeys(connection, m_database, name)))
-        send(key.addStatement());
-    for (const Trigger &trigger : missingTriggers(connection, m_database, name, m_triggers))
-        createTrigger(trigger);
-}
-
-QString TableRestore::whereRowsAre() const
-{
-    const QString &name = m_definition.name;
-    if (!hasOld())
-        return crLf +
-               QStringLiteral("元のテーブルはありませんでした。「%1」は復元の途中かもしれません。").arg(name);
-    if (m_stage == Stage::TakingOff)
-        return crLf + QStringLiteral("元の行は「%1」にあります。").arg(name);
-    if (m_stage == Stage::SettingAside)
-        return crLf + QStringLiteral("元の行は「%1」にあります。それが無ければ「%2」にあります。")
-                          .arg(m_aside, name);
-    if (m_stage == Stage::Making)
-        return crLf + QStringLiteral("元の行は「%1」にあります。「%2」は復元の途中です。").arg(m_aside, name);
-    return crLf + QStringLiteral("「%2」は復元できています。元の行は「%1」が残っていればそこにあります。")
-                      .arg(m_aside, name);
-}
-
-QString TableRestore::takenOffStatements() const
-{
-    QStringList statements;
-    for (const ForeignKey &key : m_ownKeys)
-        statements << key.addStatement();
-    for (const ForeignKey &key : m_incomingKeys)
-        statements << key.addStatement();
-    for (const Trigger &trigger : m_triggers)
-        statements << createTriggerStatement(trigger, m_database, m_table);
-    if (m_stage >= Stage::DroppingOld || statements.isEmpty())
-        return {};
-    return crLf + QStringLiteral("外部キーとトリガーが無ければ、次の文で作り直して下さい。") + crLf +
-           statements.join(u';' + crLf) + u';';
-}
-
-// Throws SqlError when that cannot be told. Waits for a statement that still works on the table.
-bool TableRestore::isThere(const QString &quotedTable)
-{
-    return exists(m_session.connection(), showCreateTable(quotedTable));
-}
-
-void TableRestore::createTrigger(const Trigger &trigger)
-{
-    send(setMode(trigger.sqlMode));
-    send(createTriggerStatement(trigger, m_database, m_table));
-    send(setMode(ExactSession::sqlMode()));
+    TableRestore(session, database, definition).run();
 }

@@ -1,8 +1,7 @@
 #include "maintenance/triggers.h"
 
-#include "core/lostanswer.h"
+#include "core/connection.h"
 #include "core/statements.h"
-#include "maintenance/tablechangesettings.h"
 
 #include <algorithm>
 
@@ -17,36 +16,24 @@ QString definerClause(const QString &definer)
            quotedName(definer.mid(at + 1)) + u' ';
 }
 
-// Triggers that could not be made again.
-struct LostTriggers {
-    QStringList names;
-    QStringList statements; // each with the server's words before it
-};
-
-void add(LostTriggers &lost, const Trigger &trigger, const QString &statement, const SqlError &error)
+// Older servers do not tell all of them.
+QString optional(const RecordSet &rows, const char *name)
 {
-    lost.names << trigger.name;
-    lost.statements << error.description() + u'\n' + statement;
+    const int field = rows.fieldIndex(QString::fromLatin1(name));
+    return field < 0 || rows.isNull(field) ? QString() : rows.text(field);
 }
 
-// Refusals go to `lost`. Throws SqlError only when an answer was lost.
-void makeAll(Session &session, const std::vector<Trigger> &triggers, const QString &qualifiedTable,
-             LostTriggers &lost)
+QString cannotBeMade(const Trigger &trigger)
 {
-    if (triggers.empty())
-        return;
-    SessionSettings settings(session.connection());
-    for (const Trigger &trigger : triggers) {
-        const QString statement = createTriggerStatement(trigger, session.gDbName, qualifiedTable);
-        try {
-            settings.setMode(trigger.sqlMode);
-            session.connection().execute(statement);
-        } catch (const SqlError &error) {
-            if (doubtAfter(session, error) != Doubt::None)
-                throw;
-            add(lost, trigger, statement, error);
-        }
-    }
+    return QStringLiteral("次のﾄﾘｶﾞｰを作り直せませんでした: ") + trigger.name;
+}
+
+Question isThere(const Trigger &trigger, const QString &database, bool wanted)
+{
+    return {QStringLiteral("select 1 from information_schema.TRIGGERS where TRIGGER_SCHEMA=%1 and "
+                           "TRIGGER_NAME=%2")
+                .arg(quotedText(database), quotedText(trigger.name)),
+            wanted};
 }
 
 } // namespace
@@ -65,16 +52,9 @@ std::vector<Trigger> readTriggers(Connection &connection, const QString &databas
             continue;
         triggers.push_back({rows.text(QStringLiteral("Trigger")), rows.text(QStringLiteral("Event")),
                             rows.text(QStringLiteral("Timing")), rows.text(QStringLiteral("Statement")),
-                            rows.text(QStringLiteral("Definer")), rows.text(QStringLiteral("sql_mode"))});
+                            rows.text(QStringLiteral("Definer")), rows.text(QStringLiteral("sql_mode")),
+                            optional(rows, "character_set_client"), optional(rows, "collation_connection")});
     }
-    return triggers;
-}
-
-std::vector<Trigger> missingTriggers(Connection &connection, const QString &database, const QString &table,
-                                     std::vector<Trigger> triggers)
-{
-    for (const Trigger &present : readTriggers(connection, database, table))
-        std::erase_if(triggers, [&](const Trigger &trigger) { return trigger.name == present.name; });
     return triggers;
 }
 
@@ -85,26 +65,44 @@ QString createTriggerStatement(const Trigger &trigger, const QString &database, 
            QStringLiteral(" on ") + qualifiedTable + QStringLiteral(" for each row ") + trigger.body;
 }
 
-RecoveryReport remakeTriggers(Session &session, const std::vector<Trigger> &triggers, const QString &table,
-                              const QString &qualifiedTable)
+std::vector<SessionVariable> sessionOf(const Trigger &trigger, const QString &statement)
 {
-    LostTriggers lost;
-    std::vector<Trigger> waiting = triggers;
-    try {
-        recover(
-            session, Doubt::None, [&] { makeAll(session, waiting, qualifiedTable, lost); },
-            [&] {
-                waiting = missingTriggers(session.connection(), session.gDbName, table, triggers);
-                lost = {};
-                makeAll(session, waiting, qualifiedTable, lost);
-            });
-    } catch (const SqlError &error) {
-        lost = {};
-        for (const Trigger &trigger : waiting)
-            add(lost, trigger, createTriggerStatement(trigger, session.gDbName, qualifiedTable), error);
-    }
-    if (lost.names.isEmpty())
-        return {};
-    return {QStringLiteral("次のﾄﾘｶﾞｰを作り直せませんでした: ") + lost.names.join(QStringLiteral(", ")),
-            lost.statements.join(u'\n')};
+    std::vector<SessionVariable> session{{QStringLiteral("sql_mode"), quotedText(trigger.sqlMode)}};
+    // The statement is sent in UTF-8, whatever the server is told.
+    const bool isAscii = std::ranges::all_of(statement, [](QChar c) { return c.unicode() < 0x80; });
+    if (!trigger.characterSet.isEmpty() && (isAscii || trigger.characterSet.startsWith(u"utf8")))
+        session.push_back({QStringLiteral("character_set_client"), quotedText(trigger.characterSet)});
+    if (!trigger.collation.isEmpty())
+        session.push_back({QStringLiteral("collation_connection"), quotedText(trigger.collation)});
+    return session;
+}
+
+QStringList triggerVariables()
+{
+    return {QStringLiteral("sql_mode"), QStringLiteral("character_set_client"),
+            QStringLiteral("collation_connection")};
+}
+
+Step makeTrigger(const Trigger &trigger, const QString &database, const QString &qualifiedTable)
+{
+    Step step;
+    step.statement = createTriggerStatement(trigger, database, qualifiedTable);
+    step.with = sessionOf(trigger, step.statement);
+    step.isDone = isThere(trigger, database, true);
+    step.lost = cannotBeMade(trigger);
+    WayBack drop;
+    drop.statement = QStringLiteral("drop trigger ") + quotedName(database, trigger.name);
+    drop.when = step.isDone;
+    step.back = {drop};
+    return step;
+}
+
+WayBack makeTriggerAgain(const Trigger &trigger, const QString &database, const QString &qualifiedTable)
+{
+    WayBack back;
+    back.statement = createTriggerStatement(trigger, database, qualifiedTable);
+    back.with = sessionOf(trigger, back.statement);
+    back.when = isThere(trigger, database, false);
+    back.lost = cannotBeMade(trigger);
+    return back;
 }

@@ -1,22 +1,23 @@
 #pragma once
 
-#include "maintenance/recovery.h"
+#include "core/command/undostep.h"
 
 #include <vector>
 
 // A trigger as "show triggers" lists it. Dropping a table takes its triggers along without a word.
 struct Trigger {
-    QString name, event, timing, body, definer, sqlMode;
+    QString name, event, timing, body, definer, sqlMode, characterSet, collation;
 };
 
 std::vector<Trigger> readTriggers(Connection &connection, const QString &database, const QString &table);
-// Those of the triggers that are not on the table.
-std::vector<Trigger> missingTriggers(Connection &connection, const QString &database, const QString &table,
-                                     std::vector<Trigger> triggers);
 QString createTriggerStatement(const Trigger &trigger, const QString &database,
                                const QString &qualifiedTable);
+// The session as it was when the trigger was made. The character set stays the session's own where the text
+// would be read wrongly in the other.
+std::vector<SessionVariable> sessionOf(const Trigger &trigger, const QString &statement);
+// The session variables that these are; UndoLog has to know them to put them back.
+QStringList triggerVariables();
 
-// Makes the triggers on the table, in their order, and reports those that could not be made. Never throws. An
-// answer that is lost costs a reconnection, after which those that are there already are left alone.
-RecoveryReport remakeTriggers(Session &session, const std::vector<Trigger> &triggers, const QString &table,
-                              const QString &qualifiedTable);
+// Makes the trigger on the table; one that is refused is told and left.
+Step makeTrigger(const Trigger &trigger, const QString &database, const QString &qualifiedTable);
+WayBack makeTriggerAgain(const Trigger &trigger, const QString &database, const QString &qualifiedTable);

@@ -52,7 +52,7 @@ void checkCutting(const QString &text, const QString &database)
         require(trimmedBlanks(text).endsWith(statement.mid(full.size())), "what follows is the user's",
                 {text, statement});
     }
-    for (const ForeignKey &key : foreignKeysIn(quotedName(database), text))
+    for (const Constraint &key : foreignKeysIn(quotedName(database), text))
         require(text.contains(key.name + u' ' + key.clause), "a foreign key is worded as it stands",
                 {text, key.name, key.clause});
     if (text.contains(u','))

@@ -5,6 +5,7 @@
 #include <QRegularExpression>
 
 #include <algorithm>
+#include <utility>
 
 namespace {
 
@@ -64,8 +65,20 @@ void SessionVariables::set(Connection &connection, const std::vector<SessionVari
         connection.execute(setStatement(different));
 }
 
+void SessionVariables::use(Connection &connection, const QString &database)
+{
+    RecordSet rows = connection.execute(QStringLiteral("select database()"));
+    const QString before = rows.isOpen() && !rows.isEof() && !rows.isNull(0) ? rows.text(0) : QString();
+    rows.close();
+    connection.execute(useStatement(database));
+    m_database = database;
+    m_databaseBefore = before;
+}
+
 void SessionVariables::setAgain(Connection &connection) const
 {
+    if (!m_database.isEmpty())
+        connection.execute(useStatement(m_database));
     std::vector<SessionVariable> all;
     for (const Entry &each : m_entries)
         all.push_back({each.name, each.now});
@@ -82,8 +95,12 @@ void SessionVariables::putBack(Connection &connection)
             different.push_back({each.name, before});
     }
     m_entries.clear();
+    const QString database = std::exchange(m_databaseBefore, QString());
+    m_database.clear();
     if (!different.empty())
         connection.execute(setStatement(different));
+    if (!database.isEmpty())
+        connection.execute(useStatement(database));
 }
 
 QString SessionVariables::resetStatement(const std::vector<SessionVariable> &changed) const

@@ -17,6 +17,9 @@ public:
     QString before(const QString &name) const;
     // Those that were read; what differs from the present value is sent.
     void set(Connection &connection, const std::vector<SessionVariable> &wanted);
+    // The default database, for statements that name none. A session that had none keeps this one, since the
+    // server cannot take it away.
+    void use(Connection &connection, const QString &database);
     // After a new connection.
     void setAgain(Connection &connection) const;
     // None are kept afterwards.
@@ -35,6 +38,7 @@ private:
     Entry &entry(const QString &name);
 
     std::vector<Entry> m_entries;
+    QString m_databaseBefore, m_database; // empty: not set
 };
 
 QString setStatement(const std::vector<SessionVariable> &variables);
@@ -43,15 +47,19 @@ QString variableLiteral(const QString &value);
 // A mode without some of its words and with others.
 QString changedMode(const QString &mode, const QStringList &without, const QStringList &with);
 
-// Runs the action with the variables set, and puts the old values back on every way out.
+// Runs the action with the variables and the default database set, and puts the old ones back on every way
+// out.
 template <class Action>
-void withVariables(Session &session, const std::vector<SessionVariable> &wanted, Action action)
+void withVariables(Session &session, const QString &database, const std::vector<SessionVariable> &wanted,
+                   Action action)
 {
     SessionVariables variables;
     QStringList names;
     for (const SessionVariable &variable : wanted)
         names << variable.name;
     variables.read(session.connection(), names);
+    // The default database first: where it fails, nothing has been set.
+    variables.use(session.connection(), database);
     variables.set(session.connection(), wanted);
     const auto putBack = [&] {
         const Undoing undoing(session);

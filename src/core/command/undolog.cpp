@@ -6,8 +6,6 @@
 #include <algorithm>
 #include <ranges>
 
-namespace {
-
 bool isSo(Connection &connection, const Question &question)
 {
     // Tables, routines, triggers; a database that is gone takes all of them along.
@@ -26,6 +24,8 @@ bool isSo(Connection &connection, const Question &question)
         throw;
     }
 }
+
+namespace {
 
 // A counter that has gone on is no other definition.
 QString withoutCounter(QString text)
@@ -124,12 +124,16 @@ void UndoLog::keep(const QString &message, const QString &details)
 
 void UndoLog::release()
 {
-    for (const WayBack &back : m_steps.back().step.back)
+    const auto held = std::ranges::find_if(
+        m_steps, [](const Noted &noted) { return noted.step.isOfSession && noted.state == State::Done; });
+    if (held == m_steps.end())
+        return;
+    for (const WayBack &back : held->step.back)
         connection().execute(back.statement);
-    m_steps.pop_back();
+    m_steps.erase(held);
 }
 
-UndoReport UndoLog::succeed()
+UndoReport UndoLog::close()
 {
     const Undoing undoing(m_session);
     return end(UndoReport::Ending::Done);
@@ -172,8 +176,9 @@ UndoReport UndoLog::goBack(Doubt doubt)
             return stuck(error);
         }
         try {
-            if (finishes())
-                return end(UndoReport::Ending::Done);
+            release();
+            if (m_steps.empty() || finishes())
+                return end(m_steps.empty() ? UndoReport::Ending::Undone : UndoReport::Ending::Done);
             takeBackAll();
         } catch (const SqlError &error) {
             doubt = doubtAfter(m_session, error);
@@ -188,6 +193,8 @@ UndoReport UndoLog::goBack(Doubt doubt)
 void UndoLog::settle(Doubt doubt)
 {
     m_isInDoubt = true;
+    if (doubt == Doubt::Interrupted)
+        release(); // a lock hides all other tables
     if (doubt == Doubt::AnswerLost) {
         reconnect(m_session, m_place);
         m_variables.setAgain(connection());

@@ -9,6 +9,9 @@
 
 #include <memory>
 
+// Throws SqlError when the server cannot tell.
+bool isSo(Connection &connection, const Question &question);
+
 // What became of a change that failed.
 struct UndoReport {
     enum class Ending {
@@ -44,21 +47,26 @@ public:
     // not cut off and what was answered is kept. Throws SqlError.
     void open(const std::vector<SessionVariable> &more = {});
     SessionVariables &variables() { return m_variables; }
+    const SessionVariables &variables() const { return m_variables; }
 
     // Sends a step; a refusal is thrown (SqlError) unless the step is optional.
     RecordSet execute(Step step);
-    // Takes the last step back before its time and forgets it: a lock that is no longer needed.
+    // Sends what needs no way back.
+    RecordSet send(const QString &statement, const std::vector<SessionVariable> &with = {});
+    // Ends what was of the session only, as a lock that is no longer needed.
     void release();
 
-    // All is done: the variables are put back and the file goes. Never throws; what optional steps lost is
-    // in the report.
-    UndoReport succeed();
+    // Nothing is to be undone any more: the variables are put back and the file goes. Never throws; what
+    // optional steps lost is in the report.
+    UndoReport close();
     // After an error of a step, or of the caller between two: goes back from the last step, also after a
     // stop, and stops at the first way back that fails. Never throws.
     UndoReport undo(const SqlError &error);
     // The same for a log of an earlier start. The notes stay where it fails.
     UndoReport undoPending();
 
+    // The steps that are not taken back.
+    bool isEmpty() const { return m_steps.empty(); }
     const QString &what() const { return m_what; }
     const QDateTime &begun() const { return m_begun; }
     const ServerPlace &place() const { return m_place; }
@@ -73,7 +81,6 @@ private:
     };
 
     Connection &connection() { return m_session.connection(); }
-    RecordSet send(const QString &statement, const std::vector<SessionVariable> &with);
     void keep(const QString &message, const QString &details);
 
     UndoReport goBack(Doubt doubt);

@@ -1,0 +1,151 @@
+#include "maintenance/tablechangesteps.h"
+
+namespace {
+
+// What the user is told where a change ends half-way.
+QString unchanged(const TableChange &change)
+{
+    return QStringLiteral("ﾃｰﾌﾞﾙ %1 は変更されていません。").arg(change.oldTable());
+}
+QString copyMayBeLeft(const TableChange &change)
+{
+    return QStringLiteral("ｺﾋﾟｰ %1 が残っていれば、確認のうえ削除して下さい。").arg(change.copy);
+}
+QString rowsAreInCopy(const TableChange &change)
+{
+    return QStringLiteral("ﾃｰﾌﾞﾙ %1 を元に戻せませんでした。ﾃﾞｰﾀはｺﾋﾟｰ %2 にあります。")
+        .arg(change.oldTable(), change.copy);
+}
+QString rowsAreInOldOrCopy(const TableChange &change)
+{
+    return QStringLiteral("ﾃﾞｰﾀはﾃｰﾌﾞﾙ %1 か、それがなければｺﾋﾟｰ %2 にあります。")
+        .arg(change.oldTable(), change.copy);
+}
+QString changeIsDone(const TableChange &change)
+{
+    return QStringLiteral("ﾃｰﾌﾞﾙの変更は済んでいます。ﾃﾞｰﾀはﾃｰﾌﾞﾙ %1 にあります。").arg(change.newTable());
+}
+QString newTableIsLeft(const TableChange &change)
+{
+    return QStringLiteral("途中まで作成した新しいﾃｰﾌﾞﾙ %1 が残っています。").arg(change.newTable());
+}
+
+QString showTable(const TableChange &change)
+{
+    return showCreateTable(change.oldTable());
+}
+
+Question hasRowsOf(const QString &table, const QString &other)
+{
+    return {QStringLiteral("select 1 from dual where (select count(*) from %1) >= (select count(*) from %2)")
+                .arg(table, other)};
+}
+
+WayBack makeOldTable(const TableChange &change)
+{
+    WayBack make;
+    make.statement = qualifiedCreateText(change.shownText, change.database, change.oldName);
+    if (change.serverText.isEmpty())
+        return make;
+    // The text that was shown has lost its backticks, and with them names like `order`.
+    make.otherwise = qualifiedCreateText(change.serverText, change.database, u'`' + change.oldName + u'`');
+    make.text = change.serverText;
+    make.show = showTable(change);
+    make.drop = QStringLiteral("drop table ") + change.oldTable();
+    return make;
+}
+
+} // namespace
+
+Step copyStep(const TableChange &change)
+{
+    Step step;
+    step.statement = copyStatement(change.copy, change.oldTable(), change.columns);
+    step.isDone = step.holds = isThere(showCreateTable(change.copy));
+    step.untilUndone = unchanged(change) + copyMayBeLeft(change);
+    if (!change.isOursToMakeAgain)
+        return step;
+    WayBack drop;
+    drop.statement = QStringLiteral("drop table ") + change.copy;
+    drop.when = step.isDone;
+    drop.needs = hasRowsOf(change.oldTable(), change.copy);
+    step.back = {drop};
+    return step;
+}
+
+Step lockStep(const TableChange &change)
+{
+    Step step;
+    step.statement = QStringLiteral("lock tables %1 write, %2 write").arg(change.oldTable(), change.copy);
+    step.isOfSession = true;
+    WayBack unlock;
+    unlock.statement = QStringLiteral("unlock tables");
+    step.back = {unlock};
+    return step;
+}
+
+QStringList copyAgainStatements(const TableChange &change)
+{
+    return {QStringLiteral("truncate table ") + change.copy,
+            QStringLiteral("insert into ") + change.copy + selectOf(change.oldTable(), change.columns)};
+}
+
+Step dropStep(const TableChange &change)
+{
+    Step step;
+    step.statement = QStringLiteral("drop table ") + change.oldTable();
+    step.isDone = isMissing(showTable(change));
+    step.untilUndone = rowsAreInCopy(change);
+    step.inDoubt = rowsAreInOldOrCopy(change);
+    if (!change.isOursToMakeAgain)
+        return step;
+    WayBack dropHalf, fill;
+    dropHalf.statement = step.statement;
+    dropHalf.isForDoubt = true;
+    dropHalf.when = isThere(showTable(change));
+    dropHalf.needs = isThere(showCreateTable(change.copy));
+    fill.statement = copyBackStatement(change.oldTable(), change.copy, change.columns);
+    step.back = {dropHalf, makeOldTable(change), fill};
+    for (const Trigger &trigger : change.triggers)
+        step.back.push_back(makeTriggerAgain(trigger, change.database, change.oldTable()));
+    return step;
+}
+
+Step createStep(const TableChange &change)
+{
+    Step step;
+    step.statement = qualifiedCreateText(change.editedText, change.database, change.newName);
+    step.isDone = isThere(showCreateTable(change.newTable()));
+    if (!change.isOursToMakeAgain)
+        return step;
+    // The name that follows is not qualified: it must not hit a table of another database.
+    WayBack use, drop;
+    use.statement = useStatement(change.database);
+    drop.statement = QStringLiteral("drop table ") + change.oldName;
+    constexpr int unknownTable = 1051;
+    drop.nothingThere = unknownTable;
+    drop.needs = isThere(showCreateTable(change.copy));
+    if (change.isRenamed())
+        drop.remark = newTableIsLeft(change);
+    step.back = {use, drop};
+    return step;
+}
+
+Step fillStep(const TableChange &change, const QString &commonColumns)
+{
+    Step step;
+    step.statement = fillStatement(change.newTable(), change.copy, commonColumns);
+    step.isDone = step.holds = hasRowsOf(change.newTable(), change.copy);
+    return step;
+}
+
+Step dropCopyStep(const TableChange &change)
+{
+    Step step;
+    step.statement = QStringLiteral("drop table ") + change.copy;
+    step.isDone = isMissing(showCreateTable(change.copy));
+    step.completes = step.isRepeated = true;
+    step.onceDone = changeIsDone(change);
+    step.untilUndone = changeIsDone(change) + copyMayBeLeft(change);
+    return step;
+}
