@@ -155,7 +155,9 @@ void TableChangeTest::aTableIsRebuiltInOrder()
         TableStage stage;
         L wanted = forward;
         if (!hasCommonColumns) {
-            stage.script.always(fields, Reply::table({"Field", "Extra"}, {{"c", ""}}));
+            const L names{"Field", "Type", "Extra"};
+            stage.script.once(fields, Reply::table(names, {{"b", "int", ""}, {"a", "int", ""}}));
+            stage.script.always(fields, Reply::table(names, {{"c", "int", ""}}));
             wanted.removeOne(fill);
             wanted.removeOne(count);
         }
