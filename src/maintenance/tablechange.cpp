@@ -116,6 +116,8 @@ void TableRebuild::openLog()
     if (!server.isMariaDb && server.number >= firstWithOwnKeys)
         names << QStringLiteral("sql_generate_invisible_primary_key");
     m_log.variables().read(connection(), names);
+    // A foreign key that names no database means it (MySQL 5.6).
+    m_log.variables().use(connection(), m_change.database);
 
     // A 0 in a counting column stays 0; impossible dates that the table has taken once are taken again.
     const QString mode =
@@ -176,8 +178,10 @@ bool TableRebuild::mayLoseTriggers()
     QStringList lost;
     for (Trigger trial : m_change.triggers) {
         const QString name = trial.name;
+        if (!keepsCharacterSet(trial, m_change.newName))
+            lost << name + QStringLiteral(": 文字セット ") + trial.characterSet;
         trial.name = name.left(50) + QStringLiteral("_zolt");
-        const Step step = makeTrigger(trial, m_change.database, m_change.copy);
+        const Step step = makeTrigger(trial, m_change.database, m_change.bareCopy());
         try {
             m_log.send(step.statement, step.with);
             m_log.send(step.back[0].statement);
@@ -188,7 +192,7 @@ bool TableRebuild::mayLoseTriggers()
         }
     }
     return lost.isEmpty() || m_context.dialogue.confirm(
-                                 QStringLiteral("次のﾄﾘｶﾞｰは作り直せないため、変更すると失われます。\r\n") +
+                                 QStringLiteral("次のﾄﾘｶﾞｰは元どおりに作り直せません。\r\n") +
                                      lost.join(QStringLiteral("\r\n")) + QStringLiteral("\r\n続けますか？"),
                                  Icon::Critical);
 }
@@ -279,7 +283,7 @@ bool TableRebuild::run()
     fill();
     verify();
     for (const Trigger &trigger : m_change.triggers)
-        m_log.execute(makeTrigger(trigger, m_change.database, m_change.newTable()));
+        m_log.execute(makeTrigger(trigger, m_change.database, m_change.newName));
     dialogue.progress(5, 4);
     m_log.execute(dropCopyStep(m_change));
     dialogue.progress(5, 5);

@@ -61,7 +61,10 @@ QString refusalOfChildren(const TableChange &change)
     for (const Constraint &child : change.children) {
         for (const QString &quoted : child.referencedColumns()) {
             const QString name = quoted.mid(1, quoted.size() - 2);
-            if (!change.editedText.contains(name, Qt::CaseInsensitive))
+            const QRegularExpression word(
+                QStringLiteral("(?<![\\w$])%1(?![\\w$])").arg(QRegularExpression::escape(name)),
+                QRegularExpression::CaseInsensitiveOption | QRegularExpression::UseUnicodePropertiesOption);
+            if (!word.match(change.editedText).hasMatch())
                 return QStringLiteral("列 %1 は次のﾃｰﾌﾞﾙが参照しているため、削除できません: %2")
                            .arg(name, child.table) +
                        nothingDone;

@@ -107,7 +107,7 @@ Step dropStep(const TableChange &change)
     fill.statement = copyBackStatement(change.oldTable(), change.copy, change.columns);
     step.back = {dropHalf, makeOldTable(change), fill};
     for (const Trigger &trigger : change.triggers)
-        step.back.push_back(makeTriggerAgain(trigger, change.database, change.oldTable()));
+        step.back.push_back(makeTriggerAgain(trigger, change.database, change.oldName));
     return step;
 }
 

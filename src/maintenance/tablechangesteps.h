@@ -18,6 +18,7 @@ struct TableChange {
     std::vector<Constraint> children; // of other tables, pointing to this one
     bool isOursToMakeAgain = true;    // else a failure leaves all as it is
 
+    QString bareCopy() const { return copy.mid(oldTable().size() - oldName.size()); }
     QString oldTable() const { return qualifiedName(database, oldName); }
     QString newTable() const { return qualifiedName(database, newName); }
     QString bareNewName() const { return withoutBackticks(newName).trimmed(); } // as the server lists it

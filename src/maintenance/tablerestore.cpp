@@ -165,7 +165,7 @@ void TableRestore::takeOff()
     for (const Trigger &trigger : std::views::reverse(m_triggers)) {
         Step step;
         step.statement = QStringLiteral("DROP TRIGGER ") + quotedName(m_database, trigger.name);
-        WayBack back = makeTriggerAgain(trigger, m_database, m_table);
+        WayBack back = makeTriggerAgain(trigger, m_database, quotedName(m_definition.name));
         back.lost.clear();
         step.isDone = back.when;
         step.back = {back};
@@ -234,7 +234,7 @@ void TableRestore::putOn()
     for (const Constraint &key : m_incomingKeys)
         add(key);
     for (const Trigger &trigger : m_triggers) {
-        Step step = makeTrigger(trigger, m_database, m_table);
+        Step step = makeTrigger(trigger, m_database, quotedName(m_definition.name));
         step.lost.clear();
         m_log.execute(std::move(step));
     }

@@ -28,6 +28,21 @@ QString cannotBeMade(const Trigger &trigger)
     return QStringLiteral("次のﾄﾘｶﾞｰを作り直せませんでした: ") + trigger.name;
 }
 
+bool isAscii(const QString &text)
+{
+    return std::ranges::all_of(text, [](QChar c) { return c.unicode() < 0x80; });
+}
+
+std::vector<SessionVariable> sessionOf(const Trigger &trigger, const QString &table)
+{
+    std::vector<SessionVariable> session{{QStringLiteral("sql_mode"), quotedText(trigger.sqlMode)}};
+    if (!trigger.characterSet.isEmpty() && keepsCharacterSet(trigger, table))
+        session.push_back({QStringLiteral("character_set_client"), quotedText(trigger.characterSet)});
+    if (!trigger.collation.isEmpty())
+        session.push_back({QStringLiteral("collation_connection"), quotedText(trigger.collation)});
+    return session;
+}
+
 Question isThere(const Trigger &trigger, const QString &database, bool wanted)
 {
     return {QStringLiteral("select 1 from information_schema.TRIGGERS where TRIGGER_SCHEMA=%1 and "
@@ -58,23 +73,20 @@ std::vector<Trigger> readTriggers(Connection &connection, const QString &databas
     return triggers;
 }
 
-QString createTriggerStatement(const Trigger &trigger, const QString &database, const QString &qualifiedTable)
+QString createTriggerStatement(const Trigger &trigger, const QString &database, const QString &table)
 {
+    const bool isNamed = isAscii(database); // see keepsCharacterSet()
     return QStringLiteral("create ") + definerClause(trigger.definer) + QStringLiteral("trigger ") +
-           quotedName(database, trigger.name) + u' ' + trigger.timing + u' ' + trigger.event +
-           QStringLiteral(" on ") + qualifiedTable + QStringLiteral(" for each row ") + trigger.body;
+           (isNamed ? quotedName(database, trigger.name) : quotedName(trigger.name)) + u' ' + trigger.timing +
+           u' ' + trigger.event + QStringLiteral(" on ") +
+           (isNamed ? qualifiedName(database, table) : table) + QStringLiteral(" for each row ") +
+           trigger.body;
 }
 
-std::vector<SessionVariable> sessionOf(const Trigger &trigger, const QString &statement)
+bool keepsCharacterSet(const Trigger &trigger, const QString &table)
 {
-    std::vector<SessionVariable> session{{QStringLiteral("sql_mode"), quotedText(trigger.sqlMode)}};
-    // The statement is sent in UTF-8, whatever the server is told.
-    const bool isAscii = std::ranges::all_of(statement, [](QChar c) { return c.unicode() < 0x80; });
-    if (!trigger.characterSet.isEmpty() && (isAscii || trigger.characterSet.startsWith(u"utf8")))
-        session.push_back({QStringLiteral("character_set_client"), quotedText(trigger.characterSet)});
-    if (!trigger.collation.isEmpty())
-        session.push_back({QStringLiteral("collation_connection"), quotedText(trigger.collation)});
-    return session;
+    return trigger.characterSet.startsWith(u"utf8") ||
+           isAscii(trigger.name + trigger.definer + trigger.body + table);
 }
 
 QStringList triggerVariables()
@@ -83,11 +95,11 @@ QStringList triggerVariables()
             QStringLiteral("collation_connection")};
 }
 
-Step makeTrigger(const Trigger &trigger, const QString &database, const QString &qualifiedTable)
+Step makeTrigger(const Trigger &trigger, const QString &database, const QString &table)
 {
     Step step;
-    step.statement = createTriggerStatement(trigger, database, qualifiedTable);
-    step.with = sessionOf(trigger, step.statement);
+    step.statement = createTriggerStatement(trigger, database, table);
+    step.with = sessionOf(trigger, table);
     step.isDone = isThere(trigger, database, true);
     step.lost = cannotBeMade(trigger);
     WayBack drop;
@@ -97,11 +109,11 @@ Step makeTrigger(const Trigger &trigger, const QString &database, const QString 
     return step;
 }
 
-WayBack makeTriggerAgain(const Trigger &trigger, const QString &database, const QString &qualifiedTable)
+WayBack makeTriggerAgain(const Trigger &trigger, const QString &database, const QString &table)
 {
     WayBack back;
-    back.statement = createTriggerStatement(trigger, database, qualifiedTable);
-    back.with = sessionOf(trigger, back.statement);
+    back.statement = createTriggerStatement(trigger, database, table);
+    back.with = sessionOf(trigger, table);
     back.when = isThere(trigger, database, false);
     back.lost = cannotBeMade(trigger);
     return back;

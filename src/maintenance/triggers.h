@@ -10,14 +10,14 @@ struct Trigger {
 };
 
 std::vector<Trigger> readTriggers(Connection &connection, const QString &database, const QString &table);
-QString createTriggerStatement(const Trigger &trigger, const QString &database,
-                               const QString &qualifiedTable);
-// The session as it was when the trigger was made. The character set stays the session's own where the text
-// would be read wrongly in the other.
-std::vector<SessionVariable> sessionOf(const Trigger &trigger, const QString &statement);
+// The database is the session's default one.
+QString createTriggerStatement(const Trigger &trigger, const QString &database, const QString &table);
+// Whether the trigger can be made again in the character set that it was made in: statements are sent in
+// UTF-8, whatever the server is told of them.
+bool keepsCharacterSet(const Trigger &trigger, const QString &table);
 // The session variables that these are; UndoLog has to know them to put them back.
 QStringList triggerVariables();
 
 // Makes the trigger on the table; one that is refused is told and left.
-Step makeTrigger(const Trigger &trigger, const QString &database, const QString &qualifiedTable);
-WayBack makeTriggerAgain(const Trigger &trigger, const QString &database, const QString &qualifiedTable);
+Step makeTrigger(const Trigger &trigger, const QString &database, const QString &table);
+WayBack makeTriggerAgain(const Trigger &trigger, const QString &database, const QString &table);

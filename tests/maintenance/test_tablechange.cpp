@@ -14,6 +14,8 @@ const QString kindTest = "show create table `d`.t;";
 // What goes to the server, in short names; COPY stands for the copy's name.
 const QString variables = "select @@session.sql_mode, @@session.character_set_client, "
                           "@@session.collation_connection, @@session.foreign_key_checks";
+const QString useIt = "use `d`";
+const QString database = "select database()";
 const QString moreVariables = "select @@session.sql_select_limit, @@session.autocommit";
 const QString set = "set session sql_mode='STRICT,NO_AUTO_VALUE_ON_ZERO,ALLOW_INVALID_DATES', "
                     "foreign_key_checks=0, sql_select_limit=18446744073709551615";
@@ -40,16 +42,15 @@ const QString fill = "insert into `d`.t(b,a\r\n) select b,a\r\n from COPY";
 const QString count = "select 1 from dual where (select count(*) from `d`.t) >= (select count(*) from COPY)";
 const QString dropCopy = "drop table COPY";
 const QString putBack = "set session sql_mode='STRICT', foreign_key_checks=1, sql_select_limit=1000";
-const QString useIt = "use `d`";
 const QString dropNew = "drop table t";
 const QString again = "CREATE TABLE  `d`.t (\r\n  a int,\r\n  b int\r\n)";
 const QString againOwn = "CREATE TABLE  `d`.`t` (\n  `a` int,\n  `b` int\n)";
 const QString fillBack = "insert into `d`.t select * from COPY";
 const QString copyExists = "show create table COPY;";
 
-const L forward{kindTest, variables, moreVariables, set,  place, kind,     children, fields,
-                triggers, prepare,   deallocate,    copy, lock,  sumOld,   sumCopy,  dropOld,
-                unlock,   create,    fields,        fill, count, dropCopy, putBack};
+const L forward{kindTest, variables, database, useIt,      moreVariables, set,      place,  kind,    children,
+                fields,   triggers,  prepare,  deallocate, copy,          lock,     sumOld, sumCopy, dropOld,
+                unlock,   create,    fields,   fill,       count,         dropCopy, putBack};
 
 const QString question = "tﾃｰﾌﾞﾙを変更します。";
 const QString changed = "変更しました。";
