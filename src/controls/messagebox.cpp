@@ -6,6 +6,7 @@
 #include <QGridLayout>
 #include <QLabel>
 #include <QPlainTextEdit>
+#include <QPushButton>
 #include <QScreen>
 
 #include <algorithm>
@@ -36,6 +37,18 @@ void letTextScroll(QMessageBox &box)
     area->setMinimumSize(width, metrics.lineSpacing() * mostLines);
 }
 
+void applyStyle(QMessageBox &box, QMessageBox::Icon icon, const QString &text)
+{
+    box.setIcon(icon);
+    box.setWindowTitle(box.parentWidget() ? box.parentWidget()->windowTitle() : QString());
+    // A description with "<" in it is not markup.
+    box.setTextFormat(Qt::PlainText);
+    box.setText(text);
+    box.setTextInteractionFlags(Qt::TextSelectableByMouse);
+    if (text.size() > mostCharacters || text.count(u'\n') >= mostLines)
+        letTextScroll(box);
+}
+
 } // namespace
 
 QMessageBox::StandardButton showBox(QWidget *window, QMessageBox::Icon icon, const QString &message,
@@ -43,22 +56,28 @@ QMessageBox::StandardButton showBox(QWidget *window, QMessageBox::Icon icon, con
 {
     const QString text = visibleText(message);
     QMessageBox box(window);
-    box.setIcon(icon);
-    box.setWindowTitle(window ? window->windowTitle() : QString());
-    // A description with "<" in it is not markup.
-    box.setTextFormat(Qt::PlainText);
-    box.setText(text);
-    box.setTextInteractionFlags(Qt::TextSelectableByMouse);
+    applyStyle(box, icon, text);
     box.setStandardButtons(buttons);
     for (const auto escape : {QMessageBox::Cancel, QMessageBox::No, QMessageBox::Ok})
         if (buttons.testFlag(escape)) {
             box.setEscapeButton(escape);
             break;
         }
-    if (text.size() > mostCharacters || text.count(u'\n') >= mostLines)
-        letTextScroll(box);
     const PointerInBox pointer;
     return static_cast<QMessageBox::StandardButton>(box.exec());
+}
+
+int showChoices(QWidget *window, const QString &text, const QStringList &choices)
+{
+    QMessageBox box(window);
+    applyStyle(box, QMessageBox::Question, text);
+    QList<QAbstractButton *> buttons;
+    for (const QString &choice : choices)
+        buttons << box.addButton(choice, QMessageBox::AcceptRole);
+    box.setEscapeButton(box.addButton(QMessageBox::Cancel));
+    const PointerInBox pointer;
+    box.exec();
+    return static_cast<int>(buttons.indexOf(box.clickedButton()));
 }
 
 PointerInBox::PointerInBox()

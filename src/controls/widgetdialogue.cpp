@@ -50,6 +50,11 @@ bool WidgetDialogue::ask(const QString &question)
            QMessageBox::Yes;
 }
 
+int WidgetDialogue::choose(const QString &question, const QStringList &choices)
+{
+    return showChoices(m_window, question, choices);
+}
+
 void WidgetDialogue::tell(const QString &text, Icon icon)
 {
     showBox(m_window, boxIcon(icon), text, QMessageBox::Ok);

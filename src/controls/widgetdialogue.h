@@ -32,6 +32,7 @@ public:
 
     bool confirm(const QString &question, Icon icon) override;
     bool ask(const QString &question) override;
+    int choose(const QString &question, const QStringList &choices) override;
     void tell(const QString &text, Icon icon) override;
     QString chooseFolder(const QString &title, const QString &startFolder) override;
     RestoreChoice chooseBackups() override;

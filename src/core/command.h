@@ -30,7 +30,10 @@ struct CommandContext {
 enum class Reload {
     Nothing,
     Databases, // as by cmdShowDb
-    Objects    // as by a click in lstDb
+    Objects,   // as by a click in lstDb
+    // Of no list, but of the text that is edited: it is to be the server's own.
+    OwnTableText,
+    OwnRoutineText
 };
 
 struct Outcome {

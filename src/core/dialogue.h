@@ -18,7 +18,9 @@ public:
 
     virtual bool confirm(const QString &question, Icon icon) = 0; // OK and Cancel; true: OK
     virtual bool ask(const QString &question) = 0;                // Yes and No, question icon; true: Yes
-    virtual void tell(const QString &text, Icon icon) = 0;        // OK
+    // Question icon, a button for each choice, and Cancel: the choice's index; -1: cancelled.
+    virtual int choose(const QString &question, const QStringList &choices) = 0;
+    virtual void tell(const QString &text, Icon icon) = 0; // OK
     void inform(const QString &text) { tell(text, Icon::Information); }
     void refuse(const QString &text) { tell(text, Icon::Critical); }
 

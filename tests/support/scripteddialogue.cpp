@@ -28,6 +28,11 @@ void ScriptedDialogue::expectAsk(const QString &text, bool answer)
     m_expected.push_back({"ask: " + text, answer, {}, {}});
 }
 
+void ScriptedDialogue::expectChoice(const QString &text, const QString &choices, int answer)
+{
+    m_expected.push_back({"choose(" + choices + "): " + text, false, {}, {}, answer});
+}
+
 void ScriptedDialogue::expectTell(const QString &text, Icon icon)
 {
     m_expected.push_back({line("tell", text, icon), false, {}, {}});
@@ -51,6 +56,11 @@ bool ScriptedDialogue::confirm(const QString &question, Icon icon)
 bool ScriptedDialogue::ask(const QString &question)
 {
     return take("ask: " + question).answer;
+}
+
+int ScriptedDialogue::choose(const QString &question, const QStringList &choices)
+{
+    return take("choose(" + choices.join('|') + "): " + question).choice;
 }
 
 void ScriptedDialogue::tell(const QString &text, Icon icon)

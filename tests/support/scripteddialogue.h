@@ -12,6 +12,7 @@ public:
 
     void expectConfirm(const QString &text, Icon icon, bool answer);
     void expectAsk(const QString &text, bool answer);
+    void expectChoice(const QString &text, const QString &choices, int answer); // "first|second"
     void expectTell(const QString &text, Icon icon);
     void expectInform(const QString &text) { expectTell(text, Icon::Information); }
     void expectRefuse(const QString &text) { expectTell(text, Icon::Critical); }
@@ -20,6 +21,7 @@ public:
 
     bool confirm(const QString &question, Icon icon) override;
     bool ask(const QString &question) override;
+    int choose(const QString &question, const QStringList &choices) override;
     void tell(const QString &text, Icon icon) override;
     QString chooseFolder(const QString &title, const QString &startFolder) override;
     RestoreChoice chooseBackups() override;
@@ -45,6 +47,7 @@ private:
         bool answer = false;
         QString folder;
         RestoreChoice backups;
+        int choice = -1;
     };
     Expected take(const QString &line);
 

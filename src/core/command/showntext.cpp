@@ -1,0 +1,175 @@
+#include "core/command/showntext.h"
+
+#include "core/sqlerror.h"
+#include "core/statements.h"
+
+namespace {
+
+// A text's tokens but for blanks and comments, which mean nothing.
+class Tokens {
+public:
+    Tokens(const QString &text, SqlMode mode)
+        : m_text(text)
+    {
+        for (const Token &token : sqlTokens(text, mode))
+            if (token.kind != TokenKind::Blank && token.kind != TokenKind::Comment)
+                m_tokens.push_back(token);
+    }
+
+    std::size_t size() const { return m_tokens.size(); }
+    TokenKind kind(std::size_t index) const { return m_tokens[index].kind; }
+    QString at(std::size_t index) const
+    {
+        return index < size() ? m_text.mid(m_tokens[index].start, m_tokens[index].length) : QString();
+    }
+    bool isBehindDot(std::size_t index) const { return index > 0 && at(index - 1) == u"."; }
+    qsizetype count(const QString &token) const
+    {
+        qsizetype found = 0;
+        for (std::size_t i = 0; i < size(); ++i)
+            found += at(i) == token;
+        return found;
+    }
+    QString textFrom(std::size_t index) const { return m_text.mid(m_tokens[index].start).simplified(); }
+
+private:
+    QString m_text;
+    std::vector<Token> m_tokens;
+};
+
+// Walks along both texts and collects what the shown one does not mean.
+class Comparison {
+public:
+    Comparison(const Tokens &server, const Tokens &shown, SqlMode mode)
+        : m_server(server)
+        , m_shown(shown)
+        , m_mode(mode)
+    {
+        while (m_at < m_server.size() && step())
+            ++m_at;
+        if (m_at == m_server.size() && m_shownAt != m_shown.size())
+            part(m_at - 1);
+    }
+
+    QStringList lost;
+    QStringList bareNames; // those that have to be no words of the server's own
+
+private:
+    bool step()
+    {
+        const QString text = m_server.at(m_at);
+        if (text.startsWith(u'`'))
+            return stepName(text);
+        if (text == m_shown.at(m_shownAt)) {
+            ++m_shownAt;
+            return true;
+        }
+        if (m_server.kind(m_at) != TokenKind::Text || m_shownAt >= m_shown.size() ||
+            m_shown.kind(m_shownAt) != TokenKind::Text)
+            return part(m_at);
+        lose(text);
+        ++m_shownAt;
+        return true;
+    }
+
+    bool stepName(const QString &text)
+    {
+        const QString bare = withoutBackticks(text);
+        const bool isBehindDot = m_server.isBehindDot(m_at);
+        const Tokens pieces(isBehindDot ? QStringLiteral("a.") + bare : bare, m_mode);
+        const std::size_t skipped = isBehindDot ? 2 : 0;
+        if (quotedName(bare) != text || pieces.size() != skipped + 1 ||
+            pieces.kind(skipped) != TokenKind::Word) {
+            lose(text);
+            // Its signs begin something that swallows what follows.
+            static const QString opening = QStringLiteral("'\"#-/");
+            if (std::ranges::any_of(bare, [](QChar c) { return opening.contains(c); }))
+                return false;
+            m_shownAt += pieces.size() - skipped;
+            return true;
+        }
+        if (m_shown.at(m_shownAt) != bare)
+            return part(m_at);
+        if (!isBehindDot && !bareNames.contains(bare))
+            bareNames << bare;
+        ++m_shownAt;
+        return true;
+    }
+
+    void lose(const QString &text)
+    {
+        if (!lost.contains(text))
+            lost << text;
+    }
+
+    // From here on the two have nothing in common.
+    bool part(std::size_t from)
+    {
+        constexpr qsizetype shownLength = 60;
+        if (lost.isEmpty())
+            lost << m_server.textFrom(from).left(shownLength);
+        return false;
+    }
+
+    const Tokens &m_server;
+    const Tokens &m_shown;
+    SqlMode m_mode;
+    std::size_t m_at = 0, m_shownAt = 0;
+};
+
+// Behind AS the server takes any name but its reserved words. Nothing is read.
+bool areTaken(Connection &connection, const QStringList &names)
+{
+    try {
+        connection.execute(QStringLiteral("select 0 as ") + names.join(QStringLiteral(",0 as ")));
+        return true;
+    } catch (const SqlError &error) {
+        if (error.isConnectionLost() || error.isInterrupted())
+            throw;
+        return false;
+    }
+}
+
+QStringList reservedAmong(Connection &connection, const QStringList &names)
+{
+    if (names.isEmpty() || areTaken(connection, names))
+        return {};
+    if (names.size() == 1)
+        return {quotedName(names[0])};
+    const qsizetype half = names.size() / 2;
+    return reservedAmong(connection, names.first(half)) + reservedAmong(connection, names.sliced(half));
+}
+
+} // namespace
+
+QStringList lostInShownText(Connection &connection, const QString &serverText, const QString &shownText,
+                            const QString &editedText, SqlMode mode)
+{
+    const Tokens server(serverText, mode), edited(editedText, mode);
+    const Comparison comparison(server, Tokens(shownText, mode), mode);
+    QStringList lost = comparison.lost + reservedAmong(connection, comparison.bareNames);
+    lost.removeIf([&](const QString &text) {
+        const qsizetype needed = server.count(text);
+        return needed > 0 && edited.count(text) >= needed;
+    });
+    return lost;
+}
+
+std::optional<Outcome> askAboutLosses(CommandContext &context, const QStringList &lost, Reload ownText)
+{
+    constexpr qsizetype shownAtMost = 12;
+    if (lost.isEmpty())
+        return {};
+    QString list = lost.first(qMin(lost.size(), shownAtMost)).join(QStringLiteral("\n"));
+    if (lost.size() > shownAtMost)
+        list += QStringLiteral("\n… (全 %1 件)").arg(lost.size());
+    const int choice = context.dialogue.choose(
+        QStringLiteral("表示している文は、サーバーの定義と同じ意味ではありません。\n"
+                       "このまま変更すると、次のものが失われるか、エラーになります。\n\n%1\n\n"
+                       "「サーバーの定義」を選ぶと、変更せずに、サーバーの定義をそのまま表示します。")
+            .arg(list),
+        {QStringLiteral("サーバーの定義"), QStringLiteral("このまま変更")});
+    if (choice == 1)
+        return {};
+    return Outcome{choice == 0 ? ownText : Reload::Nothing};
+}

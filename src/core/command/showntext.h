@@ -1,0 +1,19 @@
+#pragma once
+
+#include "core/command.h"
+#include "core/sql/lexer.h"
+
+#include <optional>
+
+// A definition is shown for editing without its backticks, and a view laid out anew. That is another text
+// than the server's: a name that needs its quotes, a literal with a comma or a backtick in it are lost.
+
+// What of the server's text the shown one does not mean, as the server writes it; each once. Text that stands
+// before names or differs in comments and blanks only is not meant. What the user has put back into the
+// edited text is not lost any more. Asks the server which bare names are words of its own; throws SqlError.
+QStringList lostInShownText(Connection &connection, const QString &serverText, const QString &shownText,
+                            const QString &editedText, SqlMode mode);
+
+// Asks, where something would be lost, whether the change is to go on. No value: it is. Else the command ends
+// with what it gives: nothing, or `ownText`, which has the server's own text shown for editing.
+std::optional<Outcome> askAboutLosses(CommandContext &context, const QStringList &lost, Reload ownText);
