@@ -1,6 +1,8 @@
 #include "maintenance/tablechange.h"
 
+#include "core/command/definition.h"
 #include "core/command/undolog.h"
+#include "core/sql/names.h"
 #include "maintenance/tablechangechecks.h"
 #include "maintenance/viewchange.h"
 
@@ -11,25 +13,12 @@ namespace {
 
 enum class ObjectKind { Table, View, Other };
 
-struct ObjectText {
-    ObjectKind kind = ObjectKind::Table; // also when the server gives no row
-    QString serverText;
-};
-
-ObjectText readObject(Session &session, const QString &showStatement)
+ObjectKind kindOf(const ObjectDefinition &object)
 {
-    ObjectText object;
-    RecordSet &rows = session.gRs;
-    rows = session.connection().execute(showStatement);
-    if (!rows.isOpen() || rows.isEof())
-        return object;
-    const QString kind = trimmedBlanks(rows.fieldName(0));
-    if (kind != u"Table")
-        object.kind = kind == u"View" ? ObjectKind::View : ObjectKind::Other;
-    if (rows.fieldCount() > 1 && !rows.isNull(1))
-        object.serverText = rows.text(1);
-    rows.close();
-    return object;
+    // Also when the server gives no row.
+    if (object.kind.isEmpty() || object.kind == u"Table")
+        return ObjectKind::Table;
+    return object.kind == u"View" ? ObjectKind::View : ObjectKind::Other;
 }
 
 FieldRec fieldRecord(const RecordSet &rows)
@@ -356,11 +345,12 @@ Outcome changeTable(CommandContext &context)
     try {
         requireOwnName(change.database, change.oldName);
         const QString showStatement = showCreateTable(change.oldTable());
-        const ObjectText object = readObject(context.session, showStatement);
-        if (object.kind == ObjectKind::View)
-            return changeView(context, showStatement, object.serverText);
-        change.isOursToMakeAgain = object.kind == ObjectKind::Table;
-        change.serverText = object.serverText;
+        const ObjectDefinition object = readDefinition(context.session.connection(), showStatement);
+        const ObjectKind kind = kindOf(object);
+        if (kind == ObjectKind::View)
+            return changeView(context, showStatement, object);
+        change.isOursToMakeAgain = kind == ObjectKind::Table;
+        change.serverText = object.text;
     } catch (const SqlError &error) {
         return endFailedChange(context, error, [&](Doubt) { return dropNothing(context.session); });
     }

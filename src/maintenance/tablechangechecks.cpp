@@ -1,5 +1,7 @@
 #include "maintenance/tablechangechecks.h"
 
+#include "core/sql/names.h"
+
 #include <QRegularExpression>
 
 #include <algorithm>
@@ -95,7 +97,7 @@ void requireOwnColumns(const TableChange &change, const std::vector<FieldRec> &f
     for (std::size_t i = 1; i < fields.size(); ++i) {
         const QString name = trimmedBlanks(fields[i].Field);
         if (!change.editedText.contains(quotedName(name)))
-            requireOwnName(name, name);
+            requireBareName(name);
     }
 }
 

@@ -1,23 +1,202 @@
 #include "maintenance/viewchange.h"
 
+#include "core/command/showntext.h"
 #include "core/statements.h"
-#include "maintenance/replacement.h"
+#include "maintenance/remaking.h"
+
+#include <QRegularExpression>
 
 namespace {
 
-void replaceView(CommandContext &context, const QString &view, Replacement &change)
+// Without the database before names: the server leaves the default database's out of what it shows, and the
+// console may have chosen another one since.
+QString withoutDatabase(const QString &shownText, const QString &database)
 {
-    context.dialogue.progress(3, 0);
-    context.dialogue.progress(3, 1);
-    // The server leaves the default database's name out of what it shows: where the console has chosen
-    // another one since, the texts would make the view there.
-    if (shownCreateText(QStringLiteral("View"), change.serverText) != change.oldStatement)
-        context.session.connection().execute(useStatement(change.database));
-    context.session.connection().execute(QStringLiteral("drop view ") + view);
-    change.isDropped = true;
-    context.dialogue.progress(3, 2);
-    context.session.connection().execute(context.selection.txtField);
-    context.dialogue.progress(3, 3);
+    return QString(shownText).remove(
+        QRegularExpression(QStringLiteral("(?<![\\w$.])%1\\.").arg(QRegularExpression::escape(database)),
+                           QRegularExpression::UseUnicodePropertiesOption));
+}
+
+// Where the view's name ends that the text's tail begins with.
+qsizetype endOfName(const QString &tail, SqlMode mode)
+{
+    qsizetype end = 0;
+    bool isPartWanted = true;
+    for (SqlLexer lexer(tail, mode); !lexer.isAtEnd();) {
+        const Token token = lexer.next();
+        if (token.kind == TokenKind::Blank || token.kind == TokenKind::Comment)
+            continue;
+        const bool isDot = QStringView(tail).mid(token.start, token.length) == u".";
+        if (isDot == isPartWanted)
+            break;
+        isPartWanted = isDot;
+        end = token.start + token.length;
+    }
+    return end;
+}
+
+// One view under change, told by its steps.
+class ViewChange {
+public:
+    ViewChange(CommandContext &context, const QString &showStatement, const ObjectDefinition &old);
+    // No value: it has been carried out, else the command ends with it.
+    std::optional<Outcome> prepare();
+    void send();
+    UndoReport succeed() { return m_log.succeed(); }
+    UndoReport undo(const SqlError &error) { return m_log.undo(error); }
+
+private:
+    void requireAsShown();
+    QString oldStatement(const QString &verb, const QString &definer) const;
+    QString newName() const { return m_newTail.left(endOfName(m_newTail, m_remaking.mode)).trimmed(); }
+    Step dropping() const;
+    Step creating() const;
+    void giveAttributes();
+
+    CommandContext &m_context;
+    const Selection &m_selection;
+    const QString m_show;
+    const QString m_view = qualifiedName(m_context.session.gDbName, m_selection.lblTableName);
+    UndoLog m_log;
+    Remaking m_remaking;
+    const bool m_isOwnText; // the user edits the server's own text, quotes and all
+    DefinitionHead m_newHead;
+    QString m_newTail;
+};
+
+ViewChange::ViewChange(CommandContext &context, const QString &showStatement, const ObjectDefinition &old)
+    : m_context(context)
+    , m_selection(context.selection)
+    , m_show(showStatement)
+    , m_log(context.session, QStringLiteral("VIEW %1 の変更").arg(m_view))
+    , m_remaking(context.session, m_log, old)
+    , m_isOwnText(m_selection.lblCreateTable == withCrLf(old.text))
+    , m_newHead(headOf(m_selection.txtField, m_remaking.mode))
+    , m_newTail(m_newHead.keyword == u"VIEW" ? m_selection.txtField.mid(m_newHead.tail) : QString())
+{
+}
+
+void ViewChange::requireAsShown()
+{
+    const QString shown = shownCreateText(QStringLiteral("View"), m_remaking.old.text);
+    if (m_isOwnText || shown == m_selection.lblCreateTable)
+        return;
+    const QString &database = m_context.session.gDbName;
+    const QString own = withCrLf(m_remaking.old.text);
+    const auto isSame = [&](const QString &text) {
+        return withoutDatabase(withoutBackticks(text), database) ==
+               withoutDatabase(withoutBackticks(m_selection.lblCreateTable), database);
+    };
+    if (!isSame(shown) && !isSame(own))
+        throw SqlError(
+            QStringLiteral("VIEWの定義は表示した後に変更されています。一覧から選択し直して下さい。"));
+    // The texts may not name the database, and would make the view in another one.
+    m_context.session.connection().execute(useStatement(database));
+}
+
+// The server's own text behind "CREATE" or "CREATE OR REPLACE"; its attributes are said anew.
+QString ViewChange::oldStatement(const QString &verb, const QString &definer) const
+{
+    const DefinitionHead &head = m_remaking.head;
+    QString text = verb;
+    if (!head.algorithm.isEmpty())
+        text += QStringLiteral(" ALGORITHM=") + head.algorithm;
+    if (!definer.isEmpty())
+        text += QStringLiteral(" DEFINER=") + definer;
+    if (!head.security.isEmpty())
+        text += QStringLiteral(" SQL SECURITY ") + head.security;
+    return text + QStringLiteral(" VIEW") + m_remaking.oldTail();
+}
+
+std::optional<Outcome> ViewChange::prepare()
+{
+    requireAsShown();
+    if (!m_isOwnText) {
+        const QString shown = withLf(m_selection.lblCreateTable);
+        const QStringList lost = lostInShownText(m_context.session.connection(),
+                                                 QStringLiteral("CREATE VIEW") + m_remaking.oldTail(), shown,
+                                                 m_selection.txtField, m_remaking.mode);
+        if (auto ending = askAboutLosses(m_context, lost, Reload::OwnTableText))
+            return ending;
+    }
+    m_remaking.keepCharacterSet({m_selection.txtField, m_remaking.old.text});
+    m_remaking.rehearse(
+        [this](const QString &definer) { return oldStatement(QStringLiteral("CREATE"), definer); });
+    if (!m_remaking.isLossAccepted(m_context.dialogue))
+        return Outcome();
+    return {};
+}
+
+Step ViewChange::dropping() const
+{
+    Step step{QStringLiteral("drop view ") + m_view};
+    step.isDone = isMissing(m_show);
+    step.untilUndone =
+        QStringLiteral("VIEW %1 を確認して下さい。元に戻せていない可能性があります。").arg(m_view);
+    WayBack back = m_remaking.wayBack(m_selection.lblCreateTable);
+    back.when = isMissing(m_show);
+    back.show = m_show;
+    back.otherwise =
+        m_remaking.wayBack(oldStatement(QStringLiteral("CREATE OR REPLACE"), m_remaking.definer())).statement;
+    step.back = {back};
+    return step;
+}
+
+Step ViewChange::creating() const
+{
+    Step step = m_remaking.step(m_selection.txtField);
+    const QString name = newName();
+    if (!name.isEmpty()) {
+        step.isDone = isThere(showCreateTable(name));
+        // What the user's own text replaces does not come back by a drop.
+        if (!m_newHead.replaces)
+            step.back = {{QStringLiteral("drop view ") + name}};
+    }
+    return step;
+}
+
+// What neither the text nor the old view's text says is the new view's as it was the old one's.
+void ViewChange::giveAttributes()
+{
+    const QString name = newName();
+    if (name.isEmpty())
+        return;
+    const ObjectDefinition made = readDefinition(m_context.session.connection(), showCreateTable(name));
+    const DefinitionHead now = headOf(made.text, m_remaking.mode);
+    const DefinitionHead &old = m_remaking.head;
+    const auto wanted = [](const QString &said, const QString &before) {
+        return said.isEmpty() ? before : said;
+    };
+    const QString algorithm = wanted(m_newHead.algorithm, old.algorithm);
+    const QString definer =
+        m_newHead.definer.isEmpty() ? m_remaking.definer() : quotedAccount(m_newHead.definer);
+    const QString security = wanted(m_newHead.security, old.security);
+    const bool isSo = algorithm.compare(now.algorithm, Qt::CaseInsensitive) == 0 &&
+                      security.compare(now.security, Qt::CaseInsensitive) == 0 &&
+                      (definer.isEmpty() || definer == quotedAccount(now.definer));
+    if (isSo || made.text.isEmpty())
+        return;
+    m_log.execute(m_remaking.step(QStringLiteral("ALTER ALGORITHM=") + algorithm +
+                                  (definer.isEmpty() ? QString() : QStringLiteral(" DEFINER=") + definer) +
+                                  QStringLiteral(" SQL SECURITY ") + security + QStringLiteral(" VIEW") +
+                                  m_newTail));
+}
+
+void ViewChange::send()
+{
+    m_context.dialogue.progress(3, 0);
+    m_context.dialogue.progress(3, 1);
+    m_log.open();
+    m_log.execute(dropping());
+    m_context.dialogue.progress(3, 2);
+    m_log.execute(creating());
+    giveAttributes();
+    m_context.dialogue.progress(3, 3);
+}
+
+RecoveryReport asRecovery(const UndoReport &report)
+{
+    return {report.message, report.details};
 }
 
 } // namespace
@@ -44,17 +223,20 @@ Outcome endChange(CommandContext &context, const RecoveryReport &afterwards)
     return {Reload::Objects};
 }
 
-Outcome changeView(CommandContext &context, const QString &showStatement, const QString &serverText)
+Outcome changeView(CommandContext &context, const QString &showStatement, const ObjectDefinition &old)
 {
-    const QString &database = context.session.gDbName;
-    const QString view = qualifiedName(database, context.selection.lblTableName);
-    Replacement change{database, QStringLiteral("VIEW ") + view, showStatement,
-                       context.selection.lblCreateTable, serverText};
     try {
-        replaceView(context, view, change);
+        ViewChange change(context, showStatement, old);
+        if (const auto ending = change.prepare())
+            return *ending;
+        try {
+            change.send();
+        } catch (const SqlError &error) {
+            return endFailedChange(context, error, [&](Doubt) { return asRecovery(change.undo(error)); });
+        }
+        return endChange(context, asRecovery(change.succeed()));
     } catch (const SqlError &error) {
-        return endFailedChange(
-            context, error, [&](Doubt doubt) { return recoverReplacement(context.session, change, doubt); });
+        // Nothing has been changed.
+        return endFailedChange(context, error, [](Doubt) { return RecoveryReport(); });
     }
-    return endChange(context);
 }

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "core/command.h"
+#include "core/command/definition.h"
 #include "maintenance/recovery.h"
 
 // How a change of a table or view ends for the user: undone first, told afterwards.
@@ -8,5 +9,6 @@ Outcome endFailedChange(CommandContext &context, const SqlError &error,
                         const std::function<RecoveryReport(Doubt)> &recover);
 Outcome endChange(CommandContext &context, const RecoveryReport &afterwards = {});
 
-// cmdCreateTable where the chosen object is a view: it is dropped and made again from the edited text.
-Outcome changeView(CommandContext &context, const QString &showStatement, const QString &serverText);
+// cmdCreateTable where the chosen object is a view: it is dropped and made again from the edited text. What
+// the text does not say (algorithm, definer, security) the new one has as the old one had it.
+Outcome changeView(CommandContext &context, const QString &showStatement, const ObjectDefinition &old);

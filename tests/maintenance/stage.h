@@ -23,6 +23,11 @@ Q_DECLARE_METATYPE(Run)
 struct AgreeingDialogue : ScriptedDialogue {
     bool confirm(const QString &, Icon) override { return ++questions > 0; }
     bool ask(const QString &) override { return ++questions > 0; }
+    int choose(const QString &question, const QStringList &) override
+    {
+        told << question;
+        return chosen;
+    }
     QString chooseFolder(const QString &, const QString &) override { return choice.folder; }
     RestoreChoice chooseBackups() override { return choice; }
     void tell(const QString &text, Icon icon) override
@@ -34,6 +39,7 @@ struct AgreeingDialogue : ScriptedDialogue {
     QStringList told;
     bool isCritical = false;
     int questions = 0;
+    int chosen = 1; // among the choices of a question
 };
 
 // The main window's state with the database `d`, a scripted server beneath it and a scripted user before it.

@@ -8,36 +8,53 @@ using L = QStringList;
 
 const QString question = "[PROC]\tpを変更します。";
 const QString failed = "変更に失敗しました。";
-const QString ownRoutine = "CREATE PROCEDURE `p`()\nselect `order`";
-const QString ownView = "CREATE VIEW `d`.`v` AS select `order`";
-const L sentForRoutine{"show create procedure `d`.p;",
-                       "DROP PROCEDURE `d`.p",
-                       "CREATE PROCEDURE `d`.p()\nselect 2",
-                       "CREATE PROCEDURE `d`.p()\nselect order",
-                       "use `d`", // the server's own text does not name the database
-                       ownRoutine};
-const L sentForView{"show create table `d`.v;",
-                    "drop view `d`.v",
-                    " CREATE VIEW d.v AS \r\nselect 2 ",
-                    "CREATE VIEW d.v AS \r\nselect order",
-                    "use `d`",
-                    ownView};
+const QString ownRoutine = "CREATE DEFINER=`a`@`b` PROCEDURE `p`()\nselect `order`";
+const QString ownView =
+    "CREATE ALGORITHM=MERGE DEFINER=`a`@`b` SQL SECURITY INVOKER VIEW `d`.`v` AS select `order`";
+const QString losses = "表示している文は、サーバーの定義と同じ意味ではありません。\n"
+                       "このまま変更すると、次のものが失われるか、エラーになります。\n\n%1\n\n"
+                       "「サーバーの定義」を選ぶと、変更せずに、サーバーの定義をそのまま表示します。";
+const QString lossChoices = "サーバーの定義|このまま変更";
+
+// What is tried in order: the way back before anything is done, then the change, then the ways back.
+const L sentForRoutine{"CREATE DEFINER=`a`@`b` PROCEDURE `d`.`p`()\nselect `order`", "DROP PROCEDURE `d`.p",
+                       "CREATE DEFINER=`a`@`b` PROCEDURE `d`.p()\nselect 2",
+                       "CREATE DEFINER=`a`@`b` PROCEDURE `d`.p()\nselect order",
+                       "CREATE DEFINER=`a`@`b` PROCEDURE `d`.`p`()\nselect `order`"};
+const L sentForView{
+    "CREATE ALGORITHM=MERGE DEFINER=`a`@`b` SQL SECURITY INVOKER VIEW `d`.`v` AS select `order`",
+    "drop view `d`.v", " CREATE VIEW d.v AS \r\nselect 2 ", "CREATE VIEW d.v AS \r\nselect order",
+    "CREATE OR REPLACE ALGORITHM=MERGE DEFINER=`a`@`b` SQL SECURITY INVOKER VIEW `d`.`v` AS "
+    "select `order`"};
 
 // A user who changes a routine `p` or a view `v`, of which some statements are refused.
 struct ChangeStage : ScriptedStage {
-    explicit ChangeStage(const QList<int> &refused)
+    explicit ChangeStage(const L &refused)
     {
         selection.routine = "[PROC]\tp";
         selection.txtProc = " create definer=me procedure p()\r\nselect 2 ";
-        selection.lblCreateProc = "CREATE PROCEDURE p()\r\nselect order";
+        selection.lblCreateProc = "CREATE DEFINER=a@b PROCEDURE p()\r\nselect order";
         selection.lblTableName = "v";
         selection.txtField = sentForView[2];
         selection.lblCreateTable = sentForView[3];
-        script.always(sentForRoutine[0],
+        script.always("show create procedure `d`.p;",
                       Reply::table({"Procedure", "sql_mode", "Create"}, {{"p", "", ownRoutine}}));
-        script.always(sentForView[0], Reply::table({" View ", "Create View"}, {{"v", ownView}}));
-        for (const int at : refused)
-            script.failAt(at, Reply::failure(QStringLiteral("E%1").arg(at)));
+        script.always("show create table `d`.v;", Reply::table({" View ", "Create View"}, {{"v", ownView}}));
+        script.always("select 0 as d,0 as order", Reply::failure("syntax", 1064));
+        script.always("select 0 as p,0 as order", Reply::failure("syntax", 1064));
+        script.always("select 0 as order", Reply::failure("syntax", 1064));
+        for (const QString &statement : refused)
+            script.always(statement, Reply::failure(QStringLiteral("E%1").arg(statement.size())));
+    }
+    // What changes something.
+    L changes() const
+    {
+        L statements;
+        for (const QString &statement : script.sent)
+            if (!statement.startsWith("select ") && !statement.startsWith("show ") &&
+                !statement.startsWith("set "))
+                statements << statement;
+        return statements;
     }
 };
 
@@ -85,9 +102,9 @@ void RoutinesTest::everyTextIsTriedBeforeItIsGivenUp_data()
     QTest::addColumn<L>("sent");
     QTest::addColumn<L>("boxes");
     const QString lost = " を確認して下さい。元に戻せていない可能性があります。";
-    row("routine", Run(changeRoutine), sentForRoutine, L{question, failed, "E5\nﾙｰﾁﾝ `d`.p" + lost});
+    row("routine", Run(changeRoutine), sentForRoutine, L{question, failed, "ﾙｰﾁﾝ `d`.p" + lost});
     row("view", Run(changeTable), sentForView,
-        L{"vﾃｰﾌﾞﾙを変更します。", "ﾃｰﾌﾞﾙの" + failed, "E5\nVIEW `d`.v" + lost});
+        L{"vﾃｰﾌﾞﾙを変更します。", "ﾃｰﾌﾞﾙの" + failed, "VIEW `d`.v" + lost});
 }
 
 void RoutinesTest::everyTextIsTriedBeforeItIsGivenUp()
@@ -95,34 +112,57 @@ void RoutinesTest::everyTextIsTriedBeforeItIsGivenUp()
     QFETCH(Run, command);
     QFETCH(L, sent);
     QFETCH(L, boxes);
-    const int last = static_cast<int>(sent.size()) - 1;
-    ChangeStage stage({2, 3, last});
-    stage.dialogue.expectConfirm(boxes[0], Icon::Critical, true);
+    const auto agree = [&](ChangeStage &stage) {
+        stage.dialogue.expectConfirm(boxes[0], Icon::Critical, true);
+        stage.dialogue.expectChoice(losses.arg("`order`"), lossChoices, 1);
+    };
+    ChangeStage stage({sent[2], sent[3]});
+    agree(stage);
+    // The way back that was tried before now fails.
+    stage.script.once(sent[0], Reply::failure("exists", 1050));
+    stage.script.always(sent.last(), Reply::failure("E9"));
     stage.dialogue.expectRefuse(boxes[1]);
-    stage.dialogue.expectRefuse(boxes[2]);
+    stage.dialogue.expectRefuse("E9\n" + boxes[2]);
     QCOMPARE(stage.run(command).reload, Reload::Nothing);
-    QCOMPARE(stage.script.sent, sent);
-    QVERIFY(stage.dialogue.lastError.startsWith("E2") && stage.dialogue.lastError.contains(sent.last()));
+    QCOMPARE(stage.changes(), sent);
+    QVERIFY2(stage.dialogue.lastError.contains(sent.last()), qPrintable(stage.dialogue.lastError));
 
     ChangeStage stale({}); // somebody has changed it
     stale.selection.lblCreateProc += " 2";
-    stale.selection.routine = "[PROC]\tp";
-    stale.dialogue.expectConfirm(question, Icon::Critical, true);
-    stale.dialogue.expectRefuse(failed);
-    stale.run(changeRoutine);
-    QCOMPARE(stale.script.sent, L{sentForRoutine[0]});
+    stale.selection.lblCreateTable += " 2";
+    stale.dialogue.expectConfirm(boxes[0], Icon::Critical, true);
+    stale.dialogue.expectRefuse(boxes[1]);
+    stale.run(command);
+    QCOMPARE(stale.changes(), L());
 
-    ChangeStage keeping({1}); // a drop that is refused
-    keeping.dialogue.expectConfirm(boxes[0], Icon::Critical, true);
+    ChangeStage keeping({sent[1]}); // a drop that is refused
+    agree(keeping);
     keeping.dialogue.expectRefuse(boxes[1]);
     keeping.run(command);
-    QCOMPARE(keeping.script.sent, sent.first(2));
+    QCOMPARE(keeping.changes(), sent.first(2));
+
+    ChangeStage unmade({}); // what the account may not make again is not dropped
+    agree(unmade);
+    unmade.script.always(sent[0], Reply::failure("denied", 1142));
+    unmade.dialogue.expectRefuse(boxes[1]);
+    unmade.run(command);
+    QCOMPARE(unmade.changes(), sent.first(1));
+
+    ChangeStage asking({}); // the server's own text instead
+    asking.dialogue.expectConfirm(boxes[0], Icon::Critical, true);
+    asking.dialogue.expectChoice(losses.arg("`order`"), lossChoices, 0);
+    QCOMPARE(asking.run(command).reload,
+             command == changeRoutine ? Reload::OwnRoutineText : Reload::OwnTableText);
+    asking.dialogue.expectConfirm(boxes[0], Icon::Critical, true);
+    asking.dialogue.expectChoice(losses.arg("`order`"), lossChoices, -1);
+    QCOMPARE(asking.run(command).reload, Reload::Nothing);
+    QCOMPARE(asking.changes(), L());
 
     ChangeStage changing({});
-    changing.dialogue.expectConfirm(boxes[0], Icon::Critical, true);
+    agree(changing);
     changing.dialogue.expectInform("変更しました。");
     QCOMPARE(changing.run(command).reload, Reload::Objects);
-    QCOMPARE(changing.script.sent, sent.first(3));
+    QCOMPARE(changing.changes(), sent.first(3));
 }
 
 void RoutinesTest::nothingIsDoneWithoutTextOrConsent()
@@ -144,7 +184,7 @@ void RoutinesTest::nothingIsDoneWithoutTextOrConsent()
     stage.dialogue.expectConfirm(question, Icon::Critical, true);
     stage.dialogue.expectRefuse(failed);
     stage.run(changeRoutine);
-    QCOMPARE(stage.script.sent, L{sentForRoutine[0]});
+    QCOMPARE(stage.script.sent, L{"show create procedure `d`.p;"});
 }
 
 void RoutinesTest::aRoutineIsDropped()

@@ -1,9 +1,13 @@
 #include "core/command/definition.h"
 
+#include "core/statements.h"
+
 #include <algorithm>
 #include <initializer_list>
 
 namespace {
+
+const QString characterSetName = QStringLiteral("character_set_client");
 
 // "Create Table", "Create View", ...; a trigger's "Created" is a date.
 bool isTextColumn(const QString &name)
@@ -44,10 +48,13 @@ public:
                 head.security = nextWord();
             else if (isOneOf(word, {u"AGGREGATE"}))
                 head.isAggregate = true;
+            else if (isOneOf(word, {u"REPLACE", u"ALTER"}))
+                head.replaces = true;
             else if (isOneOf(word, {u"VIEW", u"PROCEDURE", u"FUNCTION", u"TRIGGER", u"EVENT", u"TABLE"})) {
+                head.keyword = word.toUpper();
                 head.tail = m_end;
                 break;
-            } else if (!isOneOf(word, {u"CREATE", u"ALTER", u"OR", u"REPLACE", u"SQL", u"TEMPORARY"})) {
+            } else if (!isOneOf(word, {u"CREATE", u"OR", u"SQL", u"TEMPORARY"})) {
                 break;
             }
         }
@@ -100,11 +107,63 @@ ObjectDefinition readDefinition(Connection &connection, const QString &showState
     for (int i = 1; i < rows.fieldCount(); ++i)
         if (isTextColumn(rows.fieldName(i)))
             definition.text = textOf(rows, i);
-    definition.sqlMode = textOf(rows, rows.fieldIndex(QStringLiteral("sql_mode")));
+    if (const int mode = rows.fieldIndex(QStringLiteral("sql_mode")); mode >= 0)
+        definition.sqlMode = QLatin1String("") + rows.text(mode); // an empty mode is one, too
     definition.characterSet = textOf(rows, rows.fieldIndex(QStringLiteral("character_set_client")));
     definition.collation = textOf(rows, rows.fieldIndex(QStringLiteral("collation_connection")));
     definition.databaseCollation = textOf(rows, rows.fieldIndex(QStringLiteral("Database Collation")));
     return definition;
+}
+
+QStringList definitionVariables()
+{
+    return {QStringLiteral("sql_mode"), characterSetName, QStringLiteral("collation_connection")};
+}
+
+std::vector<SessionVariable> sessionFor(const ObjectDefinition &definition, const SessionVariables &present)
+{
+    std::vector<SessionVariable> different;
+    const auto want = [&](const QString &name, const QString &value) {
+        if (present.before(name) != value)
+            different.push_back({name, quotedText(value)});
+    };
+    // Where a view was read the mode of the session stands; an empty mode of a routine is one, too.
+    if (!definition.sqlMode.isNull())
+        want(QStringLiteral("sql_mode"), definition.sqlMode);
+    if (!definition.characterSet.isEmpty())
+        want(characterSetName, definition.characterSet);
+    if (!definition.collation.isEmpty())
+        want(QStringLiteral("collation_connection"), definition.collation);
+    return different;
+}
+
+QString asSentWith(const QString &statement, const std::vector<SessionVariable> &with,
+                   const ServerInfo &server)
+{
+    const auto set = std::ranges::find(with, characterSetName, &SessionVariable::name);
+    const bool isAscii = std::ranges::all_of(statement, [](QChar c) { return c.unicode() < 128; });
+    if (set == with.end() || isAscii || set->value.startsWith(u"'utf8"))
+        return statement;
+    constexpr int firstThatPreparesAll = 100600;
+    if (!server.isMariaDb || server.number < firstThatPreparesAll)
+        return {};
+    // Inside of a block, because Connector/ODBC prepares EXECUTE IMMEDIATE, which the server refuses.
+    return QStringLiteral("begin not atomic execute immediate convert(0x") +
+           QString::fromLatin1(statement.toUtf8().toHex()) + QStringLiteral(" using utf8mb4); end");
+}
+
+QString quotedAccount(const QString &written)
+{
+    QStringList parts;
+    for (const Token &token : sqlTokens(written, {true, true})) {
+        const QString part = written.mid(token.start, token.length);
+        const QChar quote = part[0];
+        if (token.kind != TokenKind::Sign || part != u"@")
+            parts << quotedName(quote == u'`' || quote == u'"' || quote == u'\''
+                                    ? part.mid(1, part.size() - 2).replace(QString(2, quote), QString(quote))
+                                    : part);
+    }
+    return parts.join(u'@');
 }
 
 SqlMode readingMode(const QString &sqlMode)

@@ -1,0 +1,173 @@
+#include "maintenance/routines.h"
+#include "maintenance/tablechange.h"
+#include "stage.h"
+
+namespace {
+
+// Of a view or routine: what SHOW CREATE tells, and who may do what with it.
+struct Object {
+    QString tag, name;
+    bool isView() const { return tag == "[VIEW]"; }
+    QString show() const
+    {
+        return isView() ? showCreateTable("`d`.`" + name + "`") : routineShowStatement(tag, "d", name);
+    }
+};
+
+// Tables, an account with rights, and definitions of every kind, each made by a session like that of other
+// tools of other times.
+const char *const setUp = R"(
+    CREATE DATABASE IF NOT EXISTS d; USE d; DROP PROCEDURE IF EXISTS x; DROP FUNCTION IF EXISTS x;
+    DROP DATABASE d; CREATE DATABASE d CHARACTER SET utf8mb4; USE d;
+    CREATE TABLE t (a INT, `order` INT, `b c` VARCHAR(20), `日本` INT);
+    GRANT USAGE ON *.* TO reader@localhost; GRANT USAGE ON *.* TO owner@'%';
+)";
+const char *const rights = R"(
+    GRANT EXECUTE ON %1 d.%2 TO reader@localhost;
+    GRANT EXECUTE, ALTER ROUTINE ON %1 d.%2 TO owner@'%' WITH GRANT OPTION;
+)";
+
+} // namespace
+
+// A change keeps all of a view or routine that it was not asked to change, on every server and over both
+// connections; one that fails leaves it exactly as it was.
+class KeptDefinitionsTest : public QObject {
+    Q_OBJECT
+
+private Q_SLOTS:
+    void initTestCase_data() { TestServers::addRows(); }
+    void init();
+    void aChangeKeepsTheRest_data();
+    void aChangeKeepsTheRest();
+
+private:
+    QString state(const Object &object) const;
+
+    TestServers m_servers;
+    TestServer *m_server = nullptr;
+    bool m_isMariaDb = false;
+    std::unique_ptr<DirectConnection> m_sql;
+};
+
+void KeptDefinitionsTest::init()
+{
+    QFETCH_GLOBAL(TestServer::Brand, brand);
+    SKIP_WITHOUT(brand);
+    m_server = &m_servers.of(brand);
+    m_isMariaDb = brand == TestServer::Brand::MariaDb;
+    m_server->run(brand != TestServer::Brand::MySql56
+                      ? QString("CREATE USER IF NOT EXISTS reader@localhost, owner@'%'; ") + setUp
+                      : QString(setUp));
+    m_sql = std::make_unique<DirectConnection>(*m_server);
+}
+
+QString KeptDefinitionsTest::state(const Object &object) const
+{
+    return (*m_sql)(object.show()) + '\n' +
+           (*m_sql)("select User, Host, Proc_priv from mysql.procs_priv where Db='d' and Routine_name='" +
+                    object.name + "' order by 1, 2");
+}
+
+void KeptDefinitionsTest::aChangeKeepsTheRest_data()
+{
+    QTest::addColumn<QString>("tag");
+    QTest::addColumn<QString>("definition"); // of the object x
+    QTest::addColumn<QStringList>("edit");   // pairs
+    QTest::addColumn<bool>("ofMariaDb");
+    row("procedure of another account, without modes, with rights", "[PROC]",
+        "SET sql_mode=''; CREATE DEFINER=owner@'%' PROCEDURE x(IN p CHAR(3)) SQL SECURITY INVOKER "
+        "COMMENT 'it''s' BEGIN -- `quoted`\n SELECT 1, 'a'; END",
+        QStringList{"SELECT 1", "SELECT 2"}, false);
+    row("function of an old client, its quotes names", "[FUNC]",
+        "SET NAMES latin1; SET sql_mode='ANSI_QUOTES'; CREATE DEFINER=owner@'%' FUNCTION x() RETURNS INT "
+        "DETERMINISTIC RETURN (SELECT MAX(\"order\") FROM t)",
+        QStringList{"MAX(", "MIN("}, false);
+    row("text beyond the old client's letters", "[PROC]",
+        "SET NAMES latin1; CREATE DEFINER=owner@'%' PROCEDURE x() SELECT '\xe9'",
+        QStringList{"SELECT", "select"}, true);
+    row("aggregate", "[FUNC]",
+        "CREATE AGGREGATE FUNCTION x(p INT) RETURNS INT BEGIN DECLARE s INT DEFAULT 0; DECLARE CONTINUE "
+        "HANDLER "
+        "FOR NOT FOUND RETURN s; LOOP FETCH GROUP NEXT ROW; SET s = s + p; END LOOP; END",
+        QStringList{"s + p", "s - p"}, true);
+    row("procedure of another product's dialect", "[PROC]",
+        "SET sql_mode='ORACLE'; CREATE PROCEDURE x(p IN INT) AS v INT; BEGIN v := p; SELECT v || 'a'; END;",
+        QStringList{"'a'", "'b'"}, true);
+    row("view of the caller's rights", "[VIEW]",
+        "CREATE ALGORITHM=TEMPTABLE DEFINER=owner@'%' SQL SECURITY INVOKER VIEW x AS SELECT a, t.`order` AS "
+        "o "
+        "FROM t "
+        "WHERE a > 1",
+        QStringList{"> 1", "> 2"}, false);
+    row("view that checks, of an old client", "[VIEW]",
+        "SET NAMES latin1; CREATE ALGORITHM=MERGE VIEW x AS SELECT a FROM t WHERE a > 1 WITH LOCAL CHECK "
+        "OPTION",
+        QStringList{"> 1", "> 2"}, false);
+    row("plain view", "[VIEW]", "CREATE VIEW x AS SELECT a, '\\\\' AS c FROM t WHERE a > 1 OR 日本 = 2",
+        QStringList{"> 1", "> 2"}, false);
+}
+
+void KeptDefinitionsTest::aChangeKeepsTheRest()
+{
+    QFETCH(QString, tag);
+    QFETCH(QString, definition);
+    QFETCH(QStringList, edit);
+    QFETCH(bool, ofMariaDb);
+    if (ofMariaDb && !m_isMariaDb)
+        QSKIP("this server knows no such thing");
+    const Object object{tag, "x"};
+    m_server->run("USE d;\nDELIMITER //\n" + QString(definition).replace("; CREATE", "//\nCREATE") + "//\n");
+    if (!object.isView())
+        m_server->run(QString::fromUtf8(rights).arg(tag == "[PROC]" ? "PROCEDURE" : "FUNCTION", "x"));
+    const QString before = state(object);
+    qDebug().noquote() << before;
+
+    const QStringList drivers =
+        m_isMariaDb ? QStringList{nativeDriverName(), odbcDriver()} : QStringList{nativeDriverName()};
+    for (const QString &driver : drivers) {
+        RealStage stage(*m_server, driver);
+        const auto click = [&] {
+            if (object.isView())
+                stage.clickTable(object.name);
+            else
+                stage.clickRoutine(object.tag, object.name);
+        };
+        QString &text = object.isView() ? stage.selection.txtField : stage.selection.txtProc;
+        const Run change = object.isView() ? Run(changeTable) : Run(changeRoutine);
+        const QString session = "select @@sql_mode, @@character_set_client, @@collation_connection, "
+                                "@@sql_select_limit, @@autocommit";
+        const auto sessionNow = [&] {
+            RecordSet rows = stage.session.connection().execute(session);
+            return rows.text(0) + rows.text(1) + rows.text(2) + rows.text(3) + rows.text(4);
+        };
+        const QString sessionBefore = sessionNow();
+        click();
+        stage.run(change); // as it is
+        QVERIFY2(stage.told() == "変更しました。", qPrintable(stage.told() + stage.dialogue.lastError));
+        QCOMPARE(state(object), before);
+
+        text += " ) (";
+        stage.run(change); // a typing error
+        QVERIFY2(stage.told().endsWith("変更に失敗しました。"), qPrintable(stage.told()));
+        QCOMPARE(state(object), before);
+
+        text.chop(4); // corrected, and edited
+        RealStage::edit(text, edit.first(2));
+        stage.run(change);
+        QVERIFY2(stage.told() == "変更しました。", qPrintable(stage.told() + stage.dialogue.lastError));
+        QString after = before;
+        for (qsizetype i = 0; i < edit.size(); i += 2)
+            after.replace(edit[i], edit[i + 1]);
+        QCOMPARE(state(object), after);
+
+        click();
+        RealStage::edit(text, {edit[1], edit[0]}); // and back
+        stage.run(change);
+        QVERIFY2(stage.told() == "変更しました。", qPrintable(stage.told() + stage.dialogue.lastError));
+        QCOMPARE(state(object), before);
+        QCOMPARE(sessionNow(), sessionBefore);
+    }
+}
+
+QTEST_GUILESS_MAIN(KeptDefinitionsTest)
+#include "test_keptdefinitions.moc"
