@@ -112,7 +112,7 @@ void Remaking::tryAs(const QString &definer, const std::function<QString(const Q
         if (m_with.empty())
             execute();
         else
-            withVariables(m_session, m_with, execute);
+            withVariables(m_session, {}, m_with, execute);
     } catch (const SqlError &error) {
         if (isOneOf(error.number(), {tableExists, routineExists}))
             return;

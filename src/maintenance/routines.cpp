@@ -185,7 +185,7 @@ Outcome RoutineChange::run()
     } catch (const SqlError &error) {
         return end(m_log.undo(error), error.description());
     }
-    return end(m_log.succeed(), {});
+    return end(m_log.close(), {});
 }
 
 Outcome RoutineChange::end(const UndoReport &report, const QString &error)

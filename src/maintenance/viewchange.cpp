@@ -42,7 +42,7 @@ public:
     // No value: it has been carried out, else the command ends with it.
     std::optional<Outcome> prepare();
     void send();
-    UndoReport succeed() { return m_log.succeed(); }
+    UndoReport succeed() { return m_log.close(); }
     UndoReport undo(const SqlError &error) { return m_log.undo(error); }
 
 private:

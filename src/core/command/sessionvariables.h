@@ -47,8 +47,8 @@ QString variableLiteral(const QString &value);
 // A mode without some of its words and with others.
 QString changedMode(const QString &mode, const QStringList &without, const QStringList &with);
 
-// Runs the action with the variables and the default database set, and puts the old ones back on every way
-// out.
+// Runs the action with the variables and the default database (empty: as it is) set, and puts the old ones
+// back on every way out.
 template <class Action>
 void withVariables(Session &session, const QString &database, const std::vector<SessionVariable> &wanted,
                    Action action)
@@ -59,7 +59,8 @@ void withVariables(Session &session, const QString &database, const std::vector<
         names << variable.name;
     variables.read(session.connection(), names);
     // The default database first: where it fails, nothing has been set.
-    variables.use(session.connection(), database);
+    if (!database.isEmpty())
+        variables.use(session.connection(), database);
     variables.set(session.connection(), wanted);
     const auto putBack = [&] {
         const Undoing undoing(session);
