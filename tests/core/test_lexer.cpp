@@ -95,11 +95,15 @@ void LexerTest::secretsAreMasked_data()
     as("alter user u identified by 1234", "alter ***");
     as("create server s foreign data wrapper mysql options (user 'x', password geheim)", "create ***");
     as("create table t (a int) connection=mysql://u:geheim@h/d/t", "create ***");
+    as("alter user u identified by 'it'geheim''", "alter ***");
+    as("set password = 'it' geheim", "set ***");
     // Misspelt, put together from pieces, written into the server's own tables.
     as("crate user u identified by 'x' 'geheim", "***");
     as("grnt all on a.* to u identified by geheim", "***");
     as("alter user u identifed by geheim", "alter ***");
     as("set pasword = geheim", "set ***");
+    as("set passwrd = geheim", "set ***");
+    as("select old_pasword(geheim)", "select ***");
     as("set @s = concat('set pass', 'word = ''geheim''')", "set ***");
     as("update mysql.global_priv set priv='{\"a\":\"geheim\"}'", "update ***");
     as("insert into `mysql`.`user` values ('%','u','*ABC')", "insert ***");
