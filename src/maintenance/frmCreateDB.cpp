@@ -1,6 +1,7 @@
 #include "maintenance/frmCreateDB.h"
 
 #include "controls/widgetdialogue.h"
+#include "core/sql/names.h"
 #include "core/statements.h"
 
 #include <QHBoxLayout>
@@ -58,6 +59,7 @@ void frmCreateDB::create(const QString &name)
 {
     m_mainWindow.setLastError({}, true);
     try {
+        requireOwnDatabase(name);
         const BusyPointer busy(m_mainWindow);
         m_session.connection().execute(QStringLiteral("create database `") + name + QStringLiteral("`;"));
         accept();
