@@ -1,5 +1,6 @@
 #include "users/accountdeletion.h"
 
+#include "core/command/serverrole.h"
 #include "core/statements.h"
 #include "users/accountcommands.h"
 #include "users/accountserver.h"
@@ -73,7 +74,7 @@ void removeAccount(Session &session, const AccountForm &form)
     // of the name.
     for (const GrantTable &table : grantTables)
         deleteRows(session, fromTable(table, form.account));
-    if (isClusterMember(session))
+    if (isClusterMember(session.connection()))
         sendAndFlush(session, dropAccountIfExists(form.account));
 }
 

@@ -85,18 +85,6 @@ bool revokesByName(const Session &session)
     return !server.isMariaDb && server.number >= 80000;
 }
 
-bool isClusterMember(Session &session)
-{
-    RecordSet rows = session.connection().execute(
-        QStringLiteral("show variables where variable_name in ('wsrep_on', 'group_replication_group_name')"));
-    for (; rows.isOpen() && !rows.isEof(); rows.moveNext()) {
-        const QString value = rows.text(1);
-        if (!value.isEmpty() && value != u"OFF")
-            return true;
-    }
-    return false;
-}
-
 void sendGlobalGrant(Session &session, const GlobalGrant &grant)
 {
     if (grant.password.isEmpty())

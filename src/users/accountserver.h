@@ -10,9 +10,6 @@ void sendAndFlush(Session &session, const QString &statement);
 // levels, too, and REVOKE GRANT OPTION fails where there is none. GRANT takes no password there any more.
 bool revokesByName(const Session &session);
 
-// Whether the server is one of several that replicate statements on accounts, but no rows of their tables.
-bool isClusterMember(Session &session);
-
 // A global GRANT, and the password that goes with it when one was typed.
 struct GlobalGrant {
     Account account;

@@ -1,4 +1,5 @@
 // Rights on databases and on tables: the same commands at two levels.
+#include "core/command/serverrole.h"
 #include "users/accountcommands.h"
 #include "users/accountdeletion.h"
 #include "users/accountserver.h"
@@ -84,7 +85,7 @@ void revoke(Session &session, const Account &account, const Scope &scope, const 
 // REVOKE that fails at one node only would cost that node its place in the cluster.
 void revokeOnCluster(Session &session, const Account &account, const Scope &scope, const Rights &rights)
 {
-    if (isClusterMember(session))
+    if (isClusterMember(session.connection()))
         revoke(session, account, scope, rights, {});
 }
 

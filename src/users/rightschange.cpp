@@ -94,6 +94,7 @@ public:
 private:
     void start()
     {
+        m_place = serverPlace(m_session.connection());
         const Rights own = readOwnRights(m_session);
         m_tells = own.isTold;
         m_before = readState(m_session, m_account, m_change.scope);
@@ -166,7 +167,7 @@ private:
     void putBack(Doubt doubt)
     {
         if (doubt == Doubt::AnswerLost)
-            reconnect(m_session);
+            reconnect(m_session, m_place);
         const bool isInDoubt = doubt != Doubt::None;
         if (!m_isGranted && m_change.putBack && !(isInDoubt && m_tells))
             m_change.putBack(isInDoubt);
@@ -220,6 +221,7 @@ private:
     Dialogue &m_dialogue;
     const Account m_account;
     const RightsChange &m_change;
+    ServerPlace m_place;
     AccountState m_before;
     WantedRights m_wanted;
     QString m_difference;

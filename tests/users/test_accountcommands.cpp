@@ -309,8 +309,10 @@ void AccountCommandsTest::everyNodeOfAClusterLearnsOfIt()
     QFETCH(QString, variable);
     QFETCH(QString, value);
     AccountStage stage;
-    stage.script.always("show variables where variable_name in ('wsrep_on', 'group_replication_group_name')",
-                        Reply::table({"Variable_name", "Value"}, {{variable, value}}));
+    stage.script.always(
+        "show global variables where Variable_name in ('read_only', 'super_read_only', 'innodb_read_only', "
+        "'wsrep_on', 'wsrep_provider', 'group_replication_group_name')",
+        Reply::table({"Variable_name", "Value"}, {{variable, value}, {"wsrep_provider", "galera.so"}}));
     const QString where =
         " where grantee = binary concat('''', 'u', '''@''', 'h', '''') and table_schema = binary ";
     const L fields{"PRIVILEGE_TYPE", "IS_GRANTABLE"};

@@ -49,7 +49,6 @@ private:
     // Hundreds of small changes: waiting for the disk would cost minutes.
     TestServers m_servers{{"--loose-debug-no-sync"}};
     TestServer *m_server = nullptr;
-    TestServer::Brand m_brand = TestServer::Brand::MariaDb;
     std::unique_ptr<CuttingProxy> m_proxy;
     BlockingPump m_pump;
     QStringList m_told;
@@ -72,7 +71,6 @@ void AccountCutTest::init()
     if (server == m_server)
         return;
     m_server = server;
-    m_brand = brand;
     m_server->run("drop database if exists d; create database d; create table d.t (a int)");
     m_proxy = std::make_unique<CuttingProxy>(m_server->port());
 }
@@ -101,12 +99,7 @@ bool AccountCutTest::breakAt(int statement, Cut what, bool mayReturn)
                   "grant select, create, update (a) on d.t to u with grant option;");
     Agreeing dialogue;
     Session session;
-    session.makeConnection = [this](const QString &string) {
-        // FLUSH PRIVILEGES empties MySQL's cache of passwords; a login with a full exchange fills it.
-        if (m_brand == TestServer::Brand::MySql9)
-            m_server->accepts("demo", "demo");
-        return createConnection(string, m_pump);
-    };
+    session.makeConnection = [this](const QString &string) { return createConnection(string, m_pump); };
     session.gDsn = noDataSource();
     session.gDriver = isBuiltIn() ? nativeDriverName() : QStringLiteral("MySQL ODBC 3.51 Driver");
     session.gServer = "127.0.0.1";
