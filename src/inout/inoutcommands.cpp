@@ -1,10 +1,12 @@
 #include "inout/inoutcommands.h"
 
+#include "core/columnlist.h"
 #include "core/sql/names.h"
 #include "core/statements.h"
 
 #include <QFileInfo>
 
+#include <functional>
 #include <optional>
 
 namespace {
@@ -59,8 +61,8 @@ bool agreesToRead(Session &session, Dialogue &dialog, const QString &table)
                           .arg(found->asSet, found->ofColumns));
 }
 
-bool run(Session &session, const InOutVoices &voices, const InOutForm &form, const QString &statement,
-         bool readsFile)
+bool run(Session &session, const InOutVoices &voices, const InOutForm &form, bool readsFile,
+         const std::function<QString(const QString &database, const QString &table)> &statement)
 {
     try {
         voices.mainWindow.setLastError({}, false);
@@ -69,7 +71,8 @@ bool run(Session &session, const InOutVoices &voices, const InOutForm &form, con
         if (readsFile && !agreesToRead(session, voices.dialog, form.tableName))
             return false;
         const BusyPointer busy(voices.dialog);
-        session.connection().execute(statement);
+        session.connection().execute(
+            statement(trimmedBlanks(session.gDbName), trimmedBlanks(form.tableName)));
         return true;
     } catch (const SqlError &error) {
         voices.mainWindow.setLastError(error.description(), false);
@@ -79,18 +82,20 @@ bool run(Session &session, const InOutVoices &voices, const InOutForm &form, con
 
 } // namespace
 
-QString exportStatement(const QString &database, const QString &table, const QString &path)
+QString exportStatement(const QString &database, const QString &table, const QString &path,
+                        const QString &columns)
 {
-    return QStringLiteral("select * from ") + qualifiedName(trimmedBlanks(database), trimmedBlanks(table)) +
-           QStringLiteral(" into outfile ") + quotedText(path);
+    return QStringLiteral("select ") + columns + QStringLiteral(" from ") +
+           qualifiedName(trimmedBlanks(database), trimmedBlanks(table)) + QStringLiteral(" into outfile ") +
+           quotedText(path);
 }
 
 QString importStatement(const QString &database, const QString &table, const QString &path,
-                        bool replacesDuplicates)
+                        bool replacesDuplicates, const QString &columns)
 {
     const QString mode = replacesDuplicates ? QStringLiteral(" REPLACE ") : QStringLiteral(" IGNORE ");
-    return QStringLiteral("load data infile ") + quotedText(path) + mode +
-           QStringLiteral(" into table ") + qualifiedName(trimmedBlanks(database), trimmedBlanks(table));
+    return QStringLiteral("load data infile ") + quotedText(path) + mode + QStringLiteral(" into table ") +
+           qualifiedName(trimmedBlanks(database), trimmedBlanks(table)) + columns;
 }
 
 bool exportTable(Session &session, const InOutVoices &voices, const InOutForm &form)
@@ -101,7 +106,11 @@ bool exportTable(Session &session, const InOutVoices &voices, const InOutForm &f
         voices.dialog.inform(QStringLiteral("ﾌｧｲﾙが存在します。ﾌｧｲﾙ名を変更してください。"));
         return false;
     }
-    if (!run(session, voices, form, exportStatement(session.gDbName, form.tableName, form.fileName), false))
+    const auto statement = [&](const QString &database, const QString &table) {
+        return exportStatement(database, table, form.fileName,
+                               selectedColumns(session.connection(), database, table));
+    };
+    if (!run(session, voices, form, false, statement))
         return false;
     voices.dialog.inform(QStringLiteral("出力しました。"));
     return true;
@@ -115,8 +124,11 @@ bool importTable(Session &session, const InOutVoices &voices, const InOutForm &f
         voices.dialog.inform(QStringLiteral("ﾌｧｲﾙが見つかりません。"));
         return false;
     }
-    if (!run(session, voices, form,
-             importStatement(session.gDbName, form.tableName, form.fileName, form.replacesDuplicates), true))
+    const auto statement = [&](const QString &database, const QString &table) {
+        return importStatement(database, table, form.fileName, form.replacesDuplicates,
+                               loadedColumns(session.connection(), database, table));
+    };
+    if (!run(session, voices, form, true, statement))
         return false;
     voices.dialog.inform(QStringLiteral("読み込みました。"));
     return true;

@@ -17,9 +17,11 @@ struct InOutVoices {
 };
 
 // The database is the session's gDbName. The server opens the file: its path is one of the server's machine.
-QString exportStatement(const QString &database, const QString &table, const QString &path);
+// columns: as core/columnlist.h gives them.
+QString exportStatement(const QString &database, const QString &table, const QString &path,
+                        const QString &columns = QStringLiteral("*"));
 QString importStatement(const QString &database, const QString &table, const QString &path,
-                        bool replacesDuplicates);
+                        bool replacesDuplicates, const QString &columns = {});
 
 // True when the statement was carried out and success was told. A statement that fails is not told in the
 // dialog; the server's words go to the main window's last error.

@@ -1,5 +1,6 @@
 #include "maintenance/tablebatches.h"
 
+#include "core/columnlist.h"
 #include "core/sql/names.h"
 #include "core/statements.h"
 #include "maintenance/batch.h"
@@ -10,31 +11,32 @@ namespace {
 
 struct StatementBatch {
     QString phrase;
-    QString (*statement)(const QString &database, const QString &name);
+    QString (*statement)(Connection &connection, const QString &database, const QString &name);
     QString closing;
 };
 
-QString checkStatement(const QString &database, const QString &name)
+QString checkStatement(Connection &, const QString &database, const QString &name)
 {
     // The blank at the end belongs to the statement.
     return QStringLiteral("check table ") + qualifiedName(database, name) + u' ';
 }
 
-QString optimizeStatement(const QString &database, const QString &name)
+QString optimizeStatement(Connection &, const QString &database, const QString &name)
 {
     return QStringLiteral("optimize table ") + qualifiedName(database, name);
 }
 
-QString repairStatement(const QString &database, const QString &name)
+QString repairStatement(Connection &, const QString &database, const QString &name)
 {
     return QStringLiteral("repair table ") + qualifiedName(database, name);
 }
 
-QString copyStatement(const QString &database, const QString &name)
+QString copyStatement(Connection &connection, const QString &database, const QString &name)
 {
     const QString stamp = QDate::currentDate().toString(QStringLiteral("_yy_MM_dd"));
     const QString copy = qualifiedName(database, QStringLiteral("back_") + name + stamp);
-    return QStringLiteral("create table ") + copy + QStringLiteral(" select * from ") +
+    return QStringLiteral("create table ") + copy + QStringLiteral(" select ") +
+           selectedColumns(connection, database, name) + QStringLiteral(" from ") +
            qualifiedName(database, name);
 }
 
@@ -46,7 +48,8 @@ Outcome run(CommandContext &context, const StatementBatch &row)
     batch.eachTable = [&](const QString &name) {
         context.dialogue.setTarget(name);
         requireOwnName(database, name);
-        context.session.connection().execute(row.statement(database, name));
+        Connection &connection = context.session.connection();
+        connection.execute(row.statement(connection, database, name));
     };
     batch.closing = [&] { return row.closing; };
     return runBatch(context, batch);

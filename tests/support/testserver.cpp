@@ -273,6 +273,11 @@ QString TestServer::nativeString(const QString &database, const QString &host) c
     return clientString("MySQL (内蔵)", database, host);
 }
 
+QString TestServer::connectionString(bool isBuiltIn, const QString &database) const
+{
+    return isBuiltIn ? nativeString(database) : odbcString(database);
+}
+
 QString TestServer::run(const QString &statements, const QString &database) const
 {
     QStringList arguments{"--no-defaults",
@@ -331,6 +336,17 @@ void TestServers::addRows()
     QTest::newRow("MariaDB") << TestServer::Brand::MariaDb;
     QTest::newRow("MySQL 5.6") << TestServer::Brand::MySql56;
     QTest::newRow("MySQL 9") << TestServer::Brand::MySql9;
+}
+
+void TestServers::addConnectionRows()
+{
+    QTest::addColumn<TestServer::Brand>("brand");
+    QTest::addColumn<bool>("isBuiltIn");
+    QTest::newRow("MariaDB") << TestServer::Brand::MariaDb << true;
+    QTest::newRow("MariaDB, ODBC") << TestServer::Brand::MariaDb << false;
+    QTest::newRow("MySQL 5.6") << TestServer::Brand::MySql56 << true;
+    QTest::newRow("MySQL 9") << TestServer::Brand::MySql9 << true;
+    QTest::newRow("MySQL 9, ODBC") << TestServer::Brand::MySql9 << false;
 }
 
 QByteArray TestServers::whyMissing(TestServer::Brand brand)

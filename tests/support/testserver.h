@@ -32,6 +32,7 @@ public:
     QString odbcString(const QString &database = {}, const QString &host = QStringLiteral("127.0.0.1")) const;
     QString nativeString(const QString &database = {},
                          const QString &host = QStringLiteral("127.0.0.1")) const;
+    QString connectionString(bool isBuiltIn, const QString &database = {}) const;
 
     // Runs statements with the command line client, outside of the program under test; its output.
     QString run(const QString &statements, const QString &database = {}) const;
@@ -70,7 +71,9 @@ public:
     {
     }
 
-    static void addRows();                                 // the column "brand" and its rows
+    static void addRows(); // the column "brand"
+    // The columns "brand" and "isBuiltIn": Connector/ODBC 3.1.15 cannot reach MySQL 5.6.
+    static void addConnectionRows();
     static QByteArray whyMissing(TestServer::Brand brand); // empty: it can be started
     TestServer &of(TestServer::Brand brand);
 
