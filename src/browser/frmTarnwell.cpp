@@ -1,23 +1,18 @@
 #include "browser/frmTarnwell.h"
 
-#include "about/frmabout.h"
-#include "browser/listmenu.h"
-#include "browser/nextstep.h"
 #include "console/frmSql.h"
 #include "controls/activation.h"
 #include "controls/stopping.h"
 #include "controls/windowsize.h"
 #include "core/bascommon.h"
 #include "core/basconnection.h"
-#include "core/connect.h"
-#include "maintenance/batchcommands.h"
-#include "maintenance/ddlcommands.h"
 #include "maintenance/frmRestore.h"
-#include "users/frmUserAdd.h"
 
 #include <QApplication>
+#include <QCloseEvent>
 #include <QFocusEvent>
-#include <QShortcut>
+#include <QLayout>
+#include <QMenuBar>
 #include <QTimer>
 
 namespace {
@@ -53,18 +48,21 @@ frmTarnwell::frmTarnwell(Session &session)
     : m_session(session)
     , m_controls(this, session.statementLog)
     , m_dialogue(this, partsOf(m_controls))
+    , m_panel(session, m_controls)
     , m_lists(session, m_controls)
     , m_detail(session, m_controls)
     , m_viewer(session, m_controls, m_dialogue)
+    , m_menus(*this, session, m_controls)
 {
     setObjectName(QStringLiteral("frmTarnwell"));
     connectSignals();
-    addKeys();
-    auto *activation = new WindowActivation(this);
-    connect(activation, &WindowActivation::activated, this, &frmTarnwell::Form_Activate);
+    offerCommands();
+    layout()->setMenuBar(m_menus.makeMenuBar());
     new EscapeStops(session.runner, this);
+    connect(new WindowActivation(this), &WindowActivation::activated, this,
+            [this] { m_panel.chooseSaved(); });
     Form_Load();
-    Form_Activate();
+    m_panel.chooseSaved();
     restoreSize(*this, m_session.gIniPath, sizeKey, standardSize);
 }
 
@@ -79,12 +77,8 @@ void frmTarnwell::Form_Load()
     setWindowTitle(versionCaption());
     if (const QString words = sLoadSettings(m_session); !words.isEmpty())
         QTimer::singleShot(0, this, [this, words] { m_dialogue.inform(words); });
-    m_controls.txtServer->setText(m_session.gServer);
-    m_controls.txtUser->setText(m_session.gUser);
-    m_controls.txtPass->setText(m_session.gPass);
-    if (!m_session.gPort.isEmpty())
-        m_controls.txtPort->setText(m_session.gPort);
-    GetDSNsAndDrivers();
+    m_panel.showSettings();
+    m_panel.GetDSNsAndDrivers();
     m_controls.cboLimit->setCurrentIndex(0);
     m_controls.optTP[0]->setChecked(true);
     m_controls.optField[1]->setChecked(true);
@@ -92,63 +86,16 @@ void frmTarnwell::Form_Load()
     m_controls.lblPreTable->clear(); // the designer's text stands for no state
 }
 
-void frmTarnwell::GetDSNsAndDrivers()
-{
-    const DriverListing listing = listOdbc();
-    m_controls.cboDSNList->addItem(noDataSource());
-    m_controls.cboDSNList->addItems(listing.dataSources);
-    m_controls.cboDSNList->setCurrentIndex(0);
-    m_controls.cboDrivers->addItems(listing.drivers);
-    m_controls.cboDrivers->addItem(nativeDriverName());
-}
-
-void frmTarnwell::Form_Activate()
-{
-    const auto choose = [](QComboBox &box, const QString &text, bool isLastMatch) {
-        box.setCurrentIndex(0);
-        for (int i = 0; i < box.count(); ++i) {
-            if (box.itemText(i) != text)
-                continue;
-            box.setCurrentIndex(i);
-            if (!isLastMatch)
-                break;
-        }
-        box.setEditText(box.currentIndex() < 0 ? QString() : box.itemText(box.currentIndex()));
-    };
-    choose(*m_controls.cboDSNList, m_session.gDsn, true);
-    choose(*m_controls.cboDrivers, m_session.gDriver, false);
-    cboDSNList_Click();
-}
-
 void frmTarnwell::connectSignals()
 {
     TarnwellControls &c = m_controls;
-    connect(c.cboDSNList, &QComboBox::currentTextChanged, this, &frmTarnwell::cboDSNList_Click);
+    connect(c.cboDSNList, &QComboBox::currentTextChanged, this, [this] { m_panel.cboDSNList_Click(); });
     setStopsRunningCommand(c.cmdClose, true, Qt::ALT | Qt::Key_D);
-    connect(c.cmdConnect, &QPushButton::clicked, this, &frmTarnwell::cmdConnect_Click);
     for (const QLineEdit *field :
          {c.cboDSNList->lineEdit(), c.cboDrivers->lineEdit(), c.txtServer, c.txtUser, c.txtPass, c.txtPort})
         connect(field, &QLineEdit::returnPressed, c.cmdConnect, &QPushButton::click);
-    connect(c.cmdClose, &QPushButton::clicked, this, &frmTarnwell::cmdClose_Click);
-    connect(c.cmdEnd, &QPushButton::clicked, this, &QWidget::close);
-    connect(c.Command1, &QPushButton::clicked, this, [this] { showAboutBox(this); });
-    connect(c.cmdShowDb, &QPushButton::clicked, this, [this] {
-        m_dialogue.setLastError({}, true);
-        reload(Reload::Databases);
-    });
     for (ChosenList *list : {c.lstDb, c.lstTables, c.lstProcFunc})
         connect(list, &ChosenList::chosen, this, [this, list] { choose(list); });
-    connect(c.cmdCreateDb, &QPushButton::clicked, this, &frmTarnwell::cmdCreateDb_Click);
-    connect(c.cmdCreateUser, &QPushButton::clicked, this, [this] { showUserWindow(this, m_session); });
-    connect(c.cmdExec, &QPushButton::clicked, this, &frmTarnwell::cmdExec_Click);
-    connect(c.cmdInOut, &QPushButton::clicked, this, &frmTarnwell::cmdInOut_Click);
-    connect(c.cmdDataGet, &QPushButton::clicked, this, [this] {
-        if (m_session.runner.isRunning(m_controls.cmdDataGet))
-            m_session.runner.stop();
-        else
-            runAlone(m_controls.cmdDataGet, m_controls.cmdDataGet->text(),
-                     [this] { m_viewer.cmdDataGet_Click(); });
-    });
     for (int i = 0; i < 4; ++i)
         connect(c.optField[static_cast<std::size_t>(i)], &QRadioButton::toggled, this,
                 [this, i](bool isChosen) {
@@ -159,56 +106,10 @@ void frmTarnwell::connectSignals()
         m_controls.picTable->setVisible(isTable);
         m_controls.picProc->setVisible(!isTable);
     });
-    addListMenu(*c.lstDb, {c.cmdShowDb, c.cmdCreateDb, c.cmdDropDb, c.cmdExec});
-    addListMenu(*c.lstTables, {c.cmdDataGet, c.cmdCheckTable, c.cmdRepairTable, c.cmdOptimizeTable,
-                               c.cmdCopyDb, c.cmdInOut, c.cmdDropTable});
-    addListMenu(*c.lstProcFunc, {c.cmdDropProc});
-    for (const std::span<const Command> &commands : {batchCommands(), ddlCommands()})
-        for (const Command &command : commands)
-            connect(findChild<QPushButton *>(QLatin1String(command.control)), &QPushButton::clicked, this,
-                    [this, &command] { run(command); });
-    connect(c.showLog, &QPushButton::toggled, c.log, &QWidget::setVisible);
     connect(c.log, &StatementLogView::statementChosen, this, &frmTarnwell::showInConsole);
     for (QWidget *box :
          std::initializer_list<QWidget *>{c.txtServer, c.txtUser, c.txtPass, c.txtPort, c.txtError})
         box->installEventFilter(this);
-}
-
-void frmTarnwell::addKeys()
-{
-    TarnwellControls &c = m_controls;
-    const auto key = [this](const QString &keys, QPushButton *button) {
-        connect(new QShortcut(QKeySequence(keys), this), &QShortcut::activated, button, &QPushButton::click);
-    };
-    key(QStringLiteral("Alt+C"), c.cmdConnect);
-    key(QStringLiteral("Alt+D"), c.cmdClose);
-    key(QStringLiteral("Alt+L"), c.cmdShowDb);
-    key(QStringLiteral("Alt+N"), c.cmdCreateDb);
-    key(QStringLiteral("Alt+Shift+N"), c.cmdDropDb);
-    key(QStringLiteral("Alt+U"), c.cmdCreateUser);
-    key(QStringLiteral("Ctrl+Q"), c.cmdEnd);
-    key(QStringLiteral("F1"), c.Command1);
-    key(QStringLiteral("F6"), c.cmdDataGet);
-    key(QStringLiteral("F9"), c.cmdExec);
-    key(QStringLiteral("F12"), c.showLog);
-    connect(new QShortcut(QKeySequence(Qt::CTRL | Qt::Key_S), this), &QShortcut::activated, this, [this] {
-        (m_controls.optTP[0]->isChecked() ? m_controls.cmdCreateTable : m_controls.cmdCreateProc)->click();
-    });
-    connect(new QShortcut(QKeySequence(Qt::Key_F5), this), &QShortcut::activated, this,
-            &frmTarnwell::refreshShown);
-}
-
-void frmTarnwell::refreshShown()
-{
-    TarnwellControls &c = m_controls;
-    if (!c.cmdShowDb->isEnabled())
-        return;
-    if (c.optTP[1]->isChecked() && c.lstProcFunc->currentItem())
-        Q_EMIT c.lstProcFunc->chosen();
-    else if (c.lblPreTable->text() == u"1" && c.lstTables->currentItem())
-        Q_EMIT c.lstTables->chosen();
-    else
-        reload(c.lblPreTable->text() == u"0" ? Reload::Objects : Reload::Databases);
 }
 
 // The whole text is selected when such a box gets the focus, so that it can be replaced or copied at once.
@@ -254,5 +155,28 @@ void frmTarnwell::sConnectMode(bool connected)
            c.optField[0], c.optField[1], c.optField[2], c.optField[3], c.cmdDataGet, c.cboLimit,
            c.flGrid_Field, c.flGrid_Index, c.flGrid_Status, c.flGrid_Data);
     c.picStatus->clearBar();
-    cboDSNList_Click();
+    m_panel.cboDSNList_Click();
+}
+
+void frmTarnwell::closeEvent(QCloseEvent *event)
+{
+    if (m_session.runner.isRunning()) {
+        event->ignore();
+        m_session.runner.leave(this, [this] { close(); });
+        return;
+    }
+    keepEdits(true, true);
+    // The console first: it hands its options to the settings.
+    if (m_console)
+        m_console->close();
+    const QString failure = sSaveSettings(m_session);
+    // Where the desktop ends all programs there is nobody to read it.
+    if (!failure.isEmpty() && isVisible() && !qApp->isSavingSession())
+        m_dialogue.refuse(QStringLiteral("設定を保存できませんでした。\r\n") + failure);
+    keepSize(*this, m_session.gIniPath, sizeKey, standardSize);
+    sDisconnect(m_session);
+    event->accept();
+    for (QWidget *window : QApplication::topLevelWidgets())
+        if (window != this)
+            window->close();
 }

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "browser/commandmenus.h"
+#include "browser/connectionpanel.h"
 #include "browser/dataviewer.h"
 #include "browser/frmTarnwellControls.h"
 #include "browser/objectlists.h"
@@ -12,8 +14,8 @@
 
 class frmSql;
 
-// The program's first window: connection, lists, detail and the buttons of every command. Closing it saves
-// the settings, closes the connection and ends the program.
+// The program's first window: connection, lists, detail and every command. Closing it saves the settings,
+// closes the connection and ends the program.
 class frmTarnwell : public QWidget {
     Q_OBJECT
 
@@ -23,31 +25,43 @@ public:
     ~frmTarnwell() override;
 
     void sConnectMode(bool connected);
-    void GetDSNsAndDrivers();
 
 protected:
     void closeEvent(QCloseEvent *event) override;
     bool eventFilter(QObject *watched, QEvent *event) override;
 
 private:
+    // A command that needs the window itself.
+    struct WindowCommand : CommandRow {
+        void (frmTarnwell::*run)();
+    };
+
     static constexpr QSize standardSize{1024, 700};
     static inline const QString sizeKey = QStringLiteral("main");
 
     void Form_Load();
-    void Form_Activate();
     void connectSignals();
-    void addKeys();
-    void refreshShown();
+    static std::span<const WindowCommand> windowCommands();
+    void offerCommands();
 
-    void cboDSNList_Click();
     void cmdConnect_Click();
+    void connectNow();
     void cmdClose_Click();
-    void cmdExec_Click();
-    void showInConsole(const QString &statement);
+    void disconnectNow();
+    void cmdEnd_Click();
+    void cmdShowDb_Click();
     void cmdCreateDb_Click();
+    void cmdCreateUser_Click();
+    void cmdExec_Click();
     void cmdInOut_Click();
-    QString missingEntry() const;
+    void cmdDataGet_Click();
+    void Command1_Click();
+    void applyDefinition();
+    void refreshShown();
+    void toggleLog();
+    void openPalette();
     void showConnected();
+    void showInConsole(const QString &statement);
 
     void choose(ChosenList *list);
     void serveChoice(const ChosenList &list);
@@ -61,13 +75,13 @@ private:
     void reload(Reload what);
     Selection selection() const;
 
-    void disconnectNow();
-
     Session &m_session;
     TarnwellControls m_controls;
     WidgetDialogue m_dialogue;
+    ConnectionPanel m_panel;
     ObjectLists m_lists;
     TableDetail m_detail;
     DataViewer m_viewer;
+    CommandMenus m_menus;
     QPointer<frmSql> m_console;
 };

@@ -1,7 +1,217 @@
-// What the main window carries out, one thing at a time.
+// The main window's commands: its own, those of the rooms, and the choices in its lists.
+#include "about/frmabout.h"
 #include "browser/frmTarnwell.h"
 #include "console/frmSql.h"
 #include "console/history.h"
+#include "core/basconnection.h"
+#include "inout/frminout.h"
+#include "maintenance/commands.h"
+#include "maintenance/frmCreateDB.h"
+#include "users/frmUserAdd.h"
+
+std::span<const frmTarnwell::WindowCommand> frmTarnwell::windowCommands()
+{
+    constexpr Needs localTable = Needs::Table | Needs::LocalServer;
+    using W = frmTarnwell;
+    static constexpr WindowCommand commands[] = {
+        {{"cmdConnect", u"接続", "Alt+C", Menu::Connection, Needs::NoConnection}, &W::cmdConnect_Click},
+        {{"cmdClose", u"切断", "Alt+D", Menu::Connection, Needs::Connection}, &W::cmdClose_Click},
+        {{"cmdEnd", u"終了", "Ctrl+Q", Menu::Connection, Needs::Nothing}, &W::cmdEnd_Click},
+        {{"cmdShowDb", u"ﾃﾞｰﾀﾍﾞｰｽ表示", "Alt+L", Menu::Database, Needs::Connection}, &W::cmdShowDb_Click},
+        {{"cmdCreateDb", u"ﾃﾞｰﾀﾍﾞｰｽ作成", "Alt+N", Menu::Database, Needs::Connection}, &W::cmdCreateDb_Click},
+        {{"cmdDataGet", u"ﾃﾞｰﾀ表示", "F6", Menu::Table, Needs::Table}, &W::cmdDataGet_Click},
+        {{"applyDefinition", u"編集した定義で変更", "Ctrl+S", Menu::Table, Needs::Connection},
+         &W::applyDefinition},
+        {{"cmdInOut", u"ﾃﾞｰﾀ入出力", "", Menu::Table, localTable}, &W::cmdInOut_Click},
+        {{"cmdExec", u"ｸｴﾘ実行", "F9", Menu::Sql, Needs::Databases}, &W::cmdExec_Click},
+        {{"cmdCreateUser", u"ﾕｰｻﾞｰ設定", "Alt+U", Menu::Server, Needs::Connection}, &W::cmdCreateUser_Click},
+        {{"refreshShown", u"最新の情報に更新", "F5", Menu::View, Needs::Connection}, &W::refreshShown},
+        {{"showLog", u"文の記録", "F12", Menu::View, Needs::Nothing}, &W::toggleLog},
+        {{"openPalette", u"コマンドとオブジェクトを探す", "Ctrl+P", Menu::View, Needs::Nothing},
+         &W::openPalette},
+        {{"Command1", u"ﾊﾞｰｼﾞｮﾝ情報", "F1", Menu::Help, Needs::Nothing}, &W::Command1_Click},
+    };
+    return commands;
+}
+
+void frmTarnwell::offerCommands()
+{
+    for (const WindowCommand &command : windowCommands())
+        m_menus.add(command, [this, &command] { (this->*command.run)(); });
+    for (const std::span<const Command> &room : {maintenanceCommands()})
+        for (const Command &command : room)
+            m_menus.add(command, [this, &command] { run(command); });
+
+    const auto isOfRoutine = [](const CommandRow &row) { return includes(row.needs, Needs::Routine); };
+    m_menus.addContextMenu(*m_controls.lstDb, [](const CommandRow &row) {
+        return row.menu == Menu::Database || row.menu == Menu::Sql;
+    });
+    m_menus.addContextMenu(*m_controls.lstTables, [isOfRoutine](const CommandRow &row) {
+        return row.menu == Menu::Table && !isOfRoutine(row);
+    });
+    m_menus.addContextMenu(*m_controls.lstProcFunc, isOfRoutine);
+}
+
+void frmTarnwell::cmdConnect_Click()
+{
+    const QString missing = m_panel.missingEntry();
+    if (!missing.isEmpty()) {
+        m_dialogue.refuse(missing);
+        return;
+    }
+    m_panel.takeEntries();
+    m_dialogue.setLastError({}, true);
+    runAlone(m_controls.cmdConnect, m_controls.cmdConnect->text(), [this] { connectNow(); });
+}
+
+void frmTarnwell::connectNow()
+{
+    QString why;
+    bool isConnected = false;
+    showNextStep(m_controls, Step::Connecting);
+    m_controls.cmdClose->setEnabled(true); // gives it up
+    {
+        const BusyPointer busy(m_dialogue);
+        isConnected = fConnect(m_session, &why);
+    }
+    if (isConnected) {
+        showConnected();
+        return;
+    }
+    m_dialogue.setLastError(why, true);
+    if (!m_session.runner.isStopWanted())
+        m_dialogue.refuse(QStringLiteral("接続失敗"));
+    sConnectMode(false);
+}
+
+void frmTarnwell::showConnected()
+{
+    m_session.gIsLocalServer = namesLocalServer(m_session.gCn->connectionString());
+    sConnectMode(true);
+    TarnwellControls &c = m_controls;
+    for (QPushButton *button :
+         {c.cmdDropDb, c.cmdExec, c.cmdBackup, c.cmdRestore, c.cmdCheckTable, c.cmdRepairTable,
+          c.cmdOptimizeTable, c.cmdCopyDb, c.cmdDropTable, c.cmdCreateTable, c.cmdInOut, c.cmdScriptBackUp,
+          c.cmdDataGet, c.cmdDropProc, c.cmdCreateProc})
+        button->setEnabled(false);
+    c.cmdShowDb->setFocus();
+}
+
+void frmTarnwell::cmdClose_Click()
+{
+    m_session.runner.leave(this, [this] { disconnectNow(); });
+}
+
+void frmTarnwell::disconnectNow()
+{
+    keepEdits(true, true);
+    sDisconnect(m_session);
+    sConnectMode(false);
+    m_controls.cmdConnect->setFocus();
+    if (m_console)
+        m_console->showDisconnected();
+    m_session.gDbName.clear();
+    m_session.gIsLocalServer = false;
+    m_controls.lblPreTable->clear();
+}
+
+void frmTarnwell::cmdEnd_Click()
+{
+    close();
+}
+
+void frmTarnwell::cmdShowDb_Click()
+{
+    m_dialogue.setLastError({}, true);
+    reload(Reload::Databases);
+}
+
+void frmTarnwell::cmdCreateDb_Click()
+{
+    if (m_session.runner.isRunning())
+        return;
+    showCreateDatabase(this, m_session, m_dialogue);
+    reload(Reload::Databases);
+}
+
+void frmTarnwell::cmdCreateUser_Click()
+{
+    showUserWindow(this, m_session);
+}
+
+void frmTarnwell::cmdExec_Click()
+{
+    if (m_session.gDsn == noDataSource() && m_session.gDbName.isEmpty()) {
+        m_dialogue.refuse(QStringLiteral("ﾃﾞｰﾀﾍﾞｰｽが選択されていません。"));
+        return;
+    }
+    m_panel.takeTexts();
+    // One that was closed lives until the event loop is back where it was closed.
+    if (!m_console || !m_session.gSqlOpen)
+        m_console = new frmSql(m_session, [this] { return fConnect(m_session); });
+    m_console->show();
+    m_console->raise();
+    m_console->activateWindow();
+}
+
+void frmTarnwell::showInConsole(const QString &statement)
+{
+    if (m_controls.cmdExec->isEnabled())
+        cmdExec_Click();
+    if (m_console)
+        m_console->propose(statement);
+}
+
+void frmTarnwell::cmdInOut_Click()
+{
+    if (!m_session.runner.isRunning())
+        showInOutWindow(this, m_session, m_controls.lstTables->currentText(), m_dialogue);
+}
+
+void frmTarnwell::cmdDataGet_Click()
+{
+    QPushButton *button = m_controls.cmdDataGet;
+    if (m_session.runner.isRunning(button))
+        m_session.runner.stop();
+    else
+        runAlone(button, button->text(), [this] { m_viewer.cmdDataGet_Click(); });
+}
+
+void frmTarnwell::Command1_Click()
+{
+    showAboutBox(this);
+}
+
+void frmTarnwell::applyDefinition()
+{
+    (m_controls.optTP[0]->isChecked() ? m_controls.cmdCreateTable : m_controls.cmdCreateProc)->click();
+}
+
+void frmTarnwell::refreshShown()
+{
+    TarnwellControls &c = m_controls;
+    if (!c.cmdShowDb->isEnabled())
+        return;
+    if (c.optTP[1]->isChecked() && c.lstProcFunc->currentItem())
+        Q_EMIT c.lstProcFunc->chosen();
+    else if (c.lblPreTable->text() == u"1" && c.lstTables->currentItem())
+        Q_EMIT c.lstTables->chosen();
+    else
+        reload(c.lblPreTable->text() == u"0" ? Reload::Objects : Reload::Databases);
+}
+
+void frmTarnwell::toggleLog()
+{
+    m_controls.log->setVisible(m_controls.showLog->isChecked());
+}
+
+void frmTarnwell::openPalette()
+{
+    CommandPalette palette(m_menus.paletteEntries(), this);
+    palette.exec();
+    if (const PaletteEntry *entry = palette.chosen())
+        entry->choose();
+}
 
 // What a list highlights is what the window shows: a choice that comes while something runs is not dropped.
 void frmTarnwell::choose(ChosenList *list)
@@ -64,11 +274,10 @@ void frmTarnwell::run(const Command &command)
 {
     if (m_session.runner.isRunning())
         return;
-    const auto *button = findChild<QPushButton *>(QLatin1String(command.control));
     Outcome outcome;
     const Selection chosen = selection();
     m_dialogue.setLastError({}, true);
-    runAlone(button, button->text(), [&] {
+    runAlone(this, command.title.toString(), [&] {
         CommandContext context{m_session, chosen, m_dialogue};
         outcome = command.run(context);
         if (const QString notes = m_session.runner.notes();

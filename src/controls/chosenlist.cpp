@@ -45,6 +45,17 @@ void ChosenList::clearItems()
     clear();
 }
 
+void ChosenList::choose(const QString &text)
+{
+    const QList<QListWidgetItem *> found = findItems(text, Qt::MatchExactly | Qt::MatchCaseSensitive);
+    if (found.isEmpty())
+        return;
+    if (found.first() == currentItem())
+        Q_EMIT chosen();
+    else
+        setCurrentItem(found.first());
+}
+
 void ChosenList::appendItem(const QString &text)
 {
     const QSignalBlocker quiet(this);

@@ -14,6 +14,8 @@ public:
     QString currentText() const { return currentItem() ? currentItem()->text() : QString(); }
     QStringList texts() const;
     void clearItems();
+    // As a click on the item of that text; nothing when there is none.
+    void choose(const QString &text);
     // Without chosen().
     void appendItem(const QString &text);
     // The first item in sight, and back to it after the list was filled anew.

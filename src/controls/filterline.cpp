@@ -4,15 +4,6 @@
 #include <QKeyEvent>
 #include <QListWidget>
 
-namespace {
-
-QString comparable(const QString &text)
-{
-    return text.normalized(QString::NormalizationForm_KC).toCaseFolded();
-}
-
-} // namespace
-
 FilterLine::FilterLine(QListWidget &list, QWidget *parent)
     : QLineEdit(parent)
     , m_list(list)
@@ -63,6 +54,11 @@ void FilterLine::apply(int first, int last)
 {
     for (int row = first; row <= last; ++row)
         m_list.item(row)->setHidden(!passesFilter(m_list.item(row)->text(), text()));
+}
+
+QString comparable(const QString &text)
+{
+    return text.normalized(QString::NormalizationForm_KC).toCaseFolded();
 }
 
 bool passesFilter(const QString &itemText, const QString &filter)

@@ -24,5 +24,7 @@ private:
     QListWidget &m_list;
 };
 
+// The text without what does not matter to one who searches: case, and the width of Japanese characters.
+QString comparable(const QString &text);
 // Whether the filter lets an item's text through.
 bool passesFilter(const QString &itemText, const QString &filter);

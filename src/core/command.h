@@ -40,8 +40,41 @@ struct Outcome {
     Reload reload = Reload::Nothing;
 };
 
-// One row of a feature's command table: the button's object name and what its click does.
-struct Command {
-    const char *control;
+// The menus of the main window's menu bar, in their order.
+enum class Menu { Connection, Database, Table, Sql, Server, View, Help };
+
+// What must be given before a command makes sense; several are joined by |.
+enum class Needs : unsigned {
+    Nothing = 0,
+    NoConnection = 1 << 0,
+    Connection = 1 << 1,
+    Databases = 1 << 2,   // listed
+    Table = 1 << 3,       // or view, shown in the detail pane
+    Routine = 1 << 4,     // shown in its pane
+    LocalServer = 1 << 5, // its files are this machine's
+};
+constexpr Needs operator|(Needs left, Needs right)
+{
+    return static_cast<Needs>(static_cast<unsigned>(left) | static_cast<unsigned>(right));
+}
+constexpr bool includes(Needs needs, Needs one)
+{
+    return (static_cast<unsigned>(needs) & static_cast<unsigned>(one)) != 0;
+}
+
+// The first of the needs that is not given, in words for the user; empty when all are.
+QString missing(Needs needs, Needs given);
+
+// What a command is to the user, wherever it is offered: menu bar, context menus, palette.
+struct CommandRow {
+    const char *id;    // the object name of its button, where it has one
+    QStringView title; // the caption of its button, where it has one
+    const char *key;   // as QKeySequence reads it; empty: none
+    Menu menu;
+    Needs needs;
+};
+
+// One row of a room's table of commands.
+struct Command : CommandRow {
     Outcome (*run)(CommandContext &context);
 };

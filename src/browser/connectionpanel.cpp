@@ -1,0 +1,93 @@
+#include "browser/connectionpanel.h"
+
+#include "browser/frmTarnwellControls.h"
+#include "core/basconnection.h"
+#include "core/connect.h"
+#include "core/statements.h"
+
+void ConnectionPanel::showSettings()
+{
+    c.txtServer->setText(m_session.gServer);
+    c.txtUser->setText(m_session.gUser);
+    c.txtPass->setText(m_session.gPass);
+    if (!m_session.gPort.isEmpty())
+        c.txtPort->setText(m_session.gPort);
+}
+
+void ConnectionPanel::GetDSNsAndDrivers()
+{
+    const DriverListing listing = listOdbc();
+    c.cboDSNList->addItem(noDataSource());
+    c.cboDSNList->addItems(listing.dataSources);
+    c.cboDSNList->setCurrentIndex(0);
+    c.cboDrivers->addItems(listing.drivers);
+    c.cboDrivers->addItem(nativeDriverName());
+}
+
+void ConnectionPanel::chooseSaved()
+{
+    const auto choose = [](QComboBox &box, const QString &text, bool isLastMatch) {
+        box.setCurrentIndex(0);
+        for (int i = 0; i < box.count(); ++i) {
+            if (box.itemText(i) != text)
+                continue;
+            box.setCurrentIndex(i);
+            if (!isLastMatch)
+                break;
+        }
+        box.setEditText(box.currentIndex() < 0 ? QString() : box.itemText(box.currentIndex()));
+    };
+    choose(*c.cboDSNList, m_session.gDsn, true);
+    choose(*c.cboDrivers, m_session.gDriver, false);
+    cboDSNList_Click();
+}
+
+void ConnectionPanel::cboDSNList_Click()
+{
+    // Connected, they stay disabled whatever is chosen.
+    const bool isByDriver = c.cboDSNList->isEnabled() && c.cboDSNList->currentText() == noDataSource();
+    for (QWidget *field :
+         std::initializer_list<QWidget *>{c.cboDrivers, c.txtServer, c.txtUser, c.txtPass, c.txtPort})
+        field->setEnabled(isByDriver);
+}
+
+QString ConnectionPanel::missingEntry() const
+{
+    const QString source = trimmedBlanks(c.cboDSNList->currentText());
+    const QString driverMissing = QStringLiteral("ﾄﾞﾗｲﾊﾞを選択して下さい。");
+    if (source.isEmpty())
+        return driverMissing; // there is no message of its own for an empty data source
+    if (source != noDataSource())
+        return {};
+    const struct {
+        QString text, message;
+    } entries[] = {
+        {c.cboDrivers->currentText(), driverMissing},
+        {c.txtServer->text(), QStringLiteral("ｻｰﾊﾞｰ名を選択して下さい。")},
+        {c.txtUser->text(), QStringLiteral("ﾕｰｻﾞｰ名を選択して下さい。")},
+        {c.txtPort->text(), QStringLiteral("ﾎﾟｰﾄを選択して下さい。")},
+    };
+    for (const auto &entry : entries)
+        if (trimmedBlanks(entry.text).isEmpty())
+            return entry.message;
+    return {};
+}
+
+void ConnectionPanel::takeEntries()
+{
+    m_session.gDsn = trimmedBlanks(c.cboDSNList->currentText());
+    m_session.gDriver = trimmedBlanks(c.cboDrivers->currentText());
+    m_session.gServer = trimmedBlanks(c.txtServer->text());
+    m_session.gUser = trimmedBlanks(c.txtUser->text());
+    m_session.gPass = trimmedBlanks(c.txtPass->text());
+    m_session.gPort = trimmedBlanks(c.txtPort->text());
+}
+
+void ConnectionPanel::takeTexts()
+{
+    m_session.gDsn = c.cboDSNList->currentText();
+    m_session.gDriver = c.cboDrivers->currentText();
+    m_session.gServer = c.txtServer->text();
+    m_session.gPass = c.txtPass->text();
+    m_session.gUser = c.txtUser->text();
+}

@@ -1,0 +1,29 @@
+#pragma once
+
+#include "core/session.h"
+
+struct TarnwellControls;
+
+// The entries of a connection: between the panel's boxes and the session.
+class ConnectionPanel {
+public:
+    ConnectionPanel(Session &session, TarnwellControls &controls)
+        : m_session(session)
+        , c(controls)
+    {
+    }
+
+    void showSettings(); // what the settings hold, in the text boxes
+    void GetDSNsAndDrivers();
+    void chooseSaved(); // gDsn and gDriver, in the combo boxes
+    // The server's boxes are enabled exactly while they count.
+    void cboDSNList_Click();
+    // The refusal for the first empty entry; empty when all are there.
+    QString missingEntry() const;
+    void takeEntries(); // into the session, for a connection
+    void takeTexts();   // the same as they stand, for the console's next one
+
+private:
+    Session &m_session;
+    TarnwellControls &c;
+};

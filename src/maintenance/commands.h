@@ -1,0 +1,6 @@
+#pragma once
+
+#include "core/command.h"
+
+// The commands of this folder.
+std::span<const Command> maintenanceCommands();
