@@ -1,5 +1,7 @@
 #include "support/testserver.h"
 
+#include "support/serverprograms.h"
+
 #include <QDir>
 #include <QElapsedTimer>
 #include <QFile>
@@ -17,9 +19,7 @@
 #include <sys/socket.h>
 #include <unistd.h>
 
-namespace {
-
-[[noreturn]] void give_up(const QString &why)
+void give_up(const QString &why)
 {
     qCritical().noquote() << "FAIL!  : no test server:" << why;
     std::exit(1);
@@ -33,7 +33,7 @@ QString program(const QString &name)
     return path;
 }
 
-QString runToEnd(const QString &path, const QStringList &arguments, const QByteArray &input = {})
+QString runToEnd(const QString &path, const QStringList &arguments, const QByteArray &input)
 {
     QProcess process;
     process.setProcessChannelMode(QProcess::MergedChannels);
@@ -45,7 +45,6 @@ QString runToEnd(const QString &path, const QStringList &arguments, const QByteA
     return QString::fromUtf8(process.readAll());
 }
 
-// A data folder as the server's installer makes it, made once and copied for every server.
 QString templateFolder(TestServer::Brand brand)
 {
     const QString user = "--user=" + qEnvironmentVariable("USER", "root");
@@ -86,6 +85,8 @@ int freePort()
     return ntohs(address.sin_port);
 }
 
+namespace {
+
 bool answers(int port)
 {
     const int probe = socket(AF_INET, SOCK_STREAM, 0);
@@ -108,8 +109,9 @@ void write(const QString &path, const QString &text)
 
 } // namespace
 
-TestServer::TestServer(const QStringList &moreOptions, Brand brand)
+TestServer::TestServer(const QStringList &moreOptions, Brand brand, const QString &readyFolder)
     : m_moreOptions(moreOptions)
+    , m_readyFolder(readyFolder)
     , m_brand(brand)
     , m_port(freePort())
 {
@@ -144,8 +146,9 @@ TestServer::~TestServer()
 void TestServer::makeDataFolder() const
 {
     // MySQL 5.6 comes with a folder that is ready, system tables and all.
-    const QString ready =
-        m_brand == Brand::MySql56 ? mySql56Folder() + "/data/mysql" : templateFolder(m_brand);
+    const QString ready = !m_readyFolder.isEmpty()    ? m_readyFolder
+                          : m_brand == Brand::MySql56 ? mySql56Folder() + "/data/mysql"
+                                                      : templateFolder(m_brand);
     runToEnd(program("cp"), {"-r", ready, QDir(m_folder.path()).filePath("data")});
 }
 

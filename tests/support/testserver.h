@@ -15,7 +15,9 @@ class TestServer {
 public:
     enum class Brand { MariaDb, MySql56, MySql9 };
 
-    explicit TestServer(const QStringList &moreOptions = {}, Brand brand = Brand::MariaDb);
+    // Begins with a copy of the folder, when one is given, in place of the brand's own.
+    explicit TestServer(const QStringList &moreOptions = {}, Brand brand = Brand::MariaDb,
+                        const QString &readyFolder = {});
     ~TestServer();
     TestServer(const TestServer &) = delete;
     TestServer &operator=(const TestServer &) = delete;
@@ -53,6 +55,7 @@ private:
 
     QTemporaryDir m_folder;
     QStringList m_moreOptions;
+    QString m_readyFolder;
     Brand m_brand;
     int m_port = 0;
     qint64 m_logRead = 0;
