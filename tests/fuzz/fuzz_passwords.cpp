@@ -47,6 +47,8 @@ std::vector<std::string_view> seeds()
             "update mysql . user set x='y' -- \"",
             "/*!50100 identified by*/ 'a' b",
             "concat('set pass','word=1')",
+            "set password 0x12b'a',x",
+            "b'\nxb'set passwrd",
             "\x01\x02\x03",
             std::string_view("\x00\x04\x01\x09\x00", 5),
             "\x0d\x0f\x10\x11\x02",

@@ -111,12 +111,6 @@ bool isCoded(const Token &token, const QString &piece)
     return token.kind == TokenKind::Number && (piece.endsWith(u'\'') || piece.startsWith(u"0x"));
 }
 
-// 'o'brien'': a quote inside of a text that was not doubled.
-bool isBrokenText(const Token &text, const Token &next)
-{
-    return text.kind == TokenKind::Text && (next.kind == TokenKind::Word || next.kind == TokenKind::Number);
-}
-
 Reading::Reading(const QString &text)
     : m_text(text)
     , m_tokens(sqlTokens(text))
@@ -199,6 +193,12 @@ bool Reading::isSure() const
     static const QRegularExpression secret = ignoringCase(secretWord + u'$');
     // Where sql_mode has NO_BACKSLASH_ESCAPES other quotes may be the closing ones.
     const std::vector<Token> otherwise = sqlTokens(m_text, {.hasPlainBackslashes = true});
+    // 'o'brien'': a quote inside of a text that was not doubled.
+    const auto isBrokenText = [this](const Token &token, const Token &next) {
+        const bool isText = token.kind == TokenKind::Text || isCoded(token, piece(token));
+        return isText && (next.kind == TokenKind::Word || next.kind == TokenKind::Number ||
+                          next.kind == TokenKind::Text);
+    };
     const bool isOne = std::ranges::equal(m_tokens, otherwise, {}, &Token::length, &Token::length) &&
                        std::ranges::all_of(m_tokens, &Token::isClosed) &&
                        std::ranges::adjacent_find(m_tokens, isBrokenText) == m_tokens.end();
