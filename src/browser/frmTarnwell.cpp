@@ -155,6 +155,7 @@ void frmTarnwell::sConnectMode(bool connected)
            c.optField[0], c.optField[1], c.optField[2], c.optField[3], c.cmdDataGet, c.cboLimit,
            c.flGrid_Field, c.flGrid_Index, c.flGrid_Status, c.flGrid_Data);
     c.picStatus->clearBar();
+    c.encryption->showOf(m_session.gCn.get());
     m_panel.cboDSNList_Click();
 }
 

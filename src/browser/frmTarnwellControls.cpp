@@ -206,7 +206,9 @@ void layOut(TarnwellControls &c, QWidget *window)
     auto *objects = new QWidget;
     auto *lines = new QVBoxLayout(objects);
     lines->setContentsMargins({});
-    lines->addLayout(row({c.optTP[0], c.optTP[1]}));
+    auto *choices = row({c.optTP[0], c.optTP[1]});
+    choices->addWidget(c.encryption);
+    lines->addLayout(choices);
     lines->addWidget(c.picTable, 1);
     lines->addWidget(c.picProc, 1);
     auto *split = new QSplitter(Qt::Horizontal);
@@ -319,6 +321,7 @@ TarnwellControls::TarnwellControls(QWidget *window, std::shared_ptr<StatementLog
     , lblPreTable(made<QLabel>("lblPreTable", QStringLiteral("0:database,1:table")))
     , picStatus(made<PercentBar>("picStatus"))
     , txtError(made<QPlainTextEdit>("txtError"))
+    , encryption(made<EncryptionSign>("encryption"))
     , showLog(button("showLog", QStringLiteral("文の記録"),
                      QStringLiteral("送信した文の記録を下に開きます (F12)")))
     , log(made<StatementLogView>("statementLog", std::move(statements)))

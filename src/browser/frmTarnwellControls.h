@@ -2,6 +2,7 @@
 
 #include "browser/statementlogview.h"
 #include "controls/chosenlist.h"
+#include "controls/encryptionsign.h"
 #include "controls/flexgrid.h"
 #include "controls/percentbar.h"
 #include "controls/sqltextbox.h"
@@ -41,6 +42,7 @@ struct TarnwellControls {
     QLabel *lblCkTableName, *lblCnt, *timeLeft, *Label13, *lblPreTable;
     PercentBar *picStatus;
     QPlainTextEdit *txtError;
+    EncryptionSign *encryption;
     QPushButton *showLog;
     StatementLogView *log;
 

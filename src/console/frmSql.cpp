@@ -123,12 +123,14 @@ void frmSql::reconnect()
         return;
     }
     c.lblState->setText(QStringLiteral("接続失敗･･･"));
+    c.encryption->showOf(nullptr);
     if (!m_session.runner.isStopWanted())
         m_dialogue->refuse(QStringLiteral("接続失敗"));
 }
 
 void frmSql::showState()
 {
+    c.encryption->showOf(m_session.gCn.get());
     if (m_session.gDsn != noDataSource())
         c.lblState->setText(m_session.gDsn + QStringLiteral(":接続OK"));
     else if (m_session.gDbName.isEmpty())
@@ -140,6 +142,7 @@ void frmSql::showState()
 void frmSql::showDisconnected()
 {
     c.lblState->setText(QStringLiteral("切断しました"));
+    c.encryption->showOf(nullptr);
 }
 
 void frmSql::chooseDelimiter()

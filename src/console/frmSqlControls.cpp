@@ -31,7 +31,10 @@ QWidget *statementArea(SqlControls &c)
     auto *area = new QWidget;
     auto *layout = new QGridLayout(area);
     layout->setContentsMargins({});
-    layout->addWidget(c.lblState, 0, 0, 1, 2);
+    auto *state = new QHBoxLayout;
+    state->addWidget(c.lblState, 1);
+    state->addWidget(c.encryption);
+    layout->addLayout(state, 0, 0, 1, 2);
     layout->addWidget(c.txtSql, 1, 0);
     auto *buttons = new QVBoxLayout;
     for (QPushButton *button : {c.cmdExec, c.cmdStop, c.cmdAnalyze, c.cmdVariabl})
@@ -121,6 +124,7 @@ QWidget *resultArea(SqlControls &c)
 SqlControls::SqlControls(QWidget *window)
     : lblState(made<QLabel>("lblState"))
     , lblRecordCount(made<QLabel>("lblRecordCount", QStringLiteral("0")))
+    , encryption(made<EncryptionSign>("encryption"))
     , txtSql(made<StatementBox>("txtSql"))
     , cmdExec(tipped<QPushButton>("cmdExec", QStringLiteral("実行"),
                                   QStringLiteral("SQL文を実行します (F5, Ctrl+Enter)\n"

@@ -2,6 +2,7 @@
 
 #include "console/statementbox.h"
 #include "controls/chosenlist.h"
+#include "controls/encryptionsign.h"
 #include "controls/flexgrid.h"
 #include "controls/resulttextbox.h"
 
@@ -18,6 +19,7 @@
 // The controls of the console. All belong to the window; the members never change.
 struct SqlControls {
     QLabel *lblState, *lblRecordCount;
+    EncryptionSign *encryption;
     StatementBox *txtSql;
     QPushButton *cmdExec, *cmdStop, *cmdAnalyze;
     std::array<QRadioButton *, 4> optRecord;

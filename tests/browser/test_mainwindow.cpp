@@ -1,7 +1,9 @@
+#include "controls/encryptionsign.h"
 #include "core/basconnection.h"
 #include "faults/mainwindowstage.h"
 #include "support/gui/boxes.h"
 #include "support/rows.h"
+#include "support/scriptedconnection.h"
 #include "support/testserver.h"
 
 #include <QScopeGuard>
@@ -102,7 +104,15 @@ void MainWindowTest::aDataSourceConnects()
     QVERIFY(!server->isEnabled());
     click("cmdConnect");
     QVERIFY(m_stage->session.gCn && m_stage->session.gCn->isOpen());
+    auto *sign = control<EncryptionSign>("encryption");
+    QCOMPARE(sign->text(), "暗号化なし");
+    Script elsewhere;
+    elsewhere.encryption = {true, true, "TLS_AES_256_GCM_SHA384", "TLSv1.3"};
+    sign->showOf(elsewhere.connect().get());
+    QCOMPARE(sign->text(), "暗号化・検証済み");
+    QVERIFY(sign->toolTip().startsWith("TLSv1.3 TLS_AES_256_GCM_SHA384\n"));
     click("cmdClose");
+    QCOMPARE(sign->text(), "");
     QVERIFY(!m_stage->session.gCn);
     QVERIFY(sources->isEnabled() && !server->isEnabled()); // a data source is still chosen
     sources->setCurrentIndex(0);

@@ -19,6 +19,7 @@ private Q_SLOTS:
     void initTestCase();
     void passwordsAreNotGivenAway_data();
     void passwordsAreNotGivenAway();
+    void aDataSourceMayDemandEncryption();
     void filesAreNotGivenAway_data();
     void filesAreNotGivenAway();
     void aSilentServerIsGivenUp_data();
@@ -89,6 +90,24 @@ void HostileServersTest::passwordsAreNotGivenAway()
     QVERIFY(!server.received().contains(password.toUtf8()));
     if (!more.isEmpty())
         QCOMPARE(server.received(), QByteArray());
+}
+
+void HostileServersTest::aDataSourceMayDemandEncryption()
+{
+    if (isBuiltIn())
+        QSKIP("it knows no data sources");
+    FakeServer server({});
+    QFile sources(m_folder.filePath("odbc.ini"));
+    QVERIFY(sources.open(QIODevice::WriteOnly));
+    sources.write(QStringLiteral("[encrypted]\nDriver=MySQL ODBC 3.51 Driver\nSERVER=127.0.0.1\nUID=demo\n"
+                                 "PWD=%1\nFORCETLS=1\nPORT=%2\n")
+                      .arg(password)
+                      .arg(server.port())
+                      .toUtf8());
+    sources.close();
+    const SqlError error = errorOf([&] { connected("encrypted", m_pump); });
+    QVERIFY2(error.description().contains("TLS"), qPrintable(error.description()));
+    QCOMPARE(server.received(), QByteArray());
 }
 
 void HostileServersTest::filesAreNotGivenAway_data()

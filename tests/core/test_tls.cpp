@@ -122,6 +122,7 @@ void TlsTest::anAccountMayAskForACertificate()
 {
     const QString own = ";SSLCERT=" + path("user.pem") + ";SSLKEY=" + path("user.key");
     QCOMPARE(valueOf(*connected(string("127.0.0.1", own, "c"), m_pump), "select 4"), "4");
+    QVERIFY(isBuiltIn() || connected("demo", m_pump)->encryption().isEncrypted); // a data source
     QVERIFY(errorOf([&] { connected(string("127.0.0.1", {}, "c"), m_pump); })
                 .description()
                 .contains("Access denied"));

@@ -49,6 +49,7 @@ public:
     bool isOpen() const override { return m_isOpen; }
     QString connectionString() const override { return m_string; }
     ServerInfo server() const override { return m_script.server; }
+    Encryption encryption() const override { return m_script.encryption; }
     RecordSet execute(const QString &statement) override { return m_script.answer(statement); }
     bool isBusy() const override { return false; }
     void cancel() override {}

@@ -37,6 +37,7 @@ public:
     // Called with each statement before it is answered.
     std::function<void(const QString &)> beforeAnswer;
     ServerInfo server{QStringLiteral("5.1.73-community-log"), false, 50173};
+    Encryption encryption;
     bool refusesConnections = false;
 
     // Statements that nothing was said about succeed without rows.
