@@ -1,10 +1,10 @@
 // The main window's commands: its own, those of the rooms, and the choices in its lists.
-#include "about/frmabout.h"
+#include "about/frmAbout.h"
 #include "browser/frmTarnwell.h"
 #include "console/frmSql.h"
 #include "console/history.h"
 #include "core/basconnection.h"
-#include "inout/frminout.h"
+#include "inout/frmInOut.h"
 #include "maintenance/commands.h"
 #include "maintenance/frmCreateDB.h"
 #include "users/frmUserAdd.h"

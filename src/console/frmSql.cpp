@@ -2,6 +2,7 @@
 
 #include "console/explain.h"
 #include "console/frmTextEditer.h"
+#include "controls/activation.h"
 #include "controls/fontscaling.h"
 #include "controls/stopping.h"
 #include "controls/widgetdialogue.h"
@@ -11,8 +12,13 @@
 
 #include <QCloseEvent>
 #include <QFocusEvent>
+#include <QScopeGuard>
+#include <QShortcut>
 #include <QSignalBlocker>
 #include <QTimer>
+
+#include <new>
+#include <optional>
 
 namespace {
 
@@ -29,21 +35,23 @@ QString setting(bool isOn)
     return isOn ? QStringLiteral("1") : QStringLiteral("0");
 }
 
-// The stop button is enabled for as long as it lives.
-class StopOffered {
-public:
-    explicit StopOffered(QPushButton &button)
-        : m_button(button)
-    {
-        m_button.setEnabled(true);
-    }
-    ~StopOffered() { m_button.setEnabled(false); }
-    StopOffered(const StopOffered &) = delete;
-    StopOffered &operator=(const StopOffered &) = delete;
+const QString interrupted = QStringLiteral("処理を中断しました");
+constexpr char delimiters[] = {' ', '\t', '|', ',', ':', ';'}; // in the order of cboDelimiter
 
-private:
-    QPushButton &m_button;
-};
+// What went wrong, if anything did.
+using Failure = std::optional<QString>;
+
+Failure failureOf(const std::function<void()> &work)
+{
+    try {
+        work();
+        return {};
+    } catch (const SqlError &error) {
+        return error.description();
+    } catch (const std::bad_alloc &) {
+        return QStringLiteral("メモリが不足しています。");
+    }
+}
 
 } // namespace
 
@@ -79,6 +87,52 @@ frmSql::~frmSql()
     Form_Unload();
 }
 
+void frmSql::connectControls()
+{
+    connect(c.cmdExec, &QPushButton::clicked, this, &frmSql::cmdExec_Click);
+    connect(c.cmdStop, &QPushButton::clicked, this, &frmSql::cmdStop_Click);
+    connect(c.cmdAnalyze, &QPushButton::clicked, this, &frmSql::cmdAnalyze_Click);
+    connect(c.cmdVariable, &QPushButton::clicked, this, &frmSql::cmdVariable_Click);
+    connect(c.txtVariablename, &QLineEdit::returnPressed, this, &frmSql::cmdVariable_Click);
+    connect(c.cmdVariabl, &QPushButton::clicked, this, &frmSql::cmdVariabl_Click);
+    connect(c.cmdFolder, &QPushButton::clicked, this, &frmSql::cmdFolder_Click);
+    connect(c.cmdEditer, &QPushButton::clicked, this, &frmSql::cmdEditer_Click);
+    connect(c.ckNoTextNoGrid, &QCheckBox::toggled, this, &frmSql::ckNoTextNoGrid_Click);
+    connect(c.ckMemo[0], &QCheckBox::toggled, this, &frmSql::ckNoTextNoGrid_Click);
+    connect(c.optFont[1], &QRadioButton::toggled, this, &frmSql::optFont_Click);
+    for (QRadioButton *choice : c.optRecord)
+        connect(choice, &QRadioButton::toggled, this, &frmSql::showView);
+    // At once, not only when the console closes: an activation chooses what the session says.
+    connect(c.cboDelimiter, &QComboBox::currentIndexChanged, this,
+            [this] { m_session.gDelimiter = c.cboDelimiter->currentText(); });
+    connect(c.txtSql, &StatementBox::refused, this,
+            [this](const QString &description) { m_dialogue->refuse(description); });
+    c.txtError->installEventFilter(this);
+    connect(new WindowActivation(this), &WindowActivation::activated, this, &frmSql::Form_Activate);
+}
+
+void frmSql::addKeys()
+{
+    for (const auto &[keys, button] : std::initializer_list<std::pair<QList<QKeySequence>, QPushButton *>>{
+             {{Qt::Key_F5, Qt::CTRL | Qt::Key_Return, Qt::CTRL | Qt::Key_Enter}, c.cmdExec},
+             {{Qt::SHIFT | Qt::Key_F5}, c.cmdStop},
+             {{Qt::Key_F6}, c.cmdAnalyze},
+             {{Qt::Key_F7}, c.cmdVariabl}}) {
+        for (const QKeySequence &key : keys)
+            connect(new QShortcut(key, this), &QShortcut::activated, button, &QPushButton::click);
+    }
+    for (std::size_t i = 0; i < c.optRecord.size(); ++i)
+        c.optRecord[i]->setShortcut(Qt::CTRL | static_cast<Qt::Key>(Qt::Key_1 + static_cast<int>(i)));
+
+    const auto onStatement = [this](QKeyCombination key, auto action) {
+        connect(new QShortcut(key, c.txtSql, nullptr, nullptr, Qt::WidgetShortcut), &QShortcut::activated,
+                this, action);
+    };
+    onStatement(Qt::CTRL | Qt::Key_Space, [this] { offerWords(); });
+    onStatement(Qt::ALT | Qt::Key_Up, [this] { showHistory(m_history.older(c.txtSql->contents())); });
+    onStatement(Qt::ALT | Qt::Key_Down, [this] { showHistory(m_history.newer()); });
+}
+
 void frmSql::Form_Load()
 {
     c.ckMemo[0]->setChecked(isOne(m_session.gMemo1));
@@ -100,21 +154,24 @@ void frmSql::Form_Activate()
     // The connection cannot be replaced beneath a statement of another window: once that has ended it can.
     m_session.runner.choose(c.lblState, QStringLiteral("ｺﾝｿｰﾙの接続"), [this] {
         if (isActiveWindow())
-            reconnect();
+            withStop([this] { reconnect(); });
     });
 }
 
 void frmSql::runAlone(QWidget *control, const QString &what, const Runner::Action &action)
 {
-    m_session.runner.run(control, what, [&] {
-        const StopOffered stop(*c.cmdStop);
-        action();
-    });
+    m_session.runner.run(control, what, [&] { withStop(action); });
+}
+
+void frmSql::withStop(const Runner::Action &action)
+{
+    c.cmdStop->setEnabled(true);
+    const auto isOver = qScopeGuard([this] { c.cmdStop->setEnabled(false); });
+    action();
 }
 
 void frmSql::reconnect()
 {
-    const StopOffered stop(*c.cmdStop);
     c.lblState->setText(QStringLiteral("接続中･･･"));
     m_completion.forgetNames();
     if (m_connect()) {
@@ -177,6 +234,69 @@ void frmSql::closeEvent(QCloseEvent *event)
     }
     Form_Unload();
     QWidget::closeEvent(event);
+}
+
+bool frmSql::isStatementMissing()
+{
+    if (!c.txtSql->contents().trimmed().isEmpty())
+        return false;
+    m_dialogue->inform(QStringLiteral("SQL文を入力してください。"));
+    return true;
+}
+
+void frmSql::cmdExec_Click()
+{
+    runAlone(c.cmdExec, c.cmdExec->text(), [this] {
+        c.txtError->clear();
+        if (isStatementMissing())
+            return;
+        m_history.add(trimmedBlanks(c.txtSql->contents()));
+        const RunTag tag(m_session.runner, *c.cmdExec);
+        setCursor(Qt::WaitCursor);
+        c.cmdExec->setEnabled(false);
+        const auto isOver = qScopeGuard([this] {
+            c.lblRecordCount->setText(QString::number(m_run.rowCount()));
+            c.cmdExec->setEnabled(true);
+            unsetCursor();
+        });
+        execute();
+    });
+}
+
+void frmSql::execute()
+{
+    ConsoleRun::Result result = ConsoleRun::Result::NoRows;
+    const Failure failure = failureOf([&] { result = m_run.execute(request()); });
+    if (!failure && result == ConsoleRun::Result::NoRows) {
+        c.txtError->setPlainText(m_run.note());
+        m_dialogue->inform(QStringLiteral("正常終了"));
+    } else if (m_session.runner.isStopWanted())
+        m_dialogue->inform(interrupted);
+    else if (failure)
+        showFailure(*failure);
+
+    if (const Failure second = failureOf([this] { m_run.keepWhatWasRead(); }))
+        showFailure(*second);
+}
+
+void frmSql::showFailure(const QString &description)
+{
+    m_dialogue->refuse(description);
+    c.txtError->setPlainText(description);
+}
+
+RunRequest frmSql::request() const
+{
+    return {.statement = withLf(trimmedBlanks(c.txtSql->contents())),
+            .delimiter = delimiters[std::max(0, c.cboDelimiter->currentIndex())],
+            .isFileOnly = c.ckNoTextNoGrid->isChecked(),
+            .savesText = c.ckMemo[0]->isChecked(),
+            .opensEditor = c.ckMemo[1]->isChecked()};
+}
+
+void frmSql::cmdStop_Click()
+{
+    m_session.runner.stop();
 }
 
 void frmSql::cmdAnalyze_Click()

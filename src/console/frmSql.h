@@ -38,8 +38,6 @@ protected:
     bool eventFilter(QObject *watched, QEvent *event) override;
 
 private:
-    class RunningState;
-
     void Form_Load();
     void Form_Activate();
     void Form_Unload();
@@ -60,6 +58,7 @@ private:
     void chooseDelimiter();
     // As the one thing that runs, with the stop button enabled.
     void runAlone(QWidget *control, const QString &what, const Runner::Action &action);
+    void withStop(const Runner::Action &action);
     void reconnect();
     void execute();
     void showFailure(const QString &description);

@@ -13,9 +13,6 @@
 
 namespace {
 
-constexpr std::size_t pieceBytes = 1024 * 1024;
-// Beyond this the box's buffer would stall the window whenever it grows.
-constexpr std::size_t mostInWindow = 16 * pieceBytes;
 constexpr std::chrono::milliseconds yieldEvery(5);
 
 } // namespace
@@ -47,20 +44,6 @@ void ResultTextBox::setWholeText(std::string_view utf8)
     appendUtf8(utf8);
 }
 
-void ResultTextBox::appendInPieces(std::string_view utf8, const std::function<void()> &yield)
-{
-    if (static_cast<std::size_t>(byteCount()) + utf8.size() > mostInWindow) {
-        load(utf8, yield);
-        return;
-    }
-    const int generation = m_generation;
-    while (!utf8.empty() && generation == m_generation) {
-        appendUtf8(utf8.substr(0, pieceBytes));
-        utf8.remove_prefix(std::min(pieceBytes, utf8.size()));
-        yield();
-    }
-}
-
 void ResultTextBox::produceText(std::size_t bytes, const std::function<void(const Take &)> &produce,
                                 const std::function<void()> &yield)
 {
@@ -83,30 +66,6 @@ void ResultTextBox::produceText(std::size_t bytes, const std::function<void(cons
     }
     if (failure)
         std::rethrow_exception(failure);
-    if (generation == m_generation)
-        showDocument(loader->takeDocument());
-}
-
-// A worker fills a document of its own, which then takes the place of the shown one.
-void ResultTextBox::load(std::string_view utf8, const std::function<void()> &yield)
-{
-    const QByteArray shown = bytes(0, static_cast<int>(byteCount()));
-    const std::string_view before(shown.constData(), static_cast<std::size_t>(byteCount()));
-    const int generation = m_generation;
-    std::unique_ptr<TextLoader> loader;
-    Completion done;
-    {
-        const std::jthread worker([&](const std::stop_token &stop) {
-            loader = std::make_unique<TextLoader>(*this, before.size() + utf8.size());
-            for (std::string_view text : {before, utf8})
-                for (; !text.empty() && !stop.stop_requested();
-                     text.remove_prefix(std::min(pieceBytes, text.size())))
-                    loader->add(text.substr(0, pieceBytes));
-            done.finish();
-        });
-        while (generation == m_generation && !done.waitFor(yieldEvery))
-            yield();
-    }
     if (generation == m_generation)
         showDocument(loader->takeDocument());
 }

@@ -14,9 +14,6 @@ public:
 
     void clearText();
     void setWholeText(std::string_view utf8);
-    // Adds UTF-8 text at the end. `yield` is called every few milliseconds and may let window events run;
-    // when these clear or fill the box anew, the rest is dropped.
-    void appendInPieces(std::string_view utf8, const std::function<void()> &yield);
     using Take = std::function<void(std::string_view utf8)>;
     // Replaces the text by what `produce` gives to its argument, `bytes` in all. It works on a thread of its
     // own and touches no widget; `yield` is called every few milliseconds until it has ended. What it throws
@@ -32,7 +29,6 @@ protected:
 
 private:
     void appendUtf8(std::string_view utf8);
-    void load(std::string_view utf8, const std::function<void()> &yield);
     void showDocument(void *document);
 
     int m_generation = 0; // of the text, told apart by clearText()

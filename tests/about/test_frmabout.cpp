@@ -1,4 +1,4 @@
-#include "about/frmabout.h"
+#include "about/frmAbout.h"
 #include "support/scripteddialogue.h"
 
 #include <QDir>

@@ -1,13 +1,13 @@
 #pragma once
 
-#include "about/frmabout.h"
+#include "about/frmAbout.h"
 #include "browser/frmTarnwell.h"
 #include "console/frmSql.h"
 #include "console/frmTextEditer.h"
 #include "controls/cellviewer.h"
 #include "controls/findbar.h"
 #include "controls/windowpump.h"
-#include "inout/frminout.h"
+#include "inout/frmInOut.h"
 #include "maintenance/frmCreateDB.h"
 #include "maintenance/frmRestore.h"
 #include "support/gui/boxes.h"

@@ -1,5 +1,5 @@
 #include "core/connect.h"
-#include "inout/frminout.h"
+#include "inout/frmInOut.h"
 #include "support/gui/boxes.h"
 #include "support/gui/control.h"
 #include "support/rows.h"

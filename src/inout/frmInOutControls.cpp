@@ -1,6 +1,6 @@
 #include "controls/made.h"
 #include "controls/optiongroup.h"
-#include "inout/frminout.h"
+#include "inout/frmInOut.h"
 
 #include <QGridLayout>
 #include <QGroupBox>

@@ -1,4 +1,4 @@
-#include "inout/frminout.h"
+#include "inout/frmInOut.h"
 
 #include "core/listitem.h"
 

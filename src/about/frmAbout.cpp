@@ -1,7 +1,6 @@
-#include "about/frmabout.h"
+#include "about/frmAbout.h"
 
 #include "about/libraryversions.h"
-#include "about/programicon.h"
 #include "about/systeminformation.h"
 
 #include <QGridLayout>
@@ -59,7 +58,7 @@ void frmAbout::layOut()
 {
     auto *picIcon = new QLabel;
     picIcon->setObjectName(QStringLiteral("picIcon"));
-    picIcon->setPixmap(programIcon().pixmap(QSize(64, 64), devicePixelRatioF()));
+    picIcon->setPixmap(windowIcon().pixmap(QSize(64, 64), devicePixelRatioF()));
 
     QLabel *lblTitle = label("lblTitle", QStringLiteral("Tarnwell"));
     QFont large = lblTitle->font();
