@@ -8,6 +8,7 @@
 #include "core/basconnection.h"
 #include "maintenance/frmRestore.h"
 
+#include <QAction>
 #include <QApplication>
 #include <QCloseEvent>
 #include <QFocusEvent>
@@ -86,6 +87,16 @@ void frmTarnwell::Form_Load()
     m_controls.lblPreTable->clear(); // the designer's text stands for no state
 }
 
+void frmTarnwell::addOwnTextAction(SqlTextBox &editor, Reload ownText)
+{
+    auto *action = new QAction(QStringLiteral("サーバーの定義"), &editor);
+    connect(action, &QAction::triggered, this, [this, ownText] {
+        m_dialogue.setLastError({}, true);
+        reload(ownText);
+    });
+    editor.addAction(action);
+}
+
 void frmTarnwell::connectSignals()
 {
     TarnwellControls &c = m_controls;
@@ -96,6 +107,8 @@ void frmTarnwell::connectSignals()
         connect(field, &QLineEdit::returnPressed, c.cmdConnect, &QPushButton::click);
     for (ChosenList *list : {c.lstDb, c.lstTables, c.lstProcFunc})
         connect(list, &ChosenList::chosen, this, [this, list] { choose(list); });
+    addOwnTextAction(*c.txtField, Reload::OwnTableText);
+    addOwnTextAction(*c.txtProc, Reload::OwnRoutineText);
     for (int i = 0; i < 4; ++i)
         connect(c.optField[static_cast<std::size_t>(i)], &QRadioButton::toggled, this,
                 [this, i](bool isChosen) {

@@ -43,6 +43,7 @@ private:
     void connectSignals();
     static std::span<const WindowCommand> windowCommands();
     void offerCommands();
+    void addOwnTextAction(SqlTextBox &editor, Reload ownText);
 
     void cmdConnect_Click();
     void connectNow();

@@ -291,13 +291,17 @@ void frmTarnwell::reload(Reload what)
 {
     if (what == Reload::Nothing)
         return;
-    keepEdits(true, true);
+    keepEdits(what != Reload::OwnRoutineText, what != Reload::OwnTableText);
     runAlone(m_controls.lstDb, QStringLiteral("一覧の読み込み"), [this, what] {
         const BusyPointer busy(m_dialogue);
         if (what == Reload::Databases)
             m_lists.cmdShowDb_Click();
-        else
+        else if (what == Reload::Objects)
             m_lists.lstDb_Click();
+        else if (what == Reload::OwnTableText)
+            m_detail.showOwnTable();
+        else
+            m_detail.showOwnRoutine();
     });
 }
 

@@ -1,6 +1,7 @@
 #include "browser/tabledetail.h"
 
 #include "browser/frmTarnwellControls.h"
+#include "core/command/definition.h"
 #include "core/listitem.h"
 #include "core/sql/names.h"
 #include "core/statements.h"
@@ -101,17 +102,41 @@ void TableDetail::showFields(const QString &name)
 
 void TableDetail::showCreateText(const QString &name)
 {
-    RecordSet rows = m_session.connection().execute(statement("show create table ", name));
-    if (!rows.isOpen() || rows.isEof() || rows.fieldCount() < 2)
+    const ObjectDefinition definition =
+        readDefinition(m_session.connection(), statement("show create table ", name));
+    if (definition.text.isEmpty())
         return;
-    const QString kind = rows.fieldName(0).trimmed();
-    const QString text = shownCreateText(kind, rows.text(1));
-    if (kind == u"Table")
+    const QString text = shownCreateText(definition.kind, definition.text);
+    if (definition.kind == u"Table")
         m_controls.lblEditName->setText(QStringLiteral("編集ﾃｰﾌﾞﾙ:"));
-    else if (kind == u"View")
+    else if (definition.kind == u"View")
         m_controls.lblEditName->setText(QStringLiteral("編集VIEW:"));
     m_controls.txtField->setContents(text);
     m_controls.lblCreateTable->setText(text);
+}
+
+void TableDetail::showOwnTable()
+{
+    showOwn(statement("show create table ", m_controls.lblTableName->text()), *m_controls.lblCreateTable,
+            *m_controls.txtField);
+}
+
+void TableDetail::showOwnRoutine()
+{
+    const ListItem item = ListItem::required(m_controls.lstProcFunc->currentText());
+    showOwn(routineShowStatement(item.tag, m_controls.lstDb->currentText(), item.name),
+            *m_controls.lblCreateProc, *m_controls.txtProc);
+}
+
+void TableDetail::showOwn(const QString &showStatement, QLabel &shown, SqlTextBox &editor)
+{
+    if (shown.text().isEmpty())
+        return; // none is shown
+    const QString text = withCrLf(readDefinition(m_session.connection(), showStatement).text);
+    if (text.isEmpty())
+        return;
+    editor.setContents(text);
+    shown.setText(text);
 }
 
 void TableDetail::showStatus(const QString &name)
@@ -156,11 +181,9 @@ void TableDetail::lstProcFunc_Click()
     c.lblEditProcName->setText(isProcedure ? QStringLiteral("編集Proc：") : QStringLiteral("編集Func："));
     c.lblProcName->setText(item.name);
     requireOwnName(database, item.name);
-    RecordSet rows = m_session.connection().execute(routineShowStatement(item.tag, database, item.name));
-    QString text;
-    // A NULL stands for a definition that this account may not read.
-    if (rows.isOpen() && !rows.isEof() && rows.fieldCount() > 2 && !rows.isNull(2))
-        text = shownRoutineText(rows.text(2));
+    // Empty where this account may not read the definition.
+    const QString text = shownRoutineText(
+        readDefinition(m_session.connection(), routineShowStatement(item.tag, database, item.name)).text);
     c.lblCreateProc->setText(text);
     c.txtProc->setContents(text);
     if (!text.isEmpty()) {

@@ -2,6 +2,8 @@
 
 #include "core/session.h"
 
+class QLabel;
+class SqlTextBox;
 struct TarnwellControls;
 
 // The chosen table or view in the detail pane, and the chosen routine. All throw SqlError; the pane
@@ -18,6 +20,9 @@ public:
     void lstProcFunc_Click();
     void sIndex_show();
     void optField_Click(int index);
+    // The server's own text of what is shown, quotes and all, for editing.
+    void showOwnTable();
+    void showOwnRoutine();
     // What the user has made of a definition that was shown, and not applied; else empty.
     QString editedTable() const;
     QString editedRoutine() const;
@@ -26,6 +31,7 @@ private:
     void showFields(const QString &name);
     void showCreateText(const QString &name);
     void showStatus(const QString &name);
+    void showOwn(const QString &showStatement, QLabel &shown, SqlTextBox &editor);
     QString statement(const char *start, const QString &name) const;
 
     Session &m_session;

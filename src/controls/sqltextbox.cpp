@@ -3,7 +3,11 @@
 #include "controls/findbar.h"
 #include "controls/textcolours.h"
 
+#include <QContextMenuEvent>
 #include <QKeyEvent>
+#include <QMenu>
+
+#include <memory>
 
 SqlTextBox::SqlTextBox(QWidget *parent)
     : QsciScintilla(parent)
@@ -58,6 +62,14 @@ void SqlTextBox::changeEvent(QEvent *event)
     QsciScintilla::changeEvent(event);
     if (event->type() == QEvent::PaletteChange)
         colour();
+}
+
+void SqlTextBox::contextMenuEvent(QContextMenuEvent *event)
+{
+    const std::unique_ptr<QMenu> menu(createStandardContextMenu());
+    menu->addSeparator();
+    menu->addActions(actions());
+    menu->exec(event->globalPos());
 }
 
 void SqlTextBox::keyPressEvent(QKeyEvent *event)

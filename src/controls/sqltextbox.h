@@ -2,8 +2,8 @@
 
 #include "controls/scintilla.h"
 
-// A text of several lines in SQL: highlighting, undo, find with Ctrl+F, Japanese input.
-// Tab indents; Ctrl+Tab and Ctrl+Shift+Tab leave the box.
+// A text of several lines in SQL: highlighting, undo, find with Ctrl+F, Japanese input. Its actions() stand
+// in its context menu. Tab indents; Ctrl+Tab and Ctrl+Shift+Tab leave the box.
 class SqlTextBox : public QsciScintilla {
     Q_OBJECT
 
@@ -20,6 +20,7 @@ public:
 protected:
     void showEvent(QShowEvent *event) override;
     void changeEvent(QEvent *event) override;
+    void contextMenuEvent(QContextMenuEvent *event) override;
     void keyPressEvent(QKeyEvent *event) override;
     QVariant inputMethodQuery(Qt::InputMethodQuery query) const override;
 
