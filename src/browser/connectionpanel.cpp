@@ -91,3 +91,27 @@ void ConnectionPanel::takeTexts()
     m_session.gPass = c.txtPass->text();
     m_session.gUser = c.txtUser->text();
 }
+
+bool ConnectionPanel::connect(QString *why)
+{
+    m_session.role = {};
+    bool isConnected = fConnect(m_session, why);
+    try {
+        if (isConnected)
+            m_session.role = readServerRole(m_session.connection());
+    } catch (const SqlError &error) {
+        isConnected = false;
+        sDisconnect(m_session);
+        if (why)
+            *why = error.description();
+    }
+    showRole();
+    return isConnected;
+}
+
+void ConnectionPanel::showRole()
+{
+    const QString text = roleText(m_session.role);
+    c.serverRole->setText(text.isEmpty() ? text : QStringLiteral("このサーバーは: ") + text);
+    c.serverRole->setVisible(!text.isEmpty());
+}

@@ -22,6 +22,9 @@ public:
     QString missingEntry() const;
     void takeEntries(); // into the session, for a connection
     void takeTexts();   // the same as they stand, for the console's next one
+    // fConnect(), and what the server says of its role.
+    bool connect(QString *why = nullptr);
+    void showRole();
 
 private:
     Session &m_session;

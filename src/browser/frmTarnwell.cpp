@@ -87,16 +87,6 @@ void frmTarnwell::Form_Load()
     m_controls.lblPreTable->clear(); // the designer's text stands for no state
 }
 
-void frmTarnwell::addOwnTextAction(SqlTextBox &editor, Reload ownText)
-{
-    auto *action = new QAction(QStringLiteral("サーバーの定義"), &editor);
-    connect(action, &QAction::triggered, this, [this, ownText] {
-        m_dialogue.setLastError({}, true);
-        reload(ownText);
-    });
-    editor.addAction(action);
-}
-
 void frmTarnwell::connectSignals()
 {
     TarnwellControls &c = m_controls;
@@ -107,8 +97,13 @@ void frmTarnwell::connectSignals()
         connect(field, &QLineEdit::returnPressed, c.cmdConnect, &QPushButton::click);
     for (ChosenList *list : {c.lstDb, c.lstTables, c.lstProcFunc})
         connect(list, &ChosenList::chosen, this, [this, list] { choose(list); });
-    addOwnTextAction(*c.txtField, Reload::OwnTableText);
-    addOwnTextAction(*c.txtProc, Reload::OwnRoutineText);
+    const auto offerOwnText = [this](SqlTextBox &editor, void (frmTarnwell::*show)()) {
+        auto *action = new QAction(QStringLiteral("サーバーの定義"), &editor);
+        connect(action, &QAction::triggered, this, show);
+        editor.addAction(action);
+    };
+    offerOwnText(*c.txtField, &frmTarnwell::showOwnTable);
+    offerOwnText(*c.txtProc, &frmTarnwell::showOwnRoutine);
     for (int i = 0; i < 4; ++i)
         connect(c.optField[static_cast<std::size_t>(i)], &QRadioButton::toggled, this,
                 [this, i](bool isChosen) {

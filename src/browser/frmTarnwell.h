@@ -43,7 +43,6 @@ private:
     void connectSignals();
     static std::span<const WindowCommand> windowCommands();
     void offerCommands();
-    void addOwnTextAction(SqlTextBox &editor, Reload ownText);
 
     void cmdConnect_Click();
     void connectNow();
@@ -58,6 +57,8 @@ private:
     void cmdDataGet_Click();
     void Command1_Click();
     void applyDefinition();
+    void showOwnTable();
+    void showOwnRoutine();
     void refreshShown();
     void toggleLog();
     void openPalette();

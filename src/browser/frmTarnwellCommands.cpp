@@ -4,6 +4,7 @@
 #include "console/frmSql.h"
 #include "console/history.h"
 #include "core/basconnection.h"
+#include "core/command/writing.h"
 #include "inout/frmInOut.h"
 #include "maintenance/commands.h"
 #include "maintenance/frmCreateDB.h"
@@ -22,6 +23,8 @@ std::span<const frmTarnwell::WindowCommand> frmTarnwell::windowCommands()
         {{"cmdDataGet", u"ﾃﾞｰﾀ表示", "F6", Menu::Table, Needs::Table}, &W::cmdDataGet_Click},
         {{"applyDefinition", u"編集した定義で変更", "Ctrl+S", Menu::Table, Needs::Connection},
          &W::applyDefinition},
+        {{"showOwnTable", u"サーバーの定義", "", Menu::Table, Needs::Table}, &W::showOwnTable},
+        {{"showOwnRoutine", u"ﾙｰﾁﾝのサーバーの定義", "", Menu::Table, Needs::Routine}, &W::showOwnRoutine},
         {{"cmdInOut", u"ﾃﾞｰﾀ入出力", "", Menu::Table, localTable}, &W::cmdInOut_Click},
         {{"cmdExec", u"ｸｴﾘ実行", "F9", Menu::Sql, Needs::Databases}, &W::cmdExec_Click},
         {{"cmdCreateUser", u"ﾕｰｻﾞｰ設定", "Alt+U", Menu::Server, Needs::Connection}, &W::cmdCreateUser_Click},
@@ -72,7 +75,7 @@ void frmTarnwell::connectNow()
     m_controls.cmdClose->setEnabled(true); // gives it up
     {
         const BusyPointer busy(m_dialogue);
-        isConnected = fConnect(m_session, &why);
+        isConnected = m_panel.connect(&why);
     }
     if (isConnected) {
         showConnected();
@@ -112,6 +115,8 @@ void frmTarnwell::disconnectNow()
         m_console->showDisconnected();
     m_session.gDbName.clear();
     m_session.gIsLocalServer = false;
+    m_session.role = {};
+    m_panel.showRole();
     m_controls.lblPreTable->clear();
 }
 
@@ -124,6 +129,18 @@ void frmTarnwell::cmdShowDb_Click()
 {
     m_dialogue.setLastError({}, true);
     reload(Reload::Databases);
+}
+
+void frmTarnwell::showOwnTable()
+{
+    m_dialogue.setLastError({}, true);
+    reload(Reload::OwnTableText);
+}
+
+void frmTarnwell::showOwnRoutine()
+{
+    m_dialogue.setLastError({}, true);
+    reload(Reload::OwnRoutineText);
 }
 
 void frmTarnwell::cmdCreateDb_Click()
@@ -148,7 +165,7 @@ void frmTarnwell::cmdExec_Click()
     m_panel.takeTexts();
     // One that was closed lives until the event loop is back where it was closed.
     if (!m_console || !m_session.gSqlOpen)
-        m_console = new frmSql(m_session, [this] { return fConnect(m_session); });
+        m_console = new frmSql(m_session, [this] { return m_panel.connect(); });
     m_console->show();
     m_console->raise();
     m_console->activateWindow();
@@ -278,12 +295,15 @@ void frmTarnwell::run(const Command &command)
     const Selection chosen = selection();
     m_dialogue.setLastError({}, true);
     runAlone(this, command.title.toString(), [&] {
+        if (command.writes && !mayWrite(m_session, m_dialogue))
+            return;
         CommandContext context{m_session, chosen, m_dialogue};
         outcome = command.run(context);
         if (const QString notes = m_session.runner.notes();
             !notes.isEmpty() && m_controls.txtError->toPlainText().isEmpty())
             m_dialogue.setLastError(notes, false);
     });
+    m_panel.showRole(); // it was asked again where it stands against writing
     reload(outcome.reload);
 }
 

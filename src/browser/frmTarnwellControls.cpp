@@ -82,6 +82,8 @@ void layOutConnection(TarnwellControls &c)
     put(caption("Label5", QStringLiteral("DRIVERS :"), c.cboDrivers), c.cboDrivers, 1, 0);
     put(caption("Label12", QStringLiteral("PORT :"), c.txtPort), c.txtPort, 1, 1);
     put(caption("Label11", QStringLiteral("PASS :"), c.txtPass), c.txtPass, 1, 2);
+    layout->addWidget(c.serverRole, 2, 0, 1, 6);
+    c.serverRole->hide();
     for (const int stretched : {1, 3, 5})
         layout->setColumnStretch(stretched, 1);
     for (const auto &[upper, lower] :
@@ -247,6 +249,7 @@ TarnwellControls::TarnwellControls(QWidget *window, std::shared_ptr<StatementLog
     , txtUser(made<QLineEdit>("txtUser"))
     , txtPass(password("txtPass"))
     , txtPort(made<QLineEdit>("txtPort", QStringLiteral("3306")))
+    , serverRole(made<QLabel>("serverRole"))
     , cmdConnect(button("cmdConnect", QStringLiteral("接続"), QStringLiteral("サーバーに接続します (Alt+C)")))
     , cmdClose(button("cmdClose", QStringLiteral("切断"),
                       QStringLiteral("接続を閉じます。実行中の処理は中断します (Alt+D)")))

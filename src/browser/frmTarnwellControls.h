@@ -24,6 +24,7 @@ struct TarnwellControls {
     QGroupBox *Frame1, *Frame2;
     QComboBox *cboDSNList, *cboDrivers, *cboLimit;
     QLineEdit *txtServer, *txtUser, *txtPass, *txtPort;
+    QLabel *serverRole; // shown where there is something to say
     QPushButton *cmdConnect, *cmdClose, *Command1, *cmdEnd;
     ChosenList *lstDb, *lstTables, *lstProcFunc;
     QPushButton *cmdShowDb, *cmdCreateDb, *cmdDropDb, *cmdCreateUser;

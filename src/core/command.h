@@ -77,4 +77,5 @@ struct CommandRow {
 // One row of a room's table of commands.
 struct Command : CommandRow {
     Outcome (*run)(CommandContext &context);
+    bool writes = true; // changes something on the server: see mayWrite()
 };

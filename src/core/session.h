@@ -1,6 +1,7 @@
 #pragma once
 
 #include "core/command/runner.h"
+#include "core/command/serverrole.h"
 #include "core/statementlog.h"
 #include "core/tlsoptions.h"
 
@@ -38,6 +39,7 @@ struct Session {
     QStringList settingsAsRead, variablesAsRead;
 
     std::unique_ptr<Connection> gCn;
+    ServerRole role; // of the server behind gCn, as it was when last asked
     RecordSet gRs;
     bool gIsLocalServer = false; // the driver names the server "localhost"
     bool gSqlOpen = false;       // the console is loaded

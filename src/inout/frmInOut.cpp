@@ -1,5 +1,6 @@
 #include "inout/frmInOut.h"
 
+#include "core/command/writing.h"
 #include "core/listitem.h"
 
 #include <QDir>
@@ -106,7 +107,10 @@ void frmInOut::cmdIn_Click()
 void frmInOut::run(bool (*command)(Session &session, const InOutVoices &voices, const InOutForm &form))
 {
     bool isDone = false;
-    m_session.runner.run(this, windowTitle(), [&] { isDone = command(m_session, m_voices, form()); });
+    m_session.runner.run(this, windowTitle(), [&] {
+        isDone = (command == exportTable || mayWrite(m_session, m_voices.dialog)) &&
+                 command(m_session, m_voices, form());
+    });
     if (!isDone)
         return;
     rememberFolder();

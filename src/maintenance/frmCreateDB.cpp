@@ -1,6 +1,7 @@
 #include "maintenance/frmCreateDB.h"
 
 #include "controls/widgetdialogue.h"
+#include "core/command/writing.h"
 #include "core/sql/names.h"
 #include "core/statements.h"
 
@@ -58,6 +59,9 @@ void frmCreateDB::cmdOk_Click()
 void frmCreateDB::create(const QString &name)
 {
     m_mainWindow.setLastError({}, true);
+    WidgetDialogue dialogue(this, {});
+    if (!mayWrite(m_session, dialogue))
+        return;
     try {
         requireOwnDatabase(name);
         const BusyPointer busy(m_mainWindow);

@@ -1,6 +1,7 @@
 #include "users/frmUserAdd.h"
 
 #include "controls/chosenlist.h"
+#include "core/command/writing.h"
 #include "users/accountcommands.h"
 
 #include <QComboBox>
@@ -85,6 +86,8 @@ bool frmUserAdd::eventFilter(QObject *watched, QEvent *event)
 
 void frmUserAdd::run(const AccountCommand &command)
 {
+    if (!mayWrite(m_session, m_dialogue))
+        return;
     const AccountForm form = m_view.form();
     AccountContext context{m_session, form, m_dialogue};
     const AccountOutcome outcome = command.run(context);

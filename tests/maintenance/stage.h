@@ -21,7 +21,11 @@ Q_DECLARE_METATYPE(Run)
 // Says OK and Yes to everything and keeps what it is told instead of expecting it: for messages that hold
 // words of the system or the server.
 struct AgreeingDialogue : ScriptedDialogue {
-    bool confirm(const QString &, Icon) override { return ++questions > 0; }
+    bool confirm(const QString &question, Icon) override
+    {
+        lastQuestion = question;
+        return ++questions > 0;
+    }
     bool ask(const QString &) override { return ++questions > 0; }
     int choose(const QString &question, const QStringList &) override
     {
@@ -37,6 +41,7 @@ struct AgreeingDialogue : ScriptedDialogue {
     }
     RestoreChoice choice;
     QStringList told;
+    QString lastQuestion;
     bool isCritical = false;
     int questions = 0;
     int chosen = 1; // among the choices of a question

@@ -92,6 +92,18 @@ ServerRole readServerRole(Connection &connection)
     return role;
 }
 
+QString roleText(const ServerRole &role)
+{
+    QStringList words;
+    if (role.isReadOnly)
+        words << QStringLiteral("読み取り専用");
+    if (role.isReplica())
+        words << role.sources.join(QStringLiteral(" と ")) + QStringLiteral(" のレプリカ");
+    if (role.isClusterMember)
+        words << QStringLiteral("クラスタの一員");
+    return words.join(QStringLiteral("、"));
+}
+
 bool isClusterMember(Connection &connection)
 {
     return isClusterMember(readVariables(connection));

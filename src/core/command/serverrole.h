@@ -18,5 +18,7 @@ struct ServerRole {
 // Asks the server, with SHOW statements that all versions know. Throws SqlError only when the connection is
 // lost or the statement was stopped.
 ServerRole readServerRole(Connection &connection);
+// For the user: "読み取り専用、db1:3306 のレプリカ"; empty for a server that stands alone.
+QString roleText(const ServerRole &role);
 // The half of it that accounts and tables ask for: one statement.
 bool isClusterMember(Connection &connection);

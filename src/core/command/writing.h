@@ -1,0 +1,9 @@
+#pragma once
+
+#include "core/dialogue.h"
+#include "core/session.h"
+
+// Asked before anything is changed on the server. One that is for reading does not refuse an account with all
+// rights: what such an account changes on a replica is missing elsewhere, or stops the replication. So the
+// user is asked; false: not to be done. Never throws.
+bool mayWrite(Session &session, Dialogue &dialogue);
