@@ -382,7 +382,7 @@ void FaultsTest::theWindowSaysWhatBecomesOfSettings()
     const QString path = stage.folder.filePath("Tarnwell.ini");
     QVERIFY(QDir().mkpath(path));
     boxes.expectOk("「" + path + "」は通常のファイルではないため、読み書きしません。");
-    stage.window = std::make_unique<frmTarnwell>(stage.session, stage.pump);
+    stage.window = std::make_unique<frmTarnwell>(stage.session);
     QTRY_COMPARE(boxes.seen().size(), 2);
 }
 
