@@ -97,9 +97,9 @@ void frmTarnwell::connectSignals()
         connect(field, &QLineEdit::returnPressed, c.cmdConnect, &QPushButton::click);
     for (ChosenList *list : {c.lstDb, c.lstTables, c.lstProcFunc})
         connect(list, &ChosenList::chosen, this, [this, list] { choose(list); });
-    const auto offerOwnText = [this](SqlTextBox &editor, void (frmTarnwell::*show)()) {
+    const auto offerOwnText = [this](SqlTextBox &editor, void (frmTarnwell::*showText)()) {
         auto *action = new QAction(QStringLiteral("サーバーの定義"), &editor);
-        connect(action, &QAction::triggered, this, show);
+        connect(action, &QAction::triggered, this, showText);
         editor.addAction(action);
     };
     offerOwnText(*c.txtField, &frmTarnwell::showOwnTable);
