@@ -22,6 +22,9 @@ private:
 
 void FrmAboutTest::theProgramAndEveryLibraryHaveAVersion()
 {
+    QPixmap icon(64, 64);
+    icon.fill(Qt::blue);
+    QApplication::setWindowIcon(icon); // as main() does from the program's resources
     frmAbout box(nullptr);
     const auto names = box.findChildren<QLabel *>("lblLibrary");
     auto versions = box.findChildren<QLabel *>("lblLibraryVersion");

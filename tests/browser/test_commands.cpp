@@ -36,7 +36,7 @@ private Q_SLOTS:
 
 void CommandsTest::everyCommandHasItsPlace()
 {
-    Stage stage;
+    WindowStage stage;
     const QWidget &window = stage.mainWindow();
     QStringList titles, shown;
     QSet<QKeySequence> keys;
@@ -62,7 +62,7 @@ void CommandsTest::everyCommandHasItsPlace()
 
 void CommandsTest::whatCannotBeUsedSaysWhy()
 {
-    Stage stage;
+    WindowStage stage;
     const QWidget &window = stage.mainWindow();
     QMenu *table = control<QMenuBar>(window, "menuBar").actions().at(2)->menu();
     const QAction &data = action(window, "cmdDataGet"), &backup = action(window, "cmdBackup");
@@ -73,8 +73,10 @@ void CommandsTest::whatCannotBeUsedSaysWhy()
         Q_EMIT table->aboutToHide();
         return texts.join(u'|');
     };
-    QCOMPARE(reasons(), "テーブルまたはビューを選んでください|サーバー名が localhost の接続でだけ使えます");
+    QCOMPARE(reasons(), "サーバーに接続していません|サーバーに接続していません");
     QVERIFY(data.isEnabled()); // its key must reach the button
+    stage.connect("db.example");
+    QCOMPARE(reasons(), "テーブルまたはビューを選んでください|サーバー名が localhost の接続でだけ使えます");
     stage.connected();
     const QWidget &connected = *stage.opened;
     QMenu *other = control<QMenuBar>(connected, "menuBar").actions().at(2)->menu();
@@ -96,7 +98,7 @@ void CommandsTest::whatCannotBeUsedSaysWhy()
 
 void CommandsTest::contextMenusHoldWhatConcernsTheList()
 {
-    Stage stage;
+    WindowStage stage;
     const QWidget &window = stage.connected();
     for (const auto &[list, first, none] : {std::tuple("lstDb", "cmdShowDb", "cmdDropTable"),
                                             std::tuple("lstTables", "cmdDataGet", "cmdDropProc"),
@@ -136,7 +138,7 @@ void CommandsTest::thePaletteFindsCommandsAndObjects()
     QFETCH(QString, typed);
     QFETCH(QString, found);
     QFETCH(QString, sent);
-    Stage stage;
+    WindowStage stage;
     const QWidget &window = stage.connected();
     stage.session.gIsLocalServer = false;
     control<QWidget>(window, "cmdBackup").setEnabled(false);

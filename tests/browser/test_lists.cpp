@@ -37,19 +37,19 @@ private:
     void choose(const char *name, int row) const
     {
         auto &box = get<ChosenList>(name);
-        QTest::mouseClick(box.viewport(), Qt::LeftButton, {}, box.visualItemRect(box.item(row)).center());
+        clickItem(box, *box.item(row));
     }
     // Answers as a server would that has database "d" with a table, a view and two broken views.
     void openDatabase();
     QStringList takeSent() const { return std::exchange(m_stage->script.sent, {}); }
 
-    std::unique_ptr<Stage> m_stage;
+    std::unique_ptr<WindowStage> m_stage;
 };
 
 void ListsTest::init()
 {
     failOnAnyWarning();
-    m_stage = std::make_unique<Stage>();
+    m_stage = std::make_unique<WindowStage>();
     m_stage->mainWindow();
     m_stage->connect();
     QVERIFY(m_stage->session.gCn);

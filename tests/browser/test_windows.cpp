@@ -102,7 +102,7 @@ private Q_SLOTS:
 void WindowsTest::everyControlHasANameAndARoleOfItsOwn()
 {
     QFETCH(Open, open);
-    Stage stage;
+    WindowStage stage;
     const QWidget &window = *open(stage);
     QSet<QString> heard;
     QStringList complaints;
@@ -123,7 +123,7 @@ void WindowsTest::everyControlHasANameAndARoleOfItsOwn()
 void WindowsTest::tabFollowsTheEye()
 {
     QFETCH(Open, open);
-    Stage stage;
+    WindowStage stage;
     QWidget &window = *open(stage);
     QVERIFY(QTest::qWaitForWindowActive(&window));
     const QSet<QWidget *> all = reachable(window);
@@ -164,7 +164,7 @@ void WindowsTest::enterAndEscapeEndDialogs()
 {
     QFETCH(Open, open);
     QFETCH(QString, pressed);
-    Stage stage;
+    WindowStage stage;
     QWidget &window = *open(stage);
     QVERIFY(QTest::qWaitForWindowActive(&window));
     QStringList heard;
@@ -187,7 +187,7 @@ void WindowsTest::enterAndEscapeEndDialogs()
 
 void WindowsTest::emptyListsSayWhatComesNext()
 {
-    Stage stage;
+    WindowStage stage;
     stage.script.always("show tables from `d`;", Reply::table({"Tables_in_d"}));
     frmTarnwell &window = stage.mainWindow();
     const auto hint = [&window](const char *list) {

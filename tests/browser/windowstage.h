@@ -6,23 +6,19 @@
 #include "console/frmTextEditer.h"
 #include "controls/cellviewer.h"
 #include "controls/findbar.h"
-#include "controls/windowpump.h"
 #include "inout/frmInOut.h"
 #include "maintenance/frmCreateDB.h"
 #include "maintenance/frmRestore.h"
 #include "support/gui/boxes.h"
-#include "support/gui/control.h"
-#include "support/scriptedconnection.h"
+#include "support/gui/stage.h"
 #include "support/scripteddialogue.h"
 #include "users/frmUserAdd.h"
 
 #include <QApplication>
-#include <QTemporaryDir>
-#include <QTest>
 
-// What the windows stand on: a scripted server with a database, a table, a routine and an account.
-struct Stage {
-    Stage();
+// Any window on a scripted server with a database, a table, a routine and an account.
+struct WindowStage : Stage {
+    WindowStage();
 
     QWidget &shown(QWidget *window)
     {
@@ -30,11 +26,7 @@ struct Stage {
         window->show();
         return *window;
     }
-    frmTarnwell &mainWindow()
-    {
-        session.connectBy(script.factory());
-        return static_cast<frmTarnwell &>(shown(new frmTarnwell(session)));
-    }
+    frmTarnwell &mainWindow() { return static_cast<frmTarnwell &>(shown(new frmTarnwell(session))); }
     void says(const char *statement, const QStringList &fields, const QStringList &row)
     {
         std::vector<std::optional<QString>> values;
@@ -42,29 +34,17 @@ struct Stage {
             values.push_back(value == u"NULL" ? std::nullopt : std::optional(value));
         script.always(statement, Reply::table(fields, {values}));
     }
-    void connect();
+    void connect(const QString &server = "localhost");
     frmTarnwell &connected();
     frmSql &console(const char *view);
 
-    QTemporaryDir folder;
-    Script script;
-    WindowPump pump;
-    Session session;
     ScriptedDialogue dialogue;
     Boxes boxes; // none is expected
     std::unique_ptr<QWidget> opened;
 };
 
-inline void press(const QWidget &window, std::initializer_list<const char *> buttons)
+inline WindowStage::WindowStage()
 {
-    for (const char *name : buttons)
-        control<QAbstractButton>(window, name).click();
-}
-
-inline Stage::Stage()
-{
-    session.programFolder = folder.path();
-    session.gIniPath = folder.filePath("Tarnwell.ini");
     session.gDbName = QStringLiteral("d");
     says("show databases;", {"Database"}, {"d"});
     says("show tables from `d`;", {"Tables_in_d"}, {"t"});
@@ -76,14 +56,14 @@ inline Stage::Stage()
     says("select * from mysql.user;", {"Host", "User"}, {"%", "tanaka"});
 }
 
-inline void Stage::connect()
+inline void WindowStage::connect(const QString &server)
 {
     for (const char *box : {"txtServer", "txtUser"})
-        control<QLineEdit>(*opened, box).setText("localhost");
+        control<QLineEdit>(*opened, box).setText(server);
     press(*opened, {"cmdConnect"});
 }
 
-inline frmTarnwell &Stage::connected()
+inline frmTarnwell &WindowStage::connected()
 {
     frmTarnwell &window = mainWindow();
     connect();
@@ -93,7 +73,7 @@ inline frmTarnwell &Stage::connected()
     return window;
 }
 
-inline frmSql &Stage::console(const char *view)
+inline frmSql &WindowStage::console(const char *view)
 {
     session.gCn = script.connect();
     auto &window = static_cast<frmSql &>(shown(new frmSql(
@@ -103,7 +83,7 @@ inline frmSql &Stage::console(const char *view)
     return window;
 }
 
-using Open = std::function<QWidget *(Stage &)>;
+using Open = std::function<QWidget *(WindowStage &)>;
 
 // A window, or a state of it that shows other controls.
 struct Scene {
@@ -113,7 +93,7 @@ struct Scene {
 
 inline Scene mainPage(const char *name, const char *button)
 {
-    return {name, [button](Stage &stage) {
+    return {name, [button](WindowStage &stage) {
                 frmTarnwell &window = stage.connected();
                 press(window, {button});
                 return &window;
@@ -122,10 +102,10 @@ inline Scene mainPage(const char *name, const char *button)
 
 inline Scene consoleView(const char *name, const char *view)
 {
-    return {name, [view](Stage &stage) { return &stage.console(view); }};
+    return {name, [view](WindowStage &stage) { return &stage.console(view); }};
 }
 
-inline QWidget *findBar(Stage &stage)
+inline QWidget *findBar(WindowStage &stage)
 {
     frmSql &window = stage.console("optRecord_1");
     control<FlexGrid>(window, "flgrid_Record").findChild<FindBar *>()->open({});
@@ -134,7 +114,7 @@ inline QWidget *findBar(Stage &stage)
 
 inline Scene users(const char *name, int row)
 {
-    return {name, [row](Stage &stage) {
+    return {name, [row](WindowStage &stage) {
                 stage.session.gCn = stage.script.connect();
                 QWidget &window = stage.shown(new frmUserAdd(stage.session, nullptr, &stage.dialogue));
                 control<ChosenList>(window, "lstUser").setCurrentRow(row);
@@ -144,7 +124,7 @@ inline Scene users(const char *name, int row)
 
 inline Scene inOut(const char *name, const char *direction)
 {
-    return {name, [direction](Stage &stage) {
+    return {name, [direction](WindowStage &stage) {
                 QWidget &window =
                     stage.shown(new frmInOut(stage.session, "[TABLE]\tt", nullptr, stage.dialogue));
                 press(window, {direction});
@@ -152,7 +132,7 @@ inline Scene inOut(const char *name, const char *direction)
             }};
 }
 
-inline QWidget *cellViewer(Stage &stage)
+inline QWidget *cellViewer(WindowStage &stage)
 {
     auto *viewer = new CellViewer(nullptr);
     viewer->setAttribute(Qt::WA_DeleteOnClose, false);
@@ -163,7 +143,7 @@ inline QWidget *cellViewer(Stage &stage)
 inline std::vector<Scene> scenes()
 {
     return {
-        {"main, not connected", [](Stage &stage) { return &stage.mainWindow(); }},
+        {"main, not connected", [](WindowStage &stage) { return &stage.mainWindow(); }},
         mainPage("main, text", "optField_0"),
         mainPage("main, grid", "optField_1"),
         mainPage("main, status", "optField_2"),
@@ -175,15 +155,18 @@ inline std::vector<Scene> scenes()
         consoleView("console, plan", "optRecord_2"),
         consoleView("console, variables", "optRecord_3"),
         {"find bar", findBar},
-        {"text editor", [](Stage &stage) { return &stage.shown(new frmTextEditer(stage.session, nullptr)); }},
-        {"restore", [](Stage &stage) { return &stage.shown(new frmRestore); }},
+        {"text editor",
+         [](WindowStage &stage) { return &stage.shown(new frmTextEditer(stage.session, nullptr)); }},
+        {"restore", [](WindowStage &stage) { return &stage.shown(new frmRestore); }},
         {"create database",
-         [](Stage &stage) { return &stage.shown(new frmCreateDB(nullptr, stage.session, stage.dialogue)); }},
+         [](WindowStage &stage) {
+             return &stage.shown(new frmCreateDB(nullptr, stage.session, stage.dialogue));
+         }},
         users("users, new", 0),
         users("users, account", 1),
         inOut("out", "optInOut_0"),
         inOut("in", "optInOut_1"),
-        {"about", [](Stage &stage) { return &stage.shown(new frmAbout(nullptr)); }},
+        {"about", [](WindowStage &stage) { return &stage.shown(new frmAbout(nullptr)); }},
         {"cell", cellViewer},
     };
 }

@@ -1,27 +1,25 @@
 #pragma once
 
 #include "console/frmSql.h"
-#include "support/gui/control.h"
-#include "support/scriptedconnection.h"
+#include "support/gui/stage.h"
 #include "support/scripteddialogue.h"
 
 #include <QPointer>
-#include <QTemporaryDir>
-#include <QTest>
 
 #include <memory>
 
-// The console in a program folder of its own.
-struct ConsoleWindow {
-    QTemporaryDir folder;
-    Session session;
+// The console, beside a stand-in for the main window.
+struct ConsoleWindow : Stage {
+    QWidget main;
     QPointer<frmSql> window;
 
-    ConsoleWindow()
+    explicit ConsoleWindow(Server server)
+        : Stage(server)
     {
-        session.programFolder = folder.path();
-        session.gIniPath = folder.filePath("Tarnwell.ini");
+        session.gDsn = noDataSource();
+        main.setObjectName("frmTarnwell");
     }
+    ~ConsoleWindow() { delete window; }
 
     template <class Control>
     Control &control(const char *name) const
@@ -39,13 +37,6 @@ struct ConsoleWindow {
         QFile file(filePath());
         return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray("(no file)");
     }
-    void goTo(QWidget &target)
-    {
-        target.show();
-        target.activateWindow();
-        QVERIFY(QTest::qWaitForWindowActive(&target));
-        QCoreApplication::processEvents();
-    }
     void type(const QString &statement) { control<SqlTextBox>("txtSql").setContents(statement); }
     void run(const QString &statement)
     {
@@ -56,20 +47,14 @@ struct ConsoleWindow {
 
 // The console on a scripted server.
 struct ConsoleFixture : ConsoleWindow {
-    Script script;
     bool connects = true;
     int connections = 0;
     ScriptedDialogue *dialogue = nullptr; // the console's
 
     ConsoleFixture()
+        : ConsoleWindow(Server::Scripted)
     {
-        session.gDsn = QStringLiteral("(なし)");
         session.gCn = script.connect();
-    }
-    ~ConsoleFixture()
-    {
-        delete window;
-        session.gCn.reset(); // before the script that it is made from
     }
 
     void open()

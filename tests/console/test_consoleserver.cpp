@@ -1,10 +1,6 @@
 #include "console/consolefixture.h"
-#include "controls/windowpump.h"
-#include "core/basconnection.h"
-#include "core/connect.h"
 #include "support/gui/boxes.h"
 #include "support/rows.h"
-#include "support/testserver.h"
 
 #include <QElapsedTimer>
 #include <QTimer>
@@ -15,32 +11,23 @@ const QString done = "正常終了";
 const QString interrupted = "処理を中断しました";
 const QString endless = "select seq id, '表示' name from shop.endless";
 
-// The console on a real server, beside a stand-in for the main window.
+// The console on a real server.
 struct RealConsole : ConsoleWindow {
-    WindowPump pump;
-    QWidget main;
     Boxes boxes;
 
     explicit RealConsole(const TestServer &server)
+        : ConsoleWindow(Server::Real)
     {
-        session.connectBy([this](const QString &text) { return createConnection(text, pump); });
-        session.gDsn = noDataSource();
         session.gDriver = isBuiltIn() ? nativeDriverName() : QStringLiteral("MySQL ODBC 3.51 Driver");
         session.gServer = QStringLiteral("127.0.0.1");
         session.gUser = session.gPass = QStringLiteral("demo");
         session.gPort = QString::number(server.port());
         session.gDbName = QStringLiteral("shop");
         session.gDelimiter = QStringLiteral("|");
-        main.setObjectName("frmTarnwell");
         goTo(main);
         window = new frmSql(session, [this] { return fConnect(session); });
         goTo(*window);
         QTRY_COMPARE(control<QLabel>("lblState").text(), "shop:接続OK");
-    }
-    ~RealConsole()
-    {
-        delete window;
-        session.gCn.reset(); // before the pump that it waits by
     }
 
     void stopAfter(int milliseconds)
@@ -167,8 +154,8 @@ void ConsoleServerTest::userVariablesSurviveAMessageBox()
     QCOMPARE(console.boxes.seen(), QStringList{console.window->windowTitle() + u'|' + done});
 
     // Coming back from the main window is what connects anew, and so what ends the variables.
-    console.goTo(console.main);
-    console.goTo(*console.window);
+    goTo(console.main);
+    goTo(*console.window);
     QTest::qWait(300);
     console.control<QPushButton>("cmdVariabl").click();
     QCOMPARE(values.texts(), QStringList{"NULL"});

@@ -72,15 +72,13 @@ void FrmSqlTest::activationShowsWhatIsConnected()
 void FrmSqlTest::anActivationDuringARunIsNone()
 {
     ConsoleFixture console;
-    QWidget main;
-    main.setObjectName("frmTarnwell");
     console.open();
     console.window->show();
     QTRY_COMPARE(console.connections, 1);
     console.dialogue->expectInform("正常終了");
     console.script.beforeAnswer = [&](const QString &) {
-        console.goTo(main);
-        console.goTo(*console.window);
+        goTo(console.main);
+        goTo(*console.window);
     };
     console.run("set @a = 1");
     QTest::qWait(300); // nor is it made up for afterwards: @a would be gone
@@ -90,13 +88,11 @@ void FrmSqlTest::anActivationDuringARunIsNone()
 void FrmSqlTest::aCommandOfTheMainWindowIsNotDisturbed()
 {
     ConsoleFixture console;
-    QWidget main;
-    main.setObjectName("frmTarnwell");
     console.open();
-    console.session.runner.run(&main, "a command", [&] {
+    console.session.runner.run(&console.main, "a command", [&] {
         for (int i = 0; i < 2; ++i) {
-            console.goTo(main);
-            console.goTo(*console.window);
+            goTo(console.main);
+            goTo(*console.window);
         }
         console.type("set @a = 1");
         for (const char *button : {"cmdExec", "cmdAnalyze", "cmdVariable"})

@@ -1,31 +1,23 @@
 #pragma once
 
 #include "browser/frmTarnwell.h"
-#include "controls/windowpump.h"
-#include "core/connect.h"
-#include "support/gui/control.h"
+#include "support/gui/stage.h"
 
 #include <QApplication>
 #include <QComboBox>
 #include <QLineEdit>
 #include <QPushButton>
-#include <QTemporaryDir>
-#include <QTest>
 
 #include <memory>
 
-// The real main window on a session of its own, with a program folder of its own.
-struct MainWindowStage {
-    QTemporaryDir folder;
-    WindowPump pump;
-    Session session;
+// The main window on a real server.
+struct MainWindowStage : Stage {
     std::unique_ptr<frmTarnwell> window;
 
     MainWindowStage()
+        : Stage(Server::Real)
+        , window(std::make_unique<frmTarnwell>(session))
     {
-        session.programFolder = folder.path();
-        session.connectBy([this](const QString &string) { return createConnection(string, pump); });
-        window = std::make_unique<frmTarnwell>(session);
         window->show();
     }
 
@@ -43,14 +35,7 @@ struct MainWindowStage {
         return nullptr;
     }
     void click(const char *name) const { QTest::mouseClick(control<QPushButton>(name), Qt::LeftButton); }
-    void choose(const char *name, const QString &text) const
-    {
-        auto *list = control<ChosenList>(name);
-        const QList<QListWidgetItem *> items = list->findItems(text, Qt::MatchExactly);
-        QVERIFY2(!items.isEmpty(), qPrintable(text));
-        list->scrollToItem(items.first());
-        QTest::mouseClick(list->viewport(), Qt::LeftButton, {}, list->visualItemRect(items.first()).center());
-    }
+    void choose(const char *name, const QString &text) const { clickItem(*control<ChosenList>(name), text); }
     void enter(const QString &driver, int port, const QString &user = "demo",
                const QString &password = "demo") const
     {
