@@ -204,11 +204,9 @@ void MainWindowTest::aConnectionUnderWayIsGivenUp()
     m_server.freeze();
     const auto resume = qScopeGuard([this] { m_server.resume(); });
     enter();
+    const Boxes none; // in the end it would say that it failed
     QTimer::singleShot(300, this, [&] { click("cmdClose"); });
-    QElapsedTimer clock;
-    clock.start();
     click("cmdConnect");
-    QVERIFY2(clock.elapsed() < 5000, qPrintable(QString::number(clock.elapsed()))); // it would wait for 20
     QTRY_VERIFY(control<QWidget>("cmdConnect")->isEnabled() && !control<QWidget>("cmdClose")->isEnabled());
     QVERIFY(!m_stage->session.gCn);
 }
@@ -232,11 +230,8 @@ void MainWindowTest::aThinkingServerIsLeftAtOnce()
         else
             click("cmdClose");
     });
-    boxes.expectOk("処理を中断しました");
-    QElapsedTimer clock;
-    clock.start();
+    boxes.expectOk("処理を中断しました"); // else there is a row, five seconds later
     click("cmdDataGet");
-    QVERIFY2(clock.elapsed() < 4000, qPrintable(QString::number(clock.elapsed()))); // it sleeps for five
     QTRY_VERIFY(!m_stage->session.gCn);
     QCOMPARE(m_stage->session.gDbName.isEmpty(), !closes);
     QCOMPARE(m_stage->window->isVisible(), !closes);

@@ -218,11 +218,8 @@ void TestWindowPump::boxThatOutlastsTheWaitCanBeAnswered()
         QMessageBox box(&window);
         QTimer::singleShot(20, &box, [&] { worker.stop(); });
         QTimer::singleShot(100, &box, [&] { QTest::keyClick(&box, Qt::Key_Escape); });
-        QTimer::singleShot(3000, &box, &QDialog::reject); // instead of a hang
-        QElapsedTimer clock;
-        clock.start();
-        box.exec();
-        isAnswered = clock.elapsed() < 2000;
+        QTimer::singleShot(20'000, &box, [&box] { box.done(-1); }); // instead of a hang
+        isAnswered = box.exec() != -1;
     });
     WindowPump pump;
     pump.wait(worker.done);
