@@ -55,6 +55,16 @@ QString ConnectionString::value(const QString &key) const
     return {};
 }
 
+QString withoutKey(const QString &text, const QString &key)
+{
+    QStringList pieces;
+    const ConnectionString string(text);
+    for (const ConnectionString::Piece &piece : string.pieces())
+        if (piece.key != key)
+            pieces << piece.key + u'=' + connectionValue(piece.value);
+    return pieces.join(u';');
+}
+
 std::chrono::seconds connectLimit(const ConnectionString &string)
 {
     constexpr unsigned usual = 20, most = 3600;

@@ -24,6 +24,9 @@ private:
     std::vector<Piece> m_pieces;
 };
 
+// The text without the pieces of a key, which is given in lower case.
+QString withoutKey(const QString &text, const QString &key);
+
 // How long a connect may take: CONN_TIMEOUT in seconds, else 20 seconds.
 std::chrono::seconds connectLimit(const ConnectionString &string);
 

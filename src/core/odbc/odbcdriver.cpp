@@ -266,8 +266,9 @@ Interruption OdbcDriver::interrupt(const Stop &stop)
         return Interruption::NotReached;
     try {
         const OdbcEnvironment environment = OdbcEnvironment::make();
-        const OdbcConnectionHandle second =
-            connectOdbc(environment, m_connectionString, m_tls, killLimit).handle;
+        // The database may be gone meanwhile.
+        const QString string = withoutKey(m_connectionString, QStringLiteral("database"));
+        const OdbcConnectionHandle second = connectOdbc(environment, string, m_tls, killLimit).handle;
         stop.onReached();
         if (expected.isEmpty() || firstCell(second, sessionMarkQuestion(m_server, session)) != expected)
             return Interruption::NotProven;
