@@ -139,7 +139,9 @@ void ConnectionStopTest::serversOfAllAgesAreStopped()
           "insert into d.t values (i); set i = i + 1; end while; end"})
         open->execute(statement);
     m_pump.once = [&] { open->cancel(); };
-    QVERIFY(errorOf([&] { open->execute("call d.p()"); }).isConnectionLost());
+    // Should the KILL strike an INSERT, that is enough.
+    const SqlError error = errorOf([&] { open->execute("call d.p()"); });
+    QVERIFY2(error.isConnectionLost() || error.isInterrupted(), qPrintable(error.description()));
     open->close();
     open->open();
     const QString count = "select count(*) from d.t", before = valueOf(*open, count);
