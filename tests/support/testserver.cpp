@@ -129,10 +129,15 @@ TestServer::TestServer(const QStringList &moreOptions, Brand brand, const QStrin
               "[nowhere]\nDriver=MySQL ODBC 3.51 Driver\nSERVER=127.0.0.1\nPORT=1\nUID=demo\nPWD=demo\n"
               "[other]\nDriver=Other Driver\nSERVER=127.0.0.1\nPORT=%1\n")
               .arg(m_port));
-    // Connector/C reads both once, when it is first used.
-    qputenv("ODBCSYSINI", folder.filePath("odbc").toUtf8());
-    qputenv("MYSQL_UNIX_PORT", socketPath().toUtf8());
+    use();
     start();
+}
+
+void TestServer::use() const
+{
+    // Connector/C reads this one once, when it is first used.
+    qputenv("MYSQL_UNIX_PORT", socketPath().toUtf8());
+    qputenv("ODBCSYSINI", QDir(m_folder.path()).filePath("odbc").toUtf8());
 }
 
 TestServer::~TestServer()
@@ -364,7 +369,11 @@ QByteArray TestServers::whyMissing(TestServer::Brand brand)
 TestServer &TestServers::of(TestServer::Brand brand)
 {
     std::unique_ptr<TestServer> &server = m_servers[brand];
-    if (!server)
+    if (!server) {
         server = std::make_unique<TestServer>(m_moreOptions, brand);
+        if (m_setUp)
+            m_setUp(*server);
+    }
+    server->use();
     return *server;
 }

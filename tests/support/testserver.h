@@ -5,6 +5,7 @@
 #include <QStringList>
 #include <QTemporaryDir>
 
+#include <functional>
 #include <map>
 #include <memory>
 
@@ -43,10 +44,11 @@ public:
     // The texts of the statements that clients sent since the last call, oldest first (Query and Execute).
     QStringList takeStatements();
 
-    void kill();   // SIGKILL
-    void start();  // again on the same port and data
-    void freeze(); // SIGSTOP
-    void resume(); // SIGCONT
+    void use() const; // its data sources and its socket are the ones that this process finds
+    void kill();      // SIGKILL
+    void start();     // again on the same port and data
+    void freeze();    // SIGSTOP
+    void resume();    // SIGCONT
 
 private:
     void makeDataFolder() const;
@@ -69,8 +71,11 @@ private:
 //     TestServer &server = m_servers.of(brand);
 class TestServers {
 public:
-    explicit TestServers(const QStringList &moreOptions = {})
+    // setUp: what each server gets when it has started.
+    explicit TestServers(const QStringList &moreOptions = {},
+                         const std::function<void(TestServer &server)> &setUp = {})
         : m_moreOptions(moreOptions)
+        , m_setUp(setUp)
     {
     }
 
@@ -82,6 +87,7 @@ public:
 
 private:
     QStringList m_moreOptions;
+    std::function<void(TestServer &)> m_setUp;
     std::map<TestServer::Brand, std::unique_ptr<TestServer>> m_servers;
 };
 

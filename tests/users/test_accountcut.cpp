@@ -47,7 +47,9 @@ private:
     bool breakAt(int statement, Cut what, bool mayReturn);
 
     // Hundreds of small changes: waiting for the disk would cost minutes.
-    TestServers m_servers{{"--loose-debug-no-sync"}};
+    TestServers m_servers{{"--loose-debug-no-sync"}, [](TestServer &server) {
+                              server.run("create database d; create table d.t (a int)");
+                          }};
     TestServer *m_server = nullptr;
     std::unique_ptr<CuttingProxy> m_proxy;
     BlockingPump m_pump;
@@ -68,10 +70,8 @@ void AccountCutTest::init()
     QFETCH_GLOBAL(TestServer::Brand, brand);
     SKIP_WITHOUT(brand);
     TestServer *server = &m_servers.of(brand);
-    if (server == m_server)
+    if (std::exchange(m_server, server) == server)
         return;
-    m_server = server;
-    m_server->run("drop database if exists d; create database d; create table d.t (a int)");
     m_proxy = std::make_unique<CuttingProxy>(m_server->port());
 }
 
