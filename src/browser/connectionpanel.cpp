@@ -92,21 +92,19 @@ void ConnectionPanel::takeTexts()
     m_session.gUser = c.txtUser->text();
 }
 
-bool ConnectionPanel::connect(QString *why)
+std::optional<SqlError> ConnectionPanel::connect()
 {
     m_session.role = {};
-    bool isConnected = fConnect(m_session, why);
+    std::optional<SqlError> failure = tryConnecting(m_session);
     try {
-        if (isConnected)
+        if (!failure)
             m_session.role = readServerRole(m_session.connection());
     } catch (const SqlError &error) {
-        isConnected = false;
+        failure = error;
         sDisconnect(m_session);
-        if (why)
-            *why = error.description();
     }
     showRole();
-    return isConnected;
+    return failure;
 }
 
 void ConnectionPanel::showRole()

@@ -2,6 +2,8 @@
 
 #include "core/session.h"
 
+#include <optional>
+
 struct TarnwellControls;
 
 // The entries of a connection: between the panel's boxes and the session.
@@ -22,8 +24,8 @@ public:
     QString missingEntry() const;
     void takeEntries(); // into the session, for a connection
     void takeTexts();   // the same as they stand, for the console's next one
-    // fConnect(), and what the server says of its role.
-    bool connect(QString *why = nullptr);
+    // As fConnect(), and what the server says of its role. No value: connected.
+    std::optional<SqlError> connect();
     void showRole();
 
 private:

@@ -46,6 +46,7 @@ private:
 
     void cmdConnect_Click();
     void connectNow();
+    bool renewsPassword();
     void cmdClose_Click();
     void disconnectNow();
     void cmdEnd_Click();

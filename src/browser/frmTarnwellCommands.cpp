@@ -1,10 +1,12 @@
 // The main window's commands: its own, those of the rooms, and the choices in its lists.
 #include "about/frmAbout.h"
 #include "browser/frmTarnwell.h"
+#include "browser/newpassworddialog.h"
 #include "console/frmSql.h"
 #include "console/history.h"
 #include "core/basconnection.h"
 #include "core/command/writing.h"
+#include "core/expiredpassword.h"
 #include "inout/frmInOut.h"
 #include "maintenance/commands.h"
 #include "maintenance/frmCreateDB.h"
@@ -69,22 +71,42 @@ void frmTarnwell::cmdConnect_Click()
 
 void frmTarnwell::connectNow()
 {
-    QString why;
-    bool isConnected = false;
     showNextStep(m_controls, Step::Connecting);
     m_controls.cmdClose->setEnabled(true); // gives it up
+    std::optional<SqlError> failure;
     {
         const BusyPointer busy(m_dialogue);
-        isConnected = m_panel.connect(&why);
+        failure = m_panel.connect();
     }
-    if (isConnected) {
+    if (!failure) {
         showConnected();
         return;
     }
-    m_dialogue.setLastError(why, true);
+    m_dialogue.setLastError(failure->description(), true);
     if (!m_session.runner.isStopWanted())
         m_dialogue.refuse(QStringLiteral("接続失敗"));
+    if (isPasswordExpired(m_session, *failure) && renewsPassword())
+        return connectNow();
     sConnectMode(false);
+}
+
+// The account may log in again once it has another password.
+bool frmTarnwell::renewsPassword()
+{
+    const QString password = askForNewPassword(this);
+    if (password.isEmpty())
+        return false;
+    try {
+        const BusyPointer busy(m_dialogue);
+        renewPassword(m_session, password);
+    } catch (const SqlError &error) {
+        m_dialogue.setLastError(error.description(), true);
+        m_dialogue.refuse(error.description());
+        return false;
+    }
+    m_controls.txtPass->setText(password);
+    m_dialogue.setLastError({}, true);
+    return true;
 }
 
 void frmTarnwell::showConnected()
@@ -165,7 +187,7 @@ void frmTarnwell::cmdExec_Click()
     m_panel.takeTexts();
     // One that was closed lives until the event loop is back where it was closed.
     if (!m_console || !m_session.gSqlOpen)
-        m_console = new frmSql(m_session, [this] { return m_panel.connect(); });
+        m_console = new frmSql(m_session, [this] { return !m_panel.connect(); });
     m_console->show();
     m_console->raise();
     m_console->activateWindow();

@@ -24,7 +24,7 @@ QString connectionStringOf(const Session &session)
     return text + tls;
 }
 
-bool fConnect(Session &session, QString *why)
+std::optional<SqlError> tryConnecting(Session &session)
 {
     sDisconnect(session);
     try {
@@ -33,9 +33,16 @@ bool fConnect(Session &session, QString *why)
         connection->open();
         session.gCn = std::move(connection);
     } catch (const SqlError &error) {
-        if (why)
-            *why = error.description();
+        return error;
     }
+    return {};
+}
+
+bool fConnect(Session &session, QString *why)
+{
+    const std::optional<SqlError> failure = tryConnecting(session);
+    if (failure && why)
+        *why = failure->description();
     return session.gCn && session.gCn->isOpen();
 }
 

@@ -6,6 +6,7 @@
 #include "support/scriptedconnection.h"
 #include "support/testserver.h"
 
+#include <QDialogButtonBox>
 #include <QScopeGuard>
 #include <QSet>
 #include <QTimer>
@@ -24,6 +25,7 @@ private Q_SLOTS:
     void everyKindOfObjectIsListed();
     void rowsAreShownUpToTheLimit();
     void stoppingKeepsWhatWasRead();
+    void anExpiredPasswordIsRenewed();
     void aConnectionUnderWayIsGivenUp();
     void aThinkingServerIsLeftAtOnce_data();
     void aThinkingServerIsLeftAtOnce();
@@ -205,6 +207,32 @@ void MainWindowTest::stoppingKeepsWhatWasRead()
     QCOMPARE(count->text(), QString::number(rows));
     click("cmdDataGet"); // and the connection still works
     QCOMPARE(data().rowCount(), 10000);
+}
+
+void MainWindowTest::anExpiredPasswordIsRenewed()
+{
+    QFETCH_GLOBAL(TestServer::Brand, brand);
+    const bool isMariaDb = brand == TestServer::Brand::MariaDb;
+    m_server->run("create user late identified by 'old'; " +
+                  QString(isMariaDb ? "set global disconnect_on_expired_password=on; " : "") +
+                  "alter user late password expire");
+    const auto dropped = qScopeGuard([this] { m_server->run("drop user late"); });
+    Boxes boxes;
+    enter();
+    control<QLineEdit>("txtUser")->setText("late");
+    control<QLineEdit>("txtPass")->setText("old");
+    boxes.expectOk("接続失敗");
+    boxes.expectDialog("newPasswordDialog", [](QDialog &dialog) {
+        auto *ok = dialog.findChild<QDialogButtonBox *>()->button(QDialogButtonBox::Ok);
+        dialog.findChild<QLineEdit *>("newPassword")->setText("n'e\\w");
+        QVERIFY(!ok->isEnabled());
+        dialog.findChild<QLineEdit *>("newPasswordAgain")->setText("n'e\\w");
+        ok->click();
+    });
+    click("cmdConnect");
+    QVERIFY(m_stage->session.gCn && m_stage->session.gCn->isOpen());
+    QCOMPARE(m_stage->session.gPass, "n'e\\w");
+    QVERIFY(m_server->accepts("late", "n'e\\w"));
 }
 
 void MainWindowTest::aConnectionUnderWayIsGivenUp()

@@ -63,9 +63,11 @@ NativeConnection connectNative(const NativeOptions &options, const NativeTimeout
 {
     return loginWatched(options.tls, [&](LoginWatch &watch) {
         NativeHandle handle = configured(options, timeouts);
-        if (!mysql_real_connect(handle.get(), options.host.constData(), options.user.constData(),
-                                options.password.constData(), orNull(options.database), options.port, nullptr,
-                                CLIENT_MULTI_RESULTS))
+        if (!mysql_real_connect(
+                handle.get(), options.host.constData(), options.user.constData(),
+                options.password.constData(), orNull(options.database), options.port, nullptr,
+                CLIENT_MULTI_RESULTS |
+                    (options.handlesExpiredPassword ? CLIENT_CAN_HANDLE_EXPIRED_PASSWORDS : 0)))
             throw nativeError(handle.get());
         return NativeConnection{std::move(handle), watch.encryption()};
     });

@@ -39,6 +39,8 @@ NativeOptions NativeOptions::parse(const QString &connectionString)
             options.*text->second = value.toUtf8();
         else if (key == u"port")
             options.port = ::port(value);
+        else if (key == u"handleexpiredpassword")
+            options.handlesExpiredPassword = value == u"1";
         else if (key != u"driver" && key != u"conn_timeout" && !TlsOptions::isKey(key))
             throw SqlError(QStringLiteral("接続文字列の項目「%1」は%2では使えません。")
                                .arg(key, QStringLiteral("内蔵の接続")));

@@ -12,6 +12,7 @@ struct NativeOptions {
     unsigned port = 3306;
     unsigned connectSeconds = 20;
     TlsOptions tls;
+    bool handlesExpiredPassword = false; // connects with one; the server then takes nothing but a new one
 
     // Throws SqlError for a key that it does not know and for a port that is no number.
     static NativeOptions parse(const QString &connectionString);
