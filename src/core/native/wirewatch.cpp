@@ -101,9 +101,7 @@ void LoginWatch::judge(QByteArrayView packet)
         m_isOver = true;
         const char *cipher = mysql_get_ssl_cipher(m_handle), *version = nullptr;
         mariadb_get_infov(m_handle, MARIADB_CONNECTION_TLS_VERSION, &version);
-        const bool isVerified =
-            m_demands.verifies() || (m_handle->options.client_flag & CLIENT_SSL_VERIFY_SERVER_CERT) != 0;
-        m_encryption = {cipher != nullptr, cipher && isVerified, QString::fromLatin1(cipher),
+        m_encryption = {cipher != nullptr, cipher && isVerifying(), QString::fromLatin1(cipher),
                         QString::fromLatin1(version)};
     }
 }
@@ -115,13 +113,21 @@ void LoginWatch::judgeGreeting(QByteArrayView packet)
     const qsizetype capabilities = packet.indexOf('\0') + 1 + 4 + 8 + 1;
     const bool isOffered = packet.size() > capabilities + 1 && m_tls == Tls::AsOffered &&
                            (static_cast<unsigned char>(packet[capabilities + 1]) & offersTls) != 0;
-    // A data source asks for it by itself.
-    const bool isRequired = m_demands.requiresTls() || m_handle->options.use_ssl;
+    // A data source may ask for it by itself.
+    const bool isRequired = m_demands.requiresTls() || m_handle->options.use_ssl || isVerifying();
     if (!isOffered && isRequired)
         refuse(QStringLiteral("サーバーがTLSに対応していないため、接続しません。"));
     // Left on, the library takes the connection for an encrypted one and gives passwords away.
     m_handle->options.use_ssl = isOffered;
     mysql_optionsv(m_handle, MARIADB_OPT_RESTRICTED_AUTH, allowedPlugins(m_demands));
+    // By itself the library would log in again, unwatched, and go on in another session.
+    const my_bool reconnects = false;
+    mysql_optionsv(m_handle, MYSQL_OPT_RECONNECT, &reconnects);
+}
+
+bool LoginWatch::isVerifying() const
+{
+    return m_demands.verifies() || (m_handle->options.client_flag & CLIENT_SSL_VERIFY_SERVER_CERT) != 0;
 }
 
 void LoginWatch::refuse(const QString &why)
@@ -129,12 +135,6 @@ void LoginWatch::refuse(const QString &why)
     m_isOver = true;
     m_refusal = why;
     breakOff(m_handle);
-}
-
-void LoginWatch::throwRefusal(const SqlError &error) const
-{
-    if (!m_refusal.isEmpty())
-        throw SqlError(m_refusal, error.number(), error.state());
 }
 
 AnswerWatch::AnswerWatch(std::uint64_t mostBytes)

@@ -9,7 +9,7 @@
 
 #include <cstdint>
 #include <mysql.h>
-#include <utility>
+#include <optional>
 
 // What the client library reads from a server is seen here before the library acts on it. MariaDB's ODBC
 // driver works with the same library, so both kinds of connection are watched; an ODBC driver that brings a
@@ -25,13 +25,14 @@ public:
     LoginWatch(const LoginWatch &) = delete;
     LoginWatch &operator=(const LoginWatch &) = delete;
 
-    // Throws the watch's words where the login failed with this error because of it.
-    void throwRefusal(const SqlError &error) const;
-    // False for a driver with a library of its own.
-    bool hasSeen() const { return m_handle != nullptr; }
-    bool isEncrypted() const { return m_encryption.isEncrypted; }
+    // The login failed because of what the server asked for or did not offer.
+    bool isRefused() const { return !m_refusal.isEmpty(); }
+    SqlError refusal(const SqlError &error) const
+    {
+        return SqlError(m_refusal, error.number(), error.state());
+    }
     const Encryption &encryption() const { return m_encryption; }
-    // The library's handle; valid while the connection stands.
+    // The library's handle, valid while the connection stands; null for a driver with a library of its own.
     MYSQL *handle() const { return m_handle; }
 
 private:
@@ -39,6 +40,7 @@ private:
     void read(MYSQL *handle, QByteArrayView bytes);
     void judge(QByteArrayView packet);
     void judgeGreeting(QByteArrayView packet);
+    bool isVerifying() const;
     void refuse(const QString &why);
 
     const TlsOptions m_demands;
@@ -57,17 +59,20 @@ template <typename Connect>
 auto loginWatched(const TlsOptions &demands, const Connect &connect)
 {
     constexpr int encryptionFailed = 2026;
-    bool mayTryWithout = !demands.requiresTls();
-    for (LoginWatch::Tls tls = LoginWatch::Tls::AsOffered;; tls = LoginWatch::Tls::Never) {
+    std::optional<SqlError> failure;
+    for (const LoginWatch::Tls tls : {LoginWatch::Tls::AsOffered, LoginWatch::Tls::Never}) {
         LoginWatch watch(demands, tls);
         try {
             return connect(watch);
         } catch (const SqlError &error) {
-            watch.throwRefusal(error);
-            if (error.number() != encryptionFailed || !std::exchange(mayTryWithout, false))
-                throw;
+            if (failure && watch.isRefused()) // a data source demands encryption by itself
+                break;
+            failure = watch.isRefused() ? watch.refusal(error) : error;
+            if (watch.isRefused() || error.number() != encryptionFailed || demands.requiresTls())
+                break;
         }
     }
+    throw SqlError(*failure);
 }
 
 // Breaks the connection off when a statement's answer grows beyond what a result may take.
