@@ -64,6 +64,7 @@ private:
     void toggleLog();
     void openPalette();
     void showConnected();
+    void settlePending();
     void showInConsole(const QString &statement);
 
     void choose(ChosenList *list);

@@ -5,6 +5,7 @@
 #include "console/frmSql.h"
 #include "console/history.h"
 #include "core/basconnection.h"
+#include "core/command/undolog.h"
 #include "core/command/writing.h"
 #include "core/expiredpassword.h"
 #include "inout/frmInOut.h"
@@ -80,6 +81,7 @@ void frmTarnwell::connectNow()
     }
     if (!failure) {
         showConnected();
+        settlePending();
         return;
     }
     m_dialogue.setLastError(failure->description(), true);
@@ -107,6 +109,16 @@ bool frmTarnwell::renewsPassword()
     m_controls.txtPass->setText(password);
     m_dialogue.setLastError({}, true);
     return true;
+}
+
+// What an earlier start of the program has left half done on this server.
+void frmTarnwell::settlePending()
+{
+    try {
+        settlePendingUndoLogs(m_session, m_dialogue);
+    } catch (const SqlError &error) {
+        m_dialogue.setLastError(error.description(), true);
+    }
 }
 
 void frmTarnwell::showConnected()

@@ -3,7 +3,6 @@
 #include "core/command/showntext.h"
 #include "core/sql/names.h"
 #include "core/statements.h"
-#include "maintenance/recovery.h"
 #include "maintenance/remaking.h"
 
 namespace {
@@ -196,7 +195,7 @@ Outcome RoutineChange::end(const UndoReport &report, const QString &error)
         m_context.dialogue.setLastError(error, false);
         m_context.dialogue.refuse(failed);
     }
-    tellReport(m_context.dialogue, error, {report.message, report.details}, false);
+    tellReport(m_context.dialogue, error, report, false);
     return {error.isNull() ? Reload::Objects : Reload::Nothing};
 }
 

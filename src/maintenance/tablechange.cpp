@@ -1,6 +1,7 @@
 #include "maintenance/tablechange.h"
 
 #include "core/command/definition.h"
+#include "core/command/showntext.h"
 #include "core/command/undolog.h"
 #include "core/sql/names.h"
 #include "maintenance/tablechangechecks.h"
@@ -8,6 +9,7 @@
 
 #include <algorithm>
 #include <iterator>
+#include <optional>
 
 namespace {
 
@@ -67,8 +69,8 @@ public:
     {
     }
 
-    // False where the user or a reason stands against it; nothing has been changed then.
-    bool prepare();
+    // No value: run() may follow. Else the command ends with it; nothing has been changed.
+    std::optional<Outcome> prepare();
     // False where the user has stopped it after all; all is as before then.
     bool run();
     UndoReport close() { return m_log.close(); }
@@ -130,7 +132,7 @@ void TableRebuild::readTable()
     m_change.triggers = readTriggers(connection(), m_change.database, m_change.oldName);
 }
 
-bool TableRebuild::prepare()
+std::optional<Outcome> TableRebuild::prepare()
 {
     Dialogue &dialogue = m_context.dialogue;
     openLog();
@@ -141,14 +143,24 @@ bool TableRebuild::prepare()
         if (refusal.isEmpty())
             continue;
         dialogue.refuse(refusal);
-        return false;
+        return Outcome();
+    }
+    const QString sqlMode = m_log.variables().before(QStringLiteral("sql_mode"));
+    if (!m_change.isOwnText) {
+        const QStringList lost =
+            lostInShownText(connection(), m_change.serverText, withLf(m_change.shownText),
+                            m_change.editedText, readingMode(sqlMode));
+        if (auto ending = askAboutLosses(m_context, lost, Reload::OwnTableText))
+            return ending;
     }
     readTable();
     requireOwnColumns(m_change, m_session.gOldFields);
-    requireValidText(connection(), m_change, m_log.variables().before(QStringLiteral("sql_mode")));
+    requireValidText(connection(), m_change, sqlMode);
     m_orphans = orphansOf(connection(), m_change);
     m_change.copy = copyName(m_change.database, m_change.oldName, QDateTime::currentDateTime());
-    return mayChangeInCluster(dialogue, m_change, kind, m_log.place());
+    if (!mayChangeInCluster(dialogue, m_change, kind, m_log.place()))
+        return Outcome();
+    return {};
 }
 
 // The copy has no key, and the server is not to give it one.
@@ -288,13 +300,8 @@ UndoReport TableRebuild::undo(const SqlError &error)
     return report;
 }
 
-RecoveryReport asRecovery(const UndoReport &report)
-{
-    return {report.message, report.details};
-}
-
 // Prescribed: the copy has no name yet, so that the statement is incomplete and cannot do anything.
-RecoveryReport dropNothing(Session &session)
+UndoReport dropNothing(Session &session)
 {
     const Undoing undoing(session);
     try {
@@ -308,18 +315,18 @@ Outcome rebuild(CommandContext &context, TableChange change)
 {
     TableRebuild table(context, std::move(change));
     try {
-        if (!table.prepare()) {
+        if (const auto ending = table.prepare()) {
             table.close();
-            return {};
+            return *ending;
         }
         if (!table.run()) {
-            tellReport(context.dialogue, {}, asRecovery(table.undo(SqlError(QString()))), true);
+            tellReport(context.dialogue, {}, table.undo(SqlError(QString())), true);
             return {};
         }
     } catch (const SqlError &error) {
-        return endFailedChange(context, error, [&](Doubt) { return asRecovery(table.undo(error)); });
+        return endFailedChange(context, error, [&] { return table.undo(error); });
     }
-    return endChange(context, asRecovery(table.close()));
+    return endChange(context, table.close());
 }
 
 } // namespace
@@ -351,8 +358,9 @@ Outcome changeTable(CommandContext &context)
             return changeView(context, showStatement, object);
         change.isOursToMakeAgain = kind == ObjectKind::Table;
         change.serverText = object.text;
+        change.isOwnText = change.shownText == withCrLf(object.text);
     } catch (const SqlError &error) {
-        return endFailedChange(context, error, [&](Doubt) { return dropNothing(context.session); });
+        return endFailedChange(context, error, [&] { return dropNothing(context.session); });
     }
     if (const QString refusal = refusalOfText(change); !refusal.isEmpty()) {
         context.dialogue.refuse(refusal);

@@ -34,7 +34,7 @@ QString refusalOfText(const TableChange &change)
     if (createsTemporaryTable(change.editedText))
         return QStringLiteral("一時ﾃｰﾌﾞﾙには変更できません。");
     // Others may have changed it since; columns that the text does not know would lose their values.
-    if (!change.serverText.isEmpty() && !isAsShown(change.serverText, change.shownText))
+    if (!change.serverText.isEmpty() && !change.isOwnText && !isAsShown(change.serverText, change.shownText))
         return QStringLiteral("ﾃｰﾌﾞﾙの定義は表示した後に変更されています。一覧から選択し直して下さい。");
     return {};
 }

@@ -44,11 +44,13 @@ Question hasRowsOf(const QString &table, const QString &other)
 WayBack makeOldTable(const TableChange &change)
 {
     WayBack make;
-    make.statement = qualifiedCreateText(change.shownText, change.database, change.oldName);
+    const QString quoted = quotedName(change.oldName);
+    make.statement =
+        qualifiedCreateText(change.shownText, change.database, change.isOwnText ? quoted : change.oldName);
     if (change.serverText.isEmpty())
         return make;
     // The text that was shown has lost its backticks, and with them names like `order`.
-    make.otherwise = qualifiedCreateText(change.serverText, change.database, u'`' + change.oldName + u'`');
+    make.otherwise = qualifiedCreateText(change.serverText, change.database, quoted);
     make.text = change.serverText;
     make.show = showTable(change);
     make.drop = QStringLiteral("drop table ") + change.oldTable();

@@ -16,6 +16,7 @@ struct TableChange {
     OldColumns columns;
     std::vector<Trigger> triggers;
     std::vector<Constraint> children; // of other tables, pointing to this one
+    bool isOwnText = false;           // the text that is edited is the server's own, quotes and all
     bool isOursToMakeAgain = true;    // else a failure leaves all as it is
 
     QString bareCopy() const { return copy.mid(oldTable().size() - oldName.size()); }

@@ -194,27 +194,22 @@ void ViewChange::send()
     m_context.dialogue.progress(3, 3);
 }
 
-RecoveryReport asRecovery(const UndoReport &report)
-{
-    return {report.message, report.details};
-}
-
 } // namespace
 
 Outcome endFailedChange(CommandContext &context, const SqlError &error,
-                        const std::function<RecoveryReport(Doubt)> &recover)
+                        const std::function<UndoReport()> &undo)
 {
     context.dialogue.setLastError(error.description(), true);
     context.session.gRs.close();
     // No table is missing while a box waits.
-    const RecoveryReport report = recover(doubtAfter(context.session, error));
+    const UndoReport report = undo();
     context.dialogue.refuse(QStringLiteral("ﾃｰﾌﾞﾙの変更に失敗しました。"));
     tellReport(context.dialogue, error.description(), report, true);
     context.dialogue.progressBar(0);
     return {};
 }
 
-Outcome endChange(CommandContext &context, const RecoveryReport &afterwards)
+Outcome endChange(CommandContext &context, const UndoReport &afterwards)
 {
     context.dialogue.progressBar(1);
     context.session.gRs.close();
@@ -232,11 +227,11 @@ Outcome changeView(CommandContext &context, const QString &showStatement, const 
         try {
             change.send();
         } catch (const SqlError &error) {
-            return endFailedChange(context, error, [&](Doubt) { return asRecovery(change.undo(error)); });
+            return endFailedChange(context, error, [&] { return change.undo(error); });
         }
-        return endChange(context, asRecovery(change.succeed()));
+        return endChange(context, change.succeed());
     } catch (const SqlError &error) {
         // Nothing has been changed.
-        return endFailedChange(context, error, [](Doubt) { return RecoveryReport(); });
+        return endFailedChange(context, error, [] { return UndoReport(); });
     }
 }

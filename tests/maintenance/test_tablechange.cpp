@@ -25,6 +25,7 @@ const QString kind = "SELECT TABLE_TYPE, ENGINE FROM information_schema.TABLES W
 const QString children = "SELECT CONSTRAINT_SCHEMA, TABLE_NAME, CONSTRAINT_NAME FROM "
                          "information_schema.REFERENTIAL_CONSTRAINTS WHERE UNIQUE_CONSTRAINT_SCHEMA='d' AND "
                          "REFERENCED_TABLE_NAME='t'";
+const QString words = "select 0 as t,0 as a,0 as b"; // are they reserved?
 const QString fields = "show full fields from `d`.t;";
 const QString triggers = "show triggers from `d`;";
 const QString prepare = "prepare tarnwell from 'CREATE TABLE  `d`.t (b bigint, a int)'";
@@ -48,9 +49,9 @@ const QString againOwn = "CREATE TABLE  `d`.`t` (\n  `a` int,\n  `b` int\n)";
 const QString fillBack = "insert into `d`.t select * from COPY";
 const QString copyExists = "show create table COPY;";
 
-const L forward{kindTest, variables, database, useIt,      moreVariables, set,      place,  kind,    children,
-                fields,   triggers,  prepare,  deallocate, copy,          lock,     sumOld, sumCopy, dropOld,
-                unlock,   create,    fields,   fill,       count,         dropCopy, putBack};
+const L forward{kindTest, variables, database, useIt,   moreVariables, set,   place,    kind,   children,
+                words,    fields,    triggers, prepare, deallocate,    copy,  lock,     sumOld, sumCopy,
+                dropOld,  unlock,    create,   fields,  fill,          count, dropCopy, putBack};
 
 const QString question = "tﾃｰﾌﾞﾙを変更します。";
 const QString changed = "変更しました。";

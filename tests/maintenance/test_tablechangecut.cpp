@@ -1,3 +1,4 @@
+#include "core/command/undolog.h"
 #include "maintenance/routines.h"
 #include "maintenance/tablechange.h"
 #include "stage.h"
@@ -53,6 +54,45 @@ private:
     const Stopped m_how;
 };
 
+// Keeps the notes on the disk as they are when the n-th statement (from 0) comes, or when it is done, and
+// lets nothing through afterwards: what a later start finds after the program was killed there.
+class KillingConnection : public Connection {
+public:
+    KillingConnection(Session &session, int statement, bool isDone)
+        : m_session(session)
+        , m_inner(std::move(session.gCn))
+        , m_left(statement)
+        , m_isDone(isDone)
+    {
+    }
+    void open() override {}
+    void close() override { m_inner->close(); }
+    bool isOpen() const override { return m_inner->isOpen(); }
+    QString connectionString() const override { return m_inner->connectionString(); }
+    ServerInfo server() const override { return m_inner->server(); }
+    bool isBusy() const override { return false; }
+    void cancel() override {}
+    RecordSet execute(const QString &statement) override
+    {
+        if (m_left-- != 0)
+            return m_inner->execute(statement);
+        if (m_isDone)
+            m_inner->execute(statement);
+        const QDir folder(m_session.settingsFolder);
+        for (const QString &name : folder.entryList({"*.undo"}))
+            QFile::copy(folder.filePath(name), folder.filePath("kept"));
+        m_session.gPort = "1";
+        m_inner->close();
+        throw SqlError("killed", 2013);
+    }
+
+private:
+    Session &m_session;
+    std::unique_ptr<Connection> m_inner;
+    int m_left;
+    const bool m_isDone;
+};
+
 } // namespace
 
 // The connection breaks at each statement of a change in turn, before the server has it and after it was
@@ -67,6 +107,7 @@ private Q_SLOTS:
     void viewsAndRoutinesAreThereAfterEveryBreak();
     void aStopLosesNothing_data();
     void aStopLosesNothing();
+    void aKilledProgramIsPutBackAtTheNextStart();
 
 private:
     struct Found {
@@ -123,6 +164,7 @@ bool TableChangeCutTest::breakAt(int statement, Cut what, RealStage &user, Run c
     m_proxy.cutAt(statement, what, mayReturn);
     user.run(command);
     m_told = user.dialogue.told;
+    m_told.removeIf([](const QString &text) { return text.startsWith("表示している文は"); }); // a question
     m_lastError = user.dialogue.lastError;
     const bool hasCut = m_proxy.hasCut();
     m_proxy.cutAt(-2, Cut::Request, true);
@@ -241,7 +283,7 @@ void TableChangeCutTest::viewsAndRoutinesAreThereAfterEveryBreak()
             const QString said = found + m_told.join(u'\n') + m_lastError;
             if (found.isEmpty()) {
                 QVERIFY2(hasCut && !mayReturn, qPrintable(said));
-                QVERIFY2(m_told.last().contains("`d`.v") && m_lastError.contains("元の定義:"),
+                QVERIFY2(m_told.last().contains("`d`.v") && m_lastError.contains("元に戻す文:"),
                          qPrintable(said));
             }
             QCOMPARE(said.contains("変更に失敗しました。"), hasCut || isRefused);
@@ -297,6 +339,44 @@ void TableChangeCutTest::aStopLosesNothing()
             QVERIFY2(!sql("show procedure status where db='d'").isEmpty(), qPrintable(where));
         }
     }
+}
+
+void TableChangeCutTest::aKilledProgramIsPutBackAtTheNextStart()
+{
+    int pending = 0;
+    for (const bool isDone : {false, true}) {
+        bool isKilled = true;
+        for (int n = 0; isKilled; ++n) {
+            setUp();
+            const QString whole = sumOf("t");
+            const QTemporaryDir folder;
+            RealStage killed(m_server, nativeDriverName());
+            killed.session.settingsFolder = folder.path();
+            killed.clickTable("t");
+            killed.selection.txtField = changedText;
+            killed.session.gCn = std::make_unique<KillingConnection>(killed.session, n, isDone);
+            killed.run(changeTable);
+            isKilled = killed.session.gPort == u"1";
+            for (const QString &name : QDir(folder.path()).entryList({"*.undo"}))
+                QFile::remove(folder.filePath(name));
+            const bool isPending = QFile::rename(folder.filePath("kept"), folder.filePath("kept.undo"));
+            QVERIFY(isKilled || !isPending); // a change that ends leaves none
+            pending += isPending;
+
+            RealStage next(m_server, nativeDriverName());
+            next.session.settingsFolder = folder.path();
+            settlePendingUndoLogs(next.session, next.dialogue);
+            QCOMPARE(next.dialogue.questions, int(isPending));
+            const Found found = look();
+            const QString where = QStringLiteral("statement %1, done %2: %3, copy %4; %5")
+                                      .arg(n)
+                                      .arg(isDone)
+                                      .arg(found.inOld, found.copy, next.told());
+            QVERIFY2(found.inOld == whole && found.copy.isEmpty() && hasTrigger(), qPrintable(where));
+            QVERIFY(pendingUndoLogs(next.session).empty());
+        }
+    }
+    QVERIFY(pending > 20);
 }
 
 QTEST_GUILESS_MAIN(TableChangeCutTest)

@@ -33,6 +33,7 @@ public:
     // For a file: see UndoLog.
     const std::vector<Entry> &entries() const { return m_entries; }
     void setEntries(std::vector<Entry> entries) { m_entries = std::move(entries); }
+    const QString &database() const { return m_database; } // that use() was given; else empty
 
 private:
     Entry &entry(const QString &name);
@@ -60,6 +61,7 @@ void withVariables(Session &session, const QString &database, const std::vector<
     variables.read(session.connection(), names);
     // The default database first: where it fails, nothing has been set.
     if (!database.isEmpty())
+        if (!database.isEmpty())
         variables.use(session.connection(), database);
     variables.set(session.connection(), wanted);
     const auto putBack = [&] {

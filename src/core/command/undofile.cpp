@@ -4,7 +4,6 @@
 #include <QCoreApplication>
 #include <QDir>
 #include <QFile>
-#include <QFileInfo>
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <QJsonObject>
@@ -14,11 +13,6 @@
 namespace {
 
 const QString suffix = QStringLiteral(".undo");
-
-QString folderOf(const Session &session)
-{
-    return session.gIniPath.isEmpty() ? QString() : QFileInfo(session.gIniPath).absolutePath();
-}
 
 // A member that stands under its own name in the file; written when it is not as it is at first.
 template <class Object>
@@ -131,6 +125,8 @@ QByteArray UndoLog::bytes() const
                           {QStringLiteral("server"), m_place.server},
                           {QStringLiteral("cluster"), m_place.cluster},
                           {QStringLiteral("nextBack"), m_nextBack},
+                          {QStringLiteral("database"),
+                           m_pendingDatabase.isEmpty() ? m_variables.database() : m_pendingDatabase},
                           {QStringLiteral("variables"), variables},
                           {QStringLiteral("steps"), steps}})
         .toJson();
@@ -143,6 +139,7 @@ void UndoLog::load(const QByteArray &bytes)
     m_begun = QDateTime::fromString(json[QStringLiteral("begun")].toString(), Qt::ISODate);
     m_place = {json[QStringLiteral("server")].toString(), json[QStringLiteral("cluster")].toString()};
     m_nextBack = json[QStringLiteral("nextBack")].toInt(-1);
+    m_pendingDatabase = json[QStringLiteral("database")].toString();
     std::vector<SessionVariables::Entry> entries;
     for (const QJsonValue &variable : json[QStringLiteral("variables")].toArray())
         entries.push_back({variable[0].toString(), {}, variable[1].toString()});
@@ -169,7 +166,7 @@ UndoLog::UndoLog(Session &session, const UndoFile &file)
 // Gives the system's own words when it failed, else an empty text.
 QString UndoLog::save()
 {
-    const QString folder = folderOf(m_session);
+    const QString &folder = m_session.settingsFolder;
     if (m_path.isEmpty() && folder.isEmpty())
         return {};
     if (m_path.isEmpty()) {
@@ -189,8 +186,8 @@ QString UndoLog::save()
 std::vector<UndoFile> pendingUndoLogs(Session &session)
 {
     std::vector<UndoFile> pending;
-    const QDir folder(folderOf(session));
-    const QStringList names = session.gIniPath.isEmpty()
+    const QDir folder(session.settingsFolder);
+    const QStringList names = session.settingsFolder.isEmpty()
                                   ? QStringList()
                                   : folder.entryList({u'*' + suffix}, QDir::Files, QDir::Name);
     if (names.isEmpty())
@@ -208,4 +205,22 @@ std::vector<UndoFile> pendingUndoLogs(Session &session)
         }
     }
     return pending;
+}
+
+void settlePendingUndoLogs(Session &session, Dialogue &dialogue)
+{
+    for (const UndoFile &file : pendingUndoLogs(session)) {
+        UndoLog log(session, file);
+        const QString question =
+            QStringLiteral("%1 (%2) が終わらないうちにプログラムが終了しました。\r\n%3\r\n"
+                           "今、元に戻しますか？(実行する文は次のとおりです。)\r\n\r\n%4")
+                .arg(log.what(), log.begun().toString(QStringLiteral("yyyy/MM/dd HH:mm")), log.untilUndone(),
+                     log.pendingStatements().join(QStringLiteral(";\r\n")));
+        if (!dialogue.ask(question))
+            continue;
+        const UndoReport report = log.undoPending();
+        if (report.message.isEmpty())
+            dialogue.inform(QStringLiteral("%1 を元に戻しました。").arg(log.what()));
+        tellReport(dialogue, {}, report, true);
+    }
 }

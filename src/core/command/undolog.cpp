@@ -1,5 +1,7 @@
 #include "core/command/undolog.h"
 
+#include "core/statements.h"
+
 #include <QFile>
 #include <QRegularExpression>
 
@@ -27,11 +29,12 @@ bool isSo(Connection &connection, const Question &question)
 
 namespace {
 
-// A counter that has gone on is no other definition.
-QString withoutCounter(QString text)
+// A counter that has gone on is no other definition; and the server names the database only where it is not
+// the default one.
+QString comparable(QString text, const QString &database)
 {
     static const QRegularExpression counter(QStringLiteral(" AUTO_INCREMENT=\\d+"));
-    return text.remove(counter);
+    return text.remove(counter).remove(quotedName(database) + u'.');
 }
 
 } // namespace
@@ -157,6 +160,8 @@ UndoReport UndoLog::undoPending()
     m_variables = {};
     try {
         m_variables.read(connection(), names);
+        if (!m_pendingDatabase.isEmpty())
+            m_variables.use(connection(), m_pendingDatabase);
         m_variables.set(connection(), wanted);
     } catch (const SqlError &error) {
         return stuck(error);
@@ -177,8 +182,10 @@ UndoReport UndoLog::goBack(Doubt doubt)
         }
         try {
             release();
-            if (m_steps.empty() || finishes())
-                return end(m_steps.empty() ? UndoReport::Ending::Undone : UndoReport::Ending::Done);
+            if (m_steps.empty())
+                break;
+            if (finishes())
+                return end(UndoReport::Ending::Done);
             takeBackAll();
         } catch (const SqlError &error) {
             doubt = doubtAfter(m_session, error);
@@ -307,10 +314,11 @@ void UndoLog::makeAgain(const WayBack &back)
 
 bool UndoLog::isAsBefore(const WayBack &back)
 {
+    const QString &database = m_session.gDbName;
     RecordSet rows = connection().execute(back.show);
     // The text's column differs by kind, and its name by server: "Create Table", "SQL Original Statement".
     for (int i = 0; rows.isOpen() && !rows.isEof() && i < rows.fieldCount(); ++i) {
-        if (withoutCounter(rows.text(i)) == withoutCounter(back.text))
+        if (comparable(rows.text(i), database) == comparable(back.text, database))
             return true;
     }
     return false;
@@ -376,4 +384,14 @@ QString UndoLog::untilUndone() const
             return words;
     }
     return {};
+}
+
+void tellReport(Dialogue &dialogue, const QString &error, const UndoReport &report, bool withTip)
+{
+    if (report.message.isEmpty())
+        return;
+    QStringList pieces{error, report.message, report.details};
+    pieces.removeAll(QString());
+    dialogue.setLastError(pieces.join(u'\n'), withTip);
+    dialogue.refuse(report.message);
 }

@@ -2,6 +2,7 @@
 
 #include "core/command/sessionvariables.h"
 #include "core/command/undostep.h"
+#include "core/dialogue.h"
 #include "core/lostanswer.h"
 
 #include <QDateTime>
@@ -23,6 +24,9 @@ struct UndoReport {
     QString message = {}; // what the user has to know; empty: nothing
     QString details = {}; // statements that the user may need
 };
+
+// Shows the report, when there is something in it, and writes it beneath the error.
+void tellReport(Dialogue &dialogue, const QString &error, const UndoReport &report, bool withTip);
 
 // The file of a log that an earlier start of the program left open.
 struct UndoFile {
@@ -108,9 +112,12 @@ private:
     bool m_isInDoubt = false;   // a statement was; what exists is asked from then on
     QStringList m_messages, m_details;
 
-    QString m_path; // empty: no file
+    QString m_pendingDatabase; // the default one that an earlier start had set
+    QString m_path;            // empty: no file
     std::unique_ptr<QLockFile> m_lock;
 };
 
 // Those of the server that the session is connected to.
 std::vector<UndoFile> pendingUndoLogs(Session &session);
+// Tells of each and takes it back where the user wants it: after a connection was made. Throws SqlError.
+void settlePendingUndoLogs(Session &session, Dialogue &dialogue);
