@@ -63,6 +63,7 @@ Remaking::Remaking(Session &session, UndoLog &log, ObjectDefinition definition)
     , mode(modeOf(old, read(log.variables(), session.connection())))
     , head(headOf(old.text, mode))
     , m_session(session)
+    , m_log(log)
     , m_with(sessionFor(old, log.variables()))
 {
     const QString present = log.variables().before(QStringLiteral("sql_mode"));
@@ -108,11 +109,7 @@ void Remaking::rehearse(const std::function<QString(const QString &)> &remake)
 void Remaking::tryAs(const QString &definer, const std::function<QString(const QString &)> &remake)
 {
     try {
-        const auto execute = [&] { m_session.connection().execute(sent(remake(definer))); };
-        if (m_with.empty())
-            execute();
-        else
-            withVariables(m_session, {}, m_with, execute);
+        m_log.send(sent(remake(definer)), m_with);
     } catch (const SqlError &error) {
         if (isOneOf(error.number(), {tableExists, routineExists}))
             return;

@@ -47,6 +47,7 @@ private:
     QString sent(const QString &statement) const;
 
     Session &m_session;
+    UndoLog &m_log;
     std::vector<SessionVariable> m_with;
     QString m_definer;
     QStringList m_rights; // "GRANT ... ON PROCEDURE %1 TO ..."

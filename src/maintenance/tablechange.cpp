@@ -355,7 +355,7 @@ Outcome changeTable(CommandContext &context)
         const ObjectDefinition object = readDefinition(context.session.connection(), showStatement);
         const ObjectKind kind = kindOf(object);
         if (kind == ObjectKind::View)
-            return changeView(context, showStatement, object);
+            return changeView(context, showStatement);
         change.isOursToMakeAgain = kind == ObjectKind::Table;
         change.serverText = object.text;
         change.isOwnText = change.shownText == withCrLf(object.text);

@@ -10,11 +10,18 @@ namespace {
 
 // Without the database before names: the server leaves the default database's out of what it shows, and the
 // console may have chosen another one since.
-QString withoutDatabase(const QString &shownText, const QString &database)
+QString withoutDatabase(const QString &text, const QString &database)
 {
-    return QString(shownText).remove(
-        QRegularExpression(QStringLiteral("(?<![\\w$.])%1\\.").arg(QRegularExpression::escape(database)),
+    return QString(text).remove(
+        QRegularExpression(QStringLiteral("(?<![\\w$.`])`?%1`?\\.").arg(QRegularExpression::escape(database)),
                            QRegularExpression::UseUnicodePropertiesOption));
+}
+
+// As it is with the view's database as the default one, which it is over a new connection, too.
+ObjectDefinition readIn(Session &session, UndoLog &log, const QString &showStatement)
+{
+    log.variables().use(session.connection(), session.gDbName);
+    return readDefinition(session.connection(), showStatement);
 }
 
 // Where the view's name ends that the text's tail begins with.
@@ -38,15 +45,14 @@ qsizetype endOfName(const QString &tail, SqlMode mode)
 // One view under change, told by its steps.
 class ViewChange {
 public:
-    ViewChange(CommandContext &context, const QString &showStatement, const ObjectDefinition &old);
-    // No value: it has been carried out, else the command ends with it.
-    std::optional<Outcome> prepare();
-    void send();
-    UndoReport succeed() { return m_log.close(); }
-    UndoReport undo(const SqlError &error) { return m_log.undo(error); }
+    ViewChange(CommandContext &context, const QString &showStatement);
+    Outcome run();
 
 private:
-    void requireAsShown();
+    std::optional<Outcome> prepare();
+    void send();
+    bool isShown(const QString &text) const;
+    QStringList lost() const;
     QString oldStatement(const QString &verb, const QString &definer) const;
     QString newName() const { return m_newTail.left(endOfName(m_newTail, m_remaking.mode)).trimmed(); }
     Step dropping() const;
@@ -59,39 +65,39 @@ private:
     const QString m_view = qualifiedName(m_context.session.gDbName, m_selection.lblTableName);
     UndoLog m_log;
     Remaking m_remaking;
-    const bool m_isOwnText; // the user edits the server's own text, quotes and all
     DefinitionHead m_newHead;
     QString m_newTail;
 };
 
-ViewChange::ViewChange(CommandContext &context, const QString &showStatement, const ObjectDefinition &old)
+ViewChange::ViewChange(CommandContext &context, const QString &showStatement)
     : m_context(context)
     , m_selection(context.selection)
     , m_show(showStatement)
     , m_log(context.session, QStringLiteral("VIEW %1 の変更").arg(m_view))
-    , m_remaking(context.session, m_log, old)
-    , m_isOwnText(m_selection.lblCreateTable == withCrLf(old.text))
+    , m_remaking(context.session, m_log, readIn(context.session, m_log, showStatement))
     , m_newHead(headOf(m_selection.txtField, m_remaking.mode))
     , m_newTail(m_newHead.keyword == u"VIEW" ? m_selection.txtField.mid(m_newHead.tail) : QString())
 {
 }
 
-void ViewChange::requireAsShown()
+bool ViewChange::isShown(const QString &text) const
 {
-    const QString shown = shownCreateText(QStringLiteral("View"), m_remaking.old.text);
-    if (m_isOwnText || shown == m_selection.lblCreateTable)
-        return;
     const QString &database = m_context.session.gDbName;
-    const QString own = withCrLf(m_remaking.old.text);
-    const auto isSame = [&](const QString &text) {
-        return withoutDatabase(withoutBackticks(text), database) ==
-               withoutDatabase(withoutBackticks(m_selection.lblCreateTable), database);
-    };
-    if (!isSame(shown) && !isSame(own))
+    return withoutDatabase(text, database) == withoutDatabase(m_selection.lblCreateTable, database);
+}
+
+QStringList ViewChange::lost() const
+{
+    if (isShown(withCrLf(m_remaking.old.text)))
+        return {}; // it is the server's own text that is edited
+    if (!isShown(shownCreateText(QStringLiteral("View"), m_remaking.old.text)))
         throw SqlError(
             QStringLiteral("VIEWの定義は表示した後に変更されています。一覧から選択し直して下さい。"));
-    // The texts may not name the database, and would make the view in another one.
-    m_context.session.connection().execute(useStatement(database));
+    const QString &database = m_context.session.gDbName;
+    return lostInShownText(m_context.session.connection(),
+                           QStringLiteral("CREATE VIEW") + withoutDatabase(m_remaking.oldTail(), database),
+                           withoutDatabase(m_selection.lblCreateTable, database), m_selection.txtField,
+                           m_remaking.mode);
 }
 
 // The server's own text behind "CREATE" or "CREATE OR REPLACE"; its attributes are said anew.
@@ -108,17 +114,11 @@ QString ViewChange::oldStatement(const QString &verb, const QString &definer) co
     return text + QStringLiteral(" VIEW") + m_remaking.oldTail();
 }
 
+// No value: the change goes on, else the command ends with it.
 std::optional<Outcome> ViewChange::prepare()
 {
-    requireAsShown();
-    if (!m_isOwnText) {
-        const QString shown = withLf(m_selection.lblCreateTable);
-        const QStringList lost = lostInShownText(m_context.session.connection(),
-                                                 QStringLiteral("CREATE VIEW") + m_remaking.oldTail(), shown,
-                                                 m_selection.txtField, m_remaking.mode);
-        if (auto ending = askAboutLosses(m_context, lost, Reload::OwnTableText))
-            return ending;
-    }
+    if (auto ending = askAboutLosses(m_context, lost(), Reload::OwnTableText))
+        return ending;
     m_remaking.keepCharacterSet({m_selection.txtField, m_remaking.old.text});
     m_remaking.rehearse(
         [this](const QString &definer) { return oldStatement(QStringLiteral("CREATE"), definer); });
@@ -194,6 +194,20 @@ void ViewChange::send()
     m_context.dialogue.progress(3, 3);
 }
 
+Outcome ViewChange::run()
+{
+    try {
+        if (const auto ending = prepare()) {
+            m_log.close();
+            return *ending;
+        }
+        send();
+    } catch (const SqlError &error) {
+        return endFailedChange(m_context, error, [&] { return m_log.undo(error); });
+    }
+    return endChange(m_context, m_log.close());
+}
+
 } // namespace
 
 Outcome endFailedChange(CommandContext &context, const SqlError &error,
@@ -218,18 +232,11 @@ Outcome endChange(CommandContext &context, const UndoReport &afterwards)
     return {Reload::Objects};
 }
 
-Outcome changeView(CommandContext &context, const QString &showStatement, const ObjectDefinition &old)
+Outcome changeView(CommandContext &context, const QString &showStatement)
 {
     try {
-        ViewChange change(context, showStatement, old);
-        if (const auto ending = change.prepare())
-            return *ending;
-        try {
-            change.send();
-        } catch (const SqlError &error) {
-            return endFailedChange(context, error, [&] { return change.undo(error); });
-        }
-        return endChange(context, change.succeed());
+        ViewChange change(context, showStatement);
+        return change.run();
     } catch (const SqlError &error) {
         // Nothing has been changed.
         return endFailedChange(context, error, [] { return UndoReport(); });

@@ -1,7 +1,6 @@
 #pragma once
 
 #include "core/command.h"
-#include "core/command/definition.h"
 #include "core/command/undolog.h"
 
 #include <functional>
@@ -13,4 +12,4 @@ Outcome endChange(CommandContext &context, const UndoReport &afterwards = {});
 
 // cmdCreateTable where the chosen object is a view: it is dropped and made again from the edited text. What
 // the text does not say (algorithm, definer, security) the new one has as the old one had it.
-Outcome changeView(CommandContext &context, const QString &showStatement, const ObjectDefinition &old);
+Outcome changeView(CommandContext &context, const QString &showStatement);

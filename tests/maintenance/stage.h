@@ -24,7 +24,7 @@ struct AgreeingDialogue : ScriptedDialogue {
     bool confirm(const QString &question, Icon) override
     {
         lastQuestion = question;
-        return ++questions > 0;
+        return ++questions <= mostAgreed;
     }
     bool ask(const QString &) override { return ++questions > 0; }
     int choose(const QString &question, const QStringList &) override
@@ -43,7 +43,7 @@ struct AgreeingDialogue : ScriptedDialogue {
     QStringList told;
     QString lastQuestion;
     bool isCritical = false;
-    int questions = 0;
+    int questions = 0, mostAgreed = 1000;
     int chosen = 1; // among the choices of a question
 };
 

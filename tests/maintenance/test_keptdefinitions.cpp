@@ -1,3 +1,4 @@
+#include "core/command/definition.h"
 #include "maintenance/routines.h"
 #include "maintenance/tablechange.h"
 #include "stage.h"
@@ -7,10 +8,20 @@ namespace {
 // Of a view or routine: what SHOW CREATE tells, and who may do what with it.
 struct Object {
     QString tag, name;
-    bool isView() const { return tag == "[VIEW]"; }
+    bool isRoutine() const { return tag == "[PROC]" || tag == "[FUNC]"; }
     QString show() const
     {
-        return isView() ? showCreateTable("`d`.`" + name + "`") : routineShowStatement(tag, "d", name);
+        return isRoutine() ? routineShowStatement(tag, "d", name) : showCreateTable("`d`.`" + name + "`");
+    }
+    void click(RealStage &stage) const
+    {
+        isRoutine() ? stage.clickRoutine(tag, name) : stage.clickTable(name);
+    }
+    Run change() const { return isRoutine() ? Run(changeRoutine) : Run(changeTable); }
+    QString &text(Selection &selection) const { return isRoutine() ? selection.txtProc : selection.txtField; }
+    QString &shown(Selection &selection) const
+    {
+        return isRoutine() ? selection.lblCreateProc : selection.lblCreateTable;
     }
 };
 
@@ -39,9 +50,17 @@ private Q_SLOTS:
     void init();
     void aChangeKeepsTheRest_data();
     void aChangeKeepsTheRest();
+    void whatTheShownTextLosesIsAsked_data();
+    void whatTheShownTextLosesIsAsked();
+    void whatAnAccountCannotKeepIsAsked();
 
 private:
     QString state(const Object &object) const;
+    void make(const QString &definition) const
+    {
+        m_server->run("USE d;\nDELIMITER //\n" + QString(definition).replace("; CREATE", "//\nCREATE") +
+                      "//\n");
+    }
 
     TestServers m_servers;
     TestServer *m_server = nullptr;
@@ -116,24 +135,16 @@ void KeptDefinitionsTest::aChangeKeepsTheRest()
     if (ofMariaDb && !m_isMariaDb)
         QSKIP("this server knows no such thing");
     const Object object{tag, "x"};
-    m_server->run("USE d;\nDELIMITER //\n" + QString(definition).replace("; CREATE", "//\nCREATE") + "//\n");
-    if (!object.isView())
+    make(definition);
+    if (object.isRoutine())
         m_server->run(QString::fromUtf8(rights).arg(tag == "[PROC]" ? "PROCEDURE" : "FUNCTION", "x"));
     const QString before = state(object);
-    qDebug().noquote() << before;
 
     const QStringList drivers =
         m_isMariaDb ? QStringList{nativeDriverName(), odbcDriver()} : QStringList{nativeDriverName()};
     for (const QString &driver : drivers) {
         RealStage stage(*m_server, driver);
-        const auto click = [&] {
-            if (object.isView())
-                stage.clickTable(object.name);
-            else
-                stage.clickRoutine(object.tag, object.name);
-        };
-        QString &text = object.isView() ? stage.selection.txtField : stage.selection.txtProc;
-        const Run change = object.isView() ? Run(changeTable) : Run(changeRoutine);
+        QString &text = object.text(stage.selection);
         const QString session = "select @@sql_mode, @@character_set_client, @@collation_connection, "
                                 "@@sql_select_limit, @@autocommit";
         const auto sessionNow = [&] {
@@ -141,32 +152,112 @@ void KeptDefinitionsTest::aChangeKeepsTheRest()
             return rows.text(0) + rows.text(1) + rows.text(2) + rows.text(3) + rows.text(4);
         };
         const QString sessionBefore = sessionNow();
-        click();
-        stage.run(change); // as it is
+        object.click(stage);
+        stage.run(object.change()); // as it is
         QVERIFY2(stage.told() == "変更しました。", qPrintable(stage.told() + stage.dialogue.lastError));
         QCOMPARE(state(object), before);
 
         text += " ) (";
-        stage.run(change); // a typing error
+        stage.run(object.change()); // a typing error
         QVERIFY2(stage.told().endsWith("変更に失敗しました。"), qPrintable(stage.told()));
         QCOMPARE(state(object), before);
 
         text.chop(4); // corrected, and edited
         RealStage::edit(text, edit.first(2));
-        stage.run(change);
+        stage.run(object.change());
         QVERIFY2(stage.told() == "変更しました。", qPrintable(stage.told() + stage.dialogue.lastError));
         QString after = before;
         for (qsizetype i = 0; i < edit.size(); i += 2)
             after.replace(edit[i], edit[i + 1]);
         QCOMPARE(state(object), after);
 
-        click();
+        object.click(stage);
         RealStage::edit(text, {edit[1], edit[0]}); // and back
-        stage.run(change);
+        stage.run(object.change());
         QVERIFY2(stage.told() == "変更しました。", qPrintable(stage.told() + stage.dialogue.lastError));
         QCOMPARE(state(object), before);
         QCOMPARE(sessionNow(), sessionBefore);
     }
+}
+
+void KeptDefinitionsTest::whatTheShownTextLosesIsAsked_data()
+{
+    QTest::addColumn<QString>("tag");
+    QTest::addColumn<QString>("definition"); // of the object x
+    QTest::addColumn<QStringList>("lost");
+    row("table", "[TABLE]",
+        "CREATE TABLE x (`order` INT, `a b` INT, `1` INT, `e` ENUM('a`b','c'), c INT COMMENT 'it''s `so`', "
+        "`日本` INT, KEY `k` (`e`))",
+        QStringList{"`a b`", "`1`", "'a`b'", "'it''s `so`'", "`order`"});
+    row("view", "[VIEW]",
+        "CREATE VIEW x AS SELECT 'a,b' AS l, 'x and y' AS m, 'plain' AS n, a AS `a,b`, a AS `select`, a AS "
+        "`it's` FROM t",
+        QStringList{"'a,b'", "'x and y'", "`a,b`", "`it's`", "`select`"});
+    row("procedure", "[PROC]", "CREATE PROCEDURE x() SELECT `t`.`order`, 'a`b', `order` FROM `t` -- `ok`\n",
+        QStringList{"'a`b'", "`order`"});
+}
+
+void KeptDefinitionsTest::whatTheShownTextLosesIsAsked()
+{
+    QFETCH(QString, tag);
+    QFETCH(QString, definition);
+    QFETCH(QStringList, lost);
+    const Object object{tag, "x"};
+    make(definition);
+    const QString before = state(object);
+    RealStage stage(*m_server, nativeDriverName());
+    object.click(stage);
+    stage.dialogue.chosen = 0; // the server's own text
+    QCOMPARE(stage.run(object.change()).reload,
+             object.isRoutine() ? Reload::OwnRoutineText : Reload::OwnTableText);
+    QCOMPARE(stage.dialogue.told.size(), 1);
+    QCOMPARE(stage.told().section("\n\n", 1, 1).split('\n'), lost);
+    QCOMPARE(state(object), before);
+
+    const QString own = withCrLf(readDefinition(stage.session.connection(), object.show()).text);
+    object.text(stage.selection) = object.shown(stage.selection) = own;
+    stage.run(object.change());
+    QVERIFY2(stage.told() == "変更しました。", qPrintable(stage.told() + stage.dialogue.lastError));
+    QCOMPARE(state(object), before);
+
+    m_server->run("USE d; " + QString(tag == "[PROC]"   ? "ALTER PROCEDURE x COMMENT 'by another'"
+                                      : tag == "[VIEW]" ? "ALTER VIEW x AS SELECT 1"
+                                                        : "ALTER TABLE x COMMENT 'by another'"));
+    const QString changed = state(object);
+    stage.run(object.change());
+    QVERIFY2((stage.told() + stage.dialogue.lastError).contains("表示した後に変更されています"),
+             qPrintable(stage.told()));
+    QCOMPARE(state(object), changed);
+}
+
+// One that may make and drop, but not name others, nor see what others may do.
+void KeptDefinitionsTest::whatAnAccountCannotKeepIsAsked()
+{
+    const Object object{"[PROC]", "x"};
+    make("CREATE DEFINER=owner@'%' PROCEDURE x() SELECT 1");
+    m_server->run(QString(rights).arg("PROCEDURE", "x") +
+                  "GRANT ALL ON d.* TO owner@'%'; GRANT ALL ON d.* TO reader@localhost;");
+    const QString before = state(object);
+    QFETCH_GLOBAL(TestServer::Brand, brand);
+    // "demo" is the password of the stage's accounts.
+    m_server->run(brand == TestServer::Brand::MySql9
+                      ? "ALTER USER reader@localhost IDENTIFIED BY 'demo'; "
+                        "GRANT SHOW_ROUTINE ON *.* TO reader@localhost"
+                      : "SET PASSWORD FOR reader@localhost = PASSWORD('demo'); "
+                        "GRANT SELECT ON mysql.proc TO reader@localhost");
+    RealStage stage(*m_server, nativeDriverName(), "d", 0, "reader");
+    object.click(stage);
+    stage.dialogue.mostAgreed = 1;
+    stage.run(object.change());
+    QCOMPARE(stage.dialogue.questions, 2);
+    QVERIFY2(stage.dialogue.lastQuestion.contains("DEFINER) `owner`@`%`") &&
+                 stage.dialogue.lastQuestion.contains("他のアカウントの権限"),
+             qPrintable(stage.dialogue.lastQuestion));
+    QCOMPARE(state(object), before);
+    stage.dialogue.mostAgreed = 1000;
+    stage.run(object.change());
+    QCOMPARE(stage.told(), "変更しました。");
+    QVERIFY(state(object).contains("DEFINER=`reader`@`localhost`"));
 }
 
 QTEST_GUILESS_MAIN(KeptDefinitionsTest)

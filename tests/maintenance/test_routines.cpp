@@ -40,7 +40,7 @@ struct ChangeStage : ScriptedStage {
         script.always("show create procedure `d`.p;",
                       Reply::table({"Procedure", "sql_mode", "Create"}, {{"p", "", ownRoutine}}));
         script.always("show create table `d`.v;", Reply::table({" View ", "Create View"}, {{"v", ownView}}));
-        script.always("select 0 as d,0 as order", Reply::failure("syntax", 1064));
+        script.always("select 0 as v,0 as order", Reply::failure("syntax", 1064));
         script.always("select 0 as p,0 as order", Reply::failure("syntax", 1064));
         script.always("select 0 as order", Reply::failure("syntax", 1064));
         for (const QString &statement : refused)
@@ -52,7 +52,7 @@ struct ChangeStage : ScriptedStage {
         L statements;
         for (const QString &statement : script.sent)
             if (!statement.startsWith("select ") && !statement.startsWith("show ") &&
-                !statement.startsWith("set "))
+                !statement.startsWith("set ") && !statement.startsWith("use "))
                 statements << statement;
         return statements;
     }

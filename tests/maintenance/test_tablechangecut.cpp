@@ -286,6 +286,10 @@ void TableChangeCutTest::viewsAndRoutinesAreThereAfterEveryBreak()
                 QVERIFY2(m_told.last().contains("`d`.v") && m_lastError.contains("元に戻す文:"),
                          qPrintable(said));
             }
+            if (hasCut && m_told == QStringList("変更しました。")) { // cut when all was done
+                QVERIFY2(found.contains("'new'"), qPrintable(said));
+                continue;
+            }
             QCOMPARE(said.contains("変更に失敗しました。"), hasCut || isRefused);
             const bool isDone = hasCut && mayReturn && found.contains("'new'");
             QVERIFY2(m_told.last().contains("`d`.v の変更は済んでいます。") == isDone, qPrintable(said));
