@@ -150,7 +150,7 @@ void frmTarnwell::sConnectMode(bool connected)
     c.lblEditProcName->setText(QStringLiteral("編集????："));
     for (ChosenList *list : {c.lstDb, c.lstTables, c.lstProcFunc})
         list->clearItems();
-    showNextStep(c, connected ? Step::ListDatabases : Step::Connect);
+    showNextStep(c, connected ? NextStep::ListDatabases : NextStep::Connect);
     for (FlexGrid *grid : {c.flGrid_Field, c.flGrid_Index, c.flGrid_Status, c.flGrid_Data})
         grid->clearGrid();
 

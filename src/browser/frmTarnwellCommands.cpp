@@ -72,7 +72,7 @@ void frmTarnwell::cmdConnect_Click()
 
 void frmTarnwell::connectNow()
 {
-    showNextStep(m_controls, Step::Connecting);
+    showNextStep(m_controls, NextStep::Connecting);
     m_controls.cmdClose->setEnabled(true); // gives it up
     std::optional<SqlError> failure;
     {

@@ -16,14 +16,14 @@ void enable(std::initializer_list<QWidget *> widgets, bool isOn)
         widget->setEnabled(isOn);
 }
 
-QString databaseHint(Step step)
+QString databaseHint(NextStep step)
 {
     switch (step) {
-    case Step::Connect:
+    case NextStep::Connect:
         return QStringLiteral("接続設定を入力して「接続」(Alt+C) を押してください");
-    case Step::Connecting:
+    case NextStep::Connecting:
         return QStringLiteral("接続中…");
-    case Step::ListDatabases:
+    case NextStep::ListDatabases:
         return QStringLiteral("「ﾃﾞｰﾀﾍﾞｰｽ表示」(Alt+L) を押すと一覧を表示します");
     default:
         return QStringLiteral("表示できるデータベースがありません。「ﾃﾞｰﾀﾍﾞｰｽ作成」(Alt+N) で作れます");
@@ -31,12 +31,12 @@ QString databaseHint(Step step)
 }
 
 // For the lists of what is in a database.
-QString contentHint(Step step, const QString &what)
+QString contentHint(NextStep step, const QString &what)
 {
     switch (step) {
-    case Step::Reading:
+    case NextStep::Reading:
         return QStringLiteral("読み込み中…");
-    case Step::DatabaseChosen:
+    case NextStep::DatabaseChosen:
         return QStringLiteral("このデータベースに%1はありません。「ｸｴﾘ実行」(F9) で作れます").arg(what);
     default:
         return QStringLiteral("データベースを選ぶと、ここに%1が並びます").arg(what);
@@ -45,7 +45,7 @@ QString contentHint(Step step, const QString &what)
 
 } // namespace
 
-void showNextStep(TarnwellControls &controls, Step step)
+void showNextStep(TarnwellControls &controls, NextStep step)
 {
     controls.lstDb->setPlaceholderText(databaseHint(step));
     controls.lstTables->setPlaceholderText(contentHint(step, QStringLiteral("テーブルとビュー")));
@@ -96,7 +96,7 @@ void ObjectLists::cmdShowDb_Click()
     for (; rows.isOpen() && !rows.isEof(); rows.moveNext())
         c.lstDb->appendItem(rows.text(QStringLiteral("database")));
     rows.close();
-    showNextStep(c, Step::ChooseDatabase);
+    showNextStep(c, NextStep::ChooseDatabase);
 
     enable({c.cmdDropDb, c.cmdExec}, true);
     if (m_session.gIsLocalServer)
@@ -132,8 +132,8 @@ void ObjectLists::lstDb_Click()
         c.lstTables->setFocus();
     sProgressBar(*c.picStatus, 0);
 
-    showNextStep(c, Step::Reading);
-    auto nothingChosen = qScopeGuard([&c] { showNextStep(c, Step::ChooseDatabase); }); // after a failure
+    showNextStep(c, NextStep::Reading);
+    auto nothingChosen = qScopeGuard([&c] { showNextStep(c, NextStep::ChooseDatabase); }); // after a failure
     listTables();
     // The two differ in their ends on purpose.
     listRoutines(QStringLiteral("show procedure status ;"), QStringLiteral("[PROC]"));
@@ -141,7 +141,7 @@ void ObjectLists::lstDb_Click()
     nothingChosen.dismiss();
     c.lstTables->showFromRow(table);
     c.lstProcFunc->showFromRow(routine);
-    showNextStep(c, Step::DatabaseChosen);
+    showNextStep(c, NextStep::DatabaseChosen);
     showStatus();
 }
 

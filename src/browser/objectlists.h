@@ -5,8 +5,8 @@
 struct TarnwellControls;
 
 // How far the user has come; the empty lists say what comes next.
-enum class Step { Connect, Connecting, ListDatabases, ChooseDatabase, Reading, DatabaseChosen };
-void showNextStep(TarnwellControls &controls, Step step);
+enum class NextStep { Connect, Connecting, ListDatabases, ChooseDatabase, Reading, DatabaseChosen };
+void showNextStep(TarnwellControls &controls, NextStep step);
 
 // The cascade of lists: databases, then the tables, views and routines of the chosen one. Both throw
 // SqlError for what is not passed over; what was listed so far stays.
