@@ -27,6 +27,7 @@ class SilentDialogue : public Dialogue {
 public:
     bool confirm(const QString &, Icon) override { return true; }
     bool ask(const QString &) override { return true; }
+    int choose(const QString &, const QStringList &) override { return -1; }
     void tell(const QString &text, Icon) override
     {
         told = text;
