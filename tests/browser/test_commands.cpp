@@ -102,7 +102,7 @@ void CommandsTest::contextMenusHoldWhatConcernsTheList()
     const QWidget &window = stage.connected();
     for (const auto &[list, first, none] : {std::tuple("lstDb", "cmdShowDb", "cmdDropTable"),
                                             std::tuple("lstTables", "cmdDataGet", "cmdDropProc"),
-                                            std::tuple("lstProcFunc", "cmdCreateProc", "cmdDropTable")}) {
+                                            std::tuple("lstProcFunc", "showOwnRoutine", "cmdDropTable")}) {
         QStringList shown;
         QTimer::singleShot(0, &window, [&] {
             auto *menu = qobject_cast<QMenu *>(QApplication::activePopupWidget());

@@ -30,8 +30,13 @@ private:
             return;
         dialog->setProperty("isBeingUsed", true);
         if (auto *box = qobject_cast<QMessageBox *>(dialog)) {
-            auto *yes = box->button(QMessageBox::Yes);
-            (yes ? yes : box->button(QMessageBox::Ok))->click();
+            QAbstractButton *yes = box->button(QMessageBox::Yes);
+            if (!yes)
+                yes = box->button(QMessageBox::Ok);
+            for (QAbstractButton *each : box->buttons()) // of several choices the one that goes on
+                if (!yes && each->text().contains(u"変更"))
+                    yes = each;
+            yes->click();
         } else if (auto *files = qobject_cast<QFileDialog *>(dialog)) {
             files->findChild<QLineEdit *>("fileNameEdit")->setText(folder);
             QMetaObject::invokeMethod(files, "accept");

@@ -35,18 +35,18 @@ void BatchTest::commandsSendTheirStatements_data()
         row(name, command, QString(phrase), all, all.last(), QString(closing));
     };
     const QString today = QDate::currentDate().toString("_yy_MM_dd");
-    each("check", checkTables, "ﾃｰﾌﾞﾙの検査を行います。", {"check table `d`.a ", "check table `d`.b c "},
+    each("check", checkTables, "ﾃｰﾌﾞﾙの検査を行います。", {"check table `d`.a ", "check table `d`.b-c "},
          "問題はありませんでした。");
     each("optimize", optimizeTables, "ﾃｰﾌﾞﾙの最適化を行います。",
-         {"optimize table `d`.a", "optimize table `d`.b c"}, "最適化しました。");
-    each("repair", repairTables, "ﾃｰﾌﾞﾙの修復を行います。", {"repair table `d`.a", "repair table `d`.b c"},
+         {"optimize table `d`.a", "optimize table `d`.b-c"}, "最適化しました。");
+    each("repair", repairTables, "ﾃｰﾌﾞﾙの修復を行います。", {"repair table `d`.a", "repair table `d`.b-c"},
          "修復しました。");
     each("copy", copyTables, "ﾃｰﾌﾞﾙのﾃﾞｰﾀｺﾋﾟｰを行います。",
          {"create table `d`.back_a" + today + " select * from `d`.a",
-          "create table `d`.back_b c" + today + " select * from `d`.b c"},
+          "create table `d`.back_b-c" + today + " select * from `d`.b-c"},
          "ﾃｰﾌﾞﾙをｺﾋﾟｰしました。");
     row("backup, one statement for all", Run(backUpTables), "ﾃｰﾌﾞﾙのﾊﾞｯｸｱｯﾌﾟを行います。",
-        L{"backup table `d`.a,`d`.b c to 'C:\\\\bk'"}, "backup table `d`.b c to 'C:\\\\bk'",
+        L{"backup table `d`.a,`d`.b-c to 'C:\\\\bk'"}, "backup table `d`.b-c to 'C:\\\\bk'",
         "「C:\\bk」にﾊﾞｯｸｱｯﾌﾟしました。");
 }
 
@@ -60,9 +60,9 @@ void BatchTest::commandsSendTheirStatements()
     for (const bool coversAll : {true, false}) {
         ScriptedStage stage;
         stage.selection.lblPreTable = coversAll ? "0" : "1";
-        stage.selection.tables = L{"[TABLE]\ta", "[ERROR]\tx", "[VIEW]\tb c"};
-        stage.selection.table = "[VIEW]\tb c";
-        stage.dialogue.expectConfirm((coversAll ? "全" : "[VIEW]\tb c") + phrase, Icon::Information, true);
+        stage.selection.tables = L{"[TABLE]\ta", "[ERROR]\tx", "[VIEW]\tb-c"};
+        stage.selection.table = "[VIEW]\tb-c";
+        stage.dialogue.expectConfirm((coversAll ? "全" : "[VIEW]\tb-c") + phrase, Icon::Information, true);
         if (command == backUpTables)
             stage.dialogue.expectFolder(backupPrompt, "C:\\bk");
         stage.dialogue.expectInform(closing);
@@ -70,7 +70,7 @@ void BatchTest::commandsSendTheirStatements()
         QCOMPARE(stage.script.sent, coversAll ? all : L{one});
         if (command != backUpTables)
             QCOMPARE(stage.dialogue.targets,
-                     coversAll ? L({"a", "b c", "d全ﾃｰﾌﾞﾙ"}) : L({"b c", "d全ﾃｰﾌﾞﾙ"}));
+                     coversAll ? L({"a", "b-c", "d全ﾃｰﾌﾞﾙ"}) : L({"b-c", "d全ﾃｰﾌﾞﾙ"}));
         QCOMPARE(stage.dialogue.progresses, coversAll ? L({"0/3", "0/3", "1/3", "2/3"}) : L({"0/3", "0/3"}));
         QCOMPARE(stage.dialogue.bars, QList<double>{1});
     }
