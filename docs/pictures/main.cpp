@@ -127,9 +127,8 @@ int main(int argc, char *argv[])
     Session session;
     // It holds no settings: the windows look as they do at the first start.
     session.programFolder = QDir::homePath();
-    session.makeConnection =
-        logged([&pump](const QString &text) { return createConnection(text, pump); }, session.statementLog);
-    frmTarnwell window(session, pump);
+    session.connectBy([&pump](const QString &text) { return createConnection(text, pump); });
+    frmTarnwell window(session);
     window.resize(1180, 760);
     window.show();
 

@@ -100,9 +100,9 @@ void CommandsTest::contextMenusHoldWhatConcernsTheList()
 {
     WindowStage stage;
     const QWidget &window = stage.connected();
-    for (const auto &[list, first, none] : {std::tuple("lstDb", "cmdShowDb", "cmdDropTable"),
-                                            std::tuple("lstTables", "cmdDataGet", "cmdDropProc"),
-                                            std::tuple("lstProcFunc", "showOwnRoutine", "cmdDropTable")}) {
+    for (const auto &[list, one, none] : {std::tuple("lstDb", "cmdShowDb", "cmdDropTable"),
+                                          std::tuple("lstTables", "cmdDataGet", "cmdDropProc"),
+                                          std::tuple("lstProcFunc", "cmdCreateProc", "cmdDropTable")}) {
         QStringList shown;
         QTimer::singleShot(0, &window, [&] {
             auto *menu = qobject_cast<QMenu *>(QApplication::activePopupWidget());
@@ -112,7 +112,7 @@ void CommandsTest::contextMenusHoldWhatConcernsTheList()
             menu->close();
         });
         Q_EMIT control<ChosenList>(window, list).customContextMenuRequested(QPoint(5, 5));
-        QCOMPARE(shown.value(0), QString("action_") + first);
+        QVERIFY2(shown.contains(QString("action_") + one), qPrintable(shown.join(u' ')));
         QVERIFY(!shown.contains(QString("action_") + none));
         QCOMPARE(shown.last(), "名前をコピー");
     }

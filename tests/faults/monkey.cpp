@@ -42,10 +42,10 @@ const QStringList statements{
 const QStringList words{"play1",   "x", "商品", "a`b",    "it's",
                         QString(), "😀", " ",    "select", QString(64, u'n')};
 
-const QStringList keys{"Return", "Esc",    "Tab",         "Down",      "Up",     "End",    "Home",
-                       "PgDown", "Del",    "Space",       "Backspace", "A",      "F1",     "F3",
-                       "F5",     "F6",     "F9",          "F12",       "Ctrl+F", "Ctrl+A", "Ctrl+C",
-                       "Ctrl+S", "Ctrl+Z", "Ctrl+Return", "Alt+L"};
+const QStringList keys{"Return", "Esc",    "Ctrl+P", "Tab",         "Down",      "Up",     "End",
+                       "Home",   "PgDown", "Del",    "Space",       "Backspace", "A",      "F1",
+                       "F3",     "F5",     "F6",     "F9",          "F12",       "Ctrl+F", "Ctrl+A",
+                       "Ctrl+C", "Ctrl+S", "Ctrl+Z", "Ctrl+Return", "Alt+L"};
 
 bool isUsable(const QWidget &widget)
 {
