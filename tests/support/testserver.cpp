@@ -17,6 +17,7 @@
 #include <netinet/in.h>
 #include <sys/prctl.h>
 #include <sys/socket.h>
+#include <sys/un.h>
 #include <unistd.h>
 
 void give_up(const QString &why)
@@ -87,16 +88,31 @@ int freePort()
 
 namespace {
 
-bool answers(int port)
+template <class Address>
+bool answers(const Address &address)
 {
-    const int probe = socket(AF_INET, SOCK_STREAM, 0);
+    const auto *any = reinterpret_cast<const sockaddr *>(&address);
+    const int probe = socket(any->sa_family, SOCK_STREAM, 0);
+    const bool isUp = connect(probe, any, sizeof address) == 0;
+    close(probe);
+    return isUp;
+}
+
+bool answersOnPort(int port)
+{
     sockaddr_in address{};
     address.sin_family = AF_INET;
     address.sin_port = htons(static_cast<uint16_t>(port));
     address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-    const bool isUp = connect(probe, reinterpret_cast<sockaddr *>(&address), sizeof address) == 0;
-    close(probe);
-    return isUp;
+    return answers(address);
+}
+
+bool answersOnSocket(const QString &path)
+{
+    sockaddr_un address{};
+    address.sun_family = AF_UNIX;
+    qstrncpy(address.sun_path, QFile::encodeName(path).constData(), sizeof address.sun_path);
+    return answers(address);
 }
 
 void write(const QString &path, const QString &text)
@@ -231,8 +247,8 @@ void TestServer::start()
     m_process->start(path, options + m_moreOptions);
     QElapsedTimer clock;
     clock.start();
-    // MySQL 9 listens on the port a moment before it makes the socket.
-    while (!answers(m_port) || !QFile::exists(socketPath())) {
+    // Servers listen on the port a moment before they do on the socket.
+    while (!answersOnPort(m_port) || !answersOnSocket(socketPath())) {
         if (clock.elapsed() > 60000 || m_process->state() == QProcess::NotRunning) {
             QFile log(folder + "/server.log");
             if (!log.open(QIODevice::ReadOnly))
