@@ -51,23 +51,6 @@ void reconnect(Session &session)
     session.gCn = std::move(connection);
 }
 
-bool exists(Connection &connection, const QString &showCreateStatement)
-{
-    constexpr int noSuchTable = 1146;
-    constexpr int noSuchRoutine = 1305;
-    constexpr int brokenView = 1356;
-    try {
-        connection.execute(showCreateStatement);
-        return true;
-    } catch (const SqlError &error) {
-        if (error.number() == noSuchTable || error.number() == noSuchRoutine)
-            return false;
-        if (error.number() == brokenView)
-            return true;
-        throw;
-    }
-}
-
 ServerPlace serverPlace(Connection &connection)
 {
     const ServerInfo server = connection.server();

@@ -16,9 +16,6 @@ Doubt doubtAfter(const Session &session, const SqlError &error);
 // is when the server cannot be reached.
 void reconnect(Session &session);
 
-// Whether the object of a "show create ..." statement is there; throws SqlError when that cannot be told.
-bool exists(Connection &connection, const QString &showCreateStatement);
-
 // Which server a connection has reached, as far as it tells; and which cluster it belongs to.
 struct ServerPlace {
     QString server;  // empty: not known

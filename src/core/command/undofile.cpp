@@ -213,10 +213,14 @@ void settlePendingUndoLogs(Session &session, Dialogue &dialogue)
         UndoLog log(session, file);
         const QString question =
             QStringLiteral("%1 (%2) が終わらないうちにプログラムが終了しました。\r\n%3\r\n"
-                           "今、元に戻しますか？(実行する文は次のとおりです。)\r\n\r\n%4")
+                           "元に戻す文は次のとおりです。\r\n\r\n%4")
                 .arg(log.what(), log.begun().toString(QStringLiteral("yyyy/MM/dd HH:mm")), log.untilUndone(),
                      log.pendingStatements().join(QStringLiteral(";\r\n")));
-        if (!dialogue.ask(question))
+        const int choice =
+            dialogue.choose(question, {QStringLiteral("元に戻す"), QStringLiteral("記録を消す")});
+        if (choice == 1)
+            log.forget();
+        if (choice != 0)
             continue;
         const UndoReport report = log.undoPending();
         if (report.message.isEmpty())

@@ -170,6 +170,12 @@ UndoReport UndoLog::undoPending()
     return goBack(Doubt::Interrupted);
 }
 
+void UndoLog::forget()
+{
+    m_variables = {}; // those of a session that is gone
+    end(UndoReport::Ending::Undone);
+}
+
 UndoReport UndoLog::goBack(Doubt doubt)
 {
     constexpr int mostDoubts = 3;

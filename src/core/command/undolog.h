@@ -68,6 +68,8 @@ public:
     UndoReport undo(const SqlError &error);
     // The same for a log of an earlier start. The notes stay where it fails.
     UndoReport undoPending();
+    // Leaves the server as it is, and lets the notes of an earlier start go.
+    void forget();
 
     // The steps that are not taken back.
     bool isEmpty() const { return m_steps.empty(); }
@@ -119,5 +121,6 @@ private:
 
 // Those of the server that the session is connected to.
 std::vector<UndoFile> pendingUndoLogs(Session &session);
-// Tells of each and takes it back where the user wants it: after a connection was made. Throws SqlError.
+// Tells of each, and takes it back or forgets it as the user wants: after a connection was made. Throws
+// SqlError.
 void settlePendingUndoLogs(Session &session, Dialogue &dialogue);
