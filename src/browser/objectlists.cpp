@@ -2,6 +2,7 @@
 
 #include "browser/frmTarnwellControls.h"
 #include "controls/windowpump.h"
+#include "core/command/definition.h"
 #include "core/listitem.h"
 #include "core/sql/names.h"
 #include "core/statements.h"
@@ -57,11 +58,10 @@ QString objectTag(Connection &connection, const QString &database, const QString
     try {
         // The server would answer for another object, and every command after it would act on that one.
         requireOwnName(database, name);
-        RecordSet rows =
-            connection.execute(QStringLiteral("show create table ") + qualifiedName(database, name) + u';');
-        if (!rows.isOpen() || rows.isEof())
+        const QString kind = readDefinition(connection, showCreateTable(qualifiedName(database, name))).kind;
+        if (kind.isEmpty())
             return {};
-        return rows.fieldName(0).trimmed() == u"Table" ? QStringLiteral("[TABLE]") : QStringLiteral("[VIEW]");
+        return kind == u"Table" ? QStringLiteral("[TABLE]") : QStringLiteral("[VIEW]");
     } catch (const SqlError &error) {
         // A lost or stopped connection says nothing about the object.
         if (error.isConnectionLost() || error.isInterrupted())

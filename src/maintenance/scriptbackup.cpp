@@ -1,9 +1,11 @@
 #include "maintenance/scriptbackup.h"
 
+#include "core/command/definition.h"
 #include "core/sql/names.h"
 #include "core/statements.h"
 #include "maintenance/batch.h"
 #include "maintenance/objectfile.h"
+#include "maintenance/routines.h"
 
 namespace {
 
@@ -22,8 +24,10 @@ public:
     const QString &folder() const { return m_folder; }
 
 private:
-    RecordSet &read(const QString &statement);
-    void closeRead();
+    ObjectDefinition read(const QString &showStatement)
+    {
+        return readDefinition(m_context.session.connection(), showStatement);
+    }
     void write(const QString &name);
 
     CommandContext &m_context;
@@ -32,33 +36,19 @@ private:
     QString m_text, m_kindWord, m_routineStatement;
 };
 
-RecordSet &ScriptWriter::read(const QString &statement)
-{
-    RecordSet &rows = m_context.session.gRs;
-    rows = m_context.session.connection().execute(statement);
-    return rows;
-}
-
-void ScriptWriter::closeRead()
-{
-    m_context.session.gRs.close();
-}
-
 void ScriptWriter::writeTable(const ListItem &item)
 {
     if (item.isError())
         return;
     requireOwnName(m_database, item.name);
-    RecordSet &rows = read(showCreateTable(qualifiedName(m_database, item.name)));
-    if (!rows.isEof()) {
-        const QString kind = trimmedBlanks(rows.fieldName(0));
-        if (kind == u"Table")
+    const ObjectDefinition definition = read(showCreateTable(qualifiedName(m_database, item.name)));
+    if (!definition.kind.isEmpty()) {
+        if (definition.kind == u"Table")
             m_kindWord = QStringLiteral("table");
-        else if (kind == u"View")
+        else if (definition.kind == u"View")
             m_kindWord = QStringLiteral("view");
-        m_text = shownCreateText(kind, rows.text(1));
+        m_text = shownCreateText(definition.kind, definition.text);
     }
-    closeRead();
     write(item.name);
 }
 
@@ -77,17 +67,14 @@ void ScriptWriter::writeRoutine(const ListItem &item)
         return;
     requireOwnName(m_database, item.name);
 
-    RecordSet &rows = read(m_routineStatement);
-    const bool hasRow = !rows.isEof();
-    if (hasRow) {
-        // Whoever may run a routine without owning it is given NULL: a file that reads NULL is no backup.
-        if (rows.isNull(2))
-            throw SqlError(QStringLiteral("「%1」の定義を読む権限がありません。").arg(item.name));
-        m_text = withoutBackticks(withCrLf(rows.text(2)));
-    }
-    closeRead();
-    if (hasRow)
-        write(item.name);
+    const ObjectDefinition definition = read(m_routineStatement);
+    if (definition.kind.isEmpty())
+        return;
+    // Whoever may run a routine without owning it is given NULL: a file that reads NULL is no backup.
+    if (definition.text.isEmpty())
+        throw SqlError(QStringLiteral("「%1」の定義を読む権限がありません。").arg(item.name));
+    m_text = shownRoutineText(definition.text);
+    write(item.name);
 }
 
 void ScriptWriter::write(const QString &name)

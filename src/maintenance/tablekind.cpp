@@ -1,5 +1,6 @@
 #include "maintenance/tablekind.h"
 
+#include "core/command/definition.h"
 #include "core/statements.h"
 
 #include <QRegularExpression>
@@ -26,10 +27,11 @@ TableKind tableKind(Connection &connection, const QString &database, const QStri
 
 QString createText(Connection &connection, const QString &database, const QString &name)
 {
-    RecordSet rows = connection.execute(QStringLiteral("SHOW CREATE TABLE ") + quotedName(database, name));
-    if (rows.isEof() || rows.fieldCount() < 2)
+    const QString text =
+        readDefinition(connection, QStringLiteral("SHOW CREATE TABLE ") + quotedName(database, name)).text;
+    if (text.isEmpty())
         throw SqlError(QStringLiteral("「%1」の定義を読めません。").arg(name));
-    return rows.text(1);
+    return text;
 }
 
 QString engineIn(const QString &createText)

@@ -24,6 +24,14 @@ ObjectDefinition readIn(Session &session, UndoLog &log, const QString &showState
     return readDefinition(session.connection(), showStatement);
 }
 
+// ALTER VIEW knows no IF NOT EXISTS.
+QString fromName(const QString &tail)
+{
+    static const QRegularExpression condition(QStringLiteral("^\\s+if\\s+not\\s+exists(?=[\\s`\"])"),
+                                              QRegularExpression::CaseInsensitiveOption);
+    return QString(tail).remove(condition);
+}
+
 // Where the view's name ends that the text's tail begins with.
 qsizetype endOfName(const QString &tail, SqlMode mode)
 {
@@ -76,7 +84,7 @@ ViewChange::ViewChange(CommandContext &context, const QString &showStatement)
     , m_log(context.session, QStringLiteral("VIEW %1 の変更").arg(m_view))
     , m_remaking(context.session, m_log, readIn(context.session, m_log, showStatement))
     , m_newHead(headOf(m_selection.txtField, m_remaking.mode))
-    , m_newTail(m_newHead.keyword == u"VIEW" ? m_selection.txtField.mid(m_newHead.tail) : QString())
+    , m_newTail(m_newHead.keyword == u"VIEW" ? fromName(m_selection.txtField.mid(m_newHead.tail)) : QString())
 {
 }
 
