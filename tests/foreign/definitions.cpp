@@ -193,6 +193,9 @@ QString Trial::tryObject(RealStage &stage, const Object &object)
         return ending;
     }
     // The same with an edit, and back.
+    click();
+    if (isOwn)
+        useOwnText(stage, object);
     const QString text = shown;
     words = change(stage, object, edited(object, text));
     if (!words.isEmpty() || withoutEdit(state(object)) != withoutEdit(before)) {

@@ -53,6 +53,7 @@ private Q_SLOTS:
     void whatTheShownTextLosesIsAsked_data();
     void whatTheShownTextLosesIsAsked();
     void whatAnAccountCannotKeepIsAsked();
+    void aTableMadeAgainIsNoFalseAlarm();
 
 private:
     QString state(const Object &object) const;
@@ -258,6 +259,20 @@ void KeptDefinitionsTest::whatAnAccountCannotKeepIsAsked()
     stage.run(object.change());
     QCOMPARE(stage.told(), "変更しました。");
     QVERIFY(state(object).contains("DEFINER=`reader`@`localhost`"));
+}
+
+// MySQL 9 shows a column that has its collation from the table otherwise once its own text has made it.
+void KeptDefinitionsTest::aTableMadeAgainIsNoFalseAlarm()
+{
+    make("CREATE TABLE x (a VARCHAR(9), b VARCHAR(9) COLLATE utf8mb4_general_ci) CHARSET utf8mb4 COLLATE "
+         "utf8mb4_bin");
+    m_server->run("INSERT INTO d.x VALUES ('1', '2')");
+    RealStage stage(*m_server, nativeDriverName());
+    stage.clickTable("x");
+    RealStage::edit(stage.selection.txtField, {"(\r\n", "(\r\n  KEY k (nothing),\r\n"});
+    stage.run(changeTable);
+    QCOMPARE(stage.told(), "ﾃｰﾌﾞﾙの変更に失敗しました。");
+    QCOMPARE((*m_sql)("SELECT * FROM d.x"), "1\t2");
 }
 
 QTEST_GUILESS_MAIN(KeptDefinitionsTest)

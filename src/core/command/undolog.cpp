@@ -30,11 +30,13 @@ bool isSo(Connection &connection, const Question &question)
 namespace {
 
 // A counter that has gone on is no other definition; and the server names the database only where it is not
-// the default one.
+// the default one. A column that has its collation from the table is made again as one with its own, and
+// MySQL from 8 on then shows the character set, too.
 QString comparable(QString text, const QString &database)
 {
     static const QRegularExpression counter(QStringLiteral(" AUTO_INCREMENT=\\d+"));
-    return text.remove(counter).remove(quotedName(database) + u'.');
+    static const QRegularExpression characterSet(QStringLiteral(" CHARACTER SET \\w+(?= COLLATE )"));
+    return text.remove(counter).remove(characterSet).remove(quotedName(database) + u'.');
 }
 
 } // namespace
