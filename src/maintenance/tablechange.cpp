@@ -83,6 +83,8 @@ private:
     void setForCopy(Step &step) const;
     bool mayLoseTriggers();
     bool freeze();
+    bool lock();
+    void waitForOtherNodes();
     QString checksum(const QString &table);
     void fill();
     void verify();
@@ -211,8 +213,7 @@ QString TableRebuild::checksum(const QString &table)
     }
 }
 
-// Keeps others from writing, and brings what they wrote since the copy was made into it.
-bool TableRebuild::freeze()
+bool TableRebuild::lock()
 {
     static constexpr int noRight[] = {1044, 1142, 1227};
     try {
@@ -227,6 +228,26 @@ bool TableRebuild::freeze()
                 Icon::Critical))
             return false;
     }
+    return true;
+}
+
+// From now on each statement first waits for what the other nodes have committed.
+void TableRebuild::waitForOtherNodes()
+{
+    const QString wait = QStringLiteral("wsrep_sync_wait");
+    m_log.variables().read(connection(), {wait});
+    m_log.variables().set(connection(), {{wait, QStringLiteral("15")}});
+}
+
+// Keeps others from writing, and brings what they wrote since the copy was made into it.
+bool TableRebuild::freeze()
+{
+    // Under Galera another node's row would wait for the lock and the drop for that row, both for ever.
+    const bool isInGalera = !m_log.place().cluster.isEmpty() && connection().server().isMariaDb;
+    if (isInGalera)
+        waitForOtherNodes();
+    else if (!lock())
+        return false;
     const QString rows = checksum(m_change.oldTable());
     if (!rows.isEmpty() && rows == checksum(m_change.copy))
         return true;

@@ -1,12 +1,18 @@
 #include "core/command/serverrole.h"
+#include "core/lostanswer.h"
+#include "maintenance/tablebatches.h"
 #include "maintenance/tablechange.h"
 #include "stage.h"
 #include "support/balancer.h"
 #include "support/cuttingproxy.h"
 #include "support/testcluster.h"
+#include "users/accountcommands.h"
 
 #include <chrono>
 #include <thread>
+
+using AccountRun = AccountOutcome (*)(AccountContext &);
+Q_DECLARE_METATYPE(AccountRun)
 
 using Cut = CuttingProxy::Cut;
 using namespace std::chrono_literals;
@@ -74,12 +80,20 @@ private Q_SLOTS:
     void aStopKillsNobodyElse();
     void aTableChangeGoesOnAtAnotherNode_data();
     void aTableChangeGoesOnAtAnotherNode();
+    void aRowOfAnotherNodeIsKeptOrTold_data();
     void aRowOfAnotherNodeIsKeptOrTold();
+    void whatOtherNodesDoNotHaveIsAskedFirst();
+    void everyNodeForgetsWhatWasDeleted_data();
+    void everyNodeForgetsWhatWasDeleted();
+    void aNodeThatIsNotReadyChangesNothing();
+    void aConflictAtTheCommitIsTold();
+    void aNodeThatDiesEndsTheBatch(); // the last one: the node stays away
 
 private:
     static void bothDrivers();
     void setUp();
     QString sumOf(const QString &table);
+    int statementsBeforeCopy(const QString &text);
 
     std::unique_ptr<TestCluster> m_cluster;
     std::unique_ptr<Balancer> m_balancer;
@@ -166,7 +180,6 @@ void ClusterTest::aStopKillsNobodyElse()
         answer = error.description() + (error.isConnectionLost() || error.isInterrupted() ? "!" : "?");
     }
     stranger.join();
-    qDebug() << answer << m_balancer->connections();
     QCOMPARE(others, "0");
     QVERIFY2(answer.endsWith(u'!'), qPrintable(answer));
 }
@@ -174,79 +187,89 @@ void ClusterTest::aStopKillsNobodyElse()
 void ClusterTest::aTableChangeGoesOnAtAnotherNode_data()
 {
     QTest::addColumn<QString>("text");
-    QTest::addColumn<bool>("isBehind"); // the other node applies nothing for a while
-    const QString refused = "CREATE TABLE t (a int auto_increment primary key, b date)";
-    row("changed", changedText, false);
-    row("changed, node behind", changedText, true);
-    row("refused, node behind", refused, true);
-    row("renamed, node behind", QString("CREATE TABLE u (b varchar(90), a bigint)"), true);
+    row("changed", changedText);
+    row("refused and renamed", QString("CREATE TABLE u (a int auto_increment primary key, b date)"));
 }
 
-// The connection breaks at each statement in turn, and whoever connects again reaches the next node.
+// A change reads for a while before it changes anything.
+int ClusterTest::statementsBeforeCopy(const QString &text)
+{
+    setUp();
+    RealStage user(m_cluster->node(0), nativeDriverName());
+    user.clickTable("t");
+    user.selection.txtField = text;
+    m_cluster->node(0).takeStatements();
+    user.run(changeTable);
+    const QStringList statements = m_cluster->node(0).takeStatements();
+    return static_cast<int>(statements.indexOf(QRegularExpression("^create table .*")));
+}
+
+// The answer to each statement in turn is lost, and whoever connects again reaches a node that is behind.
 void ClusterTest::aTableChangeGoesOnAtAnotherNode()
 {
     QFETCH(QString, text);
-    QFETCH(bool, isBehind);
     CuttingProxy proxy(m_balancer->port());
-    for (const Cut what : {Cut::Request, Cut::Answer}) {
-        bool hasCut = true;
-        for (int n = 0; hasCut; ++n) {
-            setUp();
-            const QString whole = sumOf("t");
-            m_balancer->turnTo(0);
-            RealStage user(m_cluster->node(0), nativeDriverName(), "d", proxy.port());
-            user.clickTable("t");
-            user.selection.txtField = text;
-            auto blocker = createConnection(m_cluster->node(1).nativeString(), m_pump);
-            blocker->open();
-            if (isBehind)
-                blocker->execute("flush tables with read lock");
-            proxy.cutAt(n, what, true);
-            std::atomic<bool> isOver = false;
-            std::thread release([&] {
-                while (!proxy.hasCut() && !isOver)
-                    std::this_thread::sleep_for(5ms);
-                std::this_thread::sleep_for(isOver ? 0ms : 700ms);
-                blocker->close();
-            });
-            user.run(changeTable);
-            hasCut = proxy.hasCut();
-            isOver = true;
-            release.join();
-            proxy.cutAt(-2, Cut::Request, true);
-            const QStringList tables = m_cluster->run("show tables", "d", 2).split('\n', Qt::SkipEmptyParts);
-            QString found;
-            for (const QString &table : tables)
-                found +=
-                    table + ' ' + m_cluster->run("select count(*) from " + table, "d", 2).trimmed() + ' ';
-            const QString where = QStringLiteral("%1 %2: %3; %4 %5")
-                                      .arg(n)
-                                      .arg(what == Cut::Answer ? "answer" : "request", found, user.told(),
-                                           user.dialogue.lastError);
-            qDebug().noquote() << where;
-            const QString name = tables.contains("t") ? "t" : "u";
-            QVERIFY2(tables.contains(name) && sumOf(name) == whole, qPrintable(where));
-            for (const QString &table : tables)
-                QVERIFY2(table == name || user.told().contains(table), qPrintable(where));
-        }
+    bool hasCut = true;
+    int breaks = 0;
+    for (int n = statementsBeforeCopy(text); hasCut; ++n) {
+        setUp();
+        const QString whole = sumOf("t");
+        m_balancer->turnTo(0);
+        RealStage user(m_cluster->node(0), nativeDriverName(), "d", proxy.port());
+        user.clickTable("t");
+        user.selection.txtField = text;
+        auto blocker = createConnection(m_cluster->node(1).nativeString(), m_pump);
+        blocker->open();
+        blocker->execute("flush tables with read lock"); // it applies nothing for a while
+        proxy.cutAt(n, Cut::Answer, true);
+        std::atomic<bool> isOver = false;
+        std::thread release([&] {
+            while (!proxy.hasCut() && !isOver)
+                std::this_thread::sleep_for(5ms);
+            std::this_thread::sleep_for(isOver ? 0ms : 300ms);
+            blocker->close();
+        });
+        user.run(changeTable);
+        hasCut = proxy.hasCut();
+        breaks += hasCut;
+        isOver = true;
+        release.join();
+        proxy.cutAt(-2, Cut::Answer, true);
+        const QStringList tables = m_cluster->run("show tables", "d", 2).split('\n', Qt::SkipEmptyParts);
+        const QString where = QStringLiteral("%1: %2; %3 %4")
+                                  .arg(n)
+                                  .arg(tables.join(' '), user.told(), user.dialogue.lastError);
+        QVERIFY2(tables.contains("t") && sumOf("t") == whole, qPrintable(where));
+        for (const QString &table : tables)
+            QVERIFY2(table == u"t" || user.told().contains(table), qPrintable(where));
     }
+    QVERIFY(breaks >= 5);
+}
+
+void ClusterTest::aRowOfAnotherNodeIsKeptOrTold_data()
+{
+    QTest::addColumn<bool>("isCommittedAtOnce");
+    row("committed at once", true);
+    row("committed later", false);
 }
 
 // Another node's client writes into the table between any two statements of the change.
 void ClusterTest::aRowOfAnotherNodeIsKeptOrTold()
 {
+    QFETCH(bool, isCommittedAtOnce);
     bool isHooked = true;
+    QStringList lost;
     for (int n = 0; isHooked; ++n) {
         setUp();
         RealStage user(m_cluster->node(0), nativeDriverName());
         user.clickTable("t");
         user.selection.txtField = changedText;
+        user.session.connection().execute(QStringLiteral("set autocommit=%1").arg(isCommittedAtOnce));
         isHooked = false;
         QString failure;
         user.session.gCn = std::make_unique<HookedConnection>(std::move(user.session.gCn), n, [&] {
             isHooked = true;
-            BlockingPump pump;
-            auto other = createConnection(m_cluster->node(1).nativeString("d"), pump);
+            auto other = createConnection(m_cluster->node(1).nativeString("d"), m_pump);
             try {
                 other->open();
                 other->execute("set session wsrep_sync_wait=15");
@@ -257,15 +280,125 @@ void ClusterTest::aRowOfAnotherNodeIsKeptOrTold()
             }
         });
         user.run(changeTable);
-        const QString there = m_cluster->run("select count(*), sum(a=1001) from t", "d", 2).trimmed();
+        user.session.gCn->close();
+        const QString there =
+            m_cluster->run("select sum(b<>'other'), sum(b='other') from t", "d", 2).trimmed();
         const QString where = QStringLiteral("%1: %2 %3; %4 %5")
                                   .arg(n)
                                   .arg(there, failure, user.told(), user.dialogue.lastError);
-        qDebug().noquote() << where;
-        QVERIFY2(there.endsWith("\t1") || !failure.isEmpty() ||
-                     user.dialogue.lastQuestion.contains("失われることがあります"),
-                 qPrintable(where));
+        QVERIFY2(there.startsWith("50\t"), qPrintable(where));
+        QVERIFY2(user.dialogue.lastQuestion.contains("失われることがあります"), qPrintable(where));
+        if (isHooked && !there.endsWith("\t1") && failure.isEmpty())
+            lost << where;
     }
+    // Nothing keeps the other node from writing between the last look at the rows and the drop.
+    QVERIFY2(lost.size() <= 2, qPrintable(lost.join('\n')));
+}
+
+void ClusterTest::whatOtherNodesDoNotHaveIsAskedFirst()
+{
+    m_cluster->run("create or replace database d; create table d.m (a int) engine=MyISAM");
+    RealStage user(m_cluster->node(0), nativeDriverName());
+    user.clickTable("m");
+    user.selection.txtField.replace("(11)", "(9)");
+    user.run(changeTable);
+    QVERIFY2(user.dialogue.lastQuestion.contains("MyISAM の行は他のﾉｰﾄﾞに複製されず"),
+             qPrintable(user.dialogue.lastQuestion));
+}
+
+void ClusterTest::everyNodeForgetsWhatWasDeleted_data()
+{
+    QTest::addColumn<AccountRun>("command");
+    QTest::addColumn<QString>("left"); // by SHOW GRANTS; empty: no account
+    row("account", AccountRun(deleteAccount), QString());
+    row("database right", AccountRun(deleteDatabaseGrant), QString("d.t"));
+    row("table right", AccountRun(deleteTableGrant), QString("d.*"));
+}
+
+void ClusterTest::everyNodeForgetsWhatWasDeleted()
+{
+    QFETCH(AccountRun, command);
+    QFETCH(QString, left);
+    setUp();
+    m_cluster->run("create or replace user u identified by 'p'; grant select, insert on d.* to u;"
+                   "grant select on d.t to u");
+    RealStage user(m_cluster->node(0), nativeDriverName());
+    AccountForm form;
+    form.account = {"%", "u"};
+    form.accounts = {"%\tu"};
+    form.global = form.globalBefore = Checks(26);
+    form.database = Checks(17);
+    form.table = Checks(4);
+    form.databases = {"d"};
+    form.tables = {"d\tt"};
+    form.shownDatabase = form.shownTableDatabase = "d";
+    form.shownTable = "t";
+    form.addDatabase = form.addTableDatabase = noDatabase();
+    AccountContext context{user.session, form, user.dialogue};
+    command(context);
+    for (int i = 0; i < TestCluster::size; ++i) {
+        QString levels;
+        if (m_cluster->run("select 1 from mysql.user where user='u'", {}, i) == u"1\n")
+            levels = m_cluster->run("show grants for u", {}, i);
+        levels.remove('`');
+        const QString where = QStringLiteral("node %1: %2; %3").arg(i).arg(levels, user.told());
+        QVERIFY2(left.isEmpty() ? levels.isEmpty() : levels.contains(" ON " + left), qPrintable(where));
+        QCOMPARE(levels.count(" ON d."), left.isEmpty() ? 0 : 1);
+    }
+}
+
+void ClusterTest::aNodeThatIsNotReadyChangesNothing()
+{
+    for (const Run command : {changeTable, optimizeTables}) {
+        setUp();
+        const QString whole = sumOf("t");
+        RealStage user(m_cluster->node(1), nativeDriverName());
+        user.listTables(m_cluster->node(1));
+        user.clickTable("t");
+        user.selection.txtField = changedText;
+        m_cluster->setReady(1, false);
+        user.run(command);
+        m_cluster->setReady(1, true);
+        QVERIFY2(user.dialogue.lastError.contains("WSREP has not yet prepared node"),
+                 qPrintable(user.told() + user.dialogue.lastError));
+        QCOMPARE(sumOf("t"), whole);
+        QCOMPARE(m_cluster->run("show tables", "d"), "t\n");
+    }
+}
+
+// A statement that two nodes cannot both have carried out ends the later transaction, not the connection.
+void ClusterTest::aConflictAtTheCommitIsTold()
+{
+    setUp();
+    RealStage user(m_cluster->node(0), nativeDriverName());
+    Connection &connection = user.session.connection();
+    connection.execute("begin");
+    connection.execute("update d.t set b='first' where a=1");
+    m_cluster->run("update d.t set b='second' where a=1", {}, 1);
+    m_cluster->run("select 1"); // applied here as well
+    try {
+        connection.execute("commit");
+        QFAIL("both were committed");
+    } catch (const SqlError &error) {
+        QCOMPARE(error.number(), 1213);
+        QCOMPARE(doubtAfter(user.session, error), Doubt::None);
+    }
+    RecordSet rows = connection.execute("select b from d.t where a=1");
+    QCOMPARE(rows.text(0), "second");
+}
+
+void ClusterTest::aNodeThatDiesEndsTheBatch()
+{
+    m_cluster->run("create or replace database d; create table d.a (a int); create table d.b (a int);"
+                   "create table d.c (a int)");
+    RealStage user(m_cluster->node(2), nativeDriverName());
+    user.listTables(m_cluster->node(2));
+    user.session.gCn = std::make_unique<HookedConnection>(std::move(user.session.gCn), 1,
+                                                          [&] { m_cluster->node(2).kill(); });
+    user.run(checkTables);
+    QCOMPARE(user.dialogue.told.size(), 1);
+    QVERIFY2(user.dialogue.isCritical, qPrintable(user.told()));
+    QCOMPARE(m_cluster->run("show tables", "d", 1), "a\nb\nc\n");
 }
 
 QTEST_GUILESS_MAIN(ClusterTest)
