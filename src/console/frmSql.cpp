@@ -7,6 +7,7 @@
 #include "controls/stopping.h"
 #include "controls/widgetdialogue.h"
 #include "controls/windowsize.h"
+#include "core/command/writing.h"
 #include "core/basconnection.h"
 #include "core/statements.h"
 
@@ -249,6 +250,8 @@ void frmSql::cmdExec_Click()
     runAlone(c.cmdExec, c.cmdExec->text(), [this] {
         c.txtError->clear();
         if (isStatementMissing())
+            return;
+        if (mayChange(c.txtSql->contents()) && !mayWrite(m_session, *m_dialogue))
             return;
         m_history.add(trimmedBlanks(c.txtSql->contents()));
         const RunTag tag(m_session.runner, *c.cmdExec);

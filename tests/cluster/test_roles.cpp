@@ -1,4 +1,5 @@
 #include "core/command/serverrole.h"
+#include "core/command/writing.h"
 #include "core/connect.h"
 #include "stage.h"
 
@@ -14,6 +15,7 @@ private Q_SLOTS:
     void readOnlyAndRunningReplicasAreSeen();
     void whatTheAccountMayNotAskIsTakenForNo();
     void aGroupsOwnChannelsAreNoSources();
+    void statementsThatOnlyReadAreKnown();
 
 private:
     std::unique_ptr<Connection> connect(const TestServer &server, const QString &account = "demo");
@@ -95,6 +97,17 @@ void RolesTest::aGroupsOwnChannelsAreNoSources()
     const ServerRole role = readServerRole(*connection);
     QVERIFY(role.isClusterMember && role.isReadOnly);
     QCOMPARE(role.sources, QStringList{"far:3306"});
+}
+
+void RolesTest::statementsThatOnlyReadAreKnown()
+{
+    for (const char *text : {"select 'delete'", "/* delete */ (select 1)", "-- x\n show tables", "BEGIN;", "",
+                             "with t as (select 1) select * from t", "explain delete from t"})
+        QVERIFY2(!mayChange(text), text);
+    for (const char *text :
+         {"delete from t", "-- select\nupdate t set a=1", "/*!50100 drop */ table t", "call p()",
+          "with t as (select 1) delete from u", "start_it", "analyze update t set a=1"})
+        QVERIFY2(mayChange(text), text);
 }
 
 QTEST_GUILESS_MAIN(RolesTest)

@@ -1,7 +1,10 @@
 #include "core/command/writing.h"
 
 #include "core/basconnection.h"
+#include "core/sql/lexer.h"
 #include "core/statements.h"
+
+#include <algorithm>
 
 namespace {
 
@@ -27,4 +30,23 @@ bool mayWrite(Session &session, Dialogue &dialogue)
                                            "レプリケーションが止まることがあります。\r\n続けますか？")
                                 .arg(serverName(session), roleText(session.role)),
                             Icon::Critical);
+}
+
+bool mayChange(const QString &statement)
+{
+    static const QStringList reading{"select",   "show",  "desc",     "describe", "explain",
+                                     "help",     "use",   "set",      "with",     "values",
+                                     "table",    "begin", "start",    "commit",   "do",
+                                     "rollback", "check", "checksum", "kill",     "savepoint"};
+    static const QStringList writing{"insert", "update", "delete", "replace"};
+    QStringList words;
+    for (const Token &token : sqlTokens(statement)) {
+        if (token.kind == TokenKind::Word)
+            words << statement.mid(token.start, token.length).toLower();
+    }
+    if (words.isEmpty() || !reading.contains(words.first()))
+        return !words.isEmpty();
+    // "with t as (...) delete ..."
+    return words.first() == u"with" &&
+           std::ranges::any_of(words, [](const QString &word) { return writing.contains(word); });
 }

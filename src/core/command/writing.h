@@ -7,3 +7,6 @@
 // rights: what such an account changes on a replica is missing elsewhere, or stops the replication. So the
 // user is asked; false: not to be done. Never throws.
 bool mayWrite(Session &session, Dialogue &dialogue);
+
+// Whether a statement of the user's may change something, judged by its words: in doubt it may.
+bool mayChange(const QString &statement);
