@@ -58,6 +58,8 @@ std::vector<FieldRec> readFields(Session &session, const QString &table)
     return fields;
 }
 
+const QString keyDemand = QStringLiteral("sql_require_primary_key");
+
 // One table on its way from one definition to another.
 class TableRebuild {
 public:
@@ -80,6 +82,9 @@ private:
     Connection &connection() { return m_session.connection(); }
     void openLog();
     void readTable();
+    // The server takes no table without a key: the copy has none, and an old table without one must come
+    // back.
+    bool isKeyDemanded() const { return m_log.variables().before(keyDemand) == u"1"; }
     void setForCopy(Step &step) const;
     bool mayLoseTriggers();
     bool freeze();
@@ -105,7 +110,7 @@ void TableRebuild::openLog()
     if (hasSwitch)
         names << QStringLiteral("check_constraint_checks");
     if (!server.isMariaDb && server.number >= firstWithKeyRule)
-        names << QStringLiteral("sql_require_primary_key");
+        names << keyDemand;
     if (!server.isMariaDb && server.number >= firstWithOwnKeys)
         names << QStringLiteral("sql_generate_invisible_primary_key");
     m_log.variables().read(connection(), names);
@@ -121,6 +126,8 @@ void TableRebuild::openLog()
                                         {QStringLiteral("foreign_key_checks"), QStringLiteral("0")}};
     if (hasSwitch)
         wanted.push_back({QStringLiteral("check_constraint_checks"), QStringLiteral("0")});
+    if (isKeyDemanded())
+        wanted.push_back({keyDemand, QStringLiteral("0")});
     m_log.open(wanted);
 }
 
@@ -168,11 +175,9 @@ std::optional<Outcome> TableRebuild::prepare()
 // The copy has no key, and the server is not to give it one.
 void TableRebuild::setForCopy(Step &step) const
 {
-    for (const char *name : {"sql_require_primary_key", "sql_generate_invisible_primary_key"}) {
-        const QString variable = QString::fromLatin1(name);
-        if (m_log.variables().before(variable) == u"1")
-            step.with.push_back({variable, QStringLiteral("0")});
-    }
+    const QString variable = QStringLiteral("sql_generate_invisible_primary_key");
+    if (m_log.variables().before(variable) == u"1")
+        step.with.push_back({variable, QStringLiteral("0")});
 }
 
 // Tries the triggers on the copy, and asks where one could not be made again.
@@ -300,6 +305,8 @@ bool TableRebuild::run()
     // So that the server itself refuses a definition that others' foreign keys, or its own, do not fit.
     if (!m_change.children.empty() || m_change.editedText.contains(u"references", Qt::CaseInsensitive))
         create.with = {{QStringLiteral("foreign_key_checks"), QStringLiteral("1")}};
+    if (isKeyDemanded())
+        create.with.push_back({keyDemand, QStringLiteral("1")});
     m_log.execute(std::move(create));
     dialogue.progress(5, 3);
     fill();
