@@ -19,6 +19,7 @@ ConsoleRun::Result ConsoleRun::execute(const RunRequest &request)
 {
     m_request = request;
     m_hasText = true;
+    m_hasTriedToSave = false;
     m_rowCount = 0;
     m_byteCount = 0;
     m_rows = m_session.connection().execute(request.statement);
@@ -38,7 +39,7 @@ void ConsoleRun::keepWhatWasRead()
     if (m_hasText)
         return;
     showText();
-    if (m_session.runner.isStopWanted() && m_request.savesText)
+    if (m_request.savesText && !m_hasTriedToSave)
         saveText(outputPath());
 }
 
@@ -104,6 +105,7 @@ void ConsoleRun::readRows(const std::function<void()> &take)
 
 void ConsoleRun::saveText(const QString &path)
 {
+    m_hasTriedToSave = true;
     Yield yield;
     OutputFile file(path, std::ref(yield));
     writeLines(m_rows.fields(), m_views.grid.rows(), m_request.delimiter, [&](std::string_view text) {

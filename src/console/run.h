@@ -41,9 +41,8 @@ public:
     // then is in the grid or, as whole lines, in the file. Throws std::bad_alloc, too; rows that the memory
     // is too small for are let go.
     Result execute(const RunRequest &request);
-    // After an execution that threw: puts what was read into the text box and, had it been stopped, into the
-    // file. Apart from execute() because it takes its time: the user hears of the stop first. Throws as
-    // execute() does.
+    // After an execution that threw: puts what was read into the text box and the file. Apart from execute()
+    // because it takes its time: the user hears of the stop first. Throws as execute() does.
     void keepWhatWasRead();
     qint64 rowCount() const { return m_rowCount; }
     // What the user should know of an execution without rows; mostly empty.
@@ -66,4 +65,5 @@ private:
     qint64 m_rowCount = 0;
     std::size_t m_byteCount = 0; // of the values read and what stands behind each
     bool m_hasText = true;       // the text box shows what the grid shows
+    bool m_hasTriedToSave = false;
 };
