@@ -90,6 +90,7 @@ private:
     bool freeze();
     bool lock();
     void waitForOtherNodes();
+    void takeCounter();
     QString checksum(const QString &table);
     void fill();
     void verify();
@@ -222,7 +223,8 @@ bool TableRebuild::lock()
 {
     static constexpr int noRight[] = {1044, 1142, 1227};
     try {
-        m_log.execute(lockStep(m_change));
+        m_log.execute(lockStep(m_change, m_change.oldTable()));
+        m_change.mayLock = true;
     } catch (const SqlError &error) {
         if (std::ranges::find(noRight, error.number()) == std::end(noRight))
             throw;
@@ -253,12 +255,30 @@ bool TableRebuild::freeze()
         waitForOtherNodes();
     else if (!lock())
         return false;
+    takeCounter();
     const QString rows = checksum(m_change.oldTable());
     if (!rows.isEmpty() && rows == checksum(m_change.copy))
         return true;
     for (const QString &statement : copyAgainStatements(m_change))
         connection().execute(statement);
     return true;
+}
+
+// Rows that others added since the table was shown have numbers that the shown counter would give again.
+void TableRebuild::takeCounter()
+{
+    const QString now = readDefinition(connection(), showCreateTable(m_change.oldTable())).text;
+    if (now.isEmpty() || m_change.serverText.isEmpty())
+        return;
+    // The server names the database only where it is not the default one.
+    const QString prefix = quotedName(m_change.database) + u'.';
+    const QString before =
+        shownCreateText(QStringLiteral("Table"), QString(m_change.serverText).remove(prefix));
+    if (!isAsShown(QString(now).remove(prefix), before))
+        throw SqlError(QStringLiteral("ﾃｰﾌﾞﾙの定義は表示した後に変更されています。"));
+    m_change.editedText = withCounterOf(now, m_change.editedText, m_change.shownText);
+    m_change.shownText = withCounterOf(now, m_change.shownText, m_change.shownText);
+    m_change.serverText = now;
 }
 
 void TableRebuild::fill()
@@ -309,7 +329,11 @@ bool TableRebuild::run()
         create.with.push_back({keyDemand, QStringLiteral("1")});
     m_log.execute(std::move(create));
     dialogue.progress(5, 3);
+    // A number that somebody else takes now would stand in the way of a row.
+    if (m_change.mayLock)
+        m_log.execute(lockStep(m_change, m_change.newTable()));
     fill();
+    m_log.release();
     verify();
     for (const Trigger &trigger : m_change.triggers)
         m_log.execute(makeTrigger(trigger, m_change.database, m_change.newName));

@@ -41,6 +41,38 @@ Question hasRowsOf(const QString &table, const QString &other)
                 .arg(table, other)};
 }
 
+// Others may have written into the new table: it is put aside as a whole, and dropped only when all its rows
+// are those of the copy.
+std::vector<WayBack> dropNewTable(const TableChange &change)
+{
+    constexpr int noSuchTable = 1146, unknownTable = 1051;
+    WayBack use, aside, drop, dropAside;
+    // The name that follows is not qualified: it must not hit a table of another database.
+    use.statement = useStatement(change.database);
+    drop.statement = QStringLiteral("drop table ") + change.oldName;
+    drop.nothingThere = unknownTable;
+    drop.needs = isThere(showCreateTable(change.copy));
+    if (change.isRenamed()) {
+        drop.remark = newTableIsLeft(change);
+        return {use, drop};
+    }
+    const QString other =
+        qualifiedName(change.database, change.bareCopy().chopped(4) + QStringLiteral("rest"));
+    aside.statement = QStringLiteral("rename table %1 to %2").arg(change.newTable(), other);
+    aside.nothingThere = noSuchTable;
+    // Prescribed: it finds nothing any more, unless the account may not rename.
+    aside.lost = QStringLiteral("変更中に他の接続が書き込んだ行は、失われた可能性があります。");
+    dropAside.statement = QStringLiteral("drop table ") + other;
+    dropAside.nothingThere = unknownTable;
+    dropAside.when.statement = QStringLiteral("select 1 from dual where (select count(*) from %1) in "
+                                              "(0, (select count(*) from %2))")
+                                   .arg(other, change.copy);
+    dropAside.isAlwaysAsked = true;
+    dropAside.notSent =
+        QStringLiteral("変更中に他の接続が書き込んだ行が、ﾃｰﾌﾞﾙ %1 に残っています。").arg(other);
+    return {use, aside, drop, dropAside};
+}
+
 WayBack makeOldTable(const TableChange &change)
 {
     WayBack make;
@@ -75,10 +107,10 @@ Step copyStep(const TableChange &change)
     return step;
 }
 
-Step lockStep(const TableChange &change)
+Step lockStep(const TableChange &change, const QString &table)
 {
     Step step;
-    step.statement = QStringLiteral("lock tables %1 write, %2 write").arg(change.oldTable(), change.copy);
+    step.statement = QStringLiteral("lock tables %1 write, %2 write").arg(table, change.copy);
     step.isOfSession = true;
     WayBack unlock;
     unlock.statement = QStringLiteral("unlock tables");
@@ -120,16 +152,7 @@ Step createStep(const TableChange &change)
     step.isDone = isThere(showCreateTable(change.newTable()));
     if (!change.isOursToMakeAgain)
         return step;
-    // The name that follows is not qualified: it must not hit a table of another database.
-    WayBack use, drop;
-    use.statement = useStatement(change.database);
-    drop.statement = QStringLiteral("drop table ") + change.oldName;
-    constexpr int unknownTable = 1051;
-    drop.nothingThere = unknownTable;
-    drop.needs = isThere(showCreateTable(change.copy));
-    if (change.isRenamed())
-        drop.remark = newTableIsLeft(change);
-    step.back = {use, drop};
+    step.back = dropNewTable(change);
     return step;
 }
 

@@ -17,6 +17,7 @@ struct TableChange {
     std::vector<Trigger> triggers;
     std::vector<Constraint> children; // of other tables, pointing to this one
     bool isOwnText = false;           // the text that is edited is the server's own, quotes and all
+    bool mayLock = false;             // tables are locked while rows are copied
     bool isOursToMakeAgain = true;    // else a failure leaves all as it is
 
     QString bareCopy() const { return copy.mid(oldTable().size() - oldName.size()); }
@@ -29,7 +30,7 @@ struct TableChange {
 // The steps of the change with their ways back, in the order in which they are sent; between the copy and the
 // drop others may still write, which a lock keeps them from.
 Step copyStep(const TableChange &change);
-Step lockStep(const TableChange &change);
+Step lockStep(const TableChange &change, const QString &table); // and the copy
 Step dropStep(const TableChange &change);
 Step createStep(const TableChange &change);
 Step fillStep(const TableChange &change, const QString &commonColumns);

@@ -19,6 +19,9 @@ bool createsTemporaryTable(const QString &createText);
 // gone on is no other definition.
 bool isAsShown(const QString &serverText, const QString &shownText);
 
+// The text with the server's counter (AUTO_INCREMENT=n), where it has the one that was shown.
+QString withCounterOf(const QString &serverText, QString text, const QString &shownText);
+
 // The qualified name of the data copy: the table's name, the minute, a fixed suffix.
 QString copyName(const QString &database, const QString &table, const QDateTime &now);
 

@@ -351,21 +351,34 @@ void TableChangeServerTest::aTriggerThatNoLongerCompilesIsNamedBefore()
     QCOMPARE(all("select * from t"), before);
 }
 
-// Written after the copy was made.
+// Written after the copy was made, and into the new table before it was filled.
 void TableChangeServerTest::rowsOfOthersAreNotLost()
 {
-    sql("create table t (a int primary key, b float); insert into t values (1,1.5),(2,2),(3,3)");
-    RealStage user(*m_server, nativeDriverName(), "店");
-    user.clickTable("t");
-    user.selection.txtField.replace("b float", "b double");
-    user.session.gCn =
-        std::make_unique<WatchedConnection>(std::move(user.session.gCn), "lock tables", [this] {
-            sql("insert into t values (4,4); update t set b=1.5000001 where a=1; delete from t where a=2");
-        });
-    user.run(changeTable);
-    QCOMPARE(user.told(), done);
-    QCOMPARE(sql("select a,cast(b as decimal(9,2)) from t order by a"), "1\t1.50\n3\t3.00\n4\t4.00\n");
-    QVERIFY(sql("show create table t").contains("double"));
+    for (const bool isRefused : {false, true}) {
+        m_server->run("drop database `店`; create database `店`");
+        sql("create table t (a int primary key, b float); insert into t values (1,1.5),(2,2),(3,3)");
+        RealStage user(*m_server, nativeDriverName(), "店");
+        user.clickTable("t");
+        user.selection.txtField.replace("b float", "b double");
+        if (isRefused)
+            user.selection.txtField.replace("KEY (a)", "KEY (a), unique key (b)");
+        int locks = 0;
+        user.session.gCn =
+            std::make_unique<WatchedConnection>(std::move(user.session.gCn), "lock tables", [this, &locks] {
+                sql(locks++ == 0 ? "insert into t values (4,3); update t set b=1.5000001 where a=1; "
+                                   "delete from t where a=2"
+                                 : "insert into t (a) values (9)");
+            });
+        user.run(changeTable);
+        QCOMPARE(locks, 2);
+        const QString rest = sql("show tables like '%rest'").trimmed();
+        QCOMPARE(user.told().contains(failed), isRefused);
+        QVERIFY2(isRefused == !rest.isEmpty() && user.told().contains(rest), qPrintable(user.told()));
+        QCOMPARE(sql("select a,cast(b as decimal(9,2)) from t where a<9 order by a"),
+                 "1\t1.50\n3\t3.00\n4\t3.00\n");
+        QCOMPARE(sql("select a from " + (isRefused ? rest : QString("t")) + " where a=9"), "9\n");
+        QVERIFY(sql("show create table t").contains(isRefused ? "float" : "double"));
+    }
 }
 
 void TableChangeServerTest::aMissingRightToLockIsAsked()

@@ -3,6 +3,8 @@
 #include "core/sqlerror.h"
 #include "core/statements.h"
 
+#include <QRegularExpression>
+
 namespace {
 
 // A text's tokens but for blanks and comments, which mean nothing.
@@ -130,6 +132,13 @@ bool areTaken(Connection &connection, const QStringList &names)
     }
 }
 
+// It goes on with every row, and is no part of what the user changes.
+QString withoutCounter(QString text)
+{
+    static const QRegularExpression counter(QStringLiteral(" AUTO_INCREMENT=\\d+"));
+    return text.remove(counter);
+}
+
 QStringList reservedAmong(Connection &connection, const QStringList &names)
 {
     if (names.isEmpty() || areTaken(connection, names))
@@ -145,8 +154,8 @@ QStringList reservedAmong(Connection &connection, const QStringList &names)
 QStringList lostInShownText(Connection &connection, const QString &serverText, const QString &shownText,
                             const QString &editedText, SqlMode mode)
 {
-    const Tokens server(serverText, mode), edited(editedText, mode);
-    const Comparison comparison(server, Tokens(shownText, mode), mode);
+    const Tokens server(withoutCounter(serverText), mode), edited(editedText, mode);
+    const Comparison comparison(server, Tokens(withoutCounter(shownText), mode), mode);
     QStringList lost = comparison.lost + reservedAmong(connection, comparison.bareNames);
     lost.removeIf([&](const QString &text) {
         const qsizetype needed = server.count(text);

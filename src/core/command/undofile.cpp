@@ -30,6 +30,8 @@ const Member<WayBack> wayBackMembers[] = {{"statement", &WayBack::statement},
                                           {"otherwise", &WayBack::otherwise},
                                           {"remark", &WayBack::remark},
                                           {"lost", &WayBack::lost},
+                                          {"notSent", &WayBack::notSent},
+                                          {"isAlwaysAsked", nullptr, &WayBack::isAlwaysAsked},
                                           {"isForDoubt", nullptr, &WayBack::isForDoubt},
                                           {"when", nullptr, nullptr, &WayBack::when},
                                           {"needs", nullptr, nullptr, &WayBack::needs}};

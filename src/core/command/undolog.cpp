@@ -282,8 +282,8 @@ void UndoLog::takeBack(const WayBack &back)
 {
     if (back.isForDoubt && !m_isInDoubt)
         return;
-    if (m_isInDoubt && !isSo(connection(), back.when))
-        return;
+    if ((m_isInDoubt || back.isAlwaysAsked) && !isSo(connection(), back.when))
+        return keep(back.notSent, {});
     if (m_isInDoubt && !isSo(connection(), back.needs))
         throw SqlError(QStringLiteral("行が他にあることを確認できないため、中止しました。: ") +
                        back.statement);
@@ -376,7 +376,7 @@ QStringList UndoLog::pendingStatements() const
         for (std::size_t i = isLast && m_nextBack > 0 ? static_cast<std::size_t>(m_nextBack) : 0;
              i < noted.step.back.size(); ++i) {
             const WayBack &back = noted.step.back[i];
-            if (!back.isForDoubt)
+            if (!back.isForDoubt && !back.isAlwaysAsked)
                 statements << (back.otherwise.isEmpty() ? back.statement : back.otherwise);
         }
     }

@@ -21,12 +21,14 @@ struct WayBack {
     // what it is, and where these differ or the statement is refused, what removes it and makes it so.
     QString text = {}, show = {}, drop = {}, otherwise = {};
     // Asked only once a statement was in doubt, since until then all is known.
-    Question when = {};      // sent only if it is so
-    Question needs = {};     // the undoing stops here unless it is so
-    bool isForDoubt = false; // clears up what a statement in doubt may have left; not sent before
-    int nothingThere = 0;    // the server's number for having nothing to take back
-    QString remark = {};     // told when it answered so
-    QString lost = {};       // optional: told when it was refused, and the undoing goes on
+    Question when = {};         // sent only if it is so
+    bool isAlwaysAsked = false; // `when`: others may have written meanwhile
+    QString notSent = {};       // told when it was not so
+    Question needs = {};        // the undoing stops here unless it is so
+    bool isForDoubt = false;    // clears up what a statement in doubt may have left; not sent before
+    int nothingThere = 0;       // the server's number for having nothing to take back
+    QString remark = {};        // told when it answered so
+    QString lost = {};          // optional: told when it was refused, and the undoing goes on
 };
 
 // One statement of a change, with its way back.
