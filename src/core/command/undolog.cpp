@@ -6,7 +6,6 @@
 #include <QRegularExpression>
 
 #include <algorithm>
-#include <ranges>
 
 bool isSo(Connection &connection, const Question &question)
 {
@@ -369,7 +368,8 @@ UndoReport UndoLog::stuck(const SqlError &error)
 QStringList UndoLog::pendingStatements() const
 {
     QStringList statements;
-    for (const Noted &noted : std::views::reverse(m_steps)) {
+    for (auto each = m_steps.rbegin(); each != m_steps.rend(); ++each) {
+        const Noted &noted = *each;
         if (noted.state == State::Refused)
             continue;
         const bool isLast = &noted == &m_steps.back();
@@ -385,7 +385,8 @@ QStringList UndoLog::pendingStatements() const
 
 QString UndoLog::untilUndone() const
 {
-    for (const Noted &noted : std::views::reverse(m_steps)) {
+    for (auto each = m_steps.rbegin(); each != m_steps.rend(); ++each) {
+        const Noted &noted = *each;
         const bool isUnknown = noted.state == State::InDoubt && !noted.step.inDoubt.isEmpty();
         const QString &words = isUnknown ? noted.step.inDoubt : noted.step.untilUndone;
         if (noted.state != State::Refused && !words.isEmpty())
