@@ -66,11 +66,9 @@ private Q_SLOTS:
     void onlyTheStopButtonGetsThrough_data();
     void onlyTheStopButtonGetsThrough();
     void olderPressEndsWithoutAClick();
-    void olderPressInAListChooses();
     void everyWindowCanBeLeft();
     void boxThatOutlastsTheWaitCanBeAnswered();
     void nestedWaitsAndDestroyedWindowsDoNoHarm();
-    void shortStatementsNeverRunEvents();
 };
 
 // Other input is lost, not queued.
@@ -148,16 +146,12 @@ void TestWindowPump::olderPressEndsWithoutAClick()
     waitWhile([&] { QTest::mouseRelease(&window.other, Qt::LeftButton); }, pump);
     QVERIFY(!window.other.isDown());
     QCOMPARE(clicks.size(), 0);
-}
-
-void TestWindowPump::olderPressInAListChooses()
-{
+    // In a list it chooses.
     ChosenList list;
     list.appendItem("a");
     list.show();
     const QPoint place = list.visualItemRect(list.item(0)).center();
     const QSignalSpy chosen(&list, &ChosenList::chosen);
-    WindowPump pump;
     waitWhile([&] { QTest::mouseClick(list.viewport(), Qt::LeftButton, {}, place); }, pump);
     QCOMPARE(chosen.size(), 0);
     QTest::mousePress(list.viewport(), Qt::LeftButton, {}, place);
@@ -244,17 +238,12 @@ void TestWindowPump::nestedWaitsAndDestroyedWindowsDoNoHarm()
     pump.wait(outer.done);
     QVERIFY(inner.done.isFinished() && outer.done.isFinished());
     QCOMPARE(clicks.size(), 0);
-}
-
-void TestWindowPump::shortStatementsNeverRunEvents()
-{
-    bool hasRun = false;
-    QTimer::singleShot(0, this, [&] { hasRun = true; });
+    // A statement that is over at once runs no events.
+    const QObject here;
+    QTimer::singleShot(0, &here, [] { QFAIL("an event ran"); });
     Completion done;
     const std::jthread worker([&] { done.finish(); });
-    WindowPump pump;
     pump.wait(done);
-    QVERIFY(!hasRun);
 }
 
 QTEST_MAIN(TestWindowPump)

@@ -4,7 +4,6 @@
 #include "support/rows.h"
 #include "support/testserver.h"
 
-#include <QElapsedTimer>
 #include <QTest>
 
 #include <functional>

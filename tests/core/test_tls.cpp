@@ -1,4 +1,5 @@
 #include "connectiontests.h"
+#include "support/files.h"
 
 #include <QProcess>
 #include <QStandardPaths>
@@ -49,10 +50,7 @@ void TlsTest::initTestCase()
 {
     if (QStandardPaths::findExecutable("openssl").isEmpty())
         QSKIP("openssl is not installed");
-    QFile extension(path("names"));
-    QVERIFY(extension.open(QIODevice::WriteOnly));
-    extension.write("subjectAltName=DNS:localhost");
-    extension.close();
+    writeFile(path("names"), "subjectAltName=DNS:localhost");
     for (const char *authority : {"ca", "other"})
         openssl(QStringLiteral(
                     "req -x509 -newkey rsa:2048 -nodes -keyout %1.key -out %1.pem -days 2 -subj /CN=%1")
@@ -129,14 +127,11 @@ void TlsTest::anAccountMayAskForACertificate()
         return;
     // A data source encrypts, too, and what it demands by itself holds.
     QVERIFY(connected("demo", m_pump)->encryption().isEncrypted);
-    QFile sources(m_server->folder() + "/odbc/odbc.ini");
-    QVERIFY(sources.open(QIODevice::Append));
-    sources.write(
-        QStringLiteral("[strict]\nDriver=MySQL ODBC 3.51 Driver\nSERVER=127.0.0.1\nPORT=%1\nUID=demo\n"
-                       "PWD=demo\nSSLVERIFY=1\n")
-            .arg(m_server->port())
-            .toUtf8());
-    sources.close();
+    writeFile(
+        m_server->folder() + "/odbc/odbc.ini",
+        "[strict]\nDriver=MySQL ODBC 3.51 Driver\nSERVER=127.0.0.1\nUID=demo\nPWD=demo\nSSLVERIFY=1\nPORT=" +
+            QByteArray::number(m_server->port()) + '\n',
+        QIODevice::Append);
     QVERIFY(errorOf([&] { connected("strict", m_pump); }).description().contains("certificate"));
 }
 
