@@ -25,11 +25,6 @@ public:
     std::function<void()> once;
 };
 
-inline QString stringOf(const TestServer &server, bool isBuiltIn, const QString &database = {})
-{
-    return isBuiltIn ? server.nativeString(database) : server.odbcString(database);
-}
-
 inline std::unique_ptr<Connection> connected(const QString &connectionString, Pump &pump)
 {
     auto connection = createConnection(connectionString, pump);

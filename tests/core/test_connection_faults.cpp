@@ -20,7 +20,7 @@ private Q_SLOTS:
     void aRefusedStatementGivesTheServersWords();
 
 private:
-    QString string() const { return stringOf(m_server, isBuiltIn(), "d"); }
+    QString string() const { return m_server.connectionString(isBuiltIn(), "d"); }
     // What every lost connection must still bear: further statements, closing, opening again.
     void checkRecovery(Connection &connection);
 

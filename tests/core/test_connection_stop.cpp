@@ -65,7 +65,7 @@ private Q_SLOTS:
     void aFrozenServerHoldsUpNothing();
 
 private:
-    QString string() const { return stringOf(m_server, isBuiltIn(), "d"); }
+    QString string() const { return m_server.connectionString(isBuiltIn(), "d"); }
 
     TestServer m_server;
     TestServers m_servers;
@@ -79,7 +79,7 @@ void ConnectionStopTest::serversOfAllAgesAreStopped()
     SKIP_WITHOUT(brand);
     if (brand == TestServer::Brand::MySql56 && !isBuiltIn())
         QSKIP("Connector/ODBC 3.1.15 does not connect to it");
-    const auto open = connected(stringOf(m_servers.of(brand), isBuiltIn()), m_pump);
+    const auto open = connected(m_servers.of(brand).connectionString(isBuiltIn()), m_pump);
     open->execute("set @kept = 5");
     m_pump.once = [&] { open->cancel(); };
     QVERIFY(errorOf([&] { open->execute("select sleep(20)"); }).isInterrupted());

@@ -20,7 +20,7 @@ private:
     static void makeObjects(TestServer &server);
     std::unique_ptr<Connection> connection()
     {
-        return connected(stringOf(*m_server, isBuiltIn(), "d"), m_pump);
+        return connected(m_server->connectionString(isBuiltIn(), "d"), m_pump);
     }
 
     TestServers m_servers{{"--loose-skip-character-set-client-handshake"}, makeObjects};

@@ -137,12 +137,12 @@ void HostileServersTest::liesAreErrors_data()
     QTest::addColumn<FakeServer::Answer>("answer");
     QTest::addColumn<QString>("words");
     using Answer = FakeServer::Answer;
-    row("fewer columns", Answer{.columns = {{"a"}}, .rows = {{"1"}}}, "2番目");
+    row("fewer columns", Answer{.columns = {"a"}, .rows = {{"1"}}}, "2番目");
     row("no columns", Answer{}, "レコードセット");
-    row("columns without number", Answer{.columns = std::vector<FakeServer::Column>(5000, {"a"})}, "5000");
-    row("more than a driver counts", Answer{.columns = std::vector<FakeServer::Column>(40000, {"a"})}, "");
+    row("columns without number", Answer{.columns = std::vector<QByteArray>(5000, "a")}, "5000");
+    row("more than a driver counts", Answer{.columns = std::vector<QByteArray>(40000, "a")}, "");
     row("an error without words", Answer{.error = " "}, "1045");
-    row("a name without end", Answer{.columns = {{QByteArray(5000, 'x')}}, .rows = {{"1"}}}, "2番目");
+    row("a name without end", Answer{.columns = {QByteArray(5000, 'x')}, .rows = {{"1"}}}, "2番目");
 }
 
 void HostileServersTest::liesAreErrors()
@@ -167,7 +167,7 @@ void HostileServersTest::rowsBeforeAnErrorAreHandedOver()
     if (!isBuiltIn())
         QSKIP("the driver has thrown the rows away when it says the error");
     FakeServer server({});
-    server.answer("show", {.columns = {{"a"}}, .rows = {{"1"}, {"2"}, {"3"}}, .error = "broken"});
+    server.answer("show", {.columns = {"a"}, .rows = {{"1"}, {"2"}, {"3"}}, .error = "broken"});
     const auto open = connected(string(server), m_pump);
     for (const bool isKept : {false, true}) {
         int count = 0;
@@ -186,7 +186,7 @@ void HostileServersTest::rowsBeforeAnErrorAreHandedOver()
 void HostileServersTest::aResultWithoutEndIsCutShort()
 {
     FakeServer server({});
-    server.answer("show", {.columns = {{"a"}}, .rows = {{QByteArray(1000, 'x')}}, .endsNever = true});
+    server.answer("show", {.columns = {"a"}, .rows = {{QByteArray(1000, 'x')}}, .endsNever = true});
     const auto open = connected(string(server), m_pump);
     int count = 0;
     const SqlError error = errorOf([&] {
@@ -203,9 +203,9 @@ void HostileServersTest::aStopThatCannotBeObeyedCutsTheConnection()
     for (const QByteArray mark : {"here|7", "there|7", ""}) {
         const bool isKilled = mark == "here|7";
         FakeServer server({});
-        server.answer("select concat_ws", {.columns = {{"mark"}}, .rows = {{"here|7"}}});
-        server.answer("select concat_ws", {.columns = {{"mark"}}, .rows = {{mark}}, .firstClient = 1});
-        server.answer("show", {.columns = {{"a"}}, .endsNever = true});
+        server.answer("select concat_ws", {.columns = {"mark"}, .rows = {{"here|7"}}});
+        server.answer("select concat_ws", {.columns = {"mark"}, .rows = {{mark}}, .firstClient = 1});
+        server.answer("show", {.columns = {"a"}, .endsNever = true});
         const auto open = connected(string(server), m_pump);
         m_pump.once = [&] { open->cancel(); };
         const SqlError error = errorOf([&] { open->execute("show something"); });

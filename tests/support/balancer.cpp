@@ -1,43 +1,11 @@
 #include "support/balancer.h"
 
-#include <QtGlobal>
-
-#include <arpa/inet.h>
-#include <netinet/in.h>
-#include <netinet/tcp.h>
-#include <poll.h>
-#include <sys/socket.h>
-#include <unistd.h>
-
-namespace {
-
-sockaddr_in loopback(int port)
-{
-    sockaddr_in address{};
-    address.sin_family = AF_INET;
-    address.sin_port = htons(static_cast<std::uint16_t>(port));
-    address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-    return address;
-}
-
-void sendAtOnce(int descriptor)
-{
-    const int isOn = 1;
-    setsockopt(descriptor, IPPROTO_TCP, TCP_NODELAY, &isOn, sizeof isOn);
-}
-
-} // namespace
+#include "support/loopback.h"
 
 Balancer::Balancer(std::vector<int> serverPorts)
     : m_serverPorts(std::move(serverPorts))
-    , m_listener(socket(AF_INET, SOCK_STREAM, 0))
+    , m_listener(listenOnLoopback(m_port))
 {
-    sockaddr_in address = loopback(0);
-    socklen_t size = sizeof address;
-    if (bind(m_listener, reinterpret_cast<sockaddr *>(&address), size) != 0 || listen(m_listener, 10) != 0)
-        qFatal("the balancer cannot listen");
-    getsockname(m_listener, reinterpret_cast<sockaddr *>(&address), &size);
-    m_port = ntohs(address.sin_port);
     m_thread = std::thread([this] { serve(); });
 }
 
@@ -53,15 +21,13 @@ void Balancer::accept()
     const int client = ::accept(m_listener, nullptr, nullptr);
     const std::size_t index = m_next.load();
     m_next = (index + 1) % m_serverPorts.size();
-    const int server = socket(AF_INET, SOCK_STREAM, 0);
-    const sockaddr_in address = loopback(m_serverPorts[index]);
-    sendAtOnce(client);
-    sendAtOnce(server);
-    if (connect(server, reinterpret_cast<const sockaddr *>(&address), sizeof address) != 0) {
-        close(server);
+    const int server = connectToLoopback(m_serverPorts[index]);
+    if (server < 0) {
         close(client);
         return;
     }
+    sendAtOnce(client);
+    sendAtOnce(server);
     m_pairs.push_back({client, server});
     ++m_connections;
 }

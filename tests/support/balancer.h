@@ -27,7 +27,8 @@ private:
     static bool pass(int from, int to);
 
     const std::vector<int> m_serverPorts;
-    int m_listener = -1, m_port = 0;
+    int m_port = 0;
+    const int m_listener;
     std::vector<Pair> m_pairs; // the thread's own
     std::atomic<std::size_t> m_next = 0;
     std::atomic<int> m_connections = 0;

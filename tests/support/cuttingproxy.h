@@ -1,16 +1,12 @@
 #pragma once
 
+#include "support/loopback.h"
+
 #include <QTest>
 
-#include <arpa/inet.h>
 #include <atomic>
-#include <netinet/in.h>
-#include <netinet/tcp.h>
-#include <poll.h>
 #include <string>
-#include <sys/socket.h>
 #include <thread>
-#include <unistd.h>
 
 // Stands between one client and a server on 127.0.0.1 and breaks their connection at a chosen statement.
 class CuttingProxy {
@@ -22,14 +18,8 @@ public:
 
     explicit CuttingProxy(int serverPort)
         : m_serverPort(serverPort)
-        , m_listener(socket(AF_INET, SOCK_STREAM, 0))
+        , m_listener(listenOnLoopback(m_port))
     {
-        sockaddr_in address = loopback(0);
-        socklen_t size = sizeof address;
-        if (bind(m_listener, reinterpret_cast<sockaddr *>(&address), size) != 0 || listen(m_listener, 5) != 0)
-            qFatal("the proxy cannot listen");
-        getsockname(m_listener, reinterpret_cast<sockaddr *>(&address), &size);
-        m_port = ntohs(address.sin_port);
         m_thread = std::thread([this] { serve(); });
     }
     ~CuttingProxy()
@@ -57,31 +47,12 @@ public:
     void cutAfter(qint64 bytes) { m_bytesLeft = bytes; }
 
 private:
-    static sockaddr_in loopback(int port)
-    {
-        sockaddr_in address{};
-        address.sin_family = AF_INET;
-        address.sin_port = htons(static_cast<std::uint16_t>(port));
-        address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-        return address;
-    }
-    // Several packets a statement: the system would hold each back until the one before is confirmed.
-    static void sendAtOnce(int descriptor)
-    {
-        const int isOn = 1;
-        setsockopt(descriptor, IPPROTO_TCP, TCP_NODELAY, &isOn, sizeof isOn);
-    }
-    bool isReadable(int descriptor) const
-    {
-        pollfd wait{descriptor, POLLIN, 0};
-        return poll(&wait, 1, 5) > 0;
-    }
-
     // One client at a time: the program has one connection.
     void serve()
     {
         while (!m_ends) {
-            if (!isReadable(m_listener))
+            pollfd wait{m_listener, POLLIN, 0};
+            if (poll(&wait, 1, 5) <= 0)
                 continue;
             const int client = accept(m_listener, nullptr, nullptr);
             if (!m_hasCut || m_mayReturn)
@@ -92,15 +63,12 @@ private:
 
     void relay(int client)
     {
-        const int server = socket(AF_INET, SOCK_STREAM, 0);
-        const sockaddr_in address = loopback(m_serverPort);
+        const int server = connectToLoopback(m_serverPort);
         sendAtOnce(client);
         sendAtOnce(server);
         m_pending.clear();
         m_swallows = false;
-        if (connect(server, reinterpret_cast<const sockaddr *>(&address), sizeof address) == 0) {
-            while (!m_ends && isAlive(client, server)) {
-            }
+        while (server >= 0 && !m_ends && isAlive(client, server)) {
         }
         close(server);
     }
@@ -161,8 +129,9 @@ private:
         return false;
     }
 
-    const int m_serverPort, m_listener;
+    const int m_serverPort;
     int m_port = 0;
+    const int m_listener;
     std::string m_pending; // from the client, not yet passed on; the thread's own
     bool m_swallows = false;
     std::atomic<int> m_left = -2; // statements until the cut; below 0: none is due

@@ -1,12 +1,6 @@
 #include "support/fakeserver.h"
 
-#include <QtGlobal>
-
-#include <arpa/inet.h>
-#include <netinet/in.h>
-#include <poll.h>
-#include <sys/socket.h>
-#include <unistd.h>
+#include "support/loopback.h"
 
 namespace {
 
@@ -48,11 +42,11 @@ QByteArray failure(const QByteArray &text)
     return QByteArray("\xff\x15\x04#HY000", 9) + text;
 }
 
-QByteArray definition(const FakeServer::Column &column)
+QByteArray definition(const QByteArray &column)
 {
-    return withLength("def") + withLength("") + withLength("t") + withLength("t") + withLength(column.name) +
-           withLength(column.name) + '\x0c' + number(column.charset, 2) + number(1024, 4) +
-           static_cast<char>(column.type) + number(0, 5);
+    // VARCHAR in utf8mb4.
+    return withLength("def") + withLength("") + withLength("t") + withLength("t") + withLength(column) +
+           withLength(column) + '\x0c' + number(45, 2) + number(1024, 4) + '\xfd' + number(0, 5);
 }
 
 } // namespace
@@ -81,10 +75,13 @@ public:
 private:
     bool login();
     void command(const QByteArray &packet);
-    void sendHead(const Answer &answer);
     void sendRows(const Answer &answer, bool isPrepared);
-    QByteArray row(const std::vector<QByteArray> &cells, bool isPrepared) const;
-
+    void sendDefinitions(const Answer &answer)
+    {
+        for (const QByteArray &column : answer.columns)
+            send(definition(column));
+        send(endOfRows);
+    }
     bool waits(short event)
     {
         pollfd wait{m_socket, event, 0};
@@ -186,41 +183,36 @@ void FakeServer::Client::command(const QByteArray &packet)
             while (receive().size() > 1) {
             }
         }
-        if (!answer.columns.empty())
-            sendHead(answer);
         sendRows(answer, false);
     } else if (kind == Prepare) {
         m_prepared.push_back(&m_server.answerTo(QByteArrayView(packet).sliced(1), m_number));
         const Answer &answer = *m_prepared.back();
         send('\0' + number(m_prepared.size(), 4) + number(answer.columns.size(), 2) + number(0, 5));
-        for (const Column &column : answer.columns)
-            send(definition(column));
         if (!answer.columns.empty())
-            send(endOfRows);
+            sendDefinitions(answer);
     } else if (kind == Execute) {
         const Answer &answer = *m_prepared.at(static_cast<unsigned char>(packet[1]) - 1U);
-        if (!answer.columns.empty())
-            sendHead(answer);
         sendRows(answer, true);
     } else if (kind != Close) {
         send(okay);
     }
 }
 
-void FakeServer::Client::sendHead(const Answer &answer)
-{
-    send(answer.columns.size() < 251 ? number(answer.columns.size(), 1)
-                                     : '\xfc' + number(answer.columns.size(), 2));
-    for (const Column &column : answer.columns)
-        send(definition(column));
-    send(endOfRows);
-}
-
 void FakeServer::Client::sendRows(const Answer &answer, bool isPrepared)
 {
+    if (const std::size_t count = answer.columns.size(); count > 0) {
+        send(count < 251 ? number(count, 1) : '\xfc' + number(count, 2));
+        sendDefinitions(answer);
+    }
     do {
-        for (const std::vector<QByteArray> &cells : answer.rows)
-            send(row(cells, isPrepared));
+        for (const std::vector<QByteArray> &cells : answer.rows) {
+            QByteArray row;
+            if (isPrepared) // no cell is NULL
+                row = '\0' + QByteArray(static_cast<qsizetype>((cells.size() + 9) / 8), '\0');
+            for (const QByteArray &cell : cells)
+                row += withLength(cell);
+            send(row);
+        }
         if (answer.endsNever && answer.rows.empty())
             return stayOpen();
     } while (answer.endsNever && !m_isGone);
@@ -230,29 +222,11 @@ void FakeServer::Client::sendRows(const Answer &answer, bool isPrepared)
         send(answer.columns.empty() ? okay : endOfRows);
 }
 
-QByteArray FakeServer::Client::row(const std::vector<QByteArray> &cells, bool isPrepared) const
-{
-    QByteArray bytes;
-    if (isPrepared) // no cell is NULL
-        bytes = '\0' + QByteArray(static_cast<qsizetype>((cells.size() + 9) / 8), '\0');
-    for (const QByteArray &cell : cells)
-        bytes += withLength(cell);
-    return bytes;
-}
-
 FakeServer::FakeServer(Login login)
     : m_login(std::move(login))
-    , m_listener(socket(AF_INET, SOCK_STREAM, 0))
+    , m_listener(listenOnLoopback(m_port))
 {
-    sockaddr_in address{};
-    address.sin_family = AF_INET;
-    address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-    socklen_t size = sizeof address;
-    if (bind(m_listener, reinterpret_cast<sockaddr *>(&address), size) != 0 || listen(m_listener, 5) != 0)
-        qFatal("the fake server cannot listen");
-    getsockname(m_listener, reinterpret_cast<sockaddr *>(&address), &size);
-    m_port = ntohs(address.sin_port);
-    answer("select connection_id()", {{{"a"}, {"b"}, {"c"}}, {{"7", "8.0.99", "utf8mb4"}}});
+    answer("select connection_id()", {{"a", "b", "c"}, {{"7", "8.0.99", "utf8mb4"}}});
     m_thread = std::thread([this] { serve(); });
 }
 
@@ -282,16 +256,4 @@ const FakeServer::Answer &FakeServer::answerTo(QByteArrayView statement, int cli
         if (client >= each->second.firstClient && statement.toByteArray().toLower().startsWith(each->first))
             return each->second;
     return none;
-}
-
-void FakeServer::note(QByteArrayView bytes)
-{
-    const std::lock_guard lock(m_mutex);
-    m_received.append(bytes);
-}
-
-QByteArray FakeServer::received() const
-{
-    const std::lock_guard lock(m_mutex);
-    return m_received;
 }

@@ -24,14 +24,9 @@ public:
         bool knowsNoHash = false;                    // caching_sha2_password: asks for the password itself
         bool isSilent = false;
     };
-    struct Column {
-        QByteArray name;
-        unsigned char type = 0xfd; // VARCHAR
-        unsigned char charset = 45;
-    };
     // What it says to a statement. All values are texts, also over prepared statements.
     struct Answer {
-        std::vector<Column> columns = {}; // none: no rows
+        std::vector<QByteArray> columns = {}; // none: no rows
         std::vector<std::vector<QByteArray>> rows = {};
         QByteArray error = {};  // in place of rows, or behind them
         bool endsNever = false; // the rows come again and again; without rows: silence
@@ -49,16 +44,25 @@ public:
     // before clients connect.
     void answer(const QByteArray &start, Answer answer) { m_answers.emplace_back(start, std::move(answer)); }
     // Every byte that clients have sent.
-    QByteArray received() const;
+    QByteArray received() const
+    {
+        const std::lock_guard lock(m_mutex);
+        return m_received;
+    }
 
 private:
     class Client;
     void serve();
     const Answer &answerTo(QByteArrayView statement, int client) const;
-    void note(QByteArrayView bytes);
+    void note(QByteArrayView bytes)
+    {
+        const std::lock_guard lock(m_mutex);
+        m_received.append(bytes);
+    }
 
     const Login m_login;
-    int m_listener = -1, m_port = 0;
+    int m_port = 0;
+    const int m_listener;
     std::vector<std::pair<QByteArray, Answer>> m_answers;
     mutable std::mutex m_mutex;
     QByteArray m_received;

@@ -39,12 +39,7 @@ public:
         , m_string(std::move(string))
     {
     }
-    void open() override
-    {
-        if (m_script.refusesConnections)
-            throw SqlError("Access denied", 1045, "28000");
-        m_isOpen = true;
-    }
+    void open() override { m_isOpen = true; }
     void close() override { m_isOpen = false; }
     bool isOpen() const override { return m_isOpen; }
     QString connectionString() const override { return m_string; }
@@ -64,25 +59,17 @@ private:
 
 Reply Reply::table(QStringList fields, std::vector<std::vector<std::optional<QString>>> rows)
 {
-    Reply reply;
-    reply.hasRows = true;
-    reply.fields = std::move(fields);
-    reply.rows = std::move(rows);
-    return reply;
+    return {true, std::move(fields), std::move(rows), {}, {}};
 }
 
 Reply Reply::noted(const QString &note)
 {
-    Reply reply;
-    reply.note = note;
-    return reply;
+    return {false, {}, {}, {}, note};
 }
 
 Reply Reply::failure(const QString &description, int number, const QString &state)
 {
-    Reply reply;
-    reply.error = SqlError(description, number, state);
-    return reply;
+    return {false, {}, {}, SqlError(description, number, state), {}};
 }
 
 RecordSet Script::answer(const QString &statement)

@@ -18,7 +18,6 @@ struct Reply {
     std::optional<SqlError> error;
     QString note; // of a statement without rows
 
-    static Reply none() { return {}; }
     static Reply noted(const QString &note);
     static Reply table(QStringList fields, std::vector<std::vector<std::optional<QString>>> rows = {});
     static Reply failure(const QString &description, int number = 1105, const QString &state = {});
@@ -38,7 +37,6 @@ public:
     std::function<void(const QString &)> beforeAnswer;
     ServerInfo server{QStringLiteral("5.1.73-community-log"), false, 50173};
     Encryption encryption;
-    bool refusesConnections = false;
 
     // Statements that nothing was said about succeed without rows.
     RecordSet answer(const QString &statement);

@@ -1,12 +1,11 @@
 #include "support/testcluster.h"
 
+#include "support/files.h"
 #include "support/serverprograms.h"
 
 #include <QDir>
 #include <QElapsedTimer>
-#include <QFile>
 #include <QLockFile>
-#include <QTest>
 
 #include <unistd.h>
 
@@ -53,21 +52,16 @@ QString clusterTemplate()
     runToEnd(program("cp"), {"-r", installed, folder});
     QFile::remove(folder + "/complete");
     QTemporaryDir work;
-    QFile shutdown(work.filePath("init.sql"));
-    if (!shutdown.open(QIODevice::WriteOnly) || shutdown.write("SHUTDOWN;\n") < 0)
-        give_up(shutdown.errorString());
-    shutdown.close();
+    writeFile(work.filePath("init.sql"), "SHUTDOWN;\n");
     runToEnd(program("mariadbd"),
              QStringList{"--no-defaults", "--datadir=" + folder, "--tmpdir=" + work.path(),
                          "--socket=" + work.filePath("s"), "--pid-file=" + work.filePath("pid"),
                          "--skip-networking", "--innodb-log-file-size=8M",
-                         "--init-file=" + shutdown.fileName(),
+                         "--init-file=" + work.filePath("init.sql"),
                          "--user=" + qEnvironmentVariable("USER", "root")} +
                  clusterOptions({}, {}));
     QFile::remove(folder + "/galera.cache");
-    QFile mark(folder + "/complete");
-    if (!mark.open(QIODevice::WriteOnly))
-        give_up(mark.errorString());
+    writeFile(folder + "/complete", {});
     return folder;
 }
 
@@ -111,11 +105,9 @@ QByteArray TestCluster::whyMissing()
 TestCluster::TestCluster()
 {
     const QString ready = clusterTemplate();
-    QFile script(m_folder.filePath("wsrep_sst_position"));
-    if (!script.open(QIODevice::WriteOnly) || script.write(positionProgram) < 0)
-        give_up(script.errorString());
-    script.setPermissions(script.permissions() | QFile::ExeOwner);
-    script.close();
+    const QString script = m_folder.filePath("wsrep_sst_position");
+    writeFile(script, positionProgram);
+    QFile::setPermissions(script, QFile::permissions(script) | QFile::ExeOwner);
     const QByteArray path = qgetenv("PATH");
     qputenv("PATH", m_folder.path().toUtf8() + ':' + path);
     QString first;

@@ -1,22 +1,19 @@
 #include "support/testserver.h"
 
+#include "support/files.h"
+#include "support/loopback.h"
 #include "support/serverprograms.h"
 
 #include <QDir>
 #include <QElapsedTimer>
-#include <QFile>
 #include <QLockFile>
 #include <QRegularExpression>
 #include <QStandardPaths>
-#include <QTest>
 #include <QThread>
 
-#include <arpa/inet.h>
 #include <csignal>
 #include <cstdlib>
-#include <netinet/in.h>
 #include <sys/prctl.h>
-#include <sys/socket.h>
 #include <sys/un.h>
 #include <unistd.h>
 
@@ -65,62 +62,30 @@ QString templateFolder(TestServer::Brand brand)
             runToEnd(program("mariadb-install-db"),
                      {"--no-defaults", "--datadir=" + folder, "--auth-root-authentication-method=normal",
                       "--skip-test-db", "--innodb-log-file-size=8M", user});
-        QFile mark(folder + "/complete");
-        if (!mark.open(QIODevice::WriteOnly))
-            give_up(mark.errorString());
+        writeFile(folder + "/complete", {});
     }
     return folder;
 }
 
 int freePort()
 {
-    const int probe = socket(AF_INET, SOCK_STREAM, 0);
-    sockaddr_in address{};
-    address.sin_family = AF_INET;
-    address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-    socklen_t length = sizeof address;
-    if (bind(probe, reinterpret_cast<sockaddr *>(&address), length) != 0 ||
-        getsockname(probe, reinterpret_cast<sockaddr *>(&address), &length) != 0)
-        give_up("no free port");
-    close(probe);
-    return ntohs(address.sin_port);
+    int port = 0;
+    close(listenOnLoopback(port));
+    return port;
 }
 
 namespace {
 
-template <class Address>
-bool answers(const Address &address)
-{
-    const auto *any = reinterpret_cast<const sockaddr *>(&address);
-    const int probe = socket(any->sa_family, SOCK_STREAM, 0);
-    const bool isUp = connect(probe, any, sizeof address) == 0;
-    close(probe);
-    return isUp;
-}
-
-bool answersOnPort(int port)
-{
-    sockaddr_in address{};
-    address.sin_family = AF_INET;
-    address.sin_port = htons(static_cast<uint16_t>(port));
-    address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-    return answers(address);
-}
-
-bool answersOnSocket(const QString &path)
+bool answers(int port, const QString &path)
 {
     sockaddr_un address{};
     address.sun_family = AF_UNIX;
     qstrncpy(address.sun_path, QFile::encodeName(path).constData(), sizeof address.sun_path);
-    return answers(address);
-}
-
-void write(const QString &path, const QString &text)
-{
-    QFile file(path);
-    if (!file.open(QIODevice::WriteOnly))
-        give_up(file.errorString());
-    file.write(text.toUtf8());
+    const int probe = socket(AF_UNIX, SOCK_STREAM, 0), second = connectToLoopback(port);
+    const bool isUp = connect(probe, reinterpret_cast<sockaddr *>(&address), sizeof address) == 0;
+    close(probe);
+    close(second);
+    return isUp && second >= 0;
 }
 
 } // namespace
@@ -136,15 +101,16 @@ TestServer::TestServer(const QStringList &moreOptions, Brand brand, const QStrin
     writeInitFile();
     folder.mkdir("tmp");
     folder.mkdir("odbc");
-    write(folder.filePath("odbc/odbcinst.ini"), "[MySQL ODBC 3.51 Driver]\nDriver=libmaodbc.so\n"
-                                                "[Other Driver]\nDriver=libmaodbc.so\n"
-                                                "[Broken MySQL Driver]\nDriver=libdoesnotexist.so\n");
-    write(folder.filePath("odbc/odbc.ini"),
-          QStringLiteral(
-              "[demo]\nDriver=MySQL ODBC 3.51 Driver\nSERVER=127.0.0.1\nPORT=%1\nUID=demo\nPWD=demo\n"
-              "[nowhere]\nDriver=MySQL ODBC 3.51 Driver\nSERVER=127.0.0.1\nPORT=1\nUID=demo\nPWD=demo\n"
-              "[other]\nDriver=Other Driver\nSERVER=127.0.0.1\nPORT=%1\n")
-              .arg(m_port));
+    writeFile(folder.filePath("odbc/odbcinst.ini"), "[MySQL ODBC 3.51 Driver]\nDriver=libmaodbc.so\n"
+                                                    "[Other Driver]\nDriver=libmaodbc.so\n"
+                                                    "[Broken MySQL Driver]\nDriver=libdoesnotexist.so\n");
+    writeFile(folder.filePath("odbc/odbc.ini"),
+              QStringLiteral(
+                  "[demo]\nDriver=MySQL ODBC 3.51 Driver\nSERVER=127.0.0.1\nPORT=%1\nUID=demo\nPWD=demo\n"
+                  "[nowhere]\nDriver=MySQL ODBC 3.51 Driver\nSERVER=127.0.0.1\nPORT=1\nUID=demo\nPWD=demo\n"
+                  "[other]\nDriver=Other Driver\nSERVER=127.0.0.1\nPORT=%1\n")
+                  .arg(m_port)
+                  .toUtf8());
     use();
     start();
 }
@@ -190,12 +156,7 @@ void TestServer::writeInitFile() const
                 QStringLiteral("GRANT ALL PRIVILEGES ON *.* TO %1 IDENTIFIED BY 'demo' WITH GRANT OPTION;\n")
                     .arg(account);
     }
-    write(m_folder.filePath("init.sql"), text);
-}
-
-QString TestServer::socketPath() const
-{
-    return m_folder.filePath("s");
+    writeFile(m_folder.filePath("init.sql"), text.toUtf8());
 }
 
 void TestServer::start()
@@ -248,12 +209,9 @@ void TestServer::start()
     QElapsedTimer clock;
     clock.start();
     // Servers listen on the port a moment before they do on the socket.
-    while (!answersOnPort(m_port) || !answersOnSocket(socketPath())) {
+    while (!answers(m_port, socketPath())) {
         if (clock.elapsed() > 60000 || m_process->state() == QProcess::NotRunning) {
-            QFile log(folder + "/server.log");
-            if (!log.open(QIODevice::ReadOnly))
-                give_up(log.errorString());
-            give_up(QString::fromUtf8(log.readAll().right(3000)));
+            give_up(QString::fromUtf8(readFile(folder + "/server.log").right(3000)));
         }
         m_process->waitForFinished(20);
     }
@@ -287,32 +245,13 @@ QString TestServer::clientString(const QString &driver, const QString &database,
     return text;
 }
 
-QString TestServer::odbcString(const QString &database, const QString &host) const
-{
-    return clientString("MySQL ODBC 3.51 Driver", database, host);
-}
-
-QString TestServer::nativeString(const QString &database, const QString &host) const
-{
-    return clientString("MySQL (内蔵)", database, host);
-}
-
-QString TestServer::connectionString(bool isBuiltIn, const QString &database) const
-{
-    return isBuiltIn ? nativeString(database) : odbcString(database);
-}
-
 QString TestServer::run(const QString &statements, const QString &database) const
 {
-    QStringList arguments{"--no-defaults",
-                          "--skip-ssl",
-                          "-S",
-                          socketPath(),
-                          "-udemo",
-                          "-pdemo",
-                          "--batch",
-                          "--skip-column-names",
-                          "--default-character-set=utf8mb4"};
+    QStringList arguments =
+        QStringLiteral("--no-defaults --skip-ssl -udemo -pdemo --batch --skip-column-names "
+                       "--default-character-set=utf8mb4 -S")
+            .split(u' ')
+        << socketPath();
     if (!database.isEmpty())
         arguments << database;
     return runToEnd(program("mariadb"), arguments, statements.toUtf8());

@@ -28,14 +28,22 @@ public:
     static QString mySql9Folder() { return qEnvironmentVariable("TARNWELL_MYSQL9"); }
 
     int port() const { return m_port; }
-    QString socketPath() const;
+    QString socketPath() const { return m_folder.filePath("s"); }
     QString folder() const { return m_folder.path(); } // the server may write below it
 
     // By the ODBC driver that ODBCSYSINI registers, and by the built-in driver.
-    QString odbcString(const QString &database = {}, const QString &host = QStringLiteral("127.0.0.1")) const;
-    QString nativeString(const QString &database = {},
-                         const QString &host = QStringLiteral("127.0.0.1")) const;
-    QString connectionString(bool isBuiltIn, const QString &database = {}) const;
+    QString odbcString(const QString &database = {}, const QString &host = "127.0.0.1") const
+    {
+        return clientString("MySQL ODBC 3.51 Driver", database, host);
+    }
+    QString nativeString(const QString &database = {}, const QString &host = "127.0.0.1") const
+    {
+        return clientString("MySQL (内蔵)", database, host);
+    }
+    QString connectionString(bool isBuiltIn, const QString &database = {}) const
+    {
+        return isBuiltIn ? nativeString(database) : odbcString(database);
+    }
 
     // Runs statements with the command line client, outside of the program under test; its output.
     QString run(const QString &statements, const QString &database = {}) const;
