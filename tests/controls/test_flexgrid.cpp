@@ -2,8 +2,10 @@
 #include "controls/gridcopy.h"
 #include "support/gui/boxes.h"
 
+#include <QAction>
 #include <QApplication>
 #include <QClipboard>
+#include <QMenu>
 #include <QSignalSpy>
 #include <QTest>
 
@@ -116,6 +118,10 @@ void TestFlexGrid::copiesWhatIsSelected()
     select(2, 2, 2, 2, QItemSelectionModel::Select);
     QCOMPARE(grid.selectedText(CopyFormat::TabSeparated), "1\t\n\tNULL");
     QCOMPARE(grid.selectedText(CopyFormat::Csv), "a,c\n1,\n3,\n");
+    grid.setTableName("t");
+    const std::unique_ptr<QMenu> menu(grid.createMenu());
+    menu->findChild<QAction *>("copyInsert")->trigger();
+    QVERIFY(QApplication::clipboard()->text().startsWith("INSERT INTO `t` (`a`, `c`) VALUES ("));
     grid.clearSelection();
     QApplication::clipboard()->setText("before");
     QTest::keyClick(&grid, Qt::Key_C, Qt::ControlModifier);

@@ -2,14 +2,12 @@
 #include "controls/flexgrid.h"
 #include "support/gui/boxes.h"
 
-#include <QAction>
 #include <QApplication>
 #include <QBuffer>
 #include <QClipboard>
 #include <QHeaderView>
 #include <QLabel>
 #include <QLineEdit>
-#include <QMenu>
 #include <QPushButton>
 #include <QTabWidget>
 #include <QTest>
@@ -53,7 +51,6 @@ private Q_SLOTS:
     void largeGridsSortBesideTheWindow();
     void findGoesRoundInBothDirections();
     void cellViewerShowsTextBytesAndPicture();
-    void menuOffersOnlyWhatCanBeDone();
 };
 
 void TestGridHands::headerClicksSortAndThirdRestores()
@@ -152,29 +149,6 @@ void TestGridHands::cellViewerShowsTextBytesAndPicture()
     QCOMPARE(QApplication::clipboard()->text(), QString::fromStdString(memo));
     QTest::keyClick(viewer, Qt::Key_Escape);
     QTRY_VERIFY(!grid.findChild<CellViewer *>());
-}
-
-void TestGridHands::menuOffersOnlyWhatCanBeDone()
-{
-    FlexGrid grid;
-    const auto enabled = [&] {
-        const std::unique_ptr<QMenu> menu(grid.createMenu());
-        QStringList names;
-        for (const QAction *action : menu->findChildren<QAction *>())
-            if (action->isEnabled() && !action->objectName().isEmpty())
-                names << action->objectName();
-        names.sort();
-        return names.join(u' ');
-    };
-    QCOMPARE(enabled(), QString());
-    fillNumbers(grid, 3);
-    grid.clearSelection();
-    QCOMPARE(enabled(), "find fitColumns selectAll");
-    grid.setTableName("t");
-    grid.selectRow(1);
-    const std::unique_ptr<QMenu> menu(grid.createMenu());
-    menu->findChild<QAction *>("copyInsert")->trigger();
-    QCOMPARE(QApplication::clipboard()->text(), "INSERT INTO `t` (`id`, `text`) VALUES (1, 'text 1');\n");
 }
 
 QTEST_MAIN(TestGridHands)

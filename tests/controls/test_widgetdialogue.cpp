@@ -39,7 +39,6 @@ private Q_SLOTS:
     void boxesCarryCaptionAndAnswer();
     void longMessagesStayOnTheScreenAndAreNoMarkup();
     void progressCountsAndNeverDivides();
-    void errorsGoToTheBoxAndTheTip();
     void foldersComeWithoutSeparatorAtTheEnd();
 };
 
@@ -103,16 +102,6 @@ void TestWidgetDialogue::progressCountsAndNeverDivides()
     bare.progress(2, 1); // a window without any of the parts
     bare.setTarget("x");
     bare.setLastError("x", true);
-}
-
-void TestWidgetDialogue::errorsGoToTheBoxAndTheTip()
-{
-    Parts parts;
-    parts.dialogue.setLastError("near 'a < b'", true);
-    QCOMPARE(parts.error.toPlainText(), "near 'a < b'");
-    QCOMPARE(parts.caption.toolTip(), "near 'a < b'");
-    parts.dialogue.setLastError("near '<b>x</b>'", true);
-    QVERIFY(!Qt::mightBeRichText(parts.caption.toolTip()) || !parts.caption.toolTip().contains(u"<b>"));
 }
 
 void TestWidgetDialogue::foldersComeWithoutSeparatorAtTheEnd()

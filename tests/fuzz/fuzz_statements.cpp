@@ -20,24 +20,6 @@ void checkLayout(const QString &text)
         require(withLf(withCrLf(text)) == text, "line ends come back");
 }
 
-void checkQualified(const QString &text, const QString &database, const QString &name)
-{
-    const QString trimmed = trimmedBlanks(text), qualified = qualifiedCreateText(text, database, name);
-    const qsizetype keyword = trimmed.indexOf(u"table", 0, Qt::CaseInsensitive) + 5;
-    if (keyword < 5 || name.isEmpty())
-        return; // no text of the server: nothing is promised but to come back
-    // The character behind the keyword stands there twice.
-    QString back = qualified.left(keyword) + qualified.mid(std::min(keyword + 1, trimmed.size()));
-    const QString prefix = qualifiedName(database, {});
-    const bool holdsName = trimmed.indexOf(name, keyword, Qt::CaseInsensitive) >= 0;
-    require(qualified.size() == trimmed.size() + (trimmed.size() > keyword) + holdsName * prefix.size(),
-            "nothing but the database is added", {text, database, name, qualified});
-    if (holdsName)
-        back.remove(back.indexOf(prefix, keyword), prefix.size());
-    require(back.compare(trimmed, Qt::CaseInsensitive) == 0, "without the database it is the old text",
-            {trimmed, back});
-}
-
 void checkCutting(const QString &text, const QString &database)
 {
     const QString name = fField_select(text);
@@ -81,6 +63,5 @@ void check(const QByteArray &bytes)
 {
     const QStringList parts = texts(bytes, 3);
     checkLayout(parts[0]);
-    checkQualified(parts[0], parts[1], parts[2]);
     checkCutting(parts[0], parts[1]);
 }
