@@ -1,14 +1,13 @@
 #include "monkey.h"
 
 #include "controls/sqltextbox.h"
+#include "support/gui/boxes.h"
 
 #include <QAbstractButton>
 #include <QAbstractItemView>
 #include <QApplication>
-#include <QCheckBox>
 #include <QComboBox>
 #include <QFileDialog>
-#include <QHeaderView>
 #include <QLineEdit>
 #include <QMenu>
 #include <QMessageBox>
@@ -18,47 +17,25 @@
 
 namespace {
 
-// What ends the program, or asks for a file by itself.
-const QStringList leftAlone{"cmdEnd"};
-
 // What ends everything else, or shows nothing new.
 const QStringList seldom{"cmdClose", "cmdCancel", "Command1", "cmdCreateDb", "showLog", "cmdDropDb"};
 
-const QStringList statements{
-    "select * from play1.many",
-    "select 1",
-    "select sleep(0.3)",
-    "show tables from play1",
-    "insert into play1.商品 values (floor(rand()*100000), 'x', null)",
-    "delete from play1.商品 where id > 100",
-    "selekt",
-    "optimize table play1.商品",
-    "select @a, @b",
-    "set @a = 'ﾃｽﾄ'",
-    "call play1.p()",
-    "select repeat('長', 5000), 0x00ff, null",
-    QString(),
-};
-const QStringList words{"play1",   "x", "商品", "a`b",    "it's",
-                        QString(), "😀", " ",    "select", QString(64, u'n')};
-
-const QStringList keys{"Return", "Esc",    "Ctrl+P", "Tab",         "Down",      "Up",     "End",
-                       "Home",   "PgDown", "Del",    "Space",       "Backspace", "A",      "F1",
-                       "F3",     "F5",     "F6",     "F9",          "F12",       "Ctrl+F", "Ctrl+A",
-                       "Ctrl+C", "Ctrl+S", "Ctrl+Z", "Ctrl+Return", "Alt+L"};
+const QString statements = QStringLiteral(
+    "select * from play1.many|select 1|select sleep(0.3)|show tables from play1|optimize table play1.商品|"
+    "insert into play1.商品 values (floor(rand()*100000), 'x', null)|select repeat('長', 5000), 0x00ff, null|"
+    "delete from play1.商品 where id > 100|selekt|select @a, @b|set @a = 'ﾃｽﾄ'|call play1.p()|");
+const QString words = QStringLiteral("play1|x|商品|a`b|it's||😀| |select|") + QString(64, u'n');
+const QString keys =
+    QStringLiteral("Return|Esc|Ctrl+P|Tab|Down|Up|End|Home|PgDown|Del|Space|Backspace|A|F1|F3|F5|F6|F9|F12|"
+                   "Ctrl+F|Ctrl+A|Ctrl+C|Ctrl+S|Ctrl+Z|Ctrl+Return|Alt+L");
 
 bool isUsable(const QWidget &widget)
 {
     return widget.isVisible() && widget.isEnabled() && !widget.visibleRegion().isEmpty() &&
-           !leftAlone.contains(widget.objectName()) &&
+           widget.objectName() != u"cmdEnd" && // ends the program
            (qobject_cast<const QAbstractButton *>(&widget) || qobject_cast<const QLineEdit *>(&widget) ||
             qobject_cast<const QComboBox *>(&widget) || qobject_cast<const QAbstractItemView *>(&widget) ||
             qobject_cast<const QPlainTextEdit *>(&widget) || qobject_cast<const QsciScintilla *>(&widget));
-}
-
-QString placeOf(const QWidget &widget)
-{
-    return widget.window()->objectName() + u'.' + widget.objectName();
 }
 
 } // namespace
@@ -68,19 +45,13 @@ Monkey::Monkey(quint32 seed, QString folder, std::FILE *log)
     , m_folder(std::move(folder))
     , m_log(log)
 {
-}
-
-void Monkey::start()
-{
     QTimer::singleShot(0, this, &Monkey::act);
 }
 
 void Monkey::note(const char *what, const QWidget &widget, const QString &detail)
 {
-    const QString name = widget.objectName().isEmpty() ? QString::fromLatin1(widget.metaObject()->className())
-                                                       : widget.objectName();
     std::fprintf(m_log, "%d %s %s.%s %s\n", m_actions, what, qPrintable(widget.window()->objectName()),
-                 qPrintable(name), qPrintable(detail));
+                 qPrintable(widget.objectName()), qPrintable(detail));
     std::fflush(m_log);
 }
 
@@ -95,15 +66,15 @@ void Monkey::act()
         return;
     ++m_depth;
     ++m_actions;
+    auto *dialog = qobject_cast<QDialog *>(modal);
+    const bool isBox = qobject_cast<QMessageBox *>(dialog) || qobject_cast<QFileDialog *>(dialog);
     if (popup)
         useMenu(*popup);
-    else if (auto *dialog = qobject_cast<QDialog *>(modal);
-             dialog && (m_isFinishing || oneIn(12) || qobject_cast<QMessageBox *>(dialog) ||
-                        qobject_cast<QFileDialog *>(dialog)))
+    else if (dialog && (m_isFinishing || isBox || oneIn(12)))
         answer(*dialog);
     else if (!modal && oneIn(25))
         connectAgain();
-    else if (QWidget *window = modal ? modal : randomWindow())
+    else if (const QWidget *window = modal ? modal : randomWindow())
         if (QWidget *control = randomControl(*window))
             actOn(*control);
     --m_depth;
@@ -117,57 +88,43 @@ QWidget *Monkey::randomWindow()
             windows << window;
     // In an order that does not depend on where memory lay.
     std::ranges::sort(windows, {}, &QWidget::objectName);
-    if (windows.isEmpty())
-        return nullptr;
-    QWidget *window = windows[below(windows.size())];
-    if (window->objectName() != u"frmTarnwell" && oneIn(60)) {
+    QWidget *window = one(windows);
+    if (window && window->objectName() != u"frmTarnwell" && oneIn(60)) {
         note("closes", *window);
         window->close();
         return nullptr;
     }
-    window->activateWindow();
+    if (window)
+        window->activateWindow();
     return window;
 }
 
-QWidget *Monkey::randomControl(QWidget &window)
+QWidget *Monkey::randomControl(const QWidget &window)
 {
-    QList<QWidget *> controls;
-    for (QWidget *widget : window.findChildren<QWidget *>())
-        if (widget->window() == &window && isUsable(*widget))
+    QList<QWidget *> controls, lists;
+    for (QWidget *widget : window.findChildren<QWidget *>()) {
+        if (widget->window() != &window || !isUsable(*widget))
+            continue;
+        const bool isDull =
+            seldom.contains(widget->objectName()) || widget->objectName().endsWith(u"_Filter");
+        if (!isDull || oneIn(6))
             controls << widget;
-    if (controls.isEmpty())
-        return nullptr;
-    QWidget *control = controls[below(controls.size())];
-    const bool isDull = seldom.contains(control->objectName()) || control->objectName().endsWith(u"_Filter");
-    if (isDull && !oneIn(6))
-        return nullptr;
-    // Curious: what it has not tried comes first.
-    QList<QWidget *> untried;
-    std::ranges::copy_if(controls, std::back_inserter(untried), [&](const QWidget *each) {
-        return !qobject_cast<const QCheckBox *>(each) && !seldom.contains(each->objectName()) &&
-               !m_tried.contains(placeOf(*each));
-    });
-    if (!untried.isEmpty() && !oneIn(12)) {
-        m_tried << placeOf(*untried[0]);
-        return untried[0];
+        if (widget->inherits("ChosenList"))
+            lists << widget;
     }
     // Most of the program is reached through its lists.
-    const auto isList = [](QWidget *each) { return each->inherits("ChosenList"); };
-    QList<QWidget *> lists;
-    std::ranges::copy_if(controls, std::back_inserter(lists), isList);
-    return !lists.isEmpty() && oneIn(5) ? lists[below(lists.size())] : control;
+    return one(!lists.isEmpty() && oneIn(5) ? lists : controls);
 }
 
 void Monkey::actOn(QWidget &widget)
 {
     if (auto *box = qobject_cast<QComboBox *>(&widget); box && box->count() > 0 && !oneIn(4)) {
-        const int index = below(box->count());
-        note("chooses", widget, box->itemText(index));
-        box->setCurrentIndex(index);
+        note("chooses", widget);
+        box->setCurrentIndex(below(box->count()));
     } else if (oneIn(6)) {
-        const QKeySequence key(keys[below(keys.size())]);
-        note("presses", widget, key.toString());
-        QTest::keySequence(&widget, key);
+        const QString key = one(keys.split(u'|'));
+        note("presses", widget, key);
+        QTest::keySequence(&widget, QKeySequence(key));
     } else if (oneIn(3) || qobject_cast<QAbstractButton *>(&widget) ||
                qobject_cast<QAbstractItemView *>(&widget)) {
         clickAt(widget);
@@ -197,18 +154,15 @@ void Monkey::clickAt(QWidget &widget)
 
 void Monkey::type(QWidget &widget)
 {
-    const QString name = widget.objectName(), word = words[below(words.size())];
+    const QString word = one(words.split(u'|'));
     if (auto *text = qobject_cast<SqlTextBox *>(&widget)) {
-        const QString statement = statements[below(statements.size())];
-        note("writes", widget, statement);
-        if (name == u"txtSql")
-            text->setContents(statement);
+        note("writes", widget);
+        if (widget.objectName() == u"txtSql")
+            text->setContents(one(statements.split(u'|')));
         else
             text->setContents(text->contents().replace("int", "bigint") + (oneIn(3) ? word : QString()));
-    } else if (auto *line = qobject_cast<QLineEdit *>(&widget)) {
-        // The connection's own fields are connectAgain()'s.
-        if (widget.window()->objectName() == u"frmTarnwell")
-            return;
+    } else if (auto *line = qobject_cast<QLineEdit *>(&widget);
+               line && widget.window()->objectName() != u"frmTarnwell") { // where connectAgain() writes
         note("writes", widget, word);
         line->setText(word);
     }
@@ -216,48 +170,28 @@ void Monkey::type(QWidget &widget)
 
 void Monkey::useMenu(QWidget &menu)
 {
-    auto *shown = qobject_cast<QMenu *>(&menu);
-    if (shown && !m_isFinishing && oneIn(2)) {
-        const QList<QAction *> actions = shown->actions();
-        QAction *action = actions.value(below(std::max<qsizetype>(actions.size(), 1)));
-        if (action && action->isEnabled() && !action->menu() && !action->isSeparator()) {
-            note("chooses", menu, action->objectName());
-            shown->close();
-            action->trigger();
-            return;
-        }
-    }
-    note("leaves", menu);
+    const QList<QAction *> actions = menu.actions();
+    QAction *action = m_isFinishing || oneIn(2) ? nullptr : one(actions);
+    const bool isChosen = action && action->isEnabled() && !action->menu() && !action->isSeparator();
+    note(isChosen ? "chooses" : "leaves", menu, isChosen ? action->objectName() : QString());
     menu.close();
+    if (isChosen)
+        action->trigger();
 }
 
 void Monkey::answer(QDialog &dialog)
 {
+    note("answers", dialog, dialog.windowTitle());
     if (auto *files = qobject_cast<QFileDialog *>(&dialog)) {
-        m_sinceFileDialog.start();
-        note("picks in", dialog, files->windowTitle());
-        auto *line = dialog.findChild<QLineEdit *>("fileNameEdit");
-        if (!line || m_isFinishing || oneIn(3)) {
-            dialog.reject();
+        const bool isFolder = files->fileMode() == QFileDialog::Directory;
+        const QString path = isFolder ? m_folder : m_folder + "/file" + QString::number(below(3));
+        if (!m_isFinishing && !oneIn(3) && chooseFile(*files, path))
+            return;
+    } else if (auto *box = qobject_cast<QMessageBox *>(&dialog)) {
+        if (auto *button = one(box->buttons())) {
+            button->click();
             return;
         }
-        const bool isFolder = files->fileMode() == QFileDialog::Directory;
-        line->setText(isFolder ? m_folder : m_folder + "/file" + QString::number(below(3)));
-        QMetaObject::invokeMethod(&dialog, "accept");
-        if (dialog.isVisible())
-            dialog.reject();
-        return;
     }
-    if (auto *box = qobject_cast<QMessageBox *>(&dialog)) {
-        const QList<QAbstractButton *> buttons = box->buttons();
-        QAbstractButton *button = buttons.value(below(std::max<qsizetype>(buttons.size(), 1)));
-        note("answers", dialog, box->text().left(60).simplified());
-        if (button)
-            button->click();
-        else
-            dialog.reject();
-        return;
-    }
-    note("leaves", dialog);
     dialog.reject();
 }

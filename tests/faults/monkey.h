@@ -1,13 +1,11 @@
 #pragma once
 
-#include <QElapsedTimer>
 #include <QObject>
 #include <QPoint>
 #include <QRandomGenerator>
-#include <QSet>
-#include <QStringList>
 
 #include <cstdio>
+#include <functional>
 
 class QDialog;
 class QWidget;
@@ -25,16 +23,9 @@ public:
     // What a user would have to say to be connected; called now and then.
     std::function<void()> connectAgain;
 
-    void start();
     // No more actions of its own; open boxes are still answered, so that what runs comes to its end.
     void finish() { m_isFinishing = true; }
     int actions() const { return m_actions; }
-    // Whether a file dialog was up within the last milliseconds: building one, icons and all, is the
-    // toolkit's own work.
-    bool metFileDialog(double milliseconds) const
-    {
-        return m_sinceFileDialog.isValid() && static_cast<double>(m_sinceFileDialog.elapsed()) < milliseconds;
-    }
 
 private:
     void act();
@@ -43,11 +34,16 @@ private:
     void useMenu(QWidget &menu);
     void clickAt(QWidget &widget);
     void type(QWidget &widget);
-    QWidget *randomControl(QWidget &window);
     QWidget *randomWindow();
+    QWidget *randomControl(const QWidget &window);
 
     int below(qsizetype end) { return m_random.bounded(static_cast<int>(end)); }
     bool oneIn(int count) { return m_random.bounded(count) == 0; }
+    template <class List>
+    auto one(const List &list)
+    {
+        return list.value(list.isEmpty() ? 0 : below(list.size()));
+    }
     void note(const char *what, const QWidget &widget, const QString &detail = {});
 
     QRandomGenerator m_random;
@@ -56,6 +52,4 @@ private:
     int m_actions = 0;
     int m_depth = 0;
     bool m_isFinishing = false;
-    QSet<QString> m_tried;
-    QElapsedTimer m_sinceFileDialog;
 };

@@ -3,13 +3,15 @@
 #include "controls/chosenlist.h"
 #include "core/statements.h"
 #include "support/gui/boxes.h"
+#include "support/gui/control.h"
 #include "support/rows.h"
 #include "users/frmUserAdd.h"
 #include "watchedserver.h"
-#include "yestoall.h"
 
 #include <QCheckBox>
 #include <QComboBox>
+#include <QLineEdit>
+#include <QPushButton>
 
 class HostileAccountsTest : public QObject {
     Q_OBJECT
@@ -23,25 +25,17 @@ private Q_SLOTS:
     void grants();
 
 private:
-    void openWindow();
-    ChosenList &list(const char *name) const
-    {
-        return *m_window->findChild<ChosenList *>(QLatin1String(name));
-    }
+    ChosenList &list(const char *name) const { return control<ChosenList>(*m_window, name); }
     void choose(const char *name, const QString &text) const
     {
         list(name).setCurrentRow(static_cast<int>(list(name).texts().indexOf(text)));
-    }
-    void chooseDatabase(const QString &text) const
-    {
-        m_window->findChild<QComboBox *>("cboAddDB")->setCurrentText(text);
     }
     void click(const char *button, const QStringList &own);
     void useAccount(const QString &user);
 
     WatchedServer m_server;
     BlockingPump m_pump;
-    YesToAll m_boxes;
+    Boxes m_boxes;
     Session m_session;
     std::unique_ptr<frmUserAdd> m_window;
 };
@@ -50,20 +44,15 @@ void HostileAccountsTest::init()
 {
     failOnAnyWarning();
     m_server.setUp();
-}
-
-void HostileAccountsTest::openWindow()
-{
+    m_boxes.agree();
     const TestServer &server = m_server.server();
-    m_session.gCn = createConnection(isBuiltIn() ? server.nativeString() : server.odbcString(), m_pump);
+    m_session.gCn = createConnection(server.connectionString(isBuiltIn()), m_pump);
     m_session.gCn->open();
-    m_window = std::make_unique<frmUserAdd>(m_session, nullptr);
-    m_window->show();
 }
 
 void HostileAccountsTest::click(const char *button, const QStringList &own)
 {
-    m_server.watch([&] { m_window->findChild<QPushButton *>(QLatin1String(button))->click(); }, own,
+    m_server.watch([&] { control<QPushButton>(*m_window, button).click(); }, own,
                    QLatin1String(button) + u' ' + own.value(0));
 }
 
@@ -84,10 +73,10 @@ void HostileAccountsTest::useAccount(const QString &user)
         choose("lstDB", "d");
         choose("lstAddDB", "d");
         choose("lstTable", "d\tkeep");
-        chooseDatabase("d");
+        control<QComboBox>(*m_window, "cboAddDB").setCurrentText("d");
         choose("lstAddTable", "keep");
         for (const char *box : {"ckPrivType_1", "ckDBPrivType_1", "ckTablePrivType_1"})
-            m_window->findChild<QCheckBox *>(QLatin1String(box))->setChecked(true);
+            control<QCheckBox>(*m_window, box).setChecked(true);
         click(button, {name, name + " d", name + " d.keep"});
     }
 }
@@ -100,14 +89,15 @@ void HostileAccountsTest::accounts()
         m_server.sql("grant select on d.* to " + account);
         m_server.sql("grant select on d.keep to " + account);
     }
-    openWindow();
+    m_window = std::make_unique<frmUserAdd>(m_session, nullptr);
+    m_window->show();
     if (list("lstUser").texts().contains("%\t" + user))
         useAccount(user);
     // Added by hand: under that very name, or not at all.
     m_server.tries("drop user " + account);
     list("lstUser").setCurrentRow(0);
     for (const auto &[box, text] : {std::pair("txtUser", user), {"txtHost", "%"}, {"txtPassword", "p"}})
-        m_window->findChild<QLineEdit *>(QLatin1String(box))->setText(text);
+        control<QLineEdit>(*m_window, box).setText(text);
     const QString typed = trimmedBlanks(user);
     click("cmdOk", {typed + "@%"});
     m_server.tries(QStringLiteral("drop user %1@'%'").arg(quotedText(typed)));
@@ -119,11 +109,12 @@ void HostileAccountsTest::grants()
     QVERIFY(names.size() > 20);
     for (const QString &name : names)
         m_server.tries("create database " + quotedName(name));
-    openWindow();
+    m_window = std::make_unique<frmUserAdd>(m_session, nullptr);
+    m_window->show();
     for (const QString &name : names) {
         const QStringList onTable{"u@% d." + name}, onDatabase{"u@% " + name};
         choose("lstUser", "%\tu");
-        chooseDatabase("d");
+        control<QComboBox>(*m_window, "cboAddDB").setCurrentText("d");
         choose("lstAddTable", name);
         click("cmdTableGrantAdd", onTable);
         m_server.tries(QStringLiteral("grant select on %1 to u").arg(quotedName("d", name)));
@@ -137,7 +128,7 @@ void HostileAccountsTest::grants()
         for (const char *button : {"cmdDbGrantAdd", "cmdDbGrantEdit", "cmdDbGrantDel"}) {
             choose("lstAddDB", name);
             choose("lstDB", name);
-            m_window->findChild<QCheckBox *>("ckDBPrivType_0")->setChecked(true);
+            control<QCheckBox>(*m_window, "ckDBPrivType_0").setChecked(true);
             click(button, onDatabase);
         }
         m_server.tries("drop database " + quotedName(name));

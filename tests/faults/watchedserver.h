@@ -11,37 +11,12 @@
 
 inline QStringList hostileNames()
 {
-    return {QString(64, u'n'),
-            "keep\tx",
-            "`keep`",
-            "\"keep\"",
-            "keep--\x01",
-            "keep-x",
-            "keep 5",
-            "keep x",
-            "keep\u00A0\u202E",
-            "15",
-            "a`b",
-            "it's",
-            "a\"b",
-            "a/b",
-            "a\\b",
-            "select",
-            "%s%1",
-            "<b>x</b>",
-            "1e5",
-            "keep, a",
-            "keep;",
-            "表",
-            " keep",
-            "　keep",
-            "d.keep",
-            "a/**/",
-            "a?b",
-            "keep use_frm",
-            "keep -- x",
-            "😀",
-            "keep limit 1 -- x"};
+    return QStringLiteral(
+               "keep\tx|`keep`|\"keep\"|keep--\x01|keep-x|keep 5|keep "
+               "x|keep\u00A0\u202E|15|a`b|it's|a\"b|a/b|a\\b|select|%s%1|<b>x</b>|1e5|keep, a|keep;|表| "
+               "keep|　keep|d.keep|a/**/|a?b|keep use_frm|keep -- x|😀|keep limit 1 -- x")
+               .split(u'|')
+           << QString(64, u'n');
 }
 
 // A server of which all is watched: everything on it by its name ("d.table", "d.routine()", "d." a database,

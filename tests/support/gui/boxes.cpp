@@ -26,20 +26,6 @@ QString described(const QDialog &dialog)
                : QStringLiteral("dialog %1 \"%2\"").arg(dialog.objectName(), dialog.windowTitle());
 }
 
-bool choose(QFileDialog &dialog, const QString &path)
-{
-    if (path.isEmpty()) {
-        dialog.reject();
-        return true;
-    }
-    if (auto *line = dialog.findChild<QLineEdit *>("fileNameEdit"))
-        line->setText(path);
-    else
-        dialog.selectFile(path);
-    QMetaObject::invokeMethod(&dialog, "accept");
-    return !dialog.isVisible();
-}
-
 } // namespace
 
 Boxes::Boxes()
@@ -68,6 +54,11 @@ void Boxes::expectDialog(const QString &objectName, std::function<void(QDialog &
     m_expected.push_back({Expected::Dialog, objectName, QMessageBox::NoButton, std::move(use)});
 }
 
+void Boxes::agree(const QString &path, std::function<void(QDialog &)> use)
+{
+    m_agreed = {Expected::File, path, QMessageBox::NoButton, std::move(use)};
+}
+
 void Boxes::look()
 {
     // A new timer each time: one that is running its slot does not fire in the box that the slot opens.
@@ -78,6 +69,8 @@ void Boxes::look()
         return;
     if (const auto *box = qobject_cast<QMessageBox *>(dialog))
         m_seen << box->windowTitle() + u'|' + box->text();
+    if (m_expected.empty() && m_agreed && agreeTo(*dialog))
+        return;
     if (m_expected.empty()) {
         fail(QStringLiteral("unexpected %1").arg(described(*dialog)));
         dialog->reject();
@@ -103,13 +96,45 @@ bool Boxes::answer(QDialog &dialog, const Expected &expected)
         return true;
     }
     if (auto *files = qobject_cast<QFileDialog *>(&dialog))
-        return expected.kind == Expected::File && choose(*files, expected.text);
+        return expected.kind == Expected::File && chooseFile(*files, expected.text);
     if (expected.kind != Expected::Dialog || dialog.objectName() != expected.text)
         return false;
     const QPointer<QDialog> guard(&dialog);
     expected.use(dialog);
     const QDialog *left = guard.data();
     return left == nullptr || left->isHidden();
+}
+
+bool Boxes::agreeTo(QDialog &dialog)
+{
+    dialog.setProperty("isBeingUsed", true);
+    if (auto *box = qobject_cast<QMessageBox *>(&dialog)) {
+        for (QAbstractButton *each : box->buttons()) {
+            const auto standard = box->standardButton(each);
+            if (standard == QMessageBox::Yes || standard == QMessageBox::Ok || each->text().contains(u"変更"))
+                return each->click(), true;
+        }
+        return false;
+    }
+    if (auto *files = qobject_cast<QFileDialog *>(&dialog))
+        return chooseFile(*files, m_agreed->text);
+    if (m_agreed->use)
+        m_agreed->use(dialog);
+    return m_agreed->use != nullptr;
+}
+
+bool chooseFile(QFileDialog &dialog, const QString &path)
+{
+    if (path.isEmpty()) {
+        dialog.reject();
+        return true;
+    }
+    if (auto *line = dialog.findChild<QLineEdit *>("fileNameEdit"))
+        line->setText(path);
+    else
+        dialog.selectFile(path);
+    QMetaObject::invokeMethod(&dialog, "accept");
+    return !dialog.isVisible();
 }
 
 void failOnAnyWarning()

@@ -4,8 +4,10 @@
 
 #include <deque>
 #include <functional>
+#include <optional>
 
 class QDialog;
+class QFileDialog;
 
 // Answers the modal boxes of a test in the order expected, word for word. A box that is not the next one
 // expected fails the test and is closed, an expected one that never comes fails it at the end: nothing hangs.
@@ -23,6 +25,9 @@ public:
     // Any other dialog, by its object name. `use` must bring it to an end (press OK, reject it).
     void expectDialog(const QString &objectName, std::function<void(QDialog &)> use);
 
+    // From now on, what is not expected is agreed to: OK or yes, of several choices the one that goes on; a
+    // file dialog gets the path, another dialog what `use` does with it.
+    void agree(const QString &path = {}, std::function<void(QDialog &)> use = {});
     // Leaves the boxes that come to the test itself.
     void setPaused(bool isPaused) { m_isPaused = isPaused; }
     // "title|text" of each message box that came, in order.
@@ -39,10 +44,16 @@ private:
     void look();
     bool answer(QDialog &dialog, const Expected &expected);
 
+    bool agreeTo(QDialog &dialog);
+
     std::deque<Expected> m_expected;
+    std::optional<Expected> m_agreed;
     QStringList m_seen;
     bool m_isPaused = false;
 };
+
+// An empty path cancels. Whether the dialog took it.
+bool chooseFile(QFileDialog &dialog, const QString &path);
 
 // Any Qt warning until the end of the running test function fails it. Called first in a test function or
 // in init().
