@@ -1,17 +1,28 @@
 #include "controls/encryptionsign.h"
-#include "core/basconnection.h"
 #include "faults/mainwindowstage.h"
 #include "support/gui/boxes.h"
 #include "support/rows.h"
-#include "support/scriptedconnection.h"
-#include "support/testserver.h"
 
 #include <QDialogButtonBox>
 #include <QScopeGuard>
 #include <QSet>
 #include <QTimer>
 
-// The real window on a real server, over each of the two connections.
+namespace {
+
+const char *const setUp = R"(
+    SET NAMES utf8mb4; DROP DATABASE IF EXISTS 店; CREATE DATABASE 店 CHARACTER SET utf8mb4; USE 店;
+    CREATE TABLE 商品 (id INT PRIMARY KEY, 名前 VARCHAR(40), memo TEXT, KEY n (名前)) ENGINE=InnoDB;
+    INSERT INTO 商品 VALUES (1, 'ﾃｽﾄ', 'x'), (2, '😀', ''), (3, NULL, 'NULL');
+    CREATE TABLE `with blank` (a INT); CREATE TABLE `select` (a INT);
+    CREATE TABLE gone (a INT); CREATE VIEW broken AS SELECT a FROM gone; DROP TABLE gone;
+    CREATE VIEW 表示 AS SELECT id, 名前 FROM 商品 WHERE id > 0; CREATE VIEW slow AS SELECT SLEEP(5) AS s;
+    CREATE PROCEDURE p() SELECT 1; CREATE FUNCTION f() RETURNS INT RETURN 1;
+)";
+
+} // namespace
+
+// The real window on each kind of server, over each of the two connections: a click for each command.
 class MainWindowTest : public QObject {
     Q_OBJECT
 
@@ -22,9 +33,9 @@ private Q_SLOTS:
     void missingEntriesAreRefusedInOrder();
     void aDataSourceConnects();
     void onlyTheWordLocalhostIsLocal();
-    void everyKindOfObjectIsListed();
-    void rowsAreShownUpToTheLimit();
-    void stoppingKeepsWhatWasRead();
+    void everyObjectIsListedAndShown();
+    void rowsAreShownUpToTheLimitOrTheStop();
+    void batchesAndScriptsReachEveryTable();
     void anExpiredPasswordIsRenewed();
     void aConnectionUnderWayIsGivenUp();
     void aThinkingServerIsLeftAtOnce_data();
@@ -36,67 +47,61 @@ private:
     {
         return m_stage->control<Control>(name);
     }
-    void click(const char *name) { m_stage->click(name); }
-    void enter()
-    {
-        m_stage->enter(isBuiltIn() ? nativeDriverName() : "MySQL ODBC 3.51 Driver", m_server->port());
-    }
-    static void makeObjects(TestServer &server);
-    void openDatabase()
-    {
-        enter();
-        click("cmdConnect");
-        click("cmdShowDb");
-        m_stage->choose("lstDb", "店");
-    }
-    FlexGrid &data() const { return *control<FlexGrid>("flGrid_Data"); }
+    void click(const char *name) const { m_stage->click(name); }
+    void choose(const char *list, const char *item) const { m_stage->choose(list, item); }
+    void connectTo(const QString &server) const;
+    // Connected as if to this machine, with the database chosen.
+    void openDatabase() const;
+    QString sql(const QString &statements) const { return m_server->run(statements, "店"); }
+    FlexGrid &grid(const char *name) const { return *control<FlexGrid>(name); }
 
-    TestServers m_servers{{}, makeObjects};
+    TestServers m_servers;
     TestServer *m_server = nullptr;
     std::unique_ptr<MainWindowStage> m_stage;
 };
-
-void MainWindowTest::makeObjects(TestServer &server)
-{
-    server.run("create database 店; use 店;"
-               "create table 商品 (id int primary key, 名前 varchar(50), memo text) engine=InnoDB;"
-               "insert into 商品 values (1,'ﾃｽﾄ',null),(2,'','x'),(3,'😀','NULL');"
-               "create table `with blank` (a int); create table `select` (a int);"
-               "create view v as select id, 名前 from 商品 where id > 1;"
-               "create table base (a int); create view broken as select a from base; drop table base;"
-               "create procedure p() select 1; create function f() returns int return 1;"
-               "create table many (id int, filler text); insert into many values (1, repeat('x', 3000));" +
-               QString("insert into many select id, filler from many;").repeated(14) +
-               "create view slow as select sleep(5) as s;");
-}
 
 void MainWindowTest::init()
 {
     QFETCH_GLOBAL(TestServer::Brand, brand);
     SKIP_WITHOUT(brand);
-    m_server = &m_servers.of(brand);
     failOnAnyWarning();
+    m_server = &m_servers.of(brand);
+    m_server->run(QString::fromUtf8(setUp));
     m_stage = std::make_unique<MainWindowStage>();
+    m_stage->enter(isBuiltIn() ? nativeDriverName() : "MySQL ODBC 3.51 Driver", m_server->port());
+}
+
+void MainWindowTest::connectTo(const QString &server) const
+{
+    control<QLineEdit>("txtServer")->setText(server);
+    click("cmdConnect");
+    QVERIFY(m_stage->session.gCn && m_stage->session.gCn->isOpen());
+    click("cmdShowDb");
+}
+
+void MainWindowTest::openDatabase() const
+{
+    connectTo("localhost");
+    choose("lstDb", "店");
 }
 
 void MainWindowTest::missingEntriesAreRefusedInOrder()
 {
     Boxes boxes;
-    const auto isRefused = [&](const QString &message) {
-        boxes.expectOk(message);
+    const auto isRefused = [&](const char *words) {
+        boxes.expectOk(words);
         click("cmdConnect");
     };
-    enter();
-    control<QLineEdit>("txtPort")->setText("  ");
-    isRefused("ﾎﾟｰﾄを選択して下さい。");
-    control<QLineEdit>("txtUser")->setText("  ");
-    isRefused("ﾕｰｻﾞｰ名を選択して下さい。");
-    control<QLineEdit>("txtServer")->setText("  ");
-    isRefused("ｻｰﾊﾞｰ名を選択して下さい。");
-    control<QComboBox>("cboDrivers")->setEditText("  ");
-    isRefused("ﾄﾞﾗｲﾊﾞを選択して下さい。");
-    control<QComboBox>("cboDSNList")->setEditText(" ");
-    isRefused("ﾄﾞﾗｲﾊﾞを選択して下さい。");
+    for (const auto &[box, words] : {std::pair("txtPort", "ﾎﾟｰﾄを選択して下さい。"),
+                                     {"txtUser", "ﾕｰｻﾞｰ名を選択して下さい。"},
+                                     {"txtServer", "ｻｰﾊﾞｰ名を選択して下さい。"}}) {
+        control<QLineEdit>(box)->setText("  ");
+        isRefused(words);
+    }
+    for (const char *box : {"cboDrivers", "cboDSNList"}) {
+        control<QComboBox>(box)->setEditText(" ");
+        isRefused("ﾄﾞﾗｲﾊﾞを選択して下さい。");
+    }
     QVERIFY(!m_stage->session.gCn);
 }
 
@@ -130,71 +135,65 @@ void MainWindowTest::aDataSourceConnects()
 
 void MainWindowTest::onlyTheWordLocalhostIsLocal()
 {
-    for (const QString &server : {QStringLiteral("localhost"), QStringLiteral("127.0.0.1")}) {
+    for (const QString server : {"localhost", "127.0.0.1"}) {
         const bool isLocal = server == u"localhost";
-        enter();
-        control<QLineEdit>("txtServer")->setText(server);
-        click("cmdConnect");
-        QVERIFY(m_stage->session.gCn);
+        connectTo(server);
         QCOMPARE(m_stage->session.gIsLocalServer, isLocal);
-        click("cmdShowDb");
         QCOMPARE(control<QWidget>("cmdBackup")->isEnabled(), isLocal);
         click("cmdClose");
         QVERIFY(!m_stage->session.gIsLocalServer);
     }
 }
 
-void MainWindowTest::everyKindOfObjectIsListed()
+void MainWindowTest::everyObjectIsListedAndShown()
 {
+    QFETCH_GLOBAL(TestServer::Brand, brand);
     openDatabase();
+    QCOMPARE(m_stage->session.connection().server().isMariaDb, brand == TestServer::Brand::MariaDb);
+    const QStringList items = control<ChosenList>("lstTables")->texts();
     // A name after a dot needs no quotes.
-    const QStringList tables{"[VIEW]\tbroken", "[TABLE]\tmany",       "[TABLE]\tselect", "[VIEW]\tslow",
-                             "[VIEW]\tv",      "[ERROR]\twith blank", "[TABLE]\t商品"};
-    const QStringList listed = control<ChosenList>("lstTables")->texts();
-    QCOMPARE(QSet<QString>(listed.begin(), listed.end()), QSet<QString>(tables.begin(), tables.end()));
+    QCOMPARE(QSet<QString>(items.begin(), items.end()),
+             (QSet<QString>{"[TABLE]\t商品", "[TABLE]\tselect", "[ERROR]\twith blank", "[VIEW]\t表示",
+                            "[VIEW]\tbroken", "[VIEW]\tslow"}));
     QCOMPARE(control<ChosenList>("lstProcFunc")->texts(), (QStringList{"[PROC]\tp", "[FUNC]\tf"}));
-    m_stage->choose("lstTables", "[VIEW]\tv");
-    QVERIFY(control<SqlTextBox>("txtField")->contents().startsWith("CREATE VIEW 店.v AS \r\n"));
-    m_stage->choose("lstProcFunc", "[PROC]\tp");
-    QVERIFY(control<SqlTextBox>("txtProc")->contents().endsWith("PROCEDURE p()\r\nselect 1"));
+    choose("lstTables", "[TABLE]\t商品");
+    QCOMPARE(grid("flGrid_Field").rowCount(), 3);
+    QCOMPARE(grid("flGrid_Index").rowCount(), 2);
+    QCOMPARE(grid("flGrid_Status").rowCount(), 1);
+    choose("lstTables", "[VIEW]\t表示");
+    // MariaDB drops the parentheses of a condition.
+    QCOMPARE(control<SqlTextBox>("txtField")->contents().remove(u'(').remove(u')'),
+             "CREATE VIEW 店.表示 AS \r\nselect 店.商品.id AS id,\r\n\t店.商品.名前 AS 名前 \r\n from "
+             "店.商品 \r\n where 店.商品.id > 0");
+    choose("lstProcFunc", "[PROC]\tp");
+    QVERIFY(control<SqlTextBox>("txtProc")->contents().endsWith("PROCEDURE p()\r\nSELECT 1"));
 
     click("showLog");
-    auto *log = control<FlexGrid>("statementLogGrid");
-    QTRY_VERIFY(log->isVisible());
-    const int last = log->rowCount() - 1;
-    QCOMPARE(log->text(last, 3), "show create procedure `店`.p;");
-    QVERIFY(log->text(last, 2).endsWith(" 行"));
+    const FlexGrid &log = grid("statementLogGrid");
+    QTRY_COMPARE(log.text(log.rowCount() - 1, 3), "show create procedure `店`.p;");
+    QVERIFY(log.text(log.rowCount() - 1, 2).endsWith(" 行"));
 }
 
-void MainWindowTest::rowsAreShownUpToTheLimit()
+void MainWindowTest::rowsAreShownUpToTheLimitOrTheStop()
 {
+    sql("CREATE TABLE many (id INT, filler TEXT); INSERT INTO many VALUES (1, REPEAT('x', 3000));" +
+        QString("INSERT INTO many SELECT id, filler FROM many;").repeated(14));
     openDatabase();
-    m_stage->choose("lstTables", "[TABLE]\t商品");
+    const FlexGrid &data = grid("flGrid_Data");
+    choose("lstTables", "[TABLE]\t商品");
     click("cmdDataGet");
-    QCOMPARE(data().rowCount(), 3);
-    QCOMPARE(data().text(0, 1) + data().text(1, 1) + data().text(2, 1), "ﾃｽﾄ😀");
-    QVERIFY(data().isNull(0, 2) && !data().isNull(2, 2));
-    QCOMPARE(control<QLabel>("lblRecordCount")->text(), "3");
-    m_stage->choose("lstTables", "[TABLE]\tmany");
-    control<QComboBox>("cboLimit")->setCurrentIndex(2);
-    click("cmdDataGet");
-    QCOMPARE(data().rowCount(), 10000);
-    QCOMPARE(control<QPushButton>("cmdDataGet")->text(), "ﾃﾞｰﾀ表示");
-}
+    QCOMPARE(data.rowCount(), 3);
+    QVERIFY(data.isNull(2, 1) && !data.isNull(1, 1));
 
-void MainWindowTest::stoppingKeepsWhatWasRead()
-{
     Boxes boxes;
-    openDatabase();
-    m_stage->choose("lstTables", "[TABLE]\tmany");
+    choose("lstTables", "[TABLE]\tmany");
     control<QComboBox>("cboLimit")->setCurrentIndex(2);
     auto *count = control<QLabel>("lblRecordCount");
     count->clear();
     // The second click comes once the first rows are there, as soon as the read lets events run.
     QTimer watch;
-    connect(&watch, &QTimer::timeout, this, [&] {
-        if (!count->text().isEmpty() &&
-            control<QPushButton>("cmdDataGet")->text() == QStringLiteral("停止")) {
+    watch.callOnTimeout(this, [&] {
+        if (!count->text().isEmpty() && control<QPushButton>("cmdDataGet")->text() == u"停止") {
             watch.stop();
             click("cmdDataGet");
         }
@@ -202,11 +201,43 @@ void MainWindowTest::stoppingKeepsWhatWasRead()
     watch.start(0);
     boxes.expectOk("処理を中断しました");
     click("cmdDataGet");
-    const int rows = data().rowCount();
+    const int rows = data.rowCount();
     QVERIFY(rows > 0 && rows < 10000);
     QCOMPARE(count->text(), QString::number(rows));
     click("cmdDataGet"); // and the connection still works
-    QCOMPARE(data().rowCount(), 10000);
+    QCOMPARE(data.rowCount(), 10000);
+}
+
+void MainWindowTest::batchesAndScriptsReachEveryTable()
+{
+    QFETCH_GLOBAL(TestServer::Brand, brand);
+    const bool knowsInvisible = brand != TestServer::Brand::MySql56;
+    sql(QStringLiteral(
+            "DROP VIEW broken; DROP VIEW slow; DROP TABLE `with blank`; CREATE TABLE 列 (a INT, b INT %1)")
+            .arg(knowsInvisible ? "INVISIBLE" : "") +
+        ";INSERT INTO 列 (a, b) VALUES (1, 2)");
+    openDatabase();
+    Boxes boxes;
+    for (const auto &[button, phrase, closing] :
+         {std::tuple("cmdCheckTable", "検査を行います。", "問題はありませんでした。"),
+          {"cmdOptimizeTable", "最適化を行います。", "最適化しました。"},
+          {"cmdRepairTable", "修復を行います。", "修復しました。"},
+          {"cmdCopyDb", "ﾃﾞｰﾀｺﾋﾟｰを行います。", "ﾃｰﾌﾞﾙをｺﾋﾟｰしました。"}}) {
+        boxes.expectOk("全ﾃｰﾌﾞﾙの" + QString::fromUtf8(phrase));
+        boxes.expectOk(QString::fromUtf8(closing));
+        click(button);
+    }
+    const QString stamp = QDate::currentDate().toString("_yy_MM_dd");
+    QCOMPARE(sql(QStringLiteral("SELECT COUNT(*) FROM back_商品%1; SELECT COUNT(*) FROM back_表示%1; SELECT "
+                                "a, b FROM back_列%1")
+                     .arg(stamp)),
+             "3\n3\n1\t2\n");
+    const QTemporaryDir folder;
+    boxes.expectFile(folder.path());
+    boxes.expectOk(QStringLiteral("「%1/」にﾊﾞｯｸｱｯﾌﾟしました。").arg(folder.path()));
+    click("cmdScriptBackUp");
+    QCOMPARE(QDir(folder.path()).entryList(QDir::Files),
+             (QStringList{"f.func", "p.proc", "select.table", "列.table", "商品.table", "表示.view"}));
 }
 
 void MainWindowTest::anExpiredPasswordIsRenewed()
@@ -218,7 +249,6 @@ void MainWindowTest::anExpiredPasswordIsRenewed()
                   "alter user late password expire");
     const auto dropped = qScopeGuard([this] { m_server->run("drop user late"); });
     Boxes boxes;
-    enter();
     control<QLineEdit>("txtUser")->setText("late");
     control<QLineEdit>("txtPass")->setText("old");
     boxes.expectOk("接続失敗");
@@ -239,7 +269,6 @@ void MainWindowTest::aConnectionUnderWayIsGivenUp()
 {
     m_server->freeze();
     const auto resume = qScopeGuard([this] { m_server->resume(); });
-    enter();
     const Boxes none; // in the end it would say that it failed
     QTimer::singleShot(300, this, [&] { click("cmdClose"); });
     click("cmdConnect");

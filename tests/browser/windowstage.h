@@ -1,18 +1,8 @@
 #pragma once
 
-#include "about/frmAbout.h"
 #include "browser/frmTarnwell.h"
-#include "console/frmSql.h"
-#include "console/frmTextEditer.h"
-#include "controls/cellviewer.h"
-#include "controls/findbar.h"
-#include "inout/frmInOut.h"
-#include "maintenance/frmCreateDB.h"
-#include "maintenance/frmRestore.h"
 #include "support/gui/boxes.h"
 #include "support/gui/stage.h"
-#include "support/scripteddialogue.h"
-#include "users/frmUserAdd.h"
 
 #include <QApplication>
 
@@ -36,9 +26,7 @@ struct WindowStage : Stage {
     }
     void connect(const QString &server = "localhost");
     frmTarnwell &connected();
-    frmSql &console(const char *view);
 
-    ScriptedDialogue dialogue;
     Boxes boxes; // none is expected
     std::unique_ptr<QWidget> opened;
 };
@@ -71,102 +59,4 @@ inline frmTarnwell &WindowStage::connected()
     for (const char *list : {"lstDb", "lstProcFunc", "lstTables"})
         control<ChosenList>(window, list).setCurrentRow(0);
     return window;
-}
-
-inline frmSql &WindowStage::console(const char *view)
-{
-    session.gCn = script.connect();
-    auto &window = static_cast<frmSql &>(shown(new frmSql(
-        session, [] { return true; }, std::make_unique<ScriptedDialogue>())));
-    window.setAttribute(Qt::WA_DeleteOnClose, false);
-    press(window, {view, "ckMemo_0"});
-    return window;
-}
-
-using Open = std::function<QWidget *(WindowStage &)>;
-
-// A window, or a state of it that shows other controls.
-struct Scene {
-    const char *name;
-    Open open;
-};
-
-inline Scene mainPage(const char *name, const char *button)
-{
-    return {name, [button](WindowStage &stage) {
-                frmTarnwell &window = stage.connected();
-                press(window, {button});
-                return &window;
-            }};
-}
-
-inline Scene consoleView(const char *name, const char *view)
-{
-    return {name, [view](WindowStage &stage) { return &stage.console(view); }};
-}
-
-inline QWidget *findBar(WindowStage &stage)
-{
-    frmSql &window = stage.console("optRecord_1");
-    control<FlexGrid>(window, "flgrid_Record").findChild<FindBar *>()->open({});
-    return &window;
-}
-
-inline Scene users(const char *name, int row)
-{
-    return {name, [row](WindowStage &stage) {
-                stage.session.gCn = stage.script.connect();
-                QWidget &window = stage.shown(new frmUserAdd(stage.session, nullptr, &stage.dialogue));
-                control<ChosenList>(window, "lstUser").setCurrentRow(row);
-                return &window;
-            }};
-}
-
-inline Scene inOut(const char *name, const char *direction)
-{
-    return {name, [direction](WindowStage &stage) {
-                QWidget &window =
-                    stage.shown(new frmInOut(stage.session, "[TABLE]\tt", nullptr, stage.dialogue));
-                press(window, {direction});
-                return &window;
-            }};
-}
-
-inline QWidget *cellViewer(WindowStage &stage)
-{
-    auto *viewer = new CellViewer(nullptr);
-    viewer->setAttribute(Qt::WA_DeleteOnClose, false);
-    viewer->showValue({"a"}, {"x"}, 1);
-    return &stage.shown(viewer);
-}
-
-inline std::vector<Scene> scenes()
-{
-    return {
-        {"main, not connected", [](WindowStage &stage) { return &stage.mainWindow(); }},
-        mainPage("main, text", "optField_0"),
-        mainPage("main, grid", "optField_1"),
-        mainPage("main, status", "optField_2"),
-        mainPage("main, data", "optField_3"),
-        mainPage("main, routine", "optTP_1"),
-        mainPage("main, log", "showLog"),
-        consoleView("console, text", "optRecord_0"),
-        consoleView("console, grid", "optRecord_1"),
-        consoleView("console, plan", "optRecord_2"),
-        consoleView("console, variables", "optRecord_3"),
-        {"find bar", findBar},
-        {"text editor",
-         [](WindowStage &stage) { return &stage.shown(new frmTextEditer(stage.session, nullptr)); }},
-        {"restore", [](WindowStage &stage) { return &stage.shown(new frmRestore); }},
-        {"create database",
-         [](WindowStage &stage) {
-             return &stage.shown(new frmCreateDB(nullptr, stage.session, stage.dialogue));
-         }},
-        users("users, new", 0),
-        users("users, account", 1),
-        inOut("out", "optInOut_0"),
-        inOut("in", "optInOut_1"),
-        {"about", [](WindowStage &stage) { return &stage.shown(new frmAbout(nullptr)); }},
-        {"cell", cellViewer},
-    };
 }
