@@ -45,7 +45,9 @@ struct ConsoleWindow : Stage {
     }
 };
 
-// The console on a scripted server.
+inline const QString twoPeople = "select * from t";
+
+// The console on a scripted server that has two rows.
 struct ConsoleFixture : ConsoleWindow {
     bool connects = true;
     int connections = 0;
@@ -55,6 +57,7 @@ struct ConsoleFixture : ConsoleWindow {
         : ConsoleWindow(Server::Scripted)
     {
         session.gCn = script.connect();
+        script.always(twoPeople, Reply::table({"id", "名前"}, {{"1", "山田"}, {"2", std::nullopt}}));
     }
 
     void open()
