@@ -8,8 +8,6 @@
 #include "support/testserver.h"
 
 #include <QDir>
-#include <QGroupBox>
-#include <QLabel>
 #include <QLineEdit>
 #include <QPushButton>
 #include <QRadioButton>
@@ -38,22 +36,16 @@ struct InOutStage {
     }
     QString file() const { return control<QLineEdit>("txtFilename").text(); }
     void choose(const char *option) const { control<QRadioButton>(option).setChecked(true); }
-    bool isVisible(const char *name) const { return control<QWidget>(name).isVisible(); }
-    void exportsTo(const QString &path)
+    void start(bool isExport, const QString &path, const QString &end)
     {
-        choose("optInOut_0");
+        choose(isExport ? "optInOut_0" : "optInOut_1");
         control<QLineEdit>("txtFilename").setText(path);
-        dialog.expectInform("出力しました。");
-        control<QPushButton>("cmdOut").click();
+        if (!end.isEmpty())
+            dialog.expectInform(end);
+        control<QPushButton>(isExport ? "cmdOut" : "cmdIn").click();
     }
-    void importsFrom(const QString &path, const char *mode = "optRorI_0")
-    {
-        choose("optInOut_1");
-        choose(mode);
-        control<QLineEdit>("txtFilename").setText(path);
-        dialog.expectInform("読み込みました。");
-        control<QPushButton>("cmdIn").click();
-    }
+    void exportsTo(const QString &path) { start(true, path, "出力しました。"); }
+    void importsFrom(const QString &path) { start(false, path, "読み込みました。"); }
 
     Session session;
     ScriptedDialogue dialog, mainWindow;
@@ -68,11 +60,10 @@ class FrmInOutTest : public QObject {
 private Q_SLOTS:
     void initTestCase_data() { TestServers::addConnectionRows(); }
     void init();
-    void theDirectionShowsItsControls();
     void theFolderIsRememberedOnlyWhenChosen();
-    void withoutATableTheDialogDoesNotOpen();
+    void incompleteChoicesAreRefused();
+    void aFailureIsSilentInTheDialogOnly();
     void everyValueComesBackEqual();
-    void invisibleColumnsAreThereAsWell();
     void duplicateKeysAreReplacedOrSkipped();
 
 private:
@@ -102,27 +93,14 @@ void FrmInOutTest::init()
                   "v varchar(20)); insert into d.t values (1, 'one'), (2, 'two');");
 }
 
-void FrmInOutTest::theDirectionShowsItsControls()
-{
-    Script script;
-    InOutStage stage(script.connect(), "/tmp/");
-    QCOMPARE(stage.control<QLabel>("lblTableName").text(), "t");
-    QCOMPARE(stage.file(), "/tmp/t.dat");
-    QVERIFY(stage.isVisible("cmdOut") && !stage.isVisible("cmdIn") && !stage.isVisible("fraRorI"));
-    stage.choose("optInOut_1");
-    QVERIFY(!stage.isVisible("cmdOut") && stage.isVisible("cmdIn") && stage.isVisible("fraRorI"));
-
-    InOutStage fresh(script.connect(), {});
-    QCOMPARE(fresh.file(), QDir::tempPath() + QStringLiteral("/t.dat"));
-}
-
 void FrmInOutTest::theFolderIsRememberedOnlyWhenChosen()
 {
     const QTemporaryDir chosen;
     Script script;
-    InOutStage typed(script.connect(), "/tmp");
+    InOutStage typed(script.connect(), {});
+    QCOMPARE(typed.file(), QDir::tempPath() + QStringLiteral("/t.dat"));
     typed.exportsTo(chosen.filePath("typed.dat"));
-    QCOMPARE(typed.session.gInOutPath, "/tmp/");
+    QCOMPARE(typed.session.gInOutPath, QDir::tempPath() + u'/');
     QVERIFY(!typed.window->isVisible());
 
     InOutStage picked(script.connect(), "/tmp");
@@ -138,14 +116,48 @@ void FrmInOutTest::theFolderIsRememberedOnlyWhenChosen()
     QCOMPARE(picked.session.gInOutPath, chosen.path() + u'/');
 }
 
-void FrmInOutTest::withoutATableTheDialogDoesNotOpen()
+void FrmInOutTest::incompleteChoicesAreRefused()
 {
-    Session session;
-    ScriptedDialogue mainWindow;
-    const QString words = "一覧で対象が選択されていません。";
-    mainWindow.expectRefuse(words);
-    showInOutWindow(nullptr, session, {}, mainWindow);
-    QCOMPARE(mainWindow.lastError, words);
+    const QTemporaryDir folder;
+    const QString there = folder.filePath("there.dat");
+    QVERIFY(QFile(there).open(QIODevice::WriteOnly));
+    const auto refuses = [&](bool isExport, const QString &database, const QString &table,
+                             const QString &file, const QString &message) {
+        Script script;
+        InOutStage stage(script.connect(), folder.path(), "[TABLE]\t" + table);
+        stage.session.gDbName = database;
+        stage.start(isExport, file, message);
+        QCOMPARE(script.sent, QStringList());
+        QVERIFY(stage.window->isVisible());
+    };
+    for (const bool isExport : {true, false}) {
+        refuses(isExport, " ", "", "", "ﾃﾞｰﾀﾍﾞｰｽを選択してください。");
+        refuses(isExport, "d", " ", "", "ﾃｰﾌﾞﾙを選択してください。");
+        refuses(isExport, "d", "t", "  ", "ﾌｧｲﾙを選択してください。");
+    }
+    refuses(true, "d", "t", there, "ﾌｧｲﾙが存在します。ﾌｧｲﾙ名を変更してください。");
+    refuses(false, "d", "t", there + "x", "ﾌｧｲﾙが見つかりません。");
+    refuses(false, "d", "t", folder.path(), "ﾌｧｲﾙが見つかりません。");
+}
+
+void FrmInOutTest::aFailureIsSilentInTheDialogOnly()
+{
+    const QTemporaryDir folder;
+    const QString there = folder.filePath("there.dat");
+    QVERIFY(QFile(there).open(QIODevice::WriteOnly));
+    for (const bool isExport : {true, false}) {
+        Script script;
+        InOutStage stage(script.connect(), folder.path());
+        script.failAt(isExport ? 0 : 1, Reply::failure("no FILE right", 1045));
+        stage.start(isExport, isExport ? there + "x" : there, {});
+        QCOMPARE(stage.mainWindow.lastError, "no FILE right");
+        QVERIFY(stage.dialog.busyDepth == 0 && stage.window->isVisible());
+        if (isExport)
+            stage.exportsTo(there + "x");
+        else
+            stage.importsFrom(there);
+        QCOMPARE(stage.mainWindow.lastError, QString());
+    }
 }
 
 void FrmInOutTest::everyValueComesBackEqual()
@@ -163,14 +175,18 @@ void FrmInOutTest::everyValueComesBackEqual()
             (2, null, null, null, null, null, null, null, null, null, null, null, null, null, null, null, null,
             null, null, null, null),
             (3, 0, 0, 0, 0, 0, '0000-00-00', 0, null, 0, 0, '', '', 'NULL', '', '', '', 'a', '', '[]', null);
-        create table d.copy like d.kinds;)";
+        )";
     if (brand == TestServer::Brand::MySql56) // knows no JSON
         setUp.replace("json", "text");
     if (brand ==
         TestServer::Brand::MySql9) // refuses bytes that are no text of the file's character set (1300)
         setUp.replace("0x00FF0A5C", "0x00410A5C").replace("point(1, 2)", "null");
     m_server->run(setUp);
-    const QString file = newFile("values.dat");
+    if (brand != TestServer::Brand::MySql56) // knows no invisible columns
+        m_server->run("alter table d.kinds add `h i` int invisible default 8, add c int as (id + 1) stored; "
+                      "update d.kinds set `h i` = id");
+    m_server->run("create table d.copy like d.kinds");
+    const QString file = newFile("it's 表.dat");
     InOutStage out(connect(), m_server->folder(), "[TABLE]\tkinds");
     out.exportsTo(file);
     InOutStage in(connect(), m_server->folder(), "[TABLE]\tcopy");
@@ -181,23 +197,6 @@ void FrmInOutTest::everyValueComesBackEqual()
     QCOMPARE(m_server->run(dump.arg("copy")).replace("d.copy", "d.kinds"), m_server->run(dump.arg("kinds")));
 }
 
-void FrmInOutTest::invisibleColumnsAreThereAsWell()
-{
-    QFETCH_GLOBAL(TestServer::Brand, brand);
-    if (brand == TestServer::Brand::MySql56)
-        QSKIP("MySQL 5.6 has no invisible columns");
-    m_server->run(
-        "create table d.hiding (a int, b int invisible default 9, c int as (a + 1) stored, `d e` int "
-        "invisible default 8); insert into d.hiding (a, b, `d e`) values (1, 2, 3);"
-        "create table d.copy like d.hiding");
-    const QString file = newFile("hiding.dat");
-    InOutStage out(connect(), m_server->folder(), "[TABLE]\thiding");
-    out.exportsTo(file);
-    InOutStage in(connect(), m_server->folder(), "[TABLE]\tcopy");
-    in.importsFrom(file);
-    QCOMPARE(m_server->run("select a, b, c, `d e` from d.copy"), "1\t2\t2\t3\n");
-}
-
 void FrmInOutTest::duplicateKeysAreReplacedOrSkipped()
 {
     const QString file = newFile("duplicates.dat");
@@ -206,7 +205,8 @@ void FrmInOutTest::duplicateKeysAreReplacedOrSkipped()
     m_server->run("update d.t set v = 'changed' where id = 1");
     InOutStage skip(connect(), m_server->folder());
     m_server->takeStatements();
-    skip.importsFrom(file, "optRorI_1");
+    skip.choose("optRorI_1");
+    skip.importsFrom(file);
     QVERIFY(m_server->takeStatements().last().endsWith(
         QStringLiteral("load data infile '%1' IGNORE  into table `d`.t").arg(file)));
     QCOMPARE(m_server->run("select v from d.t where id = 1"), "changed\n");
@@ -214,25 +214,15 @@ void FrmInOutTest::duplicateKeysAreReplacedOrSkipped()
     // The server would read Japanese letters as others.
     m_server->run("alter database d character set latin1");
     replace.session.connection().execute("use d");
-    replace.choose("optInOut_1");
     replace.choose("optRorI_0");
-    replace.control<QLineEdit>("txtFilename").setText(file);
     for (const bool isAgreed : {false, true}) {
         replace.dialog.expectAsk("ﾌｧｲﾙは文字ｾｯﾄ latin1 として読み込まれますが、列の文字ｾｯﾄは utf8mb4 です。"
                                  "文字化けすることがあります。読み込みますか？",
                                  isAgreed);
-        if (isAgreed)
-            replace.dialog.expectInform("読み込みました。");
-        replace.control<QPushButton>("cmdIn").click();
+        replace.start(false, file, isAgreed ? "読み込みました。" : "");
         QCOMPARE(m_server->run("select v from d.t where id = 1"), isAgreed ? "one\n" : "changed\n");
     }
     m_server->run("alter database d character set utf8mb4");
-
-    InOutStage again(connect(), m_server->folder());
-    again.control<QLineEdit>("txtFilename").setText(file);
-    again.dialog.expectInform("ﾌｧｲﾙが存在します。ﾌｧｲﾙ名を変更してください。");
-    again.control<QPushButton>("cmdOut").click();
-    QVERIFY(again.window->isVisible());
 }
 
 QTEST_MAIN(FrmInOutTest)
