@@ -2,6 +2,7 @@
 
 #include <QTest>
 
+#include <algorithm>
 #include <numeric>
 #include <optional>
 
@@ -30,6 +31,7 @@ class TestGridSort : public QObject {
 private Q_SLOTS:
     void sortsByValue();
     void equalRowsKeepTheServersOrderBothWays();
+    void manyRowsComeOutLikeAnOrdinarySort();
     void rowsThatArriveLeaveACopyAlone();
 };
 
@@ -59,6 +61,19 @@ void TestGridSort::equalRowsKeepTheServersOrderBothWays()
     QCOMPARE(order(values, FieldKind::Text, Qt::DescendingOrder), (std::vector{0, 3, 5, 2, 1, 4}));
     const Values numbers{"1.0", std::nullopt, "01", "-0", "0.00"};
     QCOMPARE(order(numbers, FieldKind::Number, Qt::AscendingOrder), (std::vector{1, 3, 4, 0, 2}));
+}
+
+// Enough of them to be sorted in runs that are merged.
+void TestGridSort::manyRowsComeOutLikeAnOrdinarySort()
+{
+    Values values;
+    for (int i = 0; i < 50001; ++i)
+        values.push_back(std::to_string(i * 7919 % 10007));
+    std::vector<int> expected(values.size());
+    std::iota(expected.begin(), expected.end(), 0);
+    std::ranges::stable_sort(expected, {},
+                             [&](int i) { return std::stoi(*values[static_cast<std::size_t>(i)]); });
+    QCOMPARE(order(values, FieldKind::Number, Qt::AscendingOrder), expected);
 }
 
 void TestGridSort::rowsThatArriveLeaveACopyAlone()
