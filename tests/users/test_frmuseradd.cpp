@@ -18,7 +18,6 @@ private Q_SLOTS:
     void grantsOnADatabaseAreAddedChangedAndDeleted();
     void noCommandActsOnWhatIsNotChosen();
     void grantsOnATableAreAddedChangedAndDeleted();
-    void anAccountIsChangedAndDeleted();
     void whoMayNotReadMysqlUserSeesNoAccounts();
     void typingReplacesThePlaceholder();
     void boxesOfMissingColumnsStayAsTheyWere();
@@ -144,22 +143,6 @@ void FrmUserAddTest::grantsOnATableAreAddedChangedAndDeleted()
     stage.dialogue.deletes("TABLE権限を削除します。");
     stage.click("cmdTableGrantDel");
     QCOMPARE(stage.items("lstTable"), QStringList("d2\tt"));
-}
-
-void FrmUserAddTest::anAccountIsChangedAndDeleted()
-{
-    UserStage stage(m_server.nativeString());
-    stage.choose("lstUser", "%\tanna");
-    stage.check("ckPrivType_8", false);
-    stage.check("ckPrivType_9");
-    stage.does("ﾕｰｻﾞｰ権限を変更します。", "cmdGrantEdit", "変更しました。");
-    QVERIFY(grants().startsWith("GRANT FILE ON *.* TO"));
-    QCOMPARE(stage.control<ChosenList>("lstUser").currentRow(), 0);
-
-    stage.choose("lstUser", "%\tanna");
-    stage.dialogue.deletes("ﾕｰｻﾞｰを削除します。");
-    stage.click("cmdDelete");
-    QVERIFY(!stage.items("lstUser").contains("%\tanna"));
 }
 
 void FrmUserAddTest::whoMayNotReadMysqlUserSeesNoAccounts()
