@@ -127,42 +127,12 @@ void RoutinesTest::everyTextIsTriedBeforeItIsGivenUp()
     QCOMPARE(stage.changes(), sent);
     QVERIFY2(stage.dialogue.lastError.contains(sent.last()), qPrintable(stage.dialogue.lastError));
 
-    ChangeStage stale({}); // somebody has changed it
-    stale.selection.lblCreateProc += " 2";
-    stale.selection.lblCreateTable += " 2";
-    stale.dialogue.expectConfirm(boxes[0], Icon::Critical, true);
-    stale.dialogue.expectRefuse(boxes[1]);
-    stale.run(command);
-    QCOMPARE(stale.changes(), L());
-
-    ChangeStage keeping({sent[1]}); // a drop that is refused
-    agree(keeping);
-    keeping.dialogue.expectRefuse(boxes[1]);
-    keeping.run(command);
-    QCOMPARE(keeping.changes(), sent.first(2));
-
     ChangeStage unmade({}); // what the account may not make again is not dropped
     agree(unmade);
     unmade.script.always(sent[0], Reply::failure("denied", 1142));
     unmade.dialogue.expectRefuse(boxes[1]);
     unmade.run(command);
     QCOMPARE(unmade.changes(), sent.first(1));
-
-    ChangeStage asking({}); // the server's own text instead
-    asking.dialogue.expectConfirm(boxes[0], Icon::Critical, true);
-    asking.dialogue.expectChoice(losses.arg("`order`"), lossChoices, 0);
-    QCOMPARE(asking.run(command).reload,
-             command == changeRoutine ? Reload::OwnRoutineText : Reload::OwnTableText);
-    asking.dialogue.expectConfirm(boxes[0], Icon::Critical, true);
-    asking.dialogue.expectChoice(losses.arg("`order`"), lossChoices, -1);
-    QCOMPARE(asking.run(command).reload, Reload::Nothing);
-    QCOMPARE(asking.changes(), L());
-
-    ChangeStage changing({});
-    agree(changing);
-    changing.dialogue.expectInform("変更しました。");
-    QCOMPARE(changing.run(command).reload, Reload::Objects);
-    QCOMPARE(changing.changes(), sent.first(3));
 }
 
 void RoutinesTest::nothingIsDoneWithoutTextOrConsent()
