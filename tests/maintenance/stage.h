@@ -15,6 +15,8 @@
 #include <QTemporaryDir>
 #include <QTest>
 
+#include <functional>
+
 using Run = Outcome (*)(CommandContext &);
 Q_DECLARE_METATYPE(Run)
 
@@ -75,6 +77,34 @@ struct ScriptedStage {
     Session session;
     Selection selection;
     ScriptedDialogue dialogue;
+};
+
+// A real connection whose statements a test looks at, holds back or answers itself.
+class WrappedConnection : public Connection {
+public:
+    using Execute = std::function<RecordSet(Connection &inner, const QString &statement)>;
+    // In the place of the session's own.
+    static void into(Session &session, Execute execute)
+    {
+        session.gCn = std::make_unique<WrappedConnection>(std::move(session.gCn), std::move(execute));
+    }
+    WrappedConnection(std::unique_ptr<Connection> inner, Execute execute)
+        : m_inner(std::move(inner))
+        , m_execute(std::move(execute))
+    {
+    }
+    void open() override { m_inner->open(); }
+    void close() override { m_inner->close(); }
+    bool isOpen() const override { return m_inner->isOpen(); }
+    QString connectionString() const override { return m_inner->connectionString(); }
+    ServerInfo server() const override { return m_inner->server(); }
+    bool isBusy() const override { return m_inner->isBusy(); }
+    void cancel() override { m_inner->cancel(); }
+    RecordSet execute(const QString &statement) override { return m_execute(*m_inner, statement); }
+
+private:
+    std::unique_ptr<Connection> m_inner;
+    Execute m_execute;
 };
 
 // A user who agrees to everything, at the window's state on a real server.

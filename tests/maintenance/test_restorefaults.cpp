@@ -20,46 +20,6 @@ struct Trouble {
     int at = -1;           // among all statements; below 0: none
 };
 
-// A real connection on which one statement goes wrong.
-class FaultyConnection : public Connection {
-public:
-    FaultyConnection(std::unique_ptr<Connection> inner, const Trouble &trouble, QStringList &sent)
-        : m_inner(std::move(inner))
-        , m_trouble(trouble)
-        , m_sent(sent)
-    {
-    }
-
-    void open() override { m_inner->open(); }
-    void close() override { m_inner->close(); }
-    bool isOpen() const override { return m_inner->isOpen(); }
-    QString connectionString() const override { return m_inner->connectionString(); }
-    ServerInfo server() const override { return m_inner->server(); }
-    bool isBusy() const override { return m_inner->isBusy(); }
-    void cancel() override { m_inner->cancel(); }
-
-    RecordSet execute(const QString &statement) override
-    {
-        m_sent << statement;
-        const bool isRefused = m_trouble.isUndone && statement.startsWith("DROP TABLE `d`.`t_old");
-        if (m_sent.size() - 1 != m_trouble.at && !isRefused)
-            return m_inner->execute(statement);
-        if (m_trouble.fault == Fault::Refused || isRefused)
-            throw SqlError("refused", 1142);
-        if (m_trouble.fault != Fault::RequestLost)
-            m_inner->execute(statement);
-        if (m_trouble.fault == Fault::AnswerWrong)
-            throw SqlError("interrupted", 1317);
-        m_inner->close();
-        throw SqlError("Lost connection to server during query", 2013);
-    }
-
-private:
-    std::unique_ptr<Connection> m_inner;
-    Trouble m_trouble;
-    QStringList &m_sent;
-};
-
 // The index on `up` is named: one that the server made for a key it renames when the key is made again.
 const char *const setUp[] = {
     "SET foreign_key_checks=0",
@@ -161,7 +121,20 @@ QString RestoreFaultsTest::restoreWith(const Trouble &trouble)
     RealStage stage(m_server, nativeDriverName());
     stage.dialogue.choice = {{"t"}, m_folder.path()};
     m_sent.clear();
-    stage.session.gCn = std::make_unique<FaultyConnection>(std::move(stage.session.gCn), trouble, m_sent);
+    WrappedConnection::into(stage.session, [&](Connection &inner, const QString &statement) {
+        m_sent << statement;
+        const bool isRefused = trouble.isUndone && statement.startsWith("DROP TABLE `d`.`t_old");
+        if (m_sent.size() - 1 != trouble.at && !isRefused)
+            return inner.execute(statement);
+        if (trouble.fault == Fault::Refused || isRefused)
+            throw SqlError("refused", 1142);
+        if (trouble.fault != Fault::RequestLost)
+            inner.execute(statement);
+        if (trouble.fault == Fault::AnswerWrong)
+            throw SqlError("interrupted", 1317);
+        inner.close();
+        throw SqlError("Lost connection to server during query", 2013);
+    });
     if (!trouble.mayReturn)
         stage.session.gPort = "1";
     stage.run(restoreTables);

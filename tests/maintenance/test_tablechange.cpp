@@ -43,11 +43,6 @@ const QString fill = "insert into `d`.t(b,a\r\n) select b,a\r\n from COPY";
 const QString count = "select 1 from dual where (select count(*) from `d`.t) >= (select count(*) from COPY)";
 const QString dropCopy = "drop table COPY";
 const QString putBack = "set session sql_mode='STRICT', foreign_key_checks=1, sql_select_limit=1000";
-const QString setAside = "rename table `d`.t to REST";
-const QString hasOwnRows =
-    "select 1 from dual where (select count(*) from REST) in (0, (select count(*) from COPY))";
-const QString dropAside = "drop table REST";
-const QString dropNew = "drop table t";
 const QString again = "CREATE TABLE  `d`.t (\r\n  a int,\r\n  b int\r\n)";
 const QString againOwn = "CREATE TABLE  `d`.`t` (\n  `a` int,\n  `b` int\n)";
 const QString fillBack = "insert into `d`.t select * from COPY";
@@ -62,14 +57,6 @@ const QString question = "tﾃｰﾌﾞﾙを変更します。";
 const QString changed = "変更しました。";
 const QString failed = "ﾃｰﾌﾞﾙの変更に失敗しました。";
 const QString inCopy = "ﾃｰﾌﾞﾙ `d`.t を元に戻せませんでした。ﾃﾞｰﾀはｺﾋﾟｰ COPY にあります。";
-const QString inOld = "ﾃｰﾌﾞﾙ `d`.t は変更されていません。";
-const QString isDone = "ﾃｰﾌﾞﾙの変更は済んでいます。ﾃﾞｰﾀはﾃｰﾌﾞﾙ `d`.t にあります。";
-const QString mayRemain = "ｺﾋﾟｰ COPY が残っていれば、確認のうえ削除して下さい。";
-
-L boxes(const QString &first, const QString &second)
-{
-    return second.isEmpty() ? L{first} : L{first, second};
-}
 
 struct TableStage : ScriptedStage {
     TableStage()
@@ -96,7 +83,6 @@ struct TableStage : ScriptedStage {
     // The copy's name holds the minute.
     static L inShort(L texts)
     {
-        texts.replaceInStrings(QRegularExpression("`d`\\.t_\\d{12}rest"), "REST");
         return texts.replaceInStrings(QRegularExpression("`d`\\.t_\\d{12}zolt"), "COPY");
     }
 
@@ -112,13 +98,9 @@ private Q_SLOTS:
     void theNameIsTakenFromTheText_data();
     void theNameIsTakenFromTheText();
     void theCopyBearsTheMinute();
-    void aDefaultThatIsAnExpressionIsNoGeneratedColumn();
     void aTableIsRebuiltInOrder();
     void withoutTextNameOrConsentNothingIsChanged();
-    void everyFailureIsUndone_data();
-    void everyFailureIsUndone();
     void whatIsMadeAgainIsComparedWithWhatWas();
-    void rowsThatCameInBetweenAreCopiedToo();
     void anUnknownKindIsNotUndone();
     void triggersThatCannotBeMadeAgainAreSaid();
 };
@@ -147,14 +129,6 @@ void TableChangeTest::theCopyBearsTheMinute()
 {
     QCOMPARE(copyName("shop", "orders", QDateTime({2024, 3, 3}, {9, 5, 59})),
              "`shop`.orders_202403030905zolt");
-}
-
-// Its values have to be copied; servers that call it so are not among those of the tests.
-void TableChangeTest::aDefaultThatIsAnExpressionIsNoGeneratedColumn()
-{
-    QVERIFY(!isGenerated("DEFAULT_GENERATED on update CURRENT_TIMESTAMP"));
-    for (const char *extra : {"VIRTUAL GENERATED", "STORED GENERATED", "PERSISTENT"})
-        QVERIFY2(isGenerated(extra), extra);
 }
 
 void TableChangeTest::aTableIsRebuiltInOrder()
@@ -200,58 +174,6 @@ void TableChangeTest::withoutTextNameOrConsentNothingIsChanged()
     QCOMPARE(stage.sent(), (L{kindTest, kindTest, kindTest}));
 }
 
-void TableChangeTest::everyFailureIsUndone_data()
-{
-    QTest::addColumn<QString>("broken");
-    QTest::addColumn<QList<int>>("more"); // what fails after it, counted from there
-    QTest::addColumn<L>("undoing");
-    QTest::addColumn<QString>("report");
-    using M = QList<int>;
-    row("kind test", kindTest, M{}, L{"drop table "}, "");
-    row("triggers", triggers, M{}, L{putBack}, "");
-    row("text", prepare, M{}, L{putBack}, "");
-    row("copy", copy, M{}, L{putBack}, "");
-    row("drop", dropOld, M{}, L{unlock, dropCopy, putBack}, "");
-    row("drop, then the copy's", dropOld, M{2}, L{unlock, dropCopy, putBack}, "E2\n" + inOld + mayRemain);
-    row("create", create, M{}, L{again, kindTest, fillBack, dropCopy, putBack}, "");
-    row("create, then as shown", create, M{1}, L{again, againOwn, kindTest, fillBack, dropCopy, putBack}, "");
-    row("create, then neither text", create, M{1, 2}, L{again, againOwn, putBack}, "E3\n" + inCopy);
-    row("create, then filling back", create, M{3}, L{again, kindTest, fillBack, putBack}, "E2\n" + inCopy);
-    row("create, then the copy's drop", create, M{4}, L{again, kindTest, fillBack, dropCopy, putBack},
-        "E2\n" + inOld + mayRemain);
-    const L all{unlock, useIt,    setAside, dropNew,  hasOwnRows, dropAside,
-                again,  kindTest, fillBack, dropCopy, putBack};
-    row("fill", fill, M{}, all, "");
-    row("fill, then the new table's drop", fill, M{4}, L{unlock, useIt, setAside, dropNew, putBack},
-        "E2\n" + inCopy);
-    row("count", count, M{}, all, "");
-    row("the copy's drop", dropCopy, M{}, L{dropCopy, putBack}, isDone);
-    row("the copy's drop twice", dropCopy, M{1}, L{dropCopy, putBack}, "E2\n" + isDone + mayRemain);
-}
-
-void TableChangeTest::everyFailureIsUndone()
-{
-    QFETCH(QString, broken);
-    QFETCH(QList<int>, more);
-    QFETCH(L, undoing);
-    QFETCH(QString, report);
-    TableStage stage;
-    const auto at = forward.indexOf(broken);
-    more.prepend(0);
-    for (qsizetype i = 0; i < more.size(); ++i)
-        stage.script.failAt(static_cast<int>(at) + more[i], Reply::failure(QStringLiteral("E%1").arg(i + 1)));
-    QCOMPARE(stage.change(), boxes(failed, report));
-    QVERIFY(stage.user.isCritical);
-    QCOMPARE(stage.sent(), forward.mid(0, at + 1) + undoing);
-    QVERIFY(stage.lastError().startsWith("E1"));
-    QVERIFY(stage.lastError().contains(report));
-    QCOMPARE(stage.user.lastTip, stage.user.lastError);
-    if (report.contains(inCopy))
-        QVERIFY(stage.lastError().contains(fillBack));
-    QCOMPARE(stage.user.bars, QList<double>{0});
-    QVERIFY(stage.script.connectionStrings.isEmpty());
-}
-
 // What is made from the shown text has to be what the server had before, or its own text is taken.
 void TableChangeTest::whatIsMadeAgainIsComparedWithWhatWas()
 {
@@ -265,15 +187,6 @@ void TableChangeTest::whatIsMadeAgainIsComparedWithWhatWas()
     QCOMPARE(stage.change(), L{failed});
     QCOMPARE(stage.sent().mid(forward.indexOf(create) + 1),
              (L{again, kindTest, dropOld, againOwn, kindTest, fillBack, dropCopy, putBack}));
-}
-
-void TableChangeTest::rowsThatCameInBetweenAreCopiedToo()
-{
-    TableStage stage;
-    stage.script.always(sumOld, Reply::table({"c", "s"}, {{"3", "7"}}));
-    QCOMPARE(stage.change(), L{changed});
-    QCOMPARE(stage.sent().mid(forward.indexOf(sumCopy) + 1, 3),
-             (L{"truncate table COPY", "insert into COPY select * from `d`.t", dropOld}));
 }
 
 void TableChangeTest::anUnknownKindIsNotUndone()

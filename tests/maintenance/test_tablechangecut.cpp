@@ -18,81 +18,6 @@ enum class Stopped {
     DoneAndInterrupted // the server has done it and says that it was interrupted
 };
 
-class StoppingConnection : public Connection {
-public:
-    StoppingConnection(Session &session, int statement, Stopped how)
-        : m_session(session)
-        , m_inner(std::move(session.gCn))
-        , m_left(statement)
-        , m_how(how)
-    {
-    }
-    void open() override { m_inner->open(); }
-    void close() override { m_inner->close(); }
-    bool isOpen() const override { return m_inner->isOpen(); }
-    QString connectionString() const override { return m_inner->connectionString(); }
-    ServerInfo server() const override { return m_inner->server(); }
-    bool isBusy() const override { return m_inner->isBusy(); }
-    void cancel() override { m_inner->cancel(); }
-    RecordSet execute(const QString &statement) override
-    {
-        if (m_left-- != 0)
-            return m_inner->execute(statement);
-        m_session.runner.stop();
-        if (m_how == Stopped::NotSent)
-            throw interruptedError();
-        RecordSet rows = m_inner->execute(statement);
-        if (m_how == Stopped::DoneAndInterrupted)
-            throw interruptedError();
-        return rows;
-    }
-
-private:
-    Session &m_session;
-    std::unique_ptr<Connection> m_inner;
-    int m_left;
-    const Stopped m_how;
-};
-
-// Keeps the notes on the disk as they are when the n-th statement (from 0) comes, or when it is done, and
-// lets nothing through afterwards: what a later start finds after the program was killed there.
-class KillingConnection : public Connection {
-public:
-    KillingConnection(Session &session, int statement, bool isDone)
-        : m_session(session)
-        , m_inner(std::move(session.gCn))
-        , m_left(statement)
-        , m_isDone(isDone)
-    {
-    }
-    void open() override {}
-    void close() override { m_inner->close(); }
-    bool isOpen() const override { return m_inner->isOpen(); }
-    QString connectionString() const override { return m_inner->connectionString(); }
-    ServerInfo server() const override { return m_inner->server(); }
-    bool isBusy() const override { return false; }
-    void cancel() override {}
-    RecordSet execute(const QString &statement) override
-    {
-        if (m_left-- != 0)
-            return m_inner->execute(statement);
-        if (m_isDone)
-            m_inner->execute(statement);
-        const QDir folder(m_session.settingsFolder);
-        for (const QString &name : folder.entryList({"*.undo"}))
-            QFile::copy(folder.filePath(name), folder.filePath("kept"));
-        m_session.gPort = "1";
-        m_inner->close();
-        throw SqlError("killed", 2013);
-    }
-
-private:
-    Session &m_session;
-    std::unique_ptr<Connection> m_inner;
-    int m_left;
-    const bool m_isDone;
-};
-
 } // namespace
 
 // The connection breaks at each statement of a change in turn, before the server has it and after it was
@@ -327,7 +252,18 @@ void TableChangeCutTest::aStopLosesNothing()
             user.session.connection().execute("use d");
             user.selection.txtField = kind == u"v" ? "CREATE VIEW d.v AS select b from t" : changedText;
             user.selection.txtProc = "create procedure p() select 'new'";
-            user.session.gCn = std::make_unique<StoppingConnection>(user.session, n, how);
+            WrappedConnection::into(user.session,
+                                    [&, left = n](Connection &inner, const QString &statement) mutable {
+                                        if (left-- != 0)
+                                            return inner.execute(statement);
+                                        user.session.runner.stop();
+                                        if (how == Stopped::NotSent)
+                                            throw interruptedError();
+                                        RecordSet rows = inner.execute(statement);
+                                        if (how == Stopped::DoneAndInterrupted)
+                                            throw interruptedError();
+                                        return rows;
+                                    });
             user.run(command);
             isStopped = user.session.runner.isStopWanted();
             const Found found = look();
@@ -343,6 +279,8 @@ void TableChangeCutTest::aStopLosesNothing()
     }
 }
 
+// Killed at a statement, before it is sent and after it is done: the notes of a later start are those that
+// were on the disk then, and nothing that comes afterwards reaches the server.
 void TableChangeCutTest::aKilledProgramIsPutBackAtTheNextStart()
 {
     int pending = 0;
@@ -356,7 +294,20 @@ void TableChangeCutTest::aKilledProgramIsPutBackAtTheNextStart()
             killed.session.settingsFolder = folder.path();
             killed.clickTable("t");
             killed.selection.txtField = changedText;
-            killed.session.gCn = std::make_unique<KillingConnection>(killed.session, n, isDone);
+            WrappedConnection::into(
+                killed.session, [&, left = n](Connection &inner, const QString &statement) mutable {
+                    if (left-- > 0)
+                        return inner.execute(statement);
+                    if (left == -1) {
+                        if (isDone)
+                            inner.execute(statement);
+                        for (const QString &name : QDir(folder.path()).entryList({"*.undo"}))
+                            QFile::copy(folder.filePath(name), folder.filePath("kept"));
+                        killed.session.gPort = "1";
+                    }
+                    inner.close();
+                    throw SqlError("killed", 2013);
+                });
             killed.run(changeTable);
             isKilled = killed.session.gPort == u"1";
             for (const QString &name : QDir(folder.path()).entryList({"*.undo"}))
