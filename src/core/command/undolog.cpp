@@ -168,6 +168,7 @@ UndoReport UndoLog::undoPending()
         return stuck(error);
     }
     std::erase_if(m_steps, [](const Noted &noted) { return noted.step.isOfSession; });
+    m_isOfEarlierStart = true;
     return goBack(Doubt::Interrupted);
 }
 
@@ -242,7 +243,8 @@ bool UndoLog::finishes()
 {
     Noted &last = m_steps.back();
     const bool isComplete = last.step.completes && last.state == State::Done;
-    if (!isComplete && !last.step.isRepeated)
+    // Whoever asks a later start to go back is not to get the rest of the change instead.
+    if (!isComplete && (!last.step.isRepeated || m_isOfEarlierStart))
         return false;
     try {
         if (!isComplete)

@@ -112,6 +112,7 @@ private:
     std::vector<Noted> m_steps; // those that are not taken back
     int m_nextBack = -1;        // which way back of the last step is next; -1: it is not being taken back
     bool m_isInDoubt = false;   // a statement was; what exists is asked from then on
+    bool m_isOfEarlierStart = false;
     QStringList m_messages, m_details;
 
     QString m_pendingDatabase; // the default one that an earlier start had set
