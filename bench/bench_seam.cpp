@@ -2,7 +2,7 @@
 // library.
 #include "bareloops.h"
 #include "benchdata.h"
-#include "core/connect.h"
+#include "core/driver/connect.h"
 #include "measurement.h"
 #include "peers.h"
 #include "table.h"

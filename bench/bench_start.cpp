@@ -1,9 +1,9 @@
 // How long the program needs from its start to a usable window, and what memory it holds then, against an
 // empty window of the same platform. Every run is a process of its own.
-#include "browser/dressprogram.h"
 #include "browser/frmTarnwell.h"
-#include "controls/windowpump.h"
-#include "core/connect.h"
+#include "browser/programstyle.h"
+#include "controls/window/windowpump.h"
+#include "core/driver/connect.h"
 #include "table.h"
 
 #include <QApplication>
@@ -25,7 +25,7 @@
 namespace {
 
 // Ends the child once its window is usable: it has been painted, and the event loop has come round with
-// nothing left to do. No farewell is said, since what closing costs is another matter.
+// nothing left to do. No closeTimeout is said, since what closing costs is another matter.
 class EndWhenUsable : public QObject {
 public:
     bool eventFilter(QObject *, QEvent *event) override
@@ -64,7 +64,7 @@ int showLabel(int argc, char *argv[])
 int showMainWindow(int argc, char *argv[])
 {
     const QApplication application(argc, argv);
-    dressProgram();
+    applyProgramStyle();
     WindowPump pump;
     Session session;
     session.programFolder = QString::fromLocal8Bit(argv[2]);

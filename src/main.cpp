@@ -1,7 +1,7 @@
-#include "browser/dressprogram.h"
 #include "browser/frmTarnwell.h"
-#include "controls/windowpump.h"
-#include "core/connect.h"
+#include "browser/programstyle.h"
+#include "controls/window/windowpump.h"
+#include "core/driver/connect.h"
 
 #include <QApplication>
 
@@ -10,7 +10,7 @@ int main(int argc, char *argv[])
     QApplication application(argc, argv);
     QApplication::setApplicationName(QStringLiteral("Tarnwell"));
     QApplication::setApplicationVersion(QStringLiteral(TARNWELL_VERSION));
-    dressProgram();
+    applyProgramStyle();
 
     WindowPump pump;
     Session session;

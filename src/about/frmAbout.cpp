@@ -1,11 +1,18 @@
 #include "about/frmAbout.h"
 
-#include "about/libraryversions.h"
-#include "about/systeminformation.h"
-
 #include <QGridLayout>
 #include <QLabel>
+#include <QProcess>
 #include <QPushButton>
+#include <QStandardPaths>
+#include <QStringList>
+#include <Qsci/qsciglobal.h>
+
+#include <array>
+#include <mysql.h>
+#include <sql.h>
+#include <sqlext.h>
+#include <vector>
 
 namespace {
 
@@ -101,4 +108,69 @@ void frmAbout::cmdSysInfo_Click()
 void showAboutBox(QWidget *parent)
 {
     frmAbout(parent).exec();
+}
+
+namespace {
+
+struct Tool {
+    QString program;
+    QStringList arguments;
+};
+
+std::vector<Tool> usualTools()
+{
+#if defined(Q_OS_WIN)
+    return {{QStringLiteral("msinfo32"), {}}};
+#elif defined(Q_OS_MACOS)
+    return {{QStringLiteral("open"), {QStringLiteral("-a"), QStringLiteral("System Information")}}};
+#else
+    return {{QStringLiteral("kinfocenter"), {}},
+            {QStringLiteral("hardinfo2"), {}},
+            {QStringLiteral("hardinfo"), {}},
+            {QStringLiteral("gnome-control-center"), {QStringLiteral("info-overview")}},
+            {QStringLiteral("cinnamon-settings"), {QStringLiteral("info")}},
+            {QStringLiteral("mate-system-monitor"), {QStringLiteral("--show-system-tab")}},
+            {QStringLiteral("gnome-system-monitor"), {}}};
+#endif
+}
+
+} // namespace
+
+bool startSystemInformation()
+{
+    for (const Tool &tool : usualTools()) {
+        const QString program = QStandardPaths::findExecutable(tool.program);
+        if (!program.isEmpty())
+            return QProcess::startDetached(program, tool.arguments);
+    }
+    return false;
+}
+
+namespace {
+
+// A driver manager tells its version over a connection handle, connected or not.
+QString driverManagerVersion()
+{
+    SQLHANDLE environment = SQL_NULL_HANDLE;
+    SQLHANDLE connection = SQL_NULL_HANDLE;
+    std::array<SQLCHAR, 64> version{};
+    if (!SQL_SUCCEEDED(SQLAllocHandle(SQL_HANDLE_ENV, SQL_NULL_HANDLE, &environment)))
+        return {};
+    SQLSetEnvAttr(environment, SQL_ATTR_ODBC_VERSION, reinterpret_cast<SQLPOINTER>(SQL_OV_ODBC3), 0);
+    if (SQL_SUCCEEDED(SQLAllocHandle(SQL_HANDLE_DBC, environment, &connection))) {
+        SQLGetInfo(connection, SQL_DM_VER, version.data(), static_cast<SQLSMALLINT>(version.size()), nullptr);
+        SQLFreeHandle(SQL_HANDLE_DBC, connection);
+    }
+    SQLFreeHandle(SQL_HANDLE_ENV, environment);
+    return QString::fromLatin1(reinterpret_cast<const char *>(version.data()));
+}
+
+} // namespace
+
+std::vector<LibraryVersion> libraryVersions()
+{
+    return {{QStringLiteral("Qt"), QLatin1String(qVersion())},
+            {QStringLiteral("QScintilla"), QLatin1String(QSCINTILLA_VERSION_STR)},
+            {QStringLiteral("ODBC"), driverManagerVersion()},
+            {QStringLiteral("MariaDB Connector/C"), QLatin1String(mysql_get_client_info())}};
 }

@@ -1,8 +1,11 @@
 #pragma once
 
-#include "controls/widgetdialogue.h"
+#include "controls/dialogue/widgetdialogue.h"
 
 #include <QDialog>
+#include <QString>
+
+#include <vector>
 
 // The About box: what this program is, its version, its licence, what it is built upon.
 class frmAbout : public QDialog {
@@ -22,3 +25,15 @@ private:
 
 // Shows the box modally.
 void showAboutBox(QWidget *parent);
+
+// Starts the first found of the desktop's usual tools that show what the machine is; false when there is
+// none, or it could not be started.
+bool startSystemInformation();
+
+struct LibraryVersion {
+    QString name;
+    QString version;
+};
+
+// The libraries that the running program uses, as they report themselves where they can.
+std::vector<LibraryVersion> libraryVersions();

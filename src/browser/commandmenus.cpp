@@ -1,7 +1,7 @@
 #include "browser/commandmenus.h"
 
 #include "browser/frmTarnwellControls.h"
-#include "controls/stopping.h"
+#include "controls/window/stopping.h"
 
 #include <QAction>
 #include <QClipboard>

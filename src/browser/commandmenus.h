@@ -1,7 +1,7 @@
 #pragma once
 
 #include "browser/commandpalette.h"
-#include "core/command.h"
+#include "core/command/command.h"
 
 #include <QObject>
 

@@ -1,6 +1,6 @@
 #include "browser/commandpalette.h"
 
-#include "controls/filterline.h"
+#include "controls/lists/filterline.h"
 
 #include <QCoreApplication>
 #include <QKeyEvent>
@@ -72,7 +72,8 @@ void CommandPalette::find(const QString &text)
     for (const PaletteEntry &entry : m_entries)
         if (matches(entry, words))
             found.push_back(&entry);
-    std::ranges::stable_sort(found, {}, [&](const PaletteEntry *entry) { return rank(*entry, words.value(0)); });
+    std::ranges::stable_sort(found, {},
+                             [&](const PaletteEntry *entry) { return rank(*entry, words.value(0)); });
     found.resize(std::min<std::size_t>(found.size(), mostShown));
     m_list->clear();
     for (const PaletteEntry *entry : found) {

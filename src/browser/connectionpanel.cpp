@@ -1,9 +1,9 @@
 #include "browser/connectionpanel.h"
 
 #include "browser/frmTarnwellControls.h"
-#include "core/basconnection.h"
-#include "core/connect.h"
-#include "core/statements.h"
+#include "core/driver/connect.h"
+#include "core/session/basconnection.h"
+#include "core/sql/statements.h"
 
 void ConnectionPanel::showSettings()
 {
@@ -92,14 +92,14 @@ void ConnectionPanel::takeTexts()
     m_session.gUser = c.txtUser->text();
 }
 
-std::optional<SqlError> ConnectionPanel::connect()
+std::optional<Failure> ConnectionPanel::connect()
 {
     m_session.role = {};
-    std::optional<SqlError> failure = tryConnecting(m_session);
+    std::optional<Failure> failure = tryConnecting(m_session);
     try {
         if (!failure)
             m_session.role = readServerRole(m_session.connection());
-    } catch (const SqlError &error) {
+    } catch (const Failure &error) {
         failure = error;
         sDisconnect(m_session);
     }

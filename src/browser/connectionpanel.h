@@ -1,6 +1,6 @@
 #pragma once
 
-#include "core/session.h"
+#include "core/session/session.h"
 
 #include <optional>
 
@@ -25,7 +25,7 @@ public:
     void takeEntries(); // into the session, for a connection
     void takeTexts();   // the same as they stand, for the console's next one
     // As fConnect(), and what the server says of its role. No value: connected.
-    std::optional<SqlError> connect();
+    std::optional<Failure> connect();
     void showRole();
 
 private:

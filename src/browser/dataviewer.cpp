@@ -1,11 +1,11 @@
 #include "browser/dataviewer.h"
 
 #include "browser/frmTarnwellControls.h"
-#include "controls/stopping.h"
-#include "controls/windowpump.h"
-#include "core/listitem.h"
+#include "controls/window/stopping.h"
+#include "controls/window/windowpump.h"
+#include "core/sql/listitem.h"
 #include "core/sql/names.h"
-#include "core/statements.h"
+#include "core/sql/statements.h"
 
 namespace {
 
@@ -43,14 +43,14 @@ void DataViewer::read()
     try {
         const QString name = ListItem::required(m_controls.lstTables->currentText()).name;
         if (m_controls.cboLimit->currentIndex() < 0)
-            throw SqlError(QStringLiteral("行数の上限が選択されていません。"));
+            throw Failure(QStringLiteral("行数の上限が選択されていません。"));
         requireOwnName(m_session.gDbName, name);
         RecordSet rows = m_session.connection().execute(
             QStringLiteral("select * from ") + qualifiedName(m_session.gDbName, name) +
             QStringLiteral(" limit ") + m_controls.cboLimit->currentData().toString() + QStringLiteral(" ;"));
         m_controls.flGrid_Data->setTableName(name);
         readRows(rows);
-    } catch (const SqlError &error) {
+    } catch (const Failure &error) {
         if (m_session.runner.isStopWanted()) {
             m_dialogue.inform(stopped);
             return;

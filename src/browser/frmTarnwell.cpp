@@ -1,12 +1,12 @@
 #include "browser/frmTarnwell.h"
 
 #include "console/frmSql.h"
-#include "controls/activation.h"
-#include "controls/stopping.h"
-#include "controls/windowsize.h"
-#include "core/bascommon.h"
-#include "core/basconnection.h"
-#include "maintenance/frmRestore.h"
+#include "controls/window/activation.h"
+#include "controls/window/stopping.h"
+#include "controls/window/windowsize.h"
+#include "core/session/bascommon.h"
+#include "core/session/basconnection.h"
+#include "maintenance/backup/frmRestore.h"
 
 #include <QAction>
 #include <QApplication>

@@ -6,8 +6,8 @@
 #include "browser/frmTarnwellControls.h"
 #include "browser/objectlists.h"
 #include "browser/tabledetail.h"
-#include "controls/widgetdialogue.h"
-#include "core/command.h"
+#include "controls/dialogue/widgetdialogue.h"
+#include "core/command/command.h"
 
 #include <QPointer>
 #include <QWidget>

@@ -4,10 +4,9 @@
 #include "browser/newpassworddialog.h"
 #include "console/frmSql.h"
 #include "console/history.h"
-#include "core/basconnection.h"
 #include "core/command/undolog.h"
 #include "core/command/writing.h"
-#include "core/expiredpassword.h"
+#include "core/session/basconnection.h"
 #include "inout/frmInOut.h"
 #include "maintenance/commands.h"
 #include "maintenance/frmCreateDB.h"
@@ -74,7 +73,7 @@ void frmTarnwell::connectNow()
 {
     showNextStep(m_controls, NextStep::Connecting);
     m_controls.cmdClose->setEnabled(true); // gives it up
-    std::optional<SqlError> failure;
+    std::optional<Failure> failure;
     {
         const BusyPointer busy(m_dialogue);
         failure = m_panel.connect();
@@ -101,7 +100,7 @@ bool frmTarnwell::renewsPassword()
     try {
         const BusyPointer busy(m_dialogue);
         renewPassword(m_session, password);
-    } catch (const SqlError &error) {
+    } catch (const Failure &error) {
         m_dialogue.setLastError(error.description(), true);
         m_dialogue.refuse(error.description());
         return false;
@@ -116,7 +115,7 @@ void frmTarnwell::settlePending()
 {
     try {
         settlePendingUndoLogs(m_session, m_dialogue);
-    } catch (const SqlError &error) {
+    } catch (const Failure &error) {
         m_dialogue.setLastError(error.description(), true);
     }
 }
@@ -308,7 +307,7 @@ void frmTarnwell::guarded(const Runner::Action &action)
 {
     try {
         action();
-    } catch (const SqlError &error) {
+    } catch (const Failure &error) {
         // What the user has stopped needs no box.
         m_dialogue.setLastError(error.description(), false);
         if (!m_session.runner.isStopWanted())

@@ -1,8 +1,7 @@
 #include "browser/frmTarnwellControls.h"
 
-#include "controls/filterline.h"
-#include "controls/made.h"
-#include "controls/optiongroup.h"
+#include "controls/lists/filterline.h"
+#include "controls/window/building.h"
 
 #include <QGridLayout>
 #include <QHBoxLayout>

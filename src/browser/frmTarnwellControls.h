@@ -1,11 +1,11 @@
 #pragma once
 
 #include "browser/statementlogview.h"
-#include "controls/chosenlist.h"
-#include "controls/encryptionsign.h"
-#include "controls/flexgrid.h"
-#include "controls/percentbar.h"
-#include "controls/sqltextbox.h"
+#include "controls/dialogue/percentbar.h"
+#include "controls/grid/flexgrid.h"
+#include "controls/lists/chosenlist.h"
+#include "controls/text/sqltextbox.h"
+#include "controls/window/encryptionsign.h"
 
 #include <QCheckBox>
 #include <QComboBox>

@@ -1,6 +1,6 @@
 #include "browser/newpassworddialog.h"
 
-#include "controls/made.h"
+#include "controls/window/building.h"
 
 #include <QDialog>
 #include <QDialogButtonBox>

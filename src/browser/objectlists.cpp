@@ -1,11 +1,11 @@
 #include "browser/objectlists.h"
 
 #include "browser/frmTarnwellControls.h"
-#include "controls/windowpump.h"
+#include "controls/window/windowpump.h"
 #include "core/command/definition.h"
-#include "core/listitem.h"
+#include "core/sql/listitem.h"
 #include "core/sql/names.h"
-#include "core/statements.h"
+#include "core/sql/statements.h"
 
 #include <QScopeGuard>
 
@@ -62,7 +62,7 @@ QString objectTag(Connection &connection, const QString &database, const QString
         if (kind.isEmpty())
             return {};
         return kind == u"Table" ? QStringLiteral("[TABLE]") : QStringLiteral("[VIEW]");
-    } catch (const SqlError &error) {
+    } catch (const Failure &error) {
         // A lost or stopped connection says nothing about the object.
         if (error.isConnectionLost() || error.isInterrupted())
             throw;
@@ -172,7 +172,7 @@ void ObjectLists::listRoutines(const QString &statement, const QString &tag)
                 m_controls.lstProcFunc->appendItem(ListItem{tag, rows.text(QStringLiteral("Name"))}.text());
             yield();
         }
-    } catch (const SqlError &error) {
+    } catch (const Failure &error) {
         // Servers without routines, or without the right to see them, list none.
         if (error.isConnectionLost() || error.isInterrupted())
             throw;

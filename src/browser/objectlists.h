@@ -1,6 +1,6 @@
 #pragma once
 
-#include "core/session.h"
+#include "core/session/session.h"
 
 struct TarnwellControls;
 
@@ -9,7 +9,7 @@ enum class NextStep { Connect, Connecting, ListDatabases, ChooseDatabase, Readin
 void showNextStep(TarnwellControls &controls, NextStep step);
 
 // The cascade of lists: databases, then the tables, views and routines of the chosen one. Both throw
-// SqlError for what is not passed over; what was listed so far stays.
+// Failure for what is not passed over; what was listed so far stays.
 class ObjectLists {
 public:
     ObjectLists(Session &session, TarnwellControls &controls)

@@ -1,6 +1,6 @@
 #include "browser/statementlogview.h"
 
-#include "controls/flexgrid.h"
+#include "controls/grid/flexgrid.h"
 
 #include <QApplication>
 #include <QHBoxLayout>

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "core/statementlog.h"
+#include "core/sql/statementlog.h"
 
 #include <QWidget>
 

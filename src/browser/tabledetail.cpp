@@ -2,9 +2,9 @@
 
 #include "browser/frmTarnwellControls.h"
 #include "core/command/definition.h"
-#include "core/listitem.h"
+#include "core/sql/listitem.h"
 #include "core/sql/names.h"
-#include "core/statements.h"
+#include "core/sql/statements.h"
 #include "maintenance/routines.h"
 
 namespace {
@@ -67,7 +67,7 @@ void TableDetail::lstTables_Click()
         showFields(name);
         showCreateText(name);
         showStatus(name);
-    } catch (const SqlError &) {
+    } catch (const Failure &) {
         // Nothing else can be done with it, but it must stay possible to drop it. Untrimmed: " a" is not "a".
         c.lblTableName->setText(name);
         c.cmdDropTable->setEnabled(true);

@@ -1,12 +1,12 @@
 #pragma once
 
-#include "core/session.h"
+#include "core/session/session.h"
 
 class QLabel;
 class SqlTextBox;
 struct TarnwellControls;
 
-// The chosen table or view in the detail pane, and the chosen routine. All throw SqlError; the pane
+// The chosen table or view in the detail pane, and the chosen routine. All throw Failure; the pane
 // keeps what was filled before the failing step.
 class TableDetail {
 public:

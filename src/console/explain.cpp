@@ -1,8 +1,8 @@
 #include "console/explain.h"
 
-#include "controls/flexgrid.h"
-#include "controls/windowpump.h"
-#include "core/statements.h"
+#include "controls/grid/flexgrid.h"
+#include "controls/window/windowpump.h"
+#include "core/sql/statements.h"
 
 namespace {
 
@@ -65,7 +65,7 @@ void explain(Session &session, const QString &statement, FlexGrid &grid)
         formatBefore = askForTable(session.connection());
         RecordSet plan = session.connection().execute(QStringLiteral("EXPLAIN ") + trimmedBlanks(statement));
         fill(grid, plan);
-    } catch (const SqlError &) {
+    } catch (const Failure &) {
         // Not every statement has a plan: that is no failure.
     }
     if (formatBefore.isEmpty())
@@ -73,7 +73,7 @@ void explain(Session &session, const QString &statement, FlexGrid &grid)
     const Undoing undoing(session); // also when the plan was stopped
     try {
         session.connection().execute(setFormat(formatBefore));
-    } catch (const SqlError &) {
+    } catch (const Failure &) {
         // The connection is lost, and what was set for it with it.
     }
 }

@@ -2,14 +2,14 @@
 
 #include "console/explain.h"
 #include "console/frmTextEditer.h"
-#include "controls/activation.h"
-#include "controls/fontscaling.h"
-#include "controls/stopping.h"
-#include "controls/widgetdialogue.h"
-#include "controls/windowsize.h"
+#include "controls/dialogue/widgetdialogue.h"
+#include "controls/text/fontscaling.h"
+#include "controls/window/activation.h"
+#include "controls/window/stopping.h"
+#include "controls/window/windowsize.h"
 #include "core/command/writing.h"
-#include "core/basconnection.h"
-#include "core/statements.h"
+#include "core/session/basconnection.h"
+#include "core/sql/statements.h"
 
 #include <QCloseEvent>
 #include <QFocusEvent>
@@ -40,14 +40,14 @@ const QString interrupted = QStringLiteral("処理を中断しました");
 constexpr char delimiters[] = {' ', '\t', '|', ',', ':', ';'}; // in the order of cboDelimiter
 
 // What went wrong, if anything did.
-using Failure = std::optional<QString>;
+using Words = std::optional<QString>;
 
-Failure failureOf(const std::function<void()> &work)
+Words failureOf(const std::function<void()> &work)
 {
     try {
         work();
         return {};
-    } catch (const SqlError &error) {
+    } catch (const Failure &error) {
         return error.description();
     } catch (const std::bad_alloc &) {
         return QStringLiteral("メモリが不足しています。");
@@ -269,7 +269,7 @@ void frmSql::cmdExec_Click()
 void frmSql::execute()
 {
     ConsoleRun::Result result = ConsoleRun::Result::NoRows;
-    const Failure failure = failureOf([&] { result = m_run.execute(request()); });
+    const Words failure = failureOf([&] { result = m_run.execute(request()); });
     if (!failure && result == ConsoleRun::Result::NoRows) {
         c.txtError->setPlainText(m_run.note());
         m_dialogue->inform(QStringLiteral("正常終了"));
@@ -278,7 +278,7 @@ void frmSql::execute()
     else if (failure)
         showFailure(*failure);
 
-    if (const Failure second = failureOf([this] { m_run.keepWhatWasRead(); }))
+    if (const Words second = failureOf([this] { m_run.keepWhatWasRead(); }))
         showFailure(*second);
 }
 

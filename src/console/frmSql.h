@@ -5,8 +5,8 @@
 #include "console/run.h"
 #include "console/uservariables.h"
 #include "console/wordcompletion.h"
-#include "core/dialogue.h"
-#include "core/session.h"
+#include "core/command/dialogue.h"
+#include "core/session/session.h"
 
 #include <QWidget>
 

@@ -1,7 +1,6 @@
 #include "console/frmSqlControls.h"
 
-#include "controls/made.h"
-#include "controls/optiongroup.h"
+#include "controls/window/building.h"
 
 #include <QGridLayout>
 #include <QHBoxLayout>

@@ -1,10 +1,10 @@
 #pragma once
 
 #include "console/statementbox.h"
-#include "controls/chosenlist.h"
-#include "controls/encryptionsign.h"
-#include "controls/flexgrid.h"
-#include "controls/resulttextbox.h"
+#include "controls/grid/flexgrid.h"
+#include "controls/lists/chosenlist.h"
+#include "controls/text/resulttextbox.h"
+#include "controls/window/encryptionsign.h"
 
 #include <QCheckBox>
 #include <QComboBox>

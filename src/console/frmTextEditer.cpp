@@ -1,6 +1,6 @@
 #include "console/frmTextEditer.h"
 
-#include "controls/activation.h"
+#include "controls/window/activation.h"
 
 #include <QDialogButtonBox>
 #include <QFileDialog>

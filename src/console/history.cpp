@@ -1,7 +1,7 @@
 #include "console/history.h"
 
+#include "core/session/wholefile.h"
 #include "core/sql/passwords.h"
-#include "core/wholefile.h"
 
 #include <QFile>
 #include <QJsonArray>

@@ -1,8 +1,8 @@
 #include "console/outputfile.h"
 
-#include "core/pump.h"
-#include "core/sqlerror.h"
-#include "core/wholefile.h"
+#include "core/driver/pump.h"
+#include "core/session/wholefile.h"
+#include "core/sql/failure.h"
 
 #include <cerrno>
 #include <thread>
@@ -14,13 +14,14 @@ constexpr std::size_t bufferSize = std::size_t{256} << 10;
 
 } // namespace
 
-OutputFile::OutputFile(const QString &path, std::function<void()> breathe)
+OutputFile::OutputFile(const QString &path, std::function<void()> yield)
     : m_file(path)
-    , m_breathe(std::move(breathe))
+    , m_yield(std::move(yield))
 {
     m_waiting.reserve(bufferSize);
     bool isOpen = false;
-    aside([&] { isOpen = m_file.open(QIODevice::WriteOnly | QIODevice::Truncate | QIODevice::Unbuffered); });
+    runOnThread(
+        [&] { isOpen = m_file.open(QIODevice::WriteOnly | QIODevice::Truncate | QIODevice::Unbuffered); });
     if (!isOpen)
         fail(m_file.errorString());
 }
@@ -41,7 +42,7 @@ void OutputFile::write(std::string_view wholeLines)
 void OutputFile::close()
 {
     flush();
-    aside([this] { m_file.close(); });
+    runOnThread([this] { m_file.close(); });
     if (m_file.error() != QFileDevice::NoError)
         fail(m_file.errorString());
     // A file that was removed while it was open takes every byte and keeps none.
@@ -51,7 +52,7 @@ void OutputFile::close()
 
 // Emptying a large old file takes a while, and a file system may write out all of its successor when that one
 // is closed (ext4 does): 40 to 90 ms for 145 MB.
-void OutputFile::aside(const std::function<void()> &work)
+void OutputFile::runOnThread(const std::function<void()> &work)
 {
     Completion done;
     const std::jthread thread([&] {
@@ -59,7 +60,7 @@ void OutputFile::aside(const std::function<void()> &work)
         done.finish();
     });
     while (!done.waitFor(std::chrono::milliseconds(10)))
-        m_breathe();
+        m_yield();
 }
 
 void OutputFile::flush()
@@ -72,5 +73,5 @@ void OutputFile::flush()
 void OutputFile::fail(const QString &systemWords)
 {
     m_waiting.clear(); // not once more from the destructor
-    throw SqlError(m_file.fileName() + QStringLiteral(": ") + systemWords);
+    throw Failure(m_file.fileName() + QStringLiteral(": ") + systemWords);
 }

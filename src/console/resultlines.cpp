@@ -1,8 +1,8 @@
 #include "console/resultlines.h"
 
-#include "controls/packedrows.h"
-#include "core/codepage.h"
-#include "core/stringbuffer.h"
+#include "controls/grid/packedrows.h"
+#include "core/session/codepage.h"
+#include "core/sql/stringbuffer.h"
 
 namespace {
 

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "core/recordset.h"
+#include "core/sql/recordset.h"
 
 #include <functional>
 #include <string>

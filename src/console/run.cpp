@@ -2,10 +2,10 @@
 
 #include "console/outputfile.h"
 #include "console/resultlines.h"
-#include "controls/flexgrid.h"
-#include "controls/packedrows.h"
-#include "controls/resulttextbox.h"
-#include "controls/windowpump.h"
+#include "controls/grid/flexgrid.h"
+#include "controls/grid/packedrows.h"
+#include "controls/text/resulttextbox.h"
+#include "controls/window/windowpump.h"
 
 #include <QDir>
 #include <QProcess>
@@ -124,7 +124,7 @@ void ConsoleRun::showText()
                                   m_byteCount + static_cast<std::size_t>(m_rowCount);
     // QScintilla counts in 32 bits.
     if (byteCount > std::numeric_limits<int>::max())
-        throw SqlError(QStringLiteral("オーバーフローしました。"), 6);
+        throw Failure(QStringLiteral("オーバーフローしました。"), 6);
     Yield yield;
     m_views.text.produceText(
         byteCount,
@@ -155,5 +155,5 @@ void ConsoleRun::startEditor(const QString &path)
     process.setProgram(command.value(0));
     process.setArguments(command.mid(1) << QDir::toNativeSeparators(path));
     if (!process.startDetached())
-        throw SqlError(m_session.gTextEditor + QStringLiteral(": ") + process.errorString());
+        throw Failure(m_session.gTextEditor + QStringLiteral(": ") + process.errorString());
 }

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "core/session.h"
+#include "core/session/session.h"
 
 #include <QString>
 
@@ -37,7 +37,7 @@ public:
     {
     }
 
-    // Throws SqlError when the server or the system refuses, and when a stop ended it. What was read until
+    // Throws Failure when the server or the system refuses, and when a stop ended it. What was read until
     // then is in the grid or, as whole lines, in the file. Throws std::bad_alloc, too; rows that the memory
     // is too small for are let go.
     Result execute(const RunRequest &request);

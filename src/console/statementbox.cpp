@@ -1,6 +1,6 @@
 #include "console/statementbox.h"
 
-#include "core/codepage.h"
+#include "core/session/codepage.h"
 
 #include <QDropEvent>
 #include <QFile>

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "controls/sqltextbox.h"
+#include "controls/text/sqltextbox.h"
 
 // The console's statement box: a file or text dropped on it replaces what it holds.
 class StatementBox : public SqlTextBox {

@@ -1,7 +1,7 @@
 #include "console/uservariables.h"
 
-#include "controls/chosenlist.h"
-#include "core/statements.h"
+#include "controls/lists/chosenlist.h"
+#include "core/sql/statements.h"
 
 #include <QKeyEvent>
 #include <QLineEdit>
@@ -56,7 +56,7 @@ void UserVariables::refresh()
         if (!rows.isEof())
             for (int i = 0; i < rows.fieldCount(); ++i)
                 m_values.appendItem(rows.text(i));
-    } catch (const SqlError &) {
+    } catch (const Failure &) {
         // A name that is none: the user sees it in the list.
     }
     rows.close();

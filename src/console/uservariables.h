@@ -1,6 +1,6 @@
 #pragma once
 
-#include "core/session.h"
+#include "core/session/session.h"
 
 #include <QObject>
 

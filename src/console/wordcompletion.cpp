@@ -1,6 +1,6 @@
 #include "console/wordcompletion.h"
 
-#include "controls/sqltextbox.h"
+#include "controls/text/sqltextbox.h"
 
 #include <algorithm>
 
@@ -76,7 +76,7 @@ void WordCompletion::readNames()
             m_columns[rows.text(0).toLower()] << rows.text(1);
         }
         m_hasNames = true;
-    } catch (const SqlError &) {
+    } catch (const Failure &) {
         // Without names there still are the words of the language; the next request asks again.
     }
 }

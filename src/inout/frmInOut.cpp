@@ -1,7 +1,7 @@
 #include "inout/frmInOut.h"
 
 #include "core/command/writing.h"
-#include "core/listitem.h"
+#include "core/sql/listitem.h"
 
 #include <QDir>
 #include <QFileDialog>
@@ -47,7 +47,7 @@ frmInOut::frmInOut(Session &session, const QString &item, QWidget *parent, Dialo
     , m_session(session)
     , m_controls(*this)
     , m_boxes(this, {})
-    , m_voices{dialogue ? *dialogue : m_boxes, mainWindow}
+    , m_reporters{dialogue ? *dialogue : m_boxes, mainWindow}
 {
     setObjectName(QStringLiteral("frmInOut"));
     setWindowTitle(QStringLiteral("IN / OUT"));
@@ -104,12 +104,12 @@ void frmInOut::cmdIn_Click()
     run(importTable);
 }
 
-void frmInOut::run(bool (*command)(Session &session, const InOutVoices &voices, const InOutForm &form))
+void frmInOut::run(bool (*command)(Session &session, const InOutReporters &reporters, const InOutForm &form))
 {
     bool isDone = false;
     m_session.runner.run(this, windowTitle(), [&] {
-        isDone = (command == exportTable || mayWrite(m_session, m_voices.dialog)) &&
-                 command(m_session, m_voices, form());
+        isDone = (command == exportTable || mayWrite(m_session, m_reporters.dialog)) &&
+                 command(m_session, m_reporters, form());
     });
     if (!isDone)
         return;
@@ -134,7 +134,7 @@ void showInOutWindow(QWidget *parent, Session &session, const QString &item, Dia
     try {
         frmInOut window(session, item, parent, mainWindow);
         window.exec();
-    } catch (const SqlError &error) {
+    } catch (const Failure &error) {
         mainWindow.setLastError(error.description(), false);
         mainWindow.refuse(error.description());
     }

@@ -1,7 +1,7 @@
 #pragma once
 
-#include "controls/stopping.h"
-#include "controls/widgetdialogue.h"
+#include "controls/dialogue/widgetdialogue.h"
+#include "controls/window/stopping.h"
 #include "inout/inoutcommands.h"
 
 class QGroupBox;
@@ -26,7 +26,7 @@ class frmInOut : public StoppableDialog {
     Q_OBJECT
 
 public:
-    // item: the chosen item of lstTables; throws SqlError when it has no table name. Asks and tells in boxes
+    // item: the chosen item of lstTables; throws Failure when it has no table name. Asks and tells in boxes
     // of its own unless given another dialogue.
     frmInOut(Session &session, const QString &item, QWidget *parent, Dialogue &mainWindow,
              Dialogue *dialogue = nullptr);
@@ -38,7 +38,7 @@ private:
     void cmdFolder_Click();
     void cmdOut_Click();
     void cmdIn_Click();
-    void run(bool (*command)(Session &session, const InOutVoices &voices, const InOutForm &form));
+    void run(bool (*command)(Session &session, const InOutReporters &reporters, const InOutForm &form));
 
     InOutForm form() const;
     void rememberFolder();
@@ -46,7 +46,7 @@ private:
     Session &m_session;
     InOutControls m_controls;
     WidgetDialogue m_boxes;
-    InOutVoices m_voices;
+    InOutReporters m_reporters;
     QString m_fileFolder; // a folder with a separator at its end; after the file dialog the path chosen there
 };
 

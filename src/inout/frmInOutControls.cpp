@@ -1,5 +1,4 @@
-#include "controls/made.h"
-#include "controls/optiongroup.h"
+#include "controls/window/building.h"
 #include "inout/frmInOut.h"
 
 #include <QGridLayout>

@@ -1,8 +1,8 @@
 #include "inout/inoutcommands.h"
 
-#include "core/columnlist.h"
+#include "core/sql/columnlist.h"
 #include "core/sql/names.h"
-#include "core/statements.h"
+#include "core/sql/statements.h"
 
 #include <QFileInfo>
 
@@ -61,21 +61,21 @@ bool agreesToRead(Session &session, Dialogue &dialog, const QString &table)
                           .arg(found->asSet, found->ofColumns));
 }
 
-bool run(Session &session, const InOutVoices &voices, const InOutForm &form, bool readsFile,
+bool run(Session &session, const InOutReporters &reporters, const InOutForm &form, bool readsFile,
          const std::function<QString(const QString &database, const QString &table)> &statement)
 {
     try {
-        voices.mainWindow.setLastError({}, false);
+        reporters.mainWindow.setLastError({}, false);
         requireOwnTrimmedDatabase(session.gDbName);
         requireOwnName(session.gDbName, form.tableName);
-        if (readsFile && !agreesToRead(session, voices.dialog, form.tableName))
+        if (readsFile && !agreesToRead(session, reporters.dialog, form.tableName))
             return false;
-        const BusyPointer busy(voices.dialog);
+        const BusyPointer busy(reporters.dialog);
         session.connection().execute(
             statement(trimmedBlanks(session.gDbName), trimmedBlanks(form.tableName)));
         return true;
-    } catch (const SqlError &error) {
-        voices.mainWindow.setLastError(error.description(), false);
+    } catch (const Failure &error) {
+        reporters.mainWindow.setLastError(error.description(), false);
         return false;
     }
 }
@@ -98,38 +98,38 @@ QString importStatement(const QString &database, const QString &table, const QSt
            qualifiedName(trimmedBlanks(database), trimmedBlanks(table)) + columns;
 }
 
-bool exportTable(Session &session, const InOutVoices &voices, const InOutForm &form)
+bool exportTable(Session &session, const InOutReporters &reporters, const InOutForm &form)
 {
-    if (!isComplete(session, voices.dialog, form))
+    if (!isComplete(session, reporters.dialog, form))
         return false;
     if (fileExists(form.fileName)) {
-        voices.dialog.inform(QStringLiteral("ﾌｧｲﾙが存在します。ﾌｧｲﾙ名を変更してください。"));
+        reporters.dialog.inform(QStringLiteral("ﾌｧｲﾙが存在します。ﾌｧｲﾙ名を変更してください。"));
         return false;
     }
     const auto statement = [&](const QString &database, const QString &table) {
         return exportStatement(database, table, form.fileName,
                                selectedColumns(session.connection(), database, table));
     };
-    if (!run(session, voices, form, false, statement))
+    if (!run(session, reporters, form, false, statement))
         return false;
-    voices.dialog.inform(QStringLiteral("出力しました。"));
+    reporters.dialog.inform(QStringLiteral("出力しました。"));
     return true;
 }
 
-bool importTable(Session &session, const InOutVoices &voices, const InOutForm &form)
+bool importTable(Session &session, const InOutReporters &reporters, const InOutForm &form)
 {
-    if (!isComplete(session, voices.dialog, form))
+    if (!isComplete(session, reporters.dialog, form))
         return false;
     if (!fileExists(form.fileName)) {
-        voices.dialog.inform(QStringLiteral("ﾌｧｲﾙが見つかりません。"));
+        reporters.dialog.inform(QStringLiteral("ﾌｧｲﾙが見つかりません。"));
         return false;
     }
     const auto statement = [&](const QString &database, const QString &table) {
         return importStatement(database, table, form.fileName, form.replacesDuplicates,
                                loadedColumns(session.connection(), database, table));
     };
-    if (!run(session, voices, form, true, statement))
+    if (!run(session, reporters, form, true, statement))
         return false;
-    voices.dialog.inform(QStringLiteral("読み込みました。"));
+    reporters.dialog.inform(QStringLiteral("読み込みました。"));
     return true;
 }

@@ -1,7 +1,7 @@
 #pragma once
 
-#include "core/dialogue.h"
-#include "core/session.h"
+#include "core/command/dialogue.h"
+#include "core/session/session.h"
 
 // What frmInOut holds at the click, by value.
 struct InOutForm {
@@ -11,7 +11,7 @@ struct InOutForm {
 };
 
 // Where a command tells: the dialog's own boxes, and the main window's last error.
-struct InOutVoices {
+struct InOutReporters {
     Dialogue &dialog;
     Dialogue &mainWindow;
 };
@@ -25,5 +25,5 @@ QString importStatement(const QString &database, const QString &table, const QSt
 
 // True when the statement was carried out and success was told. A statement that fails is not told in the
 // dialog; the server's words go to the main window's last error.
-bool exportTable(Session &session, const InOutVoices &voices, const InOutForm &form); // cmdOut
-bool importTable(Session &session, const InOutVoices &voices, const InOutForm &form); // cmdIn
+bool exportTable(Session &session, const InOutReporters &reporters, const InOutForm &form); // cmdOut
+bool importTable(Session &session, const InOutReporters &reporters, const InOutForm &form); // cmdIn

@@ -1,6 +1,6 @@
 #include "maintenance/batch.h"
 
-#include "core/signs.h"
+#include "core/sql/listitem.h"
 
 namespace {
 
@@ -56,7 +56,7 @@ Outcome runBatch(CommandContext &context, const Batch &batch)
         dialogue.setTarget(target);
         dialogue.progressBar(1);
         dialogue.inform(batch.closing());
-    } catch (const SqlError &error) {
+    } catch (const Failure &error) {
         dialogue.setTarget(QString());
         dialogue.setLastError(error.description(), true);
         dialogue.refuse(error.description());
@@ -66,7 +66,7 @@ Outcome runBatch(CommandContext &context, const Batch &batch)
     return {};
 }
 
-void reportFailure(Dialogue &dialogue, const SqlError &error)
+void reportFailure(Dialogue &dialogue, const Failure &error)
 {
     dialogue.setLastError(error.description(), true);
     dialogue.refuse(error.description());

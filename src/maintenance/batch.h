@@ -1,7 +1,7 @@
 #pragma once
 
-#include "core/command.h"
-#include "core/sqlerror.h"
+#include "core/command/command.h"
+#include "core/sql/failure.h"
 
 #include <functional>
 
@@ -16,8 +16,8 @@ struct Batch {
 };
 
 // Asks, walks over all items of lstTables or the chosen one, passes over "[ERROR]" items, shows the
-// progress and the closing message. The first SqlError ends the batch; what was done stays done.
+// progress and the closing message. The first Failure ends the batch; what was done stays done.
 Outcome runBatch(CommandContext &context, const Batch &batch);
 
 // The failure path of the maintenance commands that touch neither the target nor the window.
-void reportFailure(Dialogue &dialogue, const SqlError &error);
+void reportFailure(Dialogue &dialogue, const Failure &error);

@@ -1,12 +1,12 @@
 #include "maintenance/commands.h"
 
-#include "maintenance/backup.h"
+#include "maintenance/backup/backup.h"
+#include "maintenance/backup/restore.h"
+#include "maintenance/backup/scriptbackup.h"
 #include "maintenance/createdrop.h"
-#include "maintenance/restore.h"
 #include "maintenance/routines.h"
-#include "maintenance/scriptbackup.h"
 #include "maintenance/tablebatches.h"
-#include "maintenance/tablechange.h"
+#include "maintenance/tablechange/tablechange.h"
 
 std::span<const Command> maintenanceCommands()
 {

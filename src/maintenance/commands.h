@@ -1,6 +1,6 @@
 #pragma once
 
-#include "core/command.h"
+#include "core/command/command.h"
 
 // The commands of this folder.
 std::span<const Command> maintenanceCommands();

@@ -1,9 +1,9 @@
 #include "maintenance/createdrop.h"
 
-#include "core/lostanswer.h"
-#include "core/signs.h"
+#include "core/command/doubt.h"
+#include "core/sql/listitem.h"
 #include "core/sql/names.h"
-#include "core/statements.h"
+#include "core/sql/statements.h"
 
 #include <optional>
 
@@ -25,7 +25,7 @@ std::optional<QString> chosenDropStatement(CommandContext &context, const QStrin
             return QString(); // the server's refusal of an empty statement tells the user
         kind = trimmedBlanks(rows.fieldName(0));
         rows.close();
-    } catch (const SqlError &error) {
+    } catch (const Failure &error) {
         // After a stop nothing is known of the object's kind.
         if (doubtAfter(context.session, error) != Doubt::None)
             throw;
@@ -69,7 +69,7 @@ Outcome dropTable(CommandContext &context)
         if (!statement)
             return {};
         context.session.connection().execute(*statement);
-    } catch (const SqlError &error) {
+    } catch (const Failure &error) {
         context.dialogue.setLastError(error.description(), true);
         context.dialogue.refuse(QStringLiteral("削除に失敗しました。"));
         return {};

@@ -1,9 +1,9 @@
 #include "maintenance/frmCreateDB.h"
 
-#include "controls/widgetdialogue.h"
+#include "controls/dialogue/widgetdialogue.h"
 #include "core/command/writing.h"
 #include "core/sql/names.h"
-#include "core/statements.h"
+#include "core/sql/statements.h"
 
 #include <QHBoxLayout>
 #include <QLabel>
@@ -67,7 +67,7 @@ void frmCreateDB::create(const QString &name)
         const BusyPointer busy(m_mainWindow);
         m_session.connection().execute(QStringLiteral("create database `") + name + QStringLiteral("`;"));
         accept();
-    } catch (const SqlError &error) {
+    } catch (const Failure &error) {
         // No box: the name stays for correction, and txtError has the server's words.
         m_mainWindow.setLastError(error.description(), true);
     }

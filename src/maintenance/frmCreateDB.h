@@ -1,7 +1,7 @@
 #pragma once
 
-#include "controls/stopping.h"
-#include "core/session.h"
+#include "controls/window/stopping.h"
+#include "core/session/session.h"
 
 class Dialogue;
 class QLineEdit;

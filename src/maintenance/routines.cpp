@@ -2,8 +2,8 @@
 
 #include "core/command/showntext.h"
 #include "core/sql/names.h"
-#include "core/statements.h"
-#include "maintenance/remaking.h"
+#include "core/sql/statements.h"
+#include "maintenance/tablechange/remaking.h"
 
 namespace {
 
@@ -51,7 +51,7 @@ ObjectDefinition readReadable(Connection &connection, const QString &showStateme
     ObjectDefinition definition = readDefinition(connection, showStatement);
     // The text that was shown has lost its backticks; only the server's surely brings the routine back.
     if (definition.text.isEmpty())
-        throw SqlError(QStringLiteral("定義を読む権限がなく、失敗すると元に戻せないため、変更しません。"));
+        throw Failure(QStringLiteral("定義を読む権限がなく、失敗すると元に戻せないため、変更しません。"));
     return definition;
 }
 
@@ -115,7 +115,7 @@ void RoutineChange::requireAsShown() const
 {
     // The head is kept as it is now, whatever it was then.
     if (!m_isOwnText && withLf(tailOf(m_kind, shownRoutineText(m_remaking.old.text))) != m_shownTail)
-        throw SqlError(QStringLiteral("定義は表示した後に変更されています。一覧から選択し直して下さい。"));
+        throw Failure(QStringLiteral("定義は表示した後に変更されています。一覧から選択し直して下さい。"));
 }
 
 // What is asked of the server and the user before anything is changed.
@@ -181,7 +181,7 @@ Outcome RoutineChange::run()
         return {};
     try {
         send();
-    } catch (const SqlError &error) {
+    } catch (const Failure &error) {
         return end(m_log.undo(error), error.description());
     }
     return end(m_log.close(), {});
@@ -229,7 +229,7 @@ Outcome changeRoutine(CommandContext &context)
             return {};
         requireOwnName(selection.database, routine.name);
         return RoutineChange(context, routine).run();
-    } catch (const SqlError &error) {
+    } catch (const Failure &error) {
         // Nothing has been changed.
         context.dialogue.setLastError(error.description(), false);
         context.dialogue.refuse(failed);

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "core/command.h"
+#include "core/command/command.h"
 
 // kind is the list item's tag: "[PROC]" is a procedure, anything else a function.
 QString routineShowStatement(const QString &kind, const QString &database, const QString &name);
@@ -14,5 +14,5 @@ QString createRoutineStatement(const QString &kind, const QString &database, con
 // cmdCreateProc: drops the chosen routine and makes it again from the edited text, or as it was. Whatever
 // stands before the keyword PROCEDURE or FUNCTION is kept as the server has it; what follows is the user's.
 Outcome changeRoutine(CommandContext &context);
-// cmdDropProc. What the server refuses is thrown (SqlError), for the window to show.
+// cmdDropProc. What the server refuses is thrown (Failure), for the window to show.
 Outcome dropRoutine(CommandContext &context);

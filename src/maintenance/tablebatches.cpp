@@ -1,8 +1,8 @@
 #include "maintenance/tablebatches.h"
 
-#include "core/columnlist.h"
+#include "core/sql/columnlist.h"
 #include "core/sql/names.h"
-#include "core/statements.h"
+#include "core/sql/statements.h"
 #include "maintenance/batch.h"
 
 #include <QDate>

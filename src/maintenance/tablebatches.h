@@ -1,6 +1,6 @@
 #pragma once
 
-#include "core/command.h"
+#include "core/command/command.h"
 
 // One statement for each table of the batch; its result rows are not looked at.
 Outcome checkTables(CommandContext &context);

@@ -1,6 +1,6 @@
 #include "users/accountcommands.h"
 
-#include "core/statements.h"
+#include "core/sql/statements.h"
 #include "users/accountserver.h"
 #include "users/rightschange.h"
 
@@ -195,7 +195,7 @@ AccountOutcome addAccount(AccountContext &context)
             {account, privilegeList(globalPrivileges(), form.global), grantSuffix(form.global), password,
              isNew},
             step);
-    } catch (const SqlError &error) {
+    } catch (const Failure &error) {
         dialogue.refuse(error.description());
         if (step == Added::Account)
             dialogue.inform(QStringLiteral("ﾕｰｻﾞｰ作成までは成功しています。"));

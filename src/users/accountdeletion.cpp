@@ -1,7 +1,7 @@
 #include "users/accountdeletion.h"
 
 #include "core/command/serverrole.h"
-#include "core/statements.h"
+#include "core/sql/statements.h"
 #include "users/accountcommands.h"
 #include "users/accountserver.h"
 #include "users/rightschange.h"
@@ -47,7 +47,7 @@ bool holdsRows(Session &session, const QString &from)
         const bool hasRows = session.gRs.isOpen() && !session.gRs.isEof();
         session.gRs.close();
         return hasRows;
-    } catch (const SqlError &error) {
+    } catch (const Failure &error) {
         if (error.number() != noSuchTable)
             throw;
         return false;

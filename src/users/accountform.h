@@ -1,7 +1,7 @@
 #pragma once
 
-#include "core/dialogue.h"
-#include "core/session.h"
+#include "core/command/dialogue.h"
+#include "core/session/session.h"
 #include "users/accountstatements.h"
 #include "users/privileges.h"
 

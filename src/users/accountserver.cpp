@@ -9,8 +9,8 @@ void sendSecretly(Session &session, const QString &statement)
 {
     try {
         session.connection().execute(statement);
-    } catch (const SqlError &error) {
-        throw SqlError(withoutQuotedPart(error.description()), error.number(), error.state());
+    } catch (const Failure &error) {
+        throw Failure(withoutQuotedPart(error.description()), error.number(), error.state());
     }
 }
 
@@ -35,7 +35,7 @@ void makeAndGrant(Session &session, const GlobalGrant &grant, const QString &cla
     sendSecretly(session, createAccount(grant.account, clause));
     try {
         sendGrant(session, grant);
-    } catch (const SqlError &error) {
+    } catch (const Failure &error) {
         if (!error.isConnectionLost())
             session.connection().execute(dropAccount(grant.account));
         throw;
@@ -64,7 +64,7 @@ void sendWithPassword(Session &session, const GlobalGrant &grant, const QString 
     constexpr int syntaxError = 1064;
     try {
         sendSecretly(session, grantGlobally(grant.list, grant.account, clause, grant.suffix));
-    } catch (const SqlError &error) {
+    } catch (const Failure &error) {
         if (error.number() != syntaxError)
             throw;
         sendInTwo(session, grant, clause);

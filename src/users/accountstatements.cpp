@@ -1,8 +1,8 @@
 #include "users/accountstatements.h"
 
+#include "core/sql/failure.h"
 #include "core/sql/names.h"
-#include "core/sqlerror.h"
-#include "core/statements.h"
+#include "core/sql/statements.h"
 
 #include <QRegularExpression>
 
@@ -10,7 +10,7 @@ namespace {
 
 [[noreturn]] void refuseMisread(const QString &name)
 {
-    throw SqlError(QStringLiteral("サーバーはこの名前を別の名前と読むため、実行しません。: ") + name);
+    throw Failure(QStringLiteral("サーバーはこの名前を別の名前と読むため、実行しません。: ") + name);
 }
 
 // A text that will stand between single quotes, or double ones where it is a host. Before "_" and "%" the

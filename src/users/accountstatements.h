@@ -10,7 +10,7 @@ struct Account {
 };
 
 // Statement texts of the users window. Nothing is escaped: the window trusts its administrator. But texts
-// that change something refuse names (SqlError) that would make them act on another account, database or
+// that change something refuse names (Failure) that would make them act on another account, database or
 // table. The uneven blanks and quotes are deliberate.
 QString accountName(const Account &account); // 'user'@"host"
 QString flushPrivileges();

@@ -1,6 +1,6 @@
 #include "users/accountview.h"
 
-#include "controls/chosenlist.h"
+#include "controls/lists/chosenlist.h"
 
 #include <QCheckBox>
 #include <QComboBox>
@@ -106,7 +106,7 @@ void AccountView::MakeList()
         for (; m_session.gRs.isOpen() && !m_session.gRs.isEof(); m_session.gRs.moveNext())
             c.lstUser->appendItem(m_session.gRs.text(QStringLiteral("Host")) + u'\t' +
                                   m_session.gRs.text(QStringLiteral("User")));
-    } catch (const SqlError &) {
+    } catch (const Failure &) {
         // Who may not read mysql.user sees empty lists and is told nothing; that is the window's rule.
     }
     m_session.gRs.close();
@@ -305,7 +305,7 @@ void AccountView::trap(const std::function<void()> &statements)
     try {
         const BusyPointer busy(m_dialogue);
         statements();
-    } catch (const SqlError &error) {
+    } catch (const Failure &error) {
         // Whoever stopped the reading need not be told.
         if (!m_session.runner.isStopWanted())
             m_dialogue.refuse(error.description());

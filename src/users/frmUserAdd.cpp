@@ -1,6 +1,6 @@
 #include "users/frmUserAdd.h"
 
-#include "controls/chosenlist.h"
+#include "controls/lists/chosenlist.h"
 #include "core/command/writing.h"
 #include "users/accountcommands.h"
 

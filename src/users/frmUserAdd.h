@@ -1,8 +1,8 @@
 #pragma once
 
-#include "controls/stopping.h"
-#include "controls/widgetdialogue.h"
-#include "core/session.h"
+#include "controls/dialogue/widgetdialogue.h"
+#include "controls/window/stopping.h"
+#include "core/session/session.h"
 #include "users/accountview.h"
 #include "users/frmUserAddControls.h"
 

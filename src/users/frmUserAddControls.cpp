@@ -1,7 +1,7 @@
 #include "users/frmUserAddControls.h"
 
-#include "controls/chosenlist.h"
-#include "controls/made.h"
+#include "controls/lists/chosenlist.h"
+#include "controls/window/building.h"
 
 #include <QCheckBox>
 #include <QComboBox>

@@ -1,6 +1,6 @@
 #include "users/privileges.h"
 
-#include "core/statements.h"
+#include "core/sql/statements.h"
 
 #include <QList>
 

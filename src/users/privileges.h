@@ -26,7 +26,7 @@ inline constexpr std::size_t globalGrantBox = 10;
 
 // The checked boxes' texts up to the last comma, then CR LF; "USAGE" when there are none.
 QString privilegeList(std::span<const Privilege> privileges, const Checks &checks);
-// The same without the fallback: throws SqlError (the invalid-argument error) when there are none.
+// The same without the fallback: throws Failure (the invalid-argument error) when there are none.
 QString requiredPrivilegeList(std::span<const Privilege> privileges, const Checks &checks);
 
 // Whether the set value holds the element as a whole, without regard to case.

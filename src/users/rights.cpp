@@ -1,6 +1,6 @@
 #include "users/rights.h"
 
-#include "core/statements.h"
+#include "core/sql/statements.h"
 #include "users/accountserver.h"
 
 #include <QRegularExpression>

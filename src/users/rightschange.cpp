@@ -1,8 +1,8 @@
 #include "users/rightschange.h"
 
-#include "core/lostanswer.h"
+#include "core/command/doubt.h"
 #include "core/sql/passwords.h"
-#include "core/statements.h"
+#include "core/sql/statements.h"
 #include "users/accountserver.h"
 
 #include <QRegularExpression>
@@ -80,7 +80,7 @@ public:
             m_change.grant(m_before);
             m_isGranted = true;
             finish();
-        } catch (const SqlError &error) {
+        } catch (const Failure &error) {
             undo(error);
             return false;
         }
@@ -146,7 +146,7 @@ private:
     }
 
     // The account may not wait for the user to read a box.
-    void undo(const SqlError &error)
+    void undo(const Failure &error)
     {
         const Undoing undoing(m_session);
         QString second;
@@ -154,7 +154,7 @@ private:
             const BusyPointer busy(m_dialogue);
             if (m_isStarted)
                 putBack(doubtAfter(m_session, error));
-        } catch (const SqlError &another) {
+        } catch (const Failure &another) {
             second = another.description();
         }
         m_dialogue.refuse(error.description());
@@ -194,7 +194,7 @@ private:
         Rights now;
         try {
             now = readRights(m_session, m_account, m_change.scope);
-        } catch (const SqlError &) {
+        } catch (const Failure &) {
             now = {};
         }
         const Rights lost = missingIn(m_isGranted ? m_wanted.all : m_before.rights, now);
@@ -235,7 +235,7 @@ bool report(Dialogue &dialogue, const QString &success, const std::function<void
     try {
         const BusyPointer busy(dialogue);
         statements();
-    } catch (const SqlError &error) {
+    } catch (const Failure &error) {
         dialogue.refuse(error.description());
         return false;
     }

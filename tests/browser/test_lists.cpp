@@ -1,5 +1,5 @@
 #include "console/history.h"
-#include "controls/gridcopy.h"
+#include "controls/grid/gridcopy.h"
 #include "windowstage.h"
 
 #include <QScrollBar>

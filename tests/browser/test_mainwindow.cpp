@@ -1,4 +1,4 @@
-#include "controls/encryptionsign.h"
+#include "controls/window/encryptionsign.h"
 #include "faults/mainwindowstage.h"
 #include "support/gui/boxes.h"
 #include "support/rows.h"

@@ -1,7 +1,7 @@
+#include "core/command/doubt.h"
 #include "core/command/serverrole.h"
-#include "core/lostanswer.h"
 #include "maintenance/tablebatches.h"
-#include "maintenance/tablechange.h"
+#include "maintenance/tablechange/tablechange.h"
 #include "stage.h"
 #include "support/balancer.h"
 #include "support/cuttingproxy.h"
@@ -165,7 +165,7 @@ void ClusterTest::aStopKillsNobodyElse()
     std::thread stranger([&] {
         try {
             others = other->execute("select sleep(4)").text(0);
-        } catch (const SqlError &error) {
+        } catch (const Failure &error) {
             others = error.description();
         }
     });
@@ -176,7 +176,7 @@ void ClusterTest::aStopKillsNobodyElse()
     try {
         RecordSet rows = own->execute("select sleep(30)");
         answer = rows.isEof() ? "no row" : rows.text(0);
-    } catch (const SqlError &error) {
+    } catch (const Failure &error) {
         answer = error.description() + (error.isConnectionLost() || error.isInterrupted() ? "!" : "?");
     }
     stranger.join();
@@ -275,7 +275,7 @@ void ClusterTest::aRowOfAnotherNodeIsKeptOrTold()
                 other->execute("set session wsrep_sync_wait=15");
                 other->execute("set session lock_wait_timeout=1");
                 other->execute("insert into t (a, b) values (1001, 'other')");
-            } catch (const SqlError &error) {
+            } catch (const Failure &error) {
                 failure = error.description();
             }
         });
@@ -379,7 +379,7 @@ void ClusterTest::aConflictAtTheCommitIsTold()
     try {
         connection.execute("commit");
         QFAIL("both were committed");
-    } catch (const SqlError &error) {
+    } catch (const Failure &error) {
         QCOMPARE(error.number(), 1213);
         QCOMPARE(doubtAfter(user.session, error), Doubt::None);
     }

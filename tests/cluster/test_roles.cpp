@@ -1,6 +1,6 @@
 #include "core/command/serverrole.h"
 #include "core/command/writing.h"
-#include "core/connect.h"
+#include "core/driver/connect.h"
 #include "stage.h"
 
 // What a server is among others, read from real ones.

@@ -1,7 +1,7 @@
 #include "console/consolefixture.h"
 #include "console/history.h"
 #include "console/outputfile.h"
-#include "core/wholefile.h"
+#include "core/session/wholefile.h"
 #include "support/lockedfolder.h"
 
 #include <QMimeData>
@@ -154,7 +154,7 @@ void FrmSqlTest::aFileThatVanishesIsReported()
     auto folder = std::make_unique<QTemporaryDir>();
     OutputFile file(folder->filePath("sqldump.dat"), [] {});
     folder.reset();
-    QVERIFY_THROWS_EXCEPTION(SqlError, file.close());
+    QVERIFY_THROWS_EXCEPTION(Failure, file.close());
 }
 
 void FrmSqlTest::theEditorGetsTheFile()

@@ -1,4 +1,4 @@
-#include "controls/activation.h"
+#include "controls/window/activation.h"
 
 #include <QDialog>
 #include <QSignalSpy>

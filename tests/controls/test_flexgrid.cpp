@@ -1,5 +1,5 @@
-#include "controls/flexgrid.h"
-#include "controls/gridcopy.h"
+#include "controls/grid/flexgrid.h"
+#include "controls/grid/gridcopy.h"
 #include "support/gui/boxes.h"
 
 #include <QAction>

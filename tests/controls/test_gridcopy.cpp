@@ -1,5 +1,5 @@
-#include "controls/gridcopy.h"
-#include "controls/hexdump.h"
+#include "controls/grid/cellviewer.h"
+#include "controls/grid/gridcopy.h"
 
 #include <QTest>
 

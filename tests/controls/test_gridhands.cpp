@@ -1,5 +1,5 @@
-#include "controls/cellviewer.h"
-#include "controls/flexgrid.h"
+#include "controls/grid/cellviewer.h"
+#include "controls/grid/flexgrid.h"
 #include "support/gui/boxes.h"
 
 #include <QApplication>

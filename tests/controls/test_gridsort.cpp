@@ -1,4 +1,4 @@
-#include "controls/gridsort.h"
+#include "controls/grid/gridsort.h"
 
 #include <QTest>
 

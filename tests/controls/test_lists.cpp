@@ -1,7 +1,7 @@
-#include "controls/chosenlist.h"
-#include "controls/filterline.h"
-#include "controls/folderbox.h"
-#include "controls/plaintip.h"
+#include "controls/lists/chosenlist.h"
+#include "controls/lists/fileboxes.h"
+#include "controls/lists/filterline.h"
+#include "controls/window/building.h"
 #include "support/gui/boxes.h"
 
 #include <QDir>

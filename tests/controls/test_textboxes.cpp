@@ -1,5 +1,5 @@
-#include "controls/resulttextbox.h"
-#include "controls/sqltextbox.h"
+#include "controls/text/resulttextbox.h"
+#include "controls/text/sqltextbox.h"
 #include "support/gui/boxes.h"
 
 #include <QLineEdit>

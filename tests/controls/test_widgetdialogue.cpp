@@ -1,5 +1,5 @@
-#include "controls/percentbar.h"
-#include "controls/widgetdialogue.h"
+#include "controls/dialogue/percentbar.h"
+#include "controls/dialogue/widgetdialogue.h"
 #include "support/gui/boxes.h"
 
 #include <QApplication>

@@ -1,8 +1,8 @@
-#include "controls/cellviewer.h"
-#include "controls/chosenlist.h"
-#include "controls/sqltextbox.h"
-#include "controls/stopping.h"
-#include "controls/windowpump.h"
+#include "controls/grid/cellviewer.h"
+#include "controls/lists/chosenlist.h"
+#include "controls/text/sqltextbox.h"
+#include "controls/window/stopping.h"
+#include "controls/window/windowpump.h"
 #include "support/gui/boxes.h"
 #include "support/rows.h"
 

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "core/connect.h"
+#include "core/driver/connect.h"
 #include "support/rows.h"
 #include "support/testserver.h"
 
@@ -40,13 +40,13 @@ inline QString valueOf(Connection &connection, const QString &statement)
 }
 
 // What the call threw; fails the test when it threw nothing.
-inline SqlError errorOf(const std::function<void()> &call)
+inline Failure errorOf(const std::function<void()> &call)
 {
     try {
         call();
-    } catch (const SqlError &error) {
+    } catch (const Failure &error) {
         return error;
     }
     QTest::qFail("nothing was thrown", __FILE__, __LINE__);
-    return SqlError("nothing was thrown");
+    return Failure("nothing was thrown");
 }

@@ -55,13 +55,13 @@ void ConnectionFaultsTest::whatIsKilledFromElsewhereIsAnError()
     const auto open = connected(string(), m_pump);
     const QString id = valueOf(*open, "select connection_id()");
     m_pump.once = [&] { m_server.run(QStringLiteral("kill query ") + id); };
-    const SqlError error =
+    const Failure error =
         errorOf([&] { open->execute("select count(*) from seq_1_to_100000 a, seq_1_to_100000 b"); });
     QVERIFY2(error.isInterrupted(), qPrintable(error.description()));
     QCOMPARE(valueOf(*open, "select 4"), "4");
 
     m_pump.once = [&] { m_server.run(QStringLiteral("kill connection ") + id); };
-    const SqlError lost = errorOf([&] { open->execute("select sleep(20)"); });
+    const Failure lost = errorOf([&] { open->execute("select sleep(20)"); });
     QVERIFY2(lost.isConnectionLost(), qPrintable(lost.description()));
     checkRecovery(*open);
 }
@@ -82,7 +82,7 @@ void ConnectionFaultsTest::aConnectionCutWithinAPacketIsAnError()
     {
         const auto open = connected(through, m_pump);
         proxy.cutAfter(bytes);
-        const SqlError error = errorOf([&] {
+        const Failure error = errorOf([&] {
             RecordSet rows = open->execute("select seq, repeat('x', 1000) from seq_1_to_1000");
             while (!rows.isEof())
                 rows.moveNext();
@@ -107,7 +107,7 @@ void ConnectionFaultsTest::aFailingConnectionGivesTheDriversWords()
           {"nothing", "Data source name not found"},
           {m_server.nativeString() + ";colour=red", "「colour」"}}) {
         const auto closed = createConnection(string, m_pump);
-        const SqlError error = errorOf([&] { closed->open(); });
+        const Failure error = errorOf([&] { closed->open(); });
         QVERIFY2(error.description().contains(words), qPrintable(error.description()));
         QVERIFY(!closed->isOpen() && !closed->isBusy());
     }
@@ -116,7 +116,7 @@ void ConnectionFaultsTest::aFailingConnectionGivesTheDriversWords()
 void ConnectionFaultsTest::aRefusedStatementGivesTheServersWords()
 {
     const auto open = connected(string(), m_pump);
-    const SqlError error = errorOf([&] { open->execute("select * from `表`"); });
+    const Failure error = errorOf([&] { open->execute("select * from `表`"); });
     QVERIFY(error.description().contains("Table 'd.表' doesn't exist"));
     QCOMPARE(error.number(), 1146);
     QCOMPARE(error.state(), "42S02");

@@ -1,5 +1,5 @@
 #include "connectiontests.h"
-#include "core/workerconnection.h"
+#include "core/driver/workerconnection.h"
 #include "support/balancer.h"
 
 #include <QRegularExpression>
@@ -22,7 +22,7 @@ public:
         m_ended.waitFor(20s);
         if (m_succeeds)
             return nullptr;
-        throw m_isCut ? SqlError("cut", 2013, "08S01") : SqlError("stopped", 1317, "70100");
+        throw m_isCut ? Failure("cut", 2013, "08S01") : Failure("stopped", 1317, "70100");
     }
     void settle() override {}
     void disconnect() override {}
@@ -94,7 +94,7 @@ void ConnectionStopTest::serversOfAllAgesAreStopped()
         open->execute(statement);
     m_pump.once = [&] { open->cancel(); };
     // Should the KILL strike an INSERT, that is enough.
-    const SqlError error = errorOf([&] { open->execute("call d.p()"); });
+    const Failure error = errorOf([&] { open->execute("call d.p()"); });
     QVERIFY2(error.isConnectionLost() || error.isInterrupted(), qPrintable(error.description()));
     open->close();
     open->open();
@@ -112,7 +112,7 @@ void ConnectionStopTest::aBalancersOtherServerIsNotStruck()
     const auto open = connected(through, m_pump);
     other.takeStatements();
     m_pump.once = [&] { open->cancel(); };
-    const SqlError error = errorOf([&] { open->execute("do sleep(5)"); });
+    const Failure error = errorOf([&] { open->execute("do sleep(5)"); });
     QVERIFY2(error.description().contains("KILLを送らずに"), qPrintable(error.description()));
     QVERIFY(error.isConnectionLost());
     const QStringList sent = other.takeStatements();
@@ -128,7 +128,7 @@ void ConnectionStopTest::stoppingWithinRowsOfTheBuiltInConnectionEndsThem()
     open->execute("set @kept = 5");
     for (const bool isBetweenRows : {false, true}) { // or while the next ones are waited for
         int count = 0;
-        const SqlError error = errorOf([&] {
+        const Failure error = errorOf([&] {
             RecordSet rows =
                 open->execute("select seq, repeat('x', 100000), if(seq > 3, sleep(20), 0) from seq_1_to_20");
             if (isBetweenRows)
@@ -155,7 +155,7 @@ void ConnectionStopTest::aStopNeverStrikesTheNextStatement()
         m_pump.once = [&] { open->cancel(); };
         try {
             open->execute(QStringLiteral("select sleep(%1)").arg(0.018 + 0.0003 * round));
-        } catch (const SqlError &error) {
+        } catch (const Failure &error) {
             QVERIFY2(error.isInterrupted(), qPrintable(error.description()));
         }
         m_pump.once = nullptr;
@@ -178,7 +178,7 @@ void ConnectionStopTest::whatAStoppedStatementSaysIsTaken()
             QVERIFY(!connection.execute("drop table t").isOpen());
             continue;
         }
-        const SqlError error = errorOf([&] { connection.execute("select 1"); });
+        const Failure error = errorOf([&] { connection.execute("select 1"); });
         QCOMPARE(error.isInterrupted(), listens);
         QCOMPARE(error.isConnectionLost(), !listens);
     }
@@ -245,7 +245,7 @@ void ConnectionStopTest::aFrozenServerHoldsUpNothing()
     rows.close();
     second.reset();
     m_pump.once = [&] { open->cancel(); };
-    const SqlError error = errorOf([&] { open->execute("select 1"); });
+    const Failure error = errorOf([&] { open->execute("select 1"); });
     QVERIFY2(error.isConnectionLost(), qPrintable(error.description()));
     QVERIFY(errorOf([&] { open->execute("select 1"); }).isConnectionLost());
     open->close();

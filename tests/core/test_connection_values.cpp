@@ -1,5 +1,5 @@
 #include "connectiontests.h"
-#include "core/basconnection.h"
+#include "core/session/basconnection.h"
 
 class ConnectionValuesTest : public QObject {
     Q_OBJECT

@@ -80,7 +80,7 @@ void HostileServersTest::passwordsAreNotGivenAway()
         const auto open = connected(string(server, more), m_pump);
         QVERIFY(!open->encryption().isEncrypted);
     } else {
-        const SqlError error = errorOf([&] { connected(string(server, more), m_pump); });
+        const Failure error = errorOf([&] { connected(string(server, more), m_pump); });
         QVERIFY2(error.description().contains(refusal), qPrintable(error.description()));
     }
     QVERIFY(!server.received().contains(password.toUtf8()));
@@ -96,7 +96,7 @@ void HostileServersTest::aDataSourceMayDemandEncryption()
     writeFile(m_folder.filePath("odbc.ini"),
               "[encrypted]\nDriver=MySQL ODBC 3.51 Driver\nSERVER=127.0.0.1\nUID=demo\nFORCETLS=1\nPWD=" +
                   password.toUtf8() + "\nPORT=" + QByteArray::number(server.port()) + '\n');
-    const SqlError error = errorOf([&] { connected("encrypted", m_pump); });
+    const Failure error = errorOf([&] { connected("encrypted", m_pump); });
     QVERIFY2(error.description().contains("TLS"), qPrintable(error.description()));
     QCOMPARE(server.received(), QByteArray());
 }
@@ -114,7 +114,7 @@ void HostileServersTest::filesAreNotGivenAway()
         const auto open = connected(string(server), m_pump);
         try {
             open->execute(statement);
-        } catch (const SqlError &) {
+        } catch (const Failure &) {
             // Refused, or an answer that makes no sense: both will do.
         }
         QVERIFY(server.received().contains("'a'") || server.received().contains("1"));
@@ -152,7 +152,7 @@ void HostileServersTest::liesAreErrors()
     FakeServer server({});
     server.answer("show", answer);
     const auto open = connected(string(server), m_pump);
-    const SqlError error = errorOf([&] {
+    const Failure error = errorOf([&] {
         RecordSet rows = open->execute("show something");
         if (!rows.isEof())
             rows.text(1);
@@ -174,7 +174,7 @@ void HostileServersTest::rowsBeforeAnErrorAreHandedOver()
         RecordSet rows = open->execute("show something");
         if (isKept) // another statement needs the connection meanwhile
             QCOMPARE(valueOf(*open, "select connection_id()"), "7");
-        const SqlError error = errorOf([&] {
+        const Failure error = errorOf([&] {
             for (; !rows.isEof(); rows.moveNext())
                 ++count;
         });
@@ -189,7 +189,7 @@ void HostileServersTest::aResultWithoutEndIsCutShort()
     server.answer("show", {.columns = {"a"}, .rows = {{QByteArray(1000, 'x')}}, .endsNever = true});
     const auto open = connected(string(server), m_pump);
     int count = 0;
-    const SqlError error = errorOf([&] {
+    const Failure error = errorOf([&] {
         for (RecordSet rows = open->execute("show something"); !rows.isEof(); rows.moveNext())
             ++count;
     });
@@ -208,7 +208,7 @@ void HostileServersTest::aStopThatCannotBeObeyedCutsTheConnection()
         server.answer("show", {.columns = {"a"}, .endsNever = true});
         const auto open = connected(string(server), m_pump);
         m_pump.once = [&] { open->cancel(); };
-        const SqlError error = errorOf([&] { open->execute("show something"); });
+        const Failure error = errorOf([&] { open->execute("show something"); });
         QVERIFY2(error.description().contains(isKilled ? "受け付けましたが" : "KILLを送らずに"),
                  qPrintable(error.description()));
         QVERIFY(error.isConnectionLost());

@@ -1,5 +1,5 @@
 #include "connectiontests.h"
-#include "core/native/nativeoptions.h"
+#include "core/driver/native/nativeoptions.h"
 #include "support/files.h"
 
 class NativeTest : public QObject {
@@ -27,7 +27,7 @@ void NativeTest::connectionStringsAreTakenApart()
     QCOMPARE(options.port, 1234U);
     QVERIFY(options.tls.mode == TlsMode::Required && options.tls.authority == u"/ca");
     for (const char *text : {"port=", "port=33x", "port=0", "port=65536", "port=-1", "option=3", "=x"})
-        QVERIFY_THROWS_EXCEPTION(SqlError, NativeOptions::parse(QLatin1String(text)));
+        QVERIFY_THROWS_EXCEPTION(Failure, NativeOptions::parse(QLatin1String(text)));
 }
 
 void NativeTest::localhostIsReachedByTcp()

@@ -1,7 +1,7 @@
 #include "connectiontests.h"
-#include "core/odbc/odbcdriver.h"
-#include "core/odbc/statementkind.h"
-#include "core/workerconnection.h"
+#include "core/driver/odbc/odbcdriver.h"
+#include "core/driver/odbc/statementkind.h"
+#include "core/driver/workerconnection.h"
 
 class OdbcTest : public QObject {
     Q_OBJECT

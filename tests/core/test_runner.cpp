@@ -1,4 +1,4 @@
-#include "core/session.h"
+#include "core/session/session.h"
 #include "support/scriptedconnection.h"
 
 #include <QTest>
@@ -26,7 +26,7 @@ private:
         try {
             m_session->gCn->execute(statement);
             return false;
-        } catch (const SqlError &error) {
+        } catch (const Failure &error) {
             return error.isInterrupted();
         }
     }
@@ -97,8 +97,8 @@ void RunnerTest::afterAStopOnlyUndoingIsSent()
             QVERIFY(!isRefused("back"));
         }
         QVERIFY(isRefused("forward"));
-        QVERIFY_THROWS_EXCEPTION(SqlError, m_session->connection());
-        QVERIFY_THROWS_EXCEPTION(SqlError, m_session->requireGoingOn());
+        QVERIFY_THROWS_EXCEPTION(Failure, m_session->connection());
+        QVERIFY_THROWS_EXCEPTION(Failure, m_session->requireGoingOn());
     });
     run([&] {
         QCOMPARE(m_session->runner.notes(), "");
@@ -142,7 +142,7 @@ void RunnerTest::aConnectionUnderWayIsStopped()
 
 void RunnerTest::aFailureEndsTheRun()
 {
-    QVERIFY_THROWS_EXCEPTION(SqlError, run([] { throw SqlError("x"); }));
+    QVERIFY_THROWS_EXCEPTION(Failure, run([] { throw Failure("x"); }));
     QVERIFY(!m_session->runner.isRunning());
 }
 

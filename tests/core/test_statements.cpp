@@ -1,5 +1,5 @@
-#include "core/sqlerror.h"
-#include "core/statements.h"
+#include "core/sql/failure.h"
+#include "core/sql/statements.h"
 
 #include <QTest>
 
@@ -32,7 +32,7 @@ void StatementsTest::createTextsAreQualified()
              "create table\r\r\n`d`.t (t int)");
     QCOMPARE(qualifiedCreateText("CREATE TABLE `t`(a int)", "d", "`t`"), "CREATE TABLE  `d`.`t`(a int)");
     QCOMPARE(qualifiedCreateText("CREATE TABLE x (a int)", "d", "t"), "CREATE TABLE  x (a in`d`.t)");
-    QVERIFY_THROWS_EXCEPTION(SqlError, cutAtLastComma(QString()));
+    QVERIFY_THROWS_EXCEPTION(Failure, cutAtLastComma(QString()));
 }
 
 QTEST_APPLESS_MAIN(StatementsTest)

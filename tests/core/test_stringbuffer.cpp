@@ -1,5 +1,5 @@
-#include "core/sqlerror.h"
-#include "core/stringbuffer.h"
+#include "core/sql/failure.h"
+#include "core/sql/stringbuffer.h"
 
 #include <QTest>
 
@@ -45,7 +45,7 @@ void StringBufferTest::growthFollowsTheRule()
     // A capacity beyond 32 bits is refused.
     buffer.Init(2147483600);
     buffer.Text(QString(300, u'x'));
-    QVERIFY_THROWS_EXCEPTION(SqlError, buffer.appendUtf8("y"));
+    QVERIFY_THROWS_EXCEPTION(Failure, buffer.appendUtf8("y"));
     QCOMPARE(buffer.Text(), QString(300, u'x'));
 }
 

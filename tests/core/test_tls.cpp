@@ -103,7 +103,7 @@ void TlsTest::demandsAreMetOrNobodyLogsIn()
         said.moveNext();
         QCOMPARE(encryption.version, said.text(1));
     } else {
-        const SqlError error = errorOf([&] { connected(string(host, demands), m_pump); });
+        const Failure error = errorOf([&] { connected(string(host, demands), m_pump); });
         QVERIFY2(error.description().contains(refusal), qPrintable(error.description()));
     }
 }

@@ -1,6 +1,6 @@
 #include "monkey.h"
 
-#include "controls/sqltextbox.h"
+#include "controls/text/sqltextbox.h"
 #include "support/gui/boxes.h"
 
 #include <QAbstractButton>

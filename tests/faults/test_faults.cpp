@@ -1,6 +1,6 @@
 // Servers, drivers and disks that fail under the real window: it lives on, shows the words of the system, and
 // works again once the fault is gone.
-#include "core/bascommon.h"
+#include "core/session/bascommon.h"
 #include "mainwindowstage.h"
 #include "support/gui/boxes.h"
 #include "support/lockedfolder.h"

@@ -1,7 +1,7 @@
 // Accounts of hostile names, and rights on tables and databases of such names: a command reaches these or
 // none.
-#include "controls/chosenlist.h"
-#include "core/statements.h"
+#include "controls/lists/chosenlist.h"
+#include "core/sql/statements.h"
 #include "support/gui/boxes.h"
 #include "support/gui/control.h"
 #include "support/rows.h"

@@ -1,9 +1,8 @@
 // Names as hostile as they come: whatever is done to the object that bears one works or gives the server's
 // words, and nothing else is changed afterwards.
-#include "controls/filebox.h"
-#include "controls/folderbox.h"
-#include "controls/sqltextbox.h"
-#include "core/statements.h"
+#include "controls/lists/fileboxes.h"
+#include "controls/text/sqltextbox.h"
+#include "core/sql/statements.h"
 #include "mainwindowstage.h"
 #include "support/gui/boxes.h"
 #include "support/rows.h"

@@ -1,7 +1,7 @@
 #pragma once
 
-#include "core/connect.h"
-#include "core/statements.h"
+#include "core/driver/connect.h"
+#include "core/sql/statements.h"
 #include "support/testserver.h"
 
 #include <QTest>
@@ -35,7 +35,7 @@ public:
 
     const TestServer &server() const { return m_server; }
 
-    // The first value of the first row. Throws SqlError.
+    // The first value of the first row. Throws Failure.
     QString sql(const QString &statement)
     {
         m_last.reset();
@@ -47,7 +47,7 @@ public:
         try {
             sql(statement);
             return true;
-        } catch (const SqlError &) {
+        } catch (const Failure &) {
             return false;
         }
     }

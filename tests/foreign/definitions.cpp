@@ -4,7 +4,7 @@
 #include "core/command/definition.h"
 #include "maintenance/routines.h"
 #include "maintenance/stage.h"
-#include "maintenance/tablechange.h"
+#include "maintenance/tablechange/tablechange.h"
 
 #include <QProcess>
 #include <QRegularExpression>
@@ -78,7 +78,7 @@ void Trial::prepare(const Object &object) const
     const auto attempt = [this](const QString &statement) {
         try {
             m_sql(statement);
-        } catch (const SqlError &) {
+        } catch (const Failure &) {
             // Not every table takes such a row.
         }
     };
@@ -224,7 +224,7 @@ void Trial::tryDatabase(const QString &database)
         QString ending;
         try {
             ending = tryObject(stage, object);
-        } catch (const SqlError &error) {
+        } catch (const Failure &error) {
             ending = QStringLiteral("not shown");
             say(object.title() + QStringLiteral(": ") + error.description());
         }

@@ -1,7 +1,7 @@
 // What all fuzzers share: the entries that libFuzzer calls.
 #include "fuzz.h"
 
-#include "core/sqlerror.h"
+#include "core/sql/failure.h"
 
 #include <QCoreApplication>
 #include <QCryptographicHash>
@@ -84,7 +84,7 @@ int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size)
 {
     try {
         check(QByteArray(reinterpret_cast<const char *>(data), static_cast<qsizetype>(size)));
-    } catch (const SqlError &) {
+    } catch (const Failure &) {
         // A refusal in words is a good answer to nonsense.
     }
     return 0;

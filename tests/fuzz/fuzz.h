@@ -11,7 +11,7 @@
 
 // What the search starts from. Written into a folder beside the program, where the finds are added.
 std::vector<std::string_view> seeds();
-// Must hold for any bytes. May throw SqlError; any other exception ends the program, as a false claim does.
+// Must hold for any bytes. May throw Failure; any other exception ends the program, as a false claim does.
 void check(const QByteArray &bytes);
 
 // Ends the program with the claim and the texts when it does not hold.

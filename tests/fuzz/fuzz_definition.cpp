@@ -1,9 +1,9 @@
 // Definition and row files of a backup, as a damaged medium may give them back.
-#include "core/sqlerror.h"
-#include "core/statements.h"
+#include "core/sql/failure.h"
+#include "core/sql/statements.h"
 #include "fuzz.h"
-#include "maintenance/definition.h"
-#include "maintenance/objectfile.h"
+#include "maintenance/backup/definitionfile.h"
+#include "maintenance/backup/objectfile.h"
 
 #include <QDir>
 #include <QFile>
@@ -15,7 +15,7 @@ void write(const QString &path, const QByteArray &bytes)
 {
     QFile file(path);
     if (!file.open(QIODevice::WriteOnly))
-        throw SqlError(file.errorString()); // a name that the file system cannot hold
+        throw Failure(file.errorString()); // a name that the file system cannot hold
     file.write(bytes);
 }
 

@@ -1,5 +1,5 @@
 // Statements as users write them: taken apart, their kind, and passwords among all that may stand in quotes.
-#include "core/odbc/statementkind.h"
+#include "core/driver/odbc/statementkind.h"
 #include "core/sql/lexer.h"
 #include "core/sql/passwords.h"
 #include "fuzz.h"

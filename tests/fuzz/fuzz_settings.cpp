@@ -1,7 +1,7 @@
 // The settings file and the file of variable names, as another program or a broken disk may have left them.
-#include "core/bascommon.h"
-#include "core/codepage.h"
-#include "core/statements.h"
+#include "core/session/bascommon.h"
+#include "core/session/codepage.h"
+#include "core/sql/statements.h"
 #include "fuzz.h"
 
 #include <QFile>

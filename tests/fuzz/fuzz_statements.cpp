@@ -1,10 +1,10 @@
 // The texts that the server gives for tables, views and routines, and what users make of them.
-#include "core/sqlerror.h"
-#include "core/statements.h"
+#include "core/sql/failure.h"
+#include "core/sql/statements.h"
 #include "fuzz.h"
-#include "maintenance/foreignkeys.h"
 #include "maintenance/routines.h"
-#include "maintenance/tablechangetext.h"
+#include "maintenance/tablechange/foreignkeys.h"
+#include "maintenance/tablechange/tablechangetext.h"
 
 namespace {
 

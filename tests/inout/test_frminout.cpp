@@ -1,4 +1,4 @@
-#include "core/connect.h"
+#include "core/driver/connect.h"
 #include "inout/frmInOut.h"
 #include "support/gui/boxes.h"
 #include "support/gui/control.h"

@@ -1,9 +1,9 @@
 #pragma once
 
-#include "core/basconnection.h"
-#include "core/command.h"
-#include "core/connect.h"
-#include "core/statements.h"
+#include "core/command/command.h"
+#include "core/driver/connect.h"
+#include "core/session/basconnection.h"
+#include "core/sql/statements.h"
 #include "maintenance/routines.h"
 #include "support/rows.h"
 #include "support/scriptedconnection.h"

@@ -1,5 +1,5 @@
-#include "maintenance/backup.h"
-#include "maintenance/restore.h"
+#include "maintenance/backup/backup.h"
+#include "maintenance/backup/restore.h"
 #include "stage.h"
 
 namespace {

@@ -1,4 +1,4 @@
-#include "maintenance/backup.h"
+#include "maintenance/backup/backup.h"
 #include "maintenance/tablebatches.h"
 #include "stage.h"
 

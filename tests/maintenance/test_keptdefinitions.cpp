@@ -1,6 +1,6 @@
 #include "core/command/definition.h"
 #include "maintenance/routines.h"
-#include "maintenance/tablechange.h"
+#include "maintenance/tablechange/tablechange.h"
 #include "stage.h"
 
 namespace {

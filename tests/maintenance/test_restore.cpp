@@ -1,9 +1,7 @@
-#include "controls/drivebox.h"
-#include "controls/filebox.h"
-#include "controls/folderbox.h"
-#include "maintenance/definitionform.h"
-#include "maintenance/frmRestore.h"
-#include "maintenance/restore.h"
+#include "controls/lists/fileboxes.h"
+#include "maintenance/backup/definitionform.h"
+#include "maintenance/backup/frmRestore.h"
+#include "maintenance/backup/restore.h"
 #include "stage.h"
 
 #include <QPushButton>

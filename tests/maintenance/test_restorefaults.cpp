@@ -1,5 +1,5 @@
-#include "maintenance/backup.h"
-#include "maintenance/restore.h"
+#include "maintenance/backup/backup.h"
+#include "maintenance/backup/restore.h"
 #include "stage.h"
 
 #include <QRegularExpression>
@@ -127,13 +127,13 @@ QString RestoreFaultsTest::restoreWith(const Trouble &trouble)
         if (m_sent.size() - 1 != trouble.at && !isRefused)
             return inner.execute(statement);
         if (trouble.fault == Fault::Refused || isRefused)
-            throw SqlError("refused", 1142);
+            throw Failure("refused", 1142);
         if (trouble.fault != Fault::RequestLost)
             inner.execute(statement);
         if (trouble.fault == Fault::AnswerWrong)
-            throw SqlError("interrupted", 1317);
+            throw Failure("interrupted", 1317);
         inner.close();
-        throw SqlError("Lost connection to server during query", 2013);
+        throw Failure("Lost connection to server during query", 2013);
     });
     if (!trouble.mayReturn)
         stage.session.gPort = "1";

@@ -1,5 +1,5 @@
 #include "maintenance/routines.h"
-#include "maintenance/tablechange.h"
+#include "maintenance/tablechange/tablechange.h"
 #include "stage.h"
 
 namespace {
@@ -169,7 +169,7 @@ void RoutinesTest::aRoutineIsDropped()
     QCOMPARE(stage.run(dropRoutine).reload, Reload::Objects);
     QCOMPARE(stage.script.sent, L{"DROP FUNCTION `d`.関数"});
     stage.selection.routine.clear();
-    QVERIFY_THROWS_EXCEPTION(SqlError, stage.run(dropRoutine));
+    QVERIFY_THROWS_EXCEPTION(Failure, stage.run(dropRoutine));
 }
 
 QTEST_APPLESS_MAIN(RoutinesTest)

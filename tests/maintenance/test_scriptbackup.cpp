@@ -1,4 +1,4 @@
-#include "maintenance/scriptbackup.h"
+#include "maintenance/backup/scriptbackup.h"
 #include "stage.h"
 #include "support/lockedfolder.h"
 

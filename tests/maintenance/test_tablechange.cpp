@@ -1,5 +1,5 @@
-#include "maintenance/tablechange.h"
-#include "maintenance/tablechangetext.h"
+#include "maintenance/tablechange/tablechange.h"
+#include "maintenance/tablechange/tablechangetext.h"
 #include "stage.h"
 
 #include <QRegularExpression>

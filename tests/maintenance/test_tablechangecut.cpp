@@ -1,6 +1,6 @@
 #include "core/command/undolog.h"
 #include "maintenance/routines.h"
-#include "maintenance/tablechange.h"
+#include "maintenance/tablechange/tablechange.h"
 #include "stage.h"
 #include "support/cuttingproxy.h"
 
@@ -306,7 +306,7 @@ void TableChangeCutTest::aKilledProgramIsPutBackAtTheNextStart()
                         killed.session.gPort = "1";
                     }
                     inner.close();
-                    throw SqlError("killed", 2013);
+                    throw Failure("killed", 2013);
                 });
             killed.run(changeTable);
             isKilled = killed.session.gPort == u"1";

@@ -1,4 +1,4 @@
-#include "maintenance/tablechange.h"
+#include "maintenance/tablechange/tablechange.h"
 #include "stage.h"
 
 namespace {

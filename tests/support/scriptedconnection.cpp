@@ -69,7 +69,7 @@ Reply Reply::noted(const QString &note)
 
 Reply Reply::failure(const QString &description, int number, const QString &state)
 {
-    return {false, {}, {}, SqlError(description, number, state), {}};
+    return {false, {}, {}, Failure(description, number, state), {}};
 }
 
 RecordSet Script::answer(const QString &statement)
@@ -88,7 +88,7 @@ RecordSet Script::answer(const QString &statement)
         reply = always->second;
     }
     if (reply.error)
-        throw SqlError(*reply.error);
+        throw Failure(*reply.error);
     if (!reply.hasRows)
         return RecordSet(reply.note);
     return RecordSet(std::make_unique<ScriptedRows>(reply));

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "core/connection.h"
+#include "core/sql/connection.h"
 
 #include <QStringList>
 
@@ -15,7 +15,7 @@ struct Reply {
     bool hasRows = false;
     QStringList fields;
     std::vector<std::vector<std::optional<QString>>> rows; // nullopt: NULL
-    std::optional<SqlError> error;
+    std::optional<Failure> error;
     QString note; // of a statement without rows
 
     static Reply noted(const QString &note);

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "core/dialogue.h"
+#include "core/command/dialogue.h"
 
 #include <deque>
 

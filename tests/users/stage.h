@@ -1,7 +1,7 @@
 #pragma once
 
-#include "controls/chosenlist.h"
-#include "core/connect.h"
+#include "controls/lists/chosenlist.h"
+#include "core/driver/connect.h"
 #include "support/gui/control.h"
 #include "support/rows.h"
 #include "support/scriptedconnection.h"

@@ -1,4 +1,4 @@
-#include "core/basconnection.h"
+#include "core/session/basconnection.h"
 #include "stage.h"
 #include "support/cuttingproxy.h"
 

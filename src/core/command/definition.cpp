@@ -1,6 +1,6 @@
 #include "core/command/definition.h"
 
-#include "core/statements.h"
+#include "core/sql/statements.h"
 
 #include <algorithm>
 #include <initializer_list>

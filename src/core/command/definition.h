@@ -13,7 +13,7 @@ struct ObjectDefinition {
 
     bool operator==(const ObjectDefinition &) const = default;
 };
-// The one reader of SHOW CREATE TABLE, VIEW, PROCEDURE, FUNCTION, TRIGGER and EVENT. Throws SqlError.
+// The one reader of SHOW CREATE TABLE, VIEW, PROCEDURE, FUNCTION, TRIGGER and EVENT. Throws Failure.
 ObjectDefinition readDefinition(Connection &connection, const QString &showStatement);
 
 // What the session has to be set to for the object to be made as it was, as far as it is not so already.

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "core/connection.h"
+#include "core/sql/connection.h"
 
 #include <QElapsedTimer>
 #include <QObject>
@@ -14,7 +14,7 @@
 // (choose).
 //
 // stop() ends what waits for a server, on every connection made through the runner. From then on these
-// connections refuse each statement with the SqlError of an interruption, before anything is sent, but for
+// connections refuse each statement with the Failure of an interruption, before anything is sent, but for
 // those inside of an undoing: so a stop can never be taken for an answer, and what was begun is still put
 // back.
 class Runner : public QObject {
@@ -46,7 +46,7 @@ public:
 
     // From stop() until what ran has ended, and has been left where somebody wants to leave.
     bool isStopWanted() const { return m_isStopWanted; }
-    // Throws the SqlError of an interruption once a stop is wanted; not inside of an undoing.
+    // Throws the Failure of an interruption once a stop is wanted; not inside of an undoing.
     void requireGoingOn() const;
     void beginUndoing() { ++m_undoings; }
     void endUndoing() { --m_undoings; }

@@ -11,7 +11,7 @@ RecordSet answerTo(Connection &connection, const QString &question)
 {
     try {
         return connection.execute(question);
-    } catch (const SqlError &error) {
+    } catch (const Failure &error) {
         if (error.isConnectionLost() || error.isInterrupted())
             throw;
         return {};

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "core/connection.h"
+#include "core/sql/connection.h"
 
 #include <QStringList>
 
@@ -15,7 +15,7 @@ struct ServerRole {
     bool isForReading() const { return isReadOnly || isReplica(); }
 };
 
-// Asks the server, with SHOW statements that all versions know. Throws SqlError only when the connection is
+// Asks the server, with SHOW statements that all versions know. Throws Failure only when the connection is
 // lost or the statement was stopped.
 ServerRole readServerRole(Connection &connection);
 // For the user: "読み取り専用、db1:3306 のレプリカ"; empty for a server that stands alone.

@@ -1,6 +1,6 @@
 #include "core/command/sessionvariables.h"
 
-#include "core/statements.h"
+#include "core/sql/statements.h"
 
 #include <QRegularExpression>
 

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "core/session.h"
+#include "core/session/session.h"
 
 #include <vector>
 
@@ -12,7 +12,7 @@ struct SessionVariable {
 // Session variables that a command needs otherwise, among them those that the user's own SQL may have left.
 class SessionVariables {
 public:
-    // The present values, which putBack() restores. Throws SqlError, as all here.
+    // The present values, which putBack() restores. Throws Failure, as all here.
     void read(Connection &connection, const QStringList &names);
     QString before(const QString &name) const;
     // Those that were read; what differs from the present value is sent.
@@ -62,7 +62,7 @@ void withVariables(Session &session, const QString &database, const std::vector<
     // The default database first: where it fails, nothing has been set.
     if (!database.isEmpty())
         if (!database.isEmpty())
-        variables.use(session.connection(), database);
+            variables.use(session.connection(), database);
     variables.set(session.connection(), wanted);
     const auto putBack = [&] {
         const Undoing undoing(session);
@@ -70,10 +70,10 @@ void withVariables(Session &session, const QString &database, const std::vector<
     };
     try {
         action();
-    } catch (const SqlError &) {
+    } catch (const Failure &) {
         try {
             putBack();
-        } catch (const SqlError &) {
+        } catch (const Failure &) {
             // The first refusal is the one to be told; mostly the session is gone with its variables.
         }
         throw;

@@ -1,7 +1,7 @@
 #include "core/command/showntext.h"
 
-#include "core/sqlerror.h"
-#include "core/statements.h"
+#include "core/sql/failure.h"
+#include "core/sql/statements.h"
 
 #include <QRegularExpression>
 
@@ -125,7 +125,7 @@ bool areTaken(Connection &connection, const QStringList &names)
     try {
         connection.execute(QStringLiteral("select 0 as ") + names.join(QStringLiteral(",0 as ")));
         return true;
-    } catch (const SqlError &error) {
+    } catch (const Failure &error) {
         if (error.isConnectionLost() || error.isInterrupted())
             throw;
         return false;

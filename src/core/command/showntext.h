@@ -1,6 +1,6 @@
 #pragma once
 
-#include "core/command.h"
+#include "core/command/command.h"
 #include "core/sql/lexer.h"
 
 #include <optional>
@@ -10,7 +10,7 @@
 
 // What of the server's text the shown one does not mean, as the server writes it; each once. Text that stands
 // before names or differs in comments and blanks only is not meant. What the user has put back into the
-// edited text is not lost any more. Asks the server which bare names are words of its own; throws SqlError.
+// edited text is not lost any more. Asks the server which bare names are words of its own; throws Failure.
 QStringList lostInShownText(Connection &connection, const QString &serverText, const QString &shownText,
                             const QString &editedText, SqlMode mode);
 

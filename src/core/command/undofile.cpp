@@ -1,5 +1,5 @@
 #include "core/command/undolog.h"
-#include "core/wholefile.h"
+#include "core/session/wholefile.h"
 
 #include <QCoreApplication>
 #include <QDir>
@@ -150,7 +150,7 @@ void UndoLog::load(const QByteArray &bytes)
         m_steps.push_back(
             {readStep(step.toObject()), static_cast<State>(step[QStringLiteral("state")].toInt())});
     if (m_what.isEmpty() || m_steps.empty())
-        throw SqlError(QStringLiteral("ファイル「%1」は変更の記録ではありません。").arg(m_path));
+        throw Failure(QStringLiteral("ファイル「%1」は変更の記録ではありません。").arg(m_path));
 }
 
 UndoLog::UndoLog(Session &session, const UndoFile &file)
@@ -161,7 +161,7 @@ UndoLog::UndoLog(Session &session, const UndoFile &file)
     m_lock->setStaleLockTime(0);
     QFile bytes(m_path);
     if (!m_lock->tryLock(0) || !bytes.open(QIODevice::ReadOnly))
-        throw SqlError(QStringLiteral("ファイル「%1」は使用中です。").arg(m_path));
+        throw Failure(QStringLiteral("ファイル「%1」は使用中です。").arg(m_path));
     load(bytes.readAll());
 }
 
@@ -202,7 +202,7 @@ std::vector<UndoFile> pendingUndoLogs(Session &session)
             const bool isSameCluster = !here.cluster.isEmpty() && log.place().cluster == here.cluster;
             if (log.place().server == here.server || isSameCluster)
                 pending.push_back(file);
-        } catch (const SqlError &) {
+        } catch (const Failure &) {
             // Of a program that runs, or no such file at all.
         }
     }

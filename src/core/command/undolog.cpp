@@ -1,6 +1,6 @@
 #include "core/command/undolog.h"
 
-#include "core/statements.h"
+#include "core/sql/statements.h"
 
 #include <QFile>
 #include <QRegularExpression>
@@ -17,7 +17,7 @@ bool isSo(Connection &connection, const Question &question)
     try {
         RecordSet rows = connection.execute(question.statement);
         return (!rows.isOpen() || !rows.isEof()) == question.wanted;
-    } catch (const SqlError &error) {
+    } catch (const Failure &error) {
         if (std::ranges::find(noSuchThing, error.number()) != std::end(noSuchThing))
             return !question.wanted;
         if (error.number() == brokenView)
@@ -82,7 +82,7 @@ RecordSet UndoLog::execute(Step step)
     m_steps.push_back({std::move(step)});
     if (const QString failure = save(); !failure.isEmpty()) {
         m_steps.pop_back();
-        throw SqlError(failure);
+        throw Failure(failure);
     }
     Noted &noted = m_steps.back();
     try {
@@ -90,7 +90,7 @@ RecordSet UndoLog::execute(Step step)
         RecordSet rows = send(noted.step.statement, noted.step.with);
         noted.state = State::Done;
         return rows;
-    } catch (const SqlError &error) {
+    } catch (const Failure &error) {
         if (doubtAfter(m_session, error) == Doubt::None)
             noted.state = State::Refused;
         if (noted.state == State::InDoubt || noted.step.lost.isEmpty())
@@ -110,7 +110,7 @@ RecordSet UndoLog::send(const QString &statement, const std::vector<SessionVaria
         RecordSet rows = connection().execute(statement);
         connection().execute(m_variables.resetStatement(with));
         return rows;
-    } catch (const SqlError &error) {
+    } catch (const Failure &error) {
         const Undoing undoing(m_session);
         if (doubtAfter(m_session, error) != Doubt::AnswerLost)
             connection().execute(m_variables.resetStatement(with));
@@ -143,7 +143,7 @@ UndoReport UndoLog::close()
     return end(UndoReport::Ending::Done);
 }
 
-UndoReport UndoLog::undo(const SqlError &error)
+UndoReport UndoLog::undo(const Failure &error)
 {
     const Undoing undoing(m_session);
     return goBack(doubtAfter(m_session, error));
@@ -164,7 +164,7 @@ UndoReport UndoLog::undoPending()
         if (!m_pendingDatabase.isEmpty())
             m_variables.use(connection(), m_pendingDatabase);
         m_variables.set(connection(), wanted);
-    } catch (const SqlError &error) {
+    } catch (const Failure &error) {
         return stuck(error);
     }
     std::erase_if(m_steps, [](const Noted &noted) { return noted.step.isOfSession; });
@@ -185,7 +185,7 @@ UndoReport UndoLog::goBack(Doubt doubt)
         try {
             if (doubt != Doubt::None)
                 settle(doubt);
-        } catch (const SqlError &error) {
+        } catch (const Failure &error) {
             return stuck(error);
         }
         try {
@@ -195,7 +195,7 @@ UndoReport UndoLog::goBack(Doubt doubt)
             if (finishes())
                 return end(UndoReport::Ending::Done);
             takeBackAll();
-        } catch (const SqlError &error) {
+        } catch (const Failure &error) {
             doubt = doubtAfter(m_session, error);
             if (doubt == Doubt::None || doubts == mostDoubts)
                 return stuck(error);
@@ -234,7 +234,7 @@ void UndoLog::requireHeld()
         const bool isUnderWay =
             m_steps[i].state != State::Done || (i + 1 == m_steps.size() && m_nextBack >= 0);
         if (!isUnderWay && !isSo(connection(), m_steps[i].step.holds))
-            throw SqlError(QStringLiteral("再確認で、あるはずのﾃｰﾌﾞﾙまたは行が見つかりませんでした。"));
+            throw Failure(QStringLiteral("再確認で、あるはずのﾃｰﾌﾞﾙまたは行が見つかりませんでした。"));
     }
 }
 
@@ -250,7 +250,7 @@ bool UndoLog::finishes()
         if (!isComplete)
             send(last.step.statement, last.step.with);
         keep(last.step.onceDone, {});
-    } catch (const SqlError &error) {
+    } catch (const Failure &error) {
         if (doubtAfter(m_session, error) != Doubt::None) {
             last.state = State::InDoubt;
             throw;
@@ -286,11 +286,11 @@ void UndoLog::takeBack(const WayBack &back)
     if ((m_isInDoubt || back.isAlwaysAsked) && !isSo(connection(), back.when))
         return keep(back.notSent, {});
     if (m_isInDoubt && !isSo(connection(), back.needs))
-        throw SqlError(QStringLiteral("行が他にあることを確認できないため、中止しました。: ") +
-                       back.statement);
+        throw Failure(QStringLiteral("行が他にあることを確認できないため、中止しました。: ") +
+                      back.statement);
     try {
         makeAgain(back);
-    } catch (const SqlError &error) {
+    } catch (const Failure &error) {
         if (doubtAfter(m_session, error) != Doubt::None)
             throw;
         if (back.nothingThere > 0 && error.number() == back.nothingThere)
@@ -310,7 +310,7 @@ void UndoLog::makeAgain(const WayBack &back)
         isMade = true;
         if (back.show.isEmpty() || isAsBefore(back))
             return;
-    } catch (const SqlError &error) {
+    } catch (const Failure &error) {
         if (back.otherwise.isEmpty() || doubtAfter(m_session, error) != Doubt::None)
             throw;
     }
@@ -338,7 +338,7 @@ UndoReport UndoLog::end(UndoReport::Ending ending)
     try {
         if (m_session.gCn && m_session.gCn->isOpen())
             m_variables.putBack(connection());
-    } catch (const SqlError &error) {
+    } catch (const Failure &error) {
         if (doubtAfter(m_session, error) == Doubt::None)
             keep(QStringLiteral("セッション変数を元に戻せませんでした。"), error.description());
     }
@@ -349,7 +349,7 @@ UndoReport UndoLog::end(UndoReport::Ending ending)
     return {ending, m_messages.join(u'\n'), m_details.join(u'\n')};
 }
 
-UndoReport UndoLog::stuck(const SqlError &error)
+UndoReport UndoLog::stuck(const Failure &error)
 {
     keep(error.description(), {});
     keep(untilUndone(), {});
@@ -359,7 +359,7 @@ UndoReport UndoLog::stuck(const SqlError &error)
     try {
         if (m_session.gCn && m_session.gCn->isOpen())
             m_variables.putBack(connection());
-    } catch (const SqlError &) {
+    } catch (const Failure &) {
         // The words above say what matters.
     }
     save();

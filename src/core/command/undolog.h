@@ -1,16 +1,16 @@
 #pragma once
 
+#include "core/command/dialogue.h"
+#include "core/command/doubt.h"
 #include "core/command/sessionvariables.h"
 #include "core/command/undostep.h"
-#include "core/dialogue.h"
-#include "core/lostanswer.h"
 
 #include <QDateTime>
 #include <QLockFile>
 
 #include <memory>
 
-// Throws SqlError when the server cannot tell.
+// Throws Failure when the server cannot tell.
 bool isSo(Connection &connection, const Question &question);
 
 // What became of a change that failed.
@@ -41,19 +41,19 @@ class UndoLog {
 public:
     // Sends nothing. `what` names the change for the user, as "ﾃｰﾌﾞﾙ `d`.t の変更".
     UndoLog(Session &session, QString what);
-    // Throws SqlError when the file cannot be read or belongs to a program that runs.
+    // Throws Failure when the file cannot be read or belongs to a program that runs.
     UndoLog(Session &session, const UndoFile &file);
     ~UndoLog();
     UndoLog(const UndoLog &) = delete;
     UndoLog &operator=(const UndoLog &) = delete;
 
     // Before the first step. Sets what the steps and their ways back need, and so that SHOW and SELECT are
-    // not cut off and what was answered is kept. Throws SqlError.
+    // not cut off and what was answered is kept. Throws Failure.
     void open(const std::vector<SessionVariable> &more = {});
     SessionVariables &variables() { return m_variables; }
     const SessionVariables &variables() const { return m_variables; }
 
-    // Sends a step; a refusal is thrown (SqlError) unless the step is optional.
+    // Sends a step; a refusal is thrown (Failure) unless the step is optional.
     RecordSet execute(Step step);
     // Sends what needs no way back.
     RecordSet send(const QString &statement, const std::vector<SessionVariable> &with = {});
@@ -65,7 +65,7 @@ public:
     UndoReport close();
     // After an error of a step, or of the caller between two: goes back from the last step, also after a
     // stop, and stops at the first way back that fails. Never throws.
-    UndoReport undo(const SqlError &error);
+    UndoReport undo(const Failure &error);
     // The same for a log of an earlier start. The notes stay where it fails.
     UndoReport undoPending();
     // Leaves the server as it is, and lets the notes of an earlier start go.
@@ -98,7 +98,7 @@ private:
     void makeAgain(const WayBack &back);
     bool isAsBefore(const WayBack &back);
     UndoReport end(UndoReport::Ending ending);
-    UndoReport stuck(const SqlError &error);
+    UndoReport stuck(const Failure &error);
 
     QByteArray bytes() const;
     void load(const QByteArray &bytes);
@@ -123,5 +123,5 @@ private:
 // Those of the server that the session is connected to.
 std::vector<UndoFile> pendingUndoLogs(Session &session);
 // Tells of each, and takes it back or forgets it as the user wants: after a connection was made. Throws
-// SqlError.
+// Failure.
 void settlePendingUndoLogs(Session &session, Dialogue &dialogue);

@@ -1,8 +1,8 @@
 #include "core/command/writing.h"
 
-#include "core/basconnection.h"
+#include "core/session/basconnection.h"
 #include "core/sql/lexer.h"
-#include "core/statements.h"
+#include "core/sql/statements.h"
 
 #include <algorithm>
 
@@ -22,7 +22,7 @@ bool mayWrite(Session &session, Dialogue &dialogue)
         return true;
     try {
         session.role = readServerRole(session.connection()); // it may have been promoted since
-    } catch (const SqlError &) {
+    } catch (const Failure &) {
         // The command itself finds the connection lost, or the stop.
     }
     return !session.role.isForReading() ||

@@ -1,7 +1,7 @@
 #pragma once
 
-#include "core/dialogue.h"
-#include "core/session.h"
+#include "core/command/dialogue.h"
+#include "core/session/session.h"
 
 // Asked before anything is changed on the server. One that is for reading does not refuse an account with all
 // rights: what such an account changes on a replica is missing elsewhere, or stops the replication. So the

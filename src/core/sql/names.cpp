@@ -1,6 +1,6 @@
 #include "core/sql/names.h"
 
-#include "core/sqlerror.h"
+#include "core/sql/failure.h"
 
 #include <QRegularExpression>
 
@@ -8,7 +8,7 @@ namespace {
 
 [[noreturn]] void refuseMisread(const QString &name)
 {
-    throw SqlError(QStringLiteral("サーバーはこの名前を別のオブジェクトと読むため、実行しません。: ") + name);
+    throw Failure(QStringLiteral("サーバーはこの名前を別のオブジェクトと読むため、実行しません。: ") + name);
 }
 
 bool mayStandBare(const QString &name)

@@ -1,9 +1,9 @@
 #pragma once
 
-#include "controls/chosenlist.h"
-#include "controls/windowpump.h"
-#include "core/basconnection.h"
-#include "core/connect.h"
+#include "controls/lists/chosenlist.h"
+#include "controls/window/windowpump.h"
+#include "core/driver/connect.h"
+#include "core/session/basconnection.h"
 #include "support/gui/control.h"
 #include "support/scriptedconnection.h"
 #include "support/testserver.h"

@@ -1,0 +1,144 @@
+#include "controls/lists/chosenlist.h"
+
+#include "controls/window/building.h"
+
+#include <QMouseEvent>
+#include <QSignalBlocker>
+
+#include <algorithm>
+
+namespace {
+
+// Rows as high as a grid's: a fallback font for Japanese makes them higher than others otherwise.
+class EvenRows : public VisibleItems {
+public:
+    using VisibleItems::VisibleItems;
+
+    QSize sizeHint(const QStyleOptionViewItem &option, const QModelIndex &index) const override
+    {
+        const int width = QStyledItemDelegate::sizeHint(option, index).width();
+        return {width, option.fontMetrics.height() + 6};
+    }
+};
+
+} // namespace
+
+ChosenList::ChosenList(QWidget *parent)
+    : QListWidget(parent)
+{
+    setUniformItemSizes(true);
+    setItemDelegate(new EvenRows(this));
+}
+
+QStringList ChosenList::texts() const
+{
+    QStringList result;
+    for (int row = 0; row < count(); ++row)
+        result << item(row)->text();
+    return result;
+}
+
+void ChosenList::clearItems()
+{
+    const QSignalBlocker quiet(this);
+    clear();
+}
+
+void ChosenList::choose(const QString &text)
+{
+    const QList<QListWidgetItem *> found = findItems(text, Qt::MatchExactly | Qt::MatchCaseSensitive);
+    if (found.isEmpty())
+        return;
+    if (found.first() == currentItem())
+        Q_EMIT chosen();
+    else
+        setCurrentItem(found.first());
+}
+
+void ChosenList::appendItem(const QString &text)
+{
+    const QSignalBlocker quiet(this);
+    addItem(text);
+}
+
+int ChosenList::topRow() const
+{
+    return std::max(0, row(itemAt(1, 1)));
+}
+
+void ChosenList::showFromRow(int row)
+{
+    if (count() > 0)
+        scrollToItem(item(std::min(row, count() - 1)), PositionAtTop);
+}
+
+// The base class would make the first item the current one: nobody chose it, the next command would be for
+// it, and chosen() would run in the middle of the toolkit's change of windows.
+void ChosenList::focusInEvent(QFocusEvent *event)
+{
+    if (currentIndex().isValid())
+        QListWidget::focusInEvent(event);
+    else
+        QWidget::focusInEvent(event);
+}
+
+void ChosenList::mousePressEvent(QMouseEvent *event)
+{
+    // Other buttons choose nothing: a context menu chooses for itself.
+    if (event->button() != Qt::LeftButton)
+        return;
+    m_isPressed = true;
+    m_before = currentIndex();
+    QListWidget::mousePressEvent(event);
+}
+
+void ChosenList::mouseReleaseEvent(QMouseEvent *event)
+{
+    // A release alone belongs to a press that was held off.
+    if (event->button() != Qt::LeftButton || !m_isPressed)
+        return;
+    QListWidget::mouseReleaseEvent(event);
+    m_isPressed = false;
+    // Or dragged to another item and then off the list.
+    if (itemAt(event->pos()) || currentIndex() != m_before)
+        Q_EMIT chosen();
+}
+
+void ChosenList::currentChanged(const QModelIndex &current, const QModelIndex &previous)
+{
+    QListWidget::currentChanged(current, previous);
+    if (current.isValid() && !m_isPressed)
+        Q_EMIT chosen();
+}
+
+// The base class lets Ctrl take the highlight off the item that commands still act on.
+QItemSelectionModel::SelectionFlags ChosenList::selectionCommand(const QModelIndex &index,
+                                                                 const QEvent *) const
+{
+    return index.isValid() ? QItemSelectionModel::ClearAndSelect : QItemSelectionModel::NoUpdate;
+}
+
+void ChosenList::setPlaceholderText(const QString &text)
+{
+    m_placeholder = text;
+    setAccessibleDescription(text);
+    viewport()->update();
+}
+
+bool ChosenList::isAllHidden() const
+{
+    for (int row = 0; row < count(); ++row)
+        if (!item(row)->isHidden())
+            return false;
+    return true;
+}
+
+void ChosenList::paintEvent(QPaintEvent *event)
+{
+    QListWidget::paintEvent(event);
+    if (count() == 0)
+        paintPlaceholder(*this, m_placeholder);
+    else if (isAllHidden())
+        paintPlaceholder(*this,
+                         QStringLiteral("絞り込みに合うものがありません。\n上の欄の Esc で全て表示します"));
+}

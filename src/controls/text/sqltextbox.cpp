@@ -1,0 +1,136 @@
+#include "controls/text/sqltextbox.h"
+
+#include "controls/text/findbar.h"
+#include "controls/text/textcolours.h"
+
+#include <QContextMenuEvent>
+#include <QKeyEvent>
+#include <QMenu>
+
+#include <memory>
+
+SqlTextBox::SqlTextBox(QWidget *parent)
+    : QsciScintilla(parent)
+{
+    setUtf8(true);
+    setEolMode(EolWindows);
+    setTabWidth(4);
+    setIndentationsUseTabs(true);
+    setAutoIndent(true);
+    setBraceMatching(SloppyBraceMatch);
+    setMarginWidth(1, 0);
+    setScrollWidth(1);
+    setScrollWidthTracking(true);
+    addFindBar(*this);
+    connect(this, &QsciScintilla::linesChanged, this, [this] { fitLineNumbers(); });
+}
+
+void SqlTextBox::showLineNumbers(bool isOn)
+{
+    m_hasLineNumbers = isOn;
+    setMarginLineNumbers(0, isOn);
+    fitLineNumbers();
+}
+
+void SqlTextBox::setContents(const QString &text)
+{
+    const bool wasReadOnly = isReadOnly();
+    QsciScintilla::setReadOnly(false);
+    setText(text);
+    QsciScintilla::setReadOnly(wasReadOnly);
+}
+
+QString SqlTextBox::contents() const
+{
+    // Not by text(), which ends at a NUL.
+    QByteArray bytes(static_cast<qsizetype>(length()) + 1, Qt::Uninitialized);
+    SendScintilla(SCI_GETTEXT, static_cast<unsigned long>(bytes.size()), bytes.data());
+    QString text = QString::fromUtf8(bytes.constData(), bytes.size() - 1);
+    text.replace(QStringLiteral("\r\n"), QStringLiteral("\n"));
+    text.replace(u'\r', u'\n');
+    return text.replace(u'\n', QStringLiteral("\r\n"));
+}
+
+void SqlTextBox::setReadOnly(bool isReadOnly)
+{
+    QsciScintilla::setReadOnly(isReadOnly);
+    colour();
+}
+
+void SqlTextBox::changeEvent(QEvent *event)
+{
+    QsciScintilla::changeEvent(event);
+    if (event->type() == QEvent::PaletteChange)
+        colour();
+}
+
+void SqlTextBox::contextMenuEvent(QContextMenuEvent *event)
+{
+    const std::unique_ptr<QMenu> menu(createStandardContextMenu());
+    menu->addSeparator();
+    menu->addActions(actions());
+    menu->exec(event->globalPos());
+}
+
+void SqlTextBox::keyPressEvent(QKeyEvent *event)
+{
+    const bool isTab = event->key() == Qt::Key_Tab || event->key() == Qt::Key_Backtab;
+    // Tab indents, so keyboard users leave the box with Ctrl+Tab.
+    if (isTab && (event->modifiers() & Qt::ControlModifier)) {
+        const bool isForward = event->key() == Qt::Key_Tab && !(event->modifiers() & Qt::ShiftModifier);
+        QAbstractScrollArea::focusNextPrevChild(isForward); // QScintilla's own keeps the focus
+        return;
+    }
+    QsciScintilla::keyPressEvent(event);
+}
+
+// QScintilla 2.13 hands out the whole paragraph around the caret with every key, a second for a text of
+// 150 MB without a blank line. An input method needs no more than the line.
+QVariant SqlTextBox::inputMethodQuery(Qt::InputMethodQuery query) const
+{
+    int line = 0, index = 0;
+    getCursorPosition(&line, &index);
+    switch (query) {
+    case Qt::ImSurroundingText:
+        return text(line);
+    case Qt::ImCursorPosition:
+    case Qt::ImAnchorPosition:
+        return index;
+    default:
+        return QsciScintilla::inputMethodQuery(query);
+    }
+}
+
+void SqlTextBox::colour()
+{
+    if (lexer())
+        colourSql(*this);
+}
+
+// Colours and fonts are not loaded before the box is seen: the program's start need not wait for them.
+void SqlTextBox::showEvent(QShowEvent *event)
+{
+    if (!lexer())
+        buildLexer();
+    QsciScintilla::showEvent(event);
+    fitLineNumbers();
+}
+
+void SqlTextBox::buildLexer()
+{
+    auto *lexer = new QsciLexerSQL(this);
+    lexer->setBackslashEscapes(true);
+    lexer->setHashComments(true);
+    lexer->setQuotedIdentifiers(true);
+    setLexer(lexer);
+    colour();
+}
+
+void SqlTextBox::fitLineNumbers()
+{
+    if (!isVisible())
+        return;
+    setMarginWidth(0, m_hasLineNumbers ? QStringLiteral("0%1").arg(lines()) : QString());
+    if (!m_hasLineNumbers)
+        setMarginWidth(0, 0);
+}

@@ -1,0 +1,33 @@
+#pragma once
+
+#include "controls/text/scintilla.h"
+
+// A text of several lines in SQL: highlighting, undo, find with Ctrl+F, Japanese input. Its actions() stand
+// in its context menu. Tab indents; Ctrl+Tab and Ctrl+Shift+Tab leave the box.
+class SqlTextBox : public QsciScintilla {
+    Q_OBJECT
+
+public:
+    explicit SqlTextBox(QWidget *parent = nullptr);
+
+    void showLineNumbers(bool isOn);
+    // Line ends go in as they are and come out as CR LF.
+    void setContents(const QString &text);
+    QString contents() const;
+
+    void setReadOnly(bool isReadOnly) override;
+
+protected:
+    void showEvent(QShowEvent *event) override;
+    void changeEvent(QEvent *event) override;
+    void contextMenuEvent(QContextMenuEvent *event) override;
+    void keyPressEvent(QKeyEvent *event) override;
+    QVariant inputMethodQuery(Qt::InputMethodQuery query) const override;
+
+private:
+    void buildLexer();
+    void colour();
+    void fitLineNumbers();
+
+    bool m_hasLineNumbers = false;
+};

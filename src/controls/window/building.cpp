@@ -1,0 +1,39 @@
+#include "controls/window/building.h"
+
+#include "core/sql/listitem.h"
+
+#include <QAbstractScrollArea>
+#include <QButtonGroup>
+#include <QPainter>
+#include <QRadioButton>
+#include <QTextDocument>
+
+void paintPlaceholder(QAbstractScrollArea &area, const QString &text)
+{
+    QPainter painter(area.viewport());
+    painter.setPen(area.palette().color(QPalette::PlaceholderText));
+    painter.drawText(area.viewport()->rect().adjusted(12, 12, -12, -12), Qt::AlignCenter | Qt::TextWordWrap,
+                     text);
+}
+
+QString plainTip(const QString &text)
+{
+    const QString shown = visibleText(text);
+    if (!Qt::mightBeRichText(shown))
+        return shown;
+    return QStringLiteral("<p style='white-space:pre-wrap'>") + shown.toHtmlEscaped() +
+           QStringLiteral("</p>");
+}
+
+QButtonGroup *makeOptionGroup(QWidget *window, const QList<QRadioButton *> &options)
+{
+    auto *group = new QButtonGroup(window);
+    for (QRadioButton *option : options) {
+        group->addButton(option, static_cast<int>(group->buttons().size()));
+        QObject::connect(option, &QRadioButton::toggled, option, [option](bool isChosen) {
+            option->setFocusPolicy(isChosen ? Qt::StrongFocus : Qt::ClickFocus);
+        });
+        option->setFocusPolicy(option->isChecked() ? Qt::StrongFocus : Qt::ClickFocus);
+    }
+    return group;
+}

@@ -1,0 +1,45 @@
+#pragma once
+
+#include "core/sql/listitem.h"
+
+#include <QList>
+#include <QString>
+#include <QStyledItemDelegate>
+
+#include <utility>
+
+class QAbstractScrollArea;
+class QButtonGroup;
+class QRadioButton;
+class QWidget;
+
+// Makes a control of that object name; the layout it is put into gives it its parent.
+template <class Control, class... Arguments>
+Control *made(const char *name, Arguments &&...arguments)
+{
+    auto *control = new Control(std::forward<Arguments>(arguments)...);
+    control->setObjectName(QLatin1String(name));
+    return control;
+}
+
+// Says in the middle of an empty list or grid what to do next. Called while its viewport is painted.
+void paintPlaceholder(QAbstractScrollArea &area, const QString &text);
+
+// The text as a tool tip that shows it character by character: a tip takes what looks like markup for markup,
+// and what is escaped but does not look so for plain text.
+QString plainTip(const QString &text);
+
+// Option buttons of which one is chosen, wherever they lie in the window. Tab reaches the chosen one; Qt
+// alone leads to the first until one of them had the focus.
+QButtonGroup *makeOptionGroup(QWidget *window, const QList<QRadioButton *> &options);
+
+// Items of a list with signs for what cannot be seen. The items keep their texts, for the commands.
+class VisibleItems : public QStyledItemDelegate {
+public:
+    using QStyledItemDelegate::QStyledItemDelegate;
+
+    QString displayText(const QVariant &value, const QLocale &) const override
+    {
+        return visibleItem(value.toString());
+    }
+};

@@ -1,0 +1,51 @@
+#include "controls/window/windowsize.h"
+
+#include "core/session/profilefile.h"
+#include "core/session/wholefile.h"
+
+#include <QRegularExpression>
+#include <QScreen>
+#include <QWidget>
+
+namespace {
+
+const QString section = QStringLiteral("Window");
+const QString maximized = QStringLiteral("maximized");
+
+// Room on the screen. A window may be wider than that, as wide as is standard: that much it needs.
+QSize room(const QWidget &window, QSize standard)
+{
+    return window.screen()->availableSize().expandedTo({standard.width(), 0});
+}
+
+QString asText(QSize size)
+{
+    return QStringLiteral("%1x%2").arg(size.width()).arg(size.height());
+}
+
+} // namespace
+
+void restoreSize(QWidget &window, const QString &settingsFile, const QString &key, QSize standard)
+{
+    const QString kept = ProfileFile(settingsFile).value(section, key);
+    static const QRegularExpression form(QStringLiteral("^(\\d{3,5})x(\\d{3,5})$"));
+    const QRegularExpressionMatch match = form.match(kept);
+    const QSize size =
+        match.hasMatch() ? QSize(match.captured(1).toInt(), match.captured(2).toInt()) : standard;
+    window.resize(size.boundedTo(room(window, standard)));
+    if (kept == maximized)
+        window.setWindowState(Qt::WindowMaximized);
+}
+
+void keepSize(const QWidget &window, const QString &settingsFile, const QString &key, QSize standard)
+{
+    const FileLock lock(settingsFile);
+    ProfileFile file(settingsFile);
+    const QString before = file.value(section, key);
+    const QString now = window.isMaximized() ? maximized : asText(window.size());
+    const QString untouched = asText(standard.boundedTo(room(window, standard)));
+    if (now == before || (before.isEmpty() && now == untouched))
+        return;
+    file.setValue(section, key, now);
+    file.save();
+}

@@ -1,0 +1,77 @@
+#include "core/command/doubt.h"
+
+#include "core/session/basconnection.h"
+#include "core/sql/statements.h"
+
+#include <utility>
+
+namespace {
+
+// The first value of the first row; empty where the server does not know what is asked.
+QString answerTo(Connection &connection, const char *statement)
+{
+    constexpr int unknownVariable = 1193;
+    try {
+        RecordSet rows = connection.execute(QString::fromLatin1(statement));
+        return rows.isOpen() && !rows.isEof() && !rows.isNull(0) ? rows.text(0) : QString();
+    } catch (const Failure &error) {
+        if (error.number() != unknownVariable)
+            throw;
+        return {};
+    }
+}
+
+QString clusterOf(Connection &connection)
+{
+    const ServerInfo server = connection.server();
+    constexpr int firstGalera = 100100, firstGroups = 50717;
+    if (server.isMariaDb && server.number >= firstGalera)
+        return answerTo(connection, "select @@wsrep_cluster_name from dual where @@wsrep_on");
+    if (!server.isMariaDb && server.number >= firstGroups)
+        return answerTo(connection, "select @@group_replication_group_name");
+    return {};
+}
+
+} // namespace
+
+Doubt doubtAfter(const Session &session, const Failure &error)
+{
+    if (error.isConnectionLost() || !session.gCn || !session.gCn->isOpen())
+        return Doubt::AnswerLost;
+    return error.isInterrupted() ? Doubt::Interrupted : Doubt::None;
+}
+
+void reconnect(Session &session)
+{
+    auto connection = session.makeConnection(connectionStringOf(session));
+    connection->open();
+    if (!session.gDbName.isEmpty())
+        connection->execute(useStatement(session.gDbName));
+    session.gRs.close();
+    session.gCn = std::move(connection);
+}
+
+ServerPlace serverPlace(Connection &connection)
+{
+    const ServerInfo server = connection.server();
+    constexpr int firstWithUuid = 50600;
+    const bool hasUuid = !server.isMariaDb && server.number >= firstWithUuid;
+    return {answerTo(connection, hasUuid ? "select concat_ws(' ',@@server_uuid,@@hostname,@@port)"
+                                         : "select concat_ws(' ',@@server_id,@@hostname,@@port,@@datadir)"),
+            clusterOf(connection)};
+}
+
+void reconnect(Session &session, const ServerPlace &place)
+{
+    reconnect(session);
+    Connection &connection = session.connection();
+    const ServerPlace now = serverPlace(connection);
+    if (!place.server.isEmpty() && place.server != now.server &&
+        (place.cluster.isEmpty() || place.cluster != now.cluster))
+        throw Failure(
+            QStringLiteral("再接続先は別のサーバーです(%1)。元のサーバー: %2").arg(now.server, place.server));
+    if (!now.cluster.isEmpty())
+        connection.execute(connection.server().isMariaDb
+                               ? QStringLiteral("set session wsrep_sync_wait=15")
+                               : QStringLiteral("set session group_replication_consistency='BEFORE'"));
+}

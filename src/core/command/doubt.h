@@ -1,0 +1,29 @@
+#pragma once
+
+#include "core/session/session.h"
+
+// What a command does when a statement was stopped, or its connection broke before an answer came: the server
+// may or may not have carried it out, so what exists is read before anything is undone.
+
+enum class Doubt {
+    None,        // the server refused the statement and did nothing
+    Interrupted, // it was stopped and may be done; the connection stands
+    AnswerLost   // it may be done; the connection is gone
+};
+Doubt doubtAfter(const Session &session, const Failure &error);
+
+// Replaces gCn by a new connection whose default database is gDbName. Throws Failure and leaves gCn as it
+// is when the server cannot be reached.
+void reconnect(Session &session);
+
+// Which server a connection has reached, as far as it tells; and which cluster it belongs to.
+struct ServerPlace {
+    QString server;  // empty: not known
+    QString cluster; // empty: none
+};
+ServerPlace serverPlace(Connection &connection);
+
+// A new connection that is to go on with what an old one began. Throws Failure where it has reached another
+// server, unless that is one of the same cluster, which is then made to wait for all that the others have
+// done.
+void reconnect(Session &session, const ServerPlace &place);

@@ -1,0 +1,55 @@
+#include "core/driver/keepingresult.h"
+
+#include "core/sql/resultlimits.h"
+
+#include <utility>
+
+bool KeepingResult::fetch(RowBlock &block)
+{
+    if (!m_kept.empty()) {
+        std::swap(block, m_kept.front());
+        m_kept.pop_front();
+        return !m_kept.empty() || m_keptError;
+    }
+    if (m_keptError)
+        throw Failure(*m_keptError);
+    try {
+        return read(block);
+    } catch (const Failure &error) {
+        // The rows that came before it are handed over first.
+        if (block.isEmpty())
+            throw;
+        m_keptError = error;
+        return true;
+    }
+}
+
+bool KeepingResult::read(RowBlock &block)
+{
+    const int columns = static_cast<int>(m_fields.size());
+    if (block.columnCount() != columns)
+        block = RowBlock(columns);
+    return fill(block);
+}
+
+void KeepingResult::takeRest()
+{
+    std::uint64_t bytes = 0;
+    for (bool hasMore = !m_keptError; hasMore;) {
+        RowBlock block;
+        try {
+            hasMore = read(block);
+        } catch (const Failure &error) {
+            m_keptError = error;
+            hasMore = false;
+        }
+        block.shrinkToFit();
+        bytes += block.allocatedBytes();
+        m_kept.push_back(std::move(block));
+        if (hasMore && bytes > mostResultBytes()) {
+            m_keptError = resultTooLarge();
+            hasMore = false;
+            giveUpRest();
+        }
+    }
+}

@@ -1,0 +1,243 @@
+#include "core/driver/workerconnection.h"
+
+#include "core/session/connectionstring.h"
+
+namespace {
+
+Failure closedError()
+{
+    return Failure(QStringLiteral("接続は閉じています。"), 0, QStringLiteral("08003"));
+}
+
+// For what is of no use to a user who has stopped it.
+void requireNotStopped(const Answer &answer)
+{
+    if (answer.isStopped)
+        throw interruptedError();
+}
+
+} // namespace
+
+void WorkerConnection::Line::requireIdle() const
+{
+    if (waiting)
+        throw Failure(QStringLiteral("前の処理がまだ終わっていません。"));
+}
+
+Answer WorkerConnection::Line::wait(const std::shared_ptr<Job> &job)
+{
+    waiting = job;
+    if (!shortWait.until([&job] { return job->done.isFinished(); }))
+        pump.wait(job->done);
+    waiting.reset();
+    if (isLeft)
+        throw closedError();
+    const bool isStopped = worker->isStopped(*job);
+    Answer answer = std::move(job->answer);
+    if (answer.error && (!isStopped || answer.error->isConnectionLost() || answer.error->isInterrupted()))
+        throw Failure(*answer.error);
+    if (answer.error)
+        throw interruptedError(answer.error->description());
+    answer.isStopped = isStopped;
+    return answer;
+}
+
+// Keeps one block on the way while the caller reads another.
+class WorkerConnection::Rows : public RowSource {
+public:
+    Rows(std::shared_ptr<Line> line, int number, Answer &&first)
+        : m_stream(std::make_shared<Stream>(std::move(line), number, std::move(first.block), first.hasMore))
+        , m_fields(std::move(first.fields))
+    {
+    }
+    ~Rows() override { m_stream->end(); }
+
+    const std::vector<Field> &fields() const override { return m_fields; }
+    bool isOpen() const override { return m_stream->line->isOpen; }
+    bool read(RowBlock &block) override
+    {
+        // Kept here: an event that runs while this waits may destroy the record set.
+        const std::shared_ptr<Stream> stream = m_stream;
+        return stream->read(block);
+    }
+
+private:
+    struct Stream {
+        Stream(std::shared_ptr<Line> itsLine, int itsNumber, RowBlock &&first, bool moreFollow)
+            : line(std::move(itsLine))
+            , number(itsNumber)
+            , ready(std::move(first))
+            , hasMore(moreFollow)
+        {
+        }
+        bool read(RowBlock &block);
+        void receive();
+        void fetchAhead(RowBlock &&spare);
+        void end();
+
+        const std::shared_ptr<Line> line;
+        const int number;
+        RowBlock ready;
+        bool hasMore;
+        bool isStopped = false; // by the user; said once the rows that came before it have been read
+        std::shared_ptr<Job> next;
+    };
+
+    const std::shared_ptr<Stream> m_stream;
+    const std::vector<Field> m_fields;
+};
+
+bool WorkerConnection::Rows::Stream::read(RowBlock &block)
+{
+    if (ready.isEmpty() && hasMore)
+        receive();
+    std::swap(block, ready);
+    ready.clear();
+    if (hasMore && !isStopped && line->isOpen)
+        fetchAhead(std::exchange(ready, RowBlock()));
+    return !block.isEmpty();
+}
+
+void WorkerConnection::Rows::Stream::receive()
+{
+    line->requireIdle();
+    if (isStopped) {
+        end();
+        throw interruptedError();
+    }
+    if (!next)
+        fetchAhead(RowBlock());
+    const std::shared_ptr<Job> job = std::exchange(next, nullptr);
+    try {
+        Answer answer = line->wait(job);
+        if (answer.block.isEmpty())
+            requireNotStopped(answer);
+        ready = std::move(answer.block);
+        isStopped = answer.isStopped;
+        hasMore = answer.hasMore || isStopped;
+    } catch (const Failure &) {
+        end();
+        throw;
+    }
+}
+
+void WorkerConnection::Rows::Stream::fetchAhead(RowBlock &&spare)
+{
+    const Work work = [number = number](Driver &, Results &results, Answer &answer) {
+        auto result = results.extract(number);
+        if (result.empty()) // ended meanwhile
+            return;
+        answer.hasMore = result.mapped()->fetch(answer.block);
+        if (answer.hasMore)
+            results.insert(std::move(result));
+    };
+    next = line->worker->post(work, std::move(spare));
+    line->ahead = next;
+}
+
+// Rows not yet read are thrown away, by the worker: the caller goes on at once.
+void WorkerConnection::Rows::Stream::end()
+{
+    if (std::exchange(hasMore, false) && line->isOpen)
+        line->worker->post(
+            [number = number](Driver &, Results &results, Answer &) { results.erase(number); });
+}
+
+WorkerConnection::WorkerConnection(QString connectionString, DriverFactory makeDriver, Pump &pump)
+    : m_givenString(std::move(connectionString))
+    , m_connectionString(m_givenString)
+    , m_makeDriver(std::move(makeDriver))
+    , m_pump(pump)
+{
+}
+
+WorkerConnection::~WorkerConnection()
+{
+    close();
+}
+
+void WorkerConnection::open()
+{
+    Q_ASSERT(!isOpen());
+    if (m_line)
+        m_line->requireIdle();
+    const auto line = std::make_shared<Line>(WorkerThread::start(m_makeDriver()), m_pump);
+    m_line = line;
+    const auto job = line->worker->post(
+        [](Driver &driver, Results &, Answer &answer) { answer.opened = driver.connect(); });
+    // The driver's own limit comes first, and its words say more.
+    constexpr std::chrono::seconds grace{1};
+    line->worker->limit(job, connectLimit(ConnectionString(m_givenString)) + grace);
+    try {
+        const Answer answer = line->wait(job);
+        requireNotStopped(answer);
+        line->isOpen = true;
+        m_server = answer.opened.server;
+        m_encryption = answer.opened.encryption;
+        m_connectionString = withServer(m_givenString, answer.opened.host);
+    } catch (const Failure &) {
+        line->worker->leave();
+        throw;
+    }
+}
+
+void WorkerConnection::close()
+{
+    m_connectionString = m_givenString;
+    if (!m_line)
+        return;
+    // Closed by an event while a call waits: that call fails, and the server is told to stop what it does.
+    if (m_line->waiting)
+        m_line->worker->stop(m_line->waiting);
+    m_line->isOpen = false;
+    m_line->isLeft = true;
+    m_line->worker->leave();
+    m_line.reset();
+}
+
+RecordSet WorkerConnection::execute(const QString &statement)
+{
+    if (!isOpen())
+        throw closedError();
+    const std::shared_ptr<Line> line = m_line;
+    line->requireIdle();
+    const int number = ++line->lastResult;
+    // The first rows come along, so that a small statement costs one trip to the worker.
+    const Work work = [statement, number](Driver &driver, Results &results, Answer &answer) {
+        std::unique_ptr<DriverResult> result = driver.execute(statement);
+        if (!result) {
+            answer.note = driver.note();
+            return;
+        }
+        answer.fields = result->fields();
+        answer.hasMore = result->fetch(answer.block);
+        if (answer.hasMore)
+            results[number] = std::move(result);
+    };
+    const auto job = line->worker->post(work);
+    try {
+        Answer answer = line->wait(job);
+        // A statement without rows that came through in spite of its stop is done: its caller must not take
+        // a DROP for one that did nothing.
+        if (answer.fields.empty())
+            return RecordSet(std::move(answer.note));
+        // MariaDB ends a stopped SELECT SLEEP() as a success: its rows are no answer.
+        requireNotStopped(answer);
+        return RecordSet(std::make_unique<Rows>(line, number, std::move(answer)));
+    } catch (const Failure &) {
+        // Stopped after all rows had been asked for: the worker may hold the rest.
+        if (line->isOpen)
+            line->worker->post([number](Driver &, Results &results, Answer &) { results.erase(number); });
+        throw;
+    }
+}
+
+void WorkerConnection::cancel()
+{
+    if (!m_line)
+        return;
+    // Between two rows nobody waits, and the server is at the next ones already.
+    const std::shared_ptr<Job> job = m_line->waiting ? m_line->waiting : m_line->ahead.lock();
+    if (job)
+        m_line->worker->stop(job);
+}

@@ -1,0 +1,57 @@
+#pragma once
+
+#include "core/driver/pump.h"
+#include "core/driver/workerthread.h"
+
+// A connection whose driver is used by a thread of its own, so that the windows live while the server thinks.
+class WorkerConnection : public Connection {
+public:
+    // Makes the driver for each open(); throws Failure when the connection string is wrong.
+    using DriverFactory = std::function<std::unique_ptr<Driver>()>;
+
+    WorkerConnection(QString connectionString, DriverFactory makeDriver, Pump &pump);
+    ~WorkerConnection() override;
+
+    void open() override;
+    void close() override;
+    bool isOpen() const override { return m_line && m_line->isOpen; }
+    QString connectionString() const override { return m_connectionString; }
+    ServerInfo server() const override { return m_server; }
+    Encryption encryption() const override { return m_encryption; }
+    RecordSet execute(const QString &statement) override;
+    bool isBusy() const override { return m_line && m_line->waiting; }
+    void cancel() override;
+
+private:
+    // What the connection and its record sets share; all of it belongs to the caller's thread. Calls that
+    // wait hold on to it, because the connection may be closed or destroyed by an event meanwhile.
+    struct Line {
+        Line(std::shared_ptr<WorkerThread> thread, Pump &spendsWaits)
+            : worker(std::move(thread))
+            , pump(spendsWaits)
+        {
+        }
+        // Throws when a call waits already.
+        void requireIdle() const;
+        // Throws what went wrong; a stopped job always throws.
+        Answer wait(const std::shared_ptr<Job> &job);
+
+        const std::shared_ptr<WorkerThread> worker;
+        Pump &pump;
+        std::shared_ptr<Job> waiting;
+        std::weak_ptr<Job> ahead; // the last one that fetches what nobody waits for yet
+        ShortWait shortWait;
+        bool isOpen = false;
+        bool isLeft = false; // by the connection
+        int lastResult = 0;
+    };
+    class Rows;
+
+    const QString m_givenString;
+    QString m_connectionString;
+    const DriverFactory m_makeDriver;
+    Pump &m_pump;
+    ServerInfo m_server;
+    Encryption m_encryption;
+    std::shared_ptr<Line> m_line;
+};

@@ -1,0 +1,94 @@
+#include "core/sql/statementlog.h"
+
+#include "core/sql/passwords.h"
+
+#include <QElapsedTimer>
+
+namespace {
+
+class LoggedConnection : public Connection {
+public:
+    LoggedConnection(std::unique_ptr<Connection> connection, std::shared_ptr<StatementLog> log)
+        : m_connection(std::move(connection))
+        , m_log(std::move(log))
+    {
+    }
+    void open() override { m_connection->open(); }
+    void close() override { m_connection->close(); }
+    bool isOpen() const override { return m_connection->isOpen(); }
+    QString connectionString() const override { return m_connection->connectionString(); }
+    ServerInfo server() const override { return m_connection->server(); }
+    Encryption encryption() const override { return m_connection->encryption(); }
+    RecordSet execute(const QString &statement) override;
+    bool isBusy() const override { return m_connection->isBusy(); }
+    void cancel() override { m_connection->cancel(); }
+
+private:
+    std::unique_ptr<Connection> m_connection;
+    std::shared_ptr<StatementLog> m_log;
+};
+
+RecordSet LoggedConnection::execute(const QString &statement)
+{
+    LoggedStatement entry;
+    entry.time = QDateTime::currentDateTime();
+    entry.statement = maskedPasswords(statement);
+    QElapsedTimer clock;
+    clock.start();
+    // Kept here: an event that runs while this waits may destroy the connection.
+    const std::shared_ptr<StatementLog> log = m_log;
+    try {
+        RecordSet rows = m_connection->execute(statement);
+        entry.microseconds = clock.nsecsElapsed() / 1000;
+        entry.rows = rows.isOpen() ? 0 : -1;
+        const std::uint64_t number = log->add(std::move(entry));
+        if (rows.isOpen())
+            rows.countRows([log, number](int count) { log->addRows(number, count); });
+        return rows;
+    } catch (const Failure &error) {
+        entry.microseconds = clock.nsecsElapsed() / 1000;
+        // The server quotes what it refuses, so its words may hold the password too.
+        entry.error = holdsPassword(statement) ? withoutQuotedPart(error.description()) : error.description();
+        log->add(std::move(entry));
+        throw;
+    }
+}
+
+} // namespace
+
+std::uint64_t StatementLog::add(LoggedStatement entry)
+{
+    // A statement of megabytes is no reading matter.
+    constexpr qsizetype longest = 10'000;
+    if (entry.statement.size() > longest)
+        entry.statement = entry.statement.left(longest) + QStringLiteral(" …");
+    m_entries.push_back(std::move(entry));
+    if (m_entries.size() > capacity) {
+        m_entries.pop_front();
+        ++m_firstNumber;
+    }
+    ++m_revision;
+    return m_firstNumber + m_entries.size() - 1;
+}
+
+void StatementLog::addRows(std::uint64_t number, int rows)
+{
+    if (number < m_firstNumber)
+        return;
+    m_entries[number - m_firstNumber].rows += rows;
+    ++m_revision;
+}
+
+void StatementLog::clear()
+{
+    m_firstNumber += m_entries.size();
+    m_entries.clear();
+    ++m_revision;
+}
+
+ConnectionFactory logged(ConnectionFactory factory, std::shared_ptr<StatementLog> log)
+{
+    return [factory = std::move(factory), log = std::move(log)](const QString &connectionString) {
+        return std::make_unique<LoggedConnection>(factory(connectionString), log);
+    };
+}

@@ -1,6 +1,0 @@
-#pragma once
-
-#include "core/command.h"
-
-// Definitions and rows of the batch's tables, as files that the server writes into a chosen folder.
-Outcome backUpTables(CommandContext &context);
