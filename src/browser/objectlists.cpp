@@ -1,11 +1,8 @@
 #include "browser/objectlists.h"
 
 #include "browser/frmTarnwellControls.h"
+#include "browser/objects.h"
 #include "controls/window/windowpump.h"
-#include "core/command/definition.h"
-#include "core/sql/listitem.h"
-#include "core/sql/names.h"
-#include "core/sql/statements.h"
 
 #include <QScopeGuard>
 
@@ -53,23 +50,6 @@ void showNextStep(TarnwellControls &controls, NextStep step)
     controls.lstProcFunc->setPlaceholderText(contentHint(step, QStringLiteral("ルーチン")));
 }
 
-QString objectTag(Connection &connection, const QString &database, const QString &name)
-{
-    try {
-        // The server would answer for another object, and every command after it would act on that one.
-        requireOwnName(database, name);
-        const QString kind = readDefinition(connection, showCreateTable(qualifiedName(database, name))).kind;
-        if (kind.isEmpty())
-            return {};
-        return kind == u"Table" ? QStringLiteral("[TABLE]") : QStringLiteral("[VIEW]");
-    } catch (const Failure &error) {
-        // A lost or stopped connection says nothing about the object.
-        if (error.isConnectionLost() || error.isInterrupted())
-            throw;
-        return QStringLiteral("[ERROR]");
-    }
-}
-
 void ObjectLists::resetGrids()
 {
     for (FlexGrid *grid :
@@ -92,7 +72,7 @@ void ObjectLists::cmdShowDb_Click()
     enable({c.cmdDropTable, c.cmdCreateTable, c.cmdInOut, c.cmdDataGet}, false);
     sProgressBar(*c.picStatus, 0);
 
-    RecordSet rows = m_session.connection().execute(QStringLiteral("show databases;"));
+    RecordSet rows = readDatabases(m_session);
     for (; rows.isOpen() && !rows.isEof(); rows.moveNext())
         c.lstDb->appendItem(rows.text(QStringLiteral("database")));
     rows.close();
@@ -134,54 +114,18 @@ void ObjectLists::lstDb_Click()
 
     showNextStep(c, NextStep::Reading);
     auto nothingChosen = qScopeGuard([&c] { showNextStep(c, NextStep::ChooseDatabase); }); // after a failure
-    listTables();
-    // The two differ in their ends on purpose.
-    listRoutines(QStringLiteral("show procedure status ;"), QStringLiteral("[PROC]"));
-    listRoutines(QStringLiteral("show function status"), QStringLiteral("[FUNC]"));
+    Yield yield;
+    readTables(m_session, m_session.gDbName, [&](const ListItem &item) {
+        c.lstTables->appendItem(item.text());
+        yield();
+    });
+    readRoutines(m_session, m_session.gDbName, [&](const ListItem &item) {
+        c.lstProcFunc->appendItem(item.text());
+        yield();
+    });
     nothingChosen.dismiss();
     c.lstTables->showFromRow(table);
     c.lstProcFunc->showFromRow(routine);
     showNextStep(c, NextStep::DatabaseChosen);
-    showStatus();
-}
-
-void ObjectLists::listTables()
-{
-    const QString database = m_session.gDbName;
-    requireOwnDatabase(database);
-    RecordSet rows = m_session.connection().execute(QStringLiteral("show tables from `%1`;").arg(database));
-    Yield yield;
-    for (; rows.isOpen() && !rows.isEof(); rows.moveNext()) {
-        const QString name = rows.text(QStringLiteral("Tables_in_") + database);
-        const QString tag = objectTag(m_session.connection(), database, name);
-        if (!tag.isEmpty())
-            m_controls.lstTables->appendItem(ListItem{tag, name}.text());
-        yield();
-        m_session.requireGoingOn();
-    }
-}
-
-void ObjectLists::listRoutines(const QString &statement, const QString &tag)
-{
-    const QString database = m_session.gDbName;
-    try {
-        RecordSet rows = m_session.connection().execute(statement);
-        Yield yield;
-        for (; rows.isOpen() && !rows.isEof(); rows.moveNext()) {
-            if (rows.text(QStringLiteral("db")) == database)
-                m_controls.lstProcFunc->appendItem(ListItem{tag, rows.text(QStringLiteral("Name"))}.text());
-            yield();
-        }
-    } catch (const Failure &error) {
-        // Servers without routines, or without the right to see them, list none.
-        if (error.isConnectionLost() || error.isInterrupted())
-            throw;
-    }
-}
-
-void ObjectLists::showStatus()
-{
-    fillGrid(*m_controls.flGrid_Status,
-             m_session.connection().execute(
-                 QStringLiteral("show table status from `%1` ;").arg(m_session.gDbName)));
+    fillGrid(*c.flGrid_Status, readStatus(m_session, m_session.gDbName, " ;"));
 }

@@ -23,13 +23,7 @@ public:
 
 private:
     void resetGrids();
-    void listTables();
-    void listRoutines(const QString &statement, const QString &tag);
-    void showStatus();
 
     Session &m_session;
     TarnwellControls &m_controls;
 };
-
-// The kind tag of an object by what "show create table" answers: empty when it answers nothing.
-QString objectTag(Connection &connection, const QString &database, const QString &name);

@@ -1,6 +1,7 @@
 #include "browser/tabledetail.h"
 
 #include "browser/frmTarnwellControls.h"
+#include "browser/objects.h"
 #include "core/command/definition.h"
 #include "core/sql/listitem.h"
 #include "core/sql/names.h"
@@ -40,11 +41,6 @@ QString editedText(const SqlTextBox &editor, const QLabel &shown)
 }
 
 } // namespace
-
-QString TableDetail::statement(const char *start, const QString &name) const
-{
-    return QLatin1String(start) + qualifiedName(m_session.gDbName, name) + u';';
-}
 
 void TableDetail::lstTables_Click()
 {
@@ -86,7 +82,7 @@ void TableDetail::lstTables_Click()
 void TableDetail::showFields(const QString &name)
 {
     const RedrawOff redrawOff(*m_controls.flGrid_Field);
-    RecordSet rows = m_session.connection().execute(statement("show full fields from ", name));
+    RecordSet rows = readColumns(m_session, m_session.gDbName, name);
     if (!rows.isOpen())
         return;
     m_controls.flGrid_Field->setFields(rows.fields());
@@ -103,7 +99,7 @@ void TableDetail::showFields(const QString &name)
 void TableDetail::showCreateText(const QString &name)
 {
     const ObjectDefinition definition =
-        readDefinition(m_session.connection(), statement("show create table ", name));
+        readDefinition(m_session.connection(), showTableStatement(m_session.gDbName, name));
     if (definition.text.isEmpty())
         return;
     const QString text = shownCreateText(definition.kind, definition.text);
@@ -117,8 +113,8 @@ void TableDetail::showCreateText(const QString &name)
 
 void TableDetail::showOwnTable()
 {
-    showOwn(statement("show create table ", m_controls.lblTableName->text()), *m_controls.lblCreateTable,
-            *m_controls.txtField);
+    showOwn(showTableStatement(m_session.gDbName, m_controls.lblTableName->text()),
+            *m_controls.lblCreateTable, *m_controls.txtField);
 }
 
 void TableDetail::showOwnRoutine()
@@ -143,8 +139,7 @@ void TableDetail::showStatus(const QString &name)
 {
     FlexGrid &grid = *m_controls.flGrid_Status;
     const RedrawOff redrawOff(grid);
-    RecordSet rows =
-        m_session.connection().execute(QStringLiteral("show table status from `%1`;").arg(m_session.gDbName));
+    RecordSet rows = readStatus(m_session, m_session.gDbName, ";");
     if (!rows.isOpen())
         return;
     grid.setFields(rows.fields());
@@ -156,7 +151,7 @@ void TableDetail::showStatus(const QString &name)
 void TableDetail::sIndex_show()
 {
     fillGrid(*m_controls.flGrid_Index,
-             m_session.connection().execute(statement("show index from ", m_controls.lblTableName->text())));
+             readIndexes(m_session, m_session.gDbName, m_controls.lblTableName->text()));
 }
 
 void TableDetail::optField_Click(int index)

@@ -32,7 +32,6 @@ private:
     void showCreateText(const QString &name);
     void showStatus(const QString &name);
     void showOwn(const QString &showStatement, QLabel &shown, SqlTextBox &editor);
-    QString statement(const char *start, const QString &name) const;
 
     Session &m_session;
     TarnwellControls &m_controls;

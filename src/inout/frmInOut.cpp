@@ -47,7 +47,8 @@ frmInOut::frmInOut(Session &session, const QString &item, QWidget *parent, Dialo
     , m_session(session)
     , m_controls(*this)
     , m_boxes(this, {})
-    , m_reporters{dialogue ? *dialogue : m_boxes, mainWindow}
+    , m_dialogue(dialogue ? *dialogue : m_boxes)
+    , m_mainWindow(mainWindow)
 {
     setObjectName(QStringLiteral("frmInOut"));
     setWindowTitle(QStringLiteral("IN / OUT"));
@@ -60,8 +61,9 @@ void frmInOut::connectControls()
     const InOutControls &c = m_controls;
     connect(c.optInOut_0, &QRadioButton::toggled, this, [this](bool isOn) { optInOut_Click(isOn ? 0 : 1); });
     connect(c.cmdFolder, &QPushButton::clicked, this, &frmInOut::cmdFolder_Click);
-    connect(c.cmdOut, &QPushButton::clicked, this, &frmInOut::cmdOut_Click);
-    connect(c.cmdIn, &QPushButton::clicked, this, &frmInOut::cmdIn_Click);
+    for (const InOutCommand &command : inOutCommands())
+        connect(findChild<QPushButton *>(QLatin1String(command.id)), &QPushButton::clicked, this,
+                [this, &command] { run(command); });
     connect(c.cmdCancel, &QPushButton::clicked, this, &QDialog::close);
     setStopsRunningCommand(c.cmdCancel, true);
 }
@@ -94,24 +96,17 @@ void frmInOut::cmdFolder_Click()
         m_controls.txtFilename->setText(m_fileFolder);
 }
 
-void frmInOut::cmdOut_Click()
+void frmInOut::run(const InOutCommand &command)
 {
-    run(exportTable);
-}
-
-void frmInOut::cmdIn_Click()
-{
-    run(importTable);
-}
-
-void frmInOut::run(bool (*command)(Session &session, const InOutReporters &reporters, const InOutForm &form))
-{
-    bool isDone = false;
+    InOutOutcome outcome;
     m_session.runner.run(this, windowTitle(), [&] {
-        isDone = (command == exportTable || mayWrite(m_session, m_reporters.dialog)) &&
-                 command(m_session, m_reporters, form());
+        if (command.writes && !mayWrite(m_session, m_dialogue))
+            return;
+        const InOutForm entries = form();
+        InOutContext context{m_session, entries, m_dialogue, m_mainWindow};
+        outcome = command.run(context);
     });
-    if (!isDone)
+    if (!outcome.isDone)
         return;
     rememberFolder();
     close();

@@ -36,9 +36,7 @@ private:
     void Form_Load(const QString &tableName);
     void optInOut_Click(int index);
     void cmdFolder_Click();
-    void cmdOut_Click();
-    void cmdIn_Click();
-    void run(bool (*command)(Session &session, const InOutReporters &reporters, const InOutForm &form));
+    void run(const InOutCommand &command);
 
     InOutForm form() const;
     void rememberFolder();
@@ -46,7 +44,8 @@ private:
     Session &m_session;
     InOutControls m_controls;
     WidgetDialogue m_boxes;
-    InOutReporters m_reporters;
+    Dialogue &m_dialogue;
+    Dialogue &m_mainWindow;
     QString m_fileFolder; // a folder with a separator at its end; after the file dialog the path chosen there
 };
 

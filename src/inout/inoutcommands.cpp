@@ -61,21 +61,22 @@ bool agreesToRead(Session &session, Dialogue &dialog, const QString &table)
                           .arg(found->asSet, found->ofColumns));
 }
 
-bool run(Session &session, const InOutReporters &reporters, const InOutForm &form, bool readsFile,
+bool run(InOutContext &context, bool readsFile,
          const std::function<QString(const QString &database, const QString &table)> &statement)
 {
+    Session &session = context.session;
+    const QString &table = context.form.tableName;
     try {
-        reporters.mainWindow.setLastError({}, false);
+        context.mainWindow.setLastError({}, false);
         requireOwnTrimmedDatabase(session.gDbName);
-        requireOwnName(session.gDbName, form.tableName);
-        if (readsFile && !agreesToRead(session, reporters.dialog, form.tableName))
+        requireOwnName(session.gDbName, table);
+        if (readsFile && !agreesToRead(session, context.dialogue, table))
             return false;
-        const BusyPointer busy(reporters.dialog);
-        session.connection().execute(
-            statement(trimmedBlanks(session.gDbName), trimmedBlanks(form.tableName)));
+        const BusyPointer busy(context.dialogue);
+        session.connection().execute(statement(trimmedBlanks(session.gDbName), trimmedBlanks(table)));
         return true;
     } catch (const Failure &error) {
-        reporters.mainWindow.setLastError(error.description(), false);
+        context.mainWindow.setLastError(error.description(), false);
         return false;
     }
 }
@@ -98,38 +99,46 @@ QString importStatement(const QString &database, const QString &table, const QSt
            qualifiedName(trimmedBlanks(database), trimmedBlanks(table)) + columns;
 }
 
-bool exportTable(Session &session, const InOutReporters &reporters, const InOutForm &form)
+InOutOutcome exportTable(InOutContext &context)
 {
-    if (!isComplete(session, reporters.dialog, form))
-        return false;
+    const InOutForm &form = context.form;
+    if (!isComplete(context.session, context.dialogue, form))
+        return {};
     if (fileExists(form.fileName)) {
-        reporters.dialog.inform(QStringLiteral("ﾌｧｲﾙが存在します。ﾌｧｲﾙ名を変更してください。"));
-        return false;
+        context.dialogue.inform(QStringLiteral("ﾌｧｲﾙが存在します。ﾌｧｲﾙ名を変更してください。"));
+        return {};
     }
     const auto statement = [&](const QString &database, const QString &table) {
         return exportStatement(database, table, form.fileName,
-                               selectedColumns(session.connection(), database, table));
+                               selectedColumns(context.session.connection(), database, table));
     };
-    if (!run(session, reporters, form, false, statement))
-        return false;
-    reporters.dialog.inform(QStringLiteral("出力しました。"));
-    return true;
+    if (!run(context, false, statement))
+        return {};
+    context.dialogue.inform(QStringLiteral("出力しました。"));
+    return {true};
 }
 
-bool importTable(Session &session, const InOutReporters &reporters, const InOutForm &form)
+InOutOutcome importTable(InOutContext &context)
 {
-    if (!isComplete(session, reporters.dialog, form))
-        return false;
+    const InOutForm &form = context.form;
+    if (!isComplete(context.session, context.dialogue, form))
+        return {};
     if (!fileExists(form.fileName)) {
-        reporters.dialog.inform(QStringLiteral("ﾌｧｲﾙが見つかりません。"));
-        return false;
+        context.dialogue.inform(QStringLiteral("ﾌｧｲﾙが見つかりません。"));
+        return {};
     }
     const auto statement = [&](const QString &database, const QString &table) {
         return importStatement(database, table, form.fileName, form.replacesDuplicates,
-                               loadedColumns(session.connection(), database, table));
+                               loadedColumns(context.session.connection(), database, table));
     };
-    if (!run(session, reporters, form, true, statement))
-        return false;
-    reporters.dialog.inform(QStringLiteral("読み込みました。"));
-    return true;
+    if (!run(context, true, statement))
+        return {};
+    context.dialogue.inform(QStringLiteral("読み込みました。"));
+    return {true};
+}
+
+std::span<const InOutCommand> inOutCommands()
+{
+    static constexpr InOutCommand commands[] = {{"cmdOut", exportTable, false}, {"cmdIn", importTable}};
+    return commands;
 }

@@ -1,6 +1,7 @@
 #include "maintenance/createdrop.h"
 
 #include "core/command/doubt.h"
+#include "core/command/writing.h"
 #include "core/sql/listitem.h"
 #include "core/sql/names.h"
 #include "core/sql/statements.h"
@@ -76,4 +77,21 @@ Outcome dropTable(CommandContext &context)
     }
     context.dialogue.inform(QStringLiteral("削除しました。"));
     return {Reload::Objects};
+}
+
+bool createDatabase(CreateDatabaseContext &context)
+{
+    context.mainWindow.setLastError({}, true);
+    if (!mayWrite(context.session, context.dialogue))
+        return false;
+    try {
+        requireOwnDatabase(context.name);
+        const BusyPointer busy(context.mainWindow);
+        context.session.connection().execute(QStringLiteral("create database `") + context.name +
+                                             QStringLiteral("`;"));
+        return true;
+    } catch (const Failure &error) {
+        context.mainWindow.setLastError(error.description(), true);
+        return false;
+    }
 }

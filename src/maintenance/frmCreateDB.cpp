@@ -1,9 +1,8 @@
 #include "maintenance/frmCreateDB.h"
 
 #include "controls/dialogue/widgetdialogue.h"
-#include "core/command/writing.h"
-#include "core/sql/names.h"
 #include "core/sql/statements.h"
+#include "maintenance/createdrop.h"
 
 #include <QHBoxLayout>
 #include <QLabel>
@@ -58,19 +57,10 @@ void frmCreateDB::cmdOk_Click()
 
 void frmCreateDB::create(const QString &name)
 {
-    m_mainWindow.setLastError({}, true);
     WidgetDialogue dialogue(this, {});
-    if (!mayWrite(m_session, dialogue))
-        return;
-    try {
-        requireOwnDatabase(name);
-        const BusyPointer busy(m_mainWindow);
-        m_session.connection().execute(QStringLiteral("create database `") + name + QStringLiteral("`;"));
+    CreateDatabaseContext context{m_session, name, dialogue, m_mainWindow};
+    if (createDatabase(context))
         accept();
-    } catch (const Failure &error) {
-        // No box: the name stays for correction, and txtError has the server's words.
-        m_mainWindow.setLastError(error.description(), true);
-    }
 }
 
 void showCreateDatabase(QWidget *parent, Session &session, Dialogue &mainWindow)

@@ -1,7 +1,6 @@
 #pragma once
 
-#include "core/command/dialogue.h"
-#include "core/session/session.h"
+#include "core/command/command.h"
 #include "users/accountstatements.h"
 #include "users/privileges.h"
 
@@ -50,8 +49,4 @@ struct AccountOutcome {
     QString table = {};    // to be chosen in lstTable: "database\ttable"
 };
 
-// One row of the window's table of commands: the button's object name and what its click does.
-struct AccountCommand {
-    const char *control;
-    AccountOutcome (*run)(AccountContext &context);
-};
+using AccountCommand = FormCommand<AccountContext, AccountOutcome>;

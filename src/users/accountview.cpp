@@ -1,6 +1,7 @@
 #include "users/accountview.h"
 
 #include "controls/lists/chosenlist.h"
+#include "users/accountreading.h"
 
 #include <QCheckBox>
 #include <QComboBox>
@@ -30,27 +31,20 @@ Checks tagsOf(const CheckBoxes &boxes)
     return checks;
 }
 
-// Checks each box, and sets its tag, by its column of the current row: "Y" is granted. A box whose column
-// the server lacks stays as it was.
-void showColumns(const CheckBoxes &boxes, std::span<const Privilege> privileges, RecordSet &row)
+// What the server did not tell stays as it was.
+void show(const CheckBoxes &boxes, const ShownChecks &checks)
 {
-    if (!row.isOpen() || row.isEof())
-        return;
-    for (std::size_t i = 0; i < boxes.size(); ++i) {
-        const int column = row.fieldIndex(privileges[i].source.toString());
-        if (column < 0)
-            continue;
-        const bool isGranted = row.text(column) == u"Y";
-        boxes[i]->setChecked(isGranted);
-        boxes[i]->setProperty(tag, isGranted ? QStringLiteral("1") : QStringLiteral("0"));
-    }
+    for (std::size_t i = 0; i < checks.size(); ++i)
+        if (checks[i])
+            boxes[i]->setChecked(*checks[i]);
 }
 
-// Checks each box by its element of a set value.
-void showElements(const CheckBoxes &boxes, std::span<const Privilege> privileges, const QString &setValue)
+// The tags hold what is to come back when a change of the boxes fails.
+void setTags(const CheckBoxes &boxes, const ShownChecks &checks)
 {
-    for (std::size_t i = 0; i < boxes.size(); ++i)
-        boxes[i]->setChecked(setHolds(setValue, privileges[i].source));
+    for (std::size_t i = 0; i < checks.size(); ++i)
+        if (checks[i])
+            boxes[i]->setProperty(tag, *checks[i] ? QStringLiteral("1") : QStringLiteral("0"));
 }
 
 // The list's text is that of its selected item: the current one may be unselected.
@@ -101,15 +95,14 @@ void AccountView::MakeList()
 {
     c.lstUser->clearItems();
     try {
-        m_session.gRs = m_session.connection().execute(selectAccounts());
+        const QStringList accounts = readAccounts(m_session);
         c.lstUser->appendItem(newAccount.toString());
-        for (; m_session.gRs.isOpen() && !m_session.gRs.isEof(); m_session.gRs.moveNext())
-            c.lstUser->appendItem(m_session.gRs.text(QStringLiteral("Host")) + u'\t' +
-                                  m_session.gRs.text(QStringLiteral("User")));
+        for (const QString &account : accounts)
+            c.lstUser->appendItem(account);
     } catch (const Failure &) {
         // Who may not read mysql.user sees empty lists and is told nothing; that is the window's rule.
+        m_session.gRs.close();
     }
-    m_session.gRs.close();
 }
 
 void AccountView::MakeCbo()
@@ -124,9 +117,8 @@ void AccountView::MakeCbo()
     add(noDatabase());
     setText(*c.lstAddDB, noDatabase());
     trap([&] {
-        m_session.gRs = m_session.connection().execute(QStringLiteral("show databases;"));
-        for (; m_session.gRs.isOpen() && !m_session.gRs.isEof(); m_session.gRs.moveNext())
-            add(m_session.gRs.text(QStringLiteral("database")));
+        for (const QString &database : readDatabaseNames(m_session))
+            add(database);
     });
 }
 
@@ -177,21 +169,16 @@ void AccountView::showAccount(const Account &account)
 
 void AccountView::readAccount(const Account &account)
 {
-    RecordSet &rows = m_session.gRs;
-    rows = m_session.connection().execute(selectAccount(account));
-    showColumns(c.ckPrivType, globalPrivileges(), rows);
+    const GlobalRights rights = readGlobalRights(m_session, account);
+    show(c.ckPrivType, rights.checks);
+    setTags(c.ckPrivType, rights.checks);
     // MariaDB reads a role's 'name'@"" as the account 'name'@"%": whatever is sent would change that one.
-    const int role = rows.isOpen() && !rows.isEof() ? rows.fieldIndex(QStringLiteral("is_role")) : -1;
-    if (role >= 0 && rows.text(role) == u"Y")
+    if (rights.isRole)
         enableAccountButtons(false);
-    rows = m_session.connection().execute(selectDatabaseGrants(account));
-    for (; rows.isOpen() && !rows.isEof(); rows.moveNext())
-        c.lstDB->appendItem(rows.text(QStringLiteral("Db")));
-    rows = m_session.connection().execute(selectTableGrants(account));
-    for (; rows.isOpen() && !rows.isEof(); rows.moveNext())
-        c.lstTable->appendItem(rows.text(QStringLiteral("Db")) + u'\t' +
-                               rows.text(QStringLiteral("Table_name")));
-    rows.close();
+    for (const QString &database : readDatabasesGranted(m_session, account))
+        c.lstDB->appendItem(database);
+    for (const QString &table : readTablesGranted(m_session, account))
+        c.lstTable->appendItem(table);
 }
 
 void AccountView::setExistingAccountMode(bool isExisting)
@@ -215,9 +202,9 @@ void AccountView::lstDB_Click()
         return;
     c.lblDbName->setText(database);
     trap([&] {
-        m_session.gRs = m_session.connection().execute(selectDatabaseGrant(account(), database));
-        showColumns(c.ckDBPrivType, databasePrivileges(), m_session.gRs);
-        m_session.gRs.close();
+        const ShownChecks checks = readDatabaseRights(m_session, account(), database);
+        show(c.ckDBPrivType, checks);
+        setTags(c.ckDBPrivType, checks);
     });
     setText(*c.lstAddDB, database);
 }
@@ -229,11 +216,8 @@ void AccountView::cboAddDB_Click()
     if (database.isEmpty() || database == noDatabase())
         return;
     trap([&] {
-        m_session.gRs = m_session.connection().execute(QStringLiteral("show tables from `") + database +
-                                                       QStringLiteral("`;"));
-        for (; m_session.gRs.isOpen() && !m_session.gRs.isEof(); m_session.gRs.moveNext())
-            c.lstAddTable->appendItem(m_session.gRs.text(0));
-        m_session.gRs.close();
+        for (const QString &table : readTableNames(m_session, database))
+            c.lstAddTable->appendItem(table);
     });
 }
 
@@ -244,14 +228,7 @@ void AccountView::lstTable_Click()
         return;
     c.lblTableNameDB->setText(pieces[0]);
     c.lblTableName->setText(pieces[1]);
-    trap([&] {
-        RecordSet &rows = m_session.gRs;
-        rows = m_session.connection().execute(selectTableGrant(account(), pieces[0], pieces[1]));
-        if (rows.isOpen() && !rows.isEof()) {
-            showElements(c.ckTablePrivType, tablePrivileges(), rows.text(QStringLiteral("Table_priv")));
-        }
-        rows.close();
-    });
+    trap([&] { show(c.ckTablePrivType, readTableRights(m_session, account(), pieces[0], pieces[1])); });
     setText(*c.cboAddDB, pieces[0]);
     cboAddDB_Click();
     setText(*c.lstAddTable, pieces[1]);

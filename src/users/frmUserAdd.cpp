@@ -55,7 +55,7 @@ void frmUserAdd::connectControls()
         connect(buttons[1], &QPushButton::clicked, this, [boxes = boxes] { setAll(*boxes, false); });
     }
     for (const AccountCommand &command : accountCommands()) {
-        connect(findChild<QPushButton *>(QLatin1String(command.control)), &QPushButton::clicked, this,
+        connect(findChild<QPushButton *>(QLatin1String(command.id)), &QPushButton::clicked, this,
                 [this, &command] { runAlone([this, &command] { run(command); }); });
     }
     connect(c.cmdCancel, &QPushButton::clicked, this, &QDialog::close);
@@ -86,7 +86,7 @@ bool frmUserAdd::eventFilter(QObject *watched, QEvent *event)
 
 void frmUserAdd::run(const AccountCommand &command)
 {
-    if (!mayWrite(m_session, m_dialogue))
+    if (command.writes && !mayWrite(m_session, m_dialogue))
         return;
     const AccountForm form = m_view.form();
     AccountContext context{m_session, form, m_dialogue};

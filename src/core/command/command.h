@@ -79,3 +79,12 @@ struct Command : CommandRow {
     Outcome (*run)(CommandContext &context);
     bool writes = true; // changes something on the server: see mayWrite()
 };
+
+// The same for the buttons of a dialog with entries of its own. The context holds session, dialogue and, by
+// value, what the dialog held at the click; the result says what it shows afterwards.
+template <class Context, class Result>
+struct FormCommand {
+    const char *id; // the object name of its button
+    Result (*run)(Context &context);
+    bool writes = true;
+};
