@@ -15,7 +15,7 @@ int main(int argc, char *argv[])
     WindowPump pump;
     Session session;
     session.programFolder = QApplication::applicationDirPath();
-    session.connectBy([&pump](const QString &string) { return createConnection(string, pump); });
+    session.connectBy(createConnection, pump);
     frmTarnwell window(session);
     window.show();
     return QApplication::exec();

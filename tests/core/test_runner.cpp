@@ -1,4 +1,5 @@
 #include "core/session/session.h"
+#include "core/basconnection.h"
 #include "support/scriptedconnection.h"
 
 #include <QTest>
@@ -13,6 +14,7 @@ private Q_SLOTS:
     void whoeverLeavesGoesWhenWhatRanHasEnded();
     void afterAStopOnlyUndoingIsSent();
     void aConnectionUnderWayIsStopped();
+    void aSiblingRunsAndStopsForItself();
     void aFailureEndsTheRun();
 
 private:
@@ -138,6 +140,28 @@ void RunnerTest::aConnectionUnderWayIsStopped()
     opening.reset();
     m_session->runner.stop();
     QCOMPARE(cancels, 1);
+}
+
+void RunnerTest::aSiblingRunsAndStopsForItself()
+{
+    Session &first = *m_session;
+    first.gDsn = noDataSource();
+    first.gPass = "secret";
+    first.gDbName = "d";
+    const std::unique_ptr<Session> sibling = siblingOf(first, "e");
+    BlockingPump pump;
+    const std::unique_ptr<Session> quiet = siblingOf(first, "e", pump);
+    run([&] {
+        first.runner.stop();
+        QVERIFY(isRefused("first"));
+        for (Session *other : {sibling.get(), quiet.get()}) {
+            QVERIFY(fConnect(*other));
+            QVERIFY(other->runner.run(this, "x", [&] { other->connection().execute("second"); }));
+        }
+    });
+    QCOMPARE(m_script.sent, (QStringList{"second", "second"}));
+    QCOMPARE(m_script.connectionStrings.last(), connectionStringOf(first).replace("=d", "=e"));
+    QCOMPARE(first.statementLog->entries().size(), std::size_t{1}); // without those of another thread
 }
 
 void RunnerTest::aFailureEndsTheRun()

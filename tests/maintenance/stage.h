@@ -53,7 +53,7 @@ struct AgreeingDialogue : ScriptedDialogue {
 struct ScriptedStage {
     ScriptedStage()
     {
-        session.makeConnection = script.factory();
+        session.connectBy(script.factory());
         session.gDsn = noDataSource();
         session.gDbName = selection.database = "d";
         session.gCn = script.connect();
@@ -112,7 +112,7 @@ struct RealStage {
     RealStage(const TestServer &server, const QString &driver, const QString &database = "d", int port = 0,
               const QString &account = "demo")
     {
-        session.makeConnection = [this](const QString &string) { return createConnection(string, pump); };
+        session.connectBy(createConnection, pump);
         session.gDsn = noDataSource();
         session.gDriver = driver;
         session.gServer = "127.0.0.1";

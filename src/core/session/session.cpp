@@ -2,9 +2,61 @@
 
 #include <utility>
 
+namespace {
+
+std::unique_ptr<Session> sameSettings(const Session &session, const QString &database)
+{
+    auto sibling = std::make_unique<Session>();
+    sibling->programFolder = session.programFolder;
+    sibling->gDsn = session.gDsn;
+    sibling->gDriver = session.gDriver;
+    sibling->gServer = session.gServer;
+    sibling->gUser = session.gUser;
+    sibling->gPass = session.gPass;
+    sibling->gPort = session.gPort;
+    sibling->tls = session.tls;
+    sibling->gDbName = database;
+    sibling->gTextPath = session.gTextPath;
+    sibling->gIniPath = session.gIniPath;
+    sibling->settingsFolder = session.settingsFolder;
+    sibling->role = session.role;
+    sibling->gIsLocalServer = session.gIsLocalServer;
+    sibling->plainFactory = session.plainFactory;
+    return sibling;
+}
+
+} // namespace
+
+void Session::connectBy(PumpedFactory factory, Pump &pump)
+{
+    plainFactory = [factory = std::move(factory), &pump](Pump *other) -> ConnectionFactory {
+        return [factory, chosen = other ? other : &pump](const QString &string) {
+            return factory(string, *chosen);
+        };
+    };
+    makeConnection = runner.stoppable(logged(plainFactory(nullptr), statementLog));
+}
+
 void Session::connectBy(ConnectionFactory factory)
 {
-    makeConnection = runner.stoppable(logged(std::move(factory), statementLog));
+    plainFactory = [factory = std::move(factory)](Pump *) { return factory; };
+    makeConnection = runner.stoppable(logged(plainFactory(nullptr), statementLog));
+}
+
+std::unique_ptr<Session> siblingOf(const Session &session, const QString &database)
+{
+    auto sibling = sameSettings(session, database);
+    sibling->statementLog = session.statementLog;
+    sibling->makeConnection =
+        sibling->runner.stoppable(logged(session.plainFactory(nullptr), session.statementLog));
+    return sibling;
+}
+
+std::unique_ptr<Session> siblingOf(const Session &session, const QString &database, Pump &pump)
+{
+    auto sibling = sameSettings(session, database);
+    sibling->makeConnection = sibling->runner.stoppable(session.plainFactory(&pump));
+    return sibling;
 }
 
 Connection &Session::connection() const

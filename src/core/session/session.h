@@ -4,6 +4,9 @@
 #include "core/command/serverrole.h"
 #include "core/session/tlsoptions.h"
 #include "core/sql/statementlog.h"
+#include "core/pump.h"
+#include "core/statementlog.h"
+#include "core/tlsoptions.h"
 
 #include <QString>
 
@@ -47,8 +50,16 @@ struct Session {
     // Element 0 of each stays empty, so that the number of columns is the upper bound.
     std::vector<FieldRec> gOldFields{1}, gNewFields{1};
 
-    // From now on connections are made by the factory, stopped by the runner and noted in the log.
+    // Makes a connection that spends its waits in the pump.
+    using PumpedFactory = std::function<std::unique_ptr<Connection>(const QString &, Pump &)>;
+
+    // From now on connections are made by the factory, stopped by the runner and noted in the log. The pump
+    // outlives them.
+    void connectBy(PumpedFactory factory, Pump &pump);
+    // The same; the factory's connections wait as they please.
     void connectBy(ConnectionFactory factory);
+    // As connectBy() made them, but neither stopped nor logged by this session: for its siblings.
+    std::function<ConnectionFactory(Pump *)> plainFactory;
 
     // The open connection; throws Failure when there is none, and once a stop is wanted: ask for it at each
     // statement, so that none is sent after the stop but those that undo (see Undoing).
@@ -56,6 +67,13 @@ struct Session {
     // Asked between two steps; throws the Failure of an interruption once a stop is wanted.
     void requireGoingOn() const { runner.requireGoingOn(); }
 };
+
+// A session for a further connection with the same settings: not connected yet, with a runner of its own. Its
+// statements go into the same log. The first session's lists, record sets and options stay where they are.
+std::unique_ptr<Session> siblingOf(const Session &session, const QString &database);
+// The same for another thread, which alone uses it from now on and spends its waits in the pump. Nothing of
+// it is logged: the log belongs to the windows.
+std::unique_ptr<Session> siblingOf(const Session &session, const QString &database, Pump &pump);
 
 // While it lives, statements are let through although a stop is wanted: what was begun is put back, or
 // finished where that is the way back.

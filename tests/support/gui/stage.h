@@ -24,7 +24,7 @@ struct Stage {
         if (server == Server::Scripted)
             session.connectBy(script.factory());
         else
-            session.connectBy([this](const QString &string) { return createConnection(string, pump); });
+            session.connectBy(createConnection, pump);
     }
 
     QTemporaryDir folder;
