@@ -1,5 +1,6 @@
 #include "core/sql/lexer.h"
 #include "core/sql/passwords.h"
+#include "core/sql/splitter.h"
 #include "support/rows.h"
 
 namespace {
@@ -15,6 +16,27 @@ QString takenApart(const QString &text, SqlMode mode)
     return result;
 }
 
+// The pieces with the lines that they begin on; "!" marks one that is never closed, "<" a script to run.
+QStringList pieces(const std::string &script, std::size_t bytesAtOnce, SqlMode mode)
+{
+    QStringList all;
+    StatementSplitter splitter(mode);
+    for (std::size_t at = 0; at <= script.size(); at += bytesAtOnce) {
+        splitter.feed(std::string_view(script).substr(at, bytesAtOnce));
+        if (at + bytesAtOnce > script.size())
+            splitter.finish();
+        while (const std::optional<ScriptPiece> piece = splitter.next()) {
+            all << QString::number(piece->line) + (piece->isClosed ? u' ' : u'!') +
+                       (piece->kind == ScriptPiece::Kind::Source ? u'<' : u'"') +
+                       QString::fromUtf8(piece->text.data(), static_cast<qsizetype>(piece->text.size()));
+            const auto end = static_cast<std::size_t>(piece->end);
+            if (static_cast<std::size_t>(piece->start) > end || end > script.size())
+                all << "misplaced";
+        }
+    }
+    return all;
+}
+
 } // namespace
 
 class LexerTest : public QObject {
@@ -23,6 +45,8 @@ class LexerTest : public QObject {
 private Q_SLOTS:
     void textsAreTakenApart_data();
     void textsAreTakenApart();
+    void scriptsAreSplit_data();
+    void scriptsAreSplit();
     void secretsAreMasked_data();
     void secretsAreMasked();
 };
@@ -56,6 +80,40 @@ void LexerTest::textsAreTakenApart()
     QFETCH(QString, text);
     QTEST(takenApart(text, {}), "tokens");
     QTEST(takenApart(text, {.hasAnsiQuotes = true, .hasPlainBackslashes = true}), "otherTokens");
+}
+
+void LexerTest::scriptsAreSplit_data()
+{
+    QTest::addColumn<QStringList>("pieces");
+    QTest::addColumn<bool>("isOther"); // ANSI_QUOTES and NO_BACKSLASH_ESCAPES
+    const auto as = [](const char *script, const QStringList &pieces, bool isOther = false) {
+        row(script, pieces, isOther);
+    };
+    as("", {});
+    as(" ; ;\n-- a;\n/* ; */ # x;\n;", {});
+    as("select 1;\n  select ';' , \"a;\" -- ;\n;\nlast",
+       {"1 \"select 1", "2 \"select ';' , \"a;\" -- ;\n", "4 \"last"});
+    as("a 'it\\';' ; `b;``;` ; x/*;*/;", {"1 \"a 'it\\';' ", "1 \"`b;``;` ", "1 \"x/*;*/"});
+    as("a '\\'; \"b;\";", {"1 \"a '\\'", "1 \"\"b;\""}, true);
+    as("a 'b; c", {"1!\"a 'b; c"});
+    as("/*!50003 create */ /*!50003 trigger t begin a; b; end */;;x",
+       {"1 \"/*!50003 create */ /*!50003 trigger t begin a; b; end */", "1 \"x"});
+    as("Delimiter $$ rest\nbegin a; end$$\ndelimiter ;\nx;y", {"2 \"begin a; end", "4 \"x", "4 \"y"});
+    as("delimiter //\na / b//c//\nDELIMITER ';'\nd;", {"2 \"a / b", "2 \"c", "4 \"d"});
+    as("delimiter go\nselect 'go' go\nx", {"2 \"select 'go' ", "3 \"x"});
+    as("delimiter\nx;", {"1 \"delimiter\nx"});
+    as("use a\nuse `b;`;use\nc;\\. d.sql \nSOURCE e f.sql;\nsource;",
+       {"1 \"use a", "2 \"use `b;`", "2 \"use\nc", "3 <d.sql", "4 <e f.sql", "5 \"source"});
+}
+
+// Whatever the size of the pieces that the script comes in.
+void LexerTest::scriptsAreSplit()
+{
+    QFETCH(bool, isOther);
+    const std::string script = QTest::currentDataTag();
+    const SqlMode mode{.hasAnsiQuotes = isOther, .hasPlainBackslashes = isOther};
+    for (std::size_t size = 1; size < 60; size += 3)
+        QTEST(pieces(script, size, mode), "pieces");
 }
 
 void LexerTest::secretsAreMasked_data()

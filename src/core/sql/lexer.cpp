@@ -1,133 +1,162 @@
 #include "core/sql/lexer.h"
 
 #include <algorithm>
+#include <type_traits>
 
 namespace {
 
-bool isBlank(QChar c)
+// Of a unit that may be signed, the number that it stands for.
+template <class Char>
+constexpr unsigned number(Char c)
 {
-    return c == u' ' || (c >= u'\t' && c <= u'\r');
+    return static_cast<std::make_unsigned_t<Char>>(c);
 }
 
-bool isDigit(QChar c)
+template <class Char>
+bool isBlank(Char c)
 {
-    return c >= u'0' && c <= u'9';
+    return c == ' ' || (c >= '\t' && c <= '\r');
 }
 
-bool isHexDigit(QChar c)
+template <class Char>
+bool isDigit(Char c)
 {
-    return isDigit(c) || (c >= u'a' && c <= u'f') || (c >= u'A' && c <= u'F');
+    return c >= '0' && c <= '9';
+}
+
+template <class Char>
+bool isHexDigit(Char c)
+{
+    return isDigit(c) || (c >= 'a' && c <= 'f') || (c >= 'A' && c <= 'F');
+}
+
+template <class Char>
+bool isBit(Char c)
+{
+    return c == '0' || c == '1';
 }
 
 // Of a bare name.
-bool isWordPart(QChar c)
+template <class Char>
+bool isWordPart(Char c)
 {
-    return isDigit(c) || (c >= u'a' && c <= u'z') || (c >= u'A' && c <= u'Z') || c == u'_' || c == u'$' ||
-           c >= QChar(0x80);
+    return isDigit(c) || (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || c == '_' || c == '$' ||
+           number(c) >= 0x80;
 }
 
-template <class Holds>
-qsizetype endOfRun(QStringView text, qsizetype from, const Holds &holds)
+template <class Char, class Holds>
+qsizetype endOfRun(std::basic_string_view<Char> text, qsizetype from, const Holds &holds)
 {
     return std::find_if_not(text.begin() + from, text.end(), holds) - text.begin();
 }
 
 } // namespace
 
-SqlLexer::SqlLexer(QStringView text, SqlMode mode)
-    : m_text(text)
-    , m_mode(mode)
+template <class Char>
+Token BasicSqlLexer<Char>::next()
 {
-}
-
-Token SqlLexer::next()
-{
-    const QChar first = m_text[m_at];
+    const Char first = at(m_at);
     if (isBlank(first))
-        return take(TokenKind::Blank, endOfRun(m_text, m_at, isBlank));
-    if (first == u'\'')
+        return take(TokenKind::Blank, endOfRun(m_text, m_at, isBlank<Char>));
+    if (first == '\'')
         return takeQuoted(TokenKind::Text, m_at, !m_mode.hasPlainBackslashes);
-    if (first == u'"')
+    if (first == '"')
         return m_mode.hasAnsiQuotes ? takeQuoted(TokenKind::Name, m_at, false)
                                     : takeQuoted(TokenKind::Text, m_at, !m_mode.hasPlainBackslashes);
-    if (first == u'`')
+    if (first == '`')
         return takeQuoted(TokenKind::Name, m_at, false);
-    if (first == u'#' || startsLineComment()) {
-        const qsizetype end = m_text.indexOf(u'\n', m_at);
-        return take(TokenKind::Comment, end < 0 ? m_text.size() : end);
+    if (first == '#' || (first == '-' && startsLineComment())) {
+        const auto end = m_text.find(Char('\n'), static_cast<std::size_t>(m_at));
+        return take(TokenKind::Comment, end == Text::npos ? size() : static_cast<qsizetype>(end));
     }
-    if (const qsizetype end = endOfVersionStart(); end > 0 && !m_isInVersion) {
-        m_isInVersion = true;
-        return take(TokenKind::VersionStart, end);
+    if (first == '/') {
+        if (const qsizetype end = endOfVersionStart(); end > 0 && !m_isInVersion) {
+            m_isInVersion = true;
+            return take(TokenKind::VersionStart, end);
+        }
+        if (startsWith("/*"))
+            return takeUntil(TokenKind::Comment, "*/", m_at + 2);
     }
-    if (startsWith(u"/*"))
-        return takeUntil(TokenKind::Comment, u"*/", m_at + 2);
-    if (m_isInVersion && startsWith(u"*/")) {
+    if (m_isInVersion && startsWith("*/")) {
         m_isInVersion = false;
         return take(TokenKind::VersionEnd, m_at + 2);
     }
-    const bool startsFraction = first == u'.' && isDigit(at(m_at + 1)) && !m_isBehindName;
+    const bool startsFraction = first == '.' && isDigit(at(m_at + 1)) && !m_isBehindName;
     if (startsFraction || (isDigit(first) && !m_isBehindDot))
         return takeNumber();
-    if (isWordPart(first))
-        return takeWord();
-    for (const QStringView sign :
-         {u"<=>", u"->>", u"->", u":=", u"<=", u">=", u"<>", u"!=", u"||", u"&&", u"<<", u">>"})
-        if (startsWith(sign))
-            return take(TokenKind::Sign, m_at + sign.size());
-    return take(TokenKind::Sign, m_at + 1);
+    return isWordPart(first) ? takeWord() : takeSign();
 }
 
-Token SqlLexer::take(TokenKind kind, qsizetype end, bool isClosed)
+template <class Char>
+void BasicSqlLexer<Char>::goOn(Text text, qsizetype at)
+{
+    m_text = text;
+    m_at = at;
+}
+
+template <class Char>
+void BasicSqlLexer<Char>::restart(qsizetype at)
+{
+    m_at = at;
+    m_isInVersion = m_isBehindDot = m_isBehindName = false;
+}
+
+template <class Char>
+Token BasicSqlLexer<Char>::take(TokenKind kind, qsizetype end, bool isClosed)
 {
     const Token token{kind, m_at, end - m_at, isClosed};
-    m_isBehindDot = m_isBehindName && kind == TokenKind::Sign && m_text[m_at] == u'.';
+    m_isBehindDot = m_isBehindName && kind == TokenKind::Sign && at(m_at) == '.';
     m_isBehindName = kind == TokenKind::Word || kind == TokenKind::Name;
     m_at = end;
     return token;
 }
 
-Token SqlLexer::takeUntil(TokenKind kind, QStringView end, qsizetype from)
+template <class Char>
+Token BasicSqlLexer<Char>::takeUntil(TokenKind kind, std::string_view end, qsizetype from)
 {
-    const qsizetype found = m_text.indexOf(end, from);
-    return found < 0 ? take(kind, m_text.size(), false) : take(kind, found + end.size());
+    const auto begin = m_text.begin() + std::min(from, size());
+    const auto found = std::search(begin, m_text.end(), end.begin(), end.end());
+    return found == m_text.end() ? take(kind, size(), false)
+                                 : take(kind, found - m_text.begin() + static_cast<qsizetype>(end.size()));
 }
 
 // A doubled quote stands for itself.
-Token SqlLexer::takeQuoted(TokenKind kind, qsizetype quote, bool hasEscapes)
+template <class Char>
+Token BasicSqlLexer<Char>::takeQuoted(TokenKind kind, qsizetype quote, bool hasEscapes)
 {
-    const QChar mark = m_text[quote];
-    for (qsizetype place = quote + 1; place < m_text.size(); ++place) {
-        if (hasEscapes && m_text[place] == u'\\') {
+    const Char mark = at(quote);
+    for (qsizetype place = quote + 1; place < size(); ++place) {
+        const Char c = at(place);
+        if (hasEscapes && c == '\\') {
             ++place;
-        } else if (m_text[place] == mark) {
+        } else if (c == mark) {
             if (at(place + 1) != mark)
                 return take(kind, place + 1);
             ++place;
         }
     }
-    return take(kind, m_text.size(), false);
+    return take(kind, size(), false);
 }
 
-Token SqlLexer::takeNumber()
+template <class Char>
+Token BasicSqlLexer<Char>::takeNumber()
 {
     const auto follows = [this](qsizetype from, auto holds) { return endOfRun(m_text, from, holds); };
-    if (m_text[m_at] == u'0' && (at(m_at + 1) == u'x' || at(m_at + 1) == u'b')) {
-        const bool isHex = at(m_at + 1) == u'x';
-        const qsizetype end = isHex ? follows(m_at + 2, isHexDigit)
-                                    : follows(m_at + 2, [](QChar c) { return c == u'0' || c == u'1'; });
+    if (at(m_at) == '0' && (at(m_at + 1) == 'x' || at(m_at + 1) == 'b')) {
+        const qsizetype end =
+            at(m_at + 1) == 'x' ? follows(m_at + 2, isHexDigit<Char>) : follows(m_at + 2, isBit<Char>);
         if (end > m_at + 2 && !isWordPart(at(end)))
             return take(TokenKind::Number, end);
     }
-    qsizetype end = follows(m_at, isDigit);
-    const bool hasPoint = at(end) == u'.';
+    qsizetype end = follows(m_at, isDigit<Char>);
+    const bool hasPoint = at(end) == '.';
     if (hasPoint)
-        end = follows(end + 1, isDigit);
-    if (at(end) == u'e' || at(end) == u'E') {
-        const bool hasSign = at(end + 1) == u'+' || at(end + 1) == u'-';
+        end = follows(end + 1, isDigit<Char>);
+    if (at(end) == 'e' || at(end) == 'E') {
+        const bool hasSign = at(end + 1) == '+' || at(end + 1) == '-';
         const qsizetype digits = end + (hasSign ? 2 : 1);
         if (isDigit(at(digits)))
-            return take(TokenKind::Number, follows(digits, isDigit));
+            return take(TokenKind::Number, follows(digits, isDigit<Char>));
     }
     // A bare name may begin with digits.
     if (!hasPoint && isWordPart(at(end)))
@@ -135,35 +164,84 @@ Token SqlLexer::takeNumber()
     return take(TokenKind::Number, end);
 }
 
-Token SqlLexer::takeWord()
+template <class Char>
+Token BasicSqlLexer<Char>::takeWord()
 {
-    if (at(m_at + 1) == u'\'' && !m_isBehindDot) {
-        const QChar prefix = m_text[m_at].toLower();
-        if (prefix == u'x' || prefix == u'b')
+    if (at(m_at + 1) == '\'' && !m_isBehindDot) {
+        const unsigned prefix = number(at(m_at)) | 0x20; // in small letters
+        if (prefix == 'x' || prefix == 'b')
             return takeQuoted(TokenKind::Number, m_at + 1, false);
-        if (prefix == u'n')
+        if (prefix == 'n')
             return takeQuoted(TokenKind::Text, m_at + 1, !m_mode.hasPlainBackslashes);
     }
-    return take(TokenKind::Word, endOfRun(m_text, m_at, isWordPart));
+    return take(TokenKind::Word, endOfRun(m_text, m_at, isWordPart<Char>));
+}
+
+template <class Char>
+Token BasicSqlLexer<Char>::takeSign()
+{
+    switch (at(m_at)) {
+    case '<':
+    case '-':
+    case ':':
+    case '>':
+    case '!':
+    case '|':
+    case '&':
+        for (const std::string_view sign :
+             {"<=>", "->>", "->", ":=", "<=", ">=", "<>", "!=", "||", "&&", "<<", ">>"})
+            if (startsWith(sign))
+                return take(TokenKind::Sign, m_at + static_cast<qsizetype>(sign.size()));
+        [[fallthrough]];
+    default:
+        return take(TokenKind::Sign, m_at + 1);
+    }
+}
+
+template <class Char>
+bool BasicSqlLexer<Char>::startsWith(std::string_view text) const
+{
+    const Text rest = m_text.substr(static_cast<std::size_t>(m_at));
+    return rest.size() >= text.size() && std::equal(text.begin(), text.end(), rest.begin());
 }
 
 // Two dashes alone are two minus signs: a blank, another control character or the end must follow.
-bool SqlLexer::startsLineComment() const
+template <class Char>
+bool BasicSqlLexer<Char>::startsLineComment() const
 {
-    return startsWith(u"--") &&
-           (m_at + 2 >= m_text.size() || at(m_at + 2) <= u' ' || at(m_at + 2) == QChar(0x7f));
+    return startsWith("--") &&
+           (m_at + 2 >= size() || number(at(m_at + 2)) <= ' ' || at(m_at + 2) == Char(0x7f));
 }
 
-qsizetype SqlLexer::endOfVersionStart() const
+template <class Char>
+qsizetype BasicSqlLexer<Char>::endOfVersionStart() const
 {
-    const qsizetype mark = startsWith(u"/*!") ? m_at + 3 : startsWith(u"/*M!") ? m_at + 4 : 0;
-    return mark == 0 ? 0 : endOfRun(m_text, mark, isDigit);
+    const qsizetype mark = startsWith("/*!") ? m_at + 3 : startsWith("/*M!") ? m_at + 4 : 0;
+    return mark == 0 ? 0 : endOfRun(m_text, mark, isDigit<Char>);
 }
+
+template class BasicSqlLexer<char16_t>;
+template class BasicSqlLexer<char>;
+
+namespace {
+
+template <class Lexer>
+std::vector<Token> allTokens(Lexer lexer)
+{
+    std::vector<Token> tokens;
+    while (!lexer.isAtEnd())
+        tokens.push_back(lexer.next());
+    return tokens;
+}
+
+} // namespace
 
 std::vector<Token> sqlTokens(QStringView text, SqlMode mode)
 {
-    std::vector<Token> tokens;
-    for (SqlLexer lexer(text, mode); !lexer.isAtEnd();)
-        tokens.push_back(lexer.next());
-    return tokens;
+    return allTokens(SqlLexer(text, mode));
+}
+
+std::vector<Token> sqlTokens(std::string_view utf8, SqlMode mode)
+{
+    return allTokens(BasicSqlLexer<char>(utf8, mode));
 }

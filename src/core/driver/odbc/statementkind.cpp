@@ -1,5 +1,7 @@
 #include "core/driver/odbc/statementkind.h"
 
+#include "core/sql/lexer.h"
+
 #include <QRegularExpression>
 #include <QStringList>
 
@@ -14,12 +16,19 @@ constexpr qsizetype farEnough = 4000;
 // executes are none.
 QString withoutHead(const QString &statement)
 {
-    // As nearly every statement does; a match costs more than all the rest.
+    // As nearly every statement does.
     if (!statement.isEmpty() && statement[0].isLetter())
         return statement.left(farEnough);
-    static const QRegularExpression head(QStringLiteral(
-        R"(\A(?:[\s(;]++|--[^\n]*+(?:\n|\z)|#[^\n]*+(?:\n|\z)|/\*(?!M?!)(?:[^*]++|\*(?!/))*+\*/)++)"));
-    return statement.mid(head.match(statement).capturedLength(), farEnough);
+    for (SqlLexer lexer(statement); !lexer.isAtEnd();) {
+        const Token token = lexer.next();
+        const QChar first = statement[token.start];
+        const bool isPassedOver = token.kind == TokenKind::Blank ||
+                                  (token.kind == TokenKind::Comment && token.isClosed) || first == u'(' ||
+                                  first == u';';
+        if (!isPassedOver)
+            return statement.mid(token.start, farEnough);
+    }
+    return {};
 }
 
 QStringList firstWords(const QString &statement)
