@@ -48,6 +48,20 @@ public:
         runner.takeNote(rows.note());
         return rows;
     }
+    RecordSet executeText(const QByteArray &statement) override
+    {
+        m_runner.requireGoingOn();
+        Runner &runner = m_runner;
+        RecordSet rows = m_connection->executeText(statement);
+        runner.takeNote(rows.note());
+        return rows;
+    }
+    bool nextResult(RecordSet &result) override
+    {
+        m_runner.requireGoingOn();
+        return m_connection->nextResult(result);
+    }
+    Effect effect() const override { return m_connection->effect(); }
     bool isBusy() const override { return m_connection->isBusy(); }
     void cancel() override { m_connection->cancel(); }
 

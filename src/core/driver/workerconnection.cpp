@@ -115,6 +115,7 @@ void WorkerConnection::Rows::Stream::receive()
         ready = std::move(answer.block);
         isStopped = answer.isStopped;
         hasMore = answer.hasMore || isStopped;
+        line->effect = answer.effect;
     } catch (const Failure &) {
         end();
         throw;
@@ -123,13 +124,15 @@ void WorkerConnection::Rows::Stream::receive()
 
 void WorkerConnection::Rows::Stream::fetchAhead(RowBlock &&spare)
 {
-    const Work work = [number = number](Driver &, Results &results, Answer &answer) {
+    const Work work = [number = number](Driver &driver, Results &results, Answer &answer) {
         auto result = results.extract(number);
         if (result.empty()) // ended meanwhile
             return;
         answer.hasMore = result.mapped()->fetch(answer.block);
         if (answer.hasMore)
             results.insert(std::move(result));
+        else
+            answer.effect = driver.effect();
     };
     next = line->worker->post(work, std::move(spare));
     line->ahead = next;
@@ -197,26 +200,59 @@ void WorkerConnection::close()
 
 RecordSet WorkerConnection::execute(const QString &statement)
 {
+    return *receive([statement](Driver &driver, std::unique_ptr<DriverResult> &result) {
+        result = driver.execute(statement);
+        return true;
+    });
+}
+
+RecordSet WorkerConnection::executeText(const QByteArray &statement)
+{
+    return *receive([statement](Driver &driver, std::unique_ptr<DriverResult> &result) {
+        result = driver.executeText(statement);
+        return true;
+    });
+}
+
+bool WorkerConnection::nextResult(RecordSet &result)
+{
+    result.close();
+    std::optional<RecordSet> next =
+        receive([](Driver &driver, std::unique_ptr<DriverResult> &rows) { return driver.nextResult(rows); });
+    if (next)
+        result = std::move(*next);
+    return next.has_value();
+}
+
+std::optional<RecordSet> WorkerConnection::receive(Ask ask)
+{
     if (!isOpen())
         throw closedError();
     const std::shared_ptr<Line> line = m_line;
     line->requireIdle();
     const int number = ++line->lastResult;
     // The first rows come along, so that a small statement costs one trip to the worker.
-    const Work work = [statement, number](Driver &driver, Results &results, Answer &answer) {
-        std::unique_ptr<DriverResult> result = driver.execute(statement);
+    const Work work = [ask = std::move(ask), number](Driver &driver, Results &results, Answer &answer) {
+        std::unique_ptr<DriverResult> result;
+        answer.hasResult = ask(driver, result);
         if (!result) {
             answer.note = driver.note();
+            answer.effect = driver.effect();
             return;
         }
         answer.fields = result->fields();
         answer.hasMore = result->fetch(answer.block);
         if (answer.hasMore)
             results[number] = std::move(result);
+        else
+            answer.effect = driver.effect();
     };
     const auto job = line->worker->post(work);
     try {
         Answer answer = line->wait(job);
+        line->effect = answer.effect;
+        if (!answer.hasResult)
+            return {};
         // A statement without rows that came through in spite of its stop is done: its caller must not take
         // a DROP for one that did nothing.
         if (answer.fields.empty())

@@ -19,6 +19,9 @@ public:
     ServerInfo server() const override { return m_server; }
     Encryption encryption() const override { return m_encryption; }
     RecordSet execute(const QString &statement) override;
+    RecordSet executeText(const QByteArray &statement) override;
+    bool nextResult(RecordSet &result) override;
+    Effect effect() const override { return m_line ? m_line->effect : Effect(); }
     bool isBusy() const override { return m_line && m_line->waiting; }
     void cancel() override;
 
@@ -44,8 +47,12 @@ private:
         bool isOpen = false;
         bool isLeft = false; // by the connection
         int lastResult = 0;
+        Effect effect;
     };
     class Rows;
+    // False: there is no result.
+    using Ask = std::function<bool(Driver &, std::unique_ptr<DriverResult> &)>;
+    std::optional<RecordSet> receive(Ask ask);
 
     const QString m_givenString;
     QString m_connectionString;

@@ -51,6 +51,15 @@ public:
     virtual Opened connect() = 0;
     // The first result of the statement; null when it gave no rows. Earlier results stay readable.
     virtual std::unique_ptr<DriverResult> execute(const QString &statement) = 0;
+    // The same for bytes as they are; further results wait for nextResult(), or go with the next statement.
+    virtual std::unique_ptr<DriverResult> executeText(const QByteArray &statement)
+    {
+        return execute(QString::fromUtf8(statement));
+    }
+    // False: there is no further one. The rows of the last one are not wanted any more.
+    virtual bool nextResult(std::unique_ptr<DriverResult> &) { return false; }
+    // Of the last result, once all of its rows have been fetched.
+    virtual Effect effect() const { return {}; }
     // After execute() gave no rows: what that statement cost the session besides, for the user; mostly
     // nothing.
     virtual QString note() const { return {}; }

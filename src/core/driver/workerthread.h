@@ -22,6 +22,8 @@ struct Answer {
     std::vector<Field> fields; // none when the statement gave no rows
     QString note;              // to the user, of such a statement
     RowBlock block;
+    Effect effect;          // of a result that has come to its end
+    bool hasResult = true;  // false: the statement has no further one
     bool hasMore = false;   // the worker holds a result with further rows
     bool isStopped = false; // a stop came while the job was under way, which succeeded all the same
 };

@@ -7,6 +7,7 @@
 
 #include <functional>
 #include <memory>
+#include <optional>
 
 // What the server says of itself at connect.
 struct ServerInfo {
@@ -20,6 +21,13 @@ struct Encryption {
     bool isEncrypted = false;
     bool isVerified = false; // the certificate is the server's, as far as the connection's options ask for it
     QString cipher, version; // "TLS_AES_256_GCM_SHA384", "TLSv1.3"
+};
+
+// What a statement did besides giving rows, as far as it is known.
+struct Effect {
+    qint64 rowsTouched = -1; // by a result without rows; -1: not known
+    int warnings = -1;       // -1: not known
+    std::optional<bool> isInTransaction;
 };
 
 // One connection to one server, whatever lies beneath. All calls come from the thread that made it;
@@ -43,6 +51,18 @@ public:
     // statement gave no rows. Throws Failure, also when cancel() stopped it (isInterrupted()).
     // Record sets of earlier statements stay readable.
     virtual RecordSet execute(const QString &statement) = 0;
+
+    // The same for UTF-8, or whatever bytes a script holds, and for every result of the statement: further
+    // ones wait for nextResult(), or go with the next statement.
+    virtual RecordSet executeText(const QByteArray &statement)
+    {
+        return execute(QString::fromUtf8(statement));
+    }
+    // Goes on to the next result of what executeText() sent; rows of the last one that were not read are
+    // thrown away. False when there is none. Throws what that result failed with.
+    virtual bool nextResult(RecordSet &) { return false; }
+    // Of the last result, once its rows have been read.
+    virtual Effect effect() const { return {}; }
 
     // A call of open(), execute() or of a record set is waiting for the server.
     virtual bool isBusy() const = 0;

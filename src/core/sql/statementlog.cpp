@@ -19,16 +19,29 @@ public:
     QString connectionString() const override { return m_connection->connectionString(); }
     ServerInfo server() const override { return m_connection->server(); }
     Encryption encryption() const override { return m_connection->encryption(); }
-    RecordSet execute(const QString &statement) override;
+    RecordSet execute(const QString &statement) override
+    {
+        return noted(statement, [&](Connection &connection) { return connection.execute(statement); });
+    }
+    RecordSet executeText(const QByteArray &statement) override
+    {
+        return noted(QString::fromUtf8(statement),
+                     [&](Connection &connection) { return connection.executeText(statement); });
+    }
+    bool nextResult(RecordSet &result) override { return m_connection->nextResult(result); }
+    Effect effect() const override { return m_connection->effect(); }
     bool isBusy() const override { return m_connection->isBusy(); }
     void cancel() override { m_connection->cancel(); }
 
 private:
+    RecordSet noted(const QString &statement, const std::function<RecordSet(Connection &)> &send);
+
     std::unique_ptr<Connection> m_connection;
     std::shared_ptr<StatementLog> m_log;
 };
 
-RecordSet LoggedConnection::execute(const QString &statement)
+RecordSet LoggedConnection::noted(const QString &statement,
+                                  const std::function<RecordSet(Connection &)> &send)
 {
     LoggedStatement entry;
     entry.time = QDateTime::currentDateTime();
@@ -38,7 +51,7 @@ RecordSet LoggedConnection::execute(const QString &statement)
     // Kept here: an event that runs while this waits may destroy the connection.
     const std::shared_ptr<StatementLog> log = m_log;
     try {
-        RecordSet rows = m_connection->execute(statement);
+        RecordSet rows = send(*m_connection);
         entry.microseconds = clock.nsecsElapsed() / 1000;
         entry.rows = rows.isOpen() ? 0 : -1;
         const std::uint64_t number = log->add(std::move(entry));

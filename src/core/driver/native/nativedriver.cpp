@@ -42,28 +42,71 @@ Driver::Opened NativeDriver::connect()
 
 std::unique_ptr<DriverResult> NativeDriver::execute(const QString &statement)
 {
+    m_sort = sortOf(statement);
+    return send(statement.toUtf8(), false);
+}
+
+std::unique_ptr<DriverResult> NativeDriver::executeText(const QByteArray &statement)
+{
+    constexpr qsizetype farEnough = 4000; // for the word that says what sort it is
+    m_sort = sortOf(QString::fromUtf8(statement.left(farEnough)));
+    return send(statement, true);
+}
+
+std::unique_ptr<DriverResult> NativeDriver::send(const QByteArray &text, bool keepsFurther)
+{
     if (m_streaming)
         m_streaming->takeRest();
-    const QByteArray text = statement.toUtf8();
-    m_sort = sortOf(statement);
+    dropUnread();
+    m_keepsFurther = keepsFurther;
     sendNative(m_handle.get(), {text.constData(), static_cast<std::size_t>(text.size())});
+    return currentResult(NativeResult::mayBeKilled(text));
+}
+
+std::unique_ptr<DriverResult> NativeDriver::currentResult(bool mayBeKilled)
+{
     NativeRows rows(mysql_use_result(m_handle.get()));
     if (rows) {
         requireFewColumns(mysql_num_fields(rows.get()));
-        auto result = std::make_unique<NativeResult>(*this, std::move(rows), NativeResult::mayBeKilled(text));
+        auto result = std::make_unique<NativeResult>(*this, std::move(rows), mayBeKilled);
         m_streaming = result.get();
         return result;
     }
     if (mysql_field_count(m_handle.get()) != 0)
         throw nativeError(m_handle.get());
-    dropFurtherResults(m_handle.get());
+    if (!m_keepsFurther)
+        dropFurtherResults(m_handle.get());
     return nullptr;
+}
+
+bool NativeDriver::nextResult(std::unique_ptr<DriverResult> &result)
+{
+    if (m_streaming)
+        m_streaming->dropRest();
+    if (!m_keepsFurther || !mysql_more_results(m_handle.get()))
+        return false;
+    if (mysql_next_result(m_handle.get()) > 0)
+        throw nativeError(m_handle.get());
+    result = currentResult(false);
+    return true;
+}
+
+// Results that nobody has asked for; the error of one belongs to a statement that is over.
+void NativeDriver::dropUnread()
+{
+    try {
+        if (std::exchange(m_keepsFurther, false) && m_handle)
+            dropFurtherResults(m_handle.get());
+    } catch (const SqlError &) {
+        // A lost connection shows at the next statement.
+    }
 }
 
 void NativeDriver::settle()
 {
     if (m_streaming)
         m_streaming->dropRest();
+    dropUnread();
     // A KILL that came after its statement may strike the next command: this one, then.
     if (m_handle)
         mysql_ping(m_handle.get());

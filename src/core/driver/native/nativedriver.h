@@ -18,6 +18,9 @@ public:
 
     Opened connect() override;
     std::unique_ptr<DriverResult> execute(const QString &statement) override;
+    std::unique_ptr<DriverResult> executeText(const QByteArray &statement) override;
+    bool nextResult(std::unique_ptr<DriverResult> &result) override;
+    Effect effect() const override { return effectOf(m_handle.get()); }
     void settle() override;
     void giveUpRows() override;
     void disconnect() override;
@@ -27,6 +30,9 @@ public:
 private:
     friend class NativeResult;
     void setSession(std::optional<NativeSession> session);
+    std::unique_ptr<DriverResult> send(const QByteArray &text, bool keepsFurther);
+    std::unique_ptr<DriverResult> currentResult(bool mayBeKilled);
+    void dropUnread();
 
     const NativeOptions m_options;
     NativeHandle m_handle;
@@ -35,4 +41,5 @@ private:
     std::optional<NativeSession> m_session; // while connected
     std::atomic<StatementSort> m_sort = StatementSort::Single;
     NativeResult *m_streaming = nullptr;
+    bool m_keepsFurther = false; // results behind the one that is read
 };

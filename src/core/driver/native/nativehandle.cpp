@@ -95,6 +95,21 @@ void dropFurtherResults(MYSQL *handle)
     }
 }
 
+Effect effectOf(MYSQL *handle)
+{
+    constexpr unsigned inTransaction = 1; // SERVER_STATUS_IN_TRANS of the protocol
+    Effect effect;
+    if (!handle)
+        return effect;
+    if (mysql_field_count(handle) == 0)
+        effect.rowsTouched = static_cast<qint64>(mysql_affected_rows(handle));
+    effect.warnings = static_cast<int>(mysql_warning_count(handle));
+    unsigned status = 0;
+    if (mariadb_get_infov(handle, MARIADB_CONNECTION_SERVER_STATUS, &status) == 0)
+        effect.isInTransaction = (status & inTransaction) != 0;
+    return effect;
+}
+
 QByteArray firstCell(MYSQL *handle, const QString &statement)
 {
     sendNative(handle, statement.toStdString());

@@ -34,6 +34,8 @@ NativeConnection connectNative(const NativeOptions &options, const NativeTimeout
 void sendNative(MYSQL *handle, std::string_view statement);
 // Reads and drops what follows the first result of a statement; throws Failure.
 void dropFurtherResults(MYSQL *handle);
+// Of the statement or result that the handle has come to the end of.
+Effect effectOf(MYSQL *handle);
 // The first cell of a statement's rows; empty when there are none. Throws Failure.
 QByteArray firstCell(MYSQL *handle, const QString &statement);
 

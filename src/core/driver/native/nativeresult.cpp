@@ -71,7 +71,8 @@ void NativeResult::endStream()
     m_driver.m_streaming = nullptr;
     if (hasFailed)
         throw Failure(error);
-    dropFurtherResults(handle);
+    if (!m_driver.m_keepsFurther)
+        dropFurtherResults(handle);
 }
 
 void NativeResult::dropRest()

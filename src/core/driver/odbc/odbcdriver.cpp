@@ -1,5 +1,6 @@
 #include "core/driver/odbc/odbcdriver.h"
 
+#include "core/driver/native/nativehandle.h"
 #include "core/driver/odbc/odbcconnect.h"
 #include "core/driver/odbc/odbchandle.h"
 #include "core/driver/odbc/odbcresult.h"
@@ -153,6 +154,7 @@ std::unique_ptr<DriverResult> OdbcDriver::execute(const QString &statement)
 {
     m_note.clear();
     m_sort = sortOf(statement);
+    dropUnread();
     const AnswerWatch watch(mostResultBytes());
     try {
         const bool isDangerous = StatementKind::mayLeaveRowsUnread(statement);
@@ -163,6 +165,55 @@ std::unique_ptr<DriverResult> OdbcDriver::execute(const QString &statement)
         if (!watch.isTooLarge())
             throw;
         throw Failure(resultTooLarge().description(), error.number(), error.state());
+    }
+}
+
+std::unique_ptr<DriverResult> OdbcDriver::executeText(const QByteArray &statement)
+{
+    const QString text = QString::fromUtf8(statement);
+    if (!m_library) {
+        if (text.toUtf8() != statement)
+            throw SqlError(
+                QStringLiteral("この文は文字でないバイトを含むため、このODBCドライバーでは送れません。"
+                               "内蔵の接続を使って下さい。"));
+        return execute(text);
+    }
+    m_note.clear();
+    m_sort = sortOf(text);
+    dropUnread();
+    const AnswerWatch watch(mostResultBytes());
+    try {
+        sendNative(m_library, {statement.constData(), static_cast<std::size_t>(statement.size())});
+        m_keepsFurther = true;
+        std::unique_ptr<DriverResult> result = storedResult(m_library);
+        m_effect = effectOf(m_library);
+        return result;
+    } catch (const SqlError &error) {
+        if (!watch.isTooLarge())
+            throw;
+        throw SqlError(resultTooLarge().description(), error.number(), error.state());
+    }
+}
+
+bool OdbcDriver::nextResult(std::unique_ptr<DriverResult> &result)
+{
+    if (!m_keepsFurther || !m_library || !mysql_more_results(m_library))
+        return false;
+    if (mysql_next_result(m_library) > 0)
+        throw nativeError(m_library);
+    result = storedResult(m_library);
+    m_effect = effectOf(m_library);
+    return true;
+}
+
+// Results that nobody has asked for; the error of one belongs to a statement that is over.
+void OdbcDriver::dropUnread()
+{
+    try {
+        if (std::exchange(m_keepsFurther, false) && m_library)
+            dropFurtherResults(m_library);
+    } catch (const SqlError &) {
+        // A lost connection shows at the next statement.
     }
 }
 
@@ -240,6 +291,7 @@ QString OdbcDriver::defaultDatabase()
 
 void OdbcDriver::settle()
 {
+    dropUnread();
     // A KILL that came after its statement may strike the next command: the ping behind this question, then.
     SQLUINTEGER isDead = SQL_CD_FALSE;
     if (m_connection)
@@ -249,6 +301,7 @@ void OdbcDriver::settle()
 void OdbcDriver::disconnect()
 {
     setSession({}, {});
+    m_keepsFurther = false;
     if (m_connection)
         SQLDisconnect(m_connection.get());
     m_connection = OdbcConnectionHandle();

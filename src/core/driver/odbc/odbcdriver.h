@@ -27,6 +27,12 @@ public:
 
     Opened connect() override;
     std::unique_ptr<DriverResult> execute(const QString &statement) override;
+    // Past the driver where its client library is ours, too: the driver splits texts at ";", reads bytes as
+    // text, and tells neither warnings nor further results of every statement. Else as execute(), with the
+    // first result alone.
+    std::unique_ptr<DriverResult> executeText(const QByteArray &statement) override;
+    bool nextResult(std::unique_ptr<DriverResult> &result) override;
+    Effect effect() const override { return m_keepsFurther ? m_effect : Effect(); }
     QString note() const override { return m_note; }
     void settle() override;
     void disconnect() override;
@@ -46,6 +52,7 @@ private:
     bool mayHaveVectors() const;
     void reopen(const QString &database);
     QString defaultDatabase();
+    void dropUnread();
 
     const QString m_connectionString;
     const TlsOptions m_tls;
@@ -61,4 +68,6 @@ private:
     std::atomic<StatementSort> m_sort = StatementSort::Single;
     std::vector<OdbcResult *> m_results; // those that still need the connection
     QString m_note;
+    bool m_keepsFurther = false; // results behind the one that executeText() or nextResult() gave
+    Effect m_effect;             // of that one
 };

@@ -36,15 +36,21 @@ private:
 
 } // namespace
 
-std::unique_ptr<DriverResult> executeAsText(MYSQL *library, const QString &statement)
+std::unique_ptr<DriverResult> storedResult(MYSQL *library)
 {
-    sendNative(library, statement.toStdString());
     NativeRows rows(mysql_store_result(library));
     if (!rows && mysql_field_count(library) != 0)
         throw nativeError(library);
-    dropFurtherResults(library);
     if (!rows)
         return nullptr;
     requireFewColumns(mysql_num_fields(rows.get()));
     return std::make_unique<TextResult>(std::move(rows));
+}
+
+std::unique_ptr<DriverResult> executeAsText(MYSQL *library, const QString &statement)
+{
+    sendNative(library, statement.toStdString());
+    std::unique_ptr<DriverResult> result = storedResult(library);
+    dropFurtherResults(library);
+    return result;
 }

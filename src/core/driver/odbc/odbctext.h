@@ -12,3 +12,5 @@
 // servers refuse (error 1295: CHECK TABLE, SHOW WARNINGS and EXECUTE among them) or which lose their values
 // (VECTOR).
 std::unique_ptr<DriverResult> executeAsText(MYSQL *library, const QString &statement);
+// The result that the library has come to, its rows read into memory; null: one without rows.
+std::unique_ptr<DriverResult> storedResult(MYSQL *library);
