@@ -1,5 +1,5 @@
+#include "core/session/basconnection.h"
 #include "core/session/session.h"
-#include "core/basconnection.h"
 #include "support/scriptedconnection.h"
 
 #include <QTest>

@@ -2,11 +2,9 @@
 
 #include "core/command/runner.h"
 #include "core/command/serverrole.h"
+#include "core/driver/pump.h"
 #include "core/session/tlsoptions.h"
 #include "core/sql/statementlog.h"
-#include "core/pump.h"
-#include "core/statementlog.h"
-#include "core/tlsoptions.h"
 
 #include <QString>
 

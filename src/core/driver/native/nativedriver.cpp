@@ -97,7 +97,7 @@ void NativeDriver::dropUnread()
     try {
         if (std::exchange(m_keepsFurther, false) && m_handle)
             dropFurtherResults(m_handle.get());
-    } catch (const SqlError &) {
+    } catch (const Failure &) {
         // A lost connection shows at the next statement.
     }
 }

@@ -173,7 +173,7 @@ std::unique_ptr<DriverResult> OdbcDriver::executeText(const QByteArray &statemen
     const QString text = QString::fromUtf8(statement);
     if (!m_library) {
         if (text.toUtf8() != statement)
-            throw SqlError(
+            throw Failure(
                 QStringLiteral("この文は文字でないバイトを含むため、このODBCドライバーでは送れません。"
                                "内蔵の接続を使って下さい。"));
         return execute(text);
@@ -188,10 +188,10 @@ std::unique_ptr<DriverResult> OdbcDriver::executeText(const QByteArray &statemen
         std::unique_ptr<DriverResult> result = storedResult(m_library);
         m_effect = effectOf(m_library);
         return result;
-    } catch (const SqlError &error) {
+    } catch (const Failure &error) {
         if (!watch.isTooLarge())
             throw;
-        throw SqlError(resultTooLarge().description(), error.number(), error.state());
+        throw Failure(resultTooLarge().description(), error.number(), error.state());
     }
 }
 
@@ -212,7 +212,7 @@ void OdbcDriver::dropUnread()
     try {
         if (std::exchange(m_keepsFurther, false) && m_library)
             dropFurtherResults(m_library);
-    } catch (const SqlError &) {
+    } catch (const Failure &) {
         // A lost connection shows at the next statement.
     }
 }
