@@ -68,12 +68,12 @@ void DataViewer::readRows(RecordSet &rows)
         return;
     grid.setFields(rows.fields());
     Yield yield;
-    for (; !rows.isEof(); rows.moveNext()) {
-        m_session.requireGoingOn();
-        grid.appendRow(rows.cells());
+    for (; !rows.isEof(); rows.moveNextBlock()) {
+        grid.appendBlock(rows.takeBlock());
         if (yield.isDue()) {
             m_controls.lblRecordCount->setText(QString::number(grid.rowCount()));
             yield();
         }
+        m_session.requireGoingOn();
     }
 }

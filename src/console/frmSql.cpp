@@ -50,7 +50,7 @@ Words failureOf(const std::function<void()> &work)
     } catch (const Failure &error) {
         return error.description();
     } catch (const std::bad_alloc &) {
-        return QStringLiteral("メモリが不足しています。");
+        return outOfMemory().description();
     }
 }
 

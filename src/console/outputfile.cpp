@@ -8,17 +8,10 @@
 #include <thread>
 #include <utility>
 
-namespace {
-
-constexpr std::size_t bufferSize = std::size_t{256} << 10;
-
-} // namespace
-
 OutputFile::OutputFile(const QString &path, std::function<void()> yield)
     : m_file(path)
     , m_yield(std::move(yield))
 {
-    m_waiting.reserve(bufferSize);
     bool isOpen = false;
     runOnThread(
         [&] { isOpen = m_file.open(QIODevice::WriteOnly | QIODevice::Truncate | QIODevice::Unbuffered); });
@@ -26,22 +19,14 @@ OutputFile::OutputFile(const QString &path, std::function<void()> yield)
         fail(m_file.errorString());
 }
 
-OutputFile::~OutputFile()
-{
-    if (m_file.isOpen())
-        m_file.write(m_waiting.data(), static_cast<qint64>(m_waiting.size()));
-}
-
 void OutputFile::write(std::string_view wholeLines)
 {
-    if (m_waiting.size() + wholeLines.size() > bufferSize)
-        flush();
-    m_waiting.append(wholeLines);
+    if (!writeAll(m_file, wholeLines))
+        fail(m_file.errorString());
 }
 
 void OutputFile::close()
 {
-    flush();
     runOnThread([this] { m_file.close(); });
     if (m_file.error() != QFileDevice::NoError)
         fail(m_file.errorString());
@@ -63,15 +48,7 @@ void OutputFile::runOnThread(const std::function<void()> &work)
         m_yield();
 }
 
-void OutputFile::flush()
+void OutputFile::fail(const QString &systemWords) const
 {
-    if (!writeAll(m_file, m_waiting))
-        fail(m_file.errorString());
-    m_waiting.clear();
-}
-
-void OutputFile::fail(const QString &systemWords)
-{
-    m_waiting.clear(); // not once more from the destructor
     throw Failure(m_file.fileName() + QStringLiteral(": ") + systemWords);
 }

@@ -22,16 +22,28 @@ std::string ResultLines::header(const std::vector<Field> &fields) const
     return names.toStdString() + "\r\n" + std::string(ruleLength, '-') + "\r\n";
 }
 
-std::string_view ResultLines::row(std::span<const Cell> cells)
+std::string_view ResultLines::of(const RowBlock &block)
 {
-    m_line.clear();
-    for (const Cell &cell : cells) {
-        m_line.append(cell.isNull ? std::string_view("NULL") : cell.bytes);
-        m_line.push_back(m_delimiter);
+    m_lines.clear();
+    m_lines.reserve(lineBytes(block));
+    for (int row = 0; row < block.rowCount(); ++row) {
+        block.read(row, m_cells);
+        for (const Cell &cell : m_cells) {
+            m_lines.append(cell.isNull ? std::string_view("NULL") : cell.bytes);
+            m_lines.push_back(m_delimiter);
+        }
+        m_lines.pop_back();
+        m_lines.append("\r\n");
     }
-    m_line.pop_back();
-    m_line.append("\r\n");
-    return m_line;
+    Q_ASSERT(m_lines.size() == lineBytes(block));
+    return m_lines;
+}
+
+std::size_t lineBytes(const RowBlock &block)
+{
+    const auto rows = static_cast<std::size_t>(block.rowCount());
+    // Behind each cell a delimiter, or behind the last CR and LF.
+    return block.textBytes() + rows * (static_cast<std::size_t>(block.columnCount()) + 1);
 }
 
 void writeLines(const std::vector<Field> &fields, const PackedRows &rows, char delimiter,
@@ -39,11 +51,9 @@ void writeLines(const std::vector<Field> &fields, const PackedRows &rows, char d
 {
     ResultLines lines(delimiter);
     StringBuffer buffer;
-    std::vector<Cell> cells;
     buffer.appendUtf8(lines.header(fields));
-    for (int row = 0; row < rows.rowCount(); ++row) {
-        rows.read(row, cells);
-        buffer.appendUtf8(lines.row(cells));
+    for (const auto &block : rows.blocks()) {
+        buffer.appendUtf8(lines.of(*block));
         if (buffer.utf8().size() >= pieceBytes) {
             take(buffer.utf8());
             buffer.Clear();

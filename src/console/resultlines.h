@@ -18,13 +18,17 @@ public:
 
     // The names, and below them a rule as long as the names' line has bytes in the ANSI code page.
     std::string header(const std::vector<Field> &fields) const;
-    // A NULL is "NULL". Valid until the next call.
-    std::string_view row(std::span<const Cell> cells);
+    // Of all rows of the block; a NULL is "NULL". Valid until the next call.
+    std::string_view of(const RowBlock &block);
 
 private:
     char m_delimiter;
-    std::string m_line;
+    std::string m_lines;
+    std::vector<Cell> m_cells;
 };
+
+// How many bytes the lines of the block's rows have.
+std::size_t lineBytes(const RowBlock &block);
 
 // Header and a line for each row, handed over about a megabyte at a time.
 void writeLines(const std::vector<Field> &fields, const PackedRows &rows, char delimiter,

@@ -47,17 +47,25 @@ void ConsoleRun::readIntoGrid()
 {
     const RedrawOff redrawOff(m_views.grid);
     try {
-        readRows([this] {
-            m_views.grid.appendRow(m_rows.cells());
-            for (const Cell &cell : m_rows.cells())
-                m_byteCount += (cell.isNull ? 4 : cell.bytes.size()) + 1;
+        readBlocks([this] {
+            m_byteCount += lineBytes(m_rows.block());
+            m_views.grid.appendBlock(m_rows.takeBlock());
         });
+    } catch (const Failure &error) {
+        if (error.isOutOfMemory())
+            letGo();
+        throw;
     } catch (const std::bad_alloc &) {
-        // To show the rows takes memory as well, and the toolkit crashes without.
-        m_views.grid.clearGrid();
-        m_hasText = true;
+        letGo();
         throw;
     }
+}
+
+// To show the rows takes memory as well, and the toolkit crashes without.
+void ConsoleRun::letGo()
+{
+    m_views.grid.clearGrid();
+    m_hasText = true;
 }
 
 void ConsoleRun::readIntoViews()
@@ -83,23 +91,24 @@ void ConsoleRun::readIntoFile()
     ResultLines lines(m_request.delimiter);
     file.write(lines.header(m_rows.fields()));
     m_rows.readWithoutLimit();
-    readRows([&] { file.write(lines.row(m_rows.cells())); });
+    readBlocks([&] { file.write(lines.of(m_rows.block())); });
     file.close();
     if (m_request.opensEditor)
         startEditor(path);
 }
 
-void ConsoleRun::readRows(const std::function<void()> &take)
+void ConsoleRun::readBlocks(const std::function<void()> &take)
 {
     Yield yield;
-    for (; !m_rows.isEof(); m_rows.moveNext()) {
-        m_session.requireGoingOn();
+    for (; !m_rows.isEof(); m_rows.moveNextBlock()) {
+        const int rows = m_rows.block().rowCount();
         take();
-        ++m_rowCount;
+        m_rowCount += rows;
         if (yield.isDue()) {
             m_views.showCount(m_rowCount);
             yield();
         }
+        m_session.requireGoingOn();
     }
 }
 
@@ -120,8 +129,8 @@ void ConsoleRun::saveText(const QString &path)
 void ConsoleRun::showText()
 {
     m_hasText = true;
-    const std::size_t byteCount = ResultLines(m_request.delimiter).header(m_rows.fields()).size() +
-                                  m_byteCount + static_cast<std::size_t>(m_rowCount);
+    const std::size_t byteCount =
+        ResultLines(m_request.delimiter).header(m_rows.fields()).size() + m_byteCount;
     // QScintilla counts in 32 bits.
     if (byteCount > std::numeric_limits<int>::max())
         throw Failure(QStringLiteral("オーバーフローしました。"), 6);

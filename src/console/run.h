@@ -25,8 +25,9 @@ struct RunViews {
     std::function<void(qint64)> showCount;
 };
 
-// One execution: reads a statement's rows into grid and text, or straight into the file. Window events run
-// between the rows and while the server thinks; a stop from them ends it at the next row.
+// One execution: reads a statement's rows into grid and text, or straight into the file, in the blocks that
+// they come in. Window events run between the blocks, which take less than a millisecond, and while the
+// server thinks; a stop from them ends it at once.
 class ConsoleRun {
 public:
     enum class Result { NoRows, Rows };
@@ -51,8 +52,9 @@ public:
 private:
     void readIntoViews();
     void readIntoGrid();
+    void letGo();
     void readIntoFile();
-    void readRows(const std::function<void()> &take);
+    void readBlocks(const std::function<void()> &take);
     void saveText(const QString &path);
     void showText();
     QString outputPath();
@@ -63,7 +65,7 @@ private:
     RunRequest m_request;
     RecordSet m_rows;
     qint64 m_rowCount = 0;
-    std::size_t m_byteCount = 0; // of the values read and what stands behind each
+    std::size_t m_byteCount = 0; // of the lines of the rows in the grid
     bool m_hasText = true;       // the text box shows what the grid shows
     bool m_hasTriedToSave = false;
 };

@@ -28,6 +28,7 @@ private Q_SLOTS:
     void linesAreDelimited();
     void theFileHoldsWhatTheTextBoxHoldsOrIsTheOnlyOne();
     void theServersWordsOfAFailureAreShown();
+    void rowsBeforeAFailureAreKeptAsFarAsMemoryGoes();
     void aFullDiskOrALockedFolderIsReported();
     void aFileThatVanishesIsReported();
     void theEditorGetsTheFile();
@@ -120,6 +121,22 @@ void FrmSqlTest::theServersWordsOfAFailureAreShown()
     console.run("set @a = 1");
     QCOMPARE(console.lastError() + console.count(), "0");
     QCOMPARE(console.grid().rowCount(), 2); // of the rows read last
+}
+
+void FrmSqlTest::rowsBeforeAFailureAreKeptAsFarAsMemoryGoes()
+{
+    for (const auto &[failure, rows, lines] :
+         {std::tuple(Failure("broken", 1105), 1, 3), {outOfMemory(), 0, 0}}) {
+        ConsoleFixture console;
+        Reply reply = Reply::table({"id"}, {{"1"}});
+        reply.error = failure;
+        console.script.always(twoPeople, reply);
+        console.open();
+        console.dialogue->expectRefuse(failure.description());
+        console.run(twoPeople);
+        QCOMPARE(console.grid().rowCount(), rows);
+        QCOMPARE(console.text().count(u'\n'), lines);
+    }
 }
 
 void FrmSqlTest::aFullDiskOrALockedFolderIsReported()

@@ -13,10 +13,24 @@ using Values = std::vector<std::optional<std::string>>;
 std::vector<int> order(const Values &values, FieldKind kind, Qt::SortOrder direction)
 {
     PackedRows rows(1);
+    RowBlock block(1);
     for (const auto &value : values) {
-        const Cell cell{value ? std::string_view(*value) : std::string_view(), !value};
-        rows.append({&cell, 1});
+        // Rows come in blocks of any size, and singly.
+        block.beginRow();
+        if (value)
+            block.addCell(*value);
+        else
+            block.addNull();
+        if (block.rowCount() > rows.rowCount() % 5 * 100)
+            rows.append(std::exchange(block, RowBlock(1)));
+        else if (block.rowCount() == 1 && rows.rowCount() % 3 == 0) {
+            std::vector<Cell> cells;
+            block.read(0, cells);
+            rows.append(cells);
+            block.clear();
+        }
     }
+    rows.append(std::move(block));
     std::vector<int> result;
     for (const auto row : sortedOrder(rows, 0, kind, direction))
         result.push_back(static_cast<int>(row));
@@ -85,6 +99,12 @@ void TestGridSort::rowsThatArriveLeaveACopyAlone()
     const PackedRows copy = rows; // as a sort reads it in a thread of its own
     const std::size_t bytes = copy.allocatedBytes();
     rows.append({&second, 1});
+    RowBlock block(1);
+    block.beginRow();
+    block.addNull();
+    rows.append(std::move(block));
+    QCOMPARE(rows.rowCount(), 3);
+    QCOMPARE(copy.rowCount(), 1);
     QCOMPARE(copy.allocatedBytes(), bytes);
 }
 

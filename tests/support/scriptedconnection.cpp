@@ -6,6 +6,7 @@ class ScriptedRows : public RowSource {
 public:
     explicit ScriptedRows(const Reply &reply)
         : m_rows(static_cast<int>(reply.fields.size()))
+        , m_error(reply.error)
     {
         for (const QString &name : reply.fields)
             m_fields.push_back({name, FieldKind::Text});
@@ -23,6 +24,8 @@ public:
     bool isOpen() const override { return true; }
     bool read(RowBlock &block) override
     {
+        if (m_rows.isEmpty() && m_error)
+            throw Failure(*m_error);
         block = std::exchange(m_rows, RowBlock(static_cast<int>(m_fields.size())));
         return !block.isEmpty();
     }
@@ -30,6 +33,7 @@ public:
 private:
     std::vector<Field> m_fields;
     RowBlock m_rows;
+    const std::optional<Failure> m_error;
 };
 
 class ScriptedConnection : public Connection {
@@ -87,7 +91,7 @@ RecordSet Script::answer(const QString &statement)
     } else if (const auto always = m_always.find(statement); always != m_always.end()) {
         reply = always->second;
     }
-    if (reply.error)
+    if (reply.error && !reply.hasRows)
         throw Failure(*reply.error);
     if (!reply.hasRows)
         return RecordSet(reply.note);

@@ -15,8 +15,8 @@ struct Reply {
     bool hasRows = false;
     QStringList fields;
     std::vector<std::vector<std::optional<QString>>> rows; // nullopt: NULL
-    std::optional<Failure> error;
-    QString note; // of a statement without rows
+    std::optional<Failure> error;                          // with rows: after they have been read
+    QString note;                                          // of a statement without rows
 
     static Reply noted(const QString &note);
     static Reply table(QStringList fields, std::vector<std::vector<std::optional<QString>>> rows = {});

@@ -108,6 +108,13 @@ void FlexGrid::setFields(const std::vector<Field> &fields)
         setColumnWidth(column, fittingWidth(column, 0));
 }
 
+void FlexGrid::appendBlock(RowBlock &&block)
+{
+    m_model->append(std::move(block));
+    if (m_isRedrawOn)
+        reveal();
+}
+
 void FlexGrid::appendRow(std::span<const Cell> cells)
 {
     m_model->append(cells);
@@ -290,8 +297,8 @@ void fillGrid(FlexGrid &grid, RecordSet &&rows)
     grid.setFields(source.fields());
     if (!source.isOpen())
         return;
-    for (; !source.isEof(); source.moveNext())
-        grid.appendRow(source.cells());
+    for (; !source.isEof(); source.moveNextBlock())
+        grid.appendBlock(source.takeBlock());
     source.close();
 }
 

@@ -32,6 +32,8 @@ public:
 
     // Replaces everything by a header row.
     void setFields(const std::vector<Field> &fields);
+    // Rows as they come from a record set, of as many columns as there are fields; nothing is copied.
+    void appendBlock(RowBlock &&block);
     // As many cells as there are fields; the bytes are copied.
     void appendRow(std::span<const Cell> cells);
 

@@ -17,6 +17,7 @@ public:
     ~FlexGridModel() override;
 
     void setFields(const std::vector<Field> &fields); // and no rows
+    void append(RowBlock &&block) { m_rows.append(std::move(block)); }
     void append(std::span<const Cell> cells) { m_rows.append(cells), m_cachedRow = -1; }
     // Lets the view see what was appended.
     void reveal();

@@ -4,9 +4,20 @@
 
 namespace {
 
+// Of the blocks for single rows.
 constexpr std::size_t blockBytes = 256 * 1024;
 
 } // namespace
+
+void PackedRows::append(RowBlock &&block)
+{
+    if (block.isEmpty())
+        return;
+    block.trim();
+    m_firstRows.push_back(m_rowCount);
+    m_rowCount += block.rowCount();
+    m_blocks.push_back(std::make_shared<RowBlock>(std::move(block)));
+}
 
 void PackedRows::append(std::span<const Cell> cells)
 {
@@ -47,11 +58,11 @@ RowBlock &PackedRows::blockFor(std::size_t bytes)
     if (isUsable)
         return *m_blocks.back();
     if (!m_blocks.empty() && m_blocks.back().use_count() == 1)
-        m_blocks.back()->shrinkToFit();
+        m_blocks.back()->trim();
     auto block = std::make_shared<RowBlock>(m_columnCount);
     // Only the first block grows step by step: most grids are small.
     if (!m_blocks.empty())
-        block->reserve(std::max(blockBytes, bytes));
+        block->reserve(std::max(blockBytes, bytes), 0);
     m_blocks.push_back(std::move(block));
     m_firstRows.push_back(m_rowCount);
     return *m_blocks.back();

@@ -2,6 +2,7 @@
 
 #include "core/sql/resultlimits.h"
 
+#include <algorithm>
 #include <utility>
 
 bool KeepingResult::fetch(RowBlock &block)
@@ -29,7 +30,13 @@ bool KeepingResult::read(RowBlock &block)
     const int columns = static_cast<int>(m_fields.size());
     if (block.columnCount() != columns)
         block = RowBlock(columns);
-    return fill(block);
+    // The next block is mostly like the last one. Only the first grows step by step: most results are small.
+    constexpr std::size_t most = 8 * blockBytes; // one huge value says nothing of the next rows
+    block.reserve(std::min(m_lastBytes + m_lastBytes / 16, most), m_lastRows + m_lastRows / 16);
+    const bool hasMore = fill(block);
+    m_lastBytes = block.byteCount();
+    m_lastRows = static_cast<std::size_t>(block.rowCount());
+    return hasMore;
 }
 
 void KeepingResult::takeRest()
@@ -43,7 +50,7 @@ void KeepingResult::takeRest()
             m_keptError = error;
             hasMore = false;
         }
-        block.shrinkToFit();
+        block.trim();
         bytes += block.allocatedBytes();
         m_kept.push_back(std::move(block));
         if (hasMore && bytes > mostResultBytes()) {

@@ -27,6 +27,7 @@ protected:
 private:
     bool read(RowBlock &block);
 
+    std::size_t m_lastBytes = 0, m_lastRows = 0; // of the block read last
     std::deque<RowBlock> m_kept;
     std::optional<Failure> m_keptError;
 };

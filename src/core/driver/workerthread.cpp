@@ -96,7 +96,7 @@ void WorkerThread::perform(Job &job, Results &results)
         } catch (const Failure &error) {
             answer.error = error;
         } catch (const std::bad_alloc &) {
-            answer.error = Failure(QStringLiteral("メモリが不足しています。"));
+            answer.error = outOfMemory();
         }
     }
     settle(false);

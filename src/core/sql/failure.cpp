@@ -28,6 +28,17 @@ bool Failure::isInterrupted() const
     return m_number == 1317 || m_state == u"HY008";
 }
 
+bool Failure::isOutOfMemory() const
+{
+    // 2008 is the client libraries' own; servers say HY001 of theirs, with a number.
+    return m_number == 2008 || (m_number == 0 && m_state == u"HY001");
+}
+
+Failure outOfMemory()
+{
+    return Failure(QStringLiteral("メモリが不足しています。"), 0, QStringLiteral("HY001"));
+}
+
 Failure interruptedError(const QString &description)
 {
     return Failure(description, 1317, QStringLiteral("70100"));

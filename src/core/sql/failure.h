@@ -20,6 +20,8 @@ public:
     bool isConnectionLost() const;
     // The statement was stopped on request (KILL QUERY, SQLCancel).
     bool isInterrupted() const;
+    // This program's memory did not suffice; not the server's.
+    bool isOutOfMemory() const;
 
     const char *what() const noexcept override { return m_utf8.constData(); }
 
@@ -30,5 +32,6 @@ private:
     QByteArray m_utf8;
 };
 
+Failure outOfMemory();
 // The error of a statement that was stopped, or not sent any more, on request.
 Failure interruptedError(const QString &description = QStringLiteral("Query execution was interrupted"));

@@ -2,6 +2,8 @@
 
 #include "core/sql/resultlimits.h"
 
+#include <utility>
+
 namespace {
 
 // A server may answer with fewer columns than the statement asked for.
@@ -51,16 +53,28 @@ void RecordSet::moveNext()
     if (++m_row >= m_block.rowCount()) {
         m_row = 0;
         m_atEnd = true; // also when the read throws: the old rows are not shown again
-        m_bytes += m_block.byteCount();
         if (m_isLimited && m_bytes > mostResultBytes())
             throw resultTooLarge();
         if (!m_source->read(m_block))
             return;
         m_atEnd = false;
+        m_bytes += m_block.byteCount();
         if (m_counter)
             m_counter(m_block.rowCount());
     }
     m_block.read(m_row, m_cells);
+}
+
+RowBlock RecordSet::takeBlock()
+{
+    m_cells.clear();
+    return std::exchange(m_block, RowBlock(fieldCount()));
+}
+
+void RecordSet::moveNextBlock()
+{
+    m_row = m_block.rowCount();
+    moveNext();
 }
 
 void RecordSet::countRows(std::function<void(int)> counter)

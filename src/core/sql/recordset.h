@@ -30,8 +30,10 @@ public:
     virtual bool read(RowBlock &block) = 0;
 };
 
-// The result of one statement, read forward row by row: isEof(), cells or texts, moveNext().
-// Not open (isOpen() false) when the statement gave no rows, after close(), or once the connection is closed.
+// The result of one statement, read forward: row by row with isEof(), cells or texts, moveNext(); or, what is
+// much cheaper where rows are only passed on, in the blocks that they came in: isEof(), block() or
+// takeBlock(), moveNextBlock(). Not open (isOpen() false) when the statement gave no rows, after close(), or
+// once the connection is closed.
 class RecordSet {
 public:
     RecordSet() = default; // what a statement without rows gives
@@ -60,6 +62,12 @@ public:
     bool isEof();
     void moveNext();
 
+    // The block that the current row belongs to, with all its rows; never empty before the end.
+    const RowBlock &block() const { return m_block; }
+    // The same, handed over; there is no current row until moveNextBlock().
+    RowBlock takeBlock();
+    void moveNextBlock();
+
     // The rows are not kept: there may be more of them than memory holds.
     void readWithoutLimit() { m_isLimited = false; }
 
@@ -85,7 +93,7 @@ private:
     int m_row = -1; // row of m_block that m_cells shows; -1 before the first
     bool m_atEnd = false;
     bool m_isLimited = true;
-    std::uint64_t m_bytes = 0; // of all blocks so far
+    std::uint64_t m_bytes = 0; // of all blocks so far, this one too
     std::function<void(int)> m_counter;
     QString m_note;
 };

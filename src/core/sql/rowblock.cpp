@@ -1,5 +1,15 @@
 #include "core/sql/rowblock.h"
 
+namespace {
+
+void trimVector(auto &vector)
+{
+    if (vector.capacity() - vector.size() > vector.size() / 8)
+        vector.shrink_to_fit();
+}
+
+} // namespace
+
 std::size_t RowBlock::allocatedBytes() const
 {
     return m_bytes.capacity() + m_rowStarts.capacity() * sizeof(std::uint32_t);
@@ -14,18 +24,26 @@ void RowBlock::addCell(std::string_view bytes)
     }
     m_bytes.push_back(static_cast<char>(number));
     m_bytes.insert(m_bytes.end(), bytes.begin(), bytes.end());
+    m_textBytes += bytes.size();
 }
 
-void RowBlock::shrinkToFit()
+void RowBlock::reserve(std::size_t bytes, std::size_t rows)
 {
-    m_bytes.shrink_to_fit();
-    m_rowStarts.shrink_to_fit();
+    m_bytes.reserve(bytes);
+    m_rowStarts.reserve(rows);
+}
+
+void RowBlock::trim()
+{
+    trimVector(m_bytes);
+    trimVector(m_rowStarts);
 }
 
 void RowBlock::clear()
 {
     m_bytes.clear();
     m_rowStarts.clear();
+    m_textBytes = 0;
 }
 
 void RowBlock::read(int row, std::vector<Cell> &cells) const

@@ -23,16 +23,23 @@ public:
     int rowCount() const { return static_cast<int>(m_rowStarts.size()); }
     bool isEmpty() const { return m_rowStarts.empty(); }
     std::size_t byteCount() const { return m_bytes.size(); }
+    // Of all cells as they are shown, a NULL as "NULL".
+    std::size_t textBytes() const { return m_textBytes; }
     // Bytes that the block holds on to, spare room included.
     std::size_t allocatedBytes() const;
 
     // A row is written as beginRow() and then exactly columnCount() cells. At most 4 GB a block.
     void beginRow() { m_rowStarts.push_back(static_cast<std::uint32_t>(m_bytes.size())); }
-    void addNull() { m_bytes.push_back('\0'); }
+    void addNull()
+    {
+        m_bytes.push_back('\0');
+        m_textBytes += 4;
+    }
     void addCell(std::string_view bytes);
 
-    void reserve(std::size_t bytes) { m_bytes.reserve(bytes); }
-    void shrinkToFit();
+    void reserve(std::size_t bytes, std::size_t rows);
+    // For a block that is kept: gives spare room back where that is worth moving the bytes.
+    void trim();
     void clear();
 
     // Replaces `cells` by the cells of the row; they stay valid until the block is changed or destroyed.
@@ -41,6 +48,7 @@ public:
 private:
     std::vector<char> m_bytes; // no string: a short one's bytes move when it does, and cells point to them
     std::vector<std::uint32_t> m_rowStarts;
+    std::size_t m_textBytes = 0;
     int m_columnCount;
 };
 
