@@ -35,6 +35,7 @@ public:
     }
     QString chooseFolder(const QString &, const QString &) override { return {}; }
     RestoreChoice chooseBackups() override { return {}; }
+    PendingAnswer askPending(const std::vector<PendingChange> &) override { return {}; }
     void progress(int, int) override {}
     void progressBar(double) override {}
     QString target() const override { return {}; }

@@ -4,7 +4,7 @@
 #include "browser/newpassworddialog.h"
 #include "console/frmSql.h"
 #include "console/history.h"
-#include "core/command/undolog.h"
+#include "core/command/pendingundo.h"
 #include "core/command/writing.h"
 #include "core/session/basconnection.h"
 #include "inout/frmInOut.h"

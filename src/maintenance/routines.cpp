@@ -132,8 +132,8 @@ Step RoutineChange::dropping() const
     const QString &definer = m_remaking.definer();
     Step step{dropped(m_name)};
     step.isDone = isMissing(shown(m_name));
-    step.untilUndone = QStringLiteral("ﾙｰﾁﾝ %1 を確認して下さい。元に戻せていない可能性があります。")
-                           .arg(qualifiedName(m_database, m_name));
+    step.notUndone = QStringLiteral("ﾙｰﾁﾝ %1 を確認して下さい。元に戻せていない可能性があります。")
+                         .arg(qualifiedName(m_database, m_name));
     WayBack back = m_remaking.wayBack(oldStatement(m_shownTail, definer));
     back.when = isMissing(shown(m_name));
     back.show = shown(m_name);

@@ -6,7 +6,9 @@
 #include <QDir>
 #include <QFileDialog>
 #include <QLabel>
+#include <QListWidget>
 #include <QPlainTextEdit>
+#include <QPushButton>
 #include <QScrollBar>
 #include <QTemporaryDir>
 #include <QTest>
@@ -40,6 +42,7 @@ private Q_SLOTS:
     void longMessagesStayOnTheScreenAndAreNoMarkup();
     void progressCountsAndNeverDivides();
     void foldersComeWithoutSeparatorAtTheEnd();
+    void pendingChangesAreShownWithWhatCanBeDone();
 };
 
 void TestWidgetDialogue::boxesCarryCaptionAndAnswer()
@@ -128,6 +131,39 @@ void TestWidgetDialogue::foldersComeWithoutSeparatorAtTheEnd()
     });
     boxes.setPaused(true);
     QCOMPARE(parts.dialogue.chooseFolder("one\r\ntwo", chosen), chosen);
+}
+
+void TestWidgetDialogue::pendingChangesAreShownWithWhatCanBeDone()
+{
+    Parts parts;
+    Boxes boxes;
+    const QDateTime begun(QDate(2026, 11, 22), QTime(5, 30));
+    const std::vector<PendingChange> changes{{"ﾃｰﾌﾞﾙ `d`.t の変更",
+                                              begun,
+                                              "ﾃﾞｰﾀはｺﾋﾟｰ `d`.t1 にあります。",
+                                              {"create table t", "drop table t1"},
+                                              {}},
+                                             {"restore", begun, {}, {}, "drop table t2"}};
+    const auto press = [&](int row, const char *button, const QString &shown) {
+        boxes.expectDialog("pendingChanges", [=](QDialog &dialog) {
+            auto *list = dialog.findChild<QListWidget *>("pendingList");
+            QCOMPARE(list->item(0)->text(), "ﾃｰﾌﾞﾙ `d`.t の変更 (2026/11/22 05:30)");
+            list->setCurrentRow(row);
+            QCOMPARE(dialog.findChild<QPlainTextEdit *>("pendingStatements")->toPlainText(), shown);
+            QCOMPARE(dialog.findChild<QPushButton *>("undoPending")->isEnabled(), row == 0);
+            QCOMPARE(dialog.findChild<QPushButton *>("finishPending")->isEnabled(), row == 1);
+            dialog.findChild<QPushButton *>(button)->click();
+        });
+        return parts.dialogue.askPending(changes);
+    };
+    using Action = PendingAnswer::Action;
+    const QString first = "ﾃﾞｰﾀはｺﾋﾟｰ `d`.t1 にあります。\n\n元に戻す文:\ncreate table t;\ndrop table t1;";
+    const QString second = "残っている文:\ndrop table t2;";
+    QCOMPARE(press(0, "undoPending", first).action, Action::Undo);
+    const PendingAnswer finishing = press(1, "finishPending", second);
+    QVERIFY(finishing.action == Action::Finish && finishing.change == 1);
+    QCOMPARE(press(1, "forgetPending", second).action, Action::Forget);
+    QCOMPARE(press(0, "decideLater", first).action, Action::Later);
 }
 
 QTEST_MAIN(TestWidgetDialogue)

@@ -36,12 +36,21 @@ struct AgreeingDialogue : ScriptedDialogue {
     }
     QString chooseFolder(const QString &, const QString &) override { return choice.folder; }
     RestoreChoice chooseBackups() override { return choice; }
+    PendingAnswer askPending(const std::vector<PendingChange> &changes) override
+    {
+        using Action = PendingAnswer::Action;
+        pending.insert(pending.end(), changes.begin(), changes.end());
+        const Action action = std::exchange(pendingAction, Action::Later);
+        return {action == Action::Finish && changes[0].finishing.isEmpty() ? Action::Undo : action};
+    }
     void tell(const QString &text, Icon icon) override
     {
         told << text;
         isCritical = icon == Icon::Critical;
     }
     RestoreChoice choice;
+    PendingAnswer::Action pendingAction = PendingAnswer::Action::Later; // at first, then later
+    std::vector<PendingChange> pending;
     QStringList told;
     QString lastQuestion;
     bool isCritical = false;

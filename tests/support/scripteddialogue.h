@@ -45,6 +45,11 @@ public:
         return take("folder: " + title).folder;
     }
     RestoreChoice chooseBackups() override { return take("backups").backups; }
+    PendingAnswer askPending(const std::vector<PendingChange> &) override
+    {
+        take("pending");
+        return {};
+    }
     void progress(int total, int current) override;
     void progressBar(double fraction) override { bars << fraction; }
     QString target() const override { return m_target; }

@@ -2,6 +2,7 @@
 
 #include "controls/dialogue/basfolder.h"
 #include "controls/dialogue/messagebox.h"
+#include "controls/dialogue/pendingchanges.h"
 #include "controls/dialogue/percentbar.h"
 #include "controls/window/building.h"
 
@@ -73,6 +74,12 @@ RestoreChoice WidgetDialogue::chooseBackups()
 {
     const PointerInBox pointer;
     return m_parts.chooseBackups ? m_parts.chooseBackups(m_window) : RestoreChoice{};
+}
+
+PendingAnswer WidgetDialogue::askPending(const std::vector<PendingChange> &changes)
+{
+    const PointerInBox pointer;
+    return askPendingChanges(m_window, changes);
 }
 
 void WidgetDialogue::progress(int total, int current)

@@ -36,6 +36,7 @@ public:
     void tell(const QString &text, Icon icon) override;
     QString chooseFolder(const QString &title, const QString &startFolder) override;
     RestoreChoice chooseBackups() override;
+    PendingAnswer askPending(const std::vector<PendingChange> &changes) override;
     void progress(int total, int current) override;
     void progressBar(double fraction) override;
     QString target() const override;

@@ -1,12 +1,29 @@
 #pragma once
 
+#include <QDateTime>
 #include <QString>
 #include <QStringList>
+
+#include <vector>
 
 // Which files the user picked in the restore dialog.
 struct RestoreChoice {
     QStringList names = {QString()}; // table names; one empty element: nothing chosen
     QString folder;                  // empty: nothing chosen
+};
+
+// A change that an earlier start of the program did not live to end.
+struct PendingChange {
+    QString what;
+    QDateTime begun;
+    QString state; // where the rows are now
+    QStringList undoing;
+    QString finishing; // empty: it can only be undone
+};
+struct PendingAnswer {
+    enum class Action { Later, Undo, Finish, Forget };
+    Action action = Action::Later;
+    std::size_t change = 0; // its place in the list
 };
 
 enum class Icon { Information, Critical };
@@ -27,6 +44,8 @@ public:
     // A folder that exists, without a separator at its end ("/" excepted); a null text: cancelled.
     virtual QString chooseFolder(const QString &title, const QString &startFolder) = 0;
     virtual RestoreChoice chooseBackups() = 0;
+    // Shows all of them with their statements, and asks what to do with one.
+    virtual PendingAnswer askPending(const std::vector<PendingChange> &changes) = 0;
 
     virtual void progress(int total, int current) = 0; // sProgress: "3/12", events, the bar
     virtual void progressBar(double fraction) = 0;     // sProgressBar on picStatus

@@ -12,8 +12,6 @@
 
 namespace {
 
-const QString suffix = QStringLiteral(".undo");
-
 // A member that stands under its own name in the file; written when it is not as it is at first.
 template <class Object>
 struct Member {
@@ -39,6 +37,7 @@ const Member<WayBack> wayBackMembers[] = {{"statement", &WayBack::statement},
 const Member<Step> stepMembers[] = {{"statement", &Step::statement},
                                     {"untilUndone", &Step::untilUndone},
                                     {"inDoubt", &Step::inDoubt},
+                                    {"notUndone", &Step::notUndone},
                                     {"lost", &Step::lost},
                                     {"onceDone", &Step::onceDone},
                                     {"isOfSession", nullptr, &Step::isOfSession},
@@ -151,6 +150,10 @@ void UndoLog::load(const QByteArray &bytes)
             {readStep(step.toObject()), static_cast<State>(step[QStringLiteral("state")].toInt())});
     if (m_what.isEmpty() || m_steps.empty())
         throw Failure(QStringLiteral("ファイル「%1」は変更の記録ではありません。").arg(m_path));
+    // That session has ended.
+    if (m_steps.back().step.isOfSession)
+        m_nextBack = -1;
+    std::erase_if(m_steps, [](const Noted &noted) { return noted.step.isOfSession; });
 }
 
 UndoLog::UndoLog(Session &session, const UndoFile &file)
@@ -175,7 +178,7 @@ QString UndoLog::save()
         const QString name = QStringLiteral("Tarnwell_%1_%2")
                                  .arg(m_begun.toString(QStringLiteral("yyyyMMddHHmmsszzz")))
                                  .arg(QCoreApplication::applicationPid());
-        m_path = QDir(folder).filePath(name + suffix);
+        m_path = QDir(folder).filePath(name + UndoFile::suffix());
         m_lock = std::make_unique<QLockFile>(m_path + QStringLiteral(".lock"));
         m_lock->setStaleLockTime(0);
         m_lock->tryLock(0);
@@ -183,50 +186,4 @@ QString UndoLog::save()
     const QString failure = saveWholeFile(m_path, bytes(), Readers::OwnerOnly);
     return failure.isEmpty() ? failure
                              : QStringLiteral("ファイル「%1」を作成できません。\r\n%2").arg(m_path, failure);
-}
-
-std::vector<UndoFile> pendingUndoLogs(Session &session)
-{
-    std::vector<UndoFile> pending;
-    const QDir folder(session.settingsFolder);
-    const QStringList names = session.settingsFolder.isEmpty()
-                                  ? QStringList()
-                                  : folder.entryList({u'*' + suffix}, QDir::Files, QDir::Name);
-    if (names.isEmpty())
-        return pending;
-    const ServerPlace here = serverPlace(session.connection());
-    for (const QString &name : names) {
-        try {
-            const UndoFile file{folder.filePath(name)};
-            const UndoLog log(session, file);
-            const bool isSameCluster = !here.cluster.isEmpty() && log.place().cluster == here.cluster;
-            if (log.place().server == here.server || isSameCluster)
-                pending.push_back(file);
-        } catch (const Failure &) {
-            // Of a program that runs, or no such file at all.
-        }
-    }
-    return pending;
-}
-
-void settlePendingUndoLogs(Session &session, Dialogue &dialogue)
-{
-    for (const UndoFile &file : pendingUndoLogs(session)) {
-        UndoLog log(session, file);
-        const QString question =
-            QStringLiteral("%1 (%2) が終わらないうちにプログラムが終了しました。\r\n%3\r\n"
-                           "元に戻す文は次のとおりです。\r\n\r\n%4")
-                .arg(log.what(), log.begun().toString(QStringLiteral("yyyy/MM/dd HH:mm")), log.untilUndone(),
-                     log.pendingStatements().join(QStringLiteral(";\r\n")));
-        const int choice =
-            dialogue.choose(question, {QStringLiteral("元に戻す"), QStringLiteral("記録を消す")});
-        if (choice == 1)
-            log.forget();
-        if (choice != 0)
-            continue;
-        const UndoReport report = log.undoPending();
-        if (report.message.isEmpty())
-            dialogue.inform(QStringLiteral("%1 を元に戻しました。").arg(log.what()));
-        tellReport(dialogue, {}, report, true);
-    }
 }

@@ -1,54 +1,8 @@
 #include "core/command/undolog.h"
 
-#include "core/sql/statements.h"
-
 #include <QFile>
-#include <QRegularExpression>
 
 #include <algorithm>
-
-bool isSo(Connection &connection, const Question &question)
-{
-    // Tables, routines, triggers; a database that is gone takes all of them along.
-    static constexpr int noSuchThing[] = {1146, 1305, 1360, 1049};
-    constexpr int brokenView = 1356; // but it is there
-    if (question.statement.isEmpty())
-        return true;
-    try {
-        RecordSet rows = connection.execute(question.statement);
-        return (!rows.isOpen() || !rows.isEof()) == question.wanted;
-    } catch (const Failure &error) {
-        if (std::ranges::find(noSuchThing, error.number()) != std::end(noSuchThing))
-            return !question.wanted;
-        if (error.number() == brokenView)
-            return question.wanted;
-        throw;
-    }
-}
-
-namespace {
-
-// A counter that has gone on is no other definition; and the server names the database only where it is not
-// the default one. A column that has its collation from the table is made again as one with its own, and
-// MySQL from 8 on then shows the character set, too.
-QString comparable(QString text, const QString &database)
-{
-    static const QRegularExpression counter(QStringLiteral(" AUTO_INCREMENT=\\d+"));
-    static const QRegularExpression characterSet(QStringLiteral(" CHARACTER SET \\w+(?= COLLATE )"));
-    return text.remove(counter).remove(characterSet).remove(quotedName(database) + u'.');
-}
-
-} // namespace
-
-Question isThere(const QString &showCreateStatement)
-{
-    return {showCreateStatement, true};
-}
-
-Question isMissing(const QString &showCreateStatement)
-{
-    return {showCreateStatement, false};
-}
 
 UndoLog::UndoLog(Session &session, QString what)
     : m_session(session)
@@ -151,6 +105,18 @@ UndoReport UndoLog::undo(const Failure &error)
 
 UndoReport UndoLog::undoPending()
 {
+    m_aim = Aim::GoBack;
+    return resume();
+}
+
+UndoReport UndoLog::finishPending()
+{
+    m_aim = Aim::Finish;
+    return resume();
+}
+
+UndoReport UndoLog::resume()
+{
     const Undoing undoing(m_session);
     QStringList names;
     std::vector<SessionVariable> wanted;
@@ -167,8 +133,6 @@ UndoReport UndoLog::undoPending()
     } catch (const Failure &error) {
         return stuck(error);
     }
-    std::erase_if(m_steps, [](const Noted &noted) { return noted.step.isOfSession; });
-    m_isOfEarlierStart = true;
     return goBack(Doubt::Interrupted);
 }
 
@@ -244,7 +208,7 @@ bool UndoLog::finishes()
     Noted &last = m_steps.back();
     const bool isComplete = last.step.completes && last.state == State::Done;
     // Whoever asks a later start to go back is not to get the rest of the change instead.
-    if (!isComplete && (!last.step.isRepeated || m_isOfEarlierStart))
+    if (!isComplete && (!last.step.isRepeated || m_aim == Aim::GoBack))
         return false;
     try {
         if (!isComplete)
@@ -255,6 +219,8 @@ bool UndoLog::finishes()
             last.state = State::InDoubt;
             throw;
         }
+        if (m_aim == Aim::Finish)
+            throw; // the notes stay
         keep(error.description(), {});
         keep(last.step.untilUndone, {});
     }
@@ -308,7 +274,7 @@ void UndoLog::makeAgain(const WayBack &back)
     try {
         send(back.statement, back.with);
         isMade = true;
-        if (back.show.isEmpty() || isAsBefore(back))
+        if (back.show.isEmpty() || isAsBefore(connection(), back, m_session.gDbName))
             return;
     } catch (const Failure &error) {
         if (back.otherwise.isEmpty() || doubtAfter(m_session, error) != Doubt::None)
@@ -317,20 +283,8 @@ void UndoLog::makeAgain(const WayBack &back)
     if (isMade && !back.drop.isEmpty())
         connection().execute(back.drop);
     send(back.otherwise, back.with);
-    if (!back.show.isEmpty() && !isAsBefore(back))
+    if (!back.show.isEmpty() && !isAsBefore(connection(), back, m_session.gDbName))
         keep(QStringLiteral("定義が元と異なっています。"), QStringLiteral("元の定義:\n") + back.text);
-}
-
-bool UndoLog::isAsBefore(const WayBack &back)
-{
-    const QString &database = m_session.gDbName;
-    RecordSet rows = connection().execute(back.show);
-    // The text's column differs by kind, and its name by server: "Create Table", "SQL Original Statement".
-    for (int i = 0; rows.isOpen() && !rows.isEof() && i < rows.fieldCount(); ++i) {
-        if (comparable(rows.text(i), database) == comparable(back.text, database))
-            return true;
-    }
-    return false;
 }
 
 UndoReport UndoLog::end(UndoReport::Ending ending)
@@ -352,7 +306,7 @@ UndoReport UndoLog::end(UndoReport::Ending ending)
 UndoReport UndoLog::stuck(const Failure &error)
 {
     keep(error.description(), {});
-    keep(untilUndone(), {});
+    keep(whenStuck(), {});
     const QStringList statements = pendingStatements();
     if (!statements.isEmpty())
         keep({}, QStringLiteral("元に戻す文:\n") + statements.join(QStringLiteral(";\n")) + u';');
@@ -385,13 +339,22 @@ QStringList UndoLog::pendingStatements() const
     return statements;
 }
 
-QString UndoLog::untilUndone() const
+QString UndoLog::finishingStatement() const
+{
+    const bool canFinish = !m_steps.empty() && m_steps.back().step.isRepeated && m_nextBack < 0;
+    return canFinish ? m_steps.back().step.statement : QString();
+}
+
+// Of the last step that has words.
+QString UndoLog::state(bool hasFailed) const
 {
     for (auto each = m_steps.rbegin(); each != m_steps.rend(); ++each) {
-        const Noted &noted = *each;
-        const bool isUnknown = noted.state == State::InDoubt && !noted.step.inDoubt.isEmpty();
-        const QString &words = isUnknown ? noted.step.inDoubt : noted.step.untilUndone;
-        if (noted.state != State::Refused && !words.isEmpty())
+        const Step &step = each->step;
+        const bool isUnknown = each->state == State::InDoubt && !step.inDoubt.isEmpty();
+        const QString words = isUnknown   ? step.inDoubt
+                              : hasFailed ? step.notUndone + step.untilUndone
+                                          : step.untilUndone;
+        if (each->state != State::Refused && !words.isEmpty())
             return words;
     }
     return {};

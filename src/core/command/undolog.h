@@ -10,9 +10,6 @@
 
 #include <memory>
 
-// Throws Failure when the server cannot tell.
-bool isSo(Connection &connection, const Question &question);
-
 // What became of a change that failed.
 struct UndoReport {
     enum class Ending {
@@ -31,6 +28,7 @@ void tellReport(Dialogue &dialogue, const QString &error, const UndoReport &repo
 // The file of a log that an earlier start of the program left open.
 struct UndoFile {
     QString path;
+    static QString suffix() { return QStringLiteral(".undo"); }
 };
 
 // A change of several statements on the server. Each is noted before it is sent, with its way back and the
@@ -66,8 +64,10 @@ public:
     // After an error of a step, or of the caller between two: goes back from the last step, also after a
     // stop, and stops at the first way back that fails. Never throws.
     UndoReport undo(const Failure &error);
-    // The same for a log of an earlier start. The notes stay where it fails.
+    // For a log of an earlier start: goes back, or does the rest (see finishingStatement()). The notes stay
+    // where it fails.
     UndoReport undoPending();
+    UndoReport finishPending();
     // Leaves the server as it is, and lets the notes of an earlier start go.
     void forget();
 
@@ -77,10 +77,18 @@ public:
     const QDateTime &begun() const { return m_begun; }
     const ServerPlace &place() const { return m_place; }
     QStringList pendingStatements() const; // the ways back, in order
-    QString untilUndone() const;
+    // The only one that is left to do; empty: there is more, so that one can only go back.
+    QString finishingStatement() const;
+    // Where things are now.
+    QString untilUndone() const { return state(false); }
+    // The same, after an undoing that failed.
+    QString whenStuck() const { return state(true); }
 
 private:
     enum class State { Done, Refused, InDoubt };
+    // What the user wants of a log of an earlier start. A change of this start is finished where that is the
+    // only way, else undone.
+    enum class Aim { Best, GoBack, Finish };
     struct Noted {
         Step step;
         State state = State::InDoubt;
@@ -89,6 +97,9 @@ private:
     Connection &connection() { return m_session.connection(); }
     void keep(const QString &message, const QString &details);
 
+    QString state(bool hasFailed) const;
+
+    UndoReport resume();
     UndoReport goBack(Doubt doubt);
     void settle(Doubt doubt);
     void requireHeld();
@@ -96,7 +107,6 @@ private:
     void takeBackAll();
     void takeBack(const WayBack &back);
     void makeAgain(const WayBack &back);
-    bool isAsBefore(const WayBack &back);
     UndoReport end(UndoReport::Ending ending);
     UndoReport stuck(const Failure &error);
 
@@ -112,16 +122,10 @@ private:
     std::vector<Noted> m_steps; // those that are not taken back
     int m_nextBack = -1;        // which way back of the last step is next; -1: it is not being taken back
     bool m_isInDoubt = false;   // a statement was; what exists is asked from then on
-    bool m_isOfEarlierStart = false;
+    Aim m_aim = Aim::Best;
     QStringList m_messages, m_details;
 
     QString m_pendingDatabase; // the default one that an earlier start had set
     QString m_path;            // empty: no file
     std::unique_ptr<QLockFile> m_lock;
 };
-
-// Those of the server that the session is connected to.
-std::vector<UndoFile> pendingUndoLogs(Session &session);
-// Tells of each, and takes it back or forgets it as the user wants: after a connection was made. Throws
-// Failure.
-void settlePendingUndoLogs(Session &session, Dialogue &dialogue);

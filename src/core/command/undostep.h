@@ -2,6 +2,8 @@
 
 #include "core/command/sessionvariables.h"
 
+class Connection;
+
 // What an UndoLog keeps of a change on a server. All of it is data, so that it can be written to a file and a
 // later start of the program can go back by it.
 
@@ -12,6 +14,8 @@ struct Question {
 };
 Question isThere(const QString &showCreateStatement);
 Question isMissing(const QString &showCreateStatement);
+// Throws Failure when the server cannot tell.
+bool isSo(Connection &connection, const Question &question);
 
 // One statement that takes something back.
 struct WayBack {
@@ -31,6 +35,9 @@ struct WayBack {
     QString lost = {};          // optional: told when it was refused, and the undoing goes on
 };
 
+// Whether the object that was made again is what it was; `database` is the one it lies in.
+bool isAsBefore(Connection &connection, const WayBack &back, const QString &database);
+
 // One statement of a change, with its way back.
 struct Step {
     QString statement;
@@ -38,9 +45,10 @@ struct Step {
     std::vector<WayBack> back = {};         // in the order in which they are sent
     Question isDone = {};     // settles a doubt; without one, what was in doubt is taken for done
     Question holds = {};      // after a doubt: must be so as long as the step is not being taken back
-    QString untilUndone = {}; // told when the undoing ends before the step was taken back
+    QString untilUndone = {}; // where things are as long as it stands
     QString inDoubt = {};     // the same, when nobody knows whether it was done
-    QString lost = {};        // optional: told when it was refused, and the change goes on
+    QString notUndone = {}; // told before `untilUndone` when the undoing ends before the step was taken back
+    QString lost = {};      // optional: told when it was refused, and the change goes on
     bool isOfSession = false; // ends with the connection: a lock
     bool completes = false;   // when it turns out to be done after a doubt, the change is done
     bool isRepeated = false;  // with all else done: sent again when it fails, instead of going back

@@ -345,7 +345,7 @@ bool TableRebuild::run()
 
 UndoReport TableRebuild::undo(const Failure &error)
 {
-    const QString left = m_change.isOursToMakeAgain ? QString() : m_log.untilUndone();
+    const QString left = m_change.isOursToMakeAgain ? QString() : m_log.whenStuck();
     UndoReport report = m_log.undo(error);
     if (report.message.isEmpty())
         report.message = left;

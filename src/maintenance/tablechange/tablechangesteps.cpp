@@ -11,10 +11,13 @@ QString copyMayBeLeft(const TableChange &change)
 {
     return QStringLiteral("ｺﾋﾟｰ %1 が残っていれば、確認のうえ削除して下さい。").arg(change.copy);
 }
+QString isNotUndone(const TableChange &change)
+{
+    return QStringLiteral("ﾃｰﾌﾞﾙ %1 を元に戻せませんでした。").arg(change.oldTable());
+}
 QString rowsAreInCopy(const TableChange &change)
 {
-    return QStringLiteral("ﾃｰﾌﾞﾙ %1 を元に戻せませんでした。ﾃﾞｰﾀはｺﾋﾟｰ %2 にあります。")
-        .arg(change.oldTable(), change.copy);
+    return QStringLiteral("ﾃﾞｰﾀはｺﾋﾟｰ %1 にあります。").arg(change.copy);
 }
 QString rowsAreInOldOrCopy(const TableChange &change)
 {
@@ -130,6 +133,7 @@ Step dropStep(const TableChange &change)
     step.statement = QStringLiteral("drop table ") + change.oldTable();
     step.isDone = isMissing(showTable(change));
     step.untilUndone = rowsAreInCopy(change);
+    step.notUndone = isNotUndone(change);
     step.inDoubt = rowsAreInOldOrCopy(change);
     if (!change.isOursToMakeAgain)
         return step;

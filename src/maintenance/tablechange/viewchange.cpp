@@ -139,7 +139,7 @@ Step ViewChange::dropping() const
 {
     Step step{QStringLiteral("drop view ") + m_view};
     step.isDone = isMissing(m_show);
-    step.untilUndone =
+    step.notUndone =
         QStringLiteral("VIEW %1 を確認して下さい。元に戻せていない可能性があります。").arg(m_view);
     WayBack back = m_remaking.wayBack(m_selection.lblCreateTable);
     back.when = isMissing(m_show);
