@@ -2,6 +2,7 @@ find_package(Qt6 6.2 REQUIRED COMPONENTS Core Gui Widgets Test)
 find_package(ODBC REQUIRED)
 find_package(PkgConfig REQUIRED)
 pkg_check_modules(MARIADB REQUIRED IMPORTED_TARGET libmariadb)
+find_package(ZLIB REQUIRED)
 
 # QScintilla ships no CMake package of its own.
 find_path(QSCINTILLA_INCLUDE Qsci/qsciscintilla.h

@@ -14,6 +14,7 @@ private Q_SLOTS:
     void longCellsAreNeverCut();
     void severalRecordSetsAreOpenAtOnce();
     void theFirstOfSeveralResultsIsGiven();
+    void everyResultIsHandedOver();
 
 private:
     static void makeObjects(TestServer &server);
@@ -192,6 +193,33 @@ void ConnectionValuesTest::theFirstOfSeveralResultsIsGiven()
              }).number(),
              1146);
     QCOMPARE(valueOf(*open, "select 8"), "8");
+}
+
+void ConnectionValuesTest::everyResultIsHandedOver()
+{
+    const auto open = connection();
+    RecordSet rows = open->executeText("call two()");
+    QCOMPARE(rows.text("first"), "1");
+    QVERIFY(open->nextResult(rows));
+    QCOMPARE(rows.text("second"), "2");
+    QVERIFY(open->nextResult(rows)); // of the call itself
+    QVERIFY(!rows.isOpen());
+    QVERIFY(!open->nextResult(rows));
+    // Unread results go with the next statement, also when it is one of the other kind.
+    open->executeText("call two()");
+    open->executeText("call two()");
+    QCOMPARE(valueOf(*open, "select 7"), "7");
+    rows = open->executeText("call failing()");
+    QCOMPARE(errorOf([&] { open->nextResult(rows); }).number(), 1146);
+    // A text of bytes that are no text; what it did comes with it.
+    open->execute("create temporary table v (a varbinary(9), b tinyint)");
+    open->execute("set sql_mode = '', autocommit = 0");
+    open->executeText("insert into v values ('\xff\x80;', 1), ('', 1000)");
+    const Effect effect = open->effect();
+    QCOMPARE(effect.rowsTouched, 2);
+    QCOMPARE(effect.warnings, 1);
+    QCOMPARE(effect.isInTransaction, std::optional(true));
+    QCOMPARE(valueOf(*open, "select hex(a) from v"), "FF803B");
 }
 
 QTEST_GUILESS_MAIN(ConnectionValuesTest)

@@ -28,6 +28,7 @@ struct Effect {
     qint64 rowsTouched = -1; // by a result without rows; -1: not known
     int warnings = -1;       // -1: not known
     std::optional<bool> isInTransaction;
+    bool hasFurther = true; // false: the statement surely has no further result
 };
 
 // One connection to one server, whatever lies beneath. All calls come from the thread that made it;

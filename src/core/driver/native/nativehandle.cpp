@@ -107,6 +107,7 @@ Effect effectOf(MYSQL *handle)
     unsigned status = 0;
     if (mariadb_get_infov(handle, MARIADB_CONNECTION_SERVER_STATUS, &status) == 0)
         effect.isInTransaction = (status & inTransaction) != 0;
+    effect.hasFurther = mysql_more_results(handle);
     return effect;
 }
 

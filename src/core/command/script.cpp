@@ -1,0 +1,203 @@
+#include "core/command/script.h"
+
+#include "core/sql/passwords.h"
+#include "core/sql/splitter.h"
+
+#include <QDir>
+#include <QElapsedTimer>
+#include <QFileInfo>
+
+#include <algorithm>
+
+namespace {
+
+constexpr std::size_t bytesAtOnce = 256 * 1024;
+// The protocol takes no larger statement.
+constexpr std::size_t longestStatement = 1024 * 1024 * 1024;
+constexpr std::size_t mostErrors = 1000;
+constexpr int deepestSource = 20; // a script may name itself
+
+// The end of the script, as far as it is no refusal of one statement.
+struct Ended {};
+
+QString beginning(std::string_view statement)
+{
+    constexpr std::size_t enough = 300;
+    const std::string_view part = statement.substr(0, enough);
+    const QString text = maskedPasswords(QString::fromUtf8(part.data(), static_cast<qsizetype>(part.size())));
+    return part.size() < statement.size() ? text + QStringLiteral(" …") : text;
+}
+
+// Such a statement is short; nobody looks for the word in megabytes of values.
+bool maySetMode(std::string_view statement)
+{
+    constexpr std::size_t longest = 4000;
+    static constexpr std::string_view word = "sql_mode";
+    const auto isSame = [](char a, char b) { return (a | 0x20) == (b | 0x20); };
+    return statement.size() < longest && std::search(statement.begin(), statement.end(), word.begin(),
+                                                     word.end(), isSame) != statement.end();
+}
+
+class Run {
+public:
+    Run(Session &session, const ScriptOptions &options,
+        const std::function<void(const ScriptProgress &)> &onProgress)
+        : m_session(session)
+        , m_options(options)
+        , m_onProgress(onProgress)
+    {
+        m_clock.start();
+    }
+    ScriptReport run();
+
+private:
+    void runAll();
+    void runFile(const QString &path, int depth);
+    void runPiece(const QString &path, const ScriptPiece &piece, int depth, StatementSplitter &splitter);
+    void send(std::string_view statement);
+    void note(ScriptError error);
+    void tell(const ScriptFile &file, bool isOutermost);
+
+    Session &m_session;
+    const ScriptOptions &m_options;
+    const std::function<void(const ScriptProgress &)> &m_onProgress;
+    ScriptReport m_report;
+    SqlMode m_mode;
+    QElapsedTimer m_clock;
+};
+
+ScriptReport Run::run()
+{
+    try {
+        runAll();
+        m_report.isComplete = true;
+    } catch (const Ended &) {
+        // Its reason is in the report.
+    } catch (const Failure &failure) {
+        m_report.isStopped = m_session.runner.isStopWanted();
+        if (!m_report.isStopped)
+            note({m_options.path, 0, {}, failure.description()});
+    }
+    const bool isWhole = m_report.isComplete && (m_report.errors == 0 || m_options.goesOnAtErrors);
+    if (m_options.isInTransaction && !isWhole) {
+        const Undoing undoing(m_session);
+        try {
+            m_session.connection().execute(QStringLiteral("rollback"));
+            m_report.isTakenBack = true;
+        } catch (const Failure &failure) {
+            note({m_options.path, 0, QStringLiteral("rollback"), failure.description()});
+        }
+    }
+    m_onProgress(m_report);
+    return std::move(m_report);
+}
+
+void Run::runAll()
+{
+    m_mode = sqlModeOf(m_session.connection());
+    if (m_options.isInTransaction)
+        m_session.connection().execute(QStringLiteral("start transaction"));
+    runFile(m_options.path, 0);
+    if (m_options.isInTransaction)
+        m_session.connection().execute(QStringLiteral("commit"));
+}
+
+void Run::runFile(const QString &path, int depth)
+{
+    ScriptFile file(path, m_options.encoding);
+    StatementSplitter splitter(m_mode);
+    for (bool isAtEnd = false; !isAtEnd;) {
+        // As many as wait already: see pendingBytes().
+        const QByteArray bytes = file.read(std::max(bytesAtOnce, splitter.pendingBytes()));
+        isAtEnd = bytes.isEmpty();
+        if (isAtEnd)
+            splitter.finish();
+        else
+            splitter.feed({bytes.constData(), static_cast<std::size_t>(bytes.size())});
+        while (const std::optional<ScriptPiece> piece = splitter.next()) {
+            m_session.requireGoingOn();
+            runPiece(path, *piece, depth, splitter);
+            tell(file, depth == 0);
+        }
+        if (splitter.pendingBytes() > longestStatement)
+            throw Failure(QStringLiteral("1GBを超える文があります。引用符が閉じていないかもしれません。"));
+    }
+}
+
+void Run::runPiece(const QString &path, const ScriptPiece &piece, int depth, StatementSplitter &splitter)
+{
+    try {
+        if (piece.kind == ScriptPiece::Kind::Statement) {
+            ++m_report.statements;
+            send(piece.text);
+        } else {
+            if (depth >= deepestSource)
+                throw Failure(QStringLiteral("SOURCEの入れ子が深すぎます。"));
+            runFile(QFileInfo(path).dir().filePath(
+                        QString::fromUtf8(piece.text.data(), static_cast<qsizetype>(piece.text.size()))),
+                    depth + 1);
+        }
+        if (piece.kind == ScriptPiece::Kind::Source || maySetMode(piece.text)) {
+            m_mode = sqlModeOf(m_session.connection());
+            splitter.setMode(m_mode);
+        }
+    } catch (const Failure &failure) {
+        if (m_session.runner.isStopWanted())
+            throw;
+        note({path, piece.line, beginning(piece.text), failure.description()});
+        if (!m_options.goesOnAtErrors || failure.isConnectionLost())
+            throw Ended();
+    }
+}
+
+void Run::send(std::string_view statement)
+{
+    Connection &connection = m_session.connection();
+    RecordSet rows =
+        connection.executeText(QByteArray(statement.data(), static_cast<qsizetype>(statement.size())));
+    for (bool hasResult = true; hasResult;) {
+        rows.readWithoutLimit();
+        while (rows.isOpen() && !rows.isEof()) // to its end: a procedure must not be killed for its rows
+            rows.moveNext();
+        const Effect effect = connection.effect();
+        m_report.rowsTouched += std::max<qint64>(effect.rowsTouched, 0);
+        m_report.warnings += std::max(effect.warnings, 0);
+        hasResult = effect.hasFurther && connection.nextResult(rows);
+    }
+}
+
+void Run::note(ScriptError error)
+{
+    ++m_report.errors;
+    if (m_report.firstErrors.size() < mostErrors)
+        m_report.firstErrors.push_back(std::move(error));
+}
+
+void Run::tell(const ScriptFile &file, bool isOutermost)
+{
+    constexpr qint64 often = 50; // milliseconds
+    if (m_clock.elapsed() < often)
+        return;
+    m_clock.restart();
+    if (isOutermost) {
+        m_report.bytesRead = file.bytesRead();
+        m_report.byteCount = file.byteCount();
+    }
+    m_onProgress(m_report);
+}
+
+} // namespace
+
+ScriptReport runScript(Session &session, const ScriptOptions &options,
+                       const std::function<void(const ScriptProgress &)> &onProgress)
+{
+    return Run(session, options, onProgress).run();
+}
+
+SqlMode sqlModeOf(Connection &connection)
+{
+    RecordSet rows = connection.execute(QStringLiteral("select @@session.sql_mode"));
+    const QStringList modes = rows.isOpen() && !rows.isEof() ? rows.text(0).split(u',') : QStringList();
+    return {.hasAnsiQuotes = modes.contains(QStringLiteral("ANSI_QUOTES")),
+            .hasPlainBackslashes = modes.contains(QStringLiteral("NO_BACKSLASH_ESCAPES"))};
+}

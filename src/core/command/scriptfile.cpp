@@ -1,0 +1,72 @@
+#include "core/command/scriptfile.h"
+
+#include "core/sql/failure.h"
+
+#include <QFile>
+#include <QFileInfo>
+
+#include <zlib.h>
+
+ScriptFile::ScriptFile(const QString &path, Encoding encoding)
+    : m_path(path)
+    , m_encoding(encoding)
+    , m_byteCount(QFileInfo(path).size())
+{
+    // The library opens folders, too, and waits for ever at a pipe; Qt has the system's words.
+    QFile look(path);
+    if (!QFileInfo(path).isFile() || !look.open(QIODevice::ReadOnly))
+        throw Failure(path + QStringLiteral(": ") +
+                      (look.errorString().isEmpty() || QFileInfo(path).exists()
+                           ? QStringLiteral("読めません。")
+                           : look.errorString()));
+    m_file = gzopen(QFile::encodeName(path).constData(), "rb");
+    if (!m_file)
+        throw Failure(path + QStringLiteral(": 開けません。"));
+    gzbuffer(m_file, 256 * 1024);
+}
+
+ScriptFile::~ScriptFile()
+{
+    gzclose(m_file);
+}
+
+QByteArray ScriptFile::read(std::size_t size)
+{
+    QByteArray bytes = readRaw(size);
+    if (!std::exchange(m_isBegun, true))
+        chooseEncoding(bytes, m_encoding);
+    if (!m_decoder || bytes.isEmpty())
+        return bytes;
+    QByteArray text = QString(m_decoder->decode(bytes)).toUtf8();
+    if (m_decoder->hasError())
+        throw Failure(m_path + QStringLiteral(": 選ばれた文字コードで読めない文字があります。"));
+    return text;
+}
+
+QByteArray ScriptFile::readRaw(std::size_t size)
+{
+    QByteArray bytes(static_cast<qsizetype>(size), Qt::Uninitialized);
+    const int count = gzread(m_file, bytes.data(), static_cast<unsigned>(size));
+    int number = Z_OK;
+    const char *words = gzerror(m_file, &number);
+    // A packed file that ends too soon gives what there is first, and says so only then.
+    if (count < 0 || (count == 0 && number != Z_OK && number != Z_STREAM_END))
+        throw Failure(m_path + QStringLiteral(": ") + QString::fromLocal8Bit(words));
+    bytes.truncate(count);
+    return bytes;
+}
+
+void ScriptFile::chooseEncoding(QByteArray &first, Encoding encoding)
+{
+    if (first.startsWith("\xef\xbb\xbf"))
+        first.remove(0, 3);
+    else if (first.startsWith("\xff\xfe") || first.startsWith("\xfe\xff"))
+        m_decoder.emplace(QStringDecoder::Utf16);
+    else if (encoding == Encoding::Cp932)
+        m_decoder.emplace("windows-31j");
+}
+
+qint64 ScriptFile::bytesRead() const
+{
+    return gzoffset(m_file);
+}
