@@ -64,7 +64,7 @@ frmSql::frmSql(Session &session, std::function<bool()> connect, std::unique_ptr<
     , m_variables(session, *c.lstVariablename, *c.lstVariable, *c.txtVariablename)
     , m_run(session, {*c.flgrid_Record, *c.txtRecord,
                       [this](qint64 count) { c.lblRecordCount->setText(QString::number(count)); }})
-    , m_completion(session, *c.txtSql)
+    , m_completion(*c.txtSql)
     , m_history(historyFile(session))
     , m_fonts(new FontScaling(this))
 {
@@ -362,7 +362,7 @@ void frmSql::showView()
 void frmSql::offerWords()
 {
     if (!m_completion.hasNames())
-        runAlone(c.txtSql, QStringLiteral("入力候補"), [this] { m_completion.readNames(); });
+        runAlone(c.txtSql, QStringLiteral("入力候補"), [this] { m_completion.readNames(m_session); });
     m_completion.offer();
 }
 

@@ -4,7 +4,7 @@
 #include "console/history.h"
 #include "console/run.h"
 #include "console/uservariables.h"
-#include "console/wordcompletion.h"
+#include "controls/text/wordcompletion.h"
 #include "core/command/dialogue.h"
 #include "core/session/session.h"
 

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "console/statementbox.h"
+#include "controls/text/statementbox.h"
 #include "controls/grid/flexgrid.h"
 #include "controls/lists/chosenlist.h"
 #include "controls/text/resulttextbox.h"

@@ -1,3 +1,4 @@
+#include "core/sql/format.h"
 #include "core/sql/lexer.h"
 #include "core/sql/passwords.h"
 #include "core/sql/splitter.h"
@@ -47,6 +48,8 @@ private Q_SLOTS:
     void textsAreTakenApart();
     void scriptsAreSplit_data();
     void scriptsAreSplit();
+    void statementsAreLaidOut_data();
+    void statementsAreLaidOut();
     void secretsAreMasked_data();
     void secretsAreMasked();
 };
@@ -114,6 +117,35 @@ void LexerTest::scriptsAreSplit()
     const SqlMode mode{.hasAnsiQuotes = isOther, .hasPlainBackslashes = isOther};
     for (std::size_t size = 1; size < 60; size += 3)
         QTEST(pieces(script, size, mode), "pieces");
+}
+
+void LexerTest::statementsAreLaidOut_data()
+{
+    QTest::addColumn<QByteArray>("formatted"); // with keywords in capital letters
+    const auto as = [](const char *script, const char *formatted) { row(script, QByteArray(formatted)); };
+    as("select a,b from t where a=1 and b between 2 and 3 or c",
+       "SELECT a, b\nFROM t\nWHERE a=1\n    AND b BETWEEN 2 AND 3\n    OR c");
+    as("select  x.`from`, @set from t inner join u on t.a = u.a group  by a -- c\n order by 1",
+       "SELECT x.`from`, @set\nFROM t\nINNER JOIN u ON t.a = u.a\nGROUP BY a -- c\nORDER BY 1");
+    as("update t set a = (select max(b) from u where c) where count (*) = 1;delete from t",
+       "UPDATE t\nSET a = (\n    SELECT max(b)\n    FROM u\n    WHERE c\n)\nWHERE count (*) = 1;\nDELETE "
+       "FROM t");
+    as("insert into t values ('select  1', 2) /* x  y */",
+       "INSERT INTO t\nVALUES ('select  1', 2) /* x  y */");
+    as("select 1 -- ends here\n;", "SELECT 1 -- ends here\n;");
+    as("create table t (\n  a int not  null\n)", "CREATE TABLE t (\n  a int NOT  NULL\n)");
+    as("delimiter //\ncreate procedure p() begin select  1; end//",
+       "delimiter //\ncreate procedure p() begin select  1; end//");
+    as("select 'a", "select 'a");
+}
+
+void LexerTest::statementsAreLaidOut()
+{
+    const QByteArray script = QTest::currentDataTag();
+    const QByteArray formatted = formattedSql(script, {}, KeywordCase::Upper);
+    QTEST(formatted, "formatted");
+    QCOMPARE(formattedSql(formatted, {}, KeywordCase::AsIs), formatted);
+    QVERIFY(haveSameTokens(script, formatted, {}, true));
 }
 
 void LexerTest::secretsAreMasked_data()

@@ -1,4 +1,5 @@
 // Scripts: their pieces do not depend on how they are read, and nothing but layout lies between them.
+#include "core/sql/format.h"
 #include "core/sql/splitter.h"
 #include "fuzz.h"
 
@@ -13,7 +14,12 @@ QString text(std::string_view bytes)
 
 std::vector<std::string_view> seeds()
 {
-    return {"\x05select 1; select ';' /* ; */ -- ;\n; x",
+    return {"\x01with t as (select a, b from c where d = 1 and (e between 2 and 3 or f)) select count(*), "
+            "case when "
+            "x then 'y' end from t left join u on t.a=u.a group by 1 order by 2 limit 3;insert into t values "
+            "(1,2)"
+            " on duplicate key update a = 1 -- c\n;",
+            "\x05select 1; select ';' /* ; */ -- ;\n; x",
             "\x03"
             "delimiter //\nbegin a; end//\ndelimiter ;\nuse `b;`;\nsource c.sql;\n\\. d",
             "\x01/*!50003 create */ /*!50003 trigger t begin a; end */;; 'a\\';' \"b\"\"\" x'1' 1e+5"};
@@ -47,4 +53,9 @@ void check(const QByteArray &bytes)
         }
     }
     require(given == whole.size(), "no fewer pieces than at once", {text(script)});
+
+    const QByteArray any = bytes.mid(1);
+    const QByteArray formatted = formattedSql(any, mode, static_cast<KeywordCase>(choice % 3));
+    require(haveSameTokens(any, formatted, mode, choice % 3 != 0), "a new layout changes no token",
+            {text(script), QString::fromUtf8(formatted)});
 }

@@ -25,6 +25,11 @@ bool mayWrite(Session &session, Dialogue &dialogue)
     } catch (const Failure &) {
         // The command itself finds the connection lost, or the stop.
     }
+    return confirmsWriting(session, dialogue);
+}
+
+bool confirmsWriting(const Session &session, Dialogue &dialogue)
+{
     return !session.role.isForReading() ||
            dialogue.confirm(QStringLiteral("サーバー %1 は %2です。\r\nここでの変更は他のサーバーに伝わらず、"
                                            "レプリケーションが止まることがあります。\r\n続けますか？")

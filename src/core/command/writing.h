@@ -7,6 +7,8 @@
 // rights: what such an account changes on a replica is missing elsewhere, or stops the replication. So the
 // user is asked; false: not to be done. Never throws.
 bool mayWrite(Session &session, Dialogue &dialogue);
+// The same without asking the server again, for connections of other threads.
+bool confirmsWriting(const Session &session, Dialogue &dialogue);
 
 // Whether a statement of the user's may change something, judged by its words: in doubt it may.
 bool mayChange(const QString &statement);

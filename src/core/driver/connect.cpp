@@ -14,7 +14,8 @@ std::unique_ptr<Connection> createConnection(const QString &connectionString, Pu
 {
     if (ConnectionString(connectionString).value(QStringLiteral("driver")) == nativeDriverName()) {
         // The library's own set-up is not made for several threads.
-        mysql_library_init(0, nullptr, nullptr);
+        static const int isSetUp = mysql_library_init(0, nullptr, nullptr); // by one of them alone
+        Q_UNUSED(isSetUp)
         const auto makeDriver = [connectionString] {
             return std::make_unique<NativeDriver>(NativeOptions::parse(connectionString));
         };

@@ -1,4 +1,4 @@
-#include "console/statementbox.h"
+#include "controls/text/statementbox.h"
 
 #include "core/session/codepage.h"
 

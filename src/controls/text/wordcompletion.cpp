@@ -1,4 +1,4 @@
-#include "console/wordcompletion.h"
+#include "controls/text/wordcompletion.h"
 
 #include "controls/text/sqltextbox.h"
 
@@ -43,9 +43,8 @@ Begun begunBeforeCursor(const SqlTextBox &box)
 
 } // namespace
 
-WordCompletion::WordCompletion(Session &session, SqlTextBox &box)
-    : m_session(session)
-    , m_box(box)
+WordCompletion::WordCompletion(SqlTextBox &box)
+    : m_box(box)
 {
     m_box.SendScintilla(QsciScintilla::SCI_AUTOCSETIGNORECASE, 1);
     m_box.SendScintilla(QsciScintilla::SCI_AUTOCSETORDER, QsciScintilla::SC_ORDER_PERFORMSORT);
@@ -63,22 +62,31 @@ void WordCompletion::offer()
                             words.join(u'\n').toUtf8().constData());
 }
 
-void WordCompletion::readNames()
+QString WordCompletion::namesStatement()
 {
-    m_names.clear();
-    m_columns.clear();
+    return QStringLiteral("select table_name, column_name from information_schema.columns "
+                          "where table_schema = database()");
+}
+
+void WordCompletion::readNames(Session &session)
+{
+    QStringList names;
     try {
-        RecordSet rows = m_session.connection().execute(
-            QStringLiteral("select table_name, column_name from information_schema.columns "
-                           "where table_schema = database()"));
-        for (; !rows.isEof(); rows.moveNext()) {
-            m_names << rows.text(0) << rows.text(1);
-            m_columns[rows.text(0).toLower()] << rows.text(1);
-        }
-        m_hasNames = true;
+        for (RecordSet rows = session.connection().execute(namesStatement()); !rows.isEof(); rows.moveNext())
+            names << rows.text(0) << rows.text(1);
+        setNames(names);
     } catch (const Failure &) {
         // Without names there still are the words of the language; the next request asks again.
     }
+}
+
+void WordCompletion::setNames(const QStringList &tablesAndColumns)
+{
+    m_names = tablesAndColumns;
+    m_columns.clear();
+    for (qsizetype i = 0; i + 1 < tablesAndColumns.size(); i += 2)
+        m_columns[tablesAndColumns[i].toLower()] << tablesAndColumns[i + 1];
+    m_hasNames = true;
 }
 
 QStringList WordCompletion::wordsFor(const QString &begun, const QString &table) const

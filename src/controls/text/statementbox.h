@@ -2,7 +2,7 @@
 
 #include "controls/text/sqltextbox.h"
 
-// The console's statement box: a file or text dropped on it replaces what it holds.
+// A box for statements: a file or text dropped on it replaces what it holds.
 class StatementBox : public SqlTextBox {
     Q_OBJECT
 
@@ -23,7 +23,6 @@ protected:
     void dragEnterEvent(QDragEnterEvent *event) override;
     void dragMoveEvent(QDragMoveEvent *event) override;
     void dropEvent(QDropEvent *event) override;
-
-private:
-    void load(const QString &path);
+    // A dropped file.
+    virtual void load(const QString &path);
 };

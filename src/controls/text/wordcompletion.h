@@ -12,18 +12,20 @@ class SqlTextBox;
 // are only the words.
 class WordCompletion {
 public:
-    WordCompletion(Session &session, SqlTextBox &box);
+    explicit WordCompletion(SqlTextBox &box);
 
     void offer();
     // From the server; where that fails there still are the words of the language.
-    void readNames();
+    void readNames(Session &session);
+    // The same in two steps: a statement, and the tables and columns of its rows by turns.
+    static QString namesStatement();
+    void setNames(const QStringList &tablesAndColumns);
     bool hasNames() const { return m_hasNames; }
     void forgetNames() { m_hasNames = false; }
 
 private:
     QStringList wordsFor(const QString &begun, const QString &table) const;
 
-    Session &m_session;
     SqlTextBox &m_box;
     QMap<QString, QStringList> m_columns; // by table, its name in lower case
     QStringList m_names;

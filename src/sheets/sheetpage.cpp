@@ -1,0 +1,374 @@
+#include "sheets/sheetpage.h"
+
+#include "core/command/writing.h"
+#include "core/session/codepage.h"
+#include "core/session/wholefile.h"
+#include "core/sql/format.h"
+#include "sheets/sheetresults.h"
+
+#include <QFile>
+#include <QFileInfo>
+#include <QSplitter>
+#include <QThread>
+#include <QTime>
+#include <QTimer>
+#include <QVBoxLayout>
+
+namespace {
+
+constexpr int draftDelay = 1000; // milliseconds after the last key
+
+QString seconds(qint64 microseconds)
+{
+    return QStringLiteral("%1 秒").arg(static_cast<double>(microseconds) / 1e6, 0, 'f', 3);
+}
+
+std::string_view viewOf(const QByteArray &bytes)
+{
+    return {bytes.constData(), static_cast<std::size_t>(bytes.size())};
+}
+
+} // namespace
+
+SheetPage::SheetPage(const SheetSurroundings &surroundings, std::unique_ptr<Draft> draft, const QString &name)
+    : m_around(surroundings)
+    , m_draft(std::move(draft))
+    , m_editor(new SheetEditor)
+    , m_results(new SheetResults)
+    , m_completion(*m_editor)
+    , m_draftTimer(new QTimer(this))
+    , m_clockTimer(new QTimer(this))
+{
+    m_editor->setObjectName(QStringLiteral("sheetText"));
+    m_editor->setAccessibleName(QStringLiteral("SQL文"));
+    buildLayout();
+    restore(m_draft->contents());
+    if (m_contents.name.isEmpty())
+        m_contents.name = name;
+    m_draftTimer->setSingleShot(true);
+    m_draftTimer->setInterval(draftDelay);
+    connect(m_draftTimer, &QTimer::timeout, this, &SheetPage::keepDraft);
+    m_clockTimer->setInterval(200);
+    connect(m_clockTimer, &QTimer::timeout, this, &SheetPage::changed);
+    connect(m_editor, &QsciScintilla::textChanged, this, [this] {
+        m_draftTimer->start();
+        if (!std::exchange(m_contents.isChanged, true))
+            Q_EMIT changed();
+    });
+    connect(m_editor, &StatementBox::refused, this,
+            [this](const QString &words) { m_around.dialogue.refuse(words); });
+    setFocusProxy(m_editor);
+}
+
+// What runs is stopped; a server that does not listen gets no more than a few seconds.
+SheetPage::~SheetPage()
+{
+    if (!m_thread)
+        return;
+    disconnect(m_worker.get(), nullptr, this, nullptr);
+    m_worker->stop();
+    m_thread->quit();
+    if (!m_thread->wait(10'000)) { // the thread is left behind with what it uses
+        static_cast<void>(m_thread.release());
+        static_cast<void>(m_worker.release());
+    }
+}
+
+void SheetPage::buildLayout()
+{
+    auto *splitter = new QSplitter(Qt::Vertical);
+    splitter->addWidget(m_editor);
+    splitter->addWidget(m_results);
+    splitter->setStretchFactor(0, 2);
+    splitter->setStretchFactor(1, 3);
+    splitter->setChildrenCollapsible(false);
+    auto *layout = new QVBoxLayout(this);
+    layout->setContentsMargins({});
+    layout->addWidget(splitter);
+}
+
+void SheetPage::restore(const SheetContents &contents)
+{
+    m_contents = contents;
+    m_editor->setContents(contents.text);
+    m_editor->SendScintilla(QsciScintilla::SCI_EMPTYUNDOBUFFER);
+    m_editor->setCursorPlace(contents.cursor);
+}
+
+void SheetPage::keepDraft()
+{
+    m_draftTimer->stop();
+    m_contents.text = QString::fromUtf8(m_editor->bytes());
+    m_contents.cursor = m_editor->cursorPlace();
+    const QString failure = m_draft->save(m_contents);
+    if (std::exchange(m_draftFailure, failure) != failure)
+        Q_EMIT changed();
+}
+
+SheetWorker &SheetPage::worker()
+{
+    if (m_worker)
+        return *m_worker;
+    m_worker = std::make_unique<SheetWorker>();
+    m_thread = std::make_unique<QThread>();
+    std::unique_ptr<Session> session =
+        siblingOf(m_around.session, m_around.session.gDbName, m_worker->pump());
+    session->runner.moveToThread(m_thread.get());
+    m_worker->use(std::move(session));
+    m_worker->moveToThread(m_thread.get());
+    connect(m_worker.get(), &SheetWorker::came, this, &SheetPage::take);
+    m_thread->start();
+    return *m_worker;
+}
+
+void SheetPage::start(const std::function<void(SheetWorker &)> &work)
+{
+    if (m_isRunning)
+        return;
+    m_isRunning = true;
+    m_clock.start();
+    m_clockTimer->start();
+    m_progress.clear();
+    SheetWorker &running = worker();
+    running.begin();
+    QMetaObject::invokeMethod(
+        &running, [&running, work] { work(running); }, Qt::QueuedConnection);
+    Q_EMIT changed();
+}
+
+void SheetPage::stop()
+{
+    if (m_isRunning)
+        m_worker->stop();
+}
+
+void SheetPage::runStatement(const SheetOptions &options)
+{
+    const auto [from, to] = m_editor->selection();
+    if (from != to)
+        return runAll(options);
+    const QByteArray text = m_editor->bytes();
+    const int place = m_editor->cursorPlace();
+    for (const ScriptPiece &piece : m_editor->pieces(viewOf(text)))
+        // Behind the last one's delimiter it is still meant.
+        if (piece.end >= place || piece.end == text.trimmed().size()) {
+            const int start = static_cast<int>(piece.start);
+            return runPieces(text.mid(start, static_cast<qsizetype>(piece.text.size())), start,
+                             piece.kind == ScriptPiece::Kind::Source, options);
+        }
+    m_around.dialogue.inform(QStringLiteral("SQL文を入力してください。"));
+}
+
+void SheetPage::runAll(const SheetOptions &options)
+{
+    const auto [from, to] = m_editor->selection();
+    const QByteArray text = m_editor->bytes();
+    if (from != to)
+        runPieces(text.mid(from, to - from), from, true, options);
+    else
+        runPieces(text, 0, true, options);
+}
+
+// One statement alone is taken as it is: it may hold a delimiter of its own.
+void SheetPage::runPieces(const QByteArray &text, int offset, bool isScript, const SheetOptions &options)
+{
+    if (m_isRunning)
+        return;
+    std::vector<ScriptPiece> pieces;
+    if (isScript)
+        pieces = m_editor->pieces(viewOf(text));
+    else
+        pieces.push_back({.text = viewOf(text)});
+    if (pieces.empty()) {
+        m_around.dialogue.inform(QStringLiteral("SQL文を入力してください。"));
+        return;
+    }
+    m_sent.clear();
+    m_dangers.clear();
+    m_waitingRun = {};
+    m_waitingRun.goesOnAtErrors = options.goesOnAtErrors;
+    m_waitingRun.folder = QFileInfo(m_contents.path).path();
+    bool mayChangeSomething = false;
+    for (const ScriptPiece &piece : pieces) {
+        QByteArray statement(piece.text.data(), static_cast<qsizetype>(piece.text.size()));
+        statement.replace("\r\n", "\n");
+        const bool isSource = piece.kind == ScriptPiece::Kind::Source;
+        mayChangeSomething |= isSource || mayChange(QString::fromUtf8(statement.left(10'000)));
+        if (options.isSafe && !isSource)
+            if (std::optional<Danger> danger = dangerOf(statement))
+                m_dangers.push_back(std::move(*danger));
+        m_sent.push_back({statement, offset + static_cast<int>(piece.start)});
+        m_waitingRun.statements.push_back({statement, isSource});
+    }
+    if (mayChangeSomething && !confirmsWriting(m_around.session, m_around.dialogue))
+        return;
+    m_editor->clearError();
+    if (m_dangers.empty())
+        return runWaiting();
+    QStringList tables;
+    for (const Danger &danger : m_dangers)
+        if (!danger.table.isEmpty())
+            tables << danger.table;
+    start([tables](SheetWorker &running) { running.countRows(tables); });
+}
+
+void SheetPage::runWaiting()
+{
+    m_results->beginRun();
+    start([run = std::exchange(m_waitingRun, {})](SheetWorker &running) { running.run(run); });
+}
+
+// Once for the whole run.
+void SheetPage::askAndRun(QStringList counts)
+{
+    constexpr qsizetype most = 10; // lines of a question
+    QStringList lines;
+    for (const Danger &danger : std::exchange(m_dangers, {})) {
+        const QString count = danger.table.isEmpty() || counts.isEmpty() ? QString() : counts.takeFirst();
+        lines << QStringLiteral("・") + danger.what +
+                     (count.isEmpty() ? QString() : QStringLiteral("：") + count);
+    }
+    if (const qsizetype more = lines.size() - most; more > 0)
+        lines = lines.mid(0, most) << QStringLiteral("・ほか %1 文").arg(more);
+    if (m_around.dialogue.confirm(QStringLiteral("多くの行や定義が失われる文です。\r\n") +
+                                      lines.join(QStringLiteral("\r\n")) +
+                                      QStringLiteral("\r\n実行しますか？"),
+                                  Icon::Critical))
+        runWaiting();
+}
+
+void SheetPage::runScript(const ScriptOptions &options)
+{
+    if (m_isRunning || !confirmsWriting(m_around.session, m_around.dialogue))
+        return;
+    m_sent.clear();
+    m_results->say(QTime::currentTime().toString() + QStringLiteral("  ファイルを実行: ") + options.path);
+    m_results->showMessages();
+    start([options](SheetWorker &running) { running.runScriptFile(options); });
+}
+
+void SheetPage::send(const QString &statement)
+{
+    if (m_isRunning)
+        return;
+    m_sent = {{statement.toUtf8(), 0}};
+    start([statement](SheetWorker &running) { running.send(statement); });
+}
+
+void SheetPage::setAutocommit(bool isOn)
+{
+    if (m_isRunning || std::exchange(m_isAutocommit, isOn) == isOn)
+        return;
+    m_sent = {{isOn ? "set autocommit=1" : "set autocommit=0", 0}};
+    start([isOn](SheetWorker &running) { running.setAutocommit(isOn); });
+}
+
+void SheetPage::offerWords()
+{
+    m_wantsWords = !m_completion.hasNames() && !m_isRunning;
+    if (m_wantsWords)
+        start([](SheetWorker &running) { running.readNames(WordCompletion::namesStatement()); });
+    else
+        m_completion.offer();
+}
+
+// Keywords keep their case: whose taste it is stands in the text already.
+void SheetPage::format()
+{
+    const auto [from, to] = m_editor->selection();
+    const QByteArray text = m_editor->bytes();
+    const bool isPart = from != to;
+    const QByteArray part = isPart ? text.mid(from, to - from) : text;
+    const QByteArray formatted = formattedSql(part, m_editor->mode(), KeywordCase::AsIs);
+    if (formatted != part)
+        m_editor->replace(isPart ? from : 0, isPart ? to : static_cast<int>(text.size()), formatted);
+}
+
+void SheetPage::put(const QString &text)
+{
+    m_editor->replaceContents(text);
+}
+
+void SheetPage::insert(const QString &text)
+{
+    m_editor->hasSelectedText() ? m_editor->replaceSelectedText(text) : m_editor->insert(text);
+}
+
+bool SheetPage::hasGrid() const
+{
+    return m_results->grid();
+}
+
+bool SheetPage::isResultPinned() const
+{
+    return m_results->isPinned();
+}
+
+void SheetPage::commitAndThen(const std::function<void()> &action)
+{
+    commit();
+    connect(
+        this, &SheetPage::finished, this,
+        [this, action] {
+            if (!m_isInTransaction) // from the event loop: the action may close this sheet
+                QMetaObject::invokeMethod(this, action, Qt::QueuedConnection);
+        },
+        Qt::SingleShotConnection);
+}
+
+QString SheetPage::open(const QString &path)
+{
+    QFile file(path);
+    if (const QString words = whyLeftAlone(path); !words.isEmpty())
+        return words;
+    if (!file.open(QIODevice::ReadOnly))
+        return path + QStringLiteral(": ") + file.errorString();
+    const QByteArray bytes = file.readAll();
+    SheetContents contents{.path = path, .text = fromCodePage(bytes)};
+    if (contents.text.contains(QChar::Null))
+        return path + QStringLiteral(": NUL文字を含むため、SQL文として読み込めません。");
+    contents.isCodePage = contents.text.toUtf8() != bytes && !bytes.startsWith("\xef\xbb\xbf");
+    contents.name = m_contents.name;
+    restore(contents);
+    m_contents.isChanged = false;
+    keepDraft();
+    Q_EMIT changed();
+    return {};
+}
+
+QString SheetPage::save(const QString &path)
+{
+    const QByteArray bytes = m_editor->bytes();
+    const QString failure =
+        saveWholeFile(path, m_contents.isCodePage ? toCodePage(QString::fromUtf8(bytes)) : bytes);
+    if (!failure.isEmpty())
+        return failure;
+    m_contents.path = path;
+    m_contents.isChanged = false;
+    keepDraft();
+    Q_EMIT changed();
+    return {};
+}
+
+QString SheetPage::title() const
+{
+    const QString name = m_contents.path.isEmpty() ? m_contents.name : QFileInfo(m_contents.path).fileName();
+    return (m_isRunning ? QStringLiteral("▶ ") : QString()) + name +
+           (m_contents.isChanged ? QStringLiteral(" *") : QString());
+}
+
+QString SheetPage::state() const
+{
+    QStringList parts;
+    if (!m_draftFailure.isEmpty())
+        parts << QStringLiteral("下書きを保存できません: ") + m_draftFailure;
+    if (m_isRunning)
+        parts << (m_progress.isEmpty()
+                      ? QStringLiteral("実行中… %1").arg(seconds(m_clock.elapsed() / 100 * 100'000))
+                      : m_progress);
+    else if (!m_lastSeconds.isEmpty())
+        parts << m_lastSeconds;
+    if (!m_database.isEmpty())
+        parts << m_database;
+    return parts.join(QStringLiteral("　"));
+}

@@ -1,0 +1,126 @@
+#pragma once
+
+#include "controls/text/wordcompletion.h"
+#include "core/command/dialogue.h"
+#include "sheets/drafts.h"
+#include "sheets/safemode.h"
+#include "sheets/sheeteditor.h"
+#include "sheets/sheetworker.h"
+
+#include <QElapsedTimer>
+#include <QWidget>
+
+#include <functional>
+
+class QThread;
+class SheetResults;
+
+// What was run, for the history.
+struct SheetRunNote {
+    QString statement, database, error;
+    qint64 microseconds = 0;
+    qint64 rows = -1; // given or touched
+};
+
+// What all sheets of a window share.
+struct SheetSurroundings {
+    Session &session;   // the windows' own: its settings are copied, its log is written
+    Dialogue &dialogue; // titled as the window
+    std::function<void(const SheetRunNote &)> remember;
+};
+
+// How a run is to behave, as the window's boxes say.
+struct SheetOptions {
+    bool goesOnAtErrors = false;
+    bool isSafe = true; // asks before what takes many rows away
+};
+
+// One sheet: a text, its connection, and the results of its last run.
+class SheetPage : public QWidget {
+    Q_OBJECT
+
+public:
+    // name: shown while it has no file.
+    SheetPage(const SheetSurroundings &surroundings, std::unique_ptr<Draft> draft, const QString &name);
+    ~SheetPage() override;
+
+    void runStatement(const SheetOptions &options); // at the cursor
+    void runAll(const SheetOptions &options);       // or what is chosen
+    void runScript(const ScriptOptions &options);
+    void stop();
+    void commit() { send(QStringLiteral("commit")); }
+    void rollback() { send(QStringLiteral("rollback")); }
+    void setAutocommit(bool isOn);
+    void offerWords();
+    void format();
+    SheetResults &results() { return *m_results; }
+
+    // Empty where it succeeded.
+    QString open(const QString &path);
+    QString save(const QString &path);
+    QString path() const { return m_contents.path; }
+    // In the place of all, or of what is chosen; what stood there comes back by undo.
+    void put(const QString &text);
+    void insert(const QString &text);
+
+    QString title() const; // with the signs for changed and running
+    QString state() const;
+    bool isRunning() const { return m_isRunning; }
+    bool isInTransaction() const { return m_isInTransaction; }
+    bool isAutocommit() const { return m_isAutocommit; }
+    bool isEmpty() const { return m_editor->length() == 0; }
+    bool isChanged() const { return m_contents.isChanged; }
+    bool hasGrid() const;
+    bool isResultPinned() const;
+    // The action comes once the commit has succeeded.
+    void commitAndThen(const std::function<void()> &action);
+    void keepDraft(); // at once
+    void removeDraft() { m_draft->remove(); }
+    SheetEditor &editor() { return *m_editor; }
+
+Q_SIGNALS:
+    void changed();  // title or state
+    void finished(); // what ran
+
+private:
+    struct Sent { // a statement of the run
+        QByteArray text;
+        int place = 0; // in the editor, bytes
+    };
+
+    void buildLayout();
+    SheetWorker &worker();
+    void start(const std::function<void(SheetWorker &)> &work);
+    void runPieces(const QByteArray &text, int offset, bool isScript, const SheetOptions &options);
+    void runWaiting();
+    void askAndRun(QStringList counts);
+    void send(const QString &statement);
+    void take(const SheetNews &news);
+    void takeEnd(const SheetNews &news);
+    void takeFailure(const SheetNews &news);
+    void takeReport(const ScriptReport &report);
+    void takeFinish(const SheetNews &news);
+    void note(const SheetNews &news, const QString &error);
+    QString progressText(const ScriptProgress &progress) const;
+    QString nameOf(int statement) const;
+    void restore(const SheetContents &contents);
+
+    SheetSurroundings m_around;
+    std::unique_ptr<Draft> m_draft;
+    SheetContents m_contents;
+    SheetEditor *m_editor;
+    SheetResults *m_results;
+    WordCompletion m_completion;
+    QTimer *m_draftTimer, *m_clockTimer;
+
+    std::unique_ptr<QThread> m_thread;
+    std::unique_ptr<SheetWorker> m_worker;
+    std::vector<Sent> m_sent;
+    SheetRun m_waitingRun; // for the answer about its dangers
+    std::vector<Danger> m_dangers;
+    QElapsedTimer m_clock;
+    QString m_database, m_progress, m_draftFailure, m_lastSeconds;
+    bool m_isRunning = false, m_isInTransaction = false, m_isAutocommit = true, m_wantsWords = false;
+    bool m_isResultTold = false, m_hasGrid = false, m_areCounted = false;
+    QStringList m_counts; // of the rows of m_dangers
+};

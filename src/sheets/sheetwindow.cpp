@@ -1,0 +1,378 @@
+#include "sheets/sheetwindow.h"
+
+#include "controls/window/building.h"
+#include "controls/window/stopping.h"
+#include "controls/window/windowsize.h"
+#include "core/session/profilefile.h"
+#include "core/session/wholefile.h"
+#include "sheets/scriptfiledialog.h"
+#include "sheets/sheetresults.h"
+
+#include <QCheckBox>
+#include <QCloseEvent>
+#include <QFileInfo>
+#include <QHBoxLayout>
+#include <QLabel>
+#include <QMenu>
+#include <QPushButton>
+#include <QShortcut>
+#include <QTabBar>
+#include <QTabWidget>
+#include <QToolButton>
+#include <QVBoxLayout>
+
+namespace {
+
+const QString section = QStringLiteral("Sheets");
+
+template <class Control>
+Control *tipped(const char *name, const QString &text, const QString &tip)
+{
+    auto *control = made<Control>(name, text);
+    control->setToolTip(tip);
+    return control;
+}
+
+} // namespace
+
+SheetWindow::SheetWindow(Session &session, SheetServices services, std::unique_ptr<Dialogue> dialogue)
+    : m_session(session)
+    , m_services(std::move(services))
+    , m_dialogue(dialogue ? std::move(dialogue) : std::make_unique<WidgetDialogue>(this, DialogueParts{}))
+    , m_tabs(made<QTabWidget>("sheetTabs"))
+    , m_runStatement(tipped<QPushButton>("runStatement", QStringLiteral("文を実行"),
+                                         QStringLiteral("カーソルのある文を実行します (Ctrl+Enter)")))
+    , m_runSheet(tipped<QPushButton>("runSheet", QStringLiteral("すべて実行"),
+                                     QStringLiteral("選択範囲、なければ全体を実行します (F5)")))
+    , m_stop(tipped<QPushButton>("stopSheet", QStringLiteral("停止"), QStringLiteral("Shift+F5")))
+    , m_commit(tipped<QPushButton>("commitSheet", QStringLiteral("コミット"), QStringLiteral("COMMIT")))
+    , m_rollback(
+          tipped<QPushButton>("rollbackSheet", QStringLiteral("ロールバック"), QStringLiteral("ROLLBACK")))
+    , m_open(tipped<QPushButton>("openScript", QStringLiteral("開く"),
+                                 QStringLiteral("SQLファイルを新しいシートに開きます (Ctrl+O)")))
+    , m_save(tipped<QPushButton>("saveScript", QStringLiteral("保存"), QStringLiteral("Ctrl+S")))
+    , m_script(tipped<QPushButton>("runScriptFile", QStringLiteral("ファイルを実行"),
+                                   QStringLiteral("大きなファイルも読み込まずに実行します")))
+    , m_history(tipped<QPushButton>("showHistory", QStringLiteral("履歴"), QStringLiteral("Ctrl+R")))
+    , m_pin(tipped<QPushButton>("pinResult", QStringLiteral("固定"),
+                                QStringLiteral("この結果を次の結果と並べて残します")))
+    , m_recent(made<QToolButton>("recentScripts"))
+    , m_autocommit(made<QCheckBox>("sheetAutocommit", QStringLiteral("自動コミット")))
+    , m_goesOn(made<QCheckBox>("goOnAtErrors", QStringLiteral("エラーでも続ける")))
+    , m_safeMode(
+          tipped<QCheckBox>("safeMode", QStringLiteral("安全モード"),
+                            QStringLiteral("WHERE のない UPDATE・DELETE、DROP、TRUNCATE の前に確かめます")))
+    , m_state(made<QLabel>("sheetState"))
+    , m_transaction(made<QLabel>("transactionSign"))
+{
+    setObjectName(QStringLiteral("sheetWindow"));
+    setWindowTitle(QStringLiteral("SQLシート"));
+    setAttribute(Qt::WA_DeleteOnClose);
+    setWorksWhileRunning(this); // on connections of its own, in other threads
+    buildLayout();
+    m_goesOn->setChecked(option(QStringLiteral("GoOnAtErrors"), false));
+    m_safeMode->setChecked(option(QStringLiteral("SafeMode"), true));
+    connectControls();
+    addKeys();
+    restoreDrafts();
+    restoreSize(*this, m_session.gIniPath, sizeKey, standardSize);
+}
+
+SheetWindow::~SheetWindow() = default;
+
+void SheetWindow::buildLayout()
+{
+    m_tabs->setTabsClosable(true);
+    m_tabs->setMovable(true);
+    m_tabs->setDocumentMode(true);
+    m_pin->setCheckable(true);
+    m_recent->setText(QStringLiteral("最近"));
+    m_recent->setPopupMode(QToolButton::InstantPopup);
+    m_recent->setMenu(new QMenu(m_recent));
+    m_transaction->setText(QStringLiteral("● トランザクション中"));
+    QFont bold = m_transaction->font();
+    bold.setBold(true);
+    m_transaction->setFont(bold);
+    m_state->setTextFormat(Qt::PlainText);
+    m_state->setTextInteractionFlags(Qt::TextSelectableByMouse);
+    auto *run = new QHBoxLayout;
+    for (QWidget *control :
+         std::initializer_list<QWidget *>{m_runStatement, m_runSheet, m_stop, m_goesOn, m_safeMode})
+        run->addWidget(control);
+    run->addStretch(1);
+    for (QWidget *control : std::initializer_list<QWidget *>{m_open, m_recent, m_save, m_script, m_history})
+        run->addWidget(control);
+    auto *state = new QHBoxLayout;
+    state->addWidget(m_state, 1);
+    for (QWidget *control :
+         std::initializer_list<QWidget *>{m_transaction, m_autocommit, m_commit, m_rollback, m_pin})
+        state->addWidget(control);
+    auto *layout = new QVBoxLayout(this);
+    layout->addLayout(run);
+    layout->addWidget(m_tabs, 1);
+    layout->addLayout(state);
+}
+
+void SheetWindow::connectControls()
+{
+    connect(m_runStatement, &QPushButton::clicked, this, [this] { page()->runStatement(options()); });
+    connect(m_runSheet, &QPushButton::clicked, this, [this] { page()->runAll(options()); });
+    connect(m_stop, &QPushButton::clicked, this, [this] { page()->stop(); });
+    connect(m_commit, &QPushButton::clicked, this, [this] { page()->commit(); });
+    connect(m_rollback, &QPushButton::clicked, this, [this] { page()->rollback(); });
+    connect(m_open, &QPushButton::clicked, this, &SheetWindow::openFile);
+    connect(m_save, &QPushButton::clicked, this, &SheetWindow::saveFile);
+    connect(m_script, &QPushButton::clicked, this, &SheetWindow::runScriptFile);
+    connect(m_history, &QPushButton::clicked, this, [this] {
+        if (m_services.openHistory)
+            m_services.openHistory(this, [this](const QString &text) { page()->insert(text); });
+    });
+    connect(m_pin, &QPushButton::toggled, this, [this](bool isOn) { page()->results().setPinned(isOn); });
+    connect(m_autocommit, &QCheckBox::clicked, this, [this](bool isOn) { page()->setAutocommit(isOn); });
+    connect(m_goesOn, &QCheckBox::toggled, this,
+            [this](bool isOn) { keepOption(QStringLiteral("GoOnAtErrors"), isOn); });
+    connect(m_safeMode, &QCheckBox::toggled, this,
+            [this](bool isOn) { keepOption(QStringLiteral("SafeMode"), isOn); });
+    connect(m_recent->menu(), &QMenu::aboutToShow, this, [this] { fillRecent(*m_recent->menu()); });
+    connect(m_tabs, &QTabWidget::currentChanged, this, [this] {
+        showState();
+        if (page())
+            page()->setFocus();
+    });
+    connect(m_tabs, &QTabWidget::tabCloseRequested, this, &SheetWindow::closeSheet);
+}
+
+void SheetWindow::addKeys()
+{
+    for (const auto &[keys, button] : std::initializer_list<std::pair<QList<QKeySequence>, QPushButton *>>{
+             {{Qt::CTRL | Qt::Key_Return, Qt::CTRL | Qt::Key_Enter}, m_runStatement},
+             {{Qt::Key_F5}, m_runSheet},
+             {{Qt::SHIFT | Qt::Key_F5, Qt::Key_Escape}, m_stop},
+             {{QKeySequence::Open}, m_open},
+             {{QKeySequence::Save}, m_save},
+             {{Qt::CTRL | Qt::Key_R}, m_history}})
+        for (const QKeySequence &key : keys)
+            connect(new QShortcut(key, this), &QShortcut::activated, button, &QPushButton::click);
+    const auto onKey = [this](const QKeySequence &key, auto action) {
+        connect(new QShortcut(key, this), &QShortcut::activated, this, action);
+    };
+    onKey(Qt::CTRL | Qt::Key_W, [this] { closeSheet(m_tabs->currentIndex()); });
+    onKey(Qt::CTRL | Qt::SHIFT | Qt::Key_F, [this] { page()->format(); });
+    onKey(Qt::CTRL | Qt::Key_Space, [this] { page()->offerWords(); });
+}
+
+QString SheetWindow::folder() const
+{
+    return (m_session.settingsFolder.isEmpty() ? m_session.programFolder : m_session.settingsFolder) +
+           QStringLiteral("/sheets");
+}
+
+void SheetWindow::restoreDrafts()
+{
+    for (std::unique_ptr<Draft> &draft : Draft::left(folder()))
+        add(std::move(draft));
+    if (m_tabs->count() == 0)
+        addSheet();
+    m_tabs->setCurrentIndex(0);
+}
+
+SheetPage *SheetWindow::pageAt(int index) const
+{
+    return qobject_cast<SheetPage *>(m_tabs->widget(index));
+}
+
+SheetPage *SheetWindow::page() const
+{
+    return pageAt(m_tabs->currentIndex());
+}
+
+void SheetWindow::addSheet()
+{
+    if (isVisible() || m_tabs->count() == 0)
+        add(std::make_unique<Draft>(folder()));
+}
+
+SheetPage *SheetWindow::add(std::unique_ptr<Draft> draft)
+{
+    auto *added = new SheetPage({m_session, *m_dialogue, m_services.remember}, std::move(draft),
+                                QStringLiteral("シート %1").arg(++m_number));
+    connect(added, &SheetPage::changed, this, &SheetWindow::showState);
+    connect(&added->results(), &QTabWidget::currentChanged, this, &SheetWindow::showState);
+    connect(&added->editor(), &SheetEditor::fileDropped, this, &SheetWindow::openPath);
+    m_tabs->setCurrentIndex(m_tabs->addTab(added, added->title()));
+    added->setFocus();
+    return added;
+}
+
+void SheetWindow::propose(const QString &text)
+{
+    addSheet();
+    page()->put(text);
+}
+
+SheetOptions SheetWindow::options() const
+{
+    return {.goesOnAtErrors = m_goesOn->isChecked(), .isSafe = m_safeMode->isChecked()};
+}
+
+void SheetWindow::showState()
+{
+    showTitles();
+    const SheetPage *shown = page();
+    if (!shown)
+        return;
+    const bool isRunning = shown->isRunning();
+    for (QPushButton *button : {m_runStatement, m_runSheet, m_script})
+        button->setEnabled(!isRunning);
+    m_stop->setEnabled(isRunning);
+    m_autocommit->setEnabled(!isRunning);
+    m_autocommit->setChecked(shown->isAutocommit());
+    m_transaction->setVisible(shown->isInTransaction());
+    for (QPushButton *button : {m_commit, m_rollback})
+        button->setEnabled(!isRunning && shown->isInTransaction());
+    m_pin->setEnabled(shown->hasGrid());
+    m_pin->setChecked(shown->isResultPinned());
+    m_state->setText(shown->state());
+}
+
+void SheetWindow::showTitles()
+{
+    for (int i = 0; i < m_tabs->count(); ++i) {
+        QString title = pageAt(i)->title();
+        m_tabs->setTabText(i, title.replace(u'&', QStringLiteral("&&")));
+        m_tabs->setTabToolTip(i, plainTip(pageAt(i)->path()));
+    }
+}
+
+// What runs is stopped; what is not committed is lost, so it is asked about.
+bool SheetWindow::mayClose(SheetPage &closing, const std::function<void()> &close)
+{
+    if (closing.isInTransaction()) {
+        m_tabs->setCurrentWidget(&closing);
+        const int choice = m_dialogue->choose(
+            closing.title() + QStringLiteral(": 確定していない変更があります。"),
+            {QStringLiteral("コミットして閉じる"), QStringLiteral("ロールバックして閉じる")});
+        if (choice == 0)
+            closing.commitAndThen(close);
+        return choice == 1;
+    }
+    return !closing.isRunning() ||
+           m_dialogue->confirm(closing.title() + QStringLiteral(": 実行中です。停止して閉じますか？"),
+                               Icon::Critical);
+}
+
+void SheetWindow::closeSheet(int index)
+{
+    SheetPage *closing = pageAt(index);
+    if (!closing || !mayClose(*closing, [this, closing] { closeSheet(m_tabs->indexOf(closing)); }))
+        return;
+    if (closing->isChanged() && !closing->isEmpty() &&
+        !m_dialogue->confirm(closing->title() + QStringLiteral("\r\n保存していません。捨てて閉じますか？"),
+                             Icon::Critical))
+        return;
+    closing->removeDraft();
+    m_tabs->removeTab(index);
+    delete closing;
+    if (m_tabs->count() == 0)
+        addSheet();
+}
+
+void SheetWindow::closeEvent(QCloseEvent *event)
+{
+    for (int i = 0; i < m_tabs->count(); ++i) {
+        if (!mayClose(*pageAt(i), [this] { close(); })) {
+            event->ignore();
+            return;
+        }
+    }
+    for (int i = 0; i < m_tabs->count(); ++i)
+        pageAt(i)->keepDraft();
+    keepSize(*this, m_session.gIniPath, sizeKey, standardSize);
+    event->accept();
+}
+
+void SheetWindow::openFile()
+{
+    openPath(chooseSqlFile(this, QFileInfo(recent().value(0)).path(), false,
+                           QStringLiteral("SQL ファイル (*.sql)")));
+}
+
+void SheetWindow::openPath(const QString &path)
+{
+    if (path.isEmpty())
+        return;
+    for (int i = 0; i < m_tabs->count(); ++i)
+        if (pageAt(i)->path() == path)
+            return m_tabs->setCurrentIndex(i);
+    SheetPage *target = page() && page()->isEmpty() && page()->path().isEmpty()
+                            ? page()
+                            : add(std::make_unique<Draft>(folder()));
+    if (const QString failure = target->open(path); !failure.isEmpty())
+        m_dialogue->refuse(failure);
+    else
+        noteRecent(path);
+}
+
+bool SheetWindow::saveFile()
+{
+    QString path = page()->path();
+    if (path.isEmpty())
+        path = chooseSqlFile(this, QFileInfo(recent().value(0)).path(), true,
+                             QStringLiteral("SQL ファイル (*.sql)"));
+    if (path.isEmpty())
+        return false;
+    const QString failure = page()->save(path);
+    if (failure.isEmpty())
+        noteRecent(path);
+    else
+        m_dialogue->refuse(QStringLiteral("保存できませんでした。\r\n") + failure);
+    return failure.isEmpty();
+}
+
+QStringList SheetWindow::recent() const
+{
+    return ProfileFile(m_session.gIniPath)
+        .value(section, QStringLiteral("Recent"))
+        .split(u'\t', Qt::SkipEmptyParts);
+}
+
+void SheetWindow::noteRecent(const QString &path)
+{
+    constexpr qsizetype most = 10;
+    const FileLock lock(m_session.gIniPath);
+    ProfileFile file(m_session.gIniPath);
+    QStringList paths = recent();
+    paths.removeAll(path);
+    paths.prepend(path);
+    file.setValue(section, QStringLiteral("Recent"), paths.mid(0, most).join(u'\t'));
+    file.save(); // costs the list, nothing else
+}
+
+void SheetWindow::fillRecent(QMenu &menu)
+{
+    menu.clear();
+    for (const QString &path : recent())
+        connect(menu.addAction(QString(path).replace(u'&', QStringLiteral("&&"))), &QAction::triggered, this,
+                [this, path] { openPath(path); });
+    menu.setEnabled(!menu.isEmpty());
+}
+
+void SheetWindow::runScriptFile()
+{
+    if (const std::optional<ScriptOptions> chosen = askForScript(this, QFileInfo(recent().value(0)).path()))
+        page()->runScript(*chosen);
+}
+
+void SheetWindow::keepOption(const QString &key, bool isOn)
+{
+    const FileLock lock(m_session.gIniPath);
+    ProfileFile file(m_session.gIniPath);
+    file.setValue(section, key, isOn ? QStringLiteral("1") : QStringLiteral("0"));
+    file.save();
+}
+
+bool SheetWindow::option(const QString &key, bool standard) const
+{
+    const QString value = ProfileFile(m_session.gIniPath).value(section, key);
+    return value.isEmpty() ? standard : value == u"1";
+}

@@ -1,0 +1,80 @@
+#pragma once
+
+#include "controls/dialogue/widgetdialogue.h"
+#include "sheets/sheetpage.h"
+
+#include <QWidget>
+
+#include <functional>
+#include <memory>
+
+class QCheckBox;
+class QLabel;
+class QMenu;
+class QPushButton;
+class QTabWidget;
+class QToolButton;
+
+// What the window needs of the program beside its session.
+struct SheetServices {
+    std::function<void(const SheetRunNote &)> remember;
+    // Lets the user choose from the history; the statement goes to the function.
+    std::function<void(QWidget *window, const std::function<void(const QString &)> &put)> openHistory;
+};
+
+// SQL texts in tabs, each with a connection of its own. What was typed is kept in drafts, whatever ends the
+// program. Deletes itself when it is closed.
+class SheetWindow : public QWidget {
+    Q_OBJECT
+
+public:
+    // dialogue: who answers in a test; null: real boxes.
+    SheetWindow(Session &session, SheetServices services, std::unique_ptr<Dialogue> dialogue = nullptr);
+    ~SheetWindow() override;
+
+    void addSheet();
+    // Into a sheet of its own.
+    void propose(const QString &text);
+
+protected:
+    void closeEvent(QCloseEvent *event) override;
+
+private:
+    static inline const QString sizeKey = QStringLiteral("sheets");
+    static constexpr QSize standardSize{1000, 720};
+
+    void buildLayout();
+    void connectControls();
+    void addKeys();
+    void restoreDrafts();
+    SheetPage *page() const;
+    SheetPage *pageAt(int index) const;
+    SheetPage *add(std::unique_ptr<Draft> draft);
+    SheetOptions options() const;
+    void showState();
+    void showTitles();
+    void closeSheet(int index);
+    // close: carried out later, when a commit comes first.
+    bool mayClose(SheetPage &page, const std::function<void()> &close);
+    void openFile();
+    void openPath(const QString &path);
+    bool saveFile();
+    void noteRecent(const QString &path);
+    QStringList recent() const;
+    void fillRecent(QMenu &menu);
+    void runScriptFile();
+    void keepOption(const QString &key, bool isOn);
+    bool option(const QString &key, bool standard) const;
+    QString folder() const;
+
+    Session &m_session;
+    SheetServices m_services;
+    std::unique_ptr<Dialogue> m_dialogue;
+    QTabWidget *m_tabs;
+    QPushButton *m_runStatement, *m_runSheet, *m_stop, *m_commit, *m_rollback, *m_open, *m_save, *m_script,
+        *m_history, *m_pin;
+    QToolButton *m_recent;
+    QCheckBox *m_autocommit, *m_goesOn, *m_safeMode;
+    QLabel *m_state, *m_transaction;
+    int m_number = 0; // of the last sheet without a file
+};

@@ -1,0 +1,318 @@
+#include "sheets/sheetworker.h"
+
+#include "core/session/basconnection.h"
+
+#include <QDir>
+#include <QElapsedTimer>
+#include <QScopeGuard>
+
+#include <new>
+
+namespace {
+
+constexpr std::size_t blockBytes = 128 * 1024;
+constexpr qint64 handOverAfter = 40; // milliseconds
+
+bool mayChooseDatabase(const QByteArray &statement)
+{
+    const QByteArray text = statement.left(200).trimmed().toLower();
+    return text.startsWith("use") || text.startsWith("drop") || text.startsWith("/*");
+}
+
+} // namespace
+
+void SheetWorker::ThreadPump::wait(Completion &completion)
+{
+    while (!completion.waitFor(std::chrono::milliseconds(20)))
+        m_worker.heedStop();
+}
+
+SheetWorker::SheetWorker() = default;
+SheetWorker::~SheetWorker() = default;
+
+void SheetWorker::use(std::unique_ptr<Session> session)
+{
+    m_session = std::move(session);
+    m_running = m_session.get();
+}
+
+void SheetWorker::heedStop()
+{
+    if (m_isStopWanted && !m_running->runner.isStopWanted())
+        m_running->runner.stop();
+}
+
+void SheetWorker::tell(SheetNews::Kind kind, const QString &text)
+{
+    SheetNews news;
+    news.kind = kind;
+    news.statement = m_statement;
+    news.text = text;
+    Q_EMIT came(news);
+}
+
+void SheetWorker::fail(const Failure &failure)
+{
+    SheetNews news;
+    news.kind = SheetNews::Kind::Failed;
+    news.statement = m_statement;
+    news.text = failure.description();
+    news.isStopped = m_session->runner.isStopWanted();
+    news.isConnectionLost = failure.isConnectionLost();
+    news.microseconds = m_since.isValid() ? m_since.nsecsElapsed() / 1000 : 0;
+    Q_EMIT came(news);
+}
+
+void SheetWorker::runAlone(const std::function<void()> &action)
+{
+    m_statement = 0;
+    m_session->runner.run(this, QStringLiteral("SQLシート"), [&] {
+        try {
+            requireConnection();
+            action();
+        } catch (const Failure &failure) {
+            fail(failure);
+        } catch (const std::bad_alloc &) {
+            fail(Failure(QStringLiteral("メモリが不足しています。")));
+        }
+        SheetNews news;
+        try {
+            if (std::exchange(m_mayHaveMoved, false) && !m_session->runner.isStopWanted())
+                news.texts << m_session->connection().execute(QStringLiteral("select database()")).text(0);
+        } catch (const Failure &) {
+            // The next statement says that the connection is lost.
+        }
+        news.isStopped = m_session->runner.isStopWanted();
+        if (m_session->gCn && m_session->gCn->isOpen())
+            news.effect = m_session->gCn->effect();
+        Q_EMIT came(news);
+    });
+}
+
+// A connection that was lost is made anew by the next thing that is run; what hung on it is gone.
+void SheetWorker::requireConnection()
+{
+    heedStop();
+    if (m_session->gCn && m_session->gCn->isOpen())
+        return;
+    if (const std::optional<Failure> failure = tryConnecting(*m_session))
+        throw Failure(*failure);
+    tell(SheetNews::Kind::Connected,
+         std::exchange(m_wasConnected, true)
+             ? QStringLiteral("接続をやり直しました。ユーザー変数・一時テーブル・ロックは失われ、"
+                              "確定していない変更は取り消されています。")
+             : QString());
+    if (!m_isAutocommit)
+        m_session->connection().execute(QStringLiteral("set autocommit=0"));
+    m_mayHaveMoved = true;
+}
+
+void SheetWorker::setAutocommit(bool isOn)
+{
+    m_isAutocommit = isOn;
+    if (m_wasConnected)
+        send(isOn ? QStringLiteral("set autocommit=1") : QStringLiteral("set autocommit=0"));
+    else
+        Q_EMIT came({});
+}
+
+void SheetWorker::run(const SheetRun &run)
+{
+    runAlone([&] {
+        for (const SheetStatement &statement : run.statements) {
+            try {
+                heedStop();
+                tell(SheetNews::Kind::Began);
+                runStatement(statement, run);
+            } catch (const Failure &failure) {
+                if (failure.isConnectionLost())
+                    sDisconnect(*m_session);
+                if (!run.goesOnAtErrors || m_session->runner.isStopWanted() || failure.isConnectionLost())
+                    throw;
+                fail(failure);
+            }
+            ++m_statement;
+        }
+    });
+}
+
+void SheetWorker::runStatement(const SheetStatement &statement, const SheetRun &run)
+{
+    if (statement.isSource) {
+        ScriptOptions options;
+        options.path = QDir(run.folder).filePath(QString::fromUtf8(statement.text));
+        options.goesOnAtErrors = run.goesOnAtErrors;
+        SheetNews news;
+        news.kind = SheetNews::Kind::ScriptEnded;
+        news.statement = m_statement;
+        news.report = std::make_shared<ScriptReport>(
+            runScript(*m_session, options, [this](const auto &) { heedStop(); }));
+        Q_EMIT came(news);
+        m_mayHaveMoved = true;
+        return;
+    }
+    m_since.start();
+    m_mayHaveMoved |= mayChooseDatabase(statement.text);
+    RecordSet rows = m_session->connection().executeText(statement.text);
+    Connection &connection = m_session->connection();
+    for (bool hasResult = true; hasResult;) {
+        tellResult(rows);
+        hasResult = connection.effect().hasFurther && connection.nextResult(rows);
+    }
+}
+
+void SheetWorker::tellResult(RecordSet &rows)
+{
+    SheetNews end;
+    end.kind = SheetNews::Kind::ResultEnded;
+    end.statement = m_statement;
+    end.text = rows.note();
+    if (rows.isOpen()) {
+        SheetNews begin;
+        begin.kind = SheetNews::Kind::Fields;
+        begin.statement = m_statement;
+        begin.fields = end.fields = rows.fields();
+        Q_EMIT came(begin);
+        sendRows(rows, end);
+    }
+    end.microseconds = m_since.nsecsElapsed() / 1000;
+    end.effect = m_session->connection().effect();
+    if (!end.effect.hasFurther) // the question would throw away what follows
+        end.texts = warnings(end.effect.warnings);
+    Q_EMIT came(end);
+}
+
+void SheetWorker::sendRows(RecordSet &rows, SheetNews &end)
+{
+    QElapsedTimer clock;
+    clock.start();
+    auto block = std::make_shared<RowBlock>(rows.fieldCount());
+    try {
+        for (; !rows.isEof(); rows.moveNext()) {
+            block->beginRow();
+            for (const Cell &cell : rows.cells()) {
+                if (cell.isNull)
+                    block->addNull();
+                else
+                    block->addCell(cell.bytes);
+            }
+            ++end.rowCount;
+            if (block->byteCount() >= blockBytes || clock.elapsed() >= handOverAfter) {
+                handOver(std::exchange(block, std::make_shared<RowBlock>(rows.fieldCount())));
+                clock.restart();
+                heedStop();
+                m_session->requireGoingOn();
+            }
+        }
+    } catch (const Failure &) {
+        handOver(std::move(block)); // what came before it is shown
+        throw;
+    }
+    handOver(std::move(block));
+}
+
+// The windows take their time; a sheet that has gone takes nothing any more.
+void SheetWorker::handOver(std::shared_ptr<RowBlock> block)
+{
+    if (block->isEmpty())
+        return;
+    while (!m_room.tryAcquire(1, 50))
+        if (m_isStopWanted)
+            return;
+    SheetNews news;
+    news.kind = SheetNews::Kind::Rows;
+    news.statement = m_statement;
+    news.rows = std::move(block);
+    Q_EMIT came(news);
+}
+
+QStringList SheetWorker::warnings(int count)
+{
+    QStringList texts;
+    if (count == 0)
+        return texts;
+    try {
+        RecordSet rows = m_session->connection().execute(QStringLiteral("show warnings"));
+        constexpr qsizetype most = 100;
+        for (; rows.isOpen() && !rows.isEof() && texts.size() < most; rows.moveNext())
+            if (rows.fieldCount() >= 3)
+                texts << rows.text(0) + u' ' + rows.text(1) + QStringLiteral(": ") + rows.text(2);
+    } catch (const Failure &) {
+        // The statement itself was carried out; the next one says what became of the connection.
+    }
+    return texts;
+}
+
+void SheetWorker::send(const QString &statement)
+{
+    runAlone([&] {
+        tell(SheetNews::Kind::Began);
+        m_since.start();
+        RecordSet rows = m_session->connection().executeText(statement.toUtf8());
+        tellResult(rows);
+    });
+}
+
+void SheetWorker::runScriptFile(const ScriptOptions &options)
+{
+    runAlone([&] {
+        // A connection of its own: what the script sets ends with it.
+        const std::unique_ptr<Session> own = siblingOf(*m_session, m_session->gDbName, m_pump);
+        m_running = own.get();
+        const auto isOver = qScopeGuard([this] { m_running = m_session.get(); });
+        SheetNews ended;
+        ended.kind = SheetNews::Kind::ScriptEnded;
+        own->runner.run(this, options.path, [&] {
+            if (const std::optional<Failure> failure = tryConnecting(*own))
+                throw Failure(*failure);
+            ended.report =
+                std::make_shared<ScriptReport>(runScript(*own, options, [&](const ScriptProgress &progress) {
+                    SheetNews moved;
+                    moved.kind = SheetNews::Kind::ScriptMoved;
+                    moved.progress = progress;
+                    Q_EMIT came(moved);
+                    heedStop();
+                }));
+        });
+        sDisconnect(*own);
+        Q_EMIT came(ended);
+    });
+}
+
+void SheetWorker::countRows(const QStringList &tables)
+{
+    runAlone([&] {
+        SheetNews news;
+        news.kind = SheetNews::Kind::Counted;
+        for (const QString &table : tables) {
+            constexpr int most = 1'000'000;
+            try {
+                // Counted so far only: a large table would keep the question waiting.
+                const QString count = m_session->connection()
+                                          .execute(QStringLiteral("select count(*) from (select 1 from %1 "
+                                                                  "limit %2) counted")
+                                                       .arg(table)
+                                                       .arg(most + 1))
+                                          .text(0);
+                news.texts << (count.toInt() > most ? QStringLiteral("%1 行を超える").arg(most)
+                                                    : count + QStringLiteral(" 行"));
+            } catch (const Failure &failure) {
+                if (failure.isConnectionLost() || m_session->runner.isStopWanted())
+                    throw;
+                news.texts << QString(); // a view of nothing, a name that is not there
+            }
+        }
+        Q_EMIT came(news);
+    });
+}
+
+void SheetWorker::readNames(const QString &statement)
+{
+    runAlone([&] {
+        SheetNews news;
+        news.kind = SheetNews::Kind::Names;
+        for (RecordSet rows = m_session->connection().execute(statement); !rows.isEof(); rows.moveNext())
+            news.texts << rows.text(0) << rows.text(1);
+        Q_EMIT came(news);
+    });
+}
