@@ -112,6 +112,7 @@ ObjectDefinition readDefinition(Connection &connection, const QString &showState
     definition.characterSet = textOf(rows, rows.fieldIndex(QStringLiteral("character_set_client")));
     definition.collation = textOf(rows, rows.fieldIndex(QStringLiteral("collation_connection")));
     definition.databaseCollation = textOf(rows, rows.fieldIndex(QStringLiteral("Database Collation")));
+    definition.timeZone = textOf(rows, rows.fieldIndex(QStringLiteral("time_zone")));
     return definition;
 }
 
@@ -174,4 +175,29 @@ SqlMode readingMode(const QString &sqlMode)
 DefinitionHead headOf(const QString &createText, SqlMode mode)
 {
     return HeadReader(createText, mode).read();
+}
+
+QString withoutDefiner(const QString &createText, SqlMode mode)
+{
+    qsizetype from = -1;
+    bool hasValue = false;
+    QString before;
+    for (const Token &token : sqlTokens(createText, mode)) {
+        const QString text = createText.mid(token.start, token.length);
+        if (from < 0) {
+            if (token.kind == TokenKind::Word && isOneOf(text, {u"DEFINER"}) &&
+                !isOneOf(before, {u"SECURITY"}))
+                from = token.start;
+            else if (isOneOf(text, {u"VIEW", u"PROCEDURE", u"FUNCTION", u"TRIGGER", u"EVENT", u"PACKAGE"}))
+                break;
+        } else if (token.kind == TokenKind::Blank && hasValue) {
+            return createText.left(from) + createText.mid(token.start + token.length);
+        } else {
+            hasValue = hasValue || token.kind == TokenKind::Name || token.kind == TokenKind::Text ||
+                       token.kind == TokenKind::Word;
+        }
+        if (token.kind != TokenKind::Blank)
+            before = text;
+    }
+    return createText;
 }

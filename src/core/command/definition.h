@@ -9,7 +9,7 @@ struct ObjectDefinition {
     QString kind; // "Table", "View", "Procedure", ...: the first column's name, trimmed; empty: no row came
     QString text; // empty where the account may not read it
     // Null where the kind has none.
-    QString sqlMode, characterSet, collation, databaseCollation;
+    QString sqlMode, characterSet, collation, databaseCollation, timeZone;
 
     bool operator==(const ObjectDefinition &) const = default;
 };
@@ -41,3 +41,6 @@ struct DefinitionHead {
     bool replaces = false; // CREATE OR REPLACE, ALTER
 };
 DefinitionHead headOf(const QString &createText, SqlMode mode);
+
+// The text without the clause that names its definer; the account that runs it becomes that.
+QString withoutDefiner(const QString &createText, SqlMode mode);

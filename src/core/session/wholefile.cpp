@@ -6,6 +6,12 @@
 
 #include <filesystem>
 
+#ifdef Q_OS_WIN
+#include <io.h>
+#else
+#include <unistd.h>
+#endif
+
 namespace {
 
 constexpr auto ownersPermissions = QFileDevice::ReadOwner | QFileDevice::WriteOwner;
@@ -22,6 +28,15 @@ bool writeAll(QFileDevice &file, QByteArrayView bytes)
         done += written;
     }
     return true;
+}
+
+bool syncToDisk(QFileDevice &file)
+{
+#ifdef Q_OS_WIN
+    return file.flush() && _commit(file.handle()) == 0;
+#else
+    return file.flush() && fsync(file.handle()) == 0;
+#endif
 }
 
 QString saveWholeFile(const QString &path, const QByteArray &bytes, Readers readers)

@@ -9,6 +9,9 @@
 // words.
 bool writeAll(QFileDevice &file, QByteArrayView bytes);
 
+// Waits until the disk holds what was written; false: the system refused (a full disk may say so only here).
+bool syncToDisk(QFileDevice &file);
+
 // Who may read the file. As usual: one that is there keeps its permissions.
 enum class Readers { AsUsual, OwnerOnly };
 

@@ -1,9 +1,9 @@
 #include "maintenance/backup/ownbackup.h"
 
+#include "core/command/tablekind.h"
 #include "core/sql/statements.h"
 #include "maintenance/backup/objectfile.h"
 #include "maintenance/backup/rowfile.h"
-#include "maintenance/tablechange/tablekind.h"
 
 #include <QFileInfo>
 

@@ -1,12 +1,12 @@
 #include "maintenance/backup/restore.h"
 
 #include "core/command/doubt.h"
+#include "core/command/tablekind.h"
 #include "core/sql/names.h"
 #include "core/sql/statements.h"
 #include "maintenance/backup/ownbackup.h"
 #include "maintenance/backup/tablerestore.h"
 #include "maintenance/batch.h"
-#include "maintenance/tablechange/tablekind.h"
 
 #include <algorithm>
 

@@ -1,10 +1,10 @@
 #include "maintenance/backup/tablerestore.h"
 
+#include "core/command/tablekind.h"
 #include "core/command/undolog.h"
 #include "core/sql/statements.h"
 #include "maintenance/backup/rowfile.h"
 #include "maintenance/tablechange/foreignkeys.h"
-#include "maintenance/tablechange/tablekind.h"
 #include "maintenance/tablechange/triggers.h"
 
 #include <ranges>

@@ -1,7 +1,7 @@
 #include "maintenance/tablechange/foreignkeys.h"
 
+#include "core/command/tablekind.h"
 #include "core/sql/statements.h"
-#include "maintenance/tablechange/tablekind.h"
 
 #include <QRegularExpression>
 

@@ -2,8 +2,8 @@
 
 #include "core/command/command.h"
 #include "core/command/doubt.h"
+#include "core/command/tablekind.h"
 #include "maintenance/tablechange/tablechangesteps.h"
-#include "maintenance/tablechange/tablekind.h"
 
 // Why a change is not begun, in words for the user; empty where nothing stands in its way.
 QString refusalOfText(const TableChange &change);

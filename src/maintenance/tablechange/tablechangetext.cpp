@@ -1,5 +1,6 @@
 #include "maintenance/tablechange/tablechangetext.h"
 
+#include "core/command/storedcolumns.h"
 #include "core/sql/statements.h"
 
 #include <QRegularExpression>
@@ -59,14 +60,6 @@ QString copyName(const QString &database, const QString &table, const QDateTime 
 {
     return qualifiedName(database, table) + now.toString(QStringLiteral("_yyyyMMddHHmm")) +
            QStringLiteral("zolt");
-}
-
-bool isGenerated(const QString &extra)
-{
-    // MySQL's "DEFAULT_GENERATED" marks an expression as default of an ordinary column.
-    static const QRegularExpression words(QStringLiteral("\\b(VIRTUAL|PERSISTENT|STORED)\\b"),
-                                          QRegularExpression::CaseInsensitiveOption);
-    return words.match(extra).hasMatch();
 }
 
 QString commonColumns(const std::vector<FieldRec> &newFields, const std::vector<FieldRec> &oldFields,

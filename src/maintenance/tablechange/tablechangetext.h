@@ -25,9 +25,6 @@ QString withCounterOf(const QString &serverText, QString text, const QString &sh
 // The qualified name of the data copy: the table's name, the minute, a fixed suffix.
 QString copyName(const QString &database, const QString &table, const QDateTime &now);
 
-// Generated columns take no values: the server refuses them in a column list (1906, MySQL 3105).
-bool isGenerated(const QString &extra);
-
 // The names, in the new order and each followed by ",", of the columns that both tables have; in backticks
 // where the edited text writes them so.
 QString commonColumns(const std::vector<FieldRec> &newFields, const std::vector<FieldRec> &oldFields,

@@ -1,4 +1,4 @@
-#include "maintenance/tablechange/tablekind.h"
+#include "core/command/tablekind.h"
 
 #include "core/command/definition.h"
 #include "core/sql/statements.h"
