@@ -1,0 +1,263 @@
+#include "transfer/dump/dump.h"
+
+#include "core/command/tablekind.h"
+#include "core/sql/statements.h"
+#include "transfer/dump/dumptext.h"
+#include "transfer/dump/insertwriter.h"
+#include "transfer/outputfile.h"
+
+#include <QDateTime>
+#include <QDir>
+#include <QRegularExpression>
+
+namespace {
+
+QString now()
+{
+    return QDateTime::currentDateTime().toString(Qt::ISODate);
+}
+
+// One run, from the snapshot to the last line.
+class Dump {
+public:
+    Dump(Session &session, const DumpOptions &options, const DumpTarget &target, const ReportProgress &report)
+        : m_session(session)
+        , m_options(options)
+        , m_target(target)
+        , m_tell(report)
+    {
+    }
+
+    DumpReport run();
+
+private:
+    RecordSet execute(const QString &statement) { return m_session.connection().execute(statement); }
+    void prepareSession();
+    void openFile(const QString &path);
+    void openFor(const DumpObject &object);
+    void closeFile();
+    void write(const QString &text) { m_file->write(text.toStdString()); }
+    void writeObject(const DumpObject &object);
+    void writeRows(const DumpObject &table);
+    void copyRows(const DumpObject &table, RecordSet rows, InsertWriter &writer);
+    void requireUnchanged(const DumpObject &object);
+    void writeLoader();
+    void tell(const DumpObject &object);
+
+    Session &m_session;
+    const DumpOptions &m_options;
+    const DumpTarget &m_target;
+    const ReportProgress &m_tell;
+    QString m_createDatabase;
+    std::unique_ptr<OutputFile> m_file;
+    QStringList m_files; // of a folder, in the order to load them
+    TransferStatus m_status;
+    DumpReport m_report;
+};
+
+DumpReport Dump::run()
+{
+    prepareSession();
+    const std::vector<DumpObject> plan = readDumpPlan(m_session.connection(), m_options);
+    if (m_options.createsDatabase)
+        m_createDatabase =
+            execute(QStringLiteral("SHOW CREATE DATABASE ") + quotedName(m_options.database)).text(1);
+    m_status.objects = static_cast<int>(plan.size());
+    for (const DumpObject &object : plan)
+        m_status.expectedRows += m_options.hasRows && object.hasOwnRows() ? object.expectedRows : 0;
+    if (!m_target.isFolder)
+        openFile(m_target.path);
+    for (const DumpObject &object : plan) {
+        tell(object);
+        openFor(object);
+        writeObject(object);
+        if (m_target.isFolder)
+            closeFile();
+        ++m_status.finished;
+        ++m_report.objects;
+    }
+    // What no snapshot holds; tables have been looked at beside their rows.
+    for (const DumpObject &object : plan)
+        if (object.kind != DumpKind::Table || !m_options.hasRows)
+            requireUnchanged(object);
+    if (m_target.isFolder)
+        writeLoader();
+    else
+        closeFile();
+    execute(QStringLiteral("COMMIT"));
+    return m_report;
+}
+
+void Dump::prepareSession()
+{
+    Connection &connection = m_session.connection();
+    connection.execute(useStatement(m_options.database));
+    connection.execute(setStatement(exactVariables(connection.server())));
+    connection.execute(QStringLiteral("SET SESSION TRANSACTION ISOLATION LEVEL REPEATABLE READ"));
+    connection.execute(QStringLiteral("START TRANSACTION WITH CONSISTENT SNAPSHOT"));
+}
+
+void Dump::openFile(const QString &path)
+{
+    m_file = std::make_unique<OutputFile>(path);
+    write(dumpHead(m_session.connection().server(), m_options, now(), m_createDatabase));
+}
+
+void Dump::openFor(const DumpObject &object)
+{
+    if (!m_target.isFolder)
+        return;
+    const QString word = object.keyword.toLower().replace(u' ', u'-');
+    const QString name = word + u'-' + fileNameOf(object.name) + QStringLiteral(".sql");
+    m_files << name;
+    openFile(QDir(m_target.path).filePath(name));
+}
+
+void Dump::closeFile()
+{
+    write(dumpTail(now()));
+    m_file->finish();
+    m_file.reset();
+}
+
+void Dump::tell(const DumpObject &object)
+{
+    m_status.object = object.name;
+    m_tell(m_status);
+}
+
+void Dump::writeObject(const DumpObject &object)
+{
+    if (m_options.hasStructure)
+        write(objectScript(object, m_options));
+    if (object.kind == DumpKind::Sequence && m_options.hasRows)
+        write(QStringLiteral("SELECT SETVAL(%1, %2, 0);\n")
+                  .arg(quotedName(object.name),
+                       execute(QStringLiteral("SELECT next_not_cached_value FROM ") + quotedName(object.name))
+                           .text(0)));
+    if (object.kind != DumpKind::Table || !m_options.hasRows)
+        return;
+    if (!object.hasOwnRows()) {
+        m_report.withoutRows << object.name;
+        return;
+    }
+    if (!isReplicatedInClusters(object.engine)) // those are the engines with snapshots
+        m_report.outsideSnapshot << object.name;
+    // The savepoint gives the lock on the table back, which keeps others from changing it.
+    execute(QStringLiteral("SAVEPOINT tarnwell"));
+    writeRows(object);
+    requireUnchanged(object);
+    execute(QStringLiteral("ROLLBACK TO SAVEPOINT tarnwell"));
+}
+
+// The columns that say from when until when a row held.
+QStringList periodOf(const QString &createText)
+{
+    static const QRegularExpression period(
+        QStringLiteral("PERIOD FOR SYSTEM_TIME \\(`((?:[^`]|``)+)`, `((?:[^`]|``)+)`\\)"));
+    const QRegularExpressionMatch match = period.match(createText);
+    if (!match.hasMatch())
+        return {QStringLiteral("row_start"), QStringLiteral("row_end")};
+    return {match.captured(1).replace(QStringLiteral("``"), QStringLiteral("`")),
+            match.captured(2).replace(QStringLiteral("``"), QStringLiteral("`"))};
+}
+
+void Dump::writeRows(const DumpObject &table)
+{
+    Connection &connection = m_session.connection();
+    StoredColumns stored = readStoredColumns(connection, m_options.database, table.name);
+    bool isNamed = stored.hasGenerated;
+    for (const StoredColumn &column : stored.columns)
+        isNamed = isNamed || column.isInvisible;
+    constexpr int firstThatTakesHistory = 101100;
+    const bool withHistory = table.isVersioned && m_options.hasHistory && connection.server().isMariaDb &&
+                             connection.server().number >= firstThatTakesHistory;
+    if (withHistory) {
+        isNamed = true;
+        for (const QString &name : periodOf(table.definition.text))
+            stored.columns.push_back({name, ValueForm::Plain});
+        write(historyOn());
+    }
+    if (!stored.columns.empty()) {
+        InsertWriter writer(table.name, stored.columns, isNamed, m_options.insertBytes,
+                            [this](std::string_view text) { m_file->write(text); });
+        QString select = QStringLiteral("SELECT %1 FROM %2").arg(writer.selected(), quotedName(table.name));
+        if (withHistory)
+            select += QStringLiteral(" FOR SYSTEM_TIME ALL");
+        // On lines of its own: it may end in a comment.
+        if (!m_options.condition.isEmpty())
+            select += QStringLiteral(" WHERE (\n%1\n)").arg(m_options.condition);
+        write(QStringLiteral("\n"));
+        copyRows(table, execute(select), writer);
+    }
+    if (withHistory)
+        write(historyOff());
+}
+
+// The one place where rows go from the connection to the file.
+void Dump::copyRows(const DumpObject &table, RecordSet rows, InsertWriter &writer)
+{
+    constexpr qint64 rowsBetweenReports = 256;
+    const qint64 before = m_status.rows;
+    try {
+        rows.readWithoutLimit();
+        writer.setFields(rows.fields());
+        for (; !rows.isEof(); rows.moveNext()) {
+            writer.addRow(rows.cells());
+            if (++m_status.rows % rowsBetweenReports == 0)
+                tell(table);
+        }
+        writer.finish();
+    } catch (const Failure &error) {
+        if (error.isInterrupted())
+            throw;
+        throw Failure(QStringLiteral("テーブル「%1」の %2 行目まで書いた後で失敗しました。\r\n%3")
+                          .arg(table.name)
+                          .arg(m_status.rows - before)
+                          .arg(error.description()),
+                      error.number(), error.state());
+    }
+    m_report.rows += m_status.rows - before;
+}
+
+void Dump::requireUnchanged(const DumpObject &object)
+{
+    if (isSameDefinition(readObject(m_session.connection(), m_options.database, object), object.definition))
+        return;
+    throw Failure(QStringLiteral("%1「%2」の定義が、ダンプの間に変更されました。\r\n"
+                                 "定義と行が食い違うため、ダンプを中止しました。もう一度実行してください。")
+                      .arg(object.keyword, object.name));
+}
+
+void Dump::writeLoader()
+{
+    m_file = std::make_unique<OutputFile>(QDir(m_target.path).filePath(QStringLiteral("load.sql")));
+    write(dumpHead(m_session.connection().server(), m_options, now(), m_createDatabase));
+    for (const QString &file : std::as_const(m_files))
+        write(QStringLiteral("SOURCE %1\n").arg(file));
+    closeFile();
+}
+
+} // namespace
+
+DumpReport dump(Session &session, const DumpOptions &options, const DumpTarget &target,
+                const ReportProgress &report)
+{
+    return Dump(session, options, target, report).run();
+}
+
+QString textOf(const DumpReport &report, const DumpTarget &target)
+{
+    QString text = QStringLiteral("「%1」に %2 個のオブジェクト、%3 行をダンプしました。")
+                       .arg(target.path)
+                       .arg(report.objects)
+                       .arg(report.rows);
+    if (!report.outsideSnapshot.isEmpty())
+        text += QStringLiteral("\n次のテーブルはスナップショットに対応していません。"
+                               "ダンプ中の変更が混じることがあります: ") +
+                report.outsideSnapshot.join(QStringLiteral(", "));
+    if (!report.withoutRows.isEmpty())
+        text += QStringLiteral("\n次のテーブルの行はほかのテーブルやサーバーにあるため、定義だけです: ") +
+                report.withoutRows.join(QStringLiteral(", "));
+    return text;
+}

@@ -1,0 +1,26 @@
+#pragma once
+
+#include "core/session/session.h"
+#include "transfer/dump/dumpplan.h"
+#include "transfer/progress.h"
+
+// Where a dump goes: one file (compressed when its name ends in ".gz"), or a folder with one file for each
+// object and "load.sql", which runs them in order.
+struct DumpTarget {
+    QString path;
+    bool isFolder = false;
+};
+
+// What a dump has to tell when it is done.
+struct DumpReport {
+    int objects = 0;
+    qint64 rows = 0;
+    QStringList outsideSnapshot; // tables whose engine has no snapshot: others may have written meanwhile
+    QStringList withoutRows;     // whose rows are those of other tables or servers
+};
+
+// Dumps over the session's connection, which serves nothing else meanwhile, in one snapshot. Rows go to the
+// file as they arrive. Throws Failure; a file that is not whole does not bear its name then.
+DumpReport dump(Session &session, const DumpOptions &options, const DumpTarget &target,
+                const ReportProgress &report);
+QString textOf(const DumpReport &report, const DumpTarget &target);
