@@ -217,7 +217,7 @@ void ConnectionValuesTest::everyResultIsHandedOver()
     open->executeText("insert into v values ('\xff\x80;', 1), ('', 1000)");
     const Effect effect = open->effect();
     QCOMPARE(effect.rowsTouched, 2);
-    QCOMPARE(effect.warnings, 1);
+    QVERIFY(effect.warnings >= 1); // MySQL 9 finds fault with the bytes, too
     QCOMPARE(effect.isInTransaction, std::optional(true));
     QCOMPARE(valueOf(*open, "select hex(a) from v"), "FF803B");
 }
