@@ -66,10 +66,18 @@ QMenuBar *CommandMenus::makeMenuBar()
         connect(menu, &QMenu::aboutToShow, this, [this, menu, place = place] {
             if (menu->isEmpty())
                 fill(*menu, place);
+            for (const auto &[extended, addTo] : m_extensions)
+                if (extended == place)
+                    addTo(*menu);
             open(*menu);
         });
     }
     return bar;
+}
+
+void CommandMenus::extend(Menu place, std::function<void(QMenu &menu)> addTo)
+{
+    m_extensions.emplace_back(place, std::move(addTo));
 }
 
 void CommandMenus::fill(QMenu &menu, Menu place)

@@ -30,6 +30,8 @@ public:
     void add(const CommandRow &row, std::function<void()> carryOut);
     // Called once, after the last row. The menus are filled when they are first opened.
     QMenuBar *makeMenuBar();
+    // More entries at the end of a menu, made each time it is opened.
+    void extend(Menu place, std::function<void(QMenu &menu)> addTo);
     void addContextMenu(ChosenList &list, std::function<bool(const CommandRow &row)> belongsTo);
     std::vector<PaletteEntry> paletteEntries() const;
 
@@ -55,4 +57,5 @@ private:
     const Session &m_session;
     const TarnwellControls &m_controls;
     std::vector<Offer> m_offers;
+    std::vector<std::pair<Menu, std::function<void(QMenu &)>>> m_extensions;
 };

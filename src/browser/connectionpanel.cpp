@@ -81,6 +81,21 @@ void ConnectionPanel::takeEntries()
     m_session.gUser = trimmedBlanks(c.txtUser->text());
     m_session.gPass = trimmedBlanks(c.txtPass->text());
     m_session.gPort = trimmedBlanks(c.txtPort->text());
+    if (!m_session.profile.leadsTo(m_session.gDsn, m_session.gDriver, m_session.gServer, m_session.gPort))
+        m_session.profile = {};
+}
+
+void ConnectionPanel::showProfile()
+{
+    const auto choose = [](QComboBox &box, const QString &text) {
+        if (box.findText(text) < 0) // a whole connection string, or a driver that is not offered itself
+            box.addItem(text);
+        box.setCurrentText(text);
+    };
+    choose(*c.cboDSNList, m_session.gDsn);
+    choose(*c.cboDrivers, m_session.gDriver);
+    showSettings();
+    cboDSNList_Click();
 }
 
 void ConnectionPanel::takeTexts()

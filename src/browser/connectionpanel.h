@@ -22,8 +22,10 @@ public:
     void cboDSNList_Click();
     // The refusal for the first empty entry; empty when all are there.
     QString missingEntry() const;
-    void takeEntries(); // into the session, for a connection
-    void takeTexts();   // the same as they stand, for the console's next one
+    void showProfile(); // the session's saved connection, in all boxes
+    // Into the session, for a connection; a saved one that they do not lead to any more is left.
+    void takeEntries();
+    void takeTexts(); // the same as they stand, for the console's next one
     // As fConnect(), and what the server says of its role. No value: connected.
     std::optional<Failure> connect();
     void showRole();

@@ -44,6 +44,11 @@ private:
     static std::span<const WindowCommand> windowCommands();
     void offerCommands();
 
+    void openConnections();
+    void offerLastConnections(QMenu &menu);
+    void useConnection(const ConnectionProfile &profile, const QString &password, bool connectsNow);
+    bool completeProfile();
+    void noteConnectionUsed();
     void cmdConnect_Click();
     void connectNow();
     bool renewsPassword();

@@ -18,6 +18,7 @@ std::span<const frmTarnwell::WindowCommand> frmTarnwell::windowCommands()
     using W = frmTarnwell;
     static constexpr WindowCommand commands[] = {
         {{"cmdConnect", u"接続", "Alt+C", Menu::Connection, Needs::NoConnection}, &W::cmdConnect_Click},
+        {{"openConnections", u"接続先", "Ctrl+K", Menu::Connection, Needs::Nothing}, &W::openConnections},
         {{"cmdClose", u"切断", "Alt+D", Menu::Connection, Needs::Connection}, &W::cmdClose_Click},
         {{"cmdEnd", u"終了", "Ctrl+Q", Menu::Connection, Needs::Nothing}, &W::cmdEnd_Click},
         {{"cmdShowDb", u"ﾃﾞｰﾀﾍﾞｰｽ表示", "Alt+L", Menu::Database, Needs::Connection}, &W::cmdShowDb_Click},
@@ -47,6 +48,8 @@ void frmTarnwell::offerCommands()
         for (const Command &command : room)
             m_menus.add(command, [this, &command] { run(command); });
 
+    m_menus.extend(Menu::Connection, [this](QMenu &menu) { offerLastConnections(menu); });
+
     const auto isOfRoutine = [](const CommandRow &row) { return includes(row.needs, Needs::Routine); };
     m_menus.addContextMenu(*m_controls.lstDb, [](const CommandRow &row) {
         return row.menu == Menu::Database || row.menu == Menu::Sql;
@@ -65,6 +68,8 @@ void frmTarnwell::cmdConnect_Click()
         return;
     }
     m_panel.takeEntries();
+    if (!completeProfile())
+        return;
     m_dialogue.setLastError({}, true);
     runAlone(m_controls.cmdConnect, m_controls.cmdConnect->text(), [this] { connectNow(); });
 }
@@ -80,6 +85,7 @@ void frmTarnwell::connectNow()
     }
     if (!failure) {
         showConnected();
+        noteConnectionUsed();
         settlePending();
         return;
     }

@@ -85,6 +85,7 @@ void layOutConnection(TarnwellControls &c)
     c.serverRole->hide();
     for (const int stretched : {1, 3, 5})
         layout->setColumnStretch(stretched, 1);
+    all->addWidget(c.openConnections, 0, Qt::AlignTop);
     for (const auto &[upper, lower] :
          {std::pair(c.cmdConnect, c.cmdClose), std::pair(c.Command1, c.cmdEnd)}) {
         auto *buttons = new QVBoxLayout;
@@ -249,6 +250,8 @@ TarnwellControls::TarnwellControls(QWidget *window, std::shared_ptr<StatementLog
     , txtPass(password("txtPass"))
     , txtPort(made<QLineEdit>("txtPort", QStringLiteral("3306")))
     , serverRole(made<QLabel>("serverRole"))
+    , openConnections(button("openConnections", QStringLiteral("接続先..."),
+                             QStringLiteral("保存した接続先から選びます (Ctrl+K)")))
     , cmdConnect(button("cmdConnect", QStringLiteral("接続"), QStringLiteral("サーバーに接続します (Alt+C)")))
     , cmdClose(button("cmdClose", QStringLiteral("切断"),
                       QStringLiteral("接続を閉じます。実行中の処理は中断します (Alt+D)")))

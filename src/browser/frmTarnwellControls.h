@@ -25,7 +25,7 @@ struct TarnwellControls {
     QComboBox *cboDSNList, *cboDrivers, *cboLimit;
     QLineEdit *txtServer, *txtUser, *txtPass, *txtPort;
     QLabel *serverRole; // shown where there is something to say
-    QPushButton *cmdConnect, *cmdClose, *Command1, *cmdEnd;
+    QPushButton *openConnections, *cmdConnect, *cmdClose, *Command1, *cmdEnd;
     ChosenList *lstDb, *lstTables, *lstProcFunc;
     QPushButton *cmdShowDb, *cmdCreateDb, *cmdDropDb, *cmdCreateUser;
     std::array<QRadioButton *, 2> optTP;

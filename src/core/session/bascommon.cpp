@@ -175,7 +175,9 @@ QString sSaveSettings(const Session &session)
     ProfileFile file(session.gIniPath);
     qsizetype place = 0;
     for (const Setting &setting : settings) {
-        const QString &value = session.*setting.value;
+        // A saved connection says itself where its password is kept.
+        const bool isKeptElsewhere = setting.isPassword && session.profile.isSaved();
+        const QString value = isKeptElsewhere ? QString() : session.*setting.value;
         const QLatin1String section(setting.section), key(setting.key);
         const bool isAsRead = place < session.settingsAsRead.size() && session.settingsAsRead[place] == value;
         if (!isAsRead || !file.holds(section, key))

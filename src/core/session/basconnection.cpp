@@ -5,14 +5,47 @@
 #include "core/sql/passwords.h"
 #include "core/sql/statements.h"
 
+#include <algorithm>
+
+namespace {
+
+// What the saved connection demands, and at least what the settings demand of all.
+TlsOptions tlsOf(const Session &session)
+{
+    const TlsOptions &own = session.profile.tls;
+    if (own == TlsOptions())
+        return session.tls;
+    TlsOptions tls = own;
+    tls.mode = std::max(own.mode, session.tls.mode);
+    if (tls.authority.isEmpty() && tls.authorityFolder.isEmpty()) {
+        tls.authority = session.tls.authority;
+        tls.authorityFolder = session.tls.authorityFolder;
+    }
+    return tls;
+}
+
+} // namespace
+
 QString noDataSource()
 {
     return QStringLiteral("(なし)");
 }
 
+void useProfile(Session &session, const ConnectionProfile &profile, const QString &password)
+{
+    session.profile = profile;
+    session.gDsn = profile.dataSource();
+    session.gDriver = profile.driver();
+    session.gServer = profile.server;
+    session.gUser = profile.user;
+    session.gPass = password;
+    session.gPort = profile.port;
+    session.gDbName = profile.database;
+}
+
 QString connectionStringOf(const Session &session)
 {
-    const QString tls = session.tls.pieces();
+    const QString tls = tlsOf(session).pieces();
     if (trimmedBlanks(session.gDsn) != noDataSource())
         return tls.isEmpty() ? session.gDsn : dataSourceString(session.gDsn) + tls;
     QString text = QStringLiteral("driver={") + session.gDriver + u'}' + QStringLiteral(";server=") +

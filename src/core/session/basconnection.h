@@ -7,6 +7,9 @@
 // The literal that stands for "no data source, connect by driver".
 QString noDataSource();
 
+// The shared values that lead to a saved connection.
+void useProfile(Session &session, const ConnectionProfile &profile, const QString &password);
+
 // What fConnect() opens: by driver with every part of the session that is set, or the data source's name.
 QString connectionStringOf(const Session &session);
 

@@ -3,7 +3,7 @@
 #include "core/command/runner.h"
 #include "core/command/serverrole.h"
 #include "core/driver/pump.h"
-#include "core/session/tlsoptions.h"
+#include "core/session/connectionprofile.h"
 #include "core/sql/statementlog.h"
 
 #include <QString>
@@ -29,8 +29,9 @@ struct Session {
     std::shared_ptr<StatementLog> statementLog = std::make_shared<StatementLog>();
 
     QString gDsn, gDriver, gServer, gUser, gPass, gPort;
-    TlsOptions tls;  // of every connection, saved ones and data sources included
-    QString gDbName; // database chosen in the main window; empty: none
+    TlsOptions tls;            // of every connection, saved ones and data sources included
+    ConnectionProfile profile; // the saved connection that the values above lead to; mostly none
+    QString gDbName;           // database chosen in the main window; empty: none
     QString gNoTextNoGrid, gMemo1, gMemo2, gFont, gTextEditor, gTextPath, gDelimiter;
     QString gInOutPath;
     std::vector<variablename> gVariables;

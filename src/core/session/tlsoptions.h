@@ -20,6 +20,8 @@ struct TlsOptions {
     // Over a verified connection the password may be asked for as it stands (PAM, LDAP).
     bool allowsClearText = false;
 
+    bool operator==(const TlsOptions &) const = default;
+
     // Whoever names an authority, a certificate or a fingerprint wants no connection without TLS.
     bool requiresTls() const;
     // Whether an encrypted connection is one to the right server.

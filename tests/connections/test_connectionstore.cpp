@@ -1,0 +1,165 @@
+#include "connections/connectionstore.h"
+#include "core/session/basconnection.h"
+#include "core/session/session.h"
+#include "support/files.h"
+
+#include <QDir>
+#include <QTemporaryDir>
+#include <QTest>
+
+namespace {
+
+ConnectionProfile shop()
+{
+    ConnectionProfile profile;
+    profile.name = "店";
+    profile.folder = "本社";
+    profile.colour = "#c62828";
+    profile.environment = Environment::Production;
+    profile.server = "db.example";
+    profile.port = "3307";
+    profile.user = "tanaka";
+    profile.database = "shop";
+    profile.tls.mode = TlsMode::Verified;
+    profile.tls.authority = "/etc/ca.pem";
+    profile.ssh = {"gate.example", "22", "me", "/home/me/.ssh/id"};
+    profile.keepAlive = 60;
+    profile.isReadOnly = true;
+    profile.keeping = PasswordKeeping::File;
+    profile.password = " !秘密\n!";
+    profile.note = "一行目\n二行目";
+    return profile;
+}
+
+} // namespace
+
+class ConnectionStoreTest : public QObject {
+    Q_OBJECT
+
+private Q_SLOTS:
+    void keepsEverythingAndWhatLaterVersionsWrote();
+    void twoProgramsLoseNothingOfEachOther();
+    void whatIsDamagedIsKeptAside_data();
+    void whatIsDamagedIsKeptAside();
+    void exportsWithoutPasswordsAndImportsOnce();
+    void demandsOfTheSettingsHoldForAll();
+
+private:
+    QString path(const char *name = "connections.json") const { return m_folder.filePath(name); }
+    void write(const QByteArray &bytes) const { writeFile(path(), bytes); }
+
+    QTemporaryDir m_folder;
+};
+
+void ConnectionStoreTest::keepsEverythingAndWhatLaterVersionsWrote()
+{
+    ConnectionStore store(path());
+    ConnectionProfile profile = shop();
+    QCOMPARE(store.put(profile), "");
+    QByteArray bytes = readFile(path());
+    QVERIFY(!bytes.contains("秘密"));
+    QVERIFY(!(QFile::permissions(path()) & (QFileDevice::ReadGroup | QFileDevice::ReadOther)));
+
+    write(bytes.replace("\"name\"", "\"later\": {\"a\": 1}, \"name\"")
+              .replace("\"version\"", "\"x\": 2, \"version\""));
+    ConnectionStore again(path());
+    QCOMPARE(again.read(), "");
+    ConnectionProfile read = again.profiles().front();
+    QCOMPARE(read.unknown.size(), 1);
+    read.unknown = {};
+    QVERIFY(read == profile);
+    QCOMPARE(again.use(profile.id), "");
+    QVERIFY(readFile(path()).contains("\"later\"") && readFile(path()).contains("\"x\": 2"));
+    QCOMPARE(again.lastUsed().size(), 1u);
+    again.remove(profile.id);
+    QVERIFY(again.profiles().empty() && again.lastUsed().empty());
+}
+
+void ConnectionStoreTest::twoProgramsLoseNothingOfEachOther()
+{
+    write({});
+    ConnectionStore mine(path()), theirs(path());
+    ConnectionProfile first = shop(), second = shop();
+    second.name = "倉庫";
+    mine.put(first);
+    QCOMPARE(theirs.put(second), ""); // without having read the first
+    mine.read();
+    QCOMPARE(mine.profiles().size(), 2u);
+
+    const ConnectionProfile before = *mine.find(second.id);
+    ConnectionProfile changedByMe = before, changedByThem = before;
+    changedByThem.port = "3310";
+    theirs.put(changedByThem, before);
+    changedByMe.note = "mine";
+    QCOMPARE(mine.put(changedByMe, before),
+             "「倉庫」は、ほかのプログラムでも変更されました。両方を残します。");
+    QCOMPARE(mine.profiles().size(), 3u);
+    QCOMPARE(mine.find(second.id)->port, "3310");
+    QCOMPARE(mine.find(changedByMe.id)->note, "mine");
+}
+
+void ConnectionStoreTest::whatIsDamagedIsKeptAside_data()
+{
+    QTest::addColumn<QByteArray>("bytes");
+    QTest::addColumn<int>("readable");
+    QTest::newRow("cut off") << QByteArray("{\"connections\": [{\"name\": \"a\"") << 0;
+    QTest::newRow("another list") << QByteArray("[1, 2]") << 0;
+    QTest::newRow("not a list") << QByteArray("{\"connections\": 5}") << 0;
+    QTest::newRow("one entry damaged") << QByteArray("{\"connections\": [5, {\"name\": \"a\"}]}") << 1;
+}
+
+void ConnectionStoreTest::whatIsDamagedIsKeptAside()
+{
+    QFETCH(QByteArray, bytes);
+    QFETCH(int, readable);
+    write(bytes);
+    ConnectionStore store(path());
+    const QString words = store.read();
+    const QString aside = words.section(u'「', 1).section(u'」', 0, 0);
+    QVERIFY2(words.startsWith("接続先のファイルが壊れています。"), qPrintable(words));
+    QCOMPARE(readFile(aside), bytes);
+    QCOMPARE(int(store.profiles().size()), readable);
+    QCOMPARE(ConnectionStore(path()).read(), ""); // told once
+}
+
+void ConnectionStoreTest::exportsWithoutPasswordsAndImportsOnce()
+{
+    write({});
+    ConnectionStore store(path());
+    ConnectionProfile byDriver = shop(), byString = shop();
+    byString.kind = ConnectionKind::DataSource;
+    byString.source = "DSN=shop;PWD={sec;ret};UID=me";
+    store.put(byDriver);
+    store.put(byString);
+    QCOMPARE(store.exportTo(path("out.json")), "");
+    const QByteArray bytes = readFile(path("out.json"));
+    QVERIFY(!bytes.contains("password") && !bytes.contains("ret}") && bytes.contains("uid=me"));
+
+    ConnectionStore other(path("other.json"));
+    int count = 0;
+    QCOMPARE(other.import(path("out.json"), count), "");
+    QCOMPARE(count, 2);
+    QCOMPARE(other.import(path("out.json"), count), "");
+    QCOMPARE(count, 0);
+    QVERIFY(other.import(path(), count).isEmpty());
+    writeFile(path("text"), "no list");
+    QVERIFY(other.import(path("text"), count).contains("接続先のファイルではありません"));
+}
+
+void ConnectionStoreTest::demandsOfTheSettingsHoldForAll()
+{
+    Session session;
+    session.tls.mode = TlsMode::Required;
+    session.tls.authority = "/ca";
+    ConnectionProfile profile = shop();
+    profile.tls = {};
+    useProfile(session, profile, "p;w");
+    QCOMPARE(connectionStringOf(session),
+             "driver={MySQL (内蔵)};server=db.example;uid=tanaka;pwd={p;w};port=3307;"
+             "database=shop;FORCETLS=1;SSLCA=/ca");
+    session.profile.tls.fingerprint = "00";
+    QVERIFY(connectionStringOf(session).endsWith(";FORCETLS=1;SSLCA=/ca;TLSPEERFP=00"));
+}
+
+QTEST_GUILESS_MAIN(ConnectionStoreTest)
+#include "test_connectionstore.moc"
