@@ -9,19 +9,18 @@
 
 namespace {
 
-// What the saved connection demands, and at least what the settings demand of all.
-TlsOptions tlsOf(const Session &session)
+// What the program itself does for the connection: see lasting() and tunnelled().
+QString ownPieces(const ConnectionProfile &profile)
 {
-    const TlsOptions &own = session.profile.tls;
-    if (own == TlsOptions())
-        return session.tls;
-    TlsOptions tls = own;
-    tls.mode = std::max(own.mode, session.tls.mode);
-    if (tls.authority.isEmpty() && tls.authorityFolder.isEmpty()) {
-        tls.authority = session.tls.authority;
-        tls.authorityFolder = session.tls.authorityFolder;
-    }
-    return tls;
+    QString text;
+    if (profile.ssh.isUsed() && profile.kind != ConnectionKind::DataSource)
+        for (const auto &[key, value] : {std::pair("SSHHOST", profile.ssh.host),
+                                         {"SSHPORT", profile.ssh.port},
+                                         {"SSHUSER", profile.ssh.user},
+                                         {"SSHKEY", profile.ssh.keyFile}})
+            if (!value.isEmpty())
+                text += u';' + QLatin1String(key) + u'=' + connectionValue(value);
+    return profile.isReadOnly ? text + QStringLiteral(";READONLY=1") : text;
 }
 
 } // namespace
@@ -43,9 +42,23 @@ void useProfile(Session &session, const ConnectionProfile &profile, const QStrin
     session.gDbName = profile.database;
 }
 
+TlsOptions effectiveTls(const Session &session)
+{
+    const TlsOptions &own = session.profile.tls;
+    if (own == TlsOptions())
+        return session.tls;
+    TlsOptions tls = own;
+    tls.mode = std::max(own.mode, session.tls.mode);
+    if (tls.authority.isEmpty() && tls.authorityFolder.isEmpty()) {
+        tls.authority = session.tls.authority;
+        tls.authorityFolder = session.tls.authorityFolder;
+    }
+    return tls;
+}
+
 QString connectionStringOf(const Session &session)
 {
-    const QString tls = tlsOf(session).pieces();
+    const QString tls = effectiveTls(session).pieces() + ownPieces(session.profile);
     if (trimmedBlanks(session.gDsn) != noDataSource())
         return tls.isEmpty() ? session.gDsn : dataSourceString(session.gDsn) + tls;
     QString text = QStringLiteral("driver={") + session.gDriver + u'}' + QStringLiteral(";server=") +

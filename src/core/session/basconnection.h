@@ -10,6 +10,9 @@ QString noDataSource();
 // The shared values that lead to a saved connection.
 void useProfile(Session &session, const ConnectionProfile &profile, const QString &password);
 
+// What the saved connection demands, and at least what the settings demand of all.
+TlsOptions effectiveTls(const Session &session);
+
 // What fConnect() opens: by driver with every part of the session that is set, or the data source's name.
 QString connectionStringOf(const Session &session);
 

@@ -15,6 +15,7 @@ std::unique_ptr<Session> sameSettings(const Session &session, const QString &dat
     sibling->gPass = session.gPass;
     sibling->gPort = session.gPort;
     sibling->tls = session.tls;
+    sibling->profile = session.profile;
     sibling->gDbName = database;
     sibling->gTextPath = session.gTextPath;
     sibling->gIniPath = session.gIniPath;

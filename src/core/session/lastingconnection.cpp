@@ -1,0 +1,191 @@
+#include "core/session/lastingconnection.h"
+
+#include "core/command/doubt.h"
+#include "core/session/connectionstring.h"
+#include "core/sql/sessionstate.h"
+
+#include <map>
+#include <mutex>
+#include <optional>
+#include <utility>
+
+namespace {
+
+const QString readOnlyKey = QStringLiteral("readonly");
+
+// Where the connections that were lost had led, by their strings: who comes back is to reach the same.
+// Several threads have connections of one factory.
+class LostPlaces {
+public:
+    void add(const QString &string, const ServerPlace &place)
+    {
+        const std::lock_guard lock(m_mutex);
+        m_places[string] = place;
+    }
+    // Told once: who connects again after that knows it.
+    std::optional<ServerPlace> take(const QString &string)
+    {
+        const std::lock_guard lock(m_mutex);
+        const auto found = m_places.extract(string);
+        return found ? std::optional(found.mapped()) : std::nullopt;
+    }
+
+private:
+    std::mutex m_mutex;
+    std::map<QString, ServerPlace> m_places;
+};
+
+class LastingConnection : public Connection {
+public:
+    LastingConnection(QString string, ConnectionFactory factory, std::shared_ptr<LostPlaces> lostPlaces)
+        : m_given(std::move(string))
+        , m_isReadOnly(ConnectionString(m_given).value(readOnlyKey) == u"1")
+        , m_string(m_isReadOnly ? withoutKey(m_given, readOnlyKey) : m_given)
+        , m_factory(std::move(factory))
+        , m_lostPlaces(std::move(lostPlaces))
+    {
+    }
+
+    // A statement that waits on the inner one holds on to it: it ends by being closed.
+    ~LastingConnection() override { LastingConnection::close(); }
+
+    void open() override;
+    void close() override
+    {
+        m_isClosed = true;
+        if (m_inner)
+            m_inner->close();
+    }
+    bool isOpen() const override { return m_inner && m_inner->isOpen(); }
+    QString connectionString() const override { return m_inner ? m_inner->connectionString() : m_given; }
+    ServerInfo server() const override { return m_inner ? m_inner->server() : ServerInfo(); }
+    Encryption encryption() const override { return m_inner ? m_inner->encryption() : Encryption(); }
+    RecordSet execute(const QString &statement) override;
+    bool isBusy() const override { return m_inner && m_inner->isBusy(); }
+    void cancel() override
+    {
+        m_isCancelled = true;
+        if (m_inner)
+            m_inner->cancel();
+    }
+
+private:
+    std::shared_ptr<Connection> opened();
+    void requireSamePlace();
+    void comeBack();
+    [[noreturn]] void giveUp(const Failure &failure);
+
+    const QString m_given;
+    const bool m_isReadOnly;
+    const QString m_string;
+    const ConnectionFactory m_factory;
+    const std::shared_ptr<LostPlaces> m_lostPlaces;
+    std::shared_ptr<Connection> m_inner; // an event may replace it while a statement waits
+    ServerPlace m_place;
+    std::shared_ptr<SessionState> m_state = std::make_shared<SessionState>();
+    bool m_isCancelled = false, m_isClosed = false; // by the user of this connection
+};
+
+// What the server does not tell is not known: an account whose password has expired may ask for nothing.
+ServerPlace knownPlace(Connection &connection)
+{
+    try {
+        return serverPlace(connection);
+    } catch (const Failure &failure) {
+        if (failure.isConnectionLost() || failure.isInterrupted())
+            throw;
+        return {};
+    }
+}
+
+bool isSame(const ServerPlace &left, const ServerPlace &right)
+{
+    return left.server.isEmpty() || right.server.isEmpty() || left.server == right.server ||
+           (!left.cluster.isEmpty() && left.cluster == right.cluster);
+}
+
+void LastingConnection::open()
+{
+    m_isCancelled = m_isClosed = false;
+    m_inner = m_factory(m_string);
+    m_inner->open();
+    if (ConnectionString(m_string).value(QStringLiteral("handleexpiredpassword")) == u"1")
+        return; // it takes one statement only
+    try {
+        requireSamePlace();
+        if (m_isReadOnly)
+            m_inner->execute(QStringLiteral("SET SESSION TRANSACTION READ ONLY"));
+    } catch (const Failure &) {
+        m_inner->close();
+        throw;
+    }
+}
+
+void LastingConnection::requireSamePlace()
+{
+    m_place = knownPlace(*m_inner);
+    const std::optional<ServerPlace> before = m_lostPlaces->take(m_given);
+    if (before && !isSame(*before, m_place))
+        throw Failure(QStringLiteral("再接続先は別のサーバーです(%1)。元のサーバー: %2")
+                          .arg(m_place.server, before->server));
+}
+
+RecordSet LastingConnection::execute(const QString &statement)
+{
+    m_isCancelled = false;
+    const std::shared_ptr<Connection> inner = m_inner;
+    if (!inner || !inner->isOpen())
+        throw Failure(QStringLiteral("サーバーに接続されていません。"), 0, QStringLiteral("08003"));
+    const std::shared_ptr<SessionState> state =
+        m_state; // an event may destroy this while the statement waits
+    try {
+        RecordSet rows = inner->execute(statement);
+        state->note(statement);
+        return rows;
+    } catch (const Failure &failure) {
+        if (!failure.isConnectionLost() || state.use_count() == 1 || m_isClosed)
+            throw;
+        m_lostPlaces->add(m_given, m_place);
+        if (m_isCancelled || !state->held().isEmpty() || !canBeRepeated(statement))
+            giveUp(failure);
+        try {
+            comeBack();
+        } catch (const Failure &) {
+            giveUp(failure); // its own words say what happened
+        }
+    }
+    return m_inner->execute(statement);
+}
+
+void LastingConnection::comeBack()
+{
+    const QString use = m_state->database();
+    m_inner->close();
+    open();
+    if (!use.isEmpty())
+        m_inner->execute(use);
+}
+
+void LastingConnection::giveUp(const Failure &failure)
+{
+    const QStringList held = m_state->held();
+    m_inner->close();
+    if (held.isEmpty())
+        throw failure;
+    throw Failure(failure.description() + QStringLiteral("\n接続とともに失われました: ") +
+                      held.join(QStringLiteral("、")),
+                  failure.number(), failure.state());
+}
+
+} // namespace
+
+Session::PumpedFactory lasting(Session::PumpedFactory factory)
+{
+    return [factory = std::move(factory), places = std::make_shared<LostPlaces>()](const QString &string,
+                                                                                   Pump &pump) {
+        const ConnectionFactory waitingInPump = [factory, &pump](const QString &text) {
+            return factory(text, pump);
+        };
+        return std::make_unique<LastingConnection>(string, waitingInPump, places);
+    };
+}

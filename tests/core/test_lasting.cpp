@@ -1,0 +1,175 @@
+#include "connectiontests.h"
+#include "core/session/basconnection.h"
+#include "core/session/lastingconnection.h"
+#include "core/sql/sessionstate.h"
+#include "support/scriptedconnection.h"
+
+// Connections that the server drops.
+class LastingTest : public QObject {
+    Q_OBJECT
+
+private Q_SLOTS:
+    void statementsLeaveTheirTraces_data();
+    void statementsLeaveTheirTraces();
+    void onlyHarmlessReadingIsRepeated_data();
+    void onlyHarmlessReadingIsRepeated();
+    void readingGoesOnOverANewConnection_data() { addBothConnections(); }
+    void readingGoesOnOverANewConnection();
+    void whatMayHaveBeenDoneIsNotRepeated();
+    void anotherServerIsNoSubstitute();
+    void aReadOnlyConnectionStaysOne_data() { addBothConnections(); }
+    void aReadOnlyConnectionStaysOne();
+
+private:
+    static Reply lost() { return Reply::failure("MySQL server has gone away", 2006); }
+    void useServer()
+    {
+        if (!m_server)
+            m_server.emplace();
+    }
+    std::unique_ptr<Connection> openedByServer(const QString &more = {})
+    {
+        m_session.connectBy(lasting(createConnection), m_pump);
+        QFETCH(bool, isBuiltIn);
+        auto connection = m_session.makeConnection(m_server->connectionString(isBuiltIn) + more);
+        connection->open();
+        return connection;
+    }
+    std::unique_ptr<Connection> openedByScript()
+    {
+        m_session.connectBy(lasting([this](const QString &text, Pump &) { return m_script.factory()(text); }),
+                            m_pump);
+        auto connection = m_session.makeConnection("server=a");
+        connection->open();
+        return connection;
+    }
+    void drop(Connection &connection)
+    {
+        m_server->run("kill " + valueOf(connection, "select connection_id()"));
+    }
+
+    Session m_session;
+    Script m_script;
+    HookPump m_pump;
+    std::optional<TestServer> m_server;
+};
+
+void LastingTest::statementsLeaveTheirTraces_data()
+{
+    QTest::addColumn<QStringList>("statements");
+    QTest::addColumn<QString>("held");
+    const auto row = [](const QStringList &statements, const QString &held) {
+        QTest::newRow(qPrintable(statements.join("; "))) << statements << held;
+    };
+    row({"select 1", "show tables", "insert into t values ('begin')", "use d", "set global x = 1"}, "");
+    row({"begin", "insert into t values (1)"}, "トランザクション");
+    row({"start transaction", "rollback to savepoint a"}, "トランザクション");
+    row({"BEGIN", "commit"}, "");
+    row({"set autocommit=0"}, "トランザクション");
+    row({"set autocommit=0", "set autocommit = 1"}, "");
+    row({"lock tables a write"}, "ロック");
+    row({"lock tables a write", "unlock tables"}, "");
+    row({"select get_lock('a', 1)"}, "ロック");
+    row({"/* x */ create temporary table t (a int)", "create table temporary_ (a int)"}, "一時テーブル");
+    row({"set @a = 1"}, "ユーザー変数");
+    row({"select 1 into @a"}, "ユーザー変数");
+    row({"select @a := 1", "select @@version"}, "ユーザー変数");
+    row({"set @@session.sql_mode = ''"}, "セッション変数の設定");
+    row({"prepare s from 'select 1'"}, "プリペアドステートメント");
+    row({"call p()"}, "プロシージャが接続に残したもの");
+}
+
+void LastingTest::statementsLeaveTheirTraces()
+{
+    QFETCH(QStringList, statements);
+    QFETCH(QString, held);
+    SessionState state;
+    for (const QString &statement : statements)
+        state.note(statement);
+    QCOMPARE(state.held().join(u' '), held);
+}
+
+void LastingTest::onlyHarmlessReadingIsRepeated_data()
+{
+    QTest::addColumn<bool>("isRepeated");
+    const auto row = [](const char *statement, bool isRepeated) { QTest::newRow(statement) << isRepeated; };
+    row("select * from t where a in (1, 2) limit 10", true);
+    row("SHOW CREATE TABLE t", true);
+    row("with x as (select count(*) from t) select * from x", true);
+    row("select 'a(b) := @c for update'", true);
+    row("show warnings", false); // of the statement before
+    row("select last_insert_id()", false);
+    row("select my_function(1)", false); // may do anything
+    row("select * from t for update", false);
+    row("select * from t into outfile 'x'", false);
+    row("select @a", false);
+    row("with x as (select 1) delete from t", false);
+    row("explain analyze select 1", false);
+    row("insert into t values (1)", false);
+    row("", false);
+}
+
+void LastingTest::onlyHarmlessReadingIsRepeated()
+{
+    QFETCH(bool, isRepeated);
+    QCOMPARE(canBeRepeated(QTest::currentDataTag()), isRepeated);
+}
+
+void LastingTest::readingGoesOnOverANewConnection()
+{
+    useServer();
+    m_server->run("create database if not exists d");
+    const auto connection = openedByServer();
+    connection->execute("use d");
+    drop(*connection);
+    QCOMPARE(valueOf(*connection, "select database()"), "d");
+
+    connection->execute("set @kept = 5");
+    drop(*connection);
+    const Failure failure = errorOf([&] { connection->execute("select 1"); });
+    QVERIFY(failure.isConnectionLost());
+    QVERIFY2(failure.description().endsWith("\n接続とともに失われました: ユーザー変数"),
+             qPrintable(failure.description()));
+    QVERIFY(!connection->isOpen());
+}
+
+void LastingTest::whatMayHaveBeenDoneIsNotRepeated()
+{
+    const auto connection = openedByScript();
+    m_script.once("insert into t values (1)", lost());
+    m_script.sent.clear();
+    QVERIFY(errorOf([&] { connection->execute("insert into t values (1)"); }).isConnectionLost());
+    QCOMPARE(m_script.sent, QStringList("insert into t values (1)"));
+    QVERIFY(!connection->isOpen());
+}
+
+void LastingTest::anotherServerIsNoSubstitute()
+{
+    const QString place = "select concat_ws(' ',@@server_id,@@hostname,@@port,@@datadir)";
+    m_script.once(place, Reply::table({"a"}, {{"one"}}));
+    m_script.once(place, Reply::table({"a"}, {{"two"}}));
+    const auto connection = openedByScript();
+    m_script.once("show tables", lost());
+    QVERIFY(errorOf([&] { connection->execute("show tables"); }).isConnectionLost());
+    QVERIFY(!connection->isOpen());
+    // Told once; then it is the user's choice.
+    connection->open();
+    connection->execute("show tables");
+}
+
+void LastingTest::aReadOnlyConnectionStaysOne()
+{
+    useServer();
+    m_server->run("create database if not exists d; create table if not exists d.t (a int)");
+    constexpr int refusedInReadOnly = 1792;
+    const auto connection = openedByServer(";READONLY=1");
+    for (int i = 0; i < 2; ++i) {
+        QCOMPARE(errorOf([&] { connection->execute("insert into d.t values (1)"); }).number(),
+                 refusedInReadOnly);
+        drop(*connection);
+        QCOMPARE(valueOf(*connection, "select count(*) from d.t"), "0");
+    }
+}
+
+QTEST_GUILESS_MAIN(LastingTest)
+#include "test_lasting.moc"
