@@ -52,6 +52,7 @@ enum class Needs : unsigned {
     Table = 1 << 3,       // or view, shown in the detail pane
     Routine = 1 << 4,     // shown in its pane
     LocalServer = 1 << 5, // its files are this machine's
+    MayWrite = 1 << 6,    // the connection is not kept from it
 };
 constexpr Needs operator|(Needs left, Needs right)
 {

@@ -14,10 +14,26 @@ QString serverName(const Session &session)
                                                          : session.gDsn;
 }
 
+// The saved connection's own word on writing.
+bool mayWriteHere(const Session &session, Dialogue &dialogue)
+{
+    const ConnectionProfile &profile = session.profile;
+    if (profile.isReadOnly) {
+        dialogue.refuse(QStringLiteral("接続先「%1」は読み取り専用の接続です。").arg(profile.name));
+        return false;
+    }
+    return profile.environment != Environment::Production ||
+           dialogue.confirm(QStringLiteral("本番のサーバー「%1」(%2) を変更します。\r\n続けますか？")
+                                .arg(profile.name, serverName(session)),
+                            Icon::Critical);
+}
+
 } // namespace
 
 bool mayWrite(Session &session, Dialogue &dialogue)
 {
+    if (!mayWriteHere(session, dialogue))
+        return false;
     if (!session.role.isForReading())
         return true;
     try {

@@ -3,7 +3,8 @@
 #include "core/command/dialogue.h"
 #include "core/session/session.h"
 
-// Asked before anything is changed on the server. One that is for reading does not refuse an account with all
+// Asked before anything is changed on the server. A connection that is read-only refuses, one to a production
+// server asks once more. A server that is for reading does not refuse an account with all
 // rights: what such an account changes on a replica is missing elsewhere, or stops the replication. So the
 // user is asked; false: not to be done. Never throws.
 bool mayWrite(Session &session, Dialogue &dialogue);
