@@ -11,3 +11,6 @@ find_library(QSCINTILLA_LIBRARY NAMES qscintilla2_qt6 REQUIRED)
 add_library(QScintilla INTERFACE)
 target_include_directories(QScintilla SYSTEM INTERFACE ${QSCINTILLA_INCLUDE})
 target_link_libraries(QScintilla INTERFACE ${QSCINTILLA_LIBRARY} Qt6::Widgets)
+
+# The desktop's key store, for passwords: optional, and a module of its own.
+find_package(Qt6Keychain QUIET)
