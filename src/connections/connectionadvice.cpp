@@ -1,0 +1,91 @@
+#include "connections/connectionadvice.h"
+
+#include <QDir>
+#include <QFileInfo>
+
+namespace {
+
+struct Advice {
+    int number;
+    QStringView text;
+};
+
+constexpr QStringView password = u"ユーザー名かパスワードが違います。大文字と小文字、どのマシンからの接続が許"
+                                 u"されているかも確かめてください。";
+constexpr QStringView notReached =
+    u"サーバーに届きません。サーバーが動いているか、名前とポート、ファイアウォールを確かめてください。";
+constexpr QStringView tooMany =
+    u"接続数が上限に達しています。使っていない接続を閉じるか、しばらく待ってください。";
+constexpr QStringView tlsRefused =
+    u"暗号化 (TLS) "
+    u"の取り決めができません。「暗号化」の求め方、認証局、証明書に書かれた名前を確かめてください。";
+constexpr QStringView plugin =
+    u"このアカウントの認証方式を使えません。必要なプラグインがないか、許していない方式です。"
+    u"アカウントの認証方式を変えるか、別のアカウントを使ってください。";
+
+// Numbers below 2000 are the server's, those from 2000 the client library's.
+constexpr Advice advices[] = {
+    {1045, password},
+    {1698, password},
+    {1044, u"このアカウントには、そのデータベースを使う権限がありません。"},
+    {1049, u"その名前のデータベースはありません。データベースを空にして接続し、一覧から選んでください。"},
+    {1130,
+     u"サーバーは、このマシンからの接続を許していません。アカウントのホストを管理者に確かめてください。"},
+    {1129, u"失敗が続いたため、サーバーがこのマシンを締め出しています。管理者が FLUSH HOSTS "
+           u"を実行すると戻ります。"},
+    {1040, tooMany},
+    {1203, tooMany},
+    {1226, tooMany},
+    {1251, plugin},
+    {1524, plugin},
+    {2058, plugin},
+    {2059, plugin},
+    {2061, plugin},
+    {3118, u"アカウントがロックされています。管理者に解除を頼んでください。"},
+    {4151, u"アカウントがロックされています。管理者に解除を頼んでください。"},
+    {3159, u"サーバーは暗号化された接続だけを許しています。「暗号化を必ず求める」を選んでください。"},
+    {2002, notReached},
+    {2003, notReached},
+    {2005, u"サーバーの名前が見つかりません。つづりと、ネットワーク（DNS、VPN）を確かめてください。"},
+    {2013, u"サーバーが応答しません。ポートが MySQL のものか、サーバーが混んでいないかを確かめてください。"},
+    {2026, tlsRefused},
+};
+
+// The library names no file in its words.
+QString unreadable(const TlsOptions &tls)
+{
+    for (const QString &path : {tls.authority, tls.authorityFolder, tls.certificate, tls.key})
+        if (!path.isEmpty() && !QFileInfo(path).isReadable())
+            return path;
+    return {};
+}
+
+} // namespace
+
+QString connectionAdvice(const Failure &failure, const TlsOptions &tls)
+{
+    if (failure.number() == 2026)
+        if (const QString path = unreadable(tls); !path.isEmpty())
+            return QStringLiteral("ファイル「%1」を読めません。場所と、読む権限を確かめてください。")
+                .arg(QDir::toNativeSeparators(path));
+    // The words of our own watch over the login, under the number of a connection that was cut.
+    if (failure.number() == 2013 && failure.description().contains(u"TLSに対応していない"))
+        return QStringLiteral("「暗号化」の求め方か、サーバーの設定を変えてください。");
+    for (const Advice &advice : advices)
+        if (advice.number == failure.number())
+            return advice.text.toString();
+    // The ODBC driver manager's own states.
+    if (failure.state() == u"IM002")
+        return QStringLiteral("データソースかドライバーが登録されていません。名前と odbc.ini、odbcinst.ini "
+                              "を確かめてください。");
+    if (failure.state() == u"01000" || failure.state() == u"IM003")
+        return QStringLiteral(
+            "ODBC ドライバーを読み込めません。ドライバーのファイルが入っているかを確かめてください。");
+    return {};
+}
+
+QString withAdvice(const Failure &failure, const TlsOptions &tls)
+{
+    const QString advice = connectionAdvice(failure, tls);
+    return advice.isEmpty() ? failure.description() : failure.description() + u'\n' + advice;
+}
