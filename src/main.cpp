@@ -1,7 +1,10 @@
 #include "browser/frmTarnwell.h"
 #include "browser/programstyle.h"
+#include "connections/sshquestion.h"
 #include "controls/window/windowpump.h"
 #include "core/driver/connect.h"
+#include "core/driver/sshtunnel.h"
+#include "core/session/lastingconnection.h"
 
 #include <QApplication>
 
@@ -12,10 +15,13 @@ int main(int argc, char *argv[])
     QApplication::setApplicationVersion(QStringLiteral(TARNWELL_VERSION));
     applyProgramStyle();
 
+    if (qEnvironmentVariableIsSet("TARNWELL_ASKPASS"))
+        return answerSsh();
+
     WindowPump pump;
     Session session;
     session.programFolder = QApplication::applicationDirPath();
-    session.connectBy(createConnection, pump);
+    session.connectBy(lasting(tunnelled(createConnection, QApplication::applicationFilePath())), pump);
     frmTarnwell window(session);
     window.show();
     return QApplication::exec();

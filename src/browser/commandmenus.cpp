@@ -112,10 +112,15 @@ Needs CommandMenus::given() const
     const TarnwellControls &c = m_controls;
     const auto when = [](bool is, Needs need) { return is ? need : Needs::Nothing; };
     const bool isConnected = m_session.gCn && m_session.gCn->isOpen();
+    // There the buttons that would tell stay off.
+    const auto isShown = [this](const QLabel &name) {
+        return m_session.profile.isReadOnly && !name.text().isEmpty();
+    };
     return when(!isConnected, Needs::NoConnection) | when(isConnected, Needs::Connection) |
-           when(c.cmdDropDb->isEnabled(), Needs::Databases) |
-           when(c.cmdDropTable->isEnabled(), Needs::Table) |
-           when(c.cmdDropProc->isEnabled(), Needs::Routine) |
+           when(c.cmdExec->isEnabled(), Needs::Databases) |
+           when(c.cmdDropTable->isEnabled() || isShown(*c.lblTableName), Needs::Table) |
+           when(c.cmdDropProc->isEnabled() || isShown(*c.lblProcName), Needs::Routine) |
+           when(!m_session.profile.isReadOnly, Needs::MayWrite) |
            when(m_session.gIsLocalServer, Needs::LocalServer);
 }
 
@@ -185,9 +190,14 @@ std::vector<PaletteEntry> CommandMenus::paletteEntries() const
     return entries;
 }
 
-// A greyed button says why it is, as its menu does.
+// A greyed button says why it is, as its menu does. What a read-only connection cannot do stays grey, whoever
+// enables its button.
 bool CommandMenus::eventFilter(QObject *watched, QEvent *event)
 {
+    if (event->type() == QEvent::EnabledChange && m_session.profile.isReadOnly)
+        for (const Offer &offer : m_offers)
+            if (offer.button == watched && includes(offer.row.needs, Needs::MayWrite))
+                offer.button->setEnabled(false);
     if (event->type() == QEvent::ToolTip)
         for (const Offer &offer : m_offers)
             if (offer.button == watched && !offer.button->isEnabled()) {

@@ -60,6 +60,8 @@ frmTarnwell::frmTarnwell(Session &session)
     offerCommands();
     layout()->setMenuBar(m_menus.makeMenuBar());
     new EscapeStops(session.runner, this);
+    // From the event loop: the windows that ran something are still on the stack.
+    connect(&session.runner, &Runner::idle, this, &frmTarnwell::comeBack, Qt::QueuedConnection);
     connect(new WindowActivation(this), &WindowActivation::activated, this,
             [this] { m_panel.chooseSaved(); });
     Form_Load();
@@ -164,6 +166,10 @@ void frmTarnwell::sConnectMode(bool connected)
            c.flGrid_Field, c.flGrid_Index, c.flGrid_Status, c.flGrid_Data);
     c.picStatus->clearBar();
     c.encryption->showOf(m_session.gCn.get());
+    if (!m_strips && connected && m_session.profile.isSaved())
+        m_strips = new ServerStrips(m_session, this);
+    if (m_strips)
+        m_strips->update();
     m_panel.cboDSNList_Click();
 }
 

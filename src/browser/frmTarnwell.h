@@ -7,11 +7,14 @@
 #include "browser/objectlists.h"
 #include "browser/tabledetail.h"
 #include "controls/dialogue/widgetdialogue.h"
+#include "controls/window/serverstrip.h"
 #include "core/command/command.h"
 
 #include <QPointer>
 #include <QWidget>
 
+class ConnectionStore;
+class KeepAlive;
 class frmSql;
 
 // The program's first window: connection, lists, detail and every command. Closing it saves the settings,
@@ -45,10 +48,15 @@ private:
     void offerCommands();
 
     void openConnections();
+    ConnectionStore readConnections();
     void offerLastConnections(QMenu &menu);
+    void addConnections(std::vector<PaletteEntry> &entries);
     void useConnection(const ConnectionProfile &profile, const QString &password, bool connectsNow);
     bool completeProfile();
+    void findProfile();
     void noteConnectionUsed();
+    void showPassword(const QString &password);
+    void comeBack();
     void cmdConnect_Click();
     void connectNow();
     bool renewsPassword();
@@ -93,4 +101,8 @@ private:
     DataViewer m_viewer;
     CommandMenus m_menus;
     QPointer<frmSql> m_console;
+    bool m_keepsPassword = false; // the asked one, in the key store, once it has proven right
+    bool m_hasTriedToComeBack = false;
+    KeepAlive *m_keepAlive = nullptr;
+    ServerStrips *m_strips = nullptr; // made for the first saved connection
 };

@@ -2,6 +2,8 @@
 #include "about/frmAbout.h"
 #include "browser/frmTarnwell.h"
 #include "browser/newpassworddialog.h"
+#include "connections/connectionadvice.h"
+#include "connections/keepalive.h"
 #include "console/frmSql.h"
 #include "console/history.h"
 #include "core/command/pendingundo.h"
@@ -22,7 +24,8 @@ std::span<const frmTarnwell::WindowCommand> frmTarnwell::windowCommands()
         {{"cmdClose", u"切断", "Alt+D", Menu::Connection, Needs::Connection}, &W::cmdClose_Click},
         {{"cmdEnd", u"終了", "Ctrl+Q", Menu::Connection, Needs::Nothing}, &W::cmdEnd_Click},
         {{"cmdShowDb", u"ﾃﾞｰﾀﾍﾞｰｽ表示", "Alt+L", Menu::Database, Needs::Connection}, &W::cmdShowDb_Click},
-        {{"cmdCreateDb", u"ﾃﾞｰﾀﾍﾞｰｽ作成", "Alt+N", Menu::Database, Needs::Connection}, &W::cmdCreateDb_Click},
+        {{"cmdCreateDb", u"ﾃﾞｰﾀﾍﾞｰｽ作成", "Alt+N", Menu::Database, Needs::Connection | Needs::MayWrite},
+         &W::cmdCreateDb_Click},
         {{"cmdDataGet", u"ﾃﾞｰﾀ表示", "F6", Menu::Table, Needs::Table}, &W::cmdDataGet_Click},
         {{"applyDefinition", u"編集した定義で変更", "Ctrl+S", Menu::Table, Needs::Connection},
          &W::applyDefinition},
@@ -45,8 +48,12 @@ void frmTarnwell::offerCommands()
     for (const WindowCommand &command : windowCommands())
         m_menus.add(command, [this, &command] { (this->*command.run)(); });
     for (const std::span<const Command> &room : {maintenanceCommands()})
-        for (const Command &command : room)
-            m_menus.add(command, [this, &command] { run(command); });
+        for (const Command &command : room) {
+            CommandRow row = command;
+            if (command.writes)
+                row.needs = row.needs | Needs::MayWrite;
+            m_menus.add(row, [this, &command] { run(command); });
+        }
 
     m_menus.extend(Menu::Connection, [this](QMenu &menu) { offerLastConnections(menu); });
 
@@ -89,7 +96,7 @@ void frmTarnwell::connectNow()
         settlePending();
         return;
     }
-    m_dialogue.setLastError(failure->description(), true);
+    m_dialogue.setLastError(withAdvice(*failure, effectiveTls(m_session)), true);
     if (!m_session.runner.isStopWanted())
         m_dialogue.refuse(QStringLiteral("接続失敗"));
     if (isPasswordExpired(m_session, *failure) && renewsPassword())
@@ -147,6 +154,10 @@ void frmTarnwell::cmdClose_Click()
 void frmTarnwell::disconnectNow()
 {
     keepEdits(true, true);
+    if (m_keepAlive)
+        m_keepAlive->stop();
+    if (m_session.profile.isSaved() && m_session.profile.keeping != PasswordKeeping::File)
+        m_controls.txtPass->clear(); // it is asked for each time, or the key store has it
     sDisconnect(m_session);
     sConnectMode(false);
     m_controls.cmdConnect->setFocus();
@@ -263,7 +274,9 @@ void frmTarnwell::toggleLog()
 
 void frmTarnwell::openPalette()
 {
-    CommandPalette palette(m_menus.paletteEntries(), this);
+    std::vector<PaletteEntry> entries = m_menus.paletteEntries();
+    addConnections(entries);
+    CommandPalette palette(std::move(entries), this);
     palette.exec();
     if (const PaletteEntry *entry = palette.chosen())
         entry->choose();

@@ -1,14 +1,20 @@
 // The main window's saved connections.
 #include "browser/frmTarnwell.h"
+#include "connections/connectionadvice.h"
 #include "connections/connectionstore.h"
 #include "connections/connectionswindow.h"
+#include "connections/keepalive.h"
+#include "connections/keystore.h"
 #include "connections/passwordquestion.h"
+#include "core/command/doubt.h"
 #include "core/session/basconnection.h"
 #include "core/sql/listitem.h"
 
 #include <QMenu>
+#include <QTimer>
 
 #include <algorithm>
+#include <utility>
 
 namespace {
 
@@ -33,13 +39,21 @@ void frmTarnwell::openConnections()
         useConnection(choice->profile, choice->typedPassword, choice->connectsNow);
 }
 
+ConnectionStore frmTarnwell::readConnections()
+{
+    ConnectionStore store(connectionsFile(m_session));
+    // Not in the midst of a menu that opens.
+    if (const QString words = store.read(); !words.isEmpty())
+        QTimer::singleShot(0, this, [this, words] { m_dialogue.inform(words); });
+    return store;
+}
+
 void frmTarnwell::offerLastConnections(QMenu &menu)
 {
     for (QAction *old : menu.actions())
         if (old->property("isLastConnection").toBool())
             delete old;
-    ConnectionStore store(connectionsFile(m_session));
-    store.read();
+    const ConnectionStore store = readConnections();
     const auto add = [&menu](QAction *action) {
         action->setProperty("isLastConnection", true);
         menu.addAction(action);
@@ -51,6 +65,16 @@ void frmTarnwell::offerLastConnections(QMenu &menu)
     for (const ConnectionProfile &profile : last)
         connect(add(new QAction(menuText(profile), &menu)), &QAction::triggered, this,
                 [this, profile] { useConnection(profile, profile.password, true); });
+}
+
+void frmTarnwell::addConnections(std::vector<PaletteEntry> &entries)
+{
+    const ConnectionStore store = readConnections();
+    for (const ConnectionProfile &profile : store.profiles())
+        entries.push_back({.name = visibleName(profile.name),
+                           .kind = QStringLiteral("接続先"),
+                           .hidden = profile.server + u' ' + profile.folder,
+                           .choose = [this, profile] { useConnection(profile, profile.password, true); }});
 }
 
 void frmTarnwell::useConnection(const ConnectionProfile &profile, const QString &password, bool connectsNow)
@@ -70,39 +94,105 @@ void frmTarnwell::useConnection(const ConnectionProfile &profile, const QString 
 bool frmTarnwell::completeProfile()
 {
     ConnectionProfile &profile = m_session.profile;
-    if (!profile.isSaved()) {
-        ConnectionStore store(connectionsFile(m_session));
-        m_dialogue.setLastError(store.read(), false);
-        std::vector<ConnectionProfile> candidates = store.lastUsed();
-        candidates.resize(std::min<std::size_t>(candidates.size(), 1));
-        // By way of another machine, the same name is another server.
-        std::ranges::copy_if(store.profiles(), std::back_inserter(candidates),
-                             [](const ConnectionProfile &each) { return !each.ssh.isUsed(); });
-        const auto found = std::ranges::find_if(candidates, [this](const ConnectionProfile &each) {
-            return each.leadsTo(m_session.gDsn, m_session.gDriver, m_session.gServer, m_session.gPort);
-        });
-        if (found != candidates.end()) {
-            profile = *found;
-            m_session.gDbName = profile.database;
-        }
-    }
+    if (!profile.isSaved())
+        findProfile();
     if (!profile.isSaved() || profile.kind == ConnectionKind::DataSource || !m_session.gPass.isEmpty())
         return true;
-    if (profile.keeping == PasswordKeeping::File) {
-        m_session.gPass = profile.password;
+    const bool isOwnUser = m_session.gUser == profile.user; // whose password is kept
+    if (isOwnUser && profile.keeping == PasswordKeeping::File) {
+        showPassword(profile.password);
         return true;
     }
-    const std::optional<QString> password = askForPassword(
-        this, QStringLiteral("「%1」に接続するパスワード (%2)").arg(profile.name, m_session.gUser));
-    m_session.gPass = password.value_or(QString());
+    QString why;
+    if (isOwnUser && profile.keeping == PasswordKeeping::Desktop) {
+        std::optional<QString> kept;
+        m_session.runner.run(this, QStringLiteral("キーストア"),
+                             [&] { kept = KeyStore().read(profile.id, why); });
+        if (kept) {
+            showPassword(*kept);
+            return true;
+        }
+    }
+    QString question = QStringLiteral("「%1」に接続するパスワード (%2)").arg(profile.name, m_session.gUser);
+    if (!why.isEmpty())
+        question += QStringLiteral("\nキーストアから読めません: ") + why;
+    const std::optional<QString> password = askForPassword(this, question);
+    showPassword(password.value_or(QString()));
+    m_keepsPassword = password && isOwnUser && profile.keeping == PasswordKeeping::Desktop;
     return password.has_value();
+}
+
+void frmTarnwell::findProfile()
+{
+    ConnectionStore store(connectionsFile(m_session));
+    if (const QString words = store.read(); !words.isEmpty())
+        m_dialogue.inform(words);
+    std::vector<ConnectionProfile> candidates = store.lastUsed();
+    candidates.resize(std::min<std::size_t>(candidates.size(), 1));
+    // By way of another machine, the same name is another server.
+    std::ranges::copy_if(store.profiles(), std::back_inserter(candidates),
+                         [](const ConnectionProfile &each) { return !each.ssh.isUsed(); });
+    const auto found = std::ranges::find_if(candidates, [this](const ConnectionProfile &each) {
+        return each.leadsTo(m_session.gDsn, m_session.gDriver, m_session.gServer, m_session.gPort);
+    });
+    if (found == candidates.end())
+        return;
+    m_session.profile = *found;
+    m_session.gDbName = found->database;
 }
 
 void frmTarnwell::noteConnectionUsed()
 {
+    if (m_keepAlive)
+        m_keepAlive->stop();
     if (!m_session.profile.isSaved())
         return;
-    const QString words = ConnectionStore(connectionsFile(m_session)).use(m_session.profile.id);
+    if (!m_keepAlive && m_session.profile.keepAlive > 0) {
+        m_keepAlive = new KeepAlive(m_session, this);
+        connect(m_keepAlive, &KeepAlive::failed, this,
+                [this](const QString &words) { m_dialogue.setLastError(words, false); });
+    }
+    if (m_keepAlive)
+        m_keepAlive->start(m_session.profile.keepAlive);
+    QString words = ConnectionStore(connectionsFile(m_session)).use(m_session.profile.id);
+    // Asked for because the key store has none yet; now it is known to be right.
+    if (std::exchange(m_keepsPassword, false))
+        words += KeyStore().write(m_session.profile.id, m_session.gPass);
     if (!words.isEmpty())
         m_dialogue.setLastError(words, false);
+    if (const QString database = m_session.profile.database; !database.isEmpty())
+        QTimer::singleShot(0, this, [this, database] {
+            reload(Reload::Databases);
+            m_controls.lstDb->choose(database);
+        });
+}
+
+// In the box as well: the console takes it from there.
+void frmTarnwell::showPassword(const QString &password)
+{
+    m_session.gPass = password;
+    m_controls.txtPass->setText(password);
+}
+
+// Once nothing runs, a connection that was lost is made anew, for the same database. What the server kept for
+// it is gone, which the failure has said.
+void frmTarnwell::comeBack()
+{
+    const bool isOfOwnAttempt = std::exchange(m_hasTriedToComeBack, false);
+    if (isOfOwnAttempt || !m_session.gCn || m_session.gCn->isOpen())
+        return;
+    QStringList words{m_controls.txtError->toPlainText()};
+    m_hasTriedToComeBack = m_session.runner.run(this, QStringLiteral("再接続"), [&] {
+        try {
+            const BusyPointer busy(m_dialogue);
+            reconnect(m_session);
+            words << QStringLiteral("接続が切れたので、つなぎ直しました。");
+        } catch (const Failure &failure) {
+            words << QStringLiteral("接続が切れました。つなぎ直せません: ") +
+                         withAdvice(failure, effectiveTls(m_session));
+        }
+    });
+    words.removeAll(QString());
+    m_dialogue.setLastError(words.join(u'\n'), false);
+    m_controls.encryption->showOf(m_session.gCn.get());
 }

@@ -216,6 +216,8 @@ void ConnectionFields::show(const ConnectionProfile &profile)
     m_port->setText(profile.port);
     m_user->setText(profile.user);
     m_password->setText(profile.password);
+    m_password->setPlaceholderText(
+        profile.keeping == PasswordKeeping::Desktop ? QStringLiteral("キーストアのもの") : QString());
     m_keeping->setCurrentIndex(static_cast<int>(profile.keeping));
     m_database->setText(profile.database);
     m_tls->setCurrentIndex(static_cast<int>(profile.tls.mode));

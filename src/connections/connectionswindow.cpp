@@ -1,7 +1,9 @@
 #include "connections/connectionswindow.h"
 
+#include "connections/connectionadvice.h"
 #include "connections/connectionfields.h"
 #include "connections/connectiontest.h"
+#include "connections/keystore.h"
 #include "controls/lists/filterline.h"
 #include "controls/window/building.h"
 #include "core/session/session.h"
@@ -236,6 +238,7 @@ void ConnectionsWindow::showChosen()
     const QTreeWidgetItem *item = m_list->currentItem();
     const ConnectionProfile *profile = item ? m_store.find(item->data(0, idRole).toString()) : nullptr;
     m_shown = profile ? *profile : ConnectionProfile();
+    m_keptPassword.clear();
     m_fields->show(m_shown);
     m_fields->setEnabled(profile);
     m_result->clear();
@@ -248,6 +251,7 @@ bool ConnectionsWindow::keep()
     if (!isChosen())
         return true;
     ConnectionProfile now = m_fields->profile(m_shown);
+    keepPassword(m_shown, now);
     if (now == m_shown)
         return true;
     const QString id = m_shown.id;
@@ -273,6 +277,30 @@ bool ConnectionsWindow::keep()
         },
         Qt::QueuedConnection);
     return true;
+}
+
+void ConnectionsWindow::keepPassword(const ConnectionProfile &before, const ConnectionProfile &now)
+{
+    const QString typed = m_fields->password();
+    const bool isForStore = now.keeping == PasswordKeeping::Desktop;
+    if (isForStore ? typed.isEmpty() || typed == m_keptPassword : before.keeping != PasswordKeeping::Desktop)
+        return;
+    m_session.runner.run(this, QStringLiteral("キーストア"), [&] {
+        KeyStore store;
+        const QString why = isForStore ? store.write(now.id, typed) : store.remove(now.id);
+        if (isForStore && !why.isEmpty())
+            tell(QStringLiteral("パスワードをキーストアに保存できません。接続のたびに尋ねます。\n") + why);
+        m_keptPassword = isForStore ? typed : QString();
+    });
+}
+
+QString ConnectionsWindow::password(const ConnectionProfile &profile)
+{
+    const QString typed = m_fields->password();
+    if (!typed.isEmpty() || profile.keeping != PasswordKeeping::Desktop)
+        return typed;
+    QString why;
+    return KeyStore().read(profile.id, why).value_or(QString());
 }
 
 void ConnectionsWindow::tell(const QString &words)
@@ -309,7 +337,10 @@ void ConnectionsWindow::remove()
 {
     if (!m_dialogue.ask(QStringLiteral("接続先「%1」を削除しますか？").arg(m_shown.name)))
         return;
-    tell(m_store.remove(std::exchange(m_shown, {}).id));
+    const ConnectionProfile removed = std::exchange(m_shown, {});
+    tell(m_store.remove(removed.id));
+    if (removed.keeping == PasswordKeeping::Desktop)
+        m_session.runner.run(this, QStringLiteral("キーストア"), [&] { KeyStore().remove(removed.id); });
     fill({});
 }
 
@@ -320,9 +351,9 @@ void ConnectionsWindow::test()
         m_result->setText(QStringLiteral("接続しています･･･"));
         const BusyPointer busy(m_dialogue);
         try {
-            m_result->setText(tryConnection(m_session, profile, m_fields->password()));
+            m_result->setText(tryConnection(m_session, profile, password(profile)));
         } catch (const Failure &error) {
-            m_result->setText(visibleText(error.description()));
+            m_result->setText(visibleText(withAdvice(error, profile.tls)));
         }
     });
 }

@@ -46,6 +46,10 @@ private:
     // What the fields say, into the file; false when it could not be kept.
     bool keep();
     void tell(const QString &words);
+    // The typed password into the key store, or what is there out of it.
+    void keepPassword(const ConnectionProfile &before, const ConnectionProfile &now);
+    // The typed one, else what the key store has.
+    QString password(const ConnectionProfile &profile);
 
     void add();
     void copy();
@@ -67,5 +71,6 @@ private:
     QPushButton *m_use = nullptr;
     std::vector<QPushButton *> m_needChosen;
     ConnectionProfile m_shown; // as it was read
+    QString m_keptPassword;    // what was put into the key store last
     std::optional<Choice> m_choice;
 };

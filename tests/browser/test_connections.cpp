@@ -1,4 +1,5 @@
 #include "connections/connectionstore.h"
+#include "core/session/lastingconnection.h"
 #include "support/files.h"
 #include "windowstage.h"
 
@@ -15,18 +16,23 @@ private Q_SLOTS:
     void init() { failOnAnyWarning(); }
     void aNewConnectionIsMadeKeptAndUsed();
     void whatIsTypedTakesTheMarksOfItsServer();
+    void productionAsksOnceMore();
+    void aReadOnlyConnectionTurnsWritingOff();
 
 private:
     static void type(QDialog &window, const char *field, const QString &text)
     {
         control<QLineEdit>(window, field).setText(text);
     }
-    static ConnectionProfile saved(const WindowStage &stage, const QString &name, PasswordKeeping keeping)
+    static ConnectionProfile saved(const WindowStage &stage, const QString &name, PasswordKeeping keeping,
+                                   Environment environment = Environment::None, bool isReadOnly = false)
     {
         ConnectionProfile profile;
+        profile.environment = environment;
+        profile.isReadOnly = isReadOnly;
         profile.name = name;
         profile.server = "db1";
-        profile.user = "me";
+        profile.user = "db1";
         profile.keeping = keeping;
         profile.password = "secret";
         ConnectionStore(connectionsFile(stage.session)).put(profile);
@@ -67,7 +73,9 @@ void ConnectionsTest::aNewConnectionIsMadeKeptAndUsed()
     ConnectionStore store(connectionsFile(stage.session));
     store.read();
     QCOMPARE(store.profiles().size(), 2u);
-    QCOMPARE(store.lastUsed().front().name, "倉庫");
+    QMenu *menu = control<QMenuBar>(window, "menuBar").actions().first()->menu();
+    Q_EMIT menu->aboutToShow();
+    QCOMPARE(menu->actions().last()->text(), "倉庫");
     window.close();
     QVERIFY(!readFile(stage.session.gIniPath).contains("pass=o")); // "pw", shifted
 }
@@ -91,6 +99,48 @@ void ConnectionsTest::whatIsTypedTakesTheMarksOfItsServer()
     QVERIFY(!stage.session.gCn);
     stage.connect("another");
     QVERIFY(stage.session.gCn && !stage.session.profile.isSaved());
+}
+
+void ConnectionsTest::productionAsksOnceMore()
+{
+    WindowStage stage;
+    const ConnectionProfile profile = saved(stage, "店", PasswordKeeping::File, Environment::Production);
+    frmTarnwell &window = stage.mainWindow();
+    const QString caption = window.windowTitle();
+    control<QComboBox>(window, "cboDrivers").setCurrentText(profile.driver());
+    stage.connect("db1");
+    QCOMPARE(window.windowTitle(), caption + " - 店［本番］");
+    QVERIFY(control<QLabel>(window, "serverStrip").isVisible());
+    press(window, {"cmdShowDb"});
+    control<ChosenList>(window, "lstDb").setCurrentRow(0);
+    stage.script.sent.clear();
+    stage.boxes.expect("本番のサーバー「店」(db1:3306) を変更します。\r\n続けますか？", QMessageBox::Cancel);
+    press(window, {"cmdDropDb"});
+    QVERIFY2(stage.script.sent.isEmpty(), qPrintable(stage.script.sent.join(u';')));
+    QVERIFY(stage.boxes.seen().last().startsWith(window.windowTitle() + u'|'));
+    press(window, {"cmdClose"});
+    QCOMPARE(window.windowTitle(), caption);
+    QVERIFY(control<QLabel>(window, "serverStrip").isHidden());
+}
+
+void ConnectionsTest::aReadOnlyConnectionTurnsWritingOff()
+{
+    WindowStage stage;
+    stage.session.connectBy(
+        lasting([&](const QString &string, Pump &) { return stage.script.factory()(string); }), stage.pump);
+    const ConnectionProfile profile = saved(stage, "店", PasswordKeeping::File, Environment::None, true);
+    frmTarnwell &window = stage.mainWindow();
+    control<QComboBox>(window, "cboDrivers").setCurrentText(profile.driver());
+    stage.connect("db1");
+    QVERIFY(stage.script.sent.contains("SET SESSION TRANSACTION READ ONLY"));
+    QVERIFY(!stage.script.connectionStrings.last().contains("READONLY", Qt::CaseInsensitive));
+    press(window, {"cmdShowDb"});
+    control<ChosenList>(window, "lstDb").setCurrentRow(0);
+    control<ChosenList>(window, "lstTables").setCurrentRow(0);
+    for (const char *writing :
+         {"cmdCreateDb", "cmdDropDb", "cmdDropTable", "cmdCreateTable", "cmdRepairTable"})
+        QVERIFY2(!control<QAbstractButton>(window, writing).isEnabled(), writing);
+    QVERIFY(control<QAbstractButton>(window, "cmdScriptBackUp").isEnabled());
 }
 
 QTEST_MAIN(ConnectionsTest)

@@ -153,6 +153,8 @@ void ConnectionStoreTest::demandsOfTheSettingsHoldForAll()
     session.tls.authority = "/ca";
     ConnectionProfile profile = shop();
     profile.tls = {};
+    profile.ssh = {};
+    profile.isReadOnly = false;
     useProfile(session, profile, "p;w");
     QCOMPARE(connectionStringOf(session),
              "driver={MySQL (内蔵)};server=db.example;uid=tanaka;pwd={p;w};port=3307;"
