@@ -14,9 +14,10 @@ void PackedRows::append(RowBlock &&block)
     if (block.isEmpty())
         return;
     block.trim();
-    m_firstRows.push_back(m_rowCount);
-    m_rowCount += block.rowCount();
+    const int rows = block.rowCount();
     m_blocks.push_back(std::make_shared<RowBlock>(std::move(block)));
+    m_firstRows.push_back(m_rowCount);
+    m_rowCount += rows;
 }
 
 void PackedRows::append(std::span<const Cell> cells)
