@@ -74,7 +74,7 @@ void removeAccount(Session &session, const AccountForm &form)
     // of the name.
     for (const GrantTable &table : grantTables)
         deleteRows(session, fromTable(table, form.account));
-    if (isClusterMember(session.connection()))
+    if (clusterOf(session.connection()).isMember())
         sendAndFlush(session, dropAccountIfExists(form.account));
 }
 

@@ -85,7 +85,7 @@ void revoke(Session &session, const Account &account, const Scope &scope, const 
 // REVOKE that fails at one node only would cost that node its place in the cluster.
 void revokeOnCluster(Session &session, const Account &account, const Scope &scope, const Rights &rights)
 {
-    if (isClusterMember(session.connection()))
+    if (clusterOf(session.connection()).isMember())
         revoke(session, account, scope, rights, {});
 }
 

@@ -1,4 +1,4 @@
-#include "core/command/serverrole.h"
+#include "core/command/doubt.h"
 #include "core/command/writing.h"
 #include "core/driver/connect.h"
 #include "stage.h"
@@ -13,6 +13,7 @@ private Q_SLOTS:
     void aServerAloneHasNoRole();
     void readOnlyAndRunningReplicasAreSeen_data() { TestServers::addRows(); }
     void readOnlyAndRunningReplicasAreSeen();
+    void aNewConnectionAsksAgain();
     void whatTheAccountMayNotAskIsTakenForNo();
     void aGroupsOwnChannelsAreNoSources();
     void statementsThatOnlyReadAreKnown();
@@ -43,7 +44,7 @@ void RolesTest::aServerAloneHasNoRole()
     SKIP_WITHOUT_DRIVER(brand);
     const auto connection = connect(m_servers.of(brand));
     const ServerRole role = readServerRole(*connection);
-    QVERIFY(!role.isForReading() && !role.isClusterMember && !isClusterMember(*connection));
+    QVERIFY(!role.isForReading() && !role.cluster.isMember() && !clusterOf(*connection).isMember());
     connection->execute("select 1"); // the connection is as before
 }
 
@@ -72,6 +73,17 @@ void RolesTest::readOnlyAndRunningReplicasAreSeen()
     QVERIFY(!role.isReadOnly && !stopped.isReplica());
 }
 
+void RolesTest::aNewConnectionAsksAgain()
+{
+    TestServer &server = m_servers.of(TestServer::Brand::MariaDb);
+    RealStage user(server, nativeDriverName(), {});
+    server.run("set global read_only=1");
+    user.session.gCn->close();
+    reconnect(user.session);
+    server.run("set global read_only=0");
+    QVERIFY(user.session.role.isReadOnly);
+}
+
 void RolesTest::whatTheAccountMayNotAskIsTakenForNo()
 {
     TestServer &server = m_servers.of(TestServer::Brand::MariaDb);
@@ -95,7 +107,7 @@ void RolesTest::aGroupsOwnChannelsAreNoSources()
         0, Reply::table({"Variable_name", "Value"},
                         {{"group_replication_group_name", "aaaaaaaa-aaaa"}, {"super_read_only", "ON"}}));
     const ServerRole role = readServerRole(*connection);
-    QVERIFY(role.isClusterMember && role.isReadOnly);
+    QVERIFY(role.cluster.hasManyWriters && role.isReadOnly);
     QCOMPARE(role.sources, QStringList{"far:3306"});
 }
 

@@ -256,8 +256,10 @@ void AccountCommandsTest::everyNodeOfAClusterLearnsOfIt()
     AccountStage stage;
     stage.script.always(
         "show global variables where Variable_name in ('read_only', 'super_read_only', 'innodb_read_only', "
-        "'wsrep_on', 'wsrep_provider', 'group_replication_group_name')",
-        Reply::table({"Variable_name", "Value"}, {{"wsrep_on", "ON"}, {"wsrep_provider", "galera.so"}}));
+        "'wsrep_on', 'wsrep_provider', 'wsrep_cluster_name', 'group_replication_group_name', "
+        "'group_replication_single_primary_mode')",
+        Reply::table({"Variable_name", "Value"},
+                     {{"wsrep_on", "ON"}, {"wsrep_provider", "galera.so"}, {"wsrep_cluster_name", "c"}}));
     const QString where =
         " where grantee = binary concat('''', 'u', '''@''', 'h', '''') and table_schema = binary ";
     const L fields{"PRIVILEGE_TYPE", "IS_GRANTABLE"};

@@ -21,17 +21,6 @@ QString answerTo(Connection &connection, const char *statement)
     }
 }
 
-QString clusterOf(Connection &connection)
-{
-    const ServerInfo server = connection.server();
-    constexpr int firstGalera = 100100, firstGroups = 50717;
-    if (server.isMariaDb && server.number >= firstGalera)
-        return answerTo(connection, "select @@wsrep_cluster_name from dual where @@wsrep_on");
-    if (!server.isMariaDb && server.number >= firstGroups)
-        return answerTo(connection, "select @@group_replication_group_name");
-    return {};
-}
-
 } // namespace
 
 Doubt doubtAfter(const Session &session, const Failure &error)
@@ -47,6 +36,7 @@ void reconnect(Session &session)
     connection->open();
     if (!session.gDbName.isEmpty())
         connection->execute(useStatement(session.gDbName));
+    session.role = readServerRole(*connection);
     session.gRs.close();
     session.gCn = std::move(connection);
 }
@@ -67,11 +57,11 @@ void reconnect(Session &session, const ServerPlace &place)
     Connection &connection = session.connection();
     const ServerPlace now = serverPlace(connection);
     if (!place.server.isEmpty() && place.server != now.server &&
-        (place.cluster.isEmpty() || place.cluster != now.cluster))
+        (!place.cluster.isMember() || place.cluster.name != now.cluster.name))
         throw Failure(
             QStringLiteral("再接続先は別のサーバーです(%1)。元のサーバー: %2").arg(now.server, place.server));
-    if (!now.cluster.isEmpty())
-        connection.execute(connection.server().isMariaDb
+    if (now.cluster.isMember())
+        connection.execute(now.cluster.isGalera
                                ? QStringLiteral("set session wsrep_sync_wait=15")
                                : QStringLiteral("set session group_replication_consistency='BEFORE'"));
 }

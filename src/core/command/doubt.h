@@ -12,14 +12,14 @@ enum class Doubt {
 };
 Doubt doubtAfter(const Session &session, const Failure &error);
 
-// Replaces gCn by a new connection whose default database is gDbName. Throws Failure and leaves gCn as it
-// is when the server cannot be reached.
+// Replaces gCn by a new connection whose default database is gDbName, and reads its server's role. Throws
+// Failure and leaves gCn as it is when the server cannot be reached.
 void reconnect(Session &session);
 
 // Which server a connection has reached, as far as it tells; and which cluster it belongs to.
 struct ServerPlace {
-    QString server;  // empty: not known
-    QString cluster; // empty: none
+    QString server; // empty: not known
+    Cluster cluster;
 };
 ServerPlace serverPlace(Connection &connection);
 

@@ -38,7 +38,8 @@ std::vector<UndoFile> pendingUndoLogs(Session &session)
         try {
             const UndoFile file{folder.filePath(name)};
             const UndoLog log(session, file);
-            const bool isSameCluster = !here.cluster.isEmpty() && log.place().cluster == here.cluster;
+            const bool isSameCluster =
+                here.cluster.isMember() && log.place().cluster.name == here.cluster.name;
             if (log.place().server == here.server || isSameCluster)
                 pending.push_back(file);
         } catch (const Failure &) {

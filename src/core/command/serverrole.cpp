@@ -24,7 +24,8 @@ Variables readVariables(Connection &connection)
     RecordSet rows = answerTo(
         connection, QStringLiteral("show global variables where Variable_name in ('read_only', "
                                    "'super_read_only', 'innodb_read_only', 'wsrep_on', 'wsrep_provider', "
-                                   "'group_replication_group_name')"));
+                                   "'wsrep_cluster_name', 'group_replication_group_name', "
+                                   "'group_replication_single_primary_mode')"));
     for (; rows.isOpen() && !rows.isEof(); rows.moveNext())
         values[rows.text(0).toLower()] = rows.text(1);
     return values;
@@ -37,19 +38,22 @@ bool isOn(const Variables &variables, const QString &name)
     return found != variables.end() && found->second != u"OFF" && found->second != u"0";
 }
 
-bool isNamed(const Variables &variables, const QString &name)
+QString nameIn(const Variables &variables, const QString &name)
 {
     const auto found = variables.find(name);
-    return found != variables.end() && !found->second.isEmpty() && found->second != u"NULL" &&
-           found->second != u"none";
+    return found == variables.end() || found->second == u"NULL" || found->second == u"none" ? QString()
+                                                                                            : found->second;
 }
 
-bool isClusterMember(const Variables &variables)
+Cluster clusterOf(const Variables &variables)
 {
     // wsrep_on alone says nothing: some builds have it on without any provider.
-    return (isOn(variables, QStringLiteral("wsrep_on")) &&
-            isNamed(variables, QStringLiteral("wsrep_provider"))) ||
-           isNamed(variables, QStringLiteral("group_replication_group_name"));
+    if (isOn(variables, QStringLiteral("wsrep_on")) &&
+        !nameIn(variables, QStringLiteral("wsrep_provider")).isEmpty())
+        return {nameIn(variables, QStringLiteral("wsrep_cluster_name")), true, true};
+    const QString group = nameIn(variables, QStringLiteral("group_replication_group_name"));
+    const bool hasOnePrimary = isOn(variables, QStringLiteral("group_replication_single_primary_mode"));
+    return {group, false, !group.isEmpty() && !hasOnePrimary};
 }
 
 // MySQL has called the statement and its columns otherwise since 8.0.22, and since 8.4 it knows no other
@@ -80,6 +84,11 @@ QStringList readSources(Connection &connection)
 
 } // namespace
 
+Cluster clusterOf(Connection &connection)
+{
+    return clusterOf(readVariables(connection));
+}
+
 ServerRole readServerRole(Connection &connection)
 {
     const Variables variables = readVariables(connection);
@@ -87,7 +96,7 @@ ServerRole readServerRole(Connection &connection)
     role.isReadOnly = isOn(variables, QStringLiteral("read_only")) ||
                       isOn(variables, QStringLiteral("super_read_only")) ||
                       isOn(variables, QStringLiteral("innodb_read_only"));
-    role.isClusterMember = isClusterMember(variables);
+    role.cluster = clusterOf(variables);
     role.sources = readSources(connection);
     return role;
 }
@@ -99,12 +108,7 @@ QString roleText(const ServerRole &role)
         words << QStringLiteral("読み取り専用");
     if (role.isReplica())
         words << role.sources.join(QStringLiteral(" と ")) + QStringLiteral(" のレプリカ");
-    if (role.isClusterMember)
+    if (role.cluster.isMember())
         words << QStringLiteral("クラスタの一員");
     return words.join(QStringLiteral("、"));
-}
-
-bool isClusterMember(Connection &connection)
-{
-    return isClusterMember(readVariables(connection));
 }

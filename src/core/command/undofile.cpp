@@ -124,7 +124,7 @@ QByteArray UndoLog::bytes() const
     return QJsonDocument({{QStringLiteral("what"), m_what},
                           {QStringLiteral("begun"), m_begun.toString(Qt::ISODate)},
                           {QStringLiteral("server"), m_place.server},
-                          {QStringLiteral("cluster"), m_place.cluster},
+                          {QStringLiteral("cluster"), m_place.cluster.name},
                           {QStringLiteral("nextBack"), m_nextBack},
                           {QStringLiteral("database"),
                            m_pendingDatabase.isEmpty() ? m_variables.database() : m_pendingDatabase},
@@ -138,7 +138,7 @@ void UndoLog::load(const QByteArray &bytes)
     const QJsonObject json = QJsonDocument::fromJson(bytes).object();
     m_what = json[QStringLiteral("what")].toString();
     m_begun = QDateTime::fromString(json[QStringLiteral("begun")].toString(), Qt::ISODate);
-    m_place = {json[QStringLiteral("server")].toString(), json[QStringLiteral("cluster")].toString()};
+    m_place = {json[QStringLiteral("server")].toString(), {json[QStringLiteral("cluster")].toString()}};
     m_nextBack = json[QStringLiteral("nextBack")].toInt(-1);
     m_pendingDatabase = json[QStringLiteral("database")].toString();
     std::vector<SessionVariables::Entry> entries;
