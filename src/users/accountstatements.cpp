@@ -135,10 +135,17 @@ QString revokeRights(const QStringList &rights, const QString &where, const Acco
            QStringLiteral(" FROM ") + accountName(account);
 }
 
+bool isPatternOfDatabases(const QString &name)
+{
+    return name.contains(u'\\') || name.contains(u'%');
+}
+
 QString databaseScope(const QString &database)
 {
     if (database == u"*") // bare, it is all databases
         refuseMisread(database);
+    if (isPatternOfDatabases(database)) // bare, it is no name at all
+        return quotedName(quotable(database)) + QStringLiteral(".*");
     requireOwnName(database, database);
     return database + QStringLiteral(".*");
 }

@@ -42,6 +42,8 @@ QString showCreateUser(const Account &account);
 
 // All rights on a database: its name, as it is, and ".*"
 QString databaseScope(const QString &database);
+// "a\_b" or "a%": a grant on it is one on all databases of such names, also later ones.
+bool isPatternOfDatabases(const QString &name);
 // where: "*.*" or a databaseScope()
 QString revokeGrantOption(const QString &where, const Account &account);
 QString revokeAll(const QString &where, const Account &account);

@@ -206,6 +206,8 @@ void AccountView::lstDB_Click()
         show(c.ckDBPrivType, checks);
         setTags(c.ckDBPrivType, checks);
     });
+    if (isPatternOfDatabases(database) && !c.lstAddDB->texts().contains(database))
+        c.lstAddDB->appendItem(database);
     setText(*c.lstAddDB, database);
 }
 

@@ -14,7 +14,7 @@ const char *const setUp =
     "grant select, event, trigger, create tablespace, replication client on *.* to hidden with grant option;"
     "grant event, insert on *.* to hidden2;"
     "grant select, event, trigger on d1.* to hidden with grant option;"
-    "grant event, drop on d1.* to hidden2;"
+    "grant event, drop on d1.* to hidden2; grant select, insert, event on `d\\_1`.* to hidden2;"
     "grant update, create, drop, select (a, b), insert (a) on d1.t1 to hidden with grant option;"
     "grant select (b), trigger on d1.t1 to hidden2;"
     "grant execute on procedure d1.p to hidden; grant execute on procedure d1.p to hidden2;";
@@ -177,6 +177,13 @@ void KeptRightsTest::whatIsEditedChangesAndNothingElse()
     stage.does("DB権限を変更します。", "cmdDbGrantEdit", changed);
     compare("hidden", before, {"GRANT SELECT ON d1.* TO hidden@%"}, {"GRANT DELETE ON d1.* TO hidden@%"});
     QCOMPARE(stage.chosen("lstDB"), "d1");
+
+    before = rightsOf("hidden2");
+    stage.choose("lstUser", "%\thidden2");
+    stage.choose("lstDB", "d\\_1");
+    stage.check("ckDBPrivType_1", false);
+    stage.does("DB権限を変更します。", "cmdDbGrantEdit", changed);
+    compare("hidden2", before, {"GRANT INSERT ON d\\\\_1.* TO hidden2@%"}, {});
 
     before = rightsOf("hidden2");
     stage.choose("lstUser", "%\thidden2");
