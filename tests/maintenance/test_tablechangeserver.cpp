@@ -9,13 +9,13 @@ const QString done = "変更しました。";
 const QString failed = "ﾃｰﾌﾞﾙの変更に失敗しました。";
 
 // Which servers know what a row needs.
-enum Known { Everywhere, NotIn56, MariaDbOnly, MySql9Only };
+enum Known { Everywhere, NotIn56, MariaDbOnly, MySqlOnly, MySql9Only };
 
 bool isKnown(int known, Brand brand)
 {
     return known == Everywhere || (known == NotIn56 && brand != Brand::MySql56) ||
            (known == MariaDbOnly && brand == Brand::MariaDb) ||
-           (known == MySql9Only && brand == Brand::MySql9);
+           (known == MySqlOnly && brand != Brand::MariaDb) || (known == MySql9Only && brand == Brand::MySql9);
 }
 
 } // namespace
@@ -43,7 +43,7 @@ private:
         return sql(query + "; show create table t; show tables; show triggers");
     }
 
-    TestServers m_servers;
+    TestServers m_servers{{"--loose-federated"}};
     TestServer *m_server = nullptr;
     Brand m_brand = Brand::MariaDb;
 };
@@ -170,6 +170,9 @@ void TableChangeServerTest::rowsSurvive_data()
         "create table p (a int) engine=myisam; insert into p values (1); "
         "create table t (a int) engine=merge union=(p) insert_method=last",
         L{}, "select * from t", "!別の場所");
+    row("rows of another server", int(MySqlOnly),
+        "create table t (a int) engine=federated connection='mysql://u@127.0.0.1:1/d/t'", L{}, "select 1",
+        "!別の場所");
     const QString parent = "create table t (a int primary key, b int) engine=innodb; "
                            "create table child (a int, foreign key (a) references t (a)) engine=innodb";
     row("name of a parent", everywhere, parent, L{"TABLE t", "TABLE u"}, "select * from t", "!`child`");
