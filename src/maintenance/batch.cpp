@@ -51,7 +51,7 @@ Outcome runBatch(CommandContext &context, const Batch &batch)
             return {};
         {
             const BusyPointer busy(dialogue);
-            walkTables(context, batch);
+            batch.around([&] { walkTables(context, batch); });
         }
         dialogue.setTarget(target);
         dialogue.progressBar(1);

@@ -11,6 +11,8 @@ struct Batch {
     // After the question; false ends the command without a word.
     std::function<bool()> prepare = [] { return true; };
     std::function<void(const QString &name)> eachTable;
+    // Sets for the walk what it needs, and runs it.
+    std::function<void(const std::function<void()> &walk)> around = [](const auto &walk) { walk(); };
     std::function<void()> finish = [] {}; // after the last table
     std::function<QString()> closing;
 };

@@ -1,5 +1,6 @@
 #include "maintenance/tablebatches.h"
 
+#include "core/command/sessionvariables.h"
 #include "core/sql/columnlist.h"
 #include "core/sql/names.h"
 #include "core/sql/statements.h"
@@ -13,6 +14,7 @@ struct StatementBatch {
     QString phrase;
     QString (*statement)(Connection &connection, const QString &database, const QString &name);
     QString closing;
+    bool movesRows = false;
 };
 
 QString checkStatement(Connection &, const QString &database, const QString &name)
@@ -40,6 +42,19 @@ QString copyStatement(Connection &connection, const QString &database, const QSt
            qualifiedName(database, name);
 }
 
+// MySQL from 5.7 on refuses zero dates unless it is told otherwise, also those that a table has.
+void takingRowsAsTheyAre(Session &session, const std::function<void()> &action)
+{
+    SessionVariables variables;
+    const QString name = QStringLiteral("sql_mode");
+    variables.read(session.connection(), {name});
+    const QString mode = modeForRows(variables.before(name));
+    std::vector<SessionVariable> wanted{{name, quotedText(mode)}};
+    if (session.role.cluster.isGroup())
+        wanted.push_back({QStringLiteral("sql_generate_invisible_primary_key"), QStringLiteral("1")});
+    withVariables(session, {}, wanted, action);
+}
+
 Outcome run(CommandContext &context, const StatementBatch &row)
 {
     const QString database = context.session.gDbName;
@@ -52,6 +67,8 @@ Outcome run(CommandContext &context, const StatementBatch &row)
         connection.execute(row.statement(connection, database, name));
     };
     batch.closing = [&] { return row.closing; };
+    if (row.movesRows)
+        batch.around = [&](const std::function<void()> &walk) { takingRowsAsTheyAre(context.session, walk); };
     return runBatch(context, batch);
 }
 
@@ -78,5 +95,5 @@ Outcome repairTables(CommandContext &context)
 Outcome copyTables(CommandContext &context)
 {
     return run(context, {QStringLiteral("ﾃｰﾌﾞﾙのﾃﾞｰﾀｺﾋﾟｰを行います。"), copyStatement,
-                         QStringLiteral("ﾃｰﾌﾞﾙをｺﾋﾟｰしました。")});
+                         QStringLiteral("ﾃｰﾌﾞﾙをｺﾋﾟｰしました。"), true});
 }

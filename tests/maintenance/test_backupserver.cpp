@@ -1,5 +1,6 @@
 #include "maintenance/backup/backup.h"
 #include "maintenance/backup/restore.h"
+#include "maintenance/tablebatches.h"
 #include "stage.h"
 
 namespace {
@@ -141,11 +142,14 @@ void BackupServerTest::tiesAndPartsComeBack()
     SKIP_WITHOUT(brand);
     TestServer &server = m_servers.of(brand);
     server.run("create database d");
-    server.run("create table parent(a int primary key, constraint positive check (a > 0)) engine=innodb;"
+    server.run("set sql_mode='ALLOW_INVALID_DATES';"
+               "create table parent(a int primary key, z date default '0000-00-00', "
+               "constraint positive check (a > 0)) engine=innodb;"
                "create table child(a int, constraint up foreign key (a) references parent(a)) engine=innodb;"
                "create table part(a int) engine=myisam; create table bad(a int);"
                "create table a_merge(a int) engine=merge union=(part) insert_method=last;"
-               "insert into parent values (1); insert into child values (1); insert into part values (5);"
+               "insert into parent values (1,'0000-00-00'); insert into child values (1); "
+               "insert into part values (5);"
                "create view a_view as select a from a_merge",
                "d");
     const QString all = "select * from parent,child,part,a_merge,a_view; show create table parent; "
@@ -167,6 +171,14 @@ void BackupServerTest::tiesAndPartsComeBack()
              qPrintable(told));
     QVERIFY(!told.contains("復元していないもの"));
     QCOMPARE(server.run(all, "d"), before);
+
+    const auto mode = [&] { return stage.session.connection().execute("select @@sql_mode").text(0); };
+    const QString modeBefore = mode();
+    stage.run(copyTables);
+    QCOMPARE(stage.told(), "ﾃｰﾌﾞﾙをｺﾋﾟｰしました。");
+    QCOMPARE(mode(), modeBefore);
+    const QString copy = "back_parent" + QDate::currentDate().toString("_yy_MM_dd");
+    QCOMPARE(server.run("select * from " + copy, "d"), server.run("select * from parent", "d"));
 }
 
 void BackupServerTest::existingFilesStopTheRun()

@@ -66,8 +66,15 @@ void BatchTest::commandsSendTheirStatements()
         if (command == backUpTables)
             stage.dialogue.expectFolder(backupPrompt, "C:\\bk");
         stage.dialogue.expectInform(closing);
+        stage.script.always("select @@session.sql_mode", Reply::table({"m"}, {{"NO_ZERO_DATE,STRICT"}}));
         stage.run(command);
-        QCOMPARE(stage.script.sent, coversAll ? all : L{one});
+        stage.script.sent.removeAll("select @@session.sql_mode");
+        L sent = coversAll ? all : L{one};
+        if (command == copyTables) {
+            sent.prepend("set session sql_mode='STRICT,ALLOW_INVALID_DATES'");
+            sent.append("set session sql_mode='NO_ZERO_DATE,STRICT'");
+        }
+        QCOMPARE(stage.script.sent, sent);
         if (command != backUpTables)
             QCOMPARE(stage.dialogue.targets,
                      coversAll ? L({"a", "b-c", "d全ﾃｰﾌﾞﾙ"}) : L({"b-c", "d全ﾃｰﾌﾞﾙ"}));

@@ -128,6 +128,12 @@ QString variableLiteral(const QString &value)
     return number.match(value).hasMatch() ? value : quotedText(value);
 }
 
+QString modeForRows(const QString &mode)
+{
+    return changedMode(mode, {QStringLiteral("NO_ZERO_DATE"), QStringLiteral("NO_ZERO_IN_DATE")},
+                       {QStringLiteral("ALLOW_INVALID_DATES")});
+}
+
 QString changedMode(const QString &mode, const QStringList &without, const QStringList &with)
 {
     QStringList words = mode.split(u',', Qt::SkipEmptyParts);

@@ -48,6 +48,10 @@ QString variableLiteral(const QString &value);
 // A mode without some of its words and with others.
 QString changedMode(const QString &mode, const QStringList &without, const QStringList &with);
 
+// The mode in which rows go from one table to another as they are: impossible dates that a table has taken
+// once are taken again.
+QString modeForRows(const QString &mode);
+
 // Runs the action with the variables and the default database (empty: as it is) set, and puts the old ones
 // back on every way out.
 template <class Action>
@@ -61,8 +65,7 @@ void withVariables(Session &session, const QString &database, const std::vector<
     variables.read(session.connection(), names);
     // The default database first: where it fails, nothing has been set.
     if (!database.isEmpty())
-        if (!database.isEmpty())
-            variables.use(session.connection(), database);
+        variables.use(session.connection(), database);
     variables.set(session.connection(), wanted);
     const auto putBack = [&] {
         const Undoing undoing(session);
