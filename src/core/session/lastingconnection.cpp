@@ -101,7 +101,7 @@ ServerPlace knownPlace(Connection &connection)
 bool isSame(const ServerPlace &left, const ServerPlace &right)
 {
     return left.server.isEmpty() || right.server.isEmpty() || left.server == right.server ||
-           (!left.cluster.isEmpty() && left.cluster == right.cluster);
+           (left.cluster.isMember() && left.cluster.name == right.cluster.name);
 }
 
 void LastingConnection::open()
