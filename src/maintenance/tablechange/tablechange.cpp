@@ -59,6 +59,7 @@ std::vector<FieldRec> readFields(Session &session, const QString &table)
 }
 
 const QString keyDemand = QStringLiteral("sql_require_primary_key");
+const QString ownKeys = QStringLiteral("sql_generate_invisible_primary_key");
 
 // One table on its way from one definition to another.
 class TableRebuild {
@@ -88,8 +89,9 @@ private:
     void setForCopy(Step &step) const;
     bool mayLoseTriggers();
     bool freeze();
-    bool lock();
-    void waitForOtherNodes();
+    bool keepOthersOff(std::vector<Step> steps);
+    bool isWrittenElsewhere() const { return m_log.place().cluster.hasManyWriters; }
+    void setForCluster();
     void takeCounter();
     QString checksum(const QString &table);
     void fill();
@@ -113,16 +115,14 @@ void TableRebuild::openLog()
     if (!server.isMariaDb && server.number >= firstWithKeyRule)
         names << keyDemand;
     if (!server.isMariaDb && server.number >= firstWithOwnKeys)
-        names << QStringLiteral("sql_generate_invisible_primary_key");
+        names << ownKeys;
     m_log.variables().read(connection(), names);
     // A foreign key that names no database means it (MySQL 5.6).
     m_log.variables().use(connection(), m_change.database);
 
-    // A 0 in a counting column stays 0; impossible dates that the table has taken once are taken again.
-    const QString mode =
-        changedMode(m_log.variables().before(QStringLiteral("sql_mode")),
-                    {QStringLiteral("NO_ZERO_DATE"), QStringLiteral("NO_ZERO_IN_DATE")},
-                    {QStringLiteral("NO_AUTO_VALUE_ON_ZERO"), QStringLiteral("ALLOW_INVALID_DATES")});
+    // A 0 in a counting column stays 0.
+    const QString mode = modeForRows(changedMode(m_log.variables().before(QStringLiteral("sql_mode")), {},
+                                                 {QStringLiteral("NO_AUTO_VALUE_ON_ZERO")}));
     std::vector<SessionVariable> wanted{{QStringLiteral("sql_mode"), quotedText(mode)},
                                         {QStringLiteral("foreign_key_checks"), QStringLiteral("0")}};
     if (hasSwitch)
@@ -173,12 +173,13 @@ std::optional<Outcome> TableRebuild::prepare()
     return {};
 }
 
-// The copy has no key, and the server is not to give it one.
+// The copy has no key, and the server is to give it one only where it takes no rows otherwise.
 void TableRebuild::setForCopy(Step &step) const
 {
-    const QString variable = QStringLiteral("sql_generate_invisible_primary_key");
-    if (m_log.variables().before(variable) == u"1")
-        step.with.push_back({variable, QStringLiteral("0")});
+    const QString wanted = m_log.place().cluster.isGroup() ? QStringLiteral("1") : QStringLiteral("0");
+    const QString before = m_log.variables().before(ownKeys);
+    if (!before.isNull() && before != wanted)
+        step.with.push_back({ownKeys, wanted});
 }
 
 // Tries the triggers on the copy, and asks where one could not be made again.
@@ -219,41 +220,50 @@ QString TableRebuild::checksum(const QString &table)
     }
 }
 
-bool TableRebuild::lock()
+// Whether the change may go on. Where the account may not keep others from writing, the user decides.
+bool TableRebuild::keepOthersOff(std::vector<Step> steps)
 {
-    static constexpr int noRight[] = {1044, 1142, 1227};
+    // The last ones: with a binary log triggers want more rights; old servers have one trigger per event.
+    static constexpr int noRight[] = {1044, 1142, 1227, 1419, 1235};
     try {
-        m_log.execute(lockStep(m_change, m_change.oldTable()));
-        m_change.mayLock = true;
+        for (Step &step : steps)
+            m_log.execute(std::move(step));
+        m_change.mayLock = !isWrittenElsewhere();
+        return true;
     } catch (const Failure &error) {
         if (std::ranges::find(noRight, error.number()) == std::end(noRight))
             throw;
-        if (!m_context.dialogue.confirm(
-                QStringLiteral("ﾃｰﾌﾞﾙ %1 をﾛｯｸする権限がありません。変更中に他の接続が書き込んだ行は失われる"
-                               "ことがあります。\r\n%2\r\n続けますか？")
-                    .arg(m_change.oldTable(), error.description()),
-                Icon::Critical))
-            return false;
+        return m_context.dialogue.confirm(
+            QStringLiteral("ﾃｰﾌﾞﾙ %1 をﾛｯｸする権限がありません。変更中に他の接続が書き込んだ行は失われる"
+                           "ことがあります。\r\n%2\r\n続けますか？")
+                .arg(m_change.oldTable(), error.description()),
+            Icon::Critical);
     }
-    return true;
 }
 
-// From now on each statement first waits for what the other nodes have committed.
-void TableRebuild::waitForOtherNodes()
+// Each statement first waits for what the other nodes have committed, and those that only read rows take no
+// locks: another node's row would end them (1213).
+void TableRebuild::setForCluster()
 {
-    const QString wait = QStringLiteral("wsrep_sync_wait");
-    m_log.variables().read(connection(), {wait});
-    m_log.variables().set(connection(), {{wait, QStringLiteral("15")}});
+    const ServerInfo server = connection().server();
+    const bool isRenamed = server.number >= (server.isMariaDb ? 110101 : 50720);
+    const std::vector<SessionVariable> wanted{
+        m_log.place().cluster.isGalera
+            ? SessionVariable{QStringLiteral("wsrep_sync_wait"), QStringLiteral("15")}
+            : SessionVariable{QStringLiteral("group_replication_consistency"),
+                              QStringLiteral("'BEFORE_AND_AFTER'")},
+        {isRenamed ? QStringLiteral("transaction_isolation") : QStringLiteral("tx_isolation"),
+         QStringLiteral("'READ-COMMITTED'")}};
+    m_log.variables().read(connection(), {wanted[0].name, wanted[1].name});
+    m_log.variables().set(connection(), wanted);
 }
 
 // Keeps others from writing, and brings what they wrote since the copy was made into it.
 bool TableRebuild::freeze()
 {
-    // Under Galera another node's row would wait for the lock and the drop for that row, both for ever.
-    const bool isInGalera = !m_log.place().cluster.isEmpty() && connection().server().isMariaDb;
-    if (isInGalera)
-        waitForOtherNodes();
-    else if (!lock())
+    // Under Galera another node's row would wait for a lock and the drop for that row, both for ever.
+    if (!keepOthersOff(isWrittenElsewhere() ? barSteps(m_change)
+                                            : std::vector{lockStep(m_change, m_change.oldTable())}))
         return false;
     takeCounter();
     const QString rows = checksum(m_change.oldTable());
@@ -312,6 +322,8 @@ bool TableRebuild::run()
 {
     Dialogue &dialogue = m_context.dialogue;
     dialogue.progress(5, 0);
+    if (m_log.place().cluster.isMember())
+        setForCluster();
     Step copy = copyStep(m_change);
     setForCopy(copy);
     m_log.execute(std::move(copy));

@@ -104,15 +104,20 @@ void requireOwnColumns(const TableChange &change, const std::vector<FieldRec> &f
 bool mayChangeInCluster(Dialogue &dialogue, const TableChange &change, const TableKind &kind,
                         const ServerPlace &place)
 {
-    if (place.cluster.isEmpty())
+    if (!place.cluster.isMember() || isReplicatedInClusters(kind.engine))
         return true;
+    if (place.cluster.isGroup()) {
+        dialogue.refuse(
+            QStringLiteral("%1 の行は、グループレプリケーションが受け付けないため、作り直せません。")
+                .arg(kind.engine) +
+            nothingDone);
+        return false;
+    }
     const QString why =
-        isReplicatedInClusters(kind.engine)
-            ? QStringLiteral("変更中に他のﾉｰﾄﾞで書き込まれた行は失われることがあります。")
-            : QStringLiteral("%1 の行は他のﾉｰﾄﾞに複製されず、他のﾉｰﾄﾞの行は失われます。").arg(kind.engine);
+        QStringLiteral("%1 の行は他のﾉｰﾄﾞに複製されず、他のﾉｰﾄﾞの行は失われます。").arg(kind.engine);
     return dialogue.confirm(QStringLiteral("このサーバーはクラスタ「%1」の一員です。\r\nﾃｰﾌﾞﾙ %2: %3\r\n"
                                            "続けますか？")
-                                .arg(place.cluster, change.oldTable(), why),
+                                .arg(place.cluster.name, change.oldTable(), why),
                             Icon::Critical);
 }
 

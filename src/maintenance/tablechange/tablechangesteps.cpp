@@ -121,6 +121,29 @@ Step lockStep(const TableChange &change, const QString &table)
     return step;
 }
 
+std::vector<Step> barSteps(const TableChange &change)
+{
+    std::vector<Step> steps;
+    for (const QString &event :
+         {QStringLiteral("insert"), QStringLiteral("update"), QStringLiteral("delete")}) {
+        const QString stamp = change.bareCopy().chopped(4).mid(change.oldName.size());
+        const QString trigger = quotedName(change.database, change.oldName.left(40) + stamp + u'_' + event);
+        Step step;
+        step.statement =
+            QStringLiteral("create trigger %1 before %2 on %3 for each row signal sqlstate '45000' "
+                           "set message_text='This table is being changed.'")
+                .arg(trigger, event, change.oldTable());
+        step.untilUndone =
+            QStringLiteral("ﾃｰﾌﾞﾙ %1 は変更されていません。ﾄﾘｶﾞｰ %2 が残っていれば、削除して下さい。")
+                .arg(change.oldTable(), trigger);
+        WayBack drop;
+        drop.statement = QStringLiteral("drop trigger if exists ") + trigger;
+        step.back = {drop};
+        steps.push_back(step);
+    }
+    return steps;
+}
+
 QStringList copyAgainStatements(const TableChange &change)
 {
     return {QStringLiteral("truncate table ") + change.copy,

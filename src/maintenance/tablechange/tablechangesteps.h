@@ -31,6 +31,9 @@ struct TableChange {
 // drop others may still write, which a lock keeps them from.
 Step copyStep(const TableChange &change);
 Step lockStep(const TableChange &change, const QString &table); // and the copy
+// The same where other nodes write as well, which no lock holds up: triggers that refuse to change the
+// table's rows. They go with the table.
+std::vector<Step> barSteps(const TableChange &change);
 Step dropStep(const TableChange &change);
 Step createStep(const TableChange &change);
 Step fillStep(const TableChange &change, const QString &commonColumns);
