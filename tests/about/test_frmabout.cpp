@@ -1,10 +1,9 @@
 #include "about/frmAbout.h"
+#include "support/files.h"
 #include "support/scripteddialogue.h"
 
-#include <QFile>
 #include <QPushButton>
 #include <QTemporaryDir>
-#include <QTest>
 
 class FrmAboutTest : public QObject {
     Q_OBJECT
@@ -17,18 +16,15 @@ void FrmAboutTest::theFirstToolFoundIsStartedAndNoneIsTold()
 {
     const QTemporaryDir folder;
     const QString trace = folder.filePath("trace");
-    QFile tool(folder.filePath("hardinfo"));
-    QVERIFY(tool.open(QIODevice::WriteOnly));
-    tool.write("#!/bin/sh\necho started > " + QFile::encodeName(trace) + "\n");
-    tool.setPermissions(QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner);
-    tool.close();
+    const QString tool = folder.filePath("hardinfo");
+    writeProgram(tool, "echo started > " + QFile::encodeName(trace) + "\n");
     qputenv("PATH", QFile::encodeName(folder.path()));
     ScriptedDialogue dialogue;
     frmAbout box(nullptr, &dialogue);
     box.findChild<QPushButton *>("cmdSysInfo")->click();
     QTRY_VERIFY(QFile::exists(trace));
 
-    QVERIFY(tool.remove());
+    QVERIFY(QFile::remove(tool));
     dialogue.expectInform("現時点ではｼｽﾃﾑ情報を使用できません");
     box.findChild<QPushButton *>("cmdSysInfo")->click();
 }

@@ -1,11 +1,30 @@
+#include "browser/frmTarnwell.h"
 #include "console/history.h"
 #include "controls/grid/gridcopy.h"
-#include "windowstage.h"
+#include "support/gui/stage.h"
 
+#include <QMenu>
+#include <QMenuBar>
 #include <QScrollBar>
 
-// The window's lists and detail over a scripted server: which statements are sent, word for word, and what
-// the controls show of the answers.
+namespace {
+
+// The menu as the user sees it when it is open.
+QList<QAction *> opened(QMenu &menu)
+{
+    Q_EMIT menu.aboutToShow();
+    return menu.actions();
+}
+
+QAction &action(const QWidget &window, const char *id)
+{
+    return control<QAction>(window, (QByteArray("action_") + id).constData());
+}
+
+} // namespace
+
+// The window over a scripted server: which statements are sent, word for word, what the controls show of the
+// answers, and where each command stands, from one row of a table.
 class ListsTest : public QObject {
     Q_OBJECT
 
@@ -19,22 +38,20 @@ private Q_SLOTS:
     void anObjectThatCannotBeReadCanOnlyBeDropped();
     void theLogKeepsWhatIsSelectedInIt();
     void whatAStatementLeavesToKnowIsShown();
+    void everyCommandHasItsPlace();
+    void whatCannotBeUsedSaysWhy();
+    void contextMenusHoldWhatConcernsTheList();
+    void thePaletteFindsCommandsAndObjects_data();
+    void thePaletteFindsCommandsAndObjects();
 
 private:
     template <class Control>
     Control &get(const char *name) const
     {
-        return control<Control>(*m_stage->opened, name);
+        return *m_stage->control<Control>(name);
     }
-    QStringList texts(const char *list) const { return get<ChosenList>(list).texts(); }
     QString label(const char *name) const { return get<QLabel>(name).text(); }
-    bool isEnabled(const char *name) const { return get<QWidget>(name).isEnabled(); }
-    void click(const char *name) const { press(*m_stage->opened, {name}); }
-    void choose(const char *name, int row) const
-    {
-        auto &box = get<ChosenList>(name);
-        clickItem(box, *box.item(row));
-    }
+    void click(const char *name) const { press(*m_stage->window, {name}); }
     // Answers as a server would that has database "d" with a table, a view and two broken views.
     void openDatabase();
     QStringList takeSent() const { return std::exchange(m_stage->script.sent, {}); }
@@ -46,13 +63,13 @@ void ListsTest::init()
 {
     failOnAnyWarning();
     m_stage = std::make_unique<WindowStage>();
-    m_stage->mainWindow();
-    m_stage->connect();
-    QVERIFY(m_stage->session.gCn);
 }
 
 void ListsTest::openDatabase()
 {
+    m_stage->open(new frmTarnwell(m_stage->session));
+    m_stage->connect();
+    QVERIFY(m_stage->session.gCn);
     Script &script = m_stage->script;
     script.always("show databases;", Reply::table({"Database"}, {{"d"}, {"e"}}));
     script.always("show tables from `d`;",
@@ -70,7 +87,7 @@ void ListsTest::openDatabase()
         script.always(statement, Reply::table({"Name", "Rows"}, {{"t", "3"}, {"v", std::nullopt}}));
     click("cmdShowDb");
     takeSent();
-    choose("lstDb", 0);
+    m_stage->choose("lstDb", 0);
 }
 
 void ListsTest::aDatabaseClickSendsItsStatementsInOrder()
@@ -81,31 +98,31 @@ void ListsTest::aDatabaseClickSendsItsStatementsInOrder()
                                  "show create table `d`.gone;", "show procedure status ;",
                                  "show function status",        "show table status from `d` ;"};
     QCOMPARE(takeSent(), statements);
-    QCOMPARE(texts("lstTables"), (QStringList{"[TABLE]\tt", "[VIEW]\tv", "[ERROR]\torder"}));
-    QCOMPARE(texts("lstProcFunc"), (QStringList{"[PROC]\tp", "[FUNC]\tf"}));
+    QCOMPARE(m_stage->items("lstTables"), (QStringList{"[TABLE]\tt", "[VIEW]\tv", "[ERROR]\torder"}));
+    QCOMPARE(m_stage->items("lstProcFunc"), (QStringList{"[PROC]\tp", "[FUNC]\tf"}));
     QCOMPARE(label("lblCkTableName") + label("lblEditName"), "d全ﾃｰﾌﾞﾙ編集????:");
     QCOMPARE(get<FlexGrid>("flGrid_Status").text(1, 1), "NULL");
-    QVERIFY(!isEnabled("cmdDropTable") && !isEnabled("cmdDataGet"));
+    QVERIFY(!m_stage->isEnabled("cmdDropTable") && !m_stage->isEnabled("cmdDataGet"));
     // The same again. Routines that cannot be listed are left out silently.
     m_stage->script.once("show procedure status ;", Reply::failure("no such thing"));
-    choose("lstDb", 0);
+    m_stage->choose("lstDb", 0);
     QCOMPARE(takeSent(), statements);
-    QCOMPARE(texts("lstProcFunc"), QStringList{"[FUNC]\tf"});
+    QCOMPARE(m_stage->items("lstProcFunc"), QStringList{"[FUNC]\tf"});
     click("cmdShowDb");
-    QCOMPARE(texts("lstTables") + texts("lstProcFunc"), QStringList());
+    QCOMPARE(m_stage->items("lstTables") + m_stage->items("lstProcFunc"), QStringList());
     QCOMPARE(m_stage->session.gDbName + label("lblCkTableName"), QString());
 }
 
 void ListsTest::aChoiceDuringACommandIsCarriedOutAfterIt()
 {
     openDatabase();
-    m_stage->session.runner.run(m_stage->opened.get(), "a command", [this] {
-        choose("lstDb", 1);
-        choose("lstTables", 0);
+    m_stage->session.runner.run(m_stage->window, "a command", [this] {
+        m_stage->choose("lstDb", 1);
+        m_stage->choose("lstTables", 0);
         QCOMPARE(m_stage->session.gDbName, "d");
     });
     QTRY_COMPARE(m_stage->session.gDbName, "e");
-    QCOMPARE(texts("lstTables"), QStringList());
+    QCOMPARE(m_stage->items("lstTables"), QStringList());
 }
 
 // As the console leaves it when it cannot connect again.
@@ -114,7 +131,7 @@ void ListsTest::aClickWithoutAConnectionSaysSo()
     openDatabase();
     m_stage->session.gCn.reset();
     m_stage->boxes.expectOk("サーバーに接続されていません。");
-    choose("lstDb", 0);
+    m_stage->choose("lstDb", 0);
 }
 
 void ListsTest::aTableClickSendsFourStatements()
@@ -123,7 +140,7 @@ void ListsTest::aTableClickSendsFourStatements()
     m_stage->says("show full fields from `d`.t;", {"Field", "Type", "Default"}, {"a", "int", "NULL"});
     m_stage->says("show index from `d`.t;", {"Key_name", "Sub_part"}, {"PRIMARY", "NULL"});
     takeSent();
-    choose("lstTables", 0);
+    m_stage->choose("lstTables", 0);
     QCOMPARE(takeSent(), (QStringList{"show full fields from `d`.t;", "show create table `d`.t;",
                                       "show table status from `d`;", "show index from `d`.t;"}));
     QCOMPARE(label("lblTableName") + label("lblPreTable") + label("lblEditName"), "t1編集ﾃｰﾌﾞﾙ:");
@@ -131,11 +148,12 @@ void ListsTest::aTableClickSendsFourStatements()
     QCOMPARE(label("lblCreateTable"), text);
     QCOMPARE(get<FlexGrid>("flGrid_Field").text(0, 2), QString());
     QCOMPARE(get<FlexGrid>("flGrid_Index").text(0, 1), "NULL");
-    QVERIFY(isEnabled("cmdDropTable") && isEnabled("cmdCreateTable") && !isEnabled("cmdInOut"));
+    QVERIFY(m_stage->isEnabled("cmdDropTable") && m_stage->isEnabled("cmdCreateTable") &&
+            !m_stage->isEnabled("cmdInOut"));
 
     // An edit that the next click replaces is not lost.
     get<SqlTextBox>("txtField").setContents("CREATE TABLE t (a bigint)");
-    choose("lstTables", 0);
+    m_stage->choose("lstTables", 0);
     QCOMPARE(get<SqlTextBox>("txtField").contents(), text);
     QCOMPARE(History(historyFile(m_stage->session)).statements(), QStringList("CREATE TABLE t (a bigint)"));
     QVERIFY(get<QPlainTextEdit>("txtError").toPlainText().contains("Alt+↑"));
@@ -147,14 +165,15 @@ void ListsTest::anObjectThatCannotBeReadCanOnlyBeDropped()
     // Without the right SHOW VIEW the fields can be read, but no more.
     m_stage->says("show full fields from `d`.order;", {"Field", "Type"}, {"a", "int"});
     m_stage->boxes.expectOk("syntax");
-    choose("lstTables", 2);
+    m_stage->choose("lstTables", 2);
     QCOMPARE(label("lblTableName") + get<QPlainTextEdit>("txtError").toPlainText(), "ordersyntax");
-    QVERIFY(isEnabled("cmdDropTable"));
-    QVERIFY(!isEnabled("cmdCreateTable") && !isEnabled("cmdDataGet"));
+    QVERIFY(m_stage->isEnabled("cmdDropTable"));
+    QVERIFY(!m_stage->isEnabled("cmdCreateTable") && !m_stage->isEnabled("cmdDataGet"));
 }
 
 void ListsTest::theLogKeepsWhatIsSelectedInIt()
 {
+    m_stage->open(new frmTarnwell(m_stage->session));
     auto &log = *m_stage->session.statementLog;
     click("showLog");
     auto &grid = get<FlexGrid>("statementLogGrid");
@@ -181,6 +200,116 @@ void ListsTest::whatAStatementLeavesToKnowIsShown()
     m_stage->boxes.expectOk("問題はありませんでした。");
     click("cmdCheckTable");
     QCOMPARE(get<QPlainTextEdit>("txtError").toPlainText(), "the session's variables are gone");
+}
+
+void ListsTest::everyCommandHasItsPlace()
+{
+    WindowStage &stage = *m_stage;
+    const QWidget &window = stage.open(new frmTarnwell(stage.session));
+    QStringList titles, shown;
+    QSet<QKeySequence> keys;
+    for (QAction *menu : control<QMenuBar>(window, "menuBar").actions()) {
+        titles << menu->text();
+        for (const QAction *each : opened(*menu->menu())) {
+            shown << each->objectName();
+            QVERIFY2(each->shortcut().isEmpty() || !keys.contains(each->shortcut()),
+                     qPrintable(each->text()));
+            keys << each->shortcut();
+        }
+        Q_EMIT menu->menu()->aboutToHide();
+    }
+    QCOMPARE(titles.join(u' '), "接続 データベース テーブル SQL サーバー 表示 ヘルプ");
+    QStringList missed;
+    for (const QPushButton *button : window.findChildren<QPushButton *>())
+        if (button->window() == &window && !shown.contains("action_" + button->objectName()))
+            missed << button->objectName();
+    QCOMPARE(missed.join(u' '), "statementLogToConsole statementLogClear"); // they are about the log alone
+    shown.removeDuplicates();
+    QCOMPARE(shown.size(), window.findChildren<QAction *>(QRegularExpression("^action_")).size());
+}
+
+void ListsTest::whatCannotBeUsedSaysWhy()
+{
+    WindowStage &stage = *m_stage;
+    const QWidget &window = stage.open(new frmTarnwell(stage.session));
+    QMenu *table = control<QMenuBar>(window, "menuBar").actions().at(2)->menu();
+    const QAction &data = action(window, "cmdDataGet"), &backup = action(window, "cmdBackup");
+    const auto reasons = [&] {
+        opened(*table);
+        const QStringList texts{data.isEnabled() ? QString() : data.toolTip(),
+                                backup.isEnabled() ? QString() : backup.toolTip()};
+        Q_EMIT table->aboutToHide();
+        return texts.join(u'|');
+    };
+    QCOMPARE(reasons(), "サーバーに接続していません|サーバーに接続していません");
+    QVERIFY(data.isEnabled()); // its key must reach the button
+    stage.connect("db.example");
+    QCOMPARE(reasons(), "テーブルまたはビューを選んでください|サーバー名が localhost の接続でだけ使えます");
+    stage.connected<frmTarnwell>();
+    const QWidget &connected = *stage.window;
+    QMenu *other = control<QMenuBar>(connected, "menuBar").actions().at(2)->menu();
+    opened(*other);
+    QVERIFY(action(connected, "cmdDataGet").isEnabled());
+    Q_EMIT other->aboutToHide();
+    stage.session.runner.run(stage.window, "ﾃｰﾌﾞﾙ検査", [&] {
+        opened(*other);
+        QVERIFY(!action(connected, "cmdDataGet").isEnabled());
+        QCOMPARE(action(connected, "cmdDataGet").toolTip(), "「ﾃｰﾌﾞﾙ検査」の実行中です");
+        Q_EMIT other->aboutToHide();
+    });
+    // A choice in the menu is a click on the button.
+    const QSignalSpy clicks(&control<QPushButton>(connected, "cmdDataGet"), &QPushButton::clicked);
+    action(connected, "cmdDataGet").trigger();
+    QCOMPARE(clicks.size(), 1);
+    QVERIFY(stage.script.sent.contains("select * from `d`.t limit 100 ;"));
+}
+
+void ListsTest::contextMenusHoldWhatConcernsTheList()
+{
+    WindowStage &stage = *m_stage;
+    const QWidget &window = stage.connected<frmTarnwell>();
+    QStringList shown;
+    QTimer::singleShot(0, &window, [&] {
+        QWidget *menu = QApplication::activePopupWidget();
+        QVERIFY(menu);
+        for (const QAction *each : menu->actions())
+            shown << (each->objectName().isEmpty() ? each->text() : each->objectName());
+        menu->close();
+    });
+    Q_EMIT control<ChosenList>(window, "lstTables").customContextMenuRequested(QPoint(5, 5));
+    QVERIFY2(shown.contains("action_cmdDataGet") && !shown.contains("action_cmdDropProc"),
+             qPrintable(shown.join(u' ')));
+    QCOMPARE(shown.last(), "名前をコピー");
+}
+
+void ListsTest::thePaletteFindsCommandsAndObjects_data()
+{
+    // What is found first, and sent by its choice.
+    const Rows<QString, QString> row;
+    row("データ表示", "ﾃﾞｰﾀ表示", "select * from `d`.t limit 100 ;");
+    row("p proc", "p", "show create procedure `d`.p;");
+    row("バックアップ テーブル", "ﾊﾞｯｸｱｯﾌﾟ", ""); // this connection is none to localhost by name
+}
+
+void ListsTest::thePaletteFindsCommandsAndObjects()
+{
+    const auto [found, sent] = fetched<QString, QString>();
+    WindowStage &stage = *m_stage;
+    const QWidget &window = stage.connected<frmTarnwell>();
+    stage.session.gIsLocalServer = false;
+    control<QWidget>(window, "cmdBackup").setEnabled(false);
+    stage.script.sent.clear();
+    stage.boxes.expectDialog("commandPalette", [&](QDialog &palette) {
+        auto &text = control<QLineEdit>(palette, "paletteText");
+        text.setText(QTest::currentDataTag());
+        const auto &list = control<QListWidget>(palette, "paletteList");
+        QCOMPARE(list.item(0)->text().section(u'　', 0, 0), found);
+        QTest::keyClick(&text, Qt::Key_Return);
+        QCOMPARE(palette.isVisible(), sent.isEmpty());
+        palette.reject();
+    });
+    action(window, "openPalette").trigger();
+    QCOMPARE(stage.script.sent.value(0), sent);
 }
 
 QTEST_MAIN(ListsTest)

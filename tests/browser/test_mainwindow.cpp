@@ -1,12 +1,10 @@
+#include "browser/frmTarnwell.h"
 #include "controls/window/encryptionsign.h"
-#include "faults/mainwindowstage.h"
-#include "support/gui/boxes.h"
-#include "support/rows.h"
+#include "support/gui/stage.h"
 
 #include <QDialogButtonBox>
 #include <QScopeGuard>
 #include <QSet>
-#include <QTimer>
 
 namespace {
 
@@ -68,7 +66,7 @@ void MainWindowTest::init()
     m_server = &m_servers.of(brand);
     m_server->run(QString::fromUtf8(setUp));
     m_stage = std::make_unique<MainWindowStage>();
-    m_stage->enter(isBuiltIn() ? nativeDriverName() : "MySQL ODBC 3.51 Driver", m_server->port());
+    m_stage->enter(driverOf(isBuiltIn()), m_server->port());
 }
 
 void MainWindowTest::connectTo(const QString &server) const
@@ -278,14 +276,15 @@ void MainWindowTest::aConnectionUnderWayIsGivenUp()
 
 void MainWindowTest::aThinkingServerIsLeftAtOnce_data()
 {
-    QTest::addColumn<bool>("closes"); // the window, or else the connection alone
+    // Whether the window is closed, or else the connection alone.
+    const Rows<bool> row;
     row("disconnect", false);
     row("close the window", true);
 }
 
 void MainWindowTest::aThinkingServerIsLeftAtOnce()
 {
-    QFETCH(bool, closes);
+    const auto [closes] = fetched<bool>();
     Boxes boxes;
     openDatabase();
     m_stage->choose("lstTables", "[VIEW]\tslow");

@@ -1,4 +1,5 @@
 #include "about/frmAbout.h"
+#include "browser/frmTarnwell.h"
 #include "console/frmSql.h"
 #include "console/frmTextEditer.h"
 #include "controls/grid/cellviewer.h"
@@ -6,9 +7,8 @@
 #include "inout/frmInOut.h"
 #include "maintenance/backup/frmRestore.h"
 #include "maintenance/frmCreateDB.h"
-#include "support/scripteddialogue.h"
+#include "support/gui/stage.h"
 #include "users/frmUserAdd.h"
-#include "windowstage.h"
 
 #include <QAccessible>
 #include <QGroupBox>
@@ -16,32 +16,29 @@
 
 namespace {
 
-struct DialogueStage : WindowStage {
-    ScriptedDialogue dialogue;
-};
-using Open = std::function<QWidget *(DialogueStage &)>;
+using Open = std::function<QWidget *(WindowStage &)>;
 
-QWidget &console(DialogueStage &stage, const char *view)
+QWidget &console(WindowStage &stage, const char *view)
 {
     stage.session.gCn = stage.script.connect();
-    QWidget &window = stage.shown(new frmSql(
+    QWidget &window = stage.open(new frmSql(
         stage.session, [] { return true; }, std::make_unique<ScriptedDialogue>()));
     window.setAttribute(Qt::WA_DeleteOnClose, false);
     press(window, {view, "ckMemo_0"});
     return window;
 }
 
-QWidget *users(DialogueStage &stage, int row)
+QWidget *users(WindowStage &stage, int row)
 {
     stage.session.gCn = stage.script.connect();
-    QWidget &window = stage.shown(new frmUserAdd(stage.session, nullptr, &stage.dialogue));
+    QWidget &window = stage.open(new frmUserAdd(stage.session, nullptr, &stage.dialogue));
     control<ChosenList>(window, "lstUser").setCurrentRow(row);
     return &window;
 }
 
-QWidget *inOut(DialogueStage &stage, const char *direction)
+QWidget *inOut(WindowStage &stage, const char *direction)
 {
-    QWidget &window = stage.shown(new frmInOut(stage.session, "[TABLE]\tt", nullptr, stage.dialogue));
+    QWidget &window = stage.open(new frmInOut(stage.session, "[TABLE]\tt", nullptr, stage.dialogue));
     press(window, {direction});
     return &window;
 }
@@ -50,37 +47,38 @@ QWidget *inOut(DialogueStage &stage, const char *direction)
 QMap<QByteArray, Open> scenes()
 {
     QMap<QByteArray, Open> all{
-        {"main, not connected", [](DialogueStage &stage) { return &stage.mainWindow(); }},
+        {"main, not connected",
+         [](WindowStage &stage) { return &stage.open(new frmTarnwell(stage.session)); }},
         {"text editor",
-         [](DialogueStage &stage) { return &stage.shown(new frmTextEditer(stage.session, nullptr)); }},
-        {"restore", [](DialogueStage &stage) { return &stage.shown(new frmRestore); }},
+         [](WindowStage &stage) { return &stage.open(new frmTextEditer(stage.session, nullptr)); }},
+        {"restore", [](WindowStage &stage) { return &stage.open(new frmRestore); }},
         {"create database",
-         [](DialogueStage &stage) {
-             return &stage.shown(new frmCreateDB(nullptr, stage.session, stage.dialogue));
+         [](WindowStage &stage) {
+             return &stage.open(new frmCreateDB(nullptr, stage.session, stage.dialogue));
          }},
-        {"users, new", [](DialogueStage &stage) { return users(stage, 0); }},
-        {"users, account", [](DialogueStage &stage) { return users(stage, 1); }},
-        {"out", [](DialogueStage &stage) { return inOut(stage, "optInOut_0"); }},
-        {"in", [](DialogueStage &stage) { return inOut(stage, "optInOut_1"); }},
-        {"about", [](DialogueStage &stage) { return &stage.shown(new frmAbout(nullptr)); }}};
+        {"users, new", [](WindowStage &stage) { return users(stage, 0); }},
+        {"users, account", [](WindowStage &stage) { return users(stage, 1); }},
+        {"out", [](WindowStage &stage) { return inOut(stage, "optInOut_0"); }},
+        {"in", [](WindowStage &stage) { return inOut(stage, "optInOut_1"); }},
+        {"about", [](WindowStage &stage) { return &stage.open(new frmAbout(nullptr)); }}};
     for (const char *button : {"optField_0", "optField_1", "optField_2", "optField_3", "optTP_1", "showLog"})
-        all[QByteArray("main, ") + button] = [button](DialogueStage &stage) {
-            QWidget &window = stage.connected();
+        all[QByteArray("main, ") + button] = [button](WindowStage &stage) {
+            QWidget &window = stage.connected<frmTarnwell>();
             press(window, {button});
             return &window;
         };
     for (const char *view : {"optRecord_0", "optRecord_1", "optRecord_2", "optRecord_3"})
-        all[QByteArray("console, ") + view] = [view](DialogueStage &stage) { return &console(stage, view); };
-    all["find bar"] = [](DialogueStage &stage) {
+        all[QByteArray("console, ") + view] = [view](WindowStage &stage) { return &console(stage, view); };
+    all["find bar"] = [](WindowStage &stage) {
         QWidget &window = console(stage, "optRecord_1");
         control<FlexGrid>(window, "flgrid_Record").findChild<FindBar *>()->open({});
         return &window;
     };
-    all["cell"] = [](DialogueStage &stage) {
+    all["cell"] = [](WindowStage &stage) {
         auto *viewer = new CellViewer(nullptr);
         viewer->setAttribute(Qt::WA_DeleteOnClose, false);
         viewer->showValue({"a"}, {"x"}, 1);
-        return &stage.shown(viewer);
+        return &stage.open(viewer);
     };
     return all;
 }
@@ -180,7 +178,7 @@ private Q_SLOTS:
 void WindowsTest::everyControlHasANameAndARoleOfItsOwn()
 {
     QFETCH(Open, open);
-    DialogueStage stage;
+    WindowStage stage;
     const QWidget &window = *open(stage);
     QSet<QString> heard;
     QStringList complaints;
@@ -201,7 +199,7 @@ void WindowsTest::everyControlHasANameAndARoleOfItsOwn()
 void WindowsTest::tabFollowsTheEye()
 {
     QFETCH(Open, open);
-    DialogueStage stage;
+    WindowStage stage;
     QWidget &window = *open(stage);
     QVERIFY(QTest::qWaitForWindowActive(&window));
     const QSet<QWidget *> all = reachable(window);
@@ -222,9 +220,9 @@ void WindowsTest::tabFollowsTheEye()
 
 void WindowsTest::enterAndEscapeEndDialogs_data()
 {
-    QTest::addColumn<Open>("open");
-    QTest::addColumn<QString>("pressed"); // by Enter: in overwrites rows without a question, users have four
-                                          // commands of equal rank
+    // With the button that Enter presses: in overwrites rows without a question, users have four commands of
+    // equal rank.
+    const Rows<Open, QString> row;
     for (const auto &[name, button] : {std::pair("text editor", "cmdIn"),
                                        {"restore", "cmdOk"},
                                        {"create database", "cmdOk"},
@@ -236,9 +234,8 @@ void WindowsTest::enterAndEscapeEndDialogs_data()
 
 void WindowsTest::enterAndEscapeEndDialogs()
 {
-    QFETCH(Open, open);
-    QFETCH(QString, pressed);
-    DialogueStage stage;
+    const auto [open, pressed] = fetched<Open, QString>();
+    WindowStage stage;
     QWidget &window = *open(stage);
     QVERIFY(QTest::qWaitForWindowActive(&window));
     QStringList heard;

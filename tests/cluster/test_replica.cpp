@@ -1,4 +1,5 @@
-#include "mainwindowstage.h"
+#include "browser/frmTarnwell.h"
+#include "stage.h"
 #include "support/gui/boxes.h"
 #include "support/rows.h"
 #include "support/testreplica.h"

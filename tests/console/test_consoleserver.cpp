@@ -1,8 +1,4 @@
-#include "console/consolefixture.h"
-#include "support/gui/boxes.h"
-#include "support/rows.h"
-
-#include <QTimer>
+#include "console/consolestage.h"
 
 namespace {
 
@@ -11,16 +7,13 @@ const QString interrupted = "処理を中断しました";
 const QString endless = "select seq id, '表示' name from shop.endless";
 
 // The console on a real server.
-struct RealConsole : ConsoleWindow {
+struct RealConsole : ConsoleStage {
     Boxes boxes;
 
     explicit RealConsole(const TestServer &server)
-        : ConsoleWindow(Server::Real)
+        : ConsoleStage(Server::Real)
     {
-        session.gDriver = isBuiltIn() ? nativeDriverName() : QStringLiteral("MySQL ODBC 3.51 Driver");
-        session.gServer = QStringLiteral("127.0.0.1");
-        session.gUser = session.gPass = QStringLiteral("demo");
-        session.gPort = QString::number(server.port());
+        enter(driverOf(isBuiltIn()), server.port(), "demo", "demo");
         session.gDbName = QStringLiteral("shop");
         session.gDelimiter = QStringLiteral("|");
         goTo(main);
@@ -33,7 +26,7 @@ struct RealConsole : ConsoleWindow {
     {
         QTimer::singleShot(milliseconds, window, [this] {
             isStopped = true;
-            QTest::mouseClick(&control<QPushButton>("cmdStop"), Qt::LeftButton);
+            QTest::mouseClick(&button("cmdStop"), Qt::LeftButton);
         });
     }
     bool isStopped = false;
@@ -78,8 +71,8 @@ void ConsoleServerTest::init()
 
 void ConsoleServerTest::statementsOfEveryKind_data()
 {
-    QTest::addColumn<QString>("statement");
-    QTest::addColumn<QString>("lines"); // empty: no rows, the box says so
+    // Without lines there are no rows, and the box says so.
+    const Rows<QString, QString> row;
     row("rows", "select * from t order by id", "id|name\n-------\n1|表示😀\n2|NULL\n3|\n");
     row("no rows in the result", "select id from t where id > 9", "id\n--\n");
     row("same name twice", "select 1 a, 2 a, 3 A", "a|a|A\n-----\n1|2|3\n");
@@ -94,8 +87,7 @@ void ConsoleServerTest::statementsOfEveryKind_data()
 
 void ConsoleServerTest::statementsOfEveryKind()
 {
-    QFETCH(QString, statement);
-    QFETCH(QString, lines);
+    const auto [statement, lines] = fetched<QString, QString>();
     RealConsole console(*m_server);
     // Each twice: what one statement leaves behind on the connection, the next one meets.
     for (int i = 0; i < 2; ++i) {
@@ -144,7 +136,7 @@ void ConsoleServerTest::userVariablesSurviveAMessageBox()
     console.run("set @a = 42");
     QTest::qWait(300); // whatever the box's end set off has happened
     console.control<QLineEdit>("txtVariablename").setText("a");
-    console.control<QPushButton>("cmdVariable").click();
+    console.button("cmdVariable").click();
     QCOMPARE(values.texts(), QStringList{"42"});
     QCOMPARE(console.boxes.seen(), QStringList{console.window->windowTitle() + u'|' + done});
 
@@ -152,7 +144,7 @@ void ConsoleServerTest::userVariablesSurviveAMessageBox()
     goTo(console.main);
     goTo(*console.window);
     QTest::qWait(300);
-    console.control<QPushButton>("cmdVariabl").click();
+    console.button("cmdVariabl").click();
     QCOMPARE(values.texts(), QStringList{"NULL"});
 }
 
@@ -169,7 +161,7 @@ void ConsoleServerTest::aStopReachesAThinkingServer()
         console.stopAfter(300);
         console.run(QLatin1String(statement));
         QVERIFY2(console.isStopped, statement);
-        QVERIFY(console.control<QPushButton>("cmdExec").isEnabled());
+        QVERIFY(console.button("cmdExec").isEnabled());
     }
     console.run("select connection_id() id");
     QCOMPARE(console.grid().text(0, 0), connection);
@@ -177,8 +169,7 @@ void ConsoleServerTest::aStopReachesAThinkingServer()
 
 void ConsoleServerTest::aStopOrALossKeepsWhatWasRead_data()
 {
-    QTest::addColumn<bool>("isFileOnly");
-    QTest::addColumn<QString>("by");
+    const Rows<bool, QString> row;
     row("stopped, grid, text and saved file", false, QString("cmdStop"));
     row("stopped, file only", true, QString("cmdStop"));
     row("by the main window's disconnect button", false, QString("disconnect"));
@@ -192,8 +183,7 @@ void ConsoleServerTest::aStopOrALossKeepsWhatWasRead()
         QSKIP("the endless result is a sequence of MariaDB's");
     if (!isBuiltIn())
         QSKIP("this driver hands out no row before it has them all: there is nothing to keep");
-    QFETCH(bool, isFileOnly);
-    QFETCH(QString, by);
+    const auto [isFileOnly, by] = fetched<bool, QString>();
     const bool isLost = by == u"kill";
     RealConsole console(*m_server);
     console.run("select connection_id()");

@@ -1,4 +1,4 @@
-#include "console/consolefixture.h"
+#include "console/consolestage.h"
 #include "console/history.h"
 #include "console/outputfile.h"
 #include "core/session/wholefile.h"
@@ -7,10 +7,41 @@
 #include <QMimeData>
 #include <QProcess>
 
-#include <optional>
 #include <thread>
 
 namespace {
+
+const QString twoPeople = "select * from t";
+
+// The console on a scripted server that has two rows.
+struct ConsoleFixture : ConsoleStage {
+    bool connects = true;
+    int connections = 0;
+    ScriptedDialogue *dialogue = nullptr; // the console's
+
+    ConsoleFixture()
+        : ConsoleStage(Server::Scripted)
+    {
+        session.gCn = script.connect();
+        script.always(twoPeople, Reply::table({"id", "名前"}, {{"1", "山田"}, {"2", std::nullopt}}));
+    }
+    void open()
+    {
+        auto scripted = std::make_unique<ScriptedDialogue>();
+        dialogue = scripted.get();
+        const auto connect = [this] {
+            ++connections;
+            return connects;
+        };
+        window = new frmSql(session, connect, std::move(scripted));
+    }
+    // What gives no rows ends with a box.
+    void runWithoutRows(const QString &statement)
+    {
+        dialogue->expectInform("正常終了");
+        run(statement);
+    }
+};
 
 QString crLf(const QStringList &lines)
 {
@@ -53,8 +84,7 @@ void FrmSqlTest::theTextIsSentAsItStandsUnlessItIsBlank()
         console.dialogue->expectInform("SQL文を入力してください。");
         console.button(button).click();
     }
-    console.dialogue->expectInform("正常終了");
-    console.run(" \tselect 1;\r\nselect ' a '\r\n ");
+    console.runWithoutRows(" \tselect 1;\r\nselect ' a '\r\n ");
     QCOMPARE(console.script.sent, QStringList{"\tselect 1;\nselect ' a '\n"});
 }
 
@@ -117,8 +147,7 @@ void FrmSqlTest::theServersWordsOfAFailureAreShown()
     console.run("selct");
     QCOMPARE(console.lastError(), "the words");
     QVERIFY(console.button("cmdExec").isEnabled() && !console.button("cmdStop").isEnabled());
-    console.dialogue->expectInform("正常終了");
-    console.run("set @a = 1");
+    console.runWithoutRows("set @a = 1");
     QCOMPARE(console.lastError() + console.count(), "0");
     QCOMPARE(console.grid().rowCount(), 2); // of the rows read last
 }
@@ -178,21 +207,16 @@ void FrmSqlTest::theEditorGetsTheFile()
 {
     ConsoleFixture console;
     const QString opened = console.folder.filePath("opened");
-    QFile script(console.folder.filePath("my editor"));
-    QVERIFY(script.open(QIODevice::WriteOnly));
-    script.write("#!/bin/sh\ncat \"$1\" > \"$1.part\"\nmv \"$1.part\" \"$(dirname \"$1\")/opened\"\n");
-    script.close();
-    script.setPermissions(QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner);
+    const QString editor = console.folder.filePath("my editor");
+    writeProgram(editor, "cat \"$1\" > \"$1.part\"\nmv \"$1.part\" \"$(dirname \"$1\")/opened\"\n");
     console.session.gMemo1 = console.session.gMemo2 = QStringLiteral("1");
     console.open();
-    for (const QString &editor : {script.fileName(), QStringLiteral("sh \"%1\"").arg(script.fileName())}) {
-        console.session.gTextEditor = editor;
+    for (const QString &command : {editor, QStringLiteral("sh \"%1\"").arg(editor)}) {
+        console.session.gTextEditor = command;
         console.run(twoPeople);
-        QTRY_VERIFY2(QFile::exists(opened), qPrintable(editor));
-        QFile copy(opened);
-        QVERIFY(copy.open(QIODevice::ReadOnly));
-        QCOMPARE(copy.readAll(), console.file());
-        QVERIFY(copy.remove());
+        QTRY_VERIFY2(QFile::exists(opened), qPrintable(command));
+        QCOMPARE(readFile(opened), console.file());
+        QVERIFY(QFile::remove(opened));
     }
 
     console.session.gTextEditor = console.folder.filePath("no such editor");
@@ -334,9 +358,7 @@ void FrmSqlTest::aDroppedFileReplacesTheStatement()
     console.open();
     auto &box = console.control<SqlTextBox>("txtSql");
     const QString path = console.folder.filePath("a b.sql");
-    QFile file(path);
-    QVERIFY(file.open(QIODevice::WriteOnly) && file.write("select '\x95\x5C\x8E\xA6'\n") > 0); // CP932
-    file.close();
+    writeFile(path, "select '\x95\x5C\x8E\xA6'\n"); // CP932
     QMimeData data;
     const auto drop = [&] {
         QDragEnterEvent enter(box.viewport()->rect().center(), Qt::CopyAction | Qt::MoveAction, &data,
@@ -363,15 +385,12 @@ void FrmSqlTest::statementsComeBackAfterARestart()
     ConsoleFixture console;
     console.open();
     for (const char *statement : {"do 1", "set password = 'secret'", "do 2", "do 3", "do 2"}) {
-        console.dialogue->expectInform("正常終了");
-        console.run(QLatin1String(statement));
+        console.runWithoutRows(QLatin1String(statement));
     }
     console.type("not run");
     console.window->resize(700, 502);
     delete console.window;
-    QFile file(console.folder.filePath("history.json"));
-    QVERIFY(file.open(QIODevice::ReadOnly));
-    QVERIFY(!file.readAll().contains("secret"));
+    QVERIFY(!readFile(console.folder.filePath("history.json")).contains("secret"));
 
     console.open();
     console.window->show();
@@ -409,10 +428,7 @@ void FrmSqlTest::twoProgramsShareTheHistory()
         const std::jthread waiting([&] { one.add("do 3"); });
         std::this_thread::sleep_for(std::chrono::milliseconds(50));
         QCOMPARE(History(path).statements(), (QStringList{"do 1", "do 2"}));
-        QFile file(path);
-        QVERIFY(file.open(QIODevice::WriteOnly));
-        file.write(R"(["do 2", "do 4"])");
-        file.close();
+        writeFile(path, R"(["do 2", "do 4"])");
         lock.reset();
     }
     QCOMPARE(History(path).statements(), (QStringList{"do 1", "do 2", "do 4", "do 3"}));

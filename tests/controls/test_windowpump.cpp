@@ -102,9 +102,7 @@ void TestWindowPump::onlyWritingGoesOn()
 
 void TestWindowPump::onlyTheStopButtonGetsThrough_data()
 {
-    QTest::addColumn<QKeyCombination>("key");
-    QTest::addColumn<bool>("isOnTheButton"); // or on the line beside it
-    QTest::addColumn<int>("presses");
+    const Rows<QKeyCombination, bool, int> row;
     row("the mouse", QKeyCombination(Qt::Key()), true, 1);
     row("space", QKeyCombination(Qt::Key_Space), true, 1);
     row("enter", QKeyCombination(Qt::Key_Enter), true, 1);
@@ -115,15 +113,14 @@ void TestWindowPump::onlyTheStopButtonGetsThrough_data()
 
 void TestWindowPump::onlyTheStopButtonGetsThrough()
 {
-    QFETCH(QKeyCombination, key);
-    QFETCH(bool, isOnTheButton);
+    const auto [key, isOnTheButton, presses] = fetched<QKeyCombination, bool, int>();
     Window window;
     setStopsRunningCommand(&window.stop, true, Qt::SHIFT | Qt::Key_F5);
     QWidget *focused = isOnTheButton ? static_cast<QWidget *>(&window.stop) : &window.line;
     focused->setFocus();
     QVERIFY(QTest::qWaitForWindowActive(&window));
     WindowPump pump;
-    QSignalSpy presses(&window.stop, &QPushButton::clicked);
+    QSignalSpy clicks(&window.stop, &QPushButton::clicked);
     const auto act = [&] {
         if (key.key())
             QTest::keyClick(window.windowHandle(), key.key(), key.keyboardModifiers());
@@ -131,7 +128,7 @@ void TestWindowPump::onlyTheStopButtonGetsThrough()
             QTest::mouseClick(window.windowHandle(), Qt::LeftButton, {}, window.stop.geometry().center());
     };
     waitWhile(act, pump);
-    QTEST(int(presses.size()), "presses");
+    QCOMPARE(clicks.size(), presses);
     QVERIFY(focused->hasFocus());
 }
 

@@ -28,8 +28,8 @@ private Q_SLOTS:
 
 void BasCommonTest::filesAreRead_data()
 {
-    QTest::addColumn<QByteArray>("ini");
-    QTest::addColumn<QString>("read"); // driver, server, password
+    // The file, and what it gives: driver, server, password.
+    const Rows<QByteArray, QString> row;
     const QString none = "MySQL ODBC 3.51 Driver|";
     const auto server = [](const QByteArray &name) { return "[DataBase]\r\nserver=" + name + "\r\n"; };
     row("no value", QByteArray("[DataBase]\r\ndriver=\r\n[Query]\r\nserver=a\r\n"), none + '|');
@@ -48,20 +48,18 @@ void BasCommonTest::filesAreRead_data()
 void BasCommonTest::filesAreRead()
 {
     const QTemporaryDir folder;
-    QFETCH(QByteArray, ini);
+    const auto [ini, read] = fetched<QByteArray, QString>();
     writeFile(folder.filePath("Tarnwell.ini"), ini);
     writeFile(folder.filePath("variable.dat"), ini);
     Session session;
     session.programFolder = folder.path();
     sLoadSettings(session);
-    QTEST((QStringList{session.gDriver, session.gServer, session.gPass}.join('|')), "read");
+    QCOMPARE((QStringList{session.gDriver, session.gServer, session.gPass}.join('|')), read);
 }
 
 void BasCommonTest::everySettingSurvivesARoundTrip_data()
 {
-    QTest::addColumn<QString>("text");
-    QTest::addColumn<QString>("password");
-    QTest::addColumn<QByteArray>("startOfFile");
+    const Rows<QString, QString, QByteArray> row;
     row("Japanese, NEC and IBM extensions", "接続ｾﾝﾀｰ①髙", "a b!c", QByteArray("[DataBase]"));
     row("no form in CP932", "é𠮷😀", "é𠮷😀", QByteArray("\xEF\xBB\xBF"));
     row("CP932 that looks like UTF-8", "ﾃｽﾃｽ", "abc", QByteArray("[DataBase]"));
@@ -73,9 +71,7 @@ void BasCommonTest::everySettingSurvivesARoundTrip_data()
 void BasCommonTest::everySettingSurvivesARoundTrip()
 {
     const QTemporaryDir folder;
-    QFETCH(QString, text);
-    QFETCH(QString, password);
-    QFETCH(QByteArray, startOfFile);
+    const auto [text, password, startOfFile] = fetched<QString, QString, QByteArray>();
     Session session, again;
     session.programFolder = again.programFolder = folder.path();
     sLoadSettings(session);

@@ -68,14 +68,14 @@ void ConnectionFaultsTest::whatIsKilledFromElsewhereIsAnError()
 
 void ConnectionFaultsTest::aConnectionCutWithinAPacketIsAnError_data()
 {
-    QTest::addColumn<int>("bytes");
+    const Rows<int> row;
     for (const int bytes : {1, 7, 17, 60, 100, 125, 300, 5000, 200000})
         QTest::addRow("%d", bytes) << bytes;
 }
 
 void ConnectionFaultsTest::aConnectionCutWithinAPacketIsAnError()
 {
-    QFETCH(int, bytes);
+    const auto [bytes] = fetched<int>();
     CuttingProxy proxy(m_server.port());
     const QString through =
         string().replace(QRegularExpression("port=\\d+"), QStringLiteral("port=%1").arg(proxy.port()));

@@ -1,8 +1,5 @@
 #include "connectiontests.h"
 #include "core/driver/workerconnection.h"
-#include "support/balancer.h"
-
-#include <QRegularExpression>
 
 using namespace std::chrono_literals;
 
@@ -55,7 +52,6 @@ private Q_SLOTS:
     void initTestCase() { m_server.run("create database d; create table d.t (a int) engine=myisam;"); }
     void serversOfAllAgesAreStopped_data() { TestServers::addRows(); }
     void serversOfAllAgesAreStopped();
-    void aBalancersOtherServerIsNotStruck();
     void stoppingWithinRowsOfTheBuiltInConnectionEndsThem();
     void aStopNeverStrikesTheNextStatement();
     void whatAStoppedStatementSaysIsTaken();
@@ -101,23 +97,6 @@ void ConnectionStopTest::serversOfAllAgesAreStopped()
     const QString count = "select count(*) from d.t", before = valueOf(*open, count);
     QTest::qWait(500);
     QCOMPARE(valueOf(*open, count), before);
-}
-
-void ConnectionStopTest::aBalancersOtherServerIsNotStruck()
-{
-    TestServer &other = m_servers.of(TestServer::Brand::MariaDb);
-    Balancer balancer({m_server.port(), other.port()});
-    const QString through =
-        string().replace(QRegularExpression("port=\\d+"), QStringLiteral("port=%1").arg(balancer.port()));
-    const auto open = connected(through, m_pump);
-    other.takeStatements();
-    m_pump.once = [&] { open->cancel(); };
-    const Failure error = errorOf([&] { open->execute("do sleep(5)"); });
-    QVERIFY2(error.description().contains("KILLを送らずに"), qPrintable(error.description()));
-    QVERIFY(error.isConnectionLost());
-    const QStringList sent = other.takeStatements();
-    QVERIFY(!sent.isEmpty());
-    QVERIFY(sent.filter("kill", Qt::CaseInsensitive).isEmpty());
 }
 
 void ConnectionStopTest::stoppingWithinRowsOfTheBuiltInConnectionEndsThem()

@@ -85,10 +85,7 @@ void ConnectionValuesTest::theServersOwnCharacterSetDoesNotMatter()
 
 void ConnectionValuesTest::everyTypeIsTheServersOwnText_data()
 {
-    QTest::addColumn<QString>("type");
-    QTest::addColumn<QString>("value");
-    QTest::addColumn<QString>("shown");
-    QTest::addColumn<FieldKind>("kind");
+    const Rows<QString, QString, QString, FieldKind> row;
     const auto number = FieldKind::Number, text = FieldKind::Text, binary = FieldKind::Binary;
     const auto add = [](const char *type, const char *value, const char *shown, FieldKind kind) {
         QTest::addRow("%s %s", type, value) << type << value << shown << kind;
@@ -123,8 +120,7 @@ void ConnectionValuesTest::everyTypeIsTheServersOwnText_data()
 
 void ConnectionValuesTest::everyTypeIsTheServersOwnText()
 {
-    QFETCH(QString, type);
-    QFETCH(QString, value);
+    const auto [type, value, shown, kind] = fetched<QString, QString, QString, FieldKind>();
     if (type == u"json" && m_brand == TestServer::Brand::MySql56)
         QSKIP("MySQL 5.6 knows no JSON");
     m_server->run(
@@ -135,10 +131,10 @@ void ConnectionValuesTest::everyTypeIsTheServersOwnText()
     const auto open = connection();
     RecordSet rows = open->execute("select c, z from v");
     QVERIFY(!rows.isEof());
-    QTEST(rows.text(0), "shown");
+    QCOMPARE(rows.text(0), shown);
     QCOMPARE(rows.isNull(0), value == u"null");
     QCOMPARE(rows.text(1), "2");
-    QTEST(rows.fields()[0].kind, "kind");
+    QCOMPARE(rows.fields()[0].kind, kind);
 }
 
 void ConnectionValuesTest::longCellsAreNeverCut()

@@ -51,9 +51,8 @@ void HostileServersTest::initTestCase()
 
 void HostileServersTest::passwordsAreNotGivenAway_data()
 {
-    QTest::addColumn<FakeServer::Login>("login");
-    QTest::addColumn<QString>("more");
-    QTest::addColumn<QString>("refusal"); // empty: the login works
+    // Without a refusal the login works.
+    const Rows<FakeServer::Login, QString, QString> row;
     using Login = FakeServer::Login;
     const QString refused = "パスワードを明かす認証方式", noTls = "TLSに対応していない";
     row("hash", Login{}, "", "");
@@ -72,9 +71,7 @@ void HostileServersTest::passwordsAreNotGivenAway_data()
 
 void HostileServersTest::passwordsAreNotGivenAway()
 {
-    QFETCH(FakeServer::Login, login);
-    QFETCH(QString, more);
-    QFETCH(QString, refusal);
+    const auto [login, more, refusal] = fetched<FakeServer::Login, QString, QString>();
     FakeServer server(login);
     if (refusal.isEmpty()) {
         const auto open = connected(string(server, more), m_pump);
@@ -134,8 +131,7 @@ void HostileServersTest::aSilentServerIsGivenUp()
 
 void HostileServersTest::liesAreErrors_data()
 {
-    QTest::addColumn<FakeServer::Answer>("answer");
-    QTest::addColumn<QString>("words");
+    const Rows<FakeServer::Answer, QString> row;
     using Answer = FakeServer::Answer;
     row("fewer columns", Answer{.columns = {"a"}, .rows = {{"1"}}}, "2番目");
     row("no columns", Answer{}, "レコードセット");
@@ -147,8 +143,7 @@ void HostileServersTest::liesAreErrors_data()
 
 void HostileServersTest::liesAreErrors()
 {
-    QFETCH(FakeServer::Answer, answer);
-    QFETCH(QString, words);
+    const auto [answer, words] = fetched<FakeServer::Answer, QString>();
     FakeServer server({});
     server.answer("show", answer);
     const auto open = connected(string(server), m_pump);

@@ -70,10 +70,8 @@ void TlsTest::initTestCase()
 
 void TlsTest::demandsAreMetOrNobodyLogsIn_data()
 {
-    QTest::addColumn<QString>("host");
-    QTest::addColumn<QString>("demands");
-    QTest::addColumn<bool>("isVerified");
-    QTest::addColumn<QString>("refusal"); // empty: the login works
+    // Without a refusal the login works.
+    const Rows<QString, QString, bool, QString> row;
     const QString verify = ";SSLVERIFY=1;SSLCA=", ip = "127.0.0.1";
     row("none", ip, "", false, "");
     row("required", ip, ";FORCETLS=1", false, "");
@@ -88,10 +86,7 @@ void TlsTest::demandsAreMetOrNobodyLogsIn_data()
 
 void TlsTest::demandsAreMetOrNobodyLogsIn()
 {
-    QFETCH(QString, host);
-    QFETCH(QString, demands);
-    QFETCH(bool, isVerified);
-    QFETCH(QString, refusal);
+    const auto [host, demands, isVerified, refusal] = fetched<QString, QString, bool, QString>();
     if (refusal.isEmpty()) {
         const auto open = connected(string(host, demands), m_pump);
         const Encryption encryption = open->encryption();

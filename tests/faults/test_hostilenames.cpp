@@ -1,16 +1,12 @@
 // Names as hostile as they come: whatever is done to the object that bears one works or gives the server's
 // words, and nothing else is changed afterwards.
+#include "browser/frmTarnwell.h"
 #include "controls/lists/fileboxes.h"
 #include "controls/text/sqltextbox.h"
-#include "core/sql/statements.h"
-#include "mainwindowstage.h"
-#include "support/gui/boxes.h"
-#include "support/rows.h"
+#include "users/frmUserAdd.h"
 #include "watchedserver.h"
 
 #include <QDate>
-#include <QPlainTextEdit>
-#include <QRegularExpression>
 
 class HostileNamesTest : public QObject {
     Q_OBJECT
@@ -23,6 +19,9 @@ private Q_SLOTS:
     void tablesViewsAndRoutines();
     void databases();
     void columns();
+    void accounts_data();
+    void accounts();
+    void grants();
 
 private:
     void connectTo(const QString &mode);
@@ -32,11 +31,19 @@ private:
     void useTable(const QString &item, const QString &name, bool isView);
     void changeAndRestore(const QString &item, const QString &name, bool isView);
     void useRoutine(const QString &name);
+    void openAccounts();
+    // Chooses what is there, else nothing.
+    void choose(const char *list, const QString &text) const
+    {
+        m_stage->control<ChosenList>(list)->setCurrentRow(
+            static_cast<int>(m_stage->items(list).indexOf(text)));
+    }
+    void useAccount(const QString &user);
 
     WatchedServer m_server;
     QTemporaryDir m_folder;
     Boxes m_boxes;
-    std::unique_ptr<MainWindowStage> m_stage;
+    std::unique_ptr<Stage> m_stage;
     QString m_typed;
     QString m_words; // what the last press() left in txtError
 };
@@ -50,9 +57,10 @@ void HostileNamesTest::init()
 void HostileNamesTest::connectTo(const QString &mode)
 {
     m_server.sql(QStringLiteral("set global sql_mode='%1'").arg(mode));
-    m_stage = std::make_unique<MainWindowStage>();
-    m_stage->enter(isBuiltIn() ? nativeDriverName() : "MySQL ODBC 3.51 Driver", m_server.server().port());
-    m_stage->control<QLineEdit>("txtServer")->setText("localhost");
+    auto stage = std::make_unique<MainWindowStage>();
+    stage->enter(driverOf(isBuiltIn()), m_server.server().port());
+    m_stage = std::move(stage);
+    m_stage->type("txtServer", "localhost");
     m_stage->click("cmdConnect");
     m_stage->click("cmdShowDb");
     m_boxes.agree(m_folder.path(), [this](QDialog &dialog) { fill(dialog); });
@@ -77,7 +85,8 @@ void HostileNamesTest::press(const char *button, const QStringList &own)
     if (!m_stage->control<QPushButton>(button)->isEnabled())
         return;
     m_server.watch([&] { m_stage->click(button); }, own, QLatin1String(button) + u' ' + own.value(0));
-    m_words = m_stage->control<QPlainTextEdit>("txtError")->toPlainText();
+    if (const auto *words = m_stage->window->findChild<QPlainTextEdit *>("txtError"))
+        m_words = words->toPlainText();
 }
 
 // Rows and columns stay what they were.
@@ -133,8 +142,7 @@ void HostileNamesTest::useRoutine(const QString &name)
 
 void HostileNamesTest::tablesViewsAndRoutines_data()
 {
-    QTest::addColumn<QString>("kind");
-    QTest::addColumn<QString>("mode");
+    const Rows<QString, QString> row;
     row("tables, ANSI_QUOTES", "table", "ANSI_QUOTES");
     row("views", "view", "");
     row("procedures, ANSI_QUOTES", "procedure", "ANSI_QUOTES");
@@ -142,8 +150,7 @@ void HostileNamesTest::tablesViewsAndRoutines_data()
 
 void HostileNamesTest::tablesViewsAndRoutines()
 {
-    QFETCH(QString, kind);
-    QFETCH(QString, mode);
+    const auto [kind, mode] = fetched<QString, QString>();
     connectTo(mode);
     const QStringList names = m_server.make(kind, kind == u"table"  ? " engine=MyISAM select * from d.a"
                                                   : kind == u"view" ? " as select x, y from d.a"
@@ -222,6 +229,93 @@ void HostileNamesTest::columns()
         QVERIFY2(values() == before, qPrintable(name + u' ' + m_words));
         const bool isChanged = m_server.object("d.c").contains("n|int");
         QVERIFY2(isChanged == m_words.isEmpty(), qPrintable(name + u' ' + m_words));
+    }
+}
+
+// Accounts of hostile names, and rights on tables and databases of such names: a command reaches these or
+// none.
+void HostileNamesTest::openAccounts()
+{
+    m_boxes.agree();
+    m_server.sql("set global sql_mode=''"); // a GRANT to nobody makes an account
+    m_stage = std::make_unique<Stage>(m_server.server().connectionString(isBuiltIn()));
+    m_stage->open(new frmUserAdd(m_stage->session, nullptr));
+}
+
+void HostileNamesTest::accounts_data()
+{
+    const Rows<QString> row;
+    for (const QString &name : hostileNames() + QStringList{"x' or '1'='1", "victim' -- x", "victim' or 'a",
+                                                            "vic\\tim", "victim''", "victim'@'%' # "})
+        QTest::newRow(qPrintable(name)) << name;
+}
+
+void HostileNamesTest::useAccount(const QString &user)
+{
+    const QString name = user + "@%";
+    for (const char *button : {"cmdGrantEdit", "cmdDbGrantAdd", "cmdDbGrantEdit", "cmdDbGrantDel",
+                               "cmdTableGrantAdd", "cmdTableGrantEdit", "cmdTableGrantDel", "cmdDelete"}) {
+        choose("lstUser", "%\t" + user);
+        choose("lstDB", "d");
+        choose("lstAddDB", "d");
+        choose("lstTable", "d\tkeep");
+        m_stage->control<QComboBox>("cboAddDB")->setCurrentText("d");
+        choose("lstAddTable", "keep");
+        for (const char *box : {"ckPrivType_1", "ckDBPrivType_1", "ckTablePrivType_1"})
+            m_stage->check(box);
+        press(button, {name, name + " d", name + " d.keep"});
+    }
+}
+
+void HostileNamesTest::accounts()
+{
+    const auto [user] = fetched<QString>();
+    const QString account = quotedText(user) + "@'%'";
+    if (m_server.tries(QStringLiteral("create or replace user %1 identified by 'p'").arg(account))) {
+        m_server.sql("grant select on d.* to " + account);
+        m_server.sql("grant select on d.keep to " + account);
+    }
+    openAccounts();
+    if (m_stage->items("lstUser").contains("%\t" + user))
+        useAccount(user);
+    // Added by hand: under that very name, or not at all.
+    m_server.tries("drop user " + account);
+    m_stage->control<ChosenList>("lstUser")->setCurrentRow(0);
+    for (const auto &[box, text] : {std::pair("txtUser", user), {"txtHost", "%"}, {"txtPassword", "p"}})
+        m_stage->type(box, text);
+    const QString typed = trimmedBlanks(user);
+    press("cmdOk", {typed + "@%"});
+    m_server.tries(QStringLiteral("drop user %1@'%'").arg(quotedText(typed)));
+}
+
+void HostileNamesTest::grants()
+{
+    const QStringList names = m_server.make("table", " select * from d.a");
+    QVERIFY(names.size() > 20);
+    for (const QString &name : names)
+        m_server.tries("create database " + quotedName(name));
+    openAccounts();
+    for (const QString &name : names) {
+        const QStringList onTable{"u@% d." + name}, onDatabase{"u@% " + name};
+        choose("lstUser", "%\tu");
+        m_stage->control<QComboBox>("cboAddDB")->setCurrentText("d");
+        choose("lstAddTable", name);
+        press("cmdTableGrantAdd", onTable);
+        m_server.tries(QStringLiteral("grant select on %1 to u").arg(quotedName("d", name)));
+        choose("lstUser", "%\tu");
+        for (const char *button : {"cmdTableGrantEdit", "cmdTableGrantDel"}) {
+            choose("lstTable", "d\t" + name);
+            press(button, onTable);
+        }
+        m_server.tries(QStringLiteral("grant select on %1.* to u").arg(quotedName(name)));
+        choose("lstUser", "%\tu");
+        for (const char *button : {"cmdDbGrantAdd", "cmdDbGrantEdit", "cmdDbGrantDel"}) {
+            choose("lstAddDB", name);
+            choose("lstDB", name);
+            m_stage->check("ckDBPrivType_0");
+            press(button, onDatabase);
+        }
+        m_server.tries("drop database " + quotedName(name));
     }
 }
 

@@ -1,10 +1,6 @@
 #pragma once
 
-#include "core/driver/connect.h"
-#include "core/sql/statements.h"
-#include "support/testserver.h"
-
-#include <QTest>
+#include "support/gui/stage.h"
 
 #include <map>
 #include <optional>
@@ -25,22 +21,14 @@ class WatchedServer {
 public:
     using Objects = std::map<QString, QString>;
 
-    WatchedServer()
-        : m_server({"--debug-no-sync"})
-        , m_direct(createConnection(m_server.nativeString(), m_pump))
-    {
-        m_direct->open();
-        sql("set sql_mode=''");
-    }
+    WatchedServer() { sql("set sql_mode=''"); }
 
     const TestServer &server() const { return m_server; }
 
-    // The first value of the first row. Throws Failure.
     QString sql(const QString &statement)
     {
         m_last.reset();
-        RecordSet rows = m_direct->execute(statement);
-        return rows.isOpen() && !rows.isEof() ? rows.text(0) : QString();
+        return m_direct(statement);
     }
     bool tries(const QString &statement)
     {
@@ -124,7 +112,7 @@ private:
             "from mysql.db union all "
             "select concat(user, '@', host, ' ', db, '.', table_name), table_priv, '' from "
             "mysql.tables_priv";
-        RecordSet rows = m_direct->execute(QString(query).replace(
+        RecordSet rows = m_direct.rows(QString(query).replace(
             "%1", " not in ('mysql','sys','information_schema','performance_schema')"));
         Objects found;
         QStringList tables;
@@ -134,14 +122,13 @@ private:
             if (const QString table = rows.text(2); !table.isEmpty())
                 tables << quotedName(name.chopped(table.size() + 1), table);
         }
-        rows = m_direct->execute("checksum table " + tables.join(u','));
+        rows = m_direct.rows("checksum table " + tables.join(u','));
         for (; !rows.isEof(); rows.moveNext())
             found[rows.text(0)] += rows.isNull(1) ? QString() : rows.text(1);
         return found;
     }
 
-    TestServer m_server;
-    BlockingPump m_pump;
-    std::unique_ptr<Connection> m_direct;
+    TestServer m_server{{"--debug-no-sync"}};
+    const DirectConnection m_direct{m_server};
     std::optional<Objects> m_last;
 };

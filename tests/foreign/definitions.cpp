@@ -2,15 +2,12 @@
 // is, with an edit, and back. Prints what is not as before.
 //     foreign_definitions mariadb|mysql56|mysql9 [database=file.sql ...]
 #include "core/command/definition.h"
-#include "maintenance/routines.h"
-#include "maintenance/stage.h"
 #include "maintenance/tablechange/tablechange.h"
+#include "support/gui/stage.h"
 
 #include <QProcess>
-#include <QRegularExpression>
 
 #include <cstdio>
-#include <map>
 
 namespace {
 
@@ -26,6 +23,20 @@ struct Object {
     bool isRoutine() const { return tag == u"[PROC]" || tag == u"[FUNC]"; }
     QString title() const { return tag + u' ' + database + u'.' + name; }
     QString quoted() const { return quotedName(database, name); }
+    QString show() const
+    {
+        return isRoutine() ? routineShowStatement(tag, database, name)
+                           : showCreateTable(qualifiedName(database, name));
+    }
+    void click(RealStage &stage) const
+    {
+        isRoutine() ? stage.clickRoutine(tag, name) : stage.clickTable(name);
+    }
+    QString &text(Selection &selection) const { return isRoutine() ? selection.txtProc : selection.txtField; }
+    QString &shown(Selection &selection) const
+    {
+        return isRoutine() ? selection.lblCreateProc : selection.lblCreateTable;
+    }
 };
 
 // Every object once, and what became of it.
@@ -36,37 +47,32 @@ public:
         , m_sql(server)
     {
     }
-
     void tryDatabase(const QString &database);
-    void printTotals() const;
-    bool isAllKept() const { return m_isAllKept; }
+
+    std::map<QString, int> totals;
+    bool isAllKept = true;
 
 private:
     std::vector<Object> objectsOf(const QString &database) const;
     void prepare(const Object &object) const;
     QString state(const Object &object) const;
     QString tryObject(RealStage &stage, const Object &object);
-    QString change(RealStage &stage, const Object &object, const QString &text);
-    void useOwnText(RealStage &stage, const Object &object) const;
+    QString change(RealStage &stage, const Object &object, const QString &text) const;
 
     const TestServer &m_server;
     DirectConnection m_sql;
-    std::map<QString, int> m_totals;
-    bool m_isAllKept = true;
 };
 
 std::vector<Object> Trial::objectsOf(const QString &database) const
 {
     std::vector<Object> objects;
-    const QString schema = quotedText(database);
-    const QString list = m_sql("select table_name, if(table_type like '%VIEW','[VIEW]','[TABLE]') from "
-                               "information_schema.tables "
-                               "where table_schema=" +
-                               schema + " order by 2, 1") +
-                         u'\n' +
-                         m_sql("select routine_name, if(routine_type='PROCEDURE','[PROC]','[FUNC]') from "
-                               "information_schema.routines where routine_schema=" +
-                               schema + " and routine_type in ('PROCEDURE','FUNCTION') order by 2, 1");
+    const QString list =
+        m_sql(QStringLiteral("select table_name, if(table_type like '%VIEW','[VIEW]','[TABLE]') from "
+                             "information_schema.tables where table_schema=%1 union all "
+                             "select routine_name, if(routine_type='PROCEDURE','[PROC]','[FUNC]') from "
+                             "information_schema.routines where routine_schema=%1 and routine_type in "
+                             "('PROCEDURE','FUNCTION') order by 2, 1")
+                  .replace("%1", quotedText(database)));
     for (const QString &line : list.split(u'\n', Qt::SkipEmptyParts))
         objects.push_back({database, line.section(u'\t', 1, 1), line.section(u'\t', 0, 0)});
     return objects;
@@ -75,62 +81,46 @@ std::vector<Object> Trial::objectsOf(const QString &database) const
 // Rows and rights that a change could lose.
 void Trial::prepare(const Object &object) const
 {
-    const auto attempt = [this](const QString &statement) {
-        try {
-            m_sql(statement);
-        } catch (const Failure &) {
-            // Not every table takes such a row.
-        }
-    };
-    if (object.isTable()) {
-        attempt("insert ignore into " + object.quoted() + " () values ()");
-        attempt("insert ignore into " + object.quoted() + " () values ()");
-    } else if (object.isRoutine()) {
-        attempt("grant execute on " + QString(object.tag == "[PROC]" ? "procedure " : "function ") +
-                object.quoted() + " to reader@localhost");
+    try {
+        if (object.isTable())
+            m_sql("insert ignore into " + object.quoted() + " () values (), ()");
+        else if (object.isRoutine())
+            m_sql("grant execute on " + QString(object.tag == "[PROC]" ? "procedure " : "function ") +
+                  object.quoted() + " to reader@localhost");
+    } catch (const Failure &) {
+        // Not every table takes such rows.
     }
 }
 
 QString Trial::state(const Object &object) const
 {
+    const QString where = QStringLiteral("_schema=%1 and event_object_table=%2")
+                              .arg(quotedText(object.database), quotedText(object.name));
     if (object.isRoutine())
-        return m_sql(QString(object.tag == "[PROC]" ? "show create procedure " : "show create function ") +
-                     object.quoted()) +
-               '\n' +
+        return m_sql(object.show()) + '\n' +
                m_sql("select User, Host, Proc_priv from mysql.procs_priv where Db=" +
                      quotedText(object.database) + " and Routine_name=" + quotedText(object.name) +
                      " order by 1, 2");
     QString text = m_sql("show create table " + object.quoted());
     if (!object.isTable())
         return text;
-    static const QRegularExpression counter(QStringLiteral(" AUTO_INCREMENT=\\d+"));
-    // A column that says the collation, as MySQL 9 writes one that has it from its table, is shown with both.
-    static const QRegularExpression characterSet(QStringLiteral(" CHARACTER SET \\w+(?= COLLATE )"));
-    return text.remove(counter).remove(characterSet) + '\n' + m_sql("checksum table " + object.quoted()) +
-           '\n' +
+    // A counter goes on; a column that says the collation, as MySQL 9 writes one that has it from its table,
+    // is shown with both.
+    static const QRegularExpression noise(
+        QStringLiteral(" AUTO_INCREMENT=\\d+| CHARACTER SET \\w+(?= COLLATE )"));
+    return text.remove(noise) + '\n' + m_sql("checksum table " + object.quoted()) + '\n' +
            m_sql("select trigger_name, action_statement, definer, sql_mode, character_set_client from "
-                 "information_schema.triggers where event_object_schema=" +
-                 quotedText(object.database) + " and event_object_table=" + quotedText(object.name));
-}
-
-void Trial::useOwnText(RealStage &stage, const Object &object) const
-{
-    const QString show = object.isRoutine() ? routineShowStatement(object.tag, object.database, object.name)
-                                            : showCreateTable(qualifiedName(object.database, object.name));
-    const QString own = withCrLf(readDefinition(stage.session.connection(), show).text);
-    if (object.isRoutine())
-        stage.selection.txtProc = stage.selection.lblCreateProc = own;
-    else
-        stage.selection.txtField = stage.selection.lblCreateTable = own;
+                 "information_schema.triggers where event_object" +
+                 where);
 }
 
 // Empty when it was changed, else what the user was told or asked.
-QString Trial::change(RealStage &stage, const Object &object, const QString &text)
+QString Trial::change(RealStage &stage, const Object &object, const QString &text) const
 {
-    (object.isRoutine() ? stage.selection.txtProc : stage.selection.txtField) = text;
+    object.text(stage.selection) = text;
     stage.dialogue.chosen = -1;
     stage.dialogue.questions = 0;
-    stage.run(object.isRoutine() ? Run(changeRoutine) : Run(changeTable));
+    stage.run(object.isRoutine() ? changeRoutine : changeTable);
     if (stage.told().startsWith(QStringLiteral("表示している文は")))
         return QStringLiteral("asked");
     const QStringList questions =
@@ -154,65 +144,47 @@ QString withoutEdit(QString state)
     return state.remove(edit).remove(QRegularExpression(QStringLiteral("\n[^\n\t]*\t\\d+(?=\n|$)")));
 }
 
+// As it is, with an edit, and back.
 QString Trial::tryObject(RealStage &stage, const Object &object)
 {
     prepare(object);
-    QString before = state(object);
-    const auto click = [&] {
-        if (object.isRoutine())
-            stage.clickRoutine(object.tag, object.name);
-        else
-            stage.clickTable(object.name);
-    };
-    click();
-    const auto &shown = object.isRoutine() ? stage.selection.lblCreateProc : stage.selection.lblCreateTable;
-    QString ending = QStringLiteral("kept");
-    QString words = change(stage, object, shown);
-    const bool isOwn = words == u"asked";
-    if (isOwn) {
-        ending = QStringLiteral("asked, kept by the server's own text");
-        useOwnText(stage, object);
-        words = change(stage, object, shown);
-    }
-    if (!words.isEmpty())
-        ending = QStringLiteral("refused");
-    QString after = state(object);
-    // The shown text has no backticks; those that no name needs are gone then from a routine's body.
-    if (after != before && !isOwn && withoutBackticks(after) == withoutBackticks(before)) {
-        ending = QStringLiteral("kept but for backticks that no name needs");
-        before = after;
-    }
-    if (after != before) {
-        say(QStringLiteral("%1 is not as before:\n--- %2\n+++ %3\n%4")
-                .arg(object.title(), before, after, words));
-        m_isAllKept = false;
-        return QStringLiteral("DIFFERENT");
-    }
-    if (!words.isEmpty()) {
-        say(object.title() + QStringLiteral(": ") + words);
-        return ending;
-    }
-    // The same with an edit, and back.
-    click();
-    if (isOwn)
-        useOwnText(stage, object);
-    const QString text = shown;
-    words = change(stage, object, edited(object, text));
-    if (!words.isEmpty() || withoutEdit(state(object)) != withoutEdit(before)) {
-        say(QStringLiteral("%1, edited: %2\n--- %3\n+++ %4")
-                .arg(object.title(), words, before, state(object)));
-        m_isAllKept = false;
-        return QStringLiteral("DIFFERENT when edited");
-    }
-    click();
-    if (isOwn)
-        useOwnText(stage, object);
-    words = change(stage, object, text);
-    if (!words.isEmpty() || state(object) != before) {
-        say(QStringLiteral("%1, and back: %2\n--- %3\n+++ %4")
-                .arg(object.title(), words, before, state(object)));
-        m_isAllKept = false;
-        return QStringLiteral("DIFFERENT when edited back");
+    QString before = state(object), text, ending = QStringLiteral("kept");
+    bool isOwn = false;
+    for (const QString step : {"", "edited", "edited back"}) {
+        object.click(stage);
+        const auto useOwnText = [&] {
+            object.shown(stage.selection) =
+                withCrLf(readDefinition(stage.session.connection(), object.show()).text);
+        };
+        if (isOwn)
+            useOwnText();
+        if (step != u"edited back")
+            text = object.shown(stage.selection);
+        QString words = change(stage, object, step == u"edited" ? edited(object, text) : text);
+        if (words == u"asked") {
+            isOwn = true;
+            ending = QStringLiteral("asked, kept by the server's own text");
+            useOwnText();
+            words = change(stage, object, object.shown(stage.selection));
+        }
+        const QString after = state(object);
+        // The shown text has no backticks; those that no name needs are gone then from a routine's body.
+        if (step.isEmpty() && !isOwn && after != before &&
+            withoutBackticks(after) == withoutBackticks(before)) {
+            ending = QStringLiteral("kept but for backticks that no name needs");
+            before = after;
+        }
+        const bool isSame = step == u"edited" ? withoutEdit(after) == withoutEdit(before) : after == before;
+        if (!isSame || (!words.isEmpty() && !step.isEmpty())) {
+            say(QStringLiteral("%1 %2 is not as before: %3\n--- %4\n+++ %5")
+                    .arg(object.title(), step, words, before, after));
+            isAllKept = false;
+            return (QStringLiteral("DIFFERENT ") + step).trimmed();
+        }
+        if (!words.isEmpty()) {
+            say(object.title() + QStringLiteral(": ") + words);
+            return QStringLiteral("refused");
+        }
     }
     return ending;
 }
@@ -228,17 +200,8 @@ void Trial::tryDatabase(const QString &database)
             ending = QStringLiteral("not shown");
             say(object.title() + QStringLiteral(": ") + error.description());
         }
-        ++m_totals[(object.isTable()     ? QStringLiteral("tables: ")
-                    : object.isRoutine() ? QStringLiteral("routines: ")
-                                         : QStringLiteral("views: ")) +
-                   ending];
+        ++totals[(object.isTable() ? "tables: " : object.isRoutine() ? "routines: " : "views: ") + ending];
     }
-}
-
-void Trial::printTotals() const
-{
-    for (const auto &[what, count] : m_totals)
-        say(QStringLiteral("%1 %2").arg(count, 6).arg(what));
 }
 
 // As the packages' own scripts do: what a server refuses is left out.
@@ -284,6 +247,7 @@ int main(int argc, char **argv)
         say(QStringLiteral("== ") + database);
         trial.tryDatabase(database);
     }
-    trial.printTotals();
-    return trial.isAllKept() ? 0 : 1;
+    for (const auto &[what, count] : trial.totals)
+        say(QStringLiteral("%1 %2").arg(count, 6).arg(what));
+    return trial.isAllKept ? 0 : 1;
 }

@@ -1,7 +1,7 @@
 #include "maintenance/backup/backup.h"
 #include "maintenance/backup/restore.h"
 #include "maintenance/tablebatches.h"
-#include "stage.h"
+#include "support/gui/stage.h"
 
 namespace {
 
@@ -83,9 +83,8 @@ QString BackupServerTest::backUp(const QString &folder, const QString &account)
 
 void BackupServerTest::everyValueComesBack_data()
 {
-    QTest::addColumn<QString>("driver");
-    QTest::addColumn<QString>("change");
-    QTest::addColumn<QString>("setting"); // left behind in the session by the user
+    // The last is a setting that the user has left behind in the session.
+    const Rows<QString, QString, QString> row;
     const QString drop = "DROP TABLE texts, bytes, numbers, made, nothing; DROP VIEW seen, again;";
     const QString change =
         "DELETE FROM texts; ALTER TABLE numbers DROP f; INSERT INTO made(a) VALUES(5);"
@@ -100,9 +99,7 @@ void BackupServerTest::everyValueComesBack_data()
 
 void BackupServerTest::everyValueComesBack()
 {
-    QFETCH(QString, driver);
-    QFETCH(QString, change);
-    QFETCH(QString, setting);
+    const auto [driver, change, setting] = fetched<QString, QString, QString>();
     const QString before = m_server.run(valuesRead);
     const QTemporaryDir folder;
     QVERIFY(QDir(folder.path()).mkdir("it's 表\\n"));
@@ -125,7 +122,7 @@ void BackupServerTest::everyValueComesBack()
     QCOMPARE(stage.told(), "「" + choice.folder + "」にﾊﾞｯｸｱｯﾌﾟしました。");
     QCOMPARE(settings(), settingsBefore);
     QCOMPARE(filesIn(choice.folder).size(), 12);
-    QVERIFY(bytesOf(choice.folder + "/nothing.frm").startsWith("CREATE TABLE `nothing` (\n"));
+    QVERIFY(readFile(choice.folder + "/nothing.frm").startsWith("CREATE TABLE `nothing` (\n"));
 
     m_server.run(change, "d");
     stage.run(restoreTables);
@@ -162,7 +159,8 @@ void BackupServerTest::tiesAndPartsComeBack()
     stage.run(backUpTables);
     QVERIFY2(!stage.dialogue.isCritical, qPrintable(stage.told()));
     server.run("set foreign_key_checks=0; delete from parent; update part set a=6", "d");
-    put(folder.filePath("bad.frm"), bytesOf(folder.filePath("bad.frm")).replace("ENGINE=", "ENGINE=un"));
+    writeFile(folder.filePath("bad.frm"),
+              readFile(folder.filePath("bad.frm")).replace("ENGINE=", "ENGINE=un"));
 
     stage.dialogue.choice.names = {"a_merge", "a_view", "bad", "child", "parent", "part"};
     stage.run(restoreTables);
@@ -185,10 +183,10 @@ void BackupServerTest::existingFilesStopTheRun()
 {
     for (const char *file : {"texts.frm", "texts.dat"}) {
         const QTemporaryDir folder;
-        put(folder.filePath(file), "mine");
+        writeFile(folder.filePath(file), "mine");
         const QString told = backUp(folder.path());
         QVERIFY2(m_isFailure && told.contains(folder.filePath(file)), qPrintable(told));
-        QCOMPARE(bytesOf(folder.filePath(file)), QByteArray("mine"));
+        QCOMPARE(readFile(folder.filePath(file)), QByteArray("mine"));
         QCOMPARE(filesIn(folder.path()), QStringList{file});
     }
 }
@@ -219,9 +217,7 @@ void BackupServerTest::whatCannotComeBackIsNotBackedUp()
 
 void BackupServerTest::aDamagedBackupLeavesTheTableAsItIs_data()
 {
-    QTest::addColumn<QString>("file");
-    QTest::addColumn<QByteArray>("from");
-    QTest::addColumn<QByteArray>("to");
+    const Rows<QString, QByteArray, QByteArray> row;
     row("engine that the server lacks", "numbers.frm", QByteArray("InnoDB"), QByteArray("Nothing"));
     row("rows of another table", "numbers.dat", QByteArray("\t"), QByteArray("x\t"));
     row("row without all columns", "numbers.dat", QByteArray("5\t"), QByteArray("\n"));
@@ -230,15 +226,13 @@ void BackupServerTest::aDamagedBackupLeavesTheTableAsItIs_data()
 
 void BackupServerTest::aDamagedBackupLeavesTheTableAsItIs()
 {
-    QFETCH(QString, file);
-    QFETCH(QByteArray, from);
-    QFETCH(QByteArray, to);
+    const auto [file, from, to] = fetched<QString, QByteArray, QByteArray>();
     const QTemporaryDir folder;
     backUp(folder.path());
     QVERIFY(!m_isFailure);
-    const QByteArray damaged = bytesOf(folder.filePath(file)).replace(from, to);
-    QVERIFY(damaged != bytesOf(folder.filePath(file)));
-    put(folder.filePath(file), damaged);
+    const QByteArray damaged = readFile(folder.filePath(file)).replace(from, to);
+    QVERIFY(damaged != readFile(folder.filePath(file)));
+    writeFile(folder.filePath(file), damaged);
 
     m_server.run("UPDATE numbers SET f=4 WHERE n=5", "d");
     const QString before = m_server.run(valuesRead);

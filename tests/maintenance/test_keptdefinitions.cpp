@@ -1,7 +1,6 @@
 #include "core/command/definition.h"
-#include "maintenance/routines.h"
 #include "maintenance/tablechange/tablechange.h"
-#include "stage.h"
+#include "support/gui/stage.h"
 
 namespace {
 
@@ -90,49 +89,43 @@ QString KeptDefinitionsTest::state(const Object &object) const
 
 void KeptDefinitionsTest::aChangeKeepsTheRest_data()
 {
-    QTest::addColumn<QString>("tag");
-    QTest::addColumn<QString>("definition"); // of the object x
-    QTest::addColumn<QStringList>("edit");   // pairs
-    QTest::addColumn<bool>("ofMariaDb");
+    // A definition of the object x, and pairs of a piece of it and its successor.
+    const Rows<QString, QString, QStringList, bool> row;
     row("procedure of another account, without modes, with rights", "[PROC]",
         "SET sql_mode=''; CREATE DEFINER=owner@'%' PROCEDURE x(IN p CHAR(3)) SQL SECURITY INVOKER "
         "COMMENT 'it''s' BEGIN -- `quoted`\n SELECT 1, 'a'; END",
-        QStringList{"SELECT 1", "SELECT 2"}, false);
+        {"SELECT 1", "SELECT 2"}, false);
     row("function of an old client, its quotes names", "[FUNC]",
         "SET NAMES latin1; SET sql_mode='ANSI_QUOTES'; CREATE DEFINER=owner@'%' FUNCTION x() RETURNS INT "
         "DETERMINISTIC RETURN (SELECT MAX(\"order\") FROM t)",
-        QStringList{"MAX(", "MIN("}, false);
+        {"MAX(", "MIN("}, false);
     row("text beyond the old client's letters", "[PROC]",
-        "SET NAMES latin1; CREATE DEFINER=owner@'%' PROCEDURE x() SELECT '\xe9'",
-        QStringList{"SELECT", "select"}, true);
+        "SET NAMES latin1; CREATE DEFINER=owner@'%' PROCEDURE x() SELECT '\xe9'", {"SELECT", "select"}, true);
     row("aggregate", "[FUNC]",
         "CREATE AGGREGATE FUNCTION x(p INT) RETURNS INT BEGIN DECLARE s INT DEFAULT 0; DECLARE CONTINUE "
         "HANDLER "
         "FOR NOT FOUND RETURN s; LOOP FETCH GROUP NEXT ROW; SET s = s + p; END LOOP; END",
-        QStringList{"s + p", "s - p"}, true);
+        {"s + p", "s - p"}, true);
     row("procedure of another product's dialect", "[PROC]",
         "SET sql_mode='ORACLE'; CREATE PROCEDURE x(p IN INT) AS v INT; BEGIN v := p; SELECT v || 'a'; END;",
-        QStringList{"'a'", "'b'"}, true);
+        {"'a'", "'b'"}, true);
     row("view of the caller's rights", "[VIEW]",
         "CREATE ALGORITHM=TEMPTABLE DEFINER=owner@'%' SQL SECURITY INVOKER VIEW x AS SELECT a, t.`order` AS "
         "o "
         "FROM t "
         "WHERE a > 1",
-        QStringList{"> 1", "> 2"}, false);
+        {"> 1", "> 2"}, false);
     row("view that checks, of an old client", "[VIEW]",
         "SET NAMES latin1; CREATE ALGORITHM=MERGE VIEW x AS SELECT a FROM t WHERE a > 1 WITH LOCAL CHECK "
         "OPTION",
-        QStringList{"> 1", "> 2"}, false);
+        {"> 1", "> 2"}, false);
     row("plain view", "[VIEW]", "CREATE VIEW x AS SELECT a, '\\\\' AS c FROM t WHERE a > 1 OR 日本 = 2",
-        QStringList{"> 1", "> 2"}, false);
+        {"> 1", "> 2"}, false);
 }
 
 void KeptDefinitionsTest::aChangeKeepsTheRest()
 {
-    QFETCH(QString, tag);
-    QFETCH(QString, definition);
-    QFETCH(QStringList, edit);
-    QFETCH(bool, ofMariaDb);
+    const auto [tag, definition, edit, ofMariaDb] = fetched<QString, QString, QStringList, bool>();
     if (ofMariaDb && !m_isMariaDb)
         QSKIP("this server knows no such thing");
     const Object object{tag, "x"};
@@ -183,26 +176,22 @@ void KeptDefinitionsTest::aChangeKeepsTheRest()
 
 void KeptDefinitionsTest::whatTheShownTextLosesIsAsked_data()
 {
-    QTest::addColumn<QString>("tag");
-    QTest::addColumn<QString>("definition"); // of the object x
-    QTest::addColumn<QStringList>("lost");
+    const Rows<QString, QString, QStringList> row;
     row("table", "[TABLE]",
         "CREATE TABLE x (`order` INT, `a b` INT, `1` INT, `e` ENUM('a`b','c'), c INT COMMENT 'it''s `so`', "
         "`日本` INT, KEY `k` (`e`))",
-        QStringList{"`a b`", "`1`", "'a`b'", "'it''s `so`'", "`order`"});
+        {"`a b`", "`1`", "'a`b'", "'it''s `so`'", "`order`"});
     row("view", "[VIEW]",
         "CREATE VIEW x AS SELECT 'a,b' AS l, 'x and y' AS m, 'plain' AS n, a AS `a,b`, a AS `select`, a AS "
         "`it's` FROM t",
-        QStringList{"'a,b'", "'x and y'", "`a,b`", "`it's`", "`select`"});
+        {"'a,b'", "'x and y'", "`a,b`", "`it's`", "`select`"});
     row("procedure", "[PROC]", "CREATE PROCEDURE x() SELECT `t`.`order`, 'a`b', `order` FROM `t` -- `ok`\n",
-        QStringList{"'a`b'", "`order`"});
+        {"'a`b'", "`order`"});
 }
 
 void KeptDefinitionsTest::whatTheShownTextLosesIsAsked()
 {
-    QFETCH(QString, tag);
-    QFETCH(QString, definition);
-    QFETCH(QStringList, lost);
+    const auto [tag, definition, lost] = fetched<QString, QString, QStringList>();
     const Object object{tag, "x"};
     make(definition);
     const QString before = state(object);

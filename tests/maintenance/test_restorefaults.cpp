@@ -1,8 +1,6 @@
 #include "maintenance/backup/backup.h"
 #include "maintenance/backup/restore.h"
-#include "stage.h"
-
-#include <QRegularExpression>
+#include "support/gui/stage.h"
 
 namespace {
 
@@ -144,7 +142,7 @@ QString RestoreFaultsTest::restoreWith(const Trouble &trouble)
 
 void RestoreFaultsTest::noRowIsLost_data()
 {
-    QTest::addColumn<Trouble>("trouble");
+    const Rows<Trouble> row;
     row("refused", Trouble{Fault::Refused});
     row("request lost", Trouble{Fault::RequestLost});
     row("request lost while undoing", Trouble{Fault::RequestLost, true});
@@ -156,7 +154,7 @@ void RestoreFaultsTest::noRowIsLost_data()
 
 void RestoreFaultsTest::noRowIsLost()
 {
-    QFETCH(Trouble, trouble);
+    auto [trouble] = fetched<Trouble>();
     const QString ended = restoreWith(trouble);
     QVERIFY2(m_isFailure == trouble.isUndone, qPrintable(ended));
     QCOMPARE(rowsOf("t"), trouble.isUndone ? newRows : savedRows);

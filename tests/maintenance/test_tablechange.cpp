@@ -1,8 +1,6 @@
 #include "maintenance/tablechange/tablechange.h"
 #include "maintenance/tablechange/tablechangetext.h"
-#include "stage.h"
-
-#include <QRegularExpression>
+#include "support/gui/stage.h"
 
 namespace {
 
@@ -43,11 +41,6 @@ const QString fill = "insert into `d`.t(b,a\r\n) select b,a\r\n from COPY";
 const QString count = "select 1 from dual where (select count(*) from `d`.t) >= (select count(*) from COPY)";
 const QString dropCopy = "drop table COPY";
 const QString putBack = "set session sql_mode='STRICT', foreign_key_checks=1, sql_select_limit=1000";
-const QString again = "CREATE TABLE  `d`.t (\r\n  a int,\r\n  b int\r\n)";
-const QString againOwn = "CREATE TABLE  `d`.`t` (\n  `a` int,\n  `b` int\n)";
-const QString fillBack = "insert into `d`.t select * from COPY";
-const QString copyExists = "show create table COPY;";
-
 const L forward{kindTest, variables, database, useIt,    moreVariables, set,        place, kind,
                 children, words,     fields,   triggers, prepare,       deallocate, copy,  lock,
                 kindTest, sumOld,    sumCopy,  dropOld,  unlock,        create,     lock,  fields,
@@ -75,18 +68,16 @@ struct TableStage : ScriptedStage {
     // Of a user who agrees: the boxes that ended the change.
     L change()
     {
-        run(changeTable, user);
-        return inShort(user.told);
+        dialogue.agrees = true;
+        run(changeTable);
+        return inShort(dialogue.told);
     }
     L sent() const { return inShort(script.sent); }
-    QString lastError() const { return inShort({user.lastError})[0]; }
     // The copy's name holds the minute.
     static L inShort(L texts)
     {
         return texts.replaceInStrings(QRegularExpression("`d`\\.t_\\d{12}zolt"), "COPY");
     }
-
-    AgreeingDialogue user;
 };
 
 } // namespace
@@ -97,18 +88,14 @@ class TableChangeTest : public QObject {
 private Q_SLOTS:
     void theNameIsTakenFromTheText_data();
     void theNameIsTakenFromTheText();
-    void theCopyBearsTheMinute();
     void aTableIsRebuiltInOrder();
     void withoutTextNameOrConsentNothingIsChanged();
-    void whatIsMadeAgainIsComparedWithWhatWas();
     void anUnknownKindIsNotUndone();
-    void triggersThatCannotBeMadeAgainAreSaid();
 };
 
 void TableChangeTest::theNameIsTakenFromTheText_data()
 {
-    QTest::addColumn<QString>("text");
-    QTest::addColumn<QString>("name");
+    const Rows<QString, QString> row;
     row("any letter case, blanks around", "  create  Table   受注 (a int)  ", "受注");
     row("backticks as written", "CREATE TABLE `t`(a int)", "`t`");
     row("no blank before the parenthesis", "CREATE TABLE t(a int)", "t");
@@ -121,14 +108,8 @@ void TableChangeTest::theNameIsTakenFromTheText_data()
 
 void TableChangeTest::theNameIsTakenFromTheText()
 {
-    QFETCH(QString, text);
-    QTEST(fField_select(text), "name");
-}
-
-void TableChangeTest::theCopyBearsTheMinute()
-{
-    QCOMPARE(copyName("shop", "orders", QDateTime({2024, 3, 3}, {9, 5, 59})),
-             "`shop`.orders_202403030905zolt");
+    const auto [text, name] = fetched<QString, QString>();
+    QCOMPARE(fField_select(text), name);
 }
 
 void TableChangeTest::aTableIsRebuiltInOrder()
@@ -143,8 +124,7 @@ void TableChangeTest::aTableIsRebuiltInOrder()
             wanted.removeOne(fill);
             wanted.removeOne(count);
         }
-        stage.dialogue.expectConfirm(question, Icon::Critical, true);
-        stage.dialogue.expectInform(changed);
+        stage.dialogue.expectDone(question, changed, Icon::Critical);
         QCOMPARE(stage.run(changeTable).reload, Reload::Objects);
         QCOMPARE(stage.sent(), wanted);
         QCOMPARE(stage.dialogue.progresses, (L{"0/5", "1/5", "2/5", "3/5", "4/5", "5/5"}));
@@ -174,21 +154,6 @@ void TableChangeTest::withoutTextNameOrConsentNothingIsChanged()
     QCOMPARE(stage.sent(), (L{kindTest, kindTest, kindTest}));
 }
 
-// What is made from the shown text has to be what the server had before, or its own text is taken.
-void TableChangeTest::whatIsMadeAgainIsComparedWithWhatWas()
-{
-    TableStage stage;
-    stage.script.failAt(static_cast<int>(forward.indexOf(create)), Reply::failure("E"));
-    stage.script.beforeAnswer = [&](const QString &statement) {
-        if (statement == again)
-            stage.script.once(kindTest,
-                              Reply::table({"Table", "Create Table"}, {{"t", "CREATE TABLE `t` (x)"}}));
-    };
-    QCOMPARE(stage.change(), L{failed});
-    QCOMPARE(stage.sent().mid(forward.indexOf(create) + 1),
-             (L{again, kindTest, dropOld, againOwn, kindTest, fillBack, dropCopy, putBack}));
-}
-
 void TableChangeTest::anUnknownKindIsNotUndone()
 {
     TableStage stage;
@@ -196,32 +161,6 @@ void TableChangeTest::anUnknownKindIsNotUndone()
     stage.script.failAt(static_cast<int>(forward.indexOf(create)), Reply::failure("E4"));
     QCOMPARE(stage.change(), (L{failed, inCopy}));
     QCOMPARE(stage.sent(), forward.mid(0, forward.indexOf(create) + 1) + L{putBack});
-}
-
-// With the session as it was when they were made.
-void TableChangeTest::triggersThatCannotBeMadeAgainAreSaid()
-{
-    const QString trigger = "create definer=`a@b`@`%` trigger `d`.`x-y` BEFORE INSERT on `d`.t for "
-                            "each row set NEW.a=1";
-    const QString setMode = "set session sql_mode='ANSI', character_set_client='latin1'";
-    const QString setBack = "set session sql_mode='STRICT,NO_AUTO_VALUE_ON_ZERO,ALLOW_INVALID_DATES', "
-                            "character_set_client='utf8'";
-    for (const bool isRefused : {false, true}) {
-        TableStage stage;
-        stage.script.always(
-            triggers,
-            Reply::table({"Trigger", "Event", "Table", "Statement", "Timing", "sql_mode", "Definer",
-                          "character_set_client"},
-                         {{"other", "INSERT", "t2", "set @x=1", "AFTER", "", "a@b@%", "utf8"},
-                          {"x-y", "INSERT", "t", "set NEW.a=1", "BEFORE", "ANSI", "a@b@%", "latin1"}}));
-        stage.script.always(trigger, Reply::failure("no right"));
-        if (isRefused)
-            stage.script.always(create, Reply::failure("E"));
-        QCOMPARE(stage.change(), (L{isRefused ? failed : changed, "次のﾄﾘｶﾞｰを作り直せませんでした: x-y"}));
-        QCOMPARE(stage.sent().mid(stage.sent().indexOf(trigger) - 1),
-                 (L{setMode, trigger, setBack, dropCopy, putBack}));
-        QVERIFY(stage.lastError().contains("no right\n" + trigger));
-    }
 }
 
 QTEST_APPLESS_MAIN(TableChangeTest)

@@ -1,8 +1,7 @@
 #include "core/command/pendingundo.h"
-#include "maintenance/routines.h"
 #include "maintenance/tablechange/tablechange.h"
-#include "stage.h"
 #include "support/cuttingproxy.h"
+#include "support/gui/stage.h"
 
 using Cut = CuttingProxy::Cut;
 
@@ -98,10 +97,7 @@ bool TableChangeCutTest::breakAt(int statement, Cut what, RealStage &user, Run c
 
 void TableChangeCutTest::everyStatementMayBreak_data()
 {
-    QTest::addColumn<QString>("driver");
-    QTest::addColumn<QString>("text");
-    QTest::addColumn<bool>("mayReturn");
-    QTest::addColumn<bool>("isCommittedAtOnce");
+    const Rows<QString, QString, bool, bool> row;
     const QString native = nativeDriverName(), renamed = "CREATE TABLE u (b varchar(90), a bigint)";
     const QString refused = "CREATE TABLE t (a int auto_increment primary key, b date)";
     row("changed, server back", native, changedText, true, true);
@@ -117,10 +113,7 @@ void TableChangeCutTest::everyStatementMayBreak_data()
 
 void TableChangeCutTest::everyStatementMayBreak()
 {
-    QFETCH(QString, driver);
-    QFETCH(QString, text);
-    QFETCH(bool, mayReturn);
-    QFETCH(bool, isCommittedAtOnce);
+    const auto [driver, text, mayReturn, isCommittedAtOnce] = fetched<QString, QString, bool, bool>();
     int breaks = 0;
     for (const Cut what : {Cut::Request, Cut::Answer}) {
         bool hasCut = true;
@@ -165,10 +158,7 @@ void TableChangeCutTest::everyStatementMayBreak()
 // What is shown of the old ones has lost the quotes that they need.
 void TableChangeCutTest::viewsAndRoutinesAreThereAfterEveryBreak_data()
 {
-    QTest::addColumn<QString>("driver");
-    QTest::addColumn<QString>("old");
-    QTest::addColumn<QString>("text");
-    QTest::addColumn<bool>("mayReturn");
+    const Rows<QString, QString, QString, bool> row;
     const QString native = nativeDriverName();
     const QString view = "create view d.v as select 'old, ' as `group`, `order` from d.t";
     const QString routine = "create procedure d.v() select 'old' as `group`";
@@ -183,10 +173,7 @@ void TableChangeCutTest::viewsAndRoutinesAreThereAfterEveryBreak_data()
 
 void TableChangeCutTest::viewsAndRoutinesAreThereAfterEveryBreak()
 {
-    QFETCH(QString, driver);
-    QFETCH(QString, old);
-    QFETCH(QString, text);
-    QFETCH(bool, mayReturn);
+    const auto [driver, old, text, mayReturn] = fetched<QString, QString, QString, bool>();
     const bool isView = old.contains("view");
     const bool isRefused = QByteArray(QTest::currentDataTag()).contains("refused");
     for (const Cut what : {Cut::Request, Cut::Answer}) {
@@ -227,19 +214,15 @@ void TableChangeCutTest::viewsAndRoutinesAreThereAfterEveryBreak()
 
 void TableChangeCutTest::aStopLosesNothing_data()
 {
-    QTest::addColumn<QString>("driver");
-    QTest::addColumn<Run>("command");
-    QTest::addColumn<QString>("kind");
-    row("table", nativeDriverName(), Run(changeTable), QString("t"));
-    row("view", nativeDriverName(), Run(changeTable), QString("v"));
-    row("routine", nativeDriverName(), Run(changeRoutine), QString("p"));
+    const Rows<QString, Run, QString> row;
+    row("table", nativeDriverName(), changeTable, QString("t"));
+    row("view", nativeDriverName(), changeTable, QString("v"));
+    row("routine", nativeDriverName(), changeRoutine, QString("p"));
 }
 
 void TableChangeCutTest::aStopLosesNothing()
 {
-    QFETCH(QString, driver);
-    QFETCH(Run, command);
-    QFETCH(QString, kind);
+    const auto [driver, command, kind] = fetched<QString, Run, QString>();
     for (const Stopped how : {Stopped::NotSent, Stopped::Done, Stopped::DoneAndInterrupted}) {
         bool isStopped = true;
         for (int n = 0; isStopped; ++n) {
@@ -256,10 +239,13 @@ void TableChangeCutTest::aStopLosesNothing()
                                     [&, left = n](Connection &inner, const QString &statement) mutable {
                                         if (left-- != 0)
                                             return inner.execute(statement);
-                                        user.session.runner.stop();
-                                        if (how == Stopped::NotSent)
+                                        if (how == Stopped::NotSent) {
+                                            user.session.runner.stop();
                                             throw interruptedError();
+                                        }
+                                        // Stopped before, it would not be sent at all.
                                         RecordSet rows = inner.execute(statement);
+                                        user.session.runner.stop();
                                         if (how == Stopped::DoneAndInterrupted)
                                             throw interruptedError();
                                         return rows;

@@ -1,5 +1,5 @@
 #include "maintenance/tablechange/tablechange.h"
-#include "stage.h"
+#include "support/gui/stage.h"
 
 namespace {
 
@@ -61,134 +61,126 @@ void TableChangeServerTest::init()
 
 void TableChangeServerTest::rowsSurvive_data()
 {
-    QTest::addColumn<int>("known");
-    QTest::addColumn<QString>("setup");
-    QTest::addColumn<L>("edit"); // what is replaced in the text, and by what
-    QTest::addColumn<QString>("query");
-    // Empty: the server refuses the change and all is put back; "!" and words: it is refused before.
-    QTest::addColumn<QString>("rows");
+    // Who knows it, how it is made, what is replaced in its text and by what, and the rows that are then
+    // there. None: the server refuses the change and all is put back; "!" and words: it is refused before.
+    const Rows<int, QString, L, QString, QString> row;
     const QString plain = "create table t (a int not null, b varchar(20), c decimal(10,2), primary key (a));"
                           "insert into t values (3,'三',3.50),(1,NULL,NULL),(2,'',-0.01)";
     const L wider{"  a int", "  a bigint"};
-    const auto everywhere = int(Everywhere), notIn56 = int(NotIn56);
-    row("renamed, a column too, and another type", everywhere, plain,
-        L{"TABLE t", "TABLE 受注", "  b ", "  bb ", "decimal(10,2)", "varchar(30)"},
+    row("renamed, a column too, and another type", Everywhere, plain,
+        {"TABLE t", "TABLE 受注", "  b ", "  bb ", "decimal(10,2)", "varchar(30)"},
         "select * from 受注 order by a", "1\tNULL\tNULL\n2\tNULL\t-0.01\n3\tNULL\t3.50\n");
-    row("columns reordered", everywhere, plain,
-        L{"(\r\n  a int NOT NULL,", "(", "  PRIMARY", "  a int not null,\r\n  PRIMARY"},
+    row("columns reordered", Everywhere, plain,
+        {"(\r\n  a int NOT NULL,", "(", "  PRIMARY", "  a int not null,\r\n  PRIMARY"},
         "select * from t order by a", "NULL\tNULL\t1\n\t-0.01\t2\n三\t3.50\t3\n");
-    row("counting key with a 0", everywhere,
+    row("counting key with a 0", Everywhere,
         "set sql_mode='NO_AUTO_VALUE_ON_ZERO'; create table t (a int auto_increment primary key, b int);"
         "insert into t values (0,10),(5,50); set sql_mode=''; insert into t (b) values (60)",
-        L{"  b int", "  b bigint"}, "insert into t (b) values (70); select * from t order by a",
+        {"  b int", "  b bigint"}, "insert into t (b) values (70); select * from t order by a",
         "0\t10\n5\t50\n6\t60\n7\t70\n");
-    row("a counting key where there was none", everywhere,
+    row("a counting key where there was none", Everywhere,
         "create table t (a int, b int); insert into t values (0,10),(5,50)",
-        L{"  a int DEFAULT NULL", "  a int auto_increment primary key"}, "select * from t order by a",
+        {"  a int DEFAULT NULL", "  a int auto_increment primary key"}, "select * from t order by a",
         "0\t10\n5\t50\n");
-    row("zero dates", everywhere,
+    row("zero dates", Everywhere,
         "set sql_mode=''; create table t (a int, d date not null default '0000-00-00'); "
         "insert into t values (1,'0000-00-00'),(2,'2020-02-00')",
         wider, "select * from t order by a", "1\t0000-00-00\n2\t2020-02-00\n");
-    row("generated columns", notIn56,
+    row("generated columns", NotIn56,
         "create table t (a int, v int as (a*2) virtual, s int as (a*3) stored); insert into t (a) values (4)",
         wider, "select * from t", "4\t8\t12\n");
-    row("hidden columns", notIn56,
+    row("hidden columns", NotIn56,
         "create table t (a int, h int invisible); insert into t (a,h) values (1,2)", wider,
         "select a,h from t", "1\t2\n");
-    row("bytes and bits", everywhere,
+    row("bytes and bits", Everywhere,
         "create table t (a int, x varbinary(9), y bit(24), z blob, d datetime(6), e timestamp(3) null);"
         "insert into t values (1,0x00095c0aff27,0x095c0a,0xff00,'2024-02-29 23:59:59.999999',null)",
         wider, "select a,hex(x),hex(y),hex(z),d,e from t",
         "1\t00095C0AFF27\t95C0A\tFF00\t2024-02-29 23:59:59.999999\tNULL\n");
-    row("parent of foreign keys", everywhere,
+    row("parent of foreign keys", Everywhere,
         "create table t (a int primary key, b int) engine=innodb; insert into t values (1,1),(2,2);"
         "create table child (a int, foreign key (a) references t (a) on delete cascade) engine=innodb; "
         "insert into child values (1),(2)",
-        L{"  b int", "  b bigint"}, "delete from t where a=2; select * from t,child", "1\t1\t1\n");
-    row("refused: key of a parent no longer fits", everywhere,
+        {"  b int", "  b bigint"}, "delete from t where a=2; select * from t,child", "1\t1\t1\n");
+    row("refused: key of a parent no longer fits", Everywhere,
         "create table t (a int primary key, b int) engine=innodb; insert into t values (1,1);"
         "create table child (a int, foreign key (a) references t (a)) engine=innodb; "
         "insert into child values (1)",
-        L{"  a int", "  a varchar(9)"}, "select * from t,child", "");
+        {"  a int", "  a varchar(9)"}, "select * from t,child", "");
     const QString tree =
         "create table t (a int primary key, up int, constraint k foreign key (up) references t (a)) "
         "engine=innodb; set foreign_key_checks=0; insert into t values (1,9),(9,1),(10,7)";
-    row("rows that refer to later ones, or to none", everywhere, tree, L{"  up int", "  up int(5)"},
+    row("rows that refer to later ones, or to none", Everywhere, tree, {"  up int", "  up int(5)"},
         "select * from t order by a", "1\t9\n9\t1\n10\t7\n");
-    row("refused: such rows", everywhere, tree, L{"  up int DEFAULT NULL", "  up int default 'x'"},
+    row("refused: such rows", Everywhere, tree, {"  up int DEFAULT NULL", "  up int default 'x'"},
         "select * from t order by a", "");
-    row("refused: a new foreign key that the rows break", everywhere,
+    row("refused: a new foreign key that the rows break", Everywhere,
         "create table p (a int primary key) engine=innodb; create table t (a int) engine=innodb; "
         "insert into t values (1)",
-        L{"  a int DEFAULT NULL", "  a int, foreign key (a) references p (a)"}, "select * from t", "");
-    row("rows that break their own check", int(MariaDbOnly),
+        {"  a int DEFAULT NULL", "  a int, foreign key (a) references p (a)"}, "select * from t", "");
+    row("rows that break their own check", MariaDbOnly,
         "create table t (a int, b int, check (a > 5)); set check_constraint_checks=0; "
         "insert into t values (1,1)",
-        L{"  b int", "  b bigint"}, "select * from t", "1\t1\n");
-    row("refused: rows that break their own check", int(MariaDbOnly),
+        {"  b int", "  b bigint"}, "select * from t", "1\t1\n");
+    row("refused: rows that break their own check", MariaDbOnly,
         "create table t (a int, b int, check (a > 5)); set check_constraint_checks=0; "
         "insert into t values (1,1)",
-        L{"  b int DEFAULT NULL", "  b int default 'x'"}, "select * from t", "");
-    row("refused: a new check that the rows break", notIn56,
-        "create table t (a int, b int); insert into t values (1,1)", L{"  b int", "  check (a > 5), b int"},
+        {"  b int DEFAULT NULL", "  b int default 'x'"}, "select * from t", "");
+    row("refused: a new check that the rows break", NotIn56,
+        "create table t (a int, b int); insert into t values (1,1)", {"  b int", "  check (a > 5), b int"},
         "select * from t", "");
-    row("reserved words as names, quoted in the text", everywhere,
+    row("reserved words as names, quoted in the text", Everywhere,
         "create table t (`order` int, `rank` int, `a,b` int); insert into t values (1,2,3)",
-        L{"  order int", "  `order` bigint", "  rank", "  `rank`", "  a,b", "  `a,b`"}, "select * from t",
+        {"  order int", "  `order` bigint", "  rank", "  `rank`", "  a,b", "  `a,b`"}, "select * from t",
         "1\t2\t3\n");
-    row("refused: names and values that need quotes", everywhere,
+    row("refused: names and values that need quotes", Everywhere,
         "create table t (`order` int, `a b` int, e enum('x`y','z') comment 'a`b'); "
         "insert into t values (1,2,'x`y')",
-        L{"  order int DEFAULT NULL", "  `order` int default 'x'", "  a b", "  `a b`", "'xy'", "'x`y'",
-          "'ab'", "'a`b'"},
+        {"  order int DEFAULT NULL", "  `order` int default 'x'", "  a b", "  `a b`", "'xy'", "'x`y'", "'ab'",
+         "'a`b'"},
         "select * from t", "");
-    row("a time that the server sets", everywhere,
+    row("a time that the server sets", Everywhere,
         "create table t (a int, d timestamp default current_timestamp on update current_timestamp); "
         "insert into t values (1,'2020-01-02 03:04:05')",
         wider, "select * from t", "1\t2020-01-02 03:04:05\n");
-    row("refused: generated columns", notIn56,
+    row("refused: generated columns", NotIn56,
         "create table t (a int, v int as (a*2) virtual, s int as (a*3) stored); insert into t (a) values (4)",
-        L{"  a int DEFAULT NULL", "  a date"}, "select * from t", "");
-    row("refused: hidden columns, counting key with a 0", notIn56,
+        {"  a int DEFAULT NULL", "  a date"}, "select * from t", "");
+    row("refused: hidden columns, counting key with a 0", NotIn56,
         "set sql_mode='NO_AUTO_VALUE_ON_ZERO'; create table t (a int auto_increment primary key, h int "
         "invisible);"
         "insert into t (a,h) values (0,2),(9,8)",
-        L{"  PRIMARY KEY (a)", "  PRIMARY KEY (a), check (h > 5)"}, "select a,h from t order by a", "");
-    row("the server wants keys", int(MySql9Only),
+        {"  PRIMARY KEY (a)", "  PRIMARY KEY (a), check (h > 5)"}, "select a,h from t order by a", "");
+    row("the server wants keys", MySql9Only,
         "create table t (a int primary key, b int); insert into t values (1,1); "
         "set global sql_require_primary_key=1",
-        L{"  b int", "  b bigint"}, "select * from t", "1\t1\n");
-    row("refused: the server wants keys, and there is none", int(MySql9Only),
+        {"  b int", "  b bigint"}, "select * from t", "1\t1\n");
+    row("refused: the server wants keys, and there is none", MySql9Only,
         "create table t (a int, b int); insert into t values (1,1); set global sql_require_primary_key=1",
-        L{"  b int", "  b bigint"}, "select * from t", "");
+        {"  b int", "  b bigint"}, "select * from t", "");
     // What cannot be rebuilt is told before anything is touched.
-    row("history", int(MariaDbOnly), "create table t (a int) with system versioning", L{}, "select * from t",
+    row("history", MariaDbOnly, "create table t (a int) with system versioning", {}, "select * from t",
         "!SYSTEM VERSIONING");
-    row("sequence", int(MariaDbOnly), "create sequence t", L{}, "select * from t", "!別の場所");
-    row("rows of other tables", everywhere,
+    row("sequence", MariaDbOnly, "create sequence t", {}, "select * from t", "!別の場所");
+    row("rows of other tables", Everywhere,
         "create table p (a int) engine=myisam; insert into p values (1); "
         "create table t (a int) engine=merge union=(p) insert_method=last",
-        L{}, "select * from t", "!別の場所");
-    row("rows of another server", int(MySqlOnly),
-        "create table t (a int) engine=federated connection='mysql://u@127.0.0.1:1/d/t'", L{}, "select 1",
+        {}, "select * from t", "!別の場所");
+    row("rows of another server", MySqlOnly,
+        "create table t (a int) engine=federated connection='mysql://u@127.0.0.1:1/d/t'", {}, "select 1",
         "!別の場所");
     const QString parent = "create table t (a int primary key, b int) engine=innodb; "
                            "create table child (a int, foreign key (a) references t (a)) engine=innodb";
-    row("name of a parent", everywhere, parent, L{"TABLE t", "TABLE u"}, "select * from t", "!`child`");
-    row("column that others refer to", everywhere, parent, L{"  a int", "  x int", "(a)", "(x)"},
+    row("name of a parent", Everywhere, parent, {"TABLE t", "TABLE u"}, "select * from t", "!`child`");
+    row("column that others refer to", Everywhere, parent, {"  a int", "  x int", "(a)", "(x)"},
         "select * from t", "!`child`");
-    row("typing error", everywhere, "create table t (a int); insert into t values (1)",
-        L{"  a int", "  a nint"}, "select * from t", "!" + failed);
+    row("typing error", Everywhere, "create table t (a int); insert into t values (1)",
+        {"  a int", "  a nint"}, "select * from t", "!" + failed);
 }
 
 void TableChangeServerTest::rowsSurvive()
 {
-    QFETCH(int, known);
-    QFETCH(QString, setup);
-    QFETCH(L, edit);
-    QFETCH(QString, query);
-    QFETCH(QString, rows);
+    auto [known, setup, edit, query, rows] = fetched<int, QString, L, QString, QString>();
     if (!isKnown(known, m_brand))
         return;
     sql(setup);
@@ -225,9 +217,7 @@ void TableChangeServerTest::rowsSurvive()
 
 void TableChangeServerTest::triggersSurvive_data()
 {
-    QTest::addColumn<QString>("from");
-    QTest::addColumn<QString>("to");
-    QTest::addColumn<QString>("table");
+    const Rows<QString, QString, QString> row;
     row("change", "a int", "a bigint", "t");
     row("new name", "TABLE t", "TABLE u", "u");
     row("recovery", "a int", "a int default 'x' primary key", "t");
@@ -235,9 +225,7 @@ void TableChangeServerTest::triggersSurvive_data()
 
 void TableChangeServerTest::triggersSurvive()
 {
-    QFETCH(QString, from);
-    QFETCH(QString, to);
-    QFETCH(QString, table);
+    const auto [from, to, table] = fetched<QString, QString, QString>();
     sql("create table t_ (a int); create table tx (a int); create table t (a int, b int); "
         "insert into t values (1,1);\n"
         "create trigger other before insert on tx for each row set NEW.a=1;\n"
@@ -265,20 +253,12 @@ void TableChangeServerTest::aTriggerThatNoLongerCompilesIsNamedBefore()
     sql("create table t (a int, b int, c int); "
         "create trigger old before insert on t for each row set NEW.b=NEW.c; alter table t drop c");
     const QString before = all("select * from t");
-    struct Refusing : AgreeingDialogue {
-        bool confirm(const QString &question, Icon icon) override
-        {
-            asked << question;
-            return AgreeingDialogue::confirm(question, icon) && !question.contains("old");
-        }
-        QStringList asked;
-    } user;
-    RealStage stage(*m_server, nativeDriverName(), "店");
-    stage.clickTable("t");
-    CommandContext context{stage.session, stage.selection, user};
-    changeTable(context);
-    QCOMPARE(user.asked.size(), 2);
-    QCOMPARE(user.told, L());
+    RealStage user(*m_server, nativeDriverName(), "店");
+    user.clickTable("t");
+    user.dialogue.mostAgreed = 1;
+    user.run(changeTable);
+    QVERIFY(user.dialogue.questions == 2 && user.dialogue.lastQuestion.contains("old"));
+    QCOMPARE(user.told(), "");
     QCOMPARE(all("select * from t"), before);
 }
 

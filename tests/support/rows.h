@@ -10,6 +10,33 @@ void row(const char *name, const Values &...values)
     (void(data << values), ...);
 }
 
+// The columns of Rows; Qt keeps the pointers.
+inline constexpr const char *rowColumns[] = {"0", "1", "2", "3", "4", "5", "6", "7", "8", "9"};
+
+// The table of a test, made in its data function:
+//     const Rows<QString, bool> row;
+//     row("a name", "text", true);
+// and taken by the test itself:
+//     const auto [text, isSo] = fetched<QString, bool>();
+template <class... Values>
+class Rows {
+public:
+    Rows()
+    {
+        const auto *column = rowColumns;
+        (void(QTest::addColumn<Values>(*column++)), ...);
+    }
+    void operator()(const char *name, const Values &...values) const { ::row(name, values...); }
+};
+
+template <class... Values>
+std::tuple<Values...> fetched()
+{
+    // In braces, so that they are taken in their order.
+    auto next = [column = rowColumns]() mutable { return *column++; };
+    return std::tuple<Values...>{*static_cast<Values *>(QTest::qData(next(), qMetaTypeId<Values>()))...};
+}
+
 // The rows "built in" and "odbc" of tests that both kinds of connection have to pass. Called in
 // initTestCase_data(), for every test of a class.
 inline void addBothConnections()

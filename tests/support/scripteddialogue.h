@@ -4,8 +4,9 @@
 
 #include <deque>
 
-// Answers a command's questions from a list and fails the test on a question that is not the next one
-// expected, and on answers that nobody asked for. No box is ever shown, so nothing can hang.
+// A user before a command. Answers its questions from a list and fails the test on a question that is not the
+// next one expected, and on answers that nobody asked for; or agrees to everything and keeps what was said,
+// for words of the system or the server. No box is ever shown, so nothing can hang.
 class ScriptedDialogue : public Dialogue {
 public:
     ~ScriptedDialogue() override; // fails the test when something expected did not come
@@ -28,42 +29,62 @@ public:
         expect({.line = "folder: " + title, .folder = answer});
     }
     void expectBackups(const RestoreChoice &answer) { expect({.line = "backups", .backups = answer}); }
+    // A question that is agreed to, and the end that it comes to.
+    void expectDone(const QString &question, const QString &end, Icon icon = Icon::Information)
+    {
+        expectConfirm(question, icon, true);
+        expectInform(end);
+    }
+    void expectFailure(const QString &question, const QString &end, Icon icon = Icon::Information)
+    {
+        expectConfirm(question, icon, true);
+        expectRefuse(end);
+    }
+
+    // How one behaves who agrees to everything.
+    bool agrees = false;
+    int mostAgreed = 1000; // questions
+    int chosen = 1;        // among the choices of a question
+    RestoreChoice choice;
+    PendingAnswer::Action pendingAction = PendingAnswer::Action::Later; // at first, then later
+    // What was said to him.
+    int questions = 0;
+    QString lastQuestion;
+    QStringList told;
+    std::vector<PendingChange> pending;
+    bool isCritical = false;
 
     bool confirm(const QString &question, Icon icon) override
     {
-        return take(line("confirm", question, icon)).answer;
+        return agrees ? isAgreed(question) : take(line("confirm", question, icon)).answer;
     }
-    bool ask(const QString &question) override { return take("ask: " + question).answer; }
-    int choose(const QString &question, const QStringList &choices) override
+    bool ask(const QString &question) override
     {
-        return take("choose(" + choices.join('|') + "): " + question).choice;
+        return agrees ? isAgreed(question) : take("ask: " + question).answer;
     }
-    void tell(const QString &text, Icon icon) override { take(line("tell", text, icon)); }
-    QString chooseFolder(const QString &title, const QString &start) override
+    int choose(const QString &question, const QStringList &choices) override;
+    void tell(const QString &text, Icon icon) override;
+    QString chooseFolder(const QString &title, const QString &) override
     {
-        startFolder = start;
-        return take("folder: " + title).folder;
+        return agrees ? choice.folder : take("folder: " + title).folder;
     }
-    RestoreChoice chooseBackups() override { return take("backups").backups; }
-    PendingAnswer askPending(const std::vector<PendingChange> &) override
+    RestoreChoice chooseBackups() override { return agrees ? choice : take("backups").backups; }
+    PendingAnswer askPending(const std::vector<PendingChange> &changes) override;
+    void progress(int total, int current) override
     {
-        take("pending");
-        return {};
+        progresses << QStringLiteral("%1/%2").arg(current).arg(total);
     }
-    void progress(int total, int current) override;
     void progressBar(double fraction) override { bars << fraction; }
-    QString target() const override { return m_target; }
-    void setTarget(const QString &name) override;
+    QString target() const override { return targets.value(targets.size() - 1); }
+    void setTarget(const QString &name) override { targets << name; }
     void setLastError(const QString &description, bool withTip) override;
-    void setBusy(bool isBusy) override { busyDepth += isBusy ? 1 : -1; }
+    void setBusy(bool isBusy) override { m_busyDepth += isBusy ? 1 : -1; }
     void refresh() override { ++refreshes; }
 
-    QStringList log;     // everything that happened, one line each: "confirm: ...", "progress: 1/3", ...
     QStringList targets; // every text that setTarget() was given
     QStringList progresses;
     QList<double> bars;
-    QString lastError, lastTip, startFolder;
-    int busyDepth = 0;
+    QString lastError, lastTip;
     int refreshes = 0;
 
 private:
@@ -80,7 +101,8 @@ private:
     }
     void expect(Expected expected) { m_expected.push_back(std::move(expected)); }
     Expected take(const QString &line);
+    bool isAgreed(const QString &question);
 
     std::deque<Expected> m_expected;
-    QString m_target;
+    int m_busyDepth = 0;
 };

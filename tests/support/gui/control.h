@@ -1,5 +1,6 @@
 #pragma once
 
+#include <QTest>
 #include <QWidget>
 
 // The control of that object name; a window without it ends the test.
@@ -10,4 +11,13 @@ Control &control(const QWidget &window, const char *name)
     if (!found)
         qFatal("no control %s", name);
     return *found;
+}
+
+// The user goes from another window of the program to this one.
+inline void goTo(QWidget &window)
+{
+    window.show();
+    window.activateWindow();
+    QVERIFY(QTest::qWaitForWindowActive(&window));
+    QCoreApplication::processEvents();
 }

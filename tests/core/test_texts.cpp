@@ -1,8 +1,13 @@
+#include "core/sql/failure.h"
 #include "core/sql/format.h"
 #include "core/sql/lexer.h"
 #include "core/sql/passwords.h"
 #include "core/sql/splitter.h"
+#include "core/sql/statements.h"
+#include "core/sql/stringbuffer.h"
 #include "support/rows.h"
+
+#include <QTest>
 
 namespace {
 
@@ -40,7 +45,8 @@ QStringList pieces(const std::string &script, std::size_t bytesAtOnce, SqlMode m
 
 } // namespace
 
-class LexerTest : public QObject {
+// Rules about text.
+class TextsTest : public QObject {
     Q_OBJECT
 
 private Q_SLOTS:
@@ -52,15 +58,17 @@ private Q_SLOTS:
     void statementsAreLaidOut();
     void secretsAreMasked_data();
     void secretsAreMasked();
+    void viewsAreLaidOut();
+    void createTextsAreQualified();
+    void growthFollowsTheRule();
 };
 
-void LexerTest::textsAreTakenApart_data()
+void TextsTest::textsAreTakenApart_data()
 {
-    QTest::addColumn<QString>("text");
-    QTest::addColumn<QString>("tokens");
-    QTest::addColumn<QString>("otherTokens"); // under ANSI_QUOTES and NO_BACKSLASH_ESCAPES
-    const auto same = [](const char *name, const char *text, const char *tokens) {
-        row(name, QString(text), QString(tokens), QString(tokens));
+    // The tokens, and those under ANSI_QUOTES and NO_BACKSLASH_ESCAPES.
+    const Rows<QString, QString, QString> row;
+    const auto same = [&row](const char *name, const char *text, const char *tokens) {
+        row(name, text, tokens, tokens);
     };
     same("words and signs", "a<=>b:=`c d`->>@@x_$1;", "Wa|S<=>|Wb|S:=|A`c d`|S->>|S@|S@|Wx_$1|S;|");
     same("beyond ASCII", "表 é\xE3\x80\x80x", "W表|B |Wé\xE3\x80\x80x|");
@@ -78,18 +86,17 @@ void LexerTest::textsAreTakenApart_data()
     row("double quotes", QString("\"a\"\"b\""), QString("T\"a\"\"b\"|"), QString("A\"a\"\"b\"|"));
 }
 
-void LexerTest::textsAreTakenApart()
+void TextsTest::textsAreTakenApart()
 {
-    QFETCH(QString, text);
-    QTEST(takenApart(text, {}), "tokens");
-    QTEST(takenApart(text, {.hasAnsiQuotes = true, .hasPlainBackslashes = true}), "otherTokens");
+    const auto [text, tokens, otherTokens] = fetched<QString, QString, QString>();
+    QCOMPARE(takenApart(text, {}), tokens);
+    QCOMPARE(takenApart(text, {.hasAnsiQuotes = true, .hasPlainBackslashes = true}), otherTokens);
 }
 
-void LexerTest::scriptsAreSplit_data()
+void TextsTest::scriptsAreSplit_data()
 {
-    QTest::addColumn<QStringList>("pieces");
-    QTest::addColumn<bool>("isOther"); // ANSI_QUOTES and NO_BACKSLASH_ESCAPES
-    const auto as = [](const char *script, const QStringList &pieces, bool isOther = false) {
+    const Rows<QStringList, bool> row; // the second: under ANSI_QUOTES and NO_BACKSLASH_ESCAPES
+    const auto as = [&row](const char *script, const QStringList &pieces, bool isOther = false) {
         row(script, pieces, isOther);
     };
     as("", {});
@@ -110,19 +117,19 @@ void LexerTest::scriptsAreSplit_data()
 }
 
 // Whatever the size of the pieces that the script comes in.
-void LexerTest::scriptsAreSplit()
+void TextsTest::scriptsAreSplit()
 {
-    QFETCH(bool, isOther);
+    const auto [found, isOther] = fetched<QStringList, bool>();
     const std::string script = QTest::currentDataTag();
     const SqlMode mode{.hasAnsiQuotes = isOther, .hasPlainBackslashes = isOther};
     for (std::size_t size = 1; size < 60; size += 3)
-        QTEST(pieces(script, size, mode), "pieces");
+        QCOMPARE(pieces(script, size, mode), found);
 }
 
-void LexerTest::statementsAreLaidOut_data()
+void TextsTest::statementsAreLaidOut_data()
 {
-    QTest::addColumn<QByteArray>("formatted"); // with keywords in capital letters
-    const auto as = [](const char *script, const char *formatted) { row(script, QByteArray(formatted)); };
+    const Rows<QByteArray> row; // laid out, with keywords in capital letters
+    const auto as = [&row](const char *script, const char *formatted) { row(script, formatted); };
     as("select a,b from t where a=1 and b between 2 and 3 or c",
        "SELECT a, b\nFROM t\nWHERE a=1\n    AND b BETWEEN 2 AND 3\n    OR c");
     as("select  x.`from`, @set from t inner join u on t.a = u.a group  by a -- c\n order by 1",
@@ -139,20 +146,20 @@ void LexerTest::statementsAreLaidOut_data()
     as("select 'a", "select 'a");
 }
 
-void LexerTest::statementsAreLaidOut()
+void TextsTest::statementsAreLaidOut()
 {
     const QByteArray script = QTest::currentDataTag();
+    const auto [expected] = fetched<QByteArray>();
     const QByteArray formatted = formattedSql(script, {}, KeywordCase::Upper);
-    QTEST(formatted, "formatted");
+    QCOMPARE(formatted, expected);
     QCOMPARE(formattedSql(formatted, {}, KeywordCase::AsIs), formatted);
     QVERIFY(haveSameTokens(script, formatted, {}, true));
 }
 
-void LexerTest::secretsAreMasked_data()
+void TextsTest::secretsAreMasked_data()
 {
-    QTest::addColumn<QString>("text");
-    QTest::addColumn<QString>("shown");
-    const auto as = [](const char *text, const char *shown) { row(text, QString(text), QString(shown)); };
+    const Rows<QString, QString> row;
+    const auto as = [&row](const char *text, const char *shown) { row(text, text, shown); };
     // Nothing to hide.
     as("select 'a' -- b", "select 'a' -- b");
     // Surely read: what is quoted goes, the rest stays.
@@ -188,10 +195,9 @@ void LexerTest::secretsAreMasked_data()
     as("insert into `mysql`.`user` values ('%','u','*ABC')", "insert ***");
 }
 
-void LexerTest::secretsAreMasked()
+void TextsTest::secretsAreMasked()
 {
-    QFETCH(QString, text);
-    QFETCH(QString, shown);
+    const auto [text, shown] = fetched<QString, QString>();
     QCOMPARE(maskedPasswords(text), shown);
     QCOMPARE(maskedPasswords(shown), shown);
     QCOMPARE(holdsPassword(text), text != shown);
@@ -200,5 +206,68 @@ void LexerTest::secretsAreMasked()
     QVERIFY(!maskedPasswords(longer).contains("geheim"));
 }
 
-QTEST_APPLESS_MAIN(LexerTest)
-#include "test_lexer.moc"
+void TextsTest::viewsAreLaidOut()
+{
+    const auto shown = [](const char *server) { return shownCreateText("View", server); };
+    QCOMPARE(
+        shown("CREATE ALGORITHM=UNDEFINED DEFINER=`root`@`%` SQL SECURITY DEFINER VIEW `d`.`v` AS select "
+              "`t`.`a` AS `a`,`t`.`b` AS `b` from `t` where (`t`.`a` > 1)"),
+        "CREATE VIEW d.v AS \r\nselect t.a AS a,\r\n\tt.b AS b \r\n from t \r\n where (t.a > 1)");
+    // The first "and" and the first "or" only; a string is laid out as well.
+    QCOMPARE(shown("create view v as select ' , ' FROM t WHERE 1 and 2 and 3 or 4 or 5"),
+             "CREATE VIEW v as \r\nselect ' ,\r\n\t ' \r\n FROM t \r\n WHERE 1 \r\n   and 2 and 3 \r\n    or "
+             "4 or 5");
+    QCOMPARE(shown("CREATE VIEW `v` AS (select 1)"), "CREATE VIEW CREATE VIEW v AS \r\n(select 1)");
+    QCOMPARE(shown(""), "CREATE VIEW ");
+}
+
+void TextsTest::createTextsAreQualified()
+{
+    QCOMPARE(qualifiedCreateText("  create table\r\nT (t int) ", "d", "t"),
+             "create table\r\r\n`d`.t (t int)");
+    QCOMPARE(qualifiedCreateText("CREATE TABLE `t`(a int)", "d", "`t`"), "CREATE TABLE  `d`.`t`(a int)");
+    QCOMPARE(qualifiedCreateText("CREATE TABLE x (a int)", "d", "t"), "CREATE TABLE  x (a in`d`.t)");
+    QVERIFY_THROWS_EXCEPTION(Failure, cutAtLastComma(QString()));
+}
+
+void TextsTest::growthFollowsTheRule()
+{
+    StringBuffer buffer;
+    buffer.Init(-5);
+    QCOMPARE(buffer.Capacity(), 128);
+    QString expected;
+    const auto append = [&](int length) {
+        // Characters of two, three and (as a pair) four bytes: it is characters that count.
+        const QString text = QStringLiteral("é表ｱ").repeated(length).left(length);
+        buffer.Append(text);
+        expected += text;
+        return buffer.Capacity();
+    };
+    QCOMPARE(append(128), 128);
+    QCOMPARE(append(172), 384); // two whole steps, which become the step
+    QCOMPARE(append(100), 640);
+    QCOMPARE(append(240), 640);
+    QCOMPARE(buffer.length(), 640);
+    QCOMPARE(buffer.ToString(), expected);
+    buffer.Clear();
+    QCOMPARE(buffer.Capacity(), 0);
+    buffer.appendUtf8("y");
+    QCOMPARE(buffer.Capacity(), 256);
+    QCOMPARE(buffer.Text(), "y");
+    // A replaced text has no spare room; a pair counts as two.
+    buffer.Text("😀");
+    QCOMPARE(buffer.Capacity(), 2);
+    QCOMPARE(buffer.step(), 256);
+    // An exact multiple takes one step more.
+    buffer.Init(10);
+    buffer.Append(QString(20, u'x'));
+    QCOMPARE(buffer.Capacity(), 30);
+    // A capacity beyond 32 bits is refused.
+    buffer.Init(2147483600);
+    buffer.Text(QString(300, u'x'));
+    QVERIFY_THROWS_EXCEPTION(Failure, buffer.appendUtf8("y"));
+    QCOMPARE(buffer.Text(), QString(300, u'x'));
+}
+
+QTEST_APPLESS_MAIN(TextsTest)
+#include "test_texts.moc"

@@ -1,13 +1,20 @@
 #include "connectiontests.h"
+#include "core/driver/native/nativeoptions.h"
 #include "core/driver/odbc/odbcdriver.h"
 #include "core/driver/odbc/statementkind.h"
 #include "core/driver/workerconnection.h"
+#include "support/files.h"
 
-class OdbcTest : public QObject {
+// What is the one driver's alone.
+class DriversTest : public QObject {
     Q_OBJECT
 
 private Q_SLOTS:
     void initTestCase();
+    void connectionStringsAreTakenApart();
+    void localhostIsReachedByTcp();
+    void statementsAreSentAsComposed();
+    void memoryDoesNotGrowWithTheResult();
     void unreadRowsDoNotEndTheProgram_data();
     void unreadRowsDoNotEndTheProgram();
     void dangerousKindsAreKnown();
@@ -22,17 +29,17 @@ private:
     BlockingPump m_pump;
 };
 
-void OdbcTest::initTestCase()
+void DriversTest::initTestCase()
 {
-    m_server.run(
-        QStringLiteral("create database d; create database `e``e`; create table d.t (a int) engine=myisam; "
-                       "create table d.p (a int) engine=myisam partition by hash (a) partitions 2; "
-                       "insert into d.t values (1)"));
+    m_server.run(QStringLiteral("create database d; create database `e``e`; create database `だ`; create "
+                                "table d.t (a int) engine=myisam; "
+                                "create table d.p (a int) engine=myisam partition by hash (a) partitions 2; "
+                                "insert into d.t values (1)"));
 }
 
-void OdbcTest::unreadRowsDoNotEndTheProgram_data()
+void DriversTest::unreadRowsDoNotEndTheProgram_data()
 {
-    QTest::addColumn<QString>("statement");
+    const Rows<QString> row;
     for (const char *statement :
          {"OPTIMIZE TABLE d.t", "VALUES (1), (2)", "XA RECOVER", "LOAD INDEX INTO CACHE d.t",
           "ALTER TABLE d.p OPTIMIZE PARTITION p0", "/*! SELECT 1 */", "/* c */ optimize table d.t",
@@ -40,9 +47,9 @@ void OdbcTest::unreadRowsDoNotEndTheProgram_data()
         row(statement, statement);
 }
 
-void OdbcTest::unreadRowsDoNotEndTheProgram()
+void DriversTest::unreadRowsDoNotEndTheProgram()
 {
-    QFETCH(QString, statement);
+    const auto [statement] = fetched<QString>();
     const QString string = m_server.odbcString(QStringLiteral("d"));
     const auto open = std::make_unique<WorkerConnection>(
         string, [=] { return std::make_unique<OdbcDriver>(string, OdbcDriver::Library::Never); }, m_pump);
@@ -62,7 +69,7 @@ void OdbcTest::unreadRowsDoNotEndTheProgram()
     QCOMPARE(valueOf(*open, "if 1 then select 2; select 3; end if"), "2");
 }
 
-void OdbcTest::whatTheDriverCannotRunGoesPastIt()
+void DriversTest::whatTheDriverCannotRunGoesPastIt()
 {
     QFETCH(TestServer::Brand, brand);
     SKIP_WITHOUT(brand);
@@ -100,7 +107,7 @@ void OdbcTest::whatTheDriverCannotRunGoesPastIt()
     QCOMPARE(valueOf(*open, "select 'end'"), "end");
 }
 
-void OdbcTest::dangerousKindsAreKnown()
+void DriversTest::dangerousKindsAreKnown()
 {
     // What keeps the session's variables, temporary tables and locks must not be taken for dangerous.
     for (const char *statement :
@@ -116,7 +123,7 @@ void OdbcTest::dangerousKindsAreKnown()
         QVERIFY2(StatementKind::mayLeaveRowsUnread(statement), statement);
 }
 
-void OdbcTest::theServerIsNamedInTheCompletedString()
+void DriversTest::theServerIsNamedInTheCompletedString()
 {
     const QString odbc = m_server.odbcString(), builtIn = m_server.nativeString({}, "localhost");
     for (const auto &[given, completed] : {std::pair<QString, QString>{odbc, odbc + ";SERVER=127.0.0.1"},
@@ -129,5 +136,57 @@ void OdbcTest::theServerIsNamedInTheCompletedString()
     }
 }
 
-QTEST_GUILESS_MAIN(OdbcTest)
-#include "test_odbc.moc"
+void DriversTest::connectionStringsAreTakenApart()
+{
+    const NativeOptions options = NativeOptions::parse(
+        "DRIVER={x (y)}; Server = h ;User={a;b}}c}x;Password=p=q;;PORT=1234;SSLCA=/ca;forcetls=1;"
+        "Database={never closed;uid=u");
+    QCOMPARE((QByteArrayList{options.host, options.user, options.password, options.database}),
+             (QByteArrayList{"h", "a;b}c", "p=q", "never closed;uid=u"}));
+    QCOMPARE(options.port, 1234U);
+    QVERIFY(options.tls.mode == TlsMode::Required && options.tls.authority == u"/ca");
+    for (const char *text : {"port=", "port=33x", "port=0", "port=65536", "port=-1", "option=3", "=x"})
+        QVERIFY_THROWS_EXCEPTION(Failure, NativeOptions::parse(QLatin1String(text)));
+}
+
+void DriversTest::localhostIsReachedByTcp()
+{
+    // The socket's path is known to the library by MYSQL_UNIX_PORT; only TCP connections have a port at their
+    // side.
+    const auto open = connected(m_server.nativeString({}, QStringLiteral("localhost")), m_pump);
+    const QString client =
+        valueOf(*open, "select host from information_schema.processlist where id = connection_id()");
+    QVERIFY2(client.contains(u':'), qPrintable(client));
+    const QString withTls = m_server.nativeString() + QStringLiteral(";forcetls=1");
+    QVERIFY(errorOf([&] { connected(withTls, m_pump); }).description().contains(u"TLS"));
+}
+
+void DriversTest::statementsAreSentAsComposed()
+{
+    const auto open = connected(m_server.nativeString(QStringLiteral("だ")), m_pump);
+    QCOMPARE(valueOf(*open, "select database()"), "だ");
+    m_server.takeStatements();
+    // The server's log leaves out blanks and ";" at the ends.
+    const QStringList statements{"show  full fields from `d`.u", "select 'é漢😀'\r\n-- end",
+                                 "set  @a = '\\\\'"};
+    errorOf([&] { open->execute(statements[0]); }); // logged all the same
+    open->execute(statements[1]);
+    open->execute(statements[2]);
+    QCOMPARE(m_server.takeStatements(), statements);
+    QCOMPARE(errorOf([&] { open->execute("select 1; select 2"); }).number(), 1064);
+}
+
+void DriversTest::memoryDoesNotGrowWithTheResult()
+{
+    const auto resident = [] { return readFile("/proc/self/statm").split(' ').value(1).toLongLong() * 4096; };
+    const auto open = connected(m_server.nativeString(QStringLiteral("だ")), m_pump);
+    RecordSet rows = open->execute("select seq, repeat('x', 1000) from seq_1_to_100000");
+    const qint64 before = resident();
+    QVERIFY(before > 0);
+    for (int row = 0; !rows.isEof(); rows.moveNext(), ++row)
+        if (row % 20000 == 0)
+            QVERIFY(resident() - before < 10 * 1024 * 1024);
+}
+
+QTEST_GUILESS_MAIN(DriversTest)
+#include "test_drivers.moc"
