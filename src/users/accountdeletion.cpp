@@ -63,8 +63,8 @@ void deleteRows(Session &session, const QString &from)
 void removeAccount(Session &session, const AccountForm &form)
 {
     for (const QString &item : form.tables) {
-        const QStringList pieces = item.split(u'\t');
-        sendAndFlush(session, deleteTableRow(form.account, pieces.value(0), pieces.value(1)));
+        sendAndFlush(session,
+                     deleteTableRow(form.account, item.section(u'\t', 0, 0), item.section(u'\t', 1)));
     }
     for (const QString &database : form.databases)
         sendAndFlush(session, deleteDatabaseRow(form.account, database));

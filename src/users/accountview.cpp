@@ -127,9 +127,9 @@ void AccountView::lstUser_Click()
     const QString item = textOf(*c.lstUser);
     if (item == newAccount)
         return showNewAccount();
-    const QStringList pieces = item.split(u'\t');
-    if (pieces.size() > 1)
-        showAccount({pieces[0], pieces[1]});
+    // A user's name may hold a tab, a host's none.
+    if (const qsizetype tab = item.indexOf(u'\t'); tab >= 0)
+        showAccount({item.left(tab), item.mid(tab + 1)});
 }
 
 void AccountView::showNewAccount()
@@ -225,15 +225,17 @@ void AccountView::cboAddDB_Click()
 
 void AccountView::lstTable_Click()
 {
-    const QStringList pieces = textOf(*c.lstTable).split(u'\t');
-    if (pieces.size() < 2)
+    const QString item = textOf(*c.lstTable);
+    const qsizetype tab = item.indexOf(u'\t');
+    if (tab < 0)
         return;
-    c.lblTableNameDB->setText(pieces[0]);
-    c.lblTableName->setText(pieces[1]);
-    trap([&] { show(c.ckTablePrivType, readTableRights(m_session, account(), pieces[0], pieces[1])); });
-    setText(*c.cboAddDB, pieces[0]);
+    const QString database = item.left(tab), table = item.mid(tab + 1);
+    c.lblTableNameDB->setText(database);
+    c.lblTableName->setText(table);
+    trap([&] { show(c.ckTablePrivType, readTableRights(m_session, account(), database, table)); });
+    setText(*c.cboAddDB, database);
     cboAddDB_Click();
-    setText(*c.lstAddTable, pieces[1]);
+    setText(*c.lstAddTable, table);
 }
 
 void AccountView::chooseDatabase(const QString &database)
