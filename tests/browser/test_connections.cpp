@@ -1,7 +1,8 @@
+#include "browser/frmTarnwell.h"
 #include "connections/connectionstore.h"
 #include "core/session/lastingconnection.h"
 #include "support/files.h"
-#include "windowstage.h"
+#include "support/gui/stage.h"
 
 #include <QComboBox>
 #include <QMenuBar>
@@ -43,7 +44,7 @@ private:
 void ConnectionsTest::aNewConnectionIsMadeKeptAndUsed()
 {
     WindowStage stage;
-    frmTarnwell &window = stage.mainWindow();
+    QWidget &window = stage.open(new frmTarnwell(stage.session));
     stage.boxes.expectDialog("connectionsWindow", [&](QDialog &dialog) {
         control<QAbstractButton>(dialog, "newConnection").click();
         type(dialog, "connectionName", "倉庫");
@@ -84,7 +85,7 @@ void ConnectionsTest::whatIsTypedTakesTheMarksOfItsServer()
 {
     WindowStage stage;
     const ConnectionProfile profile = saved(stage, "店", PasswordKeeping::Ask);
-    frmTarnwell &window = stage.mainWindow();
+    QWidget &window = stage.open(new frmTarnwell(stage.session));
     control<QComboBox>(window, "cboDrivers").setCurrentText(profile.driver());
     stage.boxes.expectDialog("passwordQuestion", [](QDialog &dialog) {
         type(dialog, "passwordAnswer", "asked");
@@ -105,7 +106,7 @@ void ConnectionsTest::productionAsksOnceMore()
 {
     WindowStage stage;
     const ConnectionProfile profile = saved(stage, "店", PasswordKeeping::File, Environment::Production);
-    frmTarnwell &window = stage.mainWindow();
+    QWidget &window = stage.open(new frmTarnwell(stage.session));
     const QString caption = window.windowTitle();
     control<QComboBox>(window, "cboDrivers").setCurrentText(profile.driver());
     stage.connect("db1");
@@ -129,7 +130,7 @@ void ConnectionsTest::aReadOnlyConnectionTurnsWritingOff()
     stage.session.connectBy(
         lasting([&](const QString &string, Pump &) { return stage.script.factory()(string); }), stage.pump);
     const ConnectionProfile profile = saved(stage, "店", PasswordKeeping::File, Environment::None, true);
-    frmTarnwell &window = stage.mainWindow();
+    QWidget &window = stage.open(new frmTarnwell(stage.session));
     control<QComboBox>(window, "cboDrivers").setCurrentText(profile.driver());
     stage.connect("db1");
     QVERIFY(stage.script.sent.contains("SET SESSION TRANSACTION READ ONLY"));

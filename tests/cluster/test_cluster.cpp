@@ -2,9 +2,9 @@
 #include "core/command/serverrole.h"
 #include "maintenance/tablebatches.h"
 #include "maintenance/tablechange/tablechange.h"
-#include "stage.h"
 #include "support/balancer.h"
 #include "support/cuttingproxy.h"
+#include "support/gui/stage.h"
 #include "support/testcluster.h"
 #include "users/accountcommands.h"
 

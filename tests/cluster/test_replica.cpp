@@ -1,6 +1,6 @@
 #include "browser/frmTarnwell.h"
-#include "stage.h"
 #include "support/gui/boxes.h"
+#include "support/gui/stage.h"
 #include "support/rows.h"
 #include "support/testreplica.h"
 

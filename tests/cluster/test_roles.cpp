@@ -1,7 +1,7 @@
 #include "core/command/doubt.h"
 #include "core/command/writing.h"
 #include "core/driver/connect.h"
-#include "stage.h"
+#include "support/gui/stage.h"
 
 // What a server is among others, read from real ones.
 class RolesTest : public QObject {

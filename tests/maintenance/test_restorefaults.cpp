@@ -172,8 +172,8 @@ void RestoreFaultsTest::noRowIsLost()
         const QString told = restoreWith(trouble);
         const QByteArray where = QStringLiteral("%1 \"%2\": %3").arg(at).arg(whole[at], told).toUtf8();
         const QString rows = sql("SHOW TABLES LIKE 't'").isEmpty() ? QString() : rowsOf("t");
-        if (!m_isFailure) { // only the settings were not put back
-            QVERIFY2(rows == savedRows && at > count - 4, where);
+        if (!m_isFailure) { // only the settings were not put back, or the cluster's variables not told
+            QVERIFY2(rows == savedRows && (at > count - 4 || whole[at].startsWith("show global")), where);
             continue;
         }
         const QString aside = sql("SHOW TABLES LIKE 't\\_old\\_%'");

@@ -18,6 +18,10 @@ const QString moreVariables = "select @@session.sql_select_limit, @@session.auto
 const QString set = "set session sql_mode='STRICT,NO_AUTO_VALUE_ON_ZERO,ALLOW_INVALID_DATES', "
                     "foreign_key_checks=0, sql_select_limit=18446744073709551615";
 const QString place = "select concat_ws(' ',@@server_id,@@hostname,@@port,@@datadir)";
+const QString cluster =
+    "show global variables where Variable_name in ('read_only', 'super_read_only', 'innodb_read_only', "
+    "'wsrep_on', 'wsrep_provider', 'wsrep_cluster_name', 'group_replication_group_name', "
+    "'group_replication_single_primary_mode')";
 const QString kind = "SELECT TABLE_TYPE, ENGINE FROM information_schema.TABLES WHERE TABLE_SCHEMA='d' AND "
                      "TABLE_NAME='t'";
 const QString children = "SELECT CONSTRAINT_SCHEMA, TABLE_NAME, CONSTRAINT_NAME FROM "
@@ -41,10 +45,10 @@ const QString fill = "insert into `d`.t(b,a\r\n) select b,a\r\n from COPY";
 const QString count = "select 1 from dual where (select count(*) from `d`.t) >= (select count(*) from COPY)";
 const QString dropCopy = "drop table COPY";
 const QString putBack = "set session sql_mode='STRICT', foreign_key_checks=1, sql_select_limit=1000";
-const L forward{kindTest, variables, database, useIt,    moreVariables, set,        place, kind,
-                children, words,     fields,   triggers, prepare,       deallocate, copy,  lock,
-                kindTest, sumOld,    sumCopy,  dropOld,  unlock,        create,     lock,  fields,
-                fill,     count,     unlock,   dropCopy, putBack};
+const L forward{kindTest, variables, database, useIt,   moreVariables, set,     place,      cluster,
+                kind,     children,  words,    fields,  triggers,      prepare, deallocate, copy,
+                lock,     kindTest,  sumOld,   sumCopy, dropOld,       unlock,  create,     lock,
+                fields,   fill,      count,    unlock,  dropCopy,      putBack};
 
 const QString question = "tﾃｰﾌﾞﾙを変更します。";
 const QString changed = "変更しました。";
