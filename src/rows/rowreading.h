@@ -1,0 +1,21 @@
+#pragma once
+
+#include "core/connection.h"
+#include "rows/rowchange.h"
+
+// Reading single rows again, by their keys.
+
+// A condition that finds the row as its key tells it from others, also where the server has put the value
+// into its own form.
+QString keyCondition(const TableShape &table, const std::vector<RowValue> &values);
+// The rows of a SELECT over all columns of the table. `tail` begins behind its FROM.
+std::vector<std::vector<RowValue>> selectRows(Connection &connection, const TableShape &table,
+                                              const QString &tail);
+// The same with FLOATs in all their digits.
+std::vector<std::vector<RowValue>> selectExactRows(Connection &connection, const TableShape &table,
+                                                   const QString &tail);
+// Those of the rows that exist, by the bytes of their key. A few statements for any number of them.
+std::map<QByteArray, std::vector<RowValue>> rowsByKey(Connection &connection, const TableShape &table,
+                                                      const std::vector<std::vector<RowValue>> &rows,
+                                                      const QString &lock, bool isExact = false);
+QByteArray keyBytes(const TableShape &table, const std::vector<RowValue> &values);

@@ -1,0 +1,380 @@
+#include "rows/rowsaver.h"
+
+#include "core/command/sessionvariables.h"
+#include "core/statements.h"
+#include "rows/rowreading.h"
+
+#include <algorithm>
+
+namespace {
+
+using Kind = RowChange::Kind;
+
+bool changesFloat(const TableShape &table, const RowChange &change)
+{
+    return std::ranges::any_of(change.values, [&table](const auto &entry) {
+        return table.columns[static_cast<std::size_t>(entry.first)].isSingleFloat;
+    });
+}
+
+// A value that does not fit must be refused, not cut; an AUTO_INCREMENT column takes the 0 that it is given.
+void setStrictMode(Connection &connection, SessionVariables &variables, const QStringList &without)
+{
+    const QString name = QStringLiteral("sql_mode");
+    variables.read(connection, {name});
+    variables.set(connection,
+                  {{name, variableLiteral(changedMode(variables.before(name), without,
+                                                      {QStringLiteral("STRICT_ALL_TABLES"),
+                                                       QStringLiteral("NO_AUTO_VALUE_ON_ZERO")}))}});
+}
+
+// A transaction of the user's own would be committed by the one that begins.
+void requireNoTransaction(Connection &connection)
+{
+    const bool knowsTransaction = connection.server().isMariaDb;
+    RecordSet rows =
+        connection.execute(knowsTransaction ? QStringLiteral("select @@autocommit, @@in_transaction")
+                                            : QStringLiteral("select @@autocommit, 0"));
+    if (rows.text(0) != u"1" || rows.text(1) != u"0")
+        throw SqlError(QStringLiteral(
+            "この接続では、確定していないトランザクションが続いています (または autocommit=0)。"
+            "先に commit または rollback をして下さい。"));
+}
+
+QString changedMeanwhile()
+{
+    return QStringLiteral("他の人が行を変えたか、削除しています。何も保存していません。");
+}
+
+} // namespace
+
+TableShape withUnreadColumns(TableShape table)
+{
+    table.columns.insert(table.columns.end(), table.unread.begin(), table.unread.end());
+    table.unread.clear();
+    return table;
+}
+
+RowSaver::RowSaver(Session &session, const TableShape &table, std::vector<RowChange> changes,
+                   ZeroDates zeroDates)
+    : m_session(session)
+    , m_table(table)
+    , m_whole(withUnreadColumns(table))
+    , m_changes(std::move(changes))
+    , m_zeroDates(zeroDates)
+{
+}
+
+SaveReport RowSaver::save(const Keep &keep)
+{
+    try {
+        begin();
+        if (m_table.isTransactional)
+            saveAtOnce(keep);
+        else
+            saveRowByRow(keep);
+    } catch (const SqlError &error) {
+        fail(error);
+    }
+    end();
+    if (m_report.ending == SaveReport::Ending::Saved || !m_table.isTransactional)
+        for (const auto &[index, values] : m_after)
+            m_report.saved[index] = asRead(values);
+    return m_report;
+}
+
+// Without the columns that the grid does not have.
+std::vector<RowValue> RowSaver::asRead(const std::vector<RowValue> &whole) const
+{
+    return {whole.begin(),
+            whole.begin() + static_cast<std::ptrdiff_t>(std::min(whole.size(), m_table.columns.size()))};
+}
+
+void RowSaver::begin()
+{
+    Connection &connection = m_session.connection();
+    requireNoTransaction(connection);
+    m_place = serverPlace(connection);
+    setStrictMode(connection, m_variables,
+                  m_zeroDates == ZeroDates::Allowed
+                      ? QStringList{QStringLiteral("NO_ZERO_DATE"), QStringLiteral("NO_ZERO_IN_DATE")}
+                      : QStringList());
+}
+
+void RowSaver::end()
+{
+    const Undoing undoing(m_session);
+    try {
+        m_variables.putBack(m_session.connection());
+    } catch (const SqlError &) {
+        // The connection is gone, and its variables with it.
+    }
+}
+
+std::int64_t RowSaver::execute(const QString &statement)
+{
+    const std::int64_t affected = m_session.connection().execute(statement).affectedRows();
+    if (affected >= 0)
+        return affected;
+    RecordSet rows = m_session.connection().execute(QStringLiteral("select row_count()"));
+    return rows.text(0).toLongLong();
+}
+
+void RowSaver::saveAtOnce(const Keep &keep)
+{
+    m_session.connection().execute(QStringLiteral("start transaction"));
+    readExactly();
+    for (std::size_t index = 0; index < m_changes.size(); ++index)
+        perform(index);
+    m_current.reset();
+    readBack();
+    keep(m_whole, inverse());
+    commit();
+}
+
+void RowSaver::saveRowByRow(const Keep &keep)
+{
+    readExactly();
+    try {
+        for (std::size_t index = 0; index < m_changes.size(); ++index) {
+            perform(index);
+            if (m_changes[index].kind == Kind::Deleted)
+                m_after[index] = {};
+            else if (!m_after.contains(index))
+                readBackOne(index);
+        }
+    } catch (const SqlError &) {
+        if (!m_after.empty())
+            keep(m_whole, inverse());
+        throw;
+    }
+    m_current.reset();
+    keep(m_whole, inverse());
+    m_report.ending = SaveReport::Ending::Saved;
+}
+
+// What the way back needs and nobody has read yet: all columns of what is deleted, and the digits of a FLOAT
+// that its text does not show.
+void RowSaver::readExactly()
+{
+    std::vector<std::vector<RowValue>> rows;
+    const auto isNeeded = [this](const RowChange &change) {
+        return change.kind == Kind::Deleted ||
+               (change.kind == Kind::Changed && changesFloat(m_table, change));
+    };
+    for (const RowChange &change : m_changes)
+        if (isNeeded(change))
+            rows.push_back(change.before);
+    if (rows.empty())
+        return;
+    const QString lock = m_table.isTransactional ? QStringLiteral(" for update") : QString();
+    const auto found = rowsByKey(m_session.connection(), m_whole, rows, lock, true);
+    for (std::size_t index = 0; index < m_changes.size(); ++index)
+        if (isNeeded(m_changes[index]))
+            if (const auto row = found.find(keyBytes(m_table, m_changes[index].before)); row != found.end())
+                m_exact[index] = row->second;
+}
+
+void RowSaver::perform(std::size_t index)
+{
+    m_current = index;
+    const RowChange &change = m_changes[index];
+    requireOneRow(index, execute(statementOf(m_table, change)));
+    if (change.kind != Kind::Added)
+        return;
+    const auto given = [&change](int column) { return change.values.contains(column); };
+    const auto generated = std::ranges::find_if(m_table.key, [&](int column) {
+        return m_table.columns[static_cast<std::size_t>(column)].isAutoIncrement &&
+               (!given(column) || !change.values.at(column));
+    });
+    if (generated == m_table.key.end())
+        return;
+    // Before another row gets the next number.
+    const auto rows =
+        selectRows(m_session.connection(), m_whole,
+                   QStringLiteral(" where %1=last_insert_id()")
+                       .arg(quotedName(m_table.columns[static_cast<std::size_t>(*generated)].name)));
+    if (rows.size() == 1)
+        m_after[index] = rows.front();
+}
+
+// 0 is also the answer to an UPDATE that leaves the row as it is, as "1.0" in place of "1": the client
+// library counts changed rows, not found ones.
+void RowSaver::requireOneRow(std::size_t index, std::int64_t affected)
+{
+    if (affected == 1)
+        return;
+    if (affected > 1)
+        throw SqlError(QStringLiteral("1 行のはずの文が %1 行に作用しました。").arg(affected));
+    const RowChange &change = m_changes[index];
+    if (change.kind == Kind::Changed && isOnServer(change.before))
+        return;
+    m_isInConflict = change.kind != Kind::Added;
+    throw SqlError(changedMeanwhile());
+}
+
+bool RowSaver::isOnServer(const std::vector<RowValue> &values)
+{
+    RecordSet rows = m_session.connection().execute(QStringLiteral("select count(*) from %1 where %2")
+                                                        .arg(m_table.qualified(), sameRow(m_table, values)));
+    return rows.text(0) == u"1";
+}
+
+void RowSaver::readBack()
+{
+    std::vector<std::vector<RowValue>> rows;
+    const auto keepsKey = [this](const RowChange &change) {
+        return change.kind == Kind::Changed && std::ranges::none_of(m_table.key, [&change](int column) {
+                   return change.values.contains(column);
+               });
+    };
+    for (const RowChange &change : m_changes)
+        if (keepsKey(change))
+            rows.push_back(change.before);
+    const auto found = rowsByKey(m_session.connection(), m_whole, rows, {});
+    for (std::size_t index = 0; index < m_changes.size(); ++index) {
+        const RowChange &change = m_changes[index];
+        const auto row = keepsKey(change) ? found.find(keyBytes(m_table, change.before)) : found.end();
+        if (change.kind == Kind::Deleted)
+            m_after[index] = {};
+        else if (row != found.end())
+            m_after[index] = row->second;
+        else if (!m_after.contains(index))
+            readBackOne(index);
+    }
+}
+
+void RowSaver::readBackOne(std::size_t index)
+{
+    const RowChange &change = m_changes[index];
+    std::vector<RowValue> values = change.before;
+    values.resize(m_table.columns.size());
+    for (const auto &[column, value] : change.values)
+        values[static_cast<std::size_t>(column)] = value;
+    const auto rows = selectRows(m_session.connection(), m_whole,
+                                 QStringLiteral(" where ") + keyCondition(m_table, values));
+    if (rows.size() == 1)
+        m_after[index] = rows.front();
+    else
+        throw SqlError(QStringLiteral(
+            "保存した行をキーで読み直せません (キーの既定値かトリガーが、別の値を入れています)。"));
+}
+
+// The last change is taken back first.
+std::vector<RowChange> RowSaver::inverse() const
+{
+    std::vector<RowChange> changes;
+    for (std::size_t index = m_changes.size(); index-- > 0;) {
+        const auto after = m_after.find(index);
+        const auto exact = m_exact.find(index);
+        RowChange change = m_changes[index];
+        if (after == m_after.end() || (change.kind == Kind::Deleted && exact == m_exact.end()))
+            continue;
+        if (change.kind == Kind::Deleted)
+            change.before = exact->second;
+        // What the server itself has put into columns that nobody read stays.
+        for (std::size_t column = change.before.size(); column < after->second.size(); ++column)
+            change.before.push_back(after->second[column]);
+        RowChange back = inverseOf(m_whole, change, after->second);
+        if (exact != m_exact.end())
+            for (auto &[column, value] : back.values)
+                value = exact->second[static_cast<std::size_t>(column)];
+        if (back.kind == Kind::Deleted || !back.values.empty())
+            changes.push_back(std::move(back));
+    }
+    return changes;
+}
+
+void RowSaver::commit()
+{
+    m_isCommitting = true;
+    m_session.connection().execute(QStringLiteral("commit"));
+    m_report.ending = SaveReport::Ending::Saved;
+}
+
+void RowSaver::fail(const SqlError &error)
+{
+    const Undoing undoing(m_session);
+    m_report.words = error.description();
+    const Doubt doubt = doubtAfter(m_session, error);
+    try {
+        if (doubt == Doubt::AnswerLost)
+            reconnect(m_session, m_place); // the server itself rolls back what the lost connection leaves
+        else if (m_table.isTransactional)
+            m_session.connection().execute(QStringLiteral("rollback"));
+        if (m_isCommitting && doubt != Doubt::None)
+            settle();
+        else if (m_isInConflict || (doubt != Doubt::None && !m_table.isTransactional && m_current))
+            findConflicts();
+        else
+            m_report.refused = m_current;
+    } catch (const SqlError &further) {
+        m_report.words += u'\n' + further.description();
+        m_report.refused = m_current;
+        if (m_isCommitting && doubt != Doubt::None)
+            m_report.ending = SaveReport::Ending::Unknown;
+    }
+}
+
+// Whether a COMMIT was carried out whose answer was lost: the rows say. Reading them waits for a transaction
+// that the server has not ended yet.
+void RowSaver::settle()
+{
+    Standing standing = Standing::Unclear;
+    for (std::size_t index = 0; index < m_changes.size() && standing == Standing::Unclear; ++index)
+        standing = standingOf(index);
+    const QString lost = QStringLiteral("確定の返事を受け取れませんでした (%1)。\n").arg(m_report.words);
+    if (standing == Standing::After) {
+        m_report.ending = SaveReport::Ending::Saved;
+        m_report.words = lost + QStringLiteral("行を読み直し、保存されていることを確かめました。");
+    } else if (standing == Standing::Before) {
+        m_report.words = lost + QStringLiteral("行を読み直し、何も保存されていないことを確かめました。");
+    } else {
+        m_report.ending = SaveReport::Ending::Unknown;
+        m_report.words = lost + QStringLiteral("保存されたかどうか分かりません。行を読み直して下さい。");
+    }
+}
+
+// How the row of one change stands on the server: as before it, or as after.
+RowSaver::Standing RowSaver::standingOf(std::size_t index)
+{
+    const std::vector<RowValue> &before = m_changes[index].before;
+    const std::vector<RowValue> after = asRead(m_after[index]);
+    if (before == after)
+        return Standing::Unclear;
+    const auto isThere = [this](const std::vector<RowValue> &values) {
+        if (values.empty())
+            return false;
+        const auto rows =
+            selectRows(m_session.connection(), m_table,
+                       QStringLiteral(" where %1 lock in share mode").arg(keyCondition(m_table, values)));
+        return std::ranges::find(rows, values) != rows.end();
+    };
+    const bool isBefore = isThere(before), isAfter = isThere(after);
+    if (isBefore == isAfter && (isAfter || (!before.empty() && !after.empty())))
+        return Standing::Unclear;
+    return isAfter || (after.empty() && !isBefore) ? Standing::After : Standing::Before;
+}
+
+void RowSaver::findConflicts()
+{
+    std::vector<std::vector<RowValue>> rows;
+    for (const RowChange &change : m_changes)
+        if (change.kind != Kind::Added)
+            rows.push_back(change.before);
+    const auto found = rowsByKey(m_session.connection(), m_table, rows, {});
+    for (std::size_t index = 0; index < m_changes.size(); ++index) {
+        const RowChange &change = m_changes[index];
+        if (change.kind == Kind::Added || m_after.contains(index))
+            continue;
+        const auto row = found.find(keyBytes(m_table, change.before));
+        if (row == found.end())
+            m_report.conflicts.push_back({index, {}});
+        else if (row->second != change.before)
+            m_report.conflicts.push_back({index, row->second});
+    }
+    if (m_report.conflicts.empty())
+        m_report.refused = m_current;
+    else
+        m_report.ending = SaveReport::Ending::Conflicts;
+}

@@ -1,0 +1,81 @@
+#pragma once
+
+#include "core/command/sessionvariables.h"
+#include "core/lostanswer.h"
+#include "rows/rowchange.h"
+
+#include <functional>
+
+// A row that is not on the server as it was read.
+struct RowConflict {
+    std::size_t change;           // its place among the changes
+    std::vector<RowValue> theirs; // empty: the row is gone
+};
+
+// What became of a saving.
+struct SaveReport {
+    enum class Ending {
+        Saved,
+        Refused,   // nothing of it is on the server; of a table without transactions: what is in `saved` is
+        Conflicts, // as Refused; somebody else has changed rows meanwhile
+        Unknown    // nobody can tell whether it is on the server
+    };
+    Ending ending = Ending::Refused;
+    // What each row holds now that is on the server, by its change's place; empty for a deleted row.
+    std::map<std::size_t, std::vector<RowValue>> saved = {};
+    std::vector<RowConflict> conflicts = {};
+    std::optional<std::size_t> refused = {}; // the change that the server did not take
+    QString words = {};                      // for the user; empty: nothing to say
+};
+
+// The table as it is read with all its columns.
+TableShape withUnreadColumns(TableShape table);
+
+// Saves changed rows of one table: in one transaction, of which nothing stays unless every statement changed
+// exactly one row; row by row where the table has no transactions.
+class RowSaver {
+public:
+    // Called before anything is final with what takes it back, in order, in terms of all columns of the
+    // table; what it throws (an SqlError) ends the saving with nothing saved.
+    using Keep = std::function<void(const TableShape &whole, const std::vector<RowChange> &inverse)>;
+    // Zero dates are put back where they were, though sql_mode forbids them.
+    enum class ZeroDates { AsUsual, Allowed };
+
+    RowSaver(Session &session, const TableShape &table, std::vector<RowChange> changes,
+             ZeroDates zeroDates = ZeroDates::AsUsual);
+    // Never throws.
+    SaveReport save(const Keep &keep);
+
+private:
+    void begin();
+    void end();
+    void saveAtOnce(const Keep &keep);
+    void saveRowByRow(const Keep &keep);
+    void readExactly();
+    void perform(std::size_t index);
+    void requireOneRow(std::size_t index, std::int64_t affected);
+    void readBack();
+    void readBackOne(std::size_t index);
+    void commit();
+    enum class Standing { Before, After, Unclear };
+    Standing standingOf(std::size_t index);
+    void settle();
+    void fail(const SqlError &error);
+    void findConflicts();
+    std::vector<RowChange> inverse() const;
+    std::vector<RowValue> asRead(const std::vector<RowValue> &whole) const;
+    std::int64_t execute(const QString &statement);
+    bool isOnServer(const std::vector<RowValue> &values);
+
+    Session &m_session;
+    const TableShape m_table, m_whole; // m_whole: with the columns that were not read
+    const std::vector<RowChange> m_changes;
+    const ZeroDates m_zeroDates;
+    SessionVariables m_variables;
+    ServerPlace m_place;
+    // By change, every column of m_whole: as it was, where more is needed than was read; and as it became.
+    std::map<std::size_t, std::vector<RowValue>> m_exact, m_after;
+    std::optional<std::size_t> m_current;
+    bool m_isInConflict = false, m_isCommitting = false;
+    SaveReport m_report;
+};
