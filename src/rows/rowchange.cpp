@@ -1,6 +1,6 @@
 #include "rows/rowchange.h"
 
-#include "core/statements.h"
+#include "core/sql/statements.h"
 
 namespace {
 

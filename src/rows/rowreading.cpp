@@ -1,6 +1,6 @@
 #include "rows/rowreading.h"
 
-#include "core/statements.h"
+#include "core/sql/statements.h"
 
 namespace {
 

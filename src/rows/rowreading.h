@@ -1,6 +1,6 @@
 #pragma once
 
-#include "core/connection.h"
+#include "core/sql/connection.h"
 #include "rows/rowchange.h"
 
 // Reading single rows again, by their keys.

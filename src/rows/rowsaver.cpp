@@ -1,7 +1,7 @@
 #include "rows/rowsaver.h"
 
 #include "core/command/sessionvariables.h"
-#include "core/statements.h"
+#include "core/sql/statements.h"
 #include "rows/rowreading.h"
 
 #include <algorithm>
@@ -31,12 +31,12 @@ void setStrictMode(Connection &connection, SessionVariables &variables, const QS
 // A transaction of the user's own would be committed by the one that begins.
 void requireNoTransaction(Connection &connection)
 {
-    const bool knowsTransaction = connection.server().isMariaDb;
-    RecordSet rows =
-        connection.execute(knowsTransaction ? QStringLiteral("select @@autocommit, @@in_transaction")
-                                            : QStringLiteral("select @@autocommit, 0"));
-    if (rows.text(0) != u"1" || rows.text(1) != u"0")
-        throw SqlError(QStringLiteral(
+    RecordSet rows = connection.executeText("select @@autocommit");
+    const bool isAutomatic = rows.text(0) == u"1";
+    while (!rows.isEof())
+        rows.moveNext();
+    if (!isAutomatic || connection.effect().isInTransaction.value_or(false))
+        throw Failure(QStringLiteral(
             "この接続では、確定していないトランザクションが続いています (または autocommit=0)。"
             "先に commit または rollback をして下さい。"));
 }
@@ -73,7 +73,7 @@ SaveReport RowSaver::save(const Keep &keep)
             saveAtOnce(keep);
         else
             saveRowByRow(keep);
-    } catch (const SqlError &error) {
+    } catch (const Failure &error) {
         fail(error);
     }
     end();
@@ -106,16 +106,17 @@ void RowSaver::end()
     const Undoing undoing(m_session);
     try {
         m_variables.putBack(m_session.connection());
-    } catch (const SqlError &) {
+    } catch (const Failure &) {
         // The connection is gone, and its variables with it.
     }
 }
 
-std::int64_t RowSaver::execute(const QString &statement)
+qint64 RowSaver::execute(const QString &statement)
 {
-    const std::int64_t affected = m_session.connection().execute(statement).affectedRows();
-    if (affected >= 0)
-        return affected;
+    Connection &connection = m_session.connection();
+    connection.executeText(statement.toUtf8());
+    if (const qint64 touched = connection.effect().rowsTouched; touched >= 0)
+        return touched;
     RecordSet rows = m_session.connection().execute(QStringLiteral("select row_count()"));
     return rows.text(0).toLongLong();
 }
@@ -143,7 +144,7 @@ void RowSaver::saveRowByRow(const Keep &keep)
             else if (!m_after.contains(index))
                 readBackOne(index);
         }
-    } catch (const SqlError &) {
+    } catch (const Failure &) {
         if (!m_after.empty())
             keep(m_whole, inverse());
         throw;
@@ -200,17 +201,17 @@ void RowSaver::perform(std::size_t index)
 
 // 0 is also the answer to an UPDATE that leaves the row as it is, as "1.0" in place of "1": the client
 // library counts changed rows, not found ones.
-void RowSaver::requireOneRow(std::size_t index, std::int64_t affected)
+void RowSaver::requireOneRow(std::size_t index, qint64 affected)
 {
     if (affected == 1)
         return;
     if (affected > 1)
-        throw SqlError(QStringLiteral("1 行のはずの文が %1 行に作用しました。").arg(affected));
+        throw Failure(QStringLiteral("1 行のはずの文が %1 行に作用しました。").arg(affected));
     const RowChange &change = m_changes[index];
     if (change.kind == Kind::Changed && isOnServer(change.before))
         return;
     m_isInConflict = change.kind != Kind::Added;
-    throw SqlError(changedMeanwhile());
+    throw Failure(changedMeanwhile());
 }
 
 bool RowSaver::isOnServer(const std::vector<RowValue> &values)
@@ -256,7 +257,7 @@ void RowSaver::readBackOne(std::size_t index)
     if (rows.size() == 1)
         m_after[index] = rows.front();
     else
-        throw SqlError(QStringLiteral(
+        throw Failure(QStringLiteral(
             "保存した行をキーで読み直せません (キーの既定値かトリガーが、別の値を入れています)。"));
 }
 
@@ -292,7 +293,7 @@ void RowSaver::commit()
     m_report.ending = SaveReport::Ending::Saved;
 }
 
-void RowSaver::fail(const SqlError &error)
+void RowSaver::fail(const Failure &error)
 {
     const Undoing undoing(m_session);
     m_report.words = error.description();
@@ -308,7 +309,7 @@ void RowSaver::fail(const SqlError &error)
             findConflicts();
         else
             m_report.refused = m_current;
-    } catch (const SqlError &further) {
+    } catch (const Failure &further) {
         m_report.words += u'\n' + further.description();
         m_report.refused = m_current;
         if (m_isCommitting && doubt != Doubt::None)

@@ -1,7 +1,7 @@
 #pragma once
 
+#include "core/command/doubt.h"
 #include "core/command/sessionvariables.h"
-#include "core/lostanswer.h"
 #include "rows/rowchange.h"
 
 #include <functional>
@@ -36,7 +36,7 @@ TableShape withUnreadColumns(TableShape table);
 class RowSaver {
 public:
     // Called before anything is final with what takes it back, in order, in terms of all columns of the
-    // table; what it throws (an SqlError) ends the saving with nothing saved.
+    // table; what it throws (an Failure) ends the saving with nothing saved.
     using Keep = std::function<void(const TableShape &whole, const std::vector<RowChange> &inverse)>;
     // Zero dates are put back where they were, though sql_mode forbids them.
     enum class ZeroDates { AsUsual, Allowed };
@@ -53,18 +53,18 @@ private:
     void saveRowByRow(const Keep &keep);
     void readExactly();
     void perform(std::size_t index);
-    void requireOneRow(std::size_t index, std::int64_t affected);
+    void requireOneRow(std::size_t index, qint64 affected);
     void readBack();
     void readBackOne(std::size_t index);
     void commit();
     enum class Standing { Before, After, Unclear };
     Standing standingOf(std::size_t index);
     void settle();
-    void fail(const SqlError &error);
+    void fail(const Failure &error);
     void findConflicts();
     std::vector<RowChange> inverse() const;
     std::vector<RowValue> asRead(const std::vector<RowValue> &whole) const;
-    std::int64_t execute(const QString &statement);
+    qint64 execute(const QString &statement);
     bool isOnServer(const std::vector<RowValue> &values);
 
     Session &m_session;

@@ -1,9 +1,9 @@
 #include "rows/rowvalue.h"
 
-#include "core/hexliteral.h"
+#include "core/driver/workerdriver.h"
 #include "core/sql/lexer.h"
-#include "core/statements.h"
-#include "core/workercells.h"
+#include "core/sql/rowblock.h"
+#include "core/sql/statements.h"
 
 #include <QCryptographicHash>
 #include <QRegularExpression>

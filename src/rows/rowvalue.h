@@ -1,6 +1,6 @@
 #pragma once
 
-#include "core/rowblock.h"
+#include "core/sql/rowblock.h"
 
 #include <QByteArray>
 #include <QString>

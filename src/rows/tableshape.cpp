@@ -1,6 +1,6 @@
 #include "rows/tableshape.h"
 
-#include "core/statements.h"
+#include "core/sql/statements.h"
 
 #include <algorithm>
 #include <map>

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "core/connection.h"
+#include "core/sql/connection.h"
 #include "rows/rowvalue.h"
 
 #include <vector>
@@ -33,7 +33,7 @@ struct TableShape {
     int indexOf(const QString &column) const;
 };
 
-// Reads it. A view, a table without a key and the like are read-only; throws SqlError when the server
+// Reads it. A view, a table without a key and the like are read-only; throws Failure when the server
 // refuses.
 TableShape readTableShape(Connection &connection, const QString &database, const QString &name);
 

@@ -1,5 +1,5 @@
-#include "core/connect.h"
-#include "core/statements.h"
+#include "core/driver/connect.h"
+#include "core/sql/statements.h"
 #include "rows/rowchange.h"
 #include "support/testserver.h"
 
