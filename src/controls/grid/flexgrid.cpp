@@ -45,7 +45,10 @@ FlexGrid::FlexGrid(QWidget *parent)
     setCornerButtonEnabled(true);
     buildHeaders();
     buildSearch();
-    connect(this, &FlexGrid::doubleClicked, this, &FlexGrid::openCell);
+    connect(this, &FlexGrid::doubleClicked, this, [this](const QModelIndex &cell) {
+        if (!(m_model->flags(cell) & Qt::ItemIsEditable))
+            openCell(cell);
+    });
     connect(m_model, &FlexGridModel::sortDone, this, [this] { showSortMark(); });
 }
 
@@ -163,6 +166,32 @@ bool FlexGrid::isNull(int row, int column) const
 PackedRows FlexGrid::rows() const
 {
     return m_model->rows();
+}
+
+void FlexGrid::replaceRows(PackedRows rows)
+{
+    m_search->stop();
+    m_model->replaceRows(std::move(rows));
+}
+
+void FlexGrid::setEdits(const GridEdits *edits)
+{
+    m_model->setEdits(edits);
+}
+
+void FlexGrid::editsChanged()
+{
+    m_model->editsChanged();
+}
+
+int FlexGrid::storedRow(int row) const
+{
+    return m_model->storedRow(row);
+}
+
+int FlexGrid::sortedColumn() const
+{
+    return m_model->sortedColumn();
 }
 
 std::size_t FlexGrid::allocatedBytes() const
@@ -348,6 +377,7 @@ QMenu *FlexGrid::createMenu()
 void FlexGrid::contextMenuEvent(QContextMenuEvent *event)
 {
     QMenu *menu = createMenu();
+    Q_EMIT menuOpening(menu);
     menu->setAttribute(Qt::WA_DeleteOnClose);
     menu->popup(event->globalPos());
     event->accept();

@@ -11,6 +11,7 @@
 class CellViewer;
 class FindBar;
 class FlexGridModel;
+class GridEdits;
 class GridSearch;
 class PackedRows;
 class QMenu;
@@ -45,6 +46,13 @@ public:
     bool isNull(int row, int column) const;
     // All rows in the server's order, as they are now: shared with the grid, and safe to read on a worker.
     PackedRows rows() const;
+    // Rows of the same columns in place of all others.
+    void replaceRows(PackedRows rows);
+    // What stands over the rows while they are edited; cells that it lets be edited are not opened by a
+    // double click. Null: nothing. It goes with the rows, at the next fields.
+    void setEdits(const GridEdits *edits);
+    void editsChanged();
+    int storedRow(int row) const; // its place in rows()
     // Bytes held for the rows, spare room included.
     std::size_t allocatedBytes() const;
 
@@ -62,6 +70,12 @@ public:
     // Shows a cell's whole value in a window of its own, "cellViewer".
     void openCell(const QModelIndex &cell);
     int sizeHintForColumn(int column) const override;
+    // -1: the rows are in the server's order.
+    int sortedColumn() const;
+
+Q_SIGNALS:
+    // The context menu is about to open: what is to be in it can be added.
+    void menuOpening(QMenu *menu);
 
 protected:
     void paintEvent(QPaintEvent *event) override;

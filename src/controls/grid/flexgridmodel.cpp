@@ -39,6 +39,7 @@ FlexGridModel::~FlexGridModel() = default;
 void FlexGridModel::setFields(const std::vector<Field> &fields)
 {
     beginResetModel();
+    m_edits = nullptr;
     m_fields = fields;
     m_rows = PackedRows(static_cast<int>(fields.size()));
     m_shownRows = 0;
@@ -61,11 +62,55 @@ void FlexGridModel::reveal()
 const std::vector<Cell> &FlexGridModel::cells(int row) const
 {
     if (row != m_cachedRow) {
-        const auto at = static_cast<std::size_t>(row);
-        m_rows.read(at < m_order.size() ? static_cast<int>(m_order[at]) : row, m_cells);
+        const int stored = storedRow(row);
+        m_rows.read(stored, m_cells);
+        if (m_edits)
+            m_edits->apply(stored, m_cells);
         m_cachedRow = row;
     }
     return m_cells;
+}
+
+int FlexGridModel::storedRow(int shownRow) const
+{
+    const auto at = static_cast<std::size_t>(shownRow);
+    return at < m_order.size() ? static_cast<int>(m_order[at]) : shownRow;
+}
+
+void FlexGridModel::replaceRows(PackedRows rows)
+{
+    const int sortedBy = m_sortedColumn;
+    sortRows(-1, m_sortDirection);
+    const int before = m_shownRows, after = rows.rowCount();
+    if (after < before)
+        beginRemoveRows({}, after, before - 1);
+    m_rows = std::move(rows);
+    m_shownRows = std::min(before, after);
+    m_cachedRow = -1;
+    if (after < before)
+        endRemoveRows();
+    reveal();
+    sortRows(sortedBy, m_sortDirection);
+}
+
+void FlexGridModel::setEdits(const GridEdits *edits)
+{
+    m_edits = edits;
+    editsChanged();
+}
+
+void FlexGridModel::editsChanged()
+{
+    m_cachedRow = -1;
+    if (m_shownRows > 0 && columnCount() > 0)
+        Q_EMIT dataChanged(index(0, 0), index(m_shownRows - 1, columnCount() - 1));
+}
+
+Qt::ItemFlags FlexGridModel::flags(const QModelIndex &index) const
+{
+    const bool isEditable =
+        m_edits && index.isValid() && m_edits->mayEdit(storedRow(index.row()), index.column());
+    return QAbstractTableModel::flags(index) | (isEditable ? Qt::ItemIsEditable : Qt::NoItemFlags);
 }
 
 int FlexGridModel::rowCount(const QModelIndex &parent) const
@@ -89,6 +134,13 @@ QVariant FlexGridModel::data(const QModelIndex &index, int role) const
     }
     case IsNullRole:
         return cell(index.row(), index.column()).isNull;
+    case MarkRole:
+        return m_edits ? QVariant(static_cast<int>(m_edits->mark(storedRow(index.row()), index.column())))
+                       : QVariant();
+    case Qt::ToolTipRole: {
+        const QString tip = m_edits ? m_edits->tip(storedRow(index.row())) : QString();
+        return tip.isEmpty() ? QVariant() : QVariant(plainTip(tip));
+    }
     case Qt::TextAlignmentRole: {
         const bool isNumber = m_fields[static_cast<std::size_t>(index.column())].kind == FieldKind::Number;
         return QVariant(Qt::AlignVCenter | (isNumber ? Qt::AlignRight : Qt::AlignLeft));
@@ -161,9 +213,7 @@ void FlexGridModel::giveUpJobs()
 void FlexGridModel::applyOrder(std::vector<std::uint32_t> order)
 {
     m_order = std::move(order);
-    m_cachedRow = -1;
-    if (m_shownRows > 0 && columnCount() > 0)
-        Q_EMIT dataChanged(index(0, 0), index(m_shownRows - 1, columnCount() - 1));
+    editsChanged();
     Q_EMIT sortDone();
 }
 

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "controls/grid/gridedits.h"
 #include "controls/grid/packedrows.h"
 #include "core/sql/recordset.h"
 
@@ -11,7 +12,7 @@ class FlexGridModel : public QAbstractTableModel {
     Q_OBJECT
 
 public:
-    enum Role { IsNullRole = Qt::UserRole + 1 };
+    enum Role { IsNullRole = Qt::UserRole + 1, MarkRole };
 
     explicit FlexGridModel(QObject *parent);
     ~FlexGridModel() override;
@@ -21,6 +22,13 @@ public:
     void append(std::span<const Cell> cells) { m_rows.append(cells), m_cachedRow = -1; }
     // Lets the view see what was appended.
     void reveal();
+    // Rows of the same columns in place of all others; those that stay keep their places.
+    void replaceRows(PackedRows rows);
+
+    // Null: what was read is what is shown. Until the next fields are set, or it ends.
+    void setEdits(const GridEdits *edits);
+    void editsChanged();
+    int storedRow(int shownRow) const; // its place in rows()
 
     const std::vector<Field> &fields() const { return m_fields; }
     const PackedRows &rows() const { return m_rows; }
@@ -35,6 +43,7 @@ public:
 
     int rowCount(const QModelIndex &parent = {}) const override;
     int columnCount(const QModelIndex &parent = {}) const override;
+    Qt::ItemFlags flags(const QModelIndex &index) const override;
     QVariant data(const QModelIndex &index, int role) const override;
     QVariant headerData(int section, Qt::Orientation orientation, int role) const override;
 
@@ -50,6 +59,7 @@ private:
 
     std::vector<Field> m_fields;
     PackedRows m_rows;
+    const GridEdits *m_edits = nullptr;
     int m_shownRows = 0;
     std::vector<std::uint32_t> m_order; // shown row to stored row; rows beyond it stand where they are
     int m_sortedColumn = -1;
