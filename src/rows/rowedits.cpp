@@ -1,5 +1,38 @@
 #include "rows/rowedits.h"
 
+std::vector<QStringList> cellsOfBlock(const QString &block)
+{
+    std::vector<QStringList> lines(1, QStringList(QString()));
+    bool isQuoted = false, isAtStart = true;
+    for (qsizetype i = 0; i < block.size(); ++i) {
+        const QChar c = block[i];
+        QString &cell = lines.back().back();
+        const bool startsQuotes = isAtStart && c == u'"';
+        isAtStart = false;
+        if (startsQuotes) {
+            isQuoted = true;
+        } else if (isQuoted && c == u'"') {
+            isQuoted = i + 1 < block.size() && block[i + 1] == u'"';
+            if (isQuoted)
+                cell += block[++i];
+        } else if (isQuoted) {
+            cell += c;
+        } else if (c == u'\t') {
+            lines.back() << QString();
+            isAtStart = true;
+        } else if (c == u'\n' || c == u'\r') {
+            if (c == u'\r' && i + 1 < block.size() && block[i + 1] == u'\n')
+                ++i;
+            if (i + 1 < block.size())
+                lines.emplace_back(QStringList(QString()));
+            isAtStart = true;
+        } else {
+            cell += c;
+        }
+    }
+    return lines;
+}
+
 const RowEdits::Edit *RowEdits::of(int row) const
 {
     const auto found = m_edits.find(row);

@@ -4,6 +4,10 @@
 
 #include <set>
 
+// The cells of a tab-separated block, as grids and spreadsheets copy it: what holds TABs or line ends stands
+// in double quotes, in which a double quote is doubled.
+std::vector<QStringList> cellsOfBlock(const QString &block);
+
 // The changes to a grid's rows that are not saved yet. Rows are counted as they were read; added ones follow.
 class RowEdits {
 public:
@@ -25,6 +29,7 @@ public:
     void add(int row, std::map<int, RowValue> values);
     // Marks a row that is on the server, or takes the mark away; false where there is none of that.
     bool toggleDeletion(int row);
+    void put(int row, Edit edit) { m_edits[row] = std::move(edit); }
     void refuse(int row, const QString &words);
     void forget(int row) { m_edits.erase(row); }
 

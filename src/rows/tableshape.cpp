@@ -154,12 +154,17 @@ TableShape readTableShape(Connection &connection, const QString &database, const
         readKey(connection, table);
     if (table.whyReadOnly.isEmpty() && table.key.empty())
         table.whyReadOnly = QStringLiteral("主キーも、NULLのない一意キーもないため、行を特定できません");
-    if (table.whyReadOnly.isEmpty()) {
-        table.references = readForeignKeys(connection, inSchema(table, "k.table_schema", "k.table_name"));
-        table.referrers = readForeignKeys(
-            connection, inSchema(table, "k.referenced_table_schema", "k.referenced_table_name"));
-    }
+    if (table.whyReadOnly.isEmpty())
+        table.references =
+            readForeignKeys(connection, inSchema(table, "k.table_schema", "k.table_name") +
+                                            QStringLiteral(" and k.referenced_table_name<>''"));
     return table;
+}
+
+std::vector<ForeignKey> readReferrers(Connection &connection, const TableShape &table)
+{
+    return readForeignKeys(connection,
+                           inSchema(table, "k.referenced_table_schema", "k.referenced_table_name"));
 }
 
 TableShape shapeOfColumns(const TableShape &table, const QStringList &columns)

@@ -26,7 +26,6 @@ struct TableShape {
     qint64 approximateRows = -1;        // as the server guesses; -1: it does not
     QString whyReadOnly;                // words for the user; empty: rows can be changed
     std::vector<ForeignKey> references; // from this table
-    std::vector<ForeignKey> referrers;  // to this table
 
     QString qualified() const;
     // The column of that name, as the server compares names; -1: none.
@@ -36,6 +35,10 @@ struct TableShape {
 // Reads it. A view, a table without a key and the like are read-only; throws Failure when the server
 // refuses.
 TableShape readTableShape(Connection &connection, const QString &database, const QString &name);
+
+// The foreign keys of other tables, and of its own, that refer to it. May take long where there are many
+// tables.
+std::vector<ForeignKey> readReferrers(Connection &connection, const TableShape &table);
 
 // The same for rows that hold only some of the columns, in another order: read-only where the key is not
 // among them.

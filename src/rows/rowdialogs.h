@@ -1,0 +1,13 @@
+#pragma once
+
+#include "rows/rowhistory.h"
+
+#include <QWidget>
+
+#include <optional>
+
+// Shows texts of statements, "rowStatements", to be read and copied.
+void showStatementTexts(QWidget *parent, const QString &title, const QStringList &statements);
+
+// Lists the last savings with what would take them back, "savedRows"; the one that is to be taken back.
+std::optional<RowSaving> chooseSaving(QWidget *parent, const std::vector<RowSaving> &savings);

@@ -1,0 +1,26 @@
+#pragma once
+
+#include "core/command/dialogue.h"
+#include "rows/rowgrid.h"
+#include "rows/rowhistory.h"
+
+// Saves what is edited in a grid's rows, with all that is to be asked and told, and takes savings back.
+class RowSavings {
+public:
+    RowSavings(Session &session, Dialogue &dialogue, RowGrid &rows);
+
+    // Words on what became of it; empty: it was told in a box, or the user said no. Throws Failure.
+    QString save();
+    // In a transaction with the same care; itself a saving. Throws Failure where nothing was taken back.
+    void undo(const RowSaving &saving);
+
+private:
+    bool isReadyToSave(const std::vector<RowChange> &changes);
+    bool mayChangeOthers(const std::vector<RowChange> &changes);
+    QString settleConflicts(const std::vector<RowChange> &changes, const SaveReport &report);
+    QString conflictText(const RowChange &change, const RowConflict &conflict) const;
+
+    Session &m_session;
+    Dialogue &m_dialogue;
+    RowGrid &m_rows;
+};

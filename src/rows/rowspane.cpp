@@ -1,0 +1,83 @@
+#include "rows/rowspane.h"
+
+#include "controls/window/building.h"
+
+#include <QEvent>
+#include <QHBoxLayout>
+#include <QVBoxLayout>
+
+namespace {
+
+ConditionLine *line(const char *name, const QString &title, const QString &example)
+{
+    auto *result = made<ConditionLine>(name);
+    result->setAccessibleName(title);
+    result->setPlaceholderText(example);
+    result->setToolTip(title + QStringLiteral(" (Enterで読む)"));
+    return result;
+}
+
+QPushButton *button(const char *name, const QString &text, const QString &tip)
+{
+    auto *result = made<QPushButton>(name, text);
+    result->setToolTip(tip);
+    result->setAutoDefault(false);
+    return result;
+}
+
+} // namespace
+
+RowsPane::RowsPane(FlexGrid &itsGrid)
+    : grid(itsGrid)
+    , rowsWhere(line("rowsWhere", QStringLiteral("条件"), QStringLiteral("price > 100 and name like 'a%'")))
+    , rowsOrder(line("rowsOrder", QStringLiteral("順序"), QStringLiteral("name desc")))
+    , rowsStatement(made<QLineEdit>("rowsStatement"))
+    , rowsState(made<QLabel>("rowsState"))
+    , previousRows(button("previousRows", QStringLiteral("前へ"),
+                          QStringLiteral("前の頁の行を読みます (Ctrl+PageUp)")))
+    , nextRows(
+          button("nextRows", QStringLiteral("次へ"), QStringLiteral("次の頁の行を読みます (Ctrl+PageDown)")))
+    , showRowStatements(
+          button("showRowStatements", QStringLiteral("文を表示"), QStringLiteral("保存で送る文を見ます")))
+    , cancelRows(button("cancelRows", QStringLiteral("取消"),
+                        QStringLiteral("保存していない変更を捨てます (Escを2回)")))
+    , saveRows(button("saveRows", QStringLiteral("保存"),
+                      QStringLiteral("変更した行を一つのトランザクションで保存します (Ctrl+S)")))
+    , undoSavedRows(button("undoSavedRows", QStringLiteral("元に戻す"),
+                           QStringLiteral("前に保存した行の変更を取り消します")))
+{
+    rowsStatement->setReadOnly(true);
+    rowsStatement->setAccessibleName(QStringLiteral("行を読んだ文"));
+    rowsState->setTextFormat(Qt::PlainText);
+    rowsState->setWordWrap(true);
+    auto *conditions = new QHBoxLayout;
+    for (const auto &[caption, box] :
+         {std::pair(QStringLiteral("WHERE"), rowsWhere), std::pair(QStringLiteral("ORDER BY"), rowsOrder)}) {
+        conditions->addWidget(new QLabel(caption));
+        conditions->addWidget(box, box == rowsWhere ? 2 : 1);
+    }
+    auto *place = new QHBoxLayout;
+    place->addWidget(rowsState, 1);
+    place->addWidget(previousRows);
+    place->addWidget(nextRows);
+    auto *bar = new QHBoxLayout;
+    bar->addStretch(1);
+    for (QPushButton *each : {showRowStatements, cancelRows, saveRows, undoSavedRows})
+        bar->addWidget(each);
+    auto *layout = new QVBoxLayout(this);
+    layout->setContentsMargins({});
+    layout->addLayout(conditions);
+    layout->addWidget(rowsStatement);
+    layout->addWidget(&grid, 1);
+    layout->addLayout(place);
+    layout->addLayout(bar);
+    grid.installEventFilter(this);
+}
+
+// Whoever shows or hides the grid knows nothing of what stands around it.
+bool RowsPane::eventFilter(QObject *watched, QEvent *event)
+{
+    if (event->type() == QEvent::ShowToParent || event->type() == QEvent::HideToParent)
+        setVisible(!grid.isHidden());
+    return QWidget::eventFilter(watched, event);
+}

@@ -1,0 +1,273 @@
+#include "rows/rowsview.h"
+#include "support/gui/stage.h"
+#include "support/rows.h"
+#include "support/scripteddialogue.h"
+
+#include <QClipboard>
+#include <QTimer>
+
+namespace {
+
+const QString where = QStringLiteral("id between 1 and 3");
+
+// Reads as the owner of a pane does.
+struct Viewer {
+    explicit Viewer(TestServer &server)
+    {
+        session.settingsFolder = folder.path();
+        session.connectBy(createConnection, pump);
+        session.gDsn = noDataSource();
+        session.gDriver = nativeDriverName();
+        session.gServer = "127.0.0.1";
+        session.gPort = QString::number(server.port());
+        session.gUser = session.gPass = "demo";
+        if (!fConnect(session))
+            qFatal("no connection");
+        QObject::connect(&view, &RowsView::readWanted, &view, [this] { read("t"); });
+        pane.show();
+    }
+    void read(const QString &table, int limit = 3)
+    {
+        try {
+            const QString plain = QStringLiteral("select * from d.%1 limit %2").arg(table).arg(limit);
+            fillGrid(grid, session.connection().execute(view.statementFor("d", table, limit, plain)));
+            view.takeRows();
+        } catch (const Failure &error) {
+            refused = error.description();
+        }
+    }
+    void press(const QString &keys) { QTest::keySequence(&grid, QKeySequence(keys)); }
+    void choose(int row, int column) { grid.setCurrentIndex(grid.model()->index(row, column)); }
+    void type(int row, int column, const QString &text)
+    {
+        choose(row, column);
+        press("F2");
+        auto *line = grid.findChild<QLineEdit *>("cellLine");
+        QVERIFY(line);
+        line->selectAll();
+        QTest::keyClicks(line, text);
+        QTest::keyClick(line, Qt::Key_Return);
+        QCoreApplication::processEvents();
+        QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
+        QVERIFY(!grid.findChild<QLineEdit *>("cellLine"));
+    }
+    QString column(int index) const
+    {
+        QStringList texts;
+        for (int row = 0; row < grid.rowCount(); ++row)
+            texts << grid.text(row, index);
+        return texts.join(' ');
+    }
+    QString state() const { return pane.rowsState->text(); }
+
+    QTemporaryDir folder;
+    WindowPump pump;
+    Session session;
+    ScriptedDialogue dialogue;
+    FlexGrid &grid = *new FlexGrid;
+    RowsPane pane{grid};
+    RowsView view{session, dialogue, pane};
+    QString refused;
+};
+
+} // namespace
+
+// The rows of a table in a pane, by a user's hands, over a real server.
+class RowsViewTest : public QObject {
+    Q_OBJECT
+
+private Q_SLOTS:
+    void initTestCase();
+    void init();
+    void conditionsThatCannotBeSent_data();
+    void conditionsThatCannotBeSent();
+    void pagesGoOnBehindAnyRow_data();
+    void pagesGoOnBehindAnyRow();
+    void whatIsEditedIsSavedAndTakenBack();
+    void aBlockIsPastedAndMayBeDropped();
+    void whoChangedTheRowIsAskedFor();
+    void aRefusedRowStaysEdited();
+    void whatCannotBeEditedSaysWhy();
+
+private:
+    TestServer m_server;
+};
+
+void RowsViewTest::initTestCase()
+{
+    m_server.run("create database d; create view d.v as select 1 a; create table d.keyless (a int)");
+}
+
+void RowsViewTest::init()
+{
+    m_server.run(
+        "drop table if exists d.t; create table d.t (id int primary key auto_increment, "
+        "name varchar(5), n int, day date);"
+        "insert into d.t (name, n) values ('b',2),('a',1),(null,2),('b',null),('a',3),('c',2),('d',null)");
+}
+
+void RowsViewTest::conditionsThatCannotBeSent_data()
+{
+    QTest::addColumn<QString>("text");
+    QTest::addColumn<bool>("isAllowed");
+    row("a=1 -- note", QString("a=1 -- note"), true);
+    row("a in (select 1)", QString("a in (select 1)"), true);
+    row("a=')'", QString("a=')'"), true);
+    row("a=1; drop table t", QString("a=1; drop table t"), false);
+    row("a='x", QString("a='x"), false);
+    row("a=1 /*", QString("a=1 /*"), false);
+    row("1) or (1", QString("1) or (1"), false);
+    row("(1", QString("(1"), false);
+}
+
+void RowsViewTest::conditionsThatCannotBeSent()
+{
+    QFETCH(QString, text);
+    QFETCH(bool, isAllowed);
+    QCOMPARE(whyNoCondition(text).isEmpty(), isAllowed);
+}
+
+void RowsViewTest::pagesGoOnBehindAnyRow_data()
+{
+    QTest::addColumn<QString>("order");
+    QTest::addColumn<QStringList>("pages"); // of three rows, by id
+    row("id desc", QString("id desc"), QStringList{"7 6 5", "4 3 2", "1"});
+    row("name", QString("name"), QStringList{"3 2 5", "1 4 6", "7"});
+    row("`n` DESC, name", QString("`n` DESC, name"), QStringList{"5 3 1", "6 2 4", "7"});
+    row("n", QString("n"), QStringList{"4 7 2", "1 3 6", "5"});
+    row("length(name), id", QString("length(name), id"), QStringList{"3 1 2", "4 5 6", "7"}); // counted
+    row("", QString(), QStringList{"1 2 3", "4 5 6", "7"});
+}
+
+void RowsViewTest::pagesGoOnBehindAnyRow()
+{
+    QFETCH(QString, order);
+    QFETCH(QStringList, pages);
+    Viewer viewer(m_server);
+    viewer.pane.rowsOrder->setText(order);
+    viewer.read("t");
+    for (const QString &page : pages) {
+        QCOMPARE(viewer.column(0), page);
+        viewer.pane.nextRows->click();
+    }
+    QVERIFY(!viewer.pane.nextRows->isEnabled());
+    viewer.pane.previousRows->click();
+    QCOMPARE(viewer.column(0), pages[1]);
+    viewer.pane.previousRows->click();
+    QCOMPARE(viewer.column(0), pages[0]);
+    QVERIFY(!viewer.pane.previousRows->isEnabled());
+}
+
+void RowsViewTest::whatIsEditedIsSavedAndTakenBack()
+{
+    Viewer viewer(m_server);
+    viewer.pane.rowsWhere->setText(where);
+    viewer.read("t", 100);
+    const QString before = m_server.run("select * from d.t");
+    viewer.grid.sortByColumn(0, Qt::DescendingOrder); // ids 3 2 1
+    viewer.type(0, 1, "new");
+    viewer.choose(1, 2);
+    viewer.press("Ctrl+0");
+    viewer.choose(2, 0);
+    viewer.press("Ctrl+D");
+    viewer.press("Del"); // the copy goes at once
+    viewer.choose(2, 0);
+    viewer.press("Del");
+    viewer.press("Ctrl+Ins");
+    viewer.type(3, 1, "add");
+    QVERIFY2(viewer.state().contains("4件の変更"), qPrintable(viewer.state()));
+    QCOMPARE(m_server.run("select * from d.t"), before);
+
+    viewer.press("Ctrl+S");
+    QVERIFY2(viewer.state().contains("4件を保存しました"), qPrintable(viewer.state()));
+    QCOMPARE(m_server.run("select id, name, n from d.t where id<4 or id>7"),
+             QString("2\ta\tNULL\n3\tnew\t2\n8\tadd\tNULL\n"));
+    QCOMPARE(viewer.column(0), QString("8 3 2")); // still sorted
+    const auto savings = RowHistory(viewer.session).savings();
+    QCOMPARE(savings.size(), 1u);
+    const QFileInfo file(viewer.folder.path() + '/' +
+                         QDir(viewer.folder.path()).entryList({"*.undo"}).value(0));
+    QVERIFY(!(file.permissions() & (QFileDevice::ReadGroup | QFileDevice::ReadOther)));
+
+    QTimer::singleShot(0, qApp, [] {
+        QWidget *dialog = qApp->activeModalWidget();
+        control<QAbstractButton>(*dialog, "undoSaving").click();
+    });
+    viewer.dialogue.expectInform("4件を元に戻しました。");
+    viewer.pane.undoSavedRows->click();
+    QCOMPARE(m_server.run("select * from d.t"), before);
+    QCOMPARE(RowHistory(viewer.session).savings().size(), 2u); // the taking back, too
+    QVERIFY(RowHistory(viewer.session).savings().back().isUndone);
+}
+
+void RowsViewTest::aBlockIsPastedAndMayBeDropped()
+{
+    Viewer viewer(m_server);
+    viewer.read("t", 100);
+    viewer.choose(6, 1);
+    QApplication::clipboard()->setText("x\t1\t2020-01-01\n\"two\nlines\"\"\"\tNULL\t\tbeyond\n");
+    viewer.press("Ctrl+V");
+    QCOMPARE(viewer.grid.text(6, 3), QString("2020-01-01"));
+    QCOMPARE(viewer.grid.text(7, 1), QString("two\nlines\""));
+    QVERIFY(viewer.grid.isNull(7, 2));
+    QVERIFY(viewer.state().contains("2件の変更"));
+    viewer.dialogue.expectChoice("保存していない行の変更が 2 件あります。", "保存する|捨てる", -1);
+    QVERIFY(!viewer.view.mayLeave());
+    viewer.press("Esc");
+    QVERIFY(viewer.state().contains("もう一度"));
+    viewer.press("Esc");
+    QCOMPARE(viewer.grid.rowCount(), 7);
+    QCOMPARE(viewer.grid.text(6, 1), QString("d"));
+}
+
+void RowsViewTest::whoChangedTheRowIsAskedFor()
+{
+    Viewer viewer(m_server);
+    viewer.read("t", 100);
+    viewer.type(0, 1, "mine");
+    viewer.type(1, 1, "mine");
+    m_server.run("update d.t set name='their', n=9 where id=1; delete from d.t where id=2");
+    const QString choices = "自分の値を残す|相手の値にする|残り全て自分の値|残り全て相手の値";
+    viewer.dialogue.expectChoice("読んだあとで、他の人がこの行を変えています: id=1\n"
+                                 "name: 読んだ値 b → 自分 mine → 相手 their\nn: 読んだ値 2 → 相手 9\n\n"
+                                 "何も保存していません。",
+                                 choices, 0);
+    viewer.dialogue.expectChoice("他の人がこの行を削除しています: id=2\nname: 読んだ値 a → 自分 mine\n\n"
+                                 "何も保存していません。",
+                                 choices, 3);
+    viewer.press("Ctrl+S");
+    QCOMPARE(viewer.grid.text(0, 2), QString("9"));
+    QCOMPARE(viewer.column(0), QString("1 3 4 5 6 7"));
+    QVERIFY(RowHistory(viewer.session).savings().empty());
+    viewer.press("Ctrl+S");
+    QCOMPARE(m_server.run("select name, n from d.t where id<3"), QString("mine\t9\n"));
+}
+
+void RowsViewTest::aRefusedRowStaysEdited()
+{
+    Viewer viewer(m_server);
+    viewer.read("t", 100);
+    viewer.type(0, 1, "good");
+    viewer.type(2, 1, "too long");
+    const QString words = "Data too long for column 'name' at row 1";
+    viewer.dialogue.expectRefuse(words);
+    viewer.press("Ctrl+S");
+    QCOMPARE(viewer.grid.text(2, 1), QString("too long"));
+    QVERIFY(viewer.grid.model()->index(2, 0).data(Qt::ToolTipRole).toString().contains("Data too long"));
+    QVERIFY(viewer.state().contains("2件の変更"));
+    QVERIFY(!m_server.run("select name from d.t").contains("good"));
+}
+
+void RowsViewTest::whatCannotBeEditedSaysWhy()
+{
+    Viewer viewer(m_server);
+    for (const auto &[table, words] : {std::pair("v", "ビュー"), std::pair("keyless", "キー")}) {
+        viewer.read(table);
+        QVERIFY2(viewer.state().contains(words), qPrintable(viewer.state()));
+        viewer.press("Ctrl+Ins");
+        QVERIFY(!viewer.pane.saveRows->isEnabled());
+    }
+}
+
+QTEST_MAIN(RowsViewTest)
+#include "test_rowsview.moc"
