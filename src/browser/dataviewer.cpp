@@ -6,6 +6,7 @@
 #include "core/sql/listitem.h"
 #include "core/sql/names.h"
 #include "core/sql/statements.h"
+#include "rows/rowsview.h"
 
 namespace {
 
@@ -13,10 +14,11 @@ const QString stopped = QStringLiteral("処理を中断しました");
 
 } // namespace
 
-DataViewer::DataViewer(Session &session, TarnwellControls &controls, Dialogue &dialogue)
+DataViewer::DataViewer(Session &session, TarnwellControls &controls, Dialogue &dialogue, RowsView &rows)
     : m_session(session)
     , m_controls(controls)
     , m_dialogue(dialogue)
+    , m_rows(rows)
 {
     m_controls.cmdDataGet->setProperty("tag", QStringLiteral("false"));
 }
@@ -45,11 +47,15 @@ void DataViewer::read()
         if (m_controls.cboLimit->currentIndex() < 0)
             throw Failure(QStringLiteral("行数の上限が選択されていません。"));
         requireOwnName(m_session.gDbName, name);
-        RecordSet rows = m_session.connection().execute(
-            QStringLiteral("select * from ") + qualifiedName(m_session.gDbName, name) +
-            QStringLiteral(" limit ") + m_controls.cboLimit->currentData().toString() + QStringLiteral(" ;"));
+        const int limit = m_controls.cboLimit->currentData().toInt();
+        const QString plain = QStringLiteral("select * from %1 limit %2 ;")
+                                  .arg(qualifiedName(m_session.gDbName, name))
+                                  .arg(limit);
+        RecordSet rows =
+            m_session.connection().execute(m_rows.statementFor(m_session.gDbName, name, limit, plain));
         m_controls.flGrid_Data->setTableName(name);
         readRows(rows);
+        m_rows.takeRows();
     } catch (const Failure &error) {
         if (m_session.runner.isStopWanted()) {
             m_dialogue.inform(stopped);
@@ -63,10 +69,9 @@ void DataViewer::read()
 void DataViewer::readRows(RecordSet &rows)
 {
     FlexGrid &grid = *m_controls.flGrid_Data;
-    grid.clearGrid();
+    grid.setFields(rows.fields());
     if (!rows.isOpen())
         return;
-    grid.setFields(rows.fields());
     Yield yield;
     for (; !rows.isEof(); rows.moveNextBlock()) {
         grid.appendBlock(rows.takeBlock());

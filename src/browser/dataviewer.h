@@ -3,13 +3,14 @@
 #include "core/command/dialogue.h"
 #include "core/session/session.h"
 
+class RowsView;
 struct TarnwellControls;
 
 // Reads the first rows of the chosen table into flGrid_Data. The button that starts it is the stop button
 // meanwhile.
 class DataViewer {
 public:
-    DataViewer(Session &session, TarnwellControls &controls, Dialogue &dialogue);
+    DataViewer(Session &session, TarnwellControls &controls, Dialogue &dialogue, RowsView &rows);
 
     // The one thing that runs; a stop ends it at its next row, or at once while the server thinks.
     void cmdDataGet_Click();
@@ -21,4 +22,5 @@ private:
     Session &m_session;
     TarnwellControls &m_controls;
     Dialogue &m_dialogue;
+    RowsView &m_rows;
 };

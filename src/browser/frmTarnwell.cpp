@@ -52,7 +52,8 @@ frmTarnwell::frmTarnwell(Session &session)
     , m_panel(session, m_controls)
     , m_lists(session, m_controls)
     , m_detail(session, m_controls)
-    , m_viewer(session, m_controls, m_dialogue)
+    , m_rows(session, m_dialogue, *m_controls.rowsPane)
+    , m_viewer(session, m_controls, m_dialogue, m_rows)
     , m_menus(*this, session, m_controls)
 {
     setObjectName(QStringLiteral("frmTarnwell"));
@@ -116,6 +117,8 @@ void frmTarnwell::connectSignals()
         m_controls.picTable->setVisible(isTable);
         m_controls.picProc->setVisible(!isTable);
     });
+    connect(&m_rows, &RowsView::readWanted, c.cmdDataGet, &QPushButton::click);
+    connect(&m_rows, &RowsView::tableWanted, this, &frmTarnwell::openRows);
     connect(c.log, &StatementLogView::statementChosen, this, &frmTarnwell::showInConsole);
     for (QWidget *box :
          std::initializer_list<QWidget *>{c.txtServer, c.txtUser, c.txtPass, c.txtPort, c.txtError})
@@ -178,6 +181,10 @@ void frmTarnwell::closeEvent(QCloseEvent *event)
     if (m_session.runner.isRunning()) {
         event->ignore();
         m_session.runner.leave(this, [this] { close(); });
+        return;
+    }
+    if (!m_rows.mayLeave()) {
+        event->ignore();
         return;
     }
     keepEdits(true, true);

@@ -9,6 +9,7 @@
 #include "controls/dialogue/widgetdialogue.h"
 #include "controls/window/serverstrip.h"
 #include "core/command/command.h"
+#include "rows/rowsview.h"
 
 #include <QPointer>
 #include <QWidget>
@@ -78,6 +79,8 @@ private:
     void openPalette();
     void showConnected();
     void settlePending();
+    void openRows(const QString &database, const QString &table, const QString &condition);
+    void keepShownChoice(ChosenList *list);
     void showInConsole(const QString &statement);
 
     void choose(ChosenList *list);
@@ -98,6 +101,7 @@ private:
     ConnectionPanel m_panel;
     ObjectLists m_lists;
     TableDetail m_detail;
+    RowsView m_rows;
     DataViewer m_viewer;
     CommandMenus m_menus;
     QPointer<frmSql> m_console;

@@ -148,6 +148,8 @@ void frmTarnwell::showConnected()
 
 void frmTarnwell::cmdClose_Click()
 {
+    if (!m_session.runner.isRunning() && !m_rows.mayLeave())
+        return;
     m_session.runner.leave(this, [this] { disconnectNow(); });
 }
 
@@ -177,6 +179,8 @@ void frmTarnwell::cmdEnd_Click()
 
 void frmTarnwell::cmdShowDb_Click()
 {
+    if (!m_rows.mayLeave())
+        return;
     m_dialogue.setLastError({}, true);
     reload(Reload::Databases);
 }
@@ -238,10 +242,28 @@ void frmTarnwell::cmdInOut_Click()
 void frmTarnwell::cmdDataGet_Click()
 {
     QPushButton *button = m_controls.cmdDataGet;
-    if (m_session.runner.isRunning(button))
+    if (m_session.runner.isRunning(button)) {
         m_session.runner.stop();
-    else
+    } else if (m_rows.mayLeave()) {
+        m_controls.optField[3]->setChecked(true);
         runAlone(button, button->text(), [this] { m_viewer.cmdDataGet_Click(); });
+    }
+}
+
+void frmTarnwell::openRows(const QString &database, const QString &table, const QString &condition)
+{
+    TarnwellControls &c = m_controls;
+    if (c.lstDb->currentText() != database)
+        c.lstDb->choose(database);
+    for (const QString &item : c.lstTables->texts()) {
+        if (c.lstDb->currentText() != database || ListItem::parse(item).name != table)
+            continue;
+        c.lstTables->choose(item);
+        m_rows.showCondition(database, table, condition);
+        c.cmdDataGet->click();
+        return;
+    }
+    m_dialogue.refuse(QStringLiteral("テーブルが一覧にありません: ") + database + u'.' + table);
 }
 
 void frmTarnwell::Command1_Click()
@@ -251,6 +273,8 @@ void frmTarnwell::Command1_Click()
 
 void frmTarnwell::applyDefinition()
 {
+    if (m_controls.optTP[0]->isChecked() && m_controls.optField[3]->isChecked())
+        return m_rows.saveRows();
     (m_controls.optTP[0]->isChecked() ? m_controls.cmdCreateTable : m_controls.cmdCreateProc)->click();
 }
 
@@ -285,10 +309,24 @@ void frmTarnwell::openPalette()
 // What a list highlights is what the window shows: a choice that comes while something runs is not dropped.
 void frmTarnwell::choose(ChosenList *list)
 {
+    if (list != m_controls.lstProcFunc && !m_rows.mayLeave())
+        return keepShownChoice(list);
     m_session.runner.choose(list, QStringLiteral("一覧の選択"), [this, list] {
         if (list->currentItem()) // else the list was cleared meanwhile
             serveChoice(*list);
     });
+}
+
+// The rows that are edited stay, and so does what the list highlights.
+void frmTarnwell::keepShownChoice(ChosenList *list)
+{
+    const QSignalBlocker blocker(list);
+    for (int row = 0; row < list->count(); ++row) {
+        const QString item = list->item(row)->text();
+        if (list == m_controls.lstDb ? item == m_rows.database()
+                                     : ListItem::parse(item).name == m_rows.table())
+            list->setCurrentRow(row);
+    }
 }
 
 void frmTarnwell::serveChoice(const ChosenList &list)
@@ -341,7 +379,7 @@ void frmTarnwell::runAlone(const QObject *control, const QString &what, const Ru
 
 void frmTarnwell::run(const Command &command)
 {
-    if (m_session.runner.isRunning())
+    if (m_session.runner.isRunning() || !m_rows.mayLeave())
         return;
     Outcome outcome;
     const Selection chosen = selection();

@@ -120,7 +120,7 @@ QWidget *tableDetail(TarnwellControls &c)
     c.fieldView->setStretchFactor(0, 3);
     c.fieldView->setStretchFactor(1, 1);
     for (QWidget *view :
-         std::initializer_list<QWidget *>{c.txtField, c.fieldView, c.flGrid_Status, c.flGrid_Data})
+         std::initializer_list<QWidget *>{c.txtField, c.fieldView, c.flGrid_Status, c.rowsPane})
         layout->addWidget(view, 1);
     auto *buttons = row({c.cmdCreateTable, c.cmdDropTable});
     layout->addLayout(buttons);
@@ -299,6 +299,7 @@ TarnwellControls::TarnwellControls(QWidget *window, std::shared_ptr<StatementLog
     , flGrid_Index(grid("flGrid_Index", QStringLiteral("索引の一覧")))
     , flGrid_Status(grid("flGrid_Status", QStringLiteral("テーブルの状態")))
     , flGrid_Data(grid("flGrid_Data", QStringLiteral("データ一覧")))
+    , rowsPane(made<RowsPane>("rowsPane", *flGrid_Data))
     , Label3(made<QLabel>("Label3", QStringLiteral("fields")))
     , Label8(made<QLabel>("Label8", QStringLiteral("index")))
     , fieldView(new QSplitter(Qt::Vertical))

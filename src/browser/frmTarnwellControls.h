@@ -6,6 +6,7 @@
 #include "controls/lists/chosenlist.h"
 #include "controls/text/sqltextbox.h"
 #include "controls/window/encryptionsign.h"
+#include "rows/rowspane.h"
 
 #include <QCheckBox>
 #include <QComboBox>
@@ -36,6 +37,7 @@ struct TarnwellControls {
     SqlTextBox *txtProc, *txtField;
     QPushButton *cmdCreateProc, *cmdDropProc, *cmdCreateTable, *cmdDropTable, *cmdDataGet;
     FlexGrid *flGrid_Field, *flGrid_Index, *flGrid_Status, *flGrid_Data;
+    RowsPane *rowsPane; // around flGrid_Data
     QLabel *Label3, *Label8;
     QSplitter *fieldView; // fields above, indexes below
     QPushButton *cmdCheckTable, *cmdRepairTable, *cmdOptimizeTable, *cmdBackup, *cmdRestore, *cmdCopyDb,
