@@ -2,6 +2,7 @@
 
 #include "connections/passwordquestion.h"
 #include "controls/dialogue/messagebox.h"
+#include "core/sql/listitem.h"
 
 #include <QCoreApplication>
 
@@ -24,18 +25,15 @@ std::optional<QString> answerTo(const QString &question)
     }
     if (hint != "confirm" && !wantsYes(question))
         return askForPassword(nullptr, question);
+    const QStringList choices{QStringLiteral("やめる"), QStringLiteral("続ける")}; // Enter takes the first
+    if (!wantsYes(question))
+        return showChoices(nullptr, visibleText(question), choices) == 1 ? std::optional(QString())
+                                                                         : std::nullopt;
     const QString explained =
-        wantsYes(question)
-            ? QStringLiteral(
-                  "SSH のホストの鍵をまだ知りません。指紋が本物か、ホストの管理者に確かめてください。"
-                  "\nこのホストを信じて接続しますか？\n\n") +
-                  question
-            : question;
-    const bool agrees = showBox(nullptr, QMessageBox::Warning, explained,
-                                QMessageBox::Yes | QMessageBox::No) == QMessageBox::Yes;
-    if (wantsYes(question))
-        return agrees ? QStringLiteral("yes") : QStringLiteral("no");
-    return agrees ? std::optional(QString()) : std::nullopt;
+        QStringLiteral("SSH のホストの鍵をまだ知りません。指紋が本物か、ホストの管理者に確かめてください。"
+                       "\nこのホストを信じて接続しますか？\n\n") +
+        visibleText(question);
+    return showChoices(nullptr, explained, choices) == 1 ? QStringLiteral("yes") : QStringLiteral("no");
 }
 
 } // namespace
