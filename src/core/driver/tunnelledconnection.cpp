@@ -22,11 +22,26 @@ public:
     QString connectionString() const override;
     ServerInfo server() const override { return m_inner ? m_inner->server() : ServerInfo(); }
     Encryption encryption() const override { return m_inner ? m_inner->encryption() : Encryption(); }
-    RecordSet execute(const QString &statement) override;
+    RecordSet execute(const QString &statement) override
+    {
+        return send([&statement](Connection &inner) { return inner.execute(statement); });
+    }
+    RecordSet executeText(const QByteArray &statement) override
+    {
+        return send([&statement](Connection &inner) { return inner.executeText(statement); });
+    }
+    bool nextResult(RecordSet &result) override
+    {
+        const std::shared_ptr<Connection> inner = m_inner;
+        return inner && inner->nextResult(result);
+    }
+    Effect effect() const override { return m_inner ? m_inner->effect() : Effect(); }
     bool isBusy() const override { return m_isOpening || (m_inner && m_inner->isBusy()); }
     void cancel() override;
 
 private:
+    RecordSet send(const std::function<RecordSet(Connection &inner)> &sendBy);
+
     const QString m_given;
     const WaitingFactory m_factory;
     Pump &m_pump;
@@ -154,14 +169,14 @@ QString TunnelledConnection::connectionString() const
                     : m_given;
 }
 
-RecordSet TunnelledConnection::execute(const QString &statement)
+RecordSet TunnelledConnection::send(const std::function<RecordSet(Connection &inner)> &sendBy)
 {
     const std::shared_ptr<Connection> inner = m_inner;
     const std::shared_ptr<SshTunnel> tunnel = m_tunnel;
     if (!inner || !tunnel)
         throw Failure(QStringLiteral("サーバーに接続されていません。"), 0, QStringLiteral("08003"));
     try {
-        return inner->execute(statement);
+        return sendBy(*inner);
     } catch (const Failure &failure) {
         if (!failure.isConnectionLost() || tunnel->isUp())
             throw;

@@ -4,6 +4,7 @@
 #include "core/session/connectionstring.h"
 #include "core/sql/sessionstate.h"
 
+#include <functional>
 #include <map>
 #include <mutex>
 #include <optional>
@@ -60,7 +61,21 @@ public:
     QString connectionString() const override { return m_inner ? m_inner->connectionString() : m_given; }
     ServerInfo server() const override { return m_inner ? m_inner->server() : ServerInfo(); }
     Encryption encryption() const override { return m_inner ? m_inner->encryption() : Encryption(); }
-    RecordSet execute(const QString &statement) override;
+    RecordSet execute(const QString &statement) override
+    {
+        return send(statement, [&statement](Connection &inner) { return inner.execute(statement); });
+    }
+    RecordSet executeText(const QByteArray &statement) override
+    {
+        return send(QString::fromUtf8(statement),
+                    [&statement](Connection &inner) { return inner.executeText(statement); });
+    }
+    bool nextResult(RecordSet &result) override
+    {
+        const std::shared_ptr<Connection> inner = m_inner; // an event may replace it
+        return inner && inner->nextResult(result);
+    }
+    Effect effect() const override { return m_inner ? m_inner->effect() : Effect(); }
     bool isBusy() const override { return m_inner && m_inner->isBusy(); }
     void cancel() override
     {
@@ -70,6 +85,7 @@ public:
     }
 
 private:
+    RecordSet send(const QString &statement, const std::function<RecordSet(Connection &inner)> &sendBy);
     std::shared_ptr<Connection> opened();
     void requireSamePlace();
     void comeBack();
@@ -130,7 +146,8 @@ void LastingConnection::requireSamePlace()
                           .arg(m_place.server, before->server));
 }
 
-RecordSet LastingConnection::execute(const QString &statement)
+RecordSet LastingConnection::send(const QString &statement,
+                                  const std::function<RecordSet(Connection &inner)> &sendBy)
 {
     m_isCancelled = false;
     const std::shared_ptr<Connection> inner = m_inner;
@@ -139,7 +156,7 @@ RecordSet LastingConnection::execute(const QString &statement)
     const std::shared_ptr<SessionState> state =
         m_state; // an event may destroy this while the statement waits
     try {
-        RecordSet rows = inner->execute(statement);
+        RecordSet rows = sendBy(*inner);
         state->note(statement);
         return rows;
     } catch (const Failure &failure) {
@@ -154,7 +171,7 @@ RecordSet LastingConnection::execute(const QString &statement)
             giveUp(failure); // its own words say what happened
         }
     }
-    return m_inner->execute(statement);
+    return sendBy(*m_inner);
 }
 
 void LastingConnection::comeBack()
