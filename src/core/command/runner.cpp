@@ -1,5 +1,7 @@
 #include "core/command/runner.h"
 
+#include "core/sql/batch.h"
+
 #include <QScopeGuard>
 
 #include <algorithm>
@@ -20,7 +22,7 @@ bool contains(const QObject &outer, const QObject *inner)
 
 } // namespace
 
-class Runner::StoppableConnection : public Connection {
+class Runner::StoppableConnection : public Connection, public BatchSender {
 public:
     StoppableConnection(Runner &runner, std::unique_ptr<Connection> connection)
         : m_runner(runner)
@@ -62,6 +64,7 @@ public:
         return m_connection->nextResult(result);
     }
     Effect effect() const override { return m_connection->effect(); }
+    BatchOutcome executeAll(const std::vector<QByteArray> &statements) override;
     bool isBusy() const override { return m_connection->isBusy(); }
     void cancel() override { m_connection->cancel(); }
 
@@ -69,6 +72,27 @@ private:
     Runner &m_runner;
     const std::unique_ptr<Connection> m_connection;
 };
+
+BatchOutcome Runner::StoppableConnection::executeAll(const std::vector<QByteArray> &statements)
+{
+    m_runner.requireGoingOn();
+    if (auto *sender = dynamic_cast<BatchSender *>(m_connection.get()))
+        return sender->executeAll(statements);
+    BatchOutcome outcome;
+    try {
+        for (const QByteArray &statement : statements) {
+            m_runner.requireGoingOn();
+            RecordSet rows = executeText(statement);
+            while (rows.isOpen() && !rows.isEof())
+                rows.moveNext();
+            outcome.rowsTouched += std::max<qint64>(effect().rowsTouched, 0);
+            ++outcome.done;
+        }
+    } catch (const Failure &failure) {
+        outcome.failure = failure;
+    }
+    return outcome;
+}
 
 ConnectionFactory Runner::stoppable(ConnectionFactory factory)
 {

@@ -1,5 +1,6 @@
 #include "core/command/script.h"
 
+#include "core/sql/batch.h"
 #include "core/sql/passwords.h"
 #include "core/sql/splitter.h"
 
@@ -54,7 +55,8 @@ private:
     void runAll();
     void runFile(const QString &path, int depth);
     void runPiece(const QString &path, const ScriptPiece &piece, int depth, StatementSplitter &splitter);
-    void send(std::string_view statement);
+    void sendBatch(const QString &path);
+    void refuse(const QString &path, qint64 line, std::string_view statement, const Failure &failure);
     void note(ScriptError error);
     void tell(const ScriptFile &file, bool isOutermost);
 
@@ -64,6 +66,12 @@ private:
     ScriptReport m_report;
     SqlMode m_mode;
     QElapsedTimer m_clock;
+    // What waits to be sent in one go, and how much that may be now: small statements go together, and those
+    // that take their time one by one, for the progress and the stop.
+    std::vector<QByteArray> m_batch;
+    std::vector<qint64> m_lines;
+    qsizetype m_batchBytes = 0;
+    std::size_t m_batchSize = 1;
 };
 
 ScriptReport Run::run()
@@ -119,6 +127,8 @@ void Run::runFile(const QString &path, int depth)
             runPiece(path, *piece, depth, splitter);
             tell(file, depth == 0);
         }
+        if (isAtEnd)
+            sendBatch(path);
         if (splitter.pendingBytes() > longestStatement)
             throw Failure(QStringLiteral("1GBを超える文があります。引用符が閉じていないかもしれません。"));
     }
@@ -126,44 +136,73 @@ void Run::runFile(const QString &path, int depth)
 
 void Run::runPiece(const QString &path, const ScriptPiece &piece, int depth, StatementSplitter &splitter)
 {
+    const QByteArray text(piece.text.data(), static_cast<qsizetype>(piece.text.size()));
+    const bool isSource = piece.kind == ScriptPiece::Kind::Source;
+    if (!isSource) {
+        m_batch.push_back(text);
+        m_lines.push_back(piece.line);
+        m_batchBytes += text.size();
+    }
+    const bool endsBatch = isSource || maySetMode(piece.text);
+    constexpr qsizetype enoughBytes = 64 * 1024;
+    if (endsBatch || m_batch.size() >= m_batchSize || m_batchBytes >= enoughBytes)
+        sendBatch(path);
+    if (!endsBatch)
+        return;
     try {
-        if (piece.kind == ScriptPiece::Kind::Statement) {
-            ++m_report.statements;
-            send(piece.text);
-        } else {
+        if (isSource) {
             if (depth >= deepestSource)
                 throw Failure(QStringLiteral("SOURCEの入れ子が深すぎます。"));
-            runFile(QFileInfo(path).dir().filePath(
-                        QString::fromUtf8(piece.text.data(), static_cast<qsizetype>(piece.text.size()))),
-                    depth + 1);
+            runFile(QFileInfo(path).dir().filePath(QString::fromUtf8(text)), depth + 1);
         }
-        if (piece.kind == ScriptPiece::Kind::Source || maySetMode(piece.text)) {
-            m_mode = sqlModeOf(m_session.connection());
-            splitter.setMode(m_mode);
-        }
+        m_mode = sqlModeOf(m_session.connection());
+        splitter.setMode(m_mode);
     } catch (const Failure &failure) {
-        if (m_session.runner.isStopWanted())
-            throw;
-        note({path, piece.line, beginning(piece.text), failure.description()});
-        if (!m_options.goesOnAtErrors || failure.isConnectionLost())
-            throw Ended();
+        refuse(path, piece.line, piece.text, failure);
     }
 }
 
-void Run::send(std::string_view statement)
+void Run::sendBatch(const QString &path)
 {
-    Connection &connection = m_session.connection();
-    RecordSet rows =
-        connection.executeText(QByteArray(statement.data(), static_cast<qsizetype>(statement.size())));
-    for (bool hasResult = true; hasResult;) {
-        rows.readWithoutLimit();
-        while (rows.isOpen() && !rows.isEof()) // to its end: a procedure must not be killed for its rows
-            rows.moveNext();
-        const Effect effect = connection.effect();
-        m_report.rowsTouched += std::max<qint64>(effect.rowsTouched, 0);
-        m_report.warnings += std::max(effect.warnings, 0);
-        hasResult = effect.hasFurther && connection.nextResult(rows);
+    constexpr qint64 tooLong = 30, tooShort = 10; // milliseconds
+    constexpr std::size_t most = 500;
+    QElapsedTimer clock;
+    clock.start();
+    std::size_t first = 0;
+    while (first < m_batch.size()) {
+        Connection &connection = m_session.connection();
+        auto *sender = dynamic_cast<BatchSender *>(&connection);
+        Q_ASSERT(sender); // as every connection of a runner
+        const BatchOutcome outcome =
+            sender->executeAll({m_batch.begin() + static_cast<std::ptrdiff_t>(first), m_batch.end()});
+        m_report.rowsTouched += outcome.rowsTouched;
+        m_report.warnings += outcome.warnings;
+        m_report.statements += static_cast<qint64>(outcome.done);
+        first += outcome.done;
+        if (!outcome.failure)
+            break;
+        ++m_report.statements;
+        refuse(path, m_lines[first],
+               {m_batch[first].constData(), static_cast<std::size_t>(m_batch[first].size())},
+               *outcome.failure);
+        ++first;
     }
+    if (clock.elapsed() > tooLong)
+        m_batchSize = std::max<std::size_t>(1, m_batchSize / 2);
+    else if (clock.elapsed() < tooShort)
+        m_batchSize = std::min(most, m_batchSize * 2);
+    m_batch.clear();
+    m_lines.clear();
+    m_batchBytes = 0;
+}
+
+void Run::refuse(const QString &path, qint64 line, std::string_view statement, const Failure &failure)
+{
+    if (m_session.runner.isStopWanted())
+        throw Failure(failure);
+    note({path, line, beginning(statement), failure.description()});
+    if (!m_options.goesOnAtErrors || failure.isConnectionLost())
+        throw Ended();
 }
 
 void Run::note(ScriptError error)

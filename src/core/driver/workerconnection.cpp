@@ -2,6 +2,8 @@
 
 #include "core/session/connectionstring.h"
 
+#include <algorithm>
+
 namespace {
 
 Failure closedError()
@@ -26,6 +28,14 @@ void WorkerConnection::Line::requireIdle() const
 
 Answer WorkerConnection::Line::wait(const std::shared_ptr<Job> &job)
 {
+    Answer answer = finished(job);
+    if (answer.error)
+        throw Failure(*answer.error);
+    return answer;
+}
+
+Answer WorkerConnection::Line::finished(const std::shared_ptr<Job> &job)
+{
     waiting = job;
     if (!shortWait.until([&job] { return job->done.isFinished(); }))
         pump.wait(job->done);
@@ -34,10 +44,8 @@ Answer WorkerConnection::Line::wait(const std::shared_ptr<Job> &job)
         throw closedError();
     const bool isStopped = worker->isStopped(*job);
     Answer answer = std::move(job->answer);
-    if (answer.error && (!isStopped || answer.error->isConnectionLost() || answer.error->isInterrupted()))
-        throw Failure(*answer.error);
-    if (answer.error)
-        throw interruptedError(answer.error->description());
+    if (answer.error && isStopped && !answer.error->isConnectionLost() && !answer.error->isInterrupted())
+        answer.error = interruptedError(answer.error->description());
     answer.isStopped = isStopped;
     return answer;
 }
@@ -268,10 +276,43 @@ std::optional<RecordSet> WorkerConnection::receive(Ask ask)
     }
 }
 
+BatchOutcome WorkerConnection::executeAll(const std::vector<QByteArray> &statements)
+{
+    if (!isOpen())
+        throw closedError();
+    const std::shared_ptr<Line> line = m_line;
+    line->requireIdle();
+    *line->isBatchStopped = false;
+    const Work work = [statements, isStopped = line->isBatchStopped](Driver &driver, Results &,
+                                                                     Answer &answer) {
+        RowBlock block;
+        for (const QByteArray &statement : statements) {
+            if (*isStopped)
+                throw interruptedError();
+            std::unique_ptr<DriverResult> result = driver.executeText(statement);
+            for (bool hasResult = true; hasResult;) {
+                // To its end: a procedure must not be killed for its rows.
+                for (bool hasMore = result != nullptr; hasMore; block.clear())
+                    hasMore = result->fetch(block);
+                const Effect effect = driver.effect();
+                answer.batch.rowsTouched += std::max<qint64>(effect.rowsTouched, 0);
+                answer.batch.warnings += std::max(effect.warnings, 0);
+                result.reset();
+                hasResult = effect.hasFurther && driver.nextResult(result);
+            }
+            ++answer.batch.done;
+        }
+    };
+    Answer answer = line->finished(line->worker->post(work));
+    answer.batch.failure = std::move(answer.error);
+    return answer.batch;
+}
+
 void WorkerConnection::cancel()
 {
     if (!m_line)
         return;
+    *m_line->isBatchStopped = true;
     // Between two rows nobody waits, and the server is at the next ones already.
     const std::shared_ptr<Job> job = m_line->waiting ? m_line->waiting : m_line->ahead.lock();
     if (job)

@@ -2,9 +2,10 @@
 
 #include "core/driver/pump.h"
 #include "core/driver/workerthread.h"
+#include "core/sql/batch.h"
 
 // A connection whose driver is used by a thread of its own, so that the windows live while the server thinks.
-class WorkerConnection : public Connection {
+class WorkerConnection : public Connection, public BatchSender {
 public:
     // Makes the driver for each open(); throws Failure when the connection string is wrong.
     using DriverFactory = std::function<std::unique_ptr<Driver>()>;
@@ -21,6 +22,7 @@ public:
     RecordSet execute(const QString &statement) override;
     RecordSet executeText(const QByteArray &statement) override;
     bool nextResult(RecordSet &result) override;
+    BatchOutcome executeAll(const std::vector<QByteArray> &statements) override;
     Effect effect() const override { return m_line ? m_line->effect : Effect(); }
     bool isBusy() const override { return m_line && m_line->waiting; }
     void cancel() override;
@@ -38,6 +40,8 @@ private:
         void requireIdle() const;
         // Throws what went wrong; a stopped job always throws.
         Answer wait(const std::shared_ptr<Job> &job);
+        // The same with what went wrong in the answer.
+        Answer finished(const std::shared_ptr<Job> &job);
 
         const std::shared_ptr<WorkerThread> worker;
         Pump &pump;
@@ -48,6 +52,7 @@ private:
         bool isLeft = false; // by the connection
         int lastResult = 0;
         Effect effect;
+        std::shared_ptr<std::atomic<bool>> isBatchStopped = std::make_shared<std::atomic<bool>>(false);
     };
     class Rows;
     // False: there is no result.

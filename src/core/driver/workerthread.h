@@ -2,6 +2,7 @@
 
 #include "core/driver/pump.h"
 #include "core/driver/workerdriver.h"
+#include "core/sql/batch.h"
 
 #include <atomic>
 #include <chrono>
@@ -24,6 +25,7 @@ struct Answer {
     RowBlock block;
     Effect effect;          // of a result that has come to its end
     bool hasResult = true;  // false: the statement has no further one
+    BatchOutcome batch;     // of a batch of statements; the failure is `error`
     bool hasMore = false;   // the worker holds a result with further rows
     bool isStopped = false; // a stop came while the job was under way, which succeeded all the same
 };

@@ -2,9 +2,9 @@
 
 #include "core/command/doubt.h"
 #include "core/session/connectionstring.h"
+#include "core/sql/batch.h"
 #include "core/sql/sessionstate.h"
 
-#include <functional>
 #include <map>
 #include <mutex>
 #include <optional>
@@ -36,7 +36,7 @@ private:
     std::map<QString, ServerPlace> m_places;
 };
 
-class LastingConnection : public Connection {
+class LastingConnection : public Connection, public BatchSender {
 public:
     LastingConnection(QString string, ConnectionFactory factory, std::shared_ptr<LostPlaces> lostPlaces)
         : m_given(std::move(string))
@@ -61,21 +61,15 @@ public:
     QString connectionString() const override { return m_inner ? m_inner->connectionString() : m_given; }
     ServerInfo server() const override { return m_inner ? m_inner->server() : ServerInfo(); }
     Encryption encryption() const override { return m_inner ? m_inner->encryption() : Encryption(); }
-    RecordSet execute(const QString &statement) override
-    {
-        return send(statement, [&statement](Connection &inner) { return inner.execute(statement); });
-    }
-    RecordSet executeText(const QByteArray &statement) override
-    {
-        return send(QString::fromUtf8(statement),
-                    [&statement](Connection &inner) { return inner.executeText(statement); });
-    }
+    RecordSet execute(const QString &statement) override;
+    RecordSet executeText(const QByteArray &statement) override;
     bool nextResult(RecordSet &result) override
     {
         const std::shared_ptr<Connection> inner = m_inner; // an event may replace it
         return inner && inner->nextResult(result);
     }
     Effect effect() const override { return m_inner ? m_inner->effect() : Effect(); }
+    BatchOutcome executeAll(const std::vector<QByteArray> &statements) override;
     bool isBusy() const override { return m_inner && m_inner->isBusy(); }
     void cancel() override
     {
@@ -85,8 +79,9 @@ public:
     }
 
 private:
-    RecordSet send(const QString &statement, const std::function<RecordSet(Connection &inner)> &sendBy);
     std::shared_ptr<Connection> opened();
+    using Send = std::function<RecordSet(Connection &)>;
+    RecordSet sent(const QString &statement, const Send &send);
     void requireSamePlace();
     void comeBack();
     [[noreturn]] void giveUp(const Failure &failure);
@@ -100,6 +95,7 @@ private:
     ServerPlace m_place;
     std::shared_ptr<SessionState> m_state = std::make_shared<SessionState>();
     bool m_isCancelled = false, m_isClosed = false; // by the user of this connection
+    bool m_hasScript = false;                       // which counts on all that it has set
 };
 
 // What the server does not tell is not known: an account whose password has expired may ask for nothing.
@@ -122,7 +118,7 @@ bool isSame(const ServerPlace &left, const ServerPlace &right)
 
 void LastingConnection::open()
 {
-    m_isCancelled = m_isClosed = false;
+    m_isCancelled = m_isClosed = m_hasScript = false;
     m_inner = m_factory(m_string);
     m_inner->open();
     if (ConnectionString(m_string).value(QStringLiteral("handleexpiredpassword")) == u"1")
@@ -146,8 +142,33 @@ void LastingConnection::requireSamePlace()
                           .arg(m_place.server, before->server));
 }
 
-RecordSet LastingConnection::send(const QString &statement,
-                                  const std::function<RecordSet(Connection &inner)> &sendBy)
+RecordSet LastingConnection::execute(const QString &statement)
+{
+    return sent(statement, [&statement](Connection &inner) { return inner.execute(statement); });
+}
+
+RecordSet LastingConnection::executeText(const QByteArray &statement)
+{
+    return sent(QString::fromUtf8(statement),
+                [&statement](Connection &inner) { return inner.executeText(statement); });
+}
+
+// Never repeated, and nothing behind it either: a script goes on where it stands, or not at all.
+BatchOutcome LastingConnection::executeAll(const std::vector<QByteArray> &statements)
+{
+    m_isCancelled = false;
+    m_hasScript = true;
+    const std::shared_ptr<Connection> inner = m_inner;
+    if (!inner || !inner->isOpen())
+        throw Failure(QStringLiteral("サーバーに接続されていません。"), 0, QStringLiteral("08003"));
+    auto &sender = dynamic_cast<BatchSender &>(*inner);
+    BatchOutcome outcome = sender.executeAll(statements);
+    if (outcome.failure && outcome.failure->isConnectionLost())
+        inner->close();
+    return outcome;
+}
+
+RecordSet LastingConnection::sent(const QString &statement, const Send &send)
 {
     m_isCancelled = false;
     const std::shared_ptr<Connection> inner = m_inner;
@@ -156,14 +177,14 @@ RecordSet LastingConnection::send(const QString &statement,
     const std::shared_ptr<SessionState> state =
         m_state; // an event may destroy this while the statement waits
     try {
-        RecordSet rows = sendBy(*inner);
+        RecordSet rows = send(*inner);
         state->note(statement);
         return rows;
     } catch (const Failure &failure) {
         if (!failure.isConnectionLost() || state.use_count() == 1 || m_isClosed)
             throw;
         m_lostPlaces->add(m_given, m_place);
-        if (m_isCancelled || !state->held().isEmpty() || !canBeRepeated(statement))
+        if (m_isCancelled || m_hasScript || !state->held().isEmpty() || !canBeRepeated(statement))
             giveUp(failure);
         try {
             comeBack();
@@ -171,7 +192,7 @@ RecordSet LastingConnection::send(const QString &statement,
             giveUp(failure); // its own words say what happened
         }
     }
-    return sendBy(*m_inner);
+    return send(*m_inner);
 }
 
 void LastingConnection::comeBack()

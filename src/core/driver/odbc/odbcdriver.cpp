@@ -154,6 +154,7 @@ std::unique_ptr<DriverResult> OdbcDriver::execute(const QString &statement)
 {
     m_note.clear();
     m_sort = sortOf(statement);
+    m_effect = {};
     dropUnread();
     const AnswerWatch watch(mostResultBytes());
     try {
@@ -247,7 +248,11 @@ std::unique_ptr<DriverResult> OdbcDriver::executeByDriver(const QString &stateme
             result->takeRest();
         return result;
     }
+    SQLLEN rows = -1;
+    if (SQL_SUCCEEDED(SQLRowCount(handle.get(), &rows)))
+        m_effect.rowsTouched = rows;
     if (isDangerous) {
+        m_effect = {};
         handle = OdbcStatementHandle();
         reopen(database);
         m_note = reopened;

@@ -32,7 +32,7 @@ public:
     // first result alone.
     std::unique_ptr<DriverResult> executeText(const QByteArray &statement) override;
     bool nextResult(std::unique_ptr<DriverResult> &result) override;
-    Effect effect() const override { return m_keepsFurther ? m_effect : Effect(); }
+    Effect effect() const override { return m_effect; }
     QString note() const override { return m_note; }
     void settle() override;
     void disconnect() override;
@@ -69,5 +69,5 @@ private:
     std::vector<OdbcResult *> m_results; // those that still need the connection
     QString m_note;
     bool m_keepsFurther = false; // results behind the one that executeText() or nextResult() gave
-    Effect m_effect;             // of that one
+    Effect m_effect;             // of the last one, as far as the driver tells
 };
