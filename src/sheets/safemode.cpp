@@ -2,6 +2,8 @@
 
 #include "core/sql/lexer.h"
 
+#include <QStringList>
+
 #include <vector>
 
 namespace {

@@ -1,6 +1,6 @@
 #include "sheets/sheeteditor.h"
 
-#include <QEvent>
+#include <QKeyEvent>
 #include <QTimer>
 
 namespace {
@@ -79,6 +79,17 @@ void SheetEditor::markError(int line)
 void SheetEditor::clearError()
 {
     markerDeleteAll(m_errorMark);
+}
+
+// Escape stops the sheet; Scintilla would keep it for itself, also where there is no list to close.
+bool SheetEditor::event(QEvent *event)
+{
+    const bool isEscape = event->type() == QEvent::ShortcutOverride &&
+                          static_cast<QKeyEvent *>(event)->key() == Qt::Key_Escape && !isListActive();
+    if (!isEscape)
+        return StatementBox::event(event);
+    event->ignore();
+    return true;
 }
 
 void SheetEditor::changeEvent(QEvent *event)

@@ -36,6 +36,7 @@ Q_SIGNALS:
 protected:
     void load(const QString &path) override { Q_EMIT fileDropped(path); }
     void changeEvent(QEvent *event) override;
+    bool event(QEvent *event) override;
 
 private:
     void colourMarks();

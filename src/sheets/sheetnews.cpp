@@ -1,5 +1,6 @@
 // What a sheet does with the news of its connection.
 #include "controls/dialogue/widgetdialogue.h"
+#include "core/command/writing.h"
 #include "core/sql/passwords.h"
 #include "sheets/sheetpage.h"
 #include "sheets/sheetresults.h"
@@ -132,9 +133,9 @@ void SheetPage::takeFailure(const SheetNews &news)
     m_lastSeconds = words;
     m_isInTransaction = m_isInTransaction && !news.isConnectionLost;
     m_results->showMessages();
+    note(news, words);
     if (static_cast<std::size_t>(news.statement) >= m_sent.size())
         return;
-    note(news, words);
     if (news.isStopped)
         return;
     const Sent &sent = m_sent[static_cast<std::size_t>(news.statement)];
@@ -155,9 +156,16 @@ void SheetPage::note(const SheetNews &news, const QString &error)
     entry.rows = hasRows ? news.rowCount : -1;
     entry.error = holdsPassword(statement) ? withoutQuotedPart(error) : error;
     m_around.session.statementLog->add(entry);
-    if (m_around.remember && !holdsPassword(statement))
-        m_around.remember({statement, m_database, entry.error, news.microseconds,
-                           hasRows ? news.rowCount : news.effect.rowsTouched});
+    if (!m_around.remember || holdsPassword(statement))
+        return;
+    HistoryEntry remembered;
+    remembered.statement = statement;
+    remembered.database = m_database;
+    remembered.server = serverName(settings());
+    remembered.error = entry.error;
+    remembered.microseconds = news.microseconds;
+    remembered.rows = hasRows ? news.rowCount : news.effect.rowsTouched;
+    m_around.remember(remembered);
 }
 
 void SheetPage::takeReport(const ScriptReport &report)

@@ -110,6 +110,8 @@ SheetWorker &SheetPage::worker()
     if (m_worker)
         return *m_worker;
     m_worker = std::make_unique<SheetWorker>();
+    m_database = m_around.session.gDbName;
+    m_settings = siblingOf(m_around.session, m_database);
     m_thread = std::make_unique<QThread>();
     std::unique_ptr<Session> session =
         siblingOf(m_around.session, m_around.session.gDbName, m_worker->pump());
@@ -200,7 +202,7 @@ void SheetPage::runPieces(const QByteArray &text, int offset, bool isScript, con
         m_sent.push_back({statement, offset + static_cast<int>(piece.start)});
         m_waitingRun.statements.push_back({statement, isSource});
     }
-    if (mayChangeSomething && !confirmsWriting(m_around.session, m_around.dialogue))
+    if (mayChangeSomething && !confirmsWriting(settings(), m_around.dialogue))
         return;
     m_editor->clearError();
     if (m_dangers.empty())
@@ -239,7 +241,7 @@ void SheetPage::askAndRun(QStringList counts)
 
 void SheetPage::runScript(const ScriptOptions &options)
 {
-    if (m_isRunning || !confirmsWriting(m_around.session, m_around.dialogue))
+    if (m_isRunning || !confirmsWriting(settings(), m_around.dialogue))
         return;
     m_sent.clear();
     m_results->say(QTime::currentTime().toString() + QStringLiteral("  ファイルを実行: ") + options.path);
@@ -251,7 +253,7 @@ void SheetPage::send(const QString &statement)
 {
     if (m_isRunning)
         return;
-    m_sent = {{statement.toUtf8(), 0}};
+    m_sent.clear(); // it is none of the user's statements
     start([statement](SheetWorker &running) { running.send(statement); });
 }
 
@@ -259,7 +261,7 @@ void SheetPage::setAutocommit(bool isOn)
 {
     if (m_isRunning || std::exchange(m_isAutocommit, isOn) == isOn)
         return;
-    m_sent = {{isOn ? "set autocommit=1" : "set autocommit=0", 0}};
+    m_sent.clear();
     start([isOn](SheetWorker &running) { running.setAutocommit(isOn); });
 }
 
@@ -324,7 +326,9 @@ QString SheetPage::open(const QString &path)
     if (!file.open(QIODevice::ReadOnly))
         return path + QStringLiteral(": ") + file.errorString();
     const QByteArray bytes = file.readAll();
-    SheetContents contents{.path = path, .text = fromCodePage(bytes)};
+    SheetContents contents;
+    contents.path = path;
+    contents.text = fromCodePage(bytes);
     if (contents.text.contains(QChar::Null))
         return path + QStringLiteral(": NUL文字を含むため、SQL文として読み込めません。");
     contents.isCodePage = contents.text.toUtf8() != bytes && !bytes.startsWith("\xef\xbb\xbf");

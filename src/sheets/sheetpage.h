@@ -2,6 +2,7 @@
 
 #include "controls/text/wordcompletion.h"
 #include "core/command/dialogue.h"
+#include "core/session/historystore.h"
 #include "sheets/drafts.h"
 #include "sheets/safemode.h"
 #include "sheets/sheeteditor.h"
@@ -15,18 +16,11 @@
 class QThread;
 class SheetResults;
 
-// What was run, for the history.
-struct SheetRunNote {
-    QString statement, database, error;
-    qint64 microseconds = 0;
-    qint64 rows = -1; // given or touched
-};
-
 // What all sheets of a window share.
 struct SheetSurroundings {
     Session &session;   // the windows' own: its settings are copied, its log is written
     Dialogue &dialogue; // titled as the window
-    std::function<void(const SheetRunNote &)> remember;
+    std::function<void(const HistoryEntry &)> remember; // for the history
 };
 
 // How a run is to behave, as the window's boxes say.
@@ -77,6 +71,7 @@ public:
     void keepDraft(); // at once
     void removeDraft() { m_draft->remove(); }
     SheetEditor &editor() { return *m_editor; }
+    const ConnectionProfile &profile() const { return settings().profile; }
 
 Q_SIGNALS:
     void changed();  // title or state
@@ -89,6 +84,7 @@ private:
     };
 
     void buildLayout();
+    const Session &settings() const { return m_settings ? *m_settings : m_around.session; }
     SheetWorker &worker();
     void start(const std::function<void(SheetWorker &)> &work);
     void runPieces(const QByteArray &text, int offset, bool isScript, const SheetOptions &options);
@@ -113,6 +109,8 @@ private:
     WordCompletion m_completion;
     QTimer *m_draftTimer, *m_clockTimer;
 
+    // The settings that the connection was made with: the windows may have gone to another server since.
+    std::unique_ptr<Session> m_settings;
     std::unique_ptr<QThread> m_thread;
     std::unique_ptr<SheetWorker> m_worker;
     std::vector<Sent> m_sent;

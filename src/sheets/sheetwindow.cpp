@@ -1,6 +1,7 @@
 #include "sheets/sheetwindow.h"
 
 #include "controls/window/building.h"
+#include "controls/window/serverstrip.h"
 #include "controls/window/stopping.h"
 #include "controls/window/windowsize.h"
 #include "core/session/profilefile.h"
@@ -71,7 +72,8 @@ SheetWindow::SheetWindow(Session &session, SheetServices services, std::unique_p
     setWorksWhileRunning(this); // on connections of its own, in other threads
     buildLayout();
     m_goesOn->setChecked(option(QStringLiteral("GoOnAtErrors"), false));
-    m_safeMode->setChecked(option(QStringLiteral("SafeMode"), true));
+    m_safeMode->setChecked(m_session.profile.environment == Environment::Production ||
+                           option(QStringLiteral("SafeMode"), true));
     connectControls();
     addKeys();
     restoreDrafts();
@@ -124,8 +126,8 @@ void SheetWindow::connectControls()
     connect(m_save, &QPushButton::clicked, this, &SheetWindow::saveFile);
     connect(m_script, &QPushButton::clicked, this, &SheetWindow::runScriptFile);
     connect(m_history, &QPushButton::clicked, this, [this] {
-        if (m_services.openHistory)
-            m_services.openHistory(this, [this](const QString &text) { page()->insert(text); });
+        if (const QString failure = openHistory(); !failure.isEmpty())
+            m_dialogue->refuse(failure);
     });
     connect(m_pin, &QPushButton::toggled, this, [this](bool isOn) { page()->results().setPinned(isOn); });
     connect(m_autocommit, &QCheckBox::clicked, this, [this](bool isOn) { page()->setAutocommit(isOn); });
@@ -149,8 +151,7 @@ void SheetWindow::addKeys()
              {{Qt::Key_F5}, m_runSheet},
              {{Qt::SHIFT | Qt::Key_F5, Qt::Key_Escape}, m_stop},
              {{QKeySequence::Open}, m_open},
-             {{QKeySequence::Save}, m_save},
-             {{Qt::CTRL | Qt::Key_R}, m_history}})
+             {{QKeySequence::Save}, m_save}})
         for (const QKeySequence &key : keys)
             connect(new QShortcut(key, this), &QShortcut::activated, button, &QPushButton::click);
     const auto onKey = [this](const QKeySequence &key, auto action) {
@@ -159,6 +160,13 @@ void SheetWindow::addKeys()
     onKey(Qt::CTRL | Qt::Key_W, [this] { closeSheet(m_tabs->currentIndex()); });
     onKey(Qt::CTRL | Qt::SHIFT | Qt::Key_F, [this] { page()->format(); });
     onKey(Qt::CTRL | Qt::Key_Space, [this] { page()->offerWords(); });
+}
+
+QString SheetWindow::openHistory()
+{
+    if (!m_services.openHistory)
+        return QStringLiteral("履歴はありません。");
+    return m_services.openHistory(this, [this](const QString &text) { page()->insert(text); });
 }
 
 QString SheetWindow::folder() const
@@ -206,7 +214,8 @@ SheetPage *SheetWindow::add(std::unique_ptr<Draft> draft)
 
 void SheetWindow::propose(const QString &text)
 {
-    addSheet();
+    if (!page()->isEmpty())
+        addSheet();
     page()->put(text);
 }
 
@@ -233,6 +242,10 @@ void SheetWindow::showState()
     m_pin->setEnabled(shown->hasGrid());
     m_pin->setChecked(shown->isResultPinned());
     m_state->setText(shown->state());
+    if (m_profile != shown->profile()) {
+        m_profile = shown->profile();
+        showServer(*this, m_profile);
+    }
 }
 
 void SheetWindow::showTitles()

@@ -17,9 +17,10 @@ class QToolButton;
 
 // What the window needs of the program beside its session.
 struct SheetServices {
-    std::function<void(const SheetRunNote &)> remember;
-    // Lets the user choose from the history; the statement goes to the function.
-    std::function<void(QWidget *window, const std::function<void(const QString &)> &put)> openHistory;
+    std::function<void(const HistoryEntry &)> remember;
+    // Lets the user choose from the history; the statement goes to the function. Says why there is none;
+    // empty where it opened.
+    std::function<QString(QWidget *window, const std::function<void(const QString &)> &put)> openHistory;
 };
 
 // SQL texts in tabs, each with a connection of its own. What was typed is kept in drafts, whatever ends the
@@ -33,7 +34,9 @@ public:
     ~SheetWindow() override;
 
     void addSheet();
-    // Into a sheet of its own.
+    // Of statements, for the sheet that is shown. As SheetServices::openHistory.
+    QString openHistory();
+    // Into an empty sheet.
     void propose(const QString &text);
 
 protected:
@@ -76,5 +79,6 @@ private:
     QToolButton *m_recent;
     QCheckBox *m_autocommit, *m_goesOn, *m_safeMode;
     QLabel *m_state, *m_transaction;
-    int m_number = 0; // of the last sheet without a file
+    ConnectionProfile m_profile; // whose strip the window shows
+    int m_number = 0;            // of the last sheet without a file
 };

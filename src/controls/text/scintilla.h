@@ -6,6 +6,7 @@
 // that needs them includes this header.
 #define signals Q_SIGNALS
 #define slots Q_SLOTS
+#include <Qsci/qscicommandset.h>
 #include <Qsci/qscilexersql.h>
 #include <Qsci/qsciscintilla.h>
 #undef signals

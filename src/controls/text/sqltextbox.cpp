@@ -21,6 +21,9 @@ SqlTextBox::SqlTextBox(QWidget *parent)
     setMarginWidth(1, 0);
     setScrollWidth(1);
     setScrollWidthTracking(true);
+    // It opens an SQL sheet from every window; Scintilla swaps two lines by it.
+    if (QsciCommand *command = standardCommands()->boundTo((Qt::CTRL | Qt::Key_T).toCombined()))
+        command->setKey(0);
     addFindBar(*this);
     connect(this, &QsciScintilla::linesChanged, this, [this] { fitLineNumbers(); });
 }

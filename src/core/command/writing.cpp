@@ -6,13 +6,13 @@
 
 #include <algorithm>
 
-namespace {
-
 QString serverName(const Session &session)
 {
     return trimmedBlanks(session.gDsn) == noDataSource() ? session.gServer + u':' + session.gPort
                                                          : session.gDsn;
 }
+
+namespace {
 
 // The saved connection's own word on writing.
 bool mayWriteHere(const Session &session, Dialogue &dialogue)
@@ -25,6 +25,15 @@ bool mayWriteHere(const Session &session, Dialogue &dialogue)
     return profile.environment != Environment::Production ||
            dialogue.confirm(QStringLiteral("本番のサーバー「%1」(%2) を変更します。\r\n続けますか？")
                                 .arg(profile.name, serverName(session)),
+                            Icon::Critical);
+}
+
+bool mayWriteOnReplica(const Session &session, Dialogue &dialogue)
+{
+    return !session.role.isForReading() ||
+           dialogue.confirm(QStringLiteral("サーバー %1 は %2です。\r\nここでの変更は他のサーバーに伝わらず、"
+                                           "レプリケーションが止まることがあります。\r\n続けますか？")
+                                .arg(serverName(session), roleText(session.role)),
                             Icon::Critical);
 }
 
@@ -41,16 +50,12 @@ bool mayWrite(Session &session, Dialogue &dialogue)
     } catch (const Failure &) {
         // The command itself finds the connection lost, or the stop.
     }
-    return confirmsWriting(session, dialogue);
+    return mayWriteOnReplica(session, dialogue);
 }
 
 bool confirmsWriting(const Session &session, Dialogue &dialogue)
 {
-    return !session.role.isForReading() ||
-           dialogue.confirm(QStringLiteral("サーバー %1 は %2です。\r\nここでの変更は他のサーバーに伝わらず、"
-                                           "レプリケーションが止まることがあります。\r\n続けますか？")
-                                .arg(serverName(session), roleText(session.role)),
-                            Icon::Critical);
+    return mayWriteHere(session, dialogue) && mayWriteOnReplica(session, dialogue);
 }
 
 bool mayChange(const QString &statement)

@@ -11,5 +11,8 @@ bool mayWrite(Session &session, Dialogue &dialogue);
 // The same without asking the server again, for connections of other threads.
 bool confirmsWriting(const Session &session, Dialogue &dialogue);
 
+// For the user: "host:port", or the data source's name.
+QString serverName(const Session &session);
+
 // Whether a statement of the user's may change something, judged by its words: in doubt it may.
 bool mayChange(const QString &statement);

@@ -1,0 +1,282 @@
+#include "controls/grid/flexgrid.h"
+#include "core/driver/connect.h"
+#include "sheets/sheetresults.h"
+#include "sheets/sheetwindow.h"
+#include "support/gui/stage.h"
+#include "support/rows.h"
+#include "support/scripteddialogue.h"
+
+#include <QCheckBox>
+#include <QLabel>
+#include <QPlainTextEdit>
+#include <QPushButton>
+#include <QSignalSpy>
+
+// Sheets with real connections, and what is kept of them.
+class SheetWindowTest : public QObject {
+    Q_OBJECT
+
+private Q_SLOTS:
+    void init();
+    void cleanup();
+    void everyResultIsATab();
+    void anErrorMarksItsLine();
+    void oneRunsWhileAnotherIsWrittenAndStopped();
+    void whatIsNotCommittedIsAskedAbout();
+    void whatTakesManyRowsIsAskedAboutOnce();
+    void dangersAreFound_data();
+    void dangersAreFound();
+    void whatWasTypedIsThereAgain();
+    void aFileIsRunInPlaceOfAStatement();
+    void aLostConnectionIsMadeAnew();
+
+private:
+    void open();
+    SheetPage &page()
+    {
+        return *qobject_cast<SheetPage *>(control<QTabWidget>(*m_window, "sheetTabs").currentWidget());
+    }
+    void type(const QString &text)
+    {
+        page().editor().setContents(text);
+        page().editor().setCursorPlace(0);
+    }
+    void run(const char *button = "runSheet")
+    {
+        press(*m_window, {button});
+        QTRY_VERIFY_WITH_TIMEOUT(!page().isRunning(), 20'000);
+    }
+    QString messages() { return control<QPlainTextEdit>(page(), "sheetMessages").toPlainText(); }
+    QStringList firstCells()
+    {
+        QStringList cells;
+        for (int i = 1; i < page().results().count(); ++i)
+            cells << qobject_cast<FlexGrid *>(page().results().widget(i))->text(0, 0);
+        return cells;
+    }
+
+    TestServer m_server;
+    std::unique_ptr<Stage> m_stage;
+    QPointer<SheetWindow> m_window;
+    ScriptedDialogue *m_dialogue = nullptr;
+    QStringList m_remembered;
+};
+
+void SheetWindowTest::init()
+{
+    m_server.run("drop database if exists d; create database d; use d; create table t (a int);"
+                 "insert into t values (1), (2), (3);\ndelimiter |\n"
+                 "create procedure two() begin select 1; select 2; end|");
+    m_stage = std::make_unique<Stage>(Stage::Server::Real);
+    Session &session = m_stage->session;
+    session.gDsn = noDataSource();
+    session.gDriver = nativeDriverName();
+    session.gServer = "127.0.0.1";
+    session.gPort = QString::number(m_server.port());
+    session.gUser = session.gPass = "demo";
+    session.gDbName = "d";
+    m_remembered.clear();
+    open();
+}
+
+void SheetWindowTest::open()
+{
+    auto dialogue = std::make_unique<ScriptedDialogue>();
+    m_dialogue = dialogue.get();
+    SheetServices services;
+    services.remember = [this](const HistoryEntry &entry) { m_remembered << entry.statement; };
+    m_window = new SheetWindow(m_stage->session, services, std::move(dialogue));
+    m_window->setAttribute(Qt::WA_DeleteOnClose, false);
+    goTo(*m_window);
+}
+
+void SheetWindowTest::cleanup()
+{
+    delete m_window;
+    m_stage.reset();
+}
+
+void SheetWindowTest::everyResultIsATab()
+{
+    type("select 7 as a;\ncall two();\nupdate t set a = a + 1 where a > 1;\nselect 'x;' -- ;\n");
+    run();
+    QCOMPARE(firstCells(), (QStringList{"7", "1", "2", "x;"}));
+    QVERIFY2(messages().contains("2 行を変更しました"), qPrintable(messages()));
+    QCOMPARE(m_remembered.size(), 4);
+    QCOMPARE(m_stage->session.statementLog->entries().size(), std::size_t{4});
+    // The statement at the cursor alone; a pinned result stays beside the next one.
+    page().results().setCurrentIndex(1);
+    press(*m_window, {"pinResult"});
+    page().editor().setCursorPlace(20);
+    QTest::keyClick(&page().editor(), Qt::Key_Return, Qt::ControlModifier);
+    QTRY_VERIFY(!page().isRunning() && firstCells() == (QStringList{"7", "1", "2"}));
+    QCOMPARE(m_remembered.last(), "call two()");
+    type("set sql_mode = ''; insert into t values ('x')");
+    run();
+    QVERIFY2(messages().contains("Warning 1366"), qPrintable(messages()));
+}
+
+void SheetWindowTest::anErrorMarksItsLine()
+{
+    type("select 1;\n\nselect 2\nfrom nowhere\nwhere a;\nselect 3");
+    run();
+    QCOMPARE(firstCells(), QStringList("1"));
+    QVERIFY(messages().contains("nowhere"));
+    QVERIFY(page().editor().markersAtLine(2) != 0);
+    type("select 1;\nselect +\n;");
+    run();
+    QVERIFY(page().editor().markersAtLine(1) != 0);
+    press(*m_window, {"goOnAtErrors"});
+    type("select nothing; select 3");
+    run();
+    QCOMPARE(firstCells(), QStringList("3"));
+}
+
+void SheetWindowTest::oneRunsWhileAnotherIsWrittenAndStopped()
+{
+    type("select sleep(60)");
+    press(*m_window, {"runSheet"});
+    SheetPage &slow = page();
+    QTRY_VERIFY(m_server.run("show processlist").contains("sleep(60)"));
+    m_window->addSheet();
+    QVERIFY(&page() != &slow);
+    QTest::keyClicks(&page().editor(), "select 5");
+    QTest::keyClick(&page().editor(), Qt::Key_F5);
+    QTRY_COMPARE(firstCells(), QStringList("5"));
+    QVERIFY(slow.isRunning());
+    control<QTabWidget>(*m_window, "sheetTabs").setCurrentWidget(&slow);
+    slow.setFocus();
+    QTest::keyClick(&slow.editor(), Qt::Key_Escape);
+    QTRY_VERIFY_WITH_TIMEOUT(!slow.isRunning(), 10'000);
+    QVERIFY(messages().contains("処理を中断しました"));
+    type("select 6");
+    run();
+    QCOMPARE(firstCells(), QStringList("6"));
+}
+
+void SheetWindowTest::whatIsNotCommittedIsAskedAbout()
+{
+    QTest::mouseClick(&control<QCheckBox>(*m_window, "sheetAutocommit"), Qt::LeftButton, {}, QPoint(8, 8));
+    QTRY_VERIFY(!page().isRunning());
+    QVERIFY(!page().isAutocommit());
+    type("insert into t values (9)");
+    run();
+    QVERIFY(control<QLabel>(*m_window, "transactionSign").isVisible());
+    QCOMPARE(m_server.run("select count(*) from d.t where a = 9").trimmed().right(1), "0");
+    m_dialogue->expectChoice("シート 1 *: 確定していない変更があります。",
+                             "コミットして閉じる|ロールバックして閉じる", -1);
+    QVERIFY(!m_window->close());
+    run("commitSheet");
+    QVERIFY(!control<QLabel>(*m_window, "transactionSign").isVisible());
+    QCOMPARE(m_server.run("select count(*) from d.t where a = 9").trimmed().right(1), "1");
+    QVERIFY(m_window->close());
+}
+
+void SheetWindowTest::whatTakesManyRowsIsAskedAboutOnce()
+{
+    type("delete from t; drop table t;");
+    const QString question = "多くの行や定義が失われる文です。\r\n・DELETE t（WHERE なし）：3 行\r\n"
+                             "・DROP TABLE t：3 行\r\n実行しますか？";
+    m_dialogue->expectConfirm(question, Icon::Critical, false);
+    run();
+    QCOMPARE(m_server.run("select count(*) from d.t").trimmed().right(1), "3");
+    m_dialogue->expectConfirm(question, Icon::Critical, true);
+    run();
+    QTRY_COMPARE(m_server.run("select count(*) from information_schema.tables where table_schema = 'd'")
+                     .trimmed()
+                     .right(1),
+                 "0");
+}
+
+void SheetWindowTest::dangersAreFound_data()
+{
+    QTest::addColumn<QString>("what");
+    QTest::addColumn<QString>("table");
+    const auto as = [](const char *statement, const char *what = "", const char *table = "") {
+        row(statement, QString(what), QString(table));
+    };
+    as("select 1");
+    as("update t set a = (select b from u where c)", "UPDATE t（WHERE なし）", "t");
+    as("update t set a = 1 where b");
+    as("/* x */ delete low_priority from `a b`.`t`", "DELETE `a b`.`t`（WHERE なし）", "`a b`.`t`");
+    as("delete from t limit 1");
+    as("with c as (select 1 from u where d) delete from t", "DELETE t（WHERE なし）", "t");
+    as("truncate table d.t", "TRUNCATE d.t", "d.t");
+    as("DROP TABLE IF EXISTS t", "DROP TABLE t", "t");
+    as("drop database d", "DROP DATABASE d");
+    as("drop temporary table t");
+    as("insert into t values ('delete from t')");
+}
+
+void SheetWindowTest::dangersAreFound()
+{
+    const std::optional<Danger> danger = dangerOf(QTest::currentDataTag());
+    QTEST(danger ? danger->what : QString(), "what");
+    QTEST(danger ? danger->table : QString(), "table");
+}
+
+void SheetWindowTest::whatWasTypedIsThereAgain()
+{
+    type("first 漢字\r\nline");
+    QTRY_VERIFY_WITH_TIMEOUT(!QDir(m_stage->folder.filePath("sheets")).entryList({"*.json"}).isEmpty(), 5000);
+    const QString file = m_stage->folder.filePath(
+        "sheets/" + QDir(m_stage->folder.filePath("sheets")).entryList({"*.json"})[0]);
+    QCOMPARE(QFile(file).permissions() & (QFile::ReadGroup | QFile::ReadOther), QFile::Permissions());
+    {
+        // Another program of the folder: what is open here is not opened there.
+        QVERIFY(Draft::left(m_stage->folder.filePath("sheets")).empty());
+    }
+    delete m_window;
+    // As a program leaves it that was killed.
+    QFile lock(file + ".lock");
+    QVERIFY(lock.open(QIODevice::WriteOnly));
+    lock.write("99999999\nTarnwell\n" + QSysInfo::machineHostName().toUtf8() + '\n');
+    lock.close();
+    open();
+    QCOMPARE(page().editor().contents(), "first 漢字\r\nline");
+    QVERIFY(page().isChanged());
+    // A full disk costs no text, and is said.
+    delete m_window;
+    QDir(m_stage->folder.filePath("sheets")).removeRecursively();
+    QFile inTheWay(m_stage->folder.filePath("sheets"));
+    QVERIFY(inTheWay.open(QIODevice::WriteOnly));
+    open();
+    type("second");
+    page().keepDraft();
+    QVERIFY(control<QLabel>(*m_window, "sheetState").text().contains("下書きを保存できません"));
+    QCOMPARE(page().editor().contents(), "second");
+}
+
+void SheetWindowTest::aFileIsRunInPlaceOfAStatement()
+{
+    QFile file(m_stage->folder.filePath("s.sql"));
+    QVERIFY(file.open(QIODevice::WriteOnly));
+    file.write("insert into t values (4);\ninsert into nowhere values (5);\n");
+    file.close();
+    ScriptOptions options;
+    options.path = file.fileName();
+    page().runScript(options);
+    QTRY_VERIFY(!page().isRunning());
+    QVERIFY2(messages().contains("s.sql:2: "), qPrintable(messages()));
+    QCOMPARE(m_server.run("select count(*) from d.t").trimmed().right(1), "4");
+    type("source " + file.fileName() + "\nselect 8");
+    press(*m_window, {"goOnAtErrors"});
+    run();
+    QCOMPARE(firstCells(), QStringList("8"));
+    QCOMPARE(m_server.run("select count(*) from d.t").trimmed().right(1), "5");
+}
+
+void SheetWindowTest::aLostConnectionIsMadeAnew()
+{
+    type("set @x = 1; start transaction; insert into t values (4); kill connection_id(); select 1");
+    run();
+    QVERIFY(!page().isInTransaction());
+    type("select coalesce(@x, 'gone')");
+    run();
+    QCOMPARE(firstCells(), QStringList("gone"));
+    QVERIFY2(messages().contains("接続をやり直しました"), qPrintable(messages()));
+    QCOMPARE(m_server.run("select count(*) from d.t").trimmed().right(1), "3");
+}
+
+QTEST_MAIN(SheetWindowTest)
+#include "test_sheetwindow.moc"
