@@ -36,6 +36,11 @@ QString setting(bool isOn)
     return isOn ? QStringLiteral("1") : QStringLiteral("0");
 }
 
+QString seconds(qint64 milliseconds)
+{
+    return QStringLiteral("%1 秒").arg(static_cast<double>(milliseconds) / 1000, 0, 'f', 2);
+}
+
 const QString interrupted = QStringLiteral("処理を中断しました");
 constexpr char delimiters[] = {' ', '\t', '|', ',', ':', ';'}; // in the order of cboDelimiter
 
@@ -67,6 +72,7 @@ frmSql::frmSql(Session &session, std::function<bool()> connect, std::unique_ptr<
     , m_completion(*c.txtSql)
     , m_history(historyFile(session))
     , m_fonts(new FontScaling(this))
+    , m_runClock(new QTimer(this))
 {
     setObjectName(QStringLiteral("frmSql"));
     setWindowTitle(QStringLiteral("ｸｴﾘ実行"));
@@ -92,6 +98,8 @@ void frmSql::connectControls()
 {
     connect(c.cmdExec, &QPushButton::clicked, this, &frmSql::cmdExec_Click);
     connect(c.cmdStop, &QPushButton::clicked, this, &frmSql::cmdStop_Click);
+    connect(m_runClock, &QTimer::timeout, this,
+            [this] { c.runTime->setText(seconds(m_runTime.elapsed())); });
     connect(c.cmdAnalyze, &QPushButton::clicked, this, &frmSql::cmdAnalyze_Click);
     connect(c.cmdVariable, &QPushButton::clicked, this, &frmSql::cmdVariable_Click);
     connect(c.txtVariablename, &QLineEdit::returnPressed, this, &frmSql::cmdVariable_Click);
@@ -257,8 +265,16 @@ void frmSql::cmdExec_Click()
         const RunTag tag(m_session.runner, *c.cmdExec);
         setCursor(Qt::WaitCursor);
         c.cmdExec->setEnabled(false);
+        c.optRecord[m_resultView]->setChecked(true);
+        // The last result is grey until this one's rows come.
+        c.flgrid_Record->setEnabled(false);
+        c.txtRecord->setEnabled(false);
+        m_runTime.start();
+        m_runClock->start(100);
         const auto isOver = qScopeGuard([this] {
             c.lblRecordCount->setText(QString::number(m_run.rowCount()));
+            c.flgrid_Record->setEnabled(true);
+            c.txtRecord->setEnabled(true);
             c.cmdExec->setEnabled(true);
             unsetCursor();
         });
@@ -270,7 +286,15 @@ void frmSql::execute()
 {
     ConsoleRun::Result result = ConsoleRun::Result::NoRows;
     const Words failure = failureOf([&] { result = m_run.execute(request()); });
-    if (!failure && result == ConsoleRun::Result::NoRows) {
+    m_runClock->stop();
+    const Effect effect = m_session.gCn ? m_session.gCn->effect() : Effect();
+    const bool hasRows = result == ConsoleRun::Result::Rows;
+    const QString touched = !failure && !hasRows && effect.rowsTouched >= 0
+                                ? QStringLiteral("%1 行を変更しました　").arg(effect.rowsTouched)
+                                : QString();
+    c.runTime->setText(touched + seconds(m_runTime.elapsed()));
+    noteRun(failure, hasRows ? m_run.rowCount() : effect.rowsTouched);
+    if (!failure && !hasRows) {
         c.txtError->setPlainText(m_run.note());
         m_dialogue->inform(QStringLiteral("正常終了"));
     } else if (m_session.runner.isStopWanted())
@@ -280,6 +304,17 @@ void frmSql::execute()
 
     if (const Words second = failureOf([this] { m_run.keepWhatWasRead(); }))
         showFailure(*second);
+}
+
+void frmSql::noteRun(const std::optional<QString> &failure, qint64 rows)
+{
+    HistoryEntry entry;
+    entry.statement = trimmedBlanks(c.txtSql->contents());
+    entry.database = m_session.gDbName;
+    entry.error = failure.value_or(QString());
+    entry.microseconds = m_runTime.nsecsElapsed() / 1000;
+    entry.rows = failure ? -1 : rows;
+    Q_EMIT ran(entry);
 }
 
 void frmSql::showFailure(const QString &description)
@@ -355,8 +390,11 @@ void frmSql::optFont_Click()
 void frmSql::showView()
 {
     const auto views = c.views();
-    for (std::size_t i = 0; i < views.size(); ++i)
+    for (std::size_t i = 0; i < views.size(); ++i) {
         views[i]->setVisible(c.optRecord[i]->isChecked());
+        if (i < 2 && c.optRecord[i]->isChecked())
+            m_resultView = i;
+    }
 }
 
 void frmSql::offerWords()

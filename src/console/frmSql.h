@@ -6,14 +6,18 @@
 #include "console/uservariables.h"
 #include "controls/text/wordcompletion.h"
 #include "core/command/dialogue.h"
+#include "core/session/historystore.h"
 #include "core/session/session.h"
 
+#include <QElapsedTimer>
 #include <QWidget>
 
 #include <functional>
 #include <memory>
+#include <optional>
 
 class FontScaling;
+class QTimer;
 
 // The SQL console: one statement, its result as grid, text and file, its plan, and the user variables.
 // A window of its own beside the main window; deletes itself when it is closed.
@@ -32,6 +36,10 @@ public:
     void propose(const QString &statement) { c.txtSql->replaceContents(statement); }
     // The connection that the console named is gone.
     void showDisconnected();
+
+Q_SIGNALS:
+    // For the history: statement, database, time and rows, or the error.
+    void ran(const HistoryEntry &entry);
 
 protected:
     void closeEvent(QCloseEvent *event) override;
@@ -61,6 +69,7 @@ private:
     void withStop(const Runner::Action &action);
     void reconnect();
     void execute();
+    void noteRun(const std::optional<QString> &failure, qint64 rows);
     void showFailure(const QString &description);
     RunRequest request() const;
     bool isStatementMissing();
@@ -77,4 +86,7 @@ private:
     History m_history;
     FontScaling *m_fonts;
     bool m_isLoaded = false;
+    std::size_t m_resultView = 1; // of optRecord: text or grid, as it was last looked at
+    QElapsedTimer m_runTime;
+    QTimer *m_runClock;
 };

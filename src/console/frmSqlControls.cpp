@@ -53,6 +53,8 @@ QHBoxLayout *viewChoice(SqlControls &c)
     layout->addWidget(made<QLabel>("Label3", QStringLiteral("ﾚｺｰﾄﾞ数：")));
     layout->addWidget(c.lblRecordCount);
     layout->addSpacing(16);
+    layout->addWidget(c.runTime);
+    layout->addSpacing(16);
     layout->addWidget(caption("Label2", QStringLiteral("区切り文字"), c.cboDelimiter));
     layout->addWidget(c.cboDelimiter);
     return layout;
@@ -123,6 +125,7 @@ QWidget *resultArea(SqlControls &c)
 SqlControls::SqlControls(QWidget *window)
     : lblState(made<QLabel>("lblState"))
     , lblRecordCount(made<QLabel>("lblRecordCount", QStringLiteral("0")))
+    , runTime(made<QLabel>("runTime"))
     , encryption(made<EncryptionSign>("encryption"))
     , txtSql(made<StatementBox>("txtSql"))
     , cmdExec(tipped<QPushButton>("cmdExec", QStringLiteral("実行"),

@@ -1,9 +1,9 @@
 #pragma once
 
-#include "controls/text/statementbox.h"
 #include "controls/grid/flexgrid.h"
 #include "controls/lists/chosenlist.h"
 #include "controls/text/resulttextbox.h"
+#include "controls/text/statementbox.h"
 #include "controls/window/encryptionsign.h"
 
 #include <QCheckBox>
@@ -18,7 +18,7 @@
 
 // The controls of the console. All belong to the window; the members never change.
 struct SqlControls {
-    QLabel *lblState, *lblRecordCount;
+    QLabel *lblState, *lblRecordCount, *runTime;
     EncryptionSign *encryption;
     StatementBox *txtSql;
     QPushButton *cmdExec, *cmdStop, *cmdAnalyze;

@@ -23,8 +23,13 @@ ConsoleRun::Result ConsoleRun::execute(const RunRequest &request)
     m_rowCount = 0;
     m_byteCount = 0;
     m_rows = m_session.connection().execute(request.statement);
-    if (!m_rows.isOpen())
+    m_views.grid.setEnabled(true);
+    m_views.text.setEnabled(true);
+    if (!m_rows.isOpen()) {
+        m_views.grid.clearGrid();
+        m_views.text.clearText();
         return Result::NoRows;
+    }
     const auto isOver = qScopeGuard([this] { m_rows.close(); });
     m_views.grid.setFields(m_rows.fields());
     if (request.isFileOnly)
