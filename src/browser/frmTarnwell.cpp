@@ -55,6 +55,7 @@ frmTarnwell::frmTarnwell(Session &session)
     , m_rows(session, m_dialogue, *m_controls.rowsPane)
     , m_viewer(session, m_controls, m_dialogue, m_rows)
     , m_menus(*this, session, m_controls)
+    , m_sheets(session)
 {
     setObjectName(QStringLiteral("frmTarnwell"));
     connectSignals();
@@ -183,7 +184,8 @@ void frmTarnwell::closeEvent(QCloseEvent *event)
         m_session.runner.leave(this, [this] { close(); });
         return;
     }
-    if (!m_rows.mayLeave()) {
+    // Rows that are not saved, or a transaction that is open.
+    if (!m_rows.mayLeave() || !m_sheets.close()) {
         event->ignore();
         return;
     }

@@ -5,6 +5,7 @@
 #include "browser/dataviewer.h"
 #include "browser/frmTarnwellControls.h"
 #include "browser/objectlists.h"
+#include "browser/sheetroom.h"
 #include "browser/tabledetail.h"
 #include "controls/dialogue/widgetdialogue.h"
 #include "controls/window/serverstrip.h"
@@ -81,6 +82,8 @@ private:
     void settlePending();
     void openRows(const QString &database, const QString &table, const QString &condition);
     void keepShownChoice(ChosenList *list);
+    void openSheets();
+    void openHistory();
     void showInConsole(const QString &statement);
 
     void choose(ChosenList *list);
@@ -109,4 +112,5 @@ private:
     bool m_hasTriedToComeBack = false;
     KeepAlive *m_keepAlive = nullptr;
     ServerStrips *m_strips = nullptr; // made for the first saved connection
+    SheetRoom m_sheets;
 };

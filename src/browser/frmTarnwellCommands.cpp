@@ -14,6 +14,9 @@
 #include "maintenance/frmCreateDB.h"
 #include "users/frmUserAdd.h"
 
+#include <QAction>
+#include <QApplication>
+
 std::span<const frmTarnwell::WindowCommand> frmTarnwell::windowCommands()
 {
     constexpr Needs localTable = Needs::Table | Needs::LocalServer;
@@ -33,6 +36,8 @@ std::span<const frmTarnwell::WindowCommand> frmTarnwell::windowCommands()
         {{"showOwnRoutine", u"ﾙｰﾁﾝのサーバーの定義", "", Menu::Table, Needs::Routine}, &W::showOwnRoutine},
         {{"cmdInOut", u"ﾃﾞｰﾀ入出力", "", Menu::Table, localTable}, &W::cmdInOut_Click},
         {{"cmdExec", u"ｸｴﾘ実行", "F9", Menu::Sql, Needs::Databases}, &W::cmdExec_Click},
+        {{"openSheets", u"SQLシート", "Ctrl+T", Menu::Sql, Needs::Nothing}, &W::openSheets},
+        {{"openHistory", u"SQLの履歴", "Ctrl+R", Menu::Sql, Needs::Nothing}, &W::openHistory},
         {{"cmdCreateUser", u"ﾕｰｻﾞｰ設定", "Alt+U", Menu::Server, Needs::Connection}, &W::cmdCreateUser_Click},
         {{"refreshShown", u"最新の情報に更新", "F5", Menu::View, Needs::Connection}, &W::refreshShown},
         {{"showLog", u"文の記録", "F12", Menu::View, Needs::Nothing}, &W::toggleLog},
@@ -56,6 +61,10 @@ void frmTarnwell::offerCommands()
         }
 
     m_menus.extend(Menu::Connection, [this](QMenu &menu) { offerLastConnections(menu); });
+
+    // From every window of the program.
+    for (const char *name : {"action_openSheets", "action_openHistory"})
+        findChild<QAction *>(QLatin1String(name))->setShortcutContext(Qt::ApplicationShortcut);
 
     const auto isOfRoutine = [](const CommandRow &row) { return includes(row.needs, Needs::Routine); };
     m_menus.addContextMenu(*m_controls.lstDb, [](const CommandRow &row) {
@@ -218,11 +227,34 @@ void frmTarnwell::cmdExec_Click()
     }
     m_panel.takeTexts();
     // One that was closed lives until the event loop is back where it was closed.
-    if (!m_console || !m_session.gSqlOpen)
+    if (!m_console || !m_session.gSqlOpen) {
         m_console = new frmSql(m_session, [this] { return !m_panel.connect(); });
+        connect(m_console, &frmSql::ran, this, [this](const HistoryEntry &note) { m_sheets.remember(note); });
+    }
     m_console->show();
     m_console->raise();
     m_console->activateWindow();
+}
+
+void frmTarnwell::openSheets()
+{
+    m_panel.takeTexts();
+    m_sheets.open();
+}
+
+void frmTarnwell::openHistory()
+{
+    QWidget *active = QApplication::activeWindow();
+    std::function<void(const QString &)> put;
+    if (m_console && active == m_console)
+        put = [console = m_console](const QString &statement) {
+            if (console)
+                console->propose(statement);
+        };
+    const QString failure =
+        m_sheets.isActive() ? m_sheets.openOwnHistory() : m_sheets.openHistory(active ? active : this, put);
+    if (!failure.isEmpty())
+        m_dialogue.refuse(failure);
 }
 
 void frmTarnwell::showInConsole(const QString &statement)

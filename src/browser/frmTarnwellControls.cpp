@@ -170,8 +170,9 @@ void layOutRoutinePanel(TarnwellControls &c)
 void layOutCommands(TarnwellControls &c)
 {
     auto *layout = new QHBoxLayout(c.Frame2);
-    for (QPushButton *command : {c.cmdCheckTable, c.cmdRepairTable, c.cmdOptimizeTable, c.cmdBackup,
-                                 c.cmdRestore, c.cmdCopyDb, c.cmdScriptBackUp, c.cmdExec, c.cmdInOut})
+    for (QPushButton *command :
+         {c.cmdCheckTable, c.cmdRepairTable, c.cmdOptimizeTable, c.cmdBackup, c.cmdRestore, c.cmdCopyDb,
+          c.cmdScriptBackUp, c.cmdExec, c.openSheets, c.cmdInOut})
         layout->addWidget(command);
 }
 
@@ -318,6 +319,8 @@ TarnwellControls::TarnwellControls(QWidget *window, std::shared_ptr<StatementLog
     , cmdScriptBackUp(button("cmdScriptBackUp", QStringLiteral("全scriptﾊﾞｯｸｱｯﾌﾟ"),
                              QStringLiteral("全ての定義をファイルに書き出します")))
     , cmdExec(button("cmdExec", QStringLiteral("ｸｴﾘ実行"), QStringLiteral("SQLコンソールを開きます (F9)")))
+    , openSheets(button("openSheets", QStringLiteral("SQLシート"),
+                        QStringLiteral("文ごとに実行できるシートを、それぞれの接続で開きます (Ctrl+T)")))
     , cmdInOut(button("cmdInOut", QStringLiteral("ﾃﾞｰﾀ入出力"),
                       QStringLiteral("サーバー上のファイルとの間で行を入出力します")))
     , lblCkTableName(made<QLabel>("lblCkTableName"))

@@ -41,7 +41,7 @@ struct TarnwellControls {
     QLabel *Label3, *Label8;
     QSplitter *fieldView; // fields above, indexes below
     QPushButton *cmdCheckTable, *cmdRepairTable, *cmdOptimizeTable, *cmdBackup, *cmdRestore, *cmdCopyDb,
-        *cmdScriptBackUp, *cmdExec, *cmdInOut;
+        *cmdScriptBackUp, *cmdExec, *openSheets, *cmdInOut;
     QLabel *lblCkTableName, *lblCnt, *timeLeft, *Label13, *lblPreTable;
     PercentBar *picStatus;
     QPlainTextEdit *txtError;

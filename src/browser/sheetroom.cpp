@@ -1,0 +1,65 @@
+#include "browser/sheetroom.h"
+
+#include "core/command/writing.h"
+#include "core/sql/passwords.h"
+#include "sheets/historywindow.h"
+
+SheetRoom::~SheetRoom()
+{
+    // It works on the session, which ends soon after this.
+    delete m_window;
+}
+
+void SheetRoom::open()
+{
+    if (isActive()) {
+        m_window->addSheet();
+        return;
+    }
+    if (!m_window)
+        m_window = new SheetWindow(m_session,
+                                   {[this](const HistoryEntry &note) { remember(note); },
+                                    [this](QWidget *window, const std::function<void(const QString &)> &put) {
+                                        return openHistory(window, put);
+                                    }});
+    m_window->show();
+    m_window->raise();
+    m_window->activateWindow();
+}
+
+bool SheetRoom::close()
+{
+    return !m_window || m_window->close();
+}
+
+HistoryStore *SheetRoom::history()
+{
+    if (!m_history && m_whyNoHistory.isEmpty())
+        m_history = openHistoryStore(m_session, m_whyNoHistory);
+    return m_history.get();
+}
+
+QString SheetRoom::openHistory(QWidget *parent, std::function<void(const QString &)> put)
+{
+    HistoryStore *store = history();
+    if (!store)
+        return QStringLiteral("履歴を開けません。\r\n") + m_whyNoHistory;
+    if (!put)
+        put = [this](const QString &text) {
+            open();
+            m_window->propose(text);
+        };
+    (new HistoryWindow(*store, parent, std::move(put)))->show();
+    return {};
+}
+
+void SheetRoom::remember(HistoryEntry entry)
+{
+    HistoryStore *store = holdsPassword(entry.statement) ? nullptr : history();
+    if (!store)
+        return;
+    entry.time = QDateTime::currentDateTime();
+    if (entry.server.isEmpty())
+        entry.server = serverName(m_session);
+    store->add(entry);
+}

@@ -1,0 +1,39 @@
+#pragma once
+
+#include "core/session/historystore.h"
+#include "sheets/sheetwindow.h"
+
+#include <QPointer>
+
+#include <functional>
+
+// The SQL sheets and the history of statements, as the main window offers them: nothing of them is made
+// before it is first wanted.
+class SheetRoom {
+public:
+    explicit SheetRoom(Session &session)
+        : m_session(session)
+    {
+    }
+    ~SheetRoom();
+
+    // In front; another sheet when it is in front already.
+    void open();
+    // False: its user stays.
+    bool close();
+    // Over the window that is active; what is chosen goes to the function, or into a new sheet. Says why
+    // there is none: empty where it opened.
+    QString openHistory(QWidget *parent, std::function<void(const QString &)> put);
+    QString openOwnHistory() { return m_window->openHistory(); }
+    bool isActive() const { return m_window && m_window->isActiveWindow(); }
+    // With time and server; none that holds a password.
+    void remember(HistoryEntry entry);
+
+private:
+    HistoryStore *history();
+
+    Session &m_session;
+    QPointer<SheetWindow> m_window;
+    std::unique_ptr<HistoryStore> m_history;
+    QString m_whyNoHistory; // empty: not tried yet, or there is one
+};
