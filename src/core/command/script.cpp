@@ -136,9 +136,11 @@ void Run::runFile(const QString &path, int depth)
 
 void Run::runPiece(const QString &path, const ScriptPiece &piece, int depth, StatementSplitter &splitter)
 {
-    const QByteArray text(piece.text.data(), static_cast<qsizetype>(piece.text.size()));
+    QByteArray text(piece.text.data(), static_cast<qsizetype>(piece.text.size()));
     const bool isSource = piece.kind == ScriptPiece::Kind::Source;
     if (!isSource) {
+        if (std::string rewritten; m_options.rewrite && m_options.rewrite(rewritten = piece.text))
+            text = QByteArray::fromStdString(rewritten);
         m_batch.push_back(text);
         m_lines.push_back(piece.line);
         m_batchBytes += text.size();

@@ -5,6 +5,7 @@
 #include "core/sql/lexer.h"
 
 #include <functional>
+#include <string>
 #include <vector>
 
 // How a script is to be run.
@@ -13,6 +14,8 @@ struct ScriptOptions {
     ScriptFile::Encoding encoding = ScriptFile::Encoding::Bytes;
     bool isInTransaction = false; // taken back as a whole by an error or a stop, as far as the server can
     bool goesOnAtErrors = false;
+    // Changes a statement before it is sent; true when it did. Empty: all go as they stand.
+    std::function<bool(std::string &statement)> rewrite = {};
 };
 
 // One statement that the server refused, or what could not be read.

@@ -4,7 +4,7 @@
 #include "core/sql/statements.h"
 #include "transfer/dump/dumptext.h"
 #include "transfer/dump/insertwriter.h"
-#include "transfer/outputfile.h"
+#include "transfer/transferfile.h"
 
 #include <QDateTime>
 #include <QDir>
@@ -49,7 +49,7 @@ private:
     const DumpTarget &m_target;
     const ReportProgress &m_tell;
     QString m_createDatabase;
-    std::unique_ptr<OutputFile> m_file;
+    std::unique_ptr<TransferFile> m_file;
     QStringList m_files; // of a folder, in the order to load them
     TransferStatus m_status;
     DumpReport m_report;
@@ -99,7 +99,7 @@ void Dump::prepareSession()
 
 void Dump::openFile(const QString &path)
 {
-    m_file = std::make_unique<OutputFile>(path);
+    m_file = std::make_unique<TransferFile>(path);
     write(dumpHead(m_session.connection().server(), m_options, now(), m_createDatabase));
 }
 
@@ -231,7 +231,7 @@ void Dump::requireUnchanged(const DumpObject &object)
 
 void Dump::writeLoader()
 {
-    m_file = std::make_unique<OutputFile>(QDir(m_target.path).filePath(QStringLiteral("load.sql")));
+    m_file = std::make_unique<TransferFile>(QDir(m_target.path).filePath(QStringLiteral("load.sql")));
     write(dumpHead(m_session.connection().server(), m_options, now(), m_createDatabase));
     for (const QString &file : std::as_const(m_files))
         write(QStringLiteral("SOURCE %1\n").arg(file));

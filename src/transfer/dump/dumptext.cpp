@@ -94,7 +94,7 @@ QString createScript(const DumpObject &object, const DumpOptions &options)
         const std::vector<Token> tokens = sqlTokens(text, readingMode(definition.sqlMode));
         return !tokens.empty() && tokens.back().kind == TokenKind::Comment;
     }();
-    return QStringLiteral("DELIMITER %1\n").arg(delimiter) + text + (endsInComment ? u"\n" : u" ") +
+    return QStringLiteral("DELIMITER %1\n").arg(delimiter) + text + QChar(endsInComment ? u'\n' : u' ') +
            delimiter + QStringLiteral("\nDELIMITER ;\n");
 }
 

@@ -1,4 +1,4 @@
-#include "transfer/outputfile.h"
+#include "transfer/transferfile.h"
 
 #include "core/session/wholefile.h"
 #include "core/sql/failure.h"
@@ -21,7 +21,7 @@ std::filesystem::path systemPath(const QString &path)
 } // namespace
 
 // The stream of zlib, in the form of a .gz file.
-class OutputFile::Compressor {
+class TransferFile::Compressor {
 public:
     Compressor()
     {
@@ -60,7 +60,7 @@ private:
     bool m_isReady = false;
 };
 
-OutputFile::OutputFile(const QString &path)
+TransferFile::TransferFile(const QString &path)
     : m_path(path)
     , m_file(path + QStringLiteral(".partial"))
 {
@@ -79,13 +79,13 @@ OutputFile::OutputFile(const QString &path)
     m_buffer.reserve(bufferBytes);
 }
 
-OutputFile::~OutputFile()
+TransferFile::~TransferFile()
 {
     if (!m_isFinished && m_file.isOpen())
         m_file.remove();
 }
 
-void OutputFile::write(std::string_view bytes)
+void TransferFile::write(std::string_view bytes)
 {
     if (m_buffer.size() + bytes.size() > bufferBytes)
         flush();
@@ -95,13 +95,13 @@ void OutputFile::write(std::string_view bytes)
         m_buffer += bytes;
 }
 
-void OutputFile::flush()
+void TransferFile::flush()
 {
     store(m_buffer);
     m_buffer.clear();
 }
 
-void OutputFile::store(std::string_view bytes)
+void TransferFile::store(std::string_view bytes)
 {
     const auto toDisk = [this](std::string_view part) {
         if (!writeAll(m_file, {part.data(), static_cast<qsizetype>(part.size())}))
@@ -115,7 +115,7 @@ void OutputFile::store(std::string_view bytes)
         m_compressor->compress(bytes.substr(0, piece), false, toDisk);
 }
 
-void OutputFile::finish()
+void TransferFile::finish()
 {
     flush();
     if (m_compressor)
@@ -135,7 +135,7 @@ void OutputFile::finish()
                           .arg(partial, m_path, QString::fromStdString(error.message())));
 }
 
-void OutputFile::fail(const QString &why) const
+void TransferFile::fail(const QString &why) const
 {
     throw Failure(QStringLiteral("ファイル「%1」に書き込めません。\r\n%2").arg(m_path, why));
 }

@@ -9,13 +9,13 @@
 
 // A file that bears its name only once it is whole: until then it stands beside it as "name.partial". A name
 // that ends in ".gz" is compressed. All throw Failure with the system's own words.
-class OutputFile {
+class TransferFile {
 public:
-    explicit OutputFile(const QString &path);
+    explicit TransferFile(const QString &path);
     // What is not finished is removed.
-    ~OutputFile();
-    OutputFile(const OutputFile &) = delete;
-    OutputFile &operator=(const OutputFile &) = delete;
+    ~TransferFile();
+    TransferFile(const TransferFile &) = delete;
+    TransferFile &operator=(const TransferFile &) = delete;
 
     void write(std::string_view bytes);
     // Waits until the disk has everything, and takes the place of what had the name.

@@ -1,0 +1,17 @@
+#pragma once
+
+#include "core/command/command.h"
+
+#include <span>
+
+class QWidget;
+
+// The windows of this room, each opened by one call and made only then.
+
+// Of the database that the selection names; with its tables and views, `isTableOnly`: only the chosen one
+// ticked.
+void openDumpWindow(Session &session, const Selection &selection, bool isTableOnly);
+void openLoadWindow(Session &session);
+void openCsvImportWindow(Session &session, const Selection &selection);
+// Lets the menu of every grid of the window write its rows into a file.
+void offerExport(QWidget &window, Session &session);

@@ -1,0 +1,228 @@
+#include "transfer/csv/csvexport.h"
+
+#include "controls/grid/gridcopy.h"
+#include "core/sql/failure.h"
+#include "core/sql/statements.h"
+
+#include <algorithm>
+
+namespace {
+
+constexpr int mostListed = 100;
+
+bool isAscii(std::string_view text)
+{
+    return std::ranges::all_of(text, [](char c) { return static_cast<unsigned char>(c) < 0x80; });
+}
+
+std::string quoted(std::string_view text)
+{
+    std::string result = "\"";
+    for (const char c : text) {
+        if (c == '"')
+            result += '"';
+        result += c;
+    }
+    return result + '"';
+}
+
+} // namespace
+
+ExportOptions excelPreset()
+{
+    ExportOptions options;
+    options.encoding = TextEncoding::Utf8WithMark;
+    options.hasCrLf = true;
+    return options;
+}
+
+RowExport::RowExport(const ExportOptions &options, const std::vector<Field> &fields)
+    : m_options(options)
+    , m_fields(fields)
+    , m_nullText(options.nullText.toStdString())
+    , m_lineEnd(options.hasCrLf ? "\r\n" : "\n")
+    , m_file(options.path)
+{
+    m_encoder.emplace("windows-31j");
+    if (options.encoding == TextEncoding::Cp932 && !m_encoder->isValid())
+        throw Failure(QStringLiteral("CP932 はこの環境では使えません。"));
+    for (const Field &field : fields) {
+        const std::string name = field.name.toStdString();
+        if (options.form == ExportForm::Separated)
+            m_names.push_back(separatedText(name));
+        else if (options.form == ExportForm::Insert)
+            m_names.push_back(quotedName(field.name).toStdString());
+        else
+            m_names.push_back(
+                copiedValue(options.form == ExportForm::Markdown ? CopyFormat::Markdown : CopyFormat::Json,
+                            Cell{name, false}, FieldKind::Text));
+    }
+    if (options.encoding == TextEncoding::Utf8WithMark)
+        m_file.write("\xEF\xBB\xBF");
+    writeHeader();
+}
+
+void RowExport::writeHeader()
+{
+    if (m_options.form == ExportForm::Json)
+        m_line = "[";
+    const bool isMarkdown = m_options.form == ExportForm::Markdown;
+    if (isMarkdown || (m_options.form == ExportForm::Separated && m_options.hasHeader)) {
+        std::string rule = "|";
+        for (std::size_t i = 0; i < m_names.size(); ++i) {
+            m_line +=
+                isMarkdown ? (i > 0 ? " | " : "| ") : (i > 0 ? std::string(1, m_options.separator) : "");
+            m_line += m_names[i];
+            m_ends.push_back(m_line.size());
+            rule += " --- |";
+        }
+        if (isMarkdown)
+            m_line += " |" + m_lineEnd + rule;
+        m_line += m_lineEnd;
+    }
+    store();
+}
+
+void RowExport::addRow(std::span<const Cell> cells)
+{
+    ++m_rows;
+    switch (m_options.form) {
+    case ExportForm::Separated:
+        addSeparated(cells);
+        break;
+    case ExportForm::Json:
+    case ExportForm::JsonLines:
+        addObject(cells);
+        break;
+    case ExportForm::Markdown:
+        addMarkdown(cells);
+        break;
+    case ExportForm::Insert:
+        addInsert(cells);
+        break;
+    }
+    store();
+}
+
+std::string RowExport::separatedText(std::string_view text) const
+{
+    const char special[] = {m_options.separator, '"', '\r', '\n'};
+    // Blanks at the ends are cut by some readers; an empty text in quotes differs from a NULL.
+    const bool needsQuotes = m_options.quotes == QuoteRule::Always || text == m_nullText || text.empty() ||
+                             text.find_first_of(std::string_view(special, sizeof special)) != text.npos ||
+                             text.front() == ' ' || text.back() == ' ';
+    return needsQuotes ? quoted(text) : std::string(text);
+}
+
+void RowExport::addSeparated(std::span<const Cell> cells)
+{
+    for (std::size_t i = 0; i < cells.size(); ++i) {
+        if (i > 0)
+            m_line += m_options.separator;
+        m_line += cells[i].isNull ? m_nullText : separatedText(cells[i].bytes);
+        m_ends.push_back(m_line.size());
+    }
+    m_line += m_lineEnd;
+}
+
+void RowExport::addObject(std::span<const Cell> cells)
+{
+    const bool isLines = m_options.form == ExportForm::JsonLines;
+    if (!isLines)
+        m_line = (m_rows > 1 ? "," : "") + m_lineEnd;
+    for (std::size_t i = 0; i < cells.size(); ++i) {
+        m_line += i > 0 ? ", " : "{";
+        m_line += m_names[i] + ": " + copiedValue(CopyFormat::Json, cells[i], m_fields[i].kind);
+        m_ends.push_back(m_line.size());
+    }
+    m_line += isLines ? "}" + m_lineEnd : "}";
+}
+
+void RowExport::addMarkdown(std::span<const Cell> cells)
+{
+    for (std::size_t i = 0; i < cells.size(); ++i) {
+        m_line += i > 0 ? " | " : "| ";
+        m_line += copiedValue(CopyFormat::Markdown, cells[i], m_fields[i].kind);
+        m_ends.push_back(m_line.size());
+    }
+    m_line += " |" + m_lineEnd;
+}
+
+void RowExport::addInsert(std::span<const Cell> cells)
+{
+    m_line = "INSERT INTO " + quotedName(m_options.table).toStdString() + " (";
+    for (std::size_t i = 0; i < m_names.size(); ++i)
+        m_line += (i > 0 ? ", " : "") + m_names[i];
+    m_line += ") VALUES (";
+    for (std::size_t i = 0; i < cells.size(); ++i) {
+        m_line += i > 0 ? ", " : "";
+        m_line += copiedValue(CopyFormat::Insert, cells[i], m_fields[i].kind);
+        m_ends.push_back(m_line.size());
+    }
+    m_line += ");" + m_lineEnd;
+}
+
+void RowExport::store()
+{
+    if (m_options.encoding == TextEncoding::Cp932 && !isAscii(m_line))
+        m_file.write(encoded());
+    else
+        m_file.write(m_line);
+    m_line.clear();
+    m_ends.clear();
+}
+
+// The whole line at once, and letter by letter only where something has no form.
+std::string RowExport::encoded()
+{
+    const QString line = QString::fromStdString(m_line);
+    const QByteArray whole = (*m_encoder)(line);
+    if (!m_encoder->hasError())
+        return whole.toStdString();
+    // A new one each time: Qt 6.4's encoder keeps its error, also over resetState(), and one that is assigned
+    // notes its errors where the other one was.
+    const auto hasForm = [this](const QString &letters) {
+        m_encoder.emplace("windows-31j");
+        const QByteArray bytes = (*m_encoder)(letters);
+        return std::pair(!m_encoder->hasError(), bytes);
+    };
+    std::string result;
+    std::size_t place = 0;
+    for (const char32_t letter : line.toStdU32String()) {
+        const QString one = QString::fromUcs4(&letter, 1);
+        const auto [isKnown, bytes] = hasForm(one);
+        result += isKnown ? bytes.toStdString() : "?";
+        place += static_cast<std::size_t>(one.toUtf8().size());
+        if (isKnown || m_unknown++ >= mostListed)
+            continue;
+        const auto column =
+            static_cast<std::size_t>(std::ranges::lower_bound(m_ends, place) - m_ends.begin());
+        m_firstUnknown
+            << QStringLiteral("%1「%2」: %3 (U+%4)")
+                   .arg(m_rows == 0 ? QStringLiteral("見出し") : QStringLiteral("%1 行目").arg(m_rows),
+                        column < m_fields.size() ? m_fields[column].name : QString(), one,
+                        QString::number(static_cast<uint>(letter), 16).toUpper().rightJustified(4, u'0'));
+    }
+    m_encoder.emplace("windows-31j");
+    return result;
+}
+
+void RowExport::finish()
+{
+    if (m_options.form == ExportForm::Json)
+        m_line = m_lineEnd + "]" + m_lineEnd;
+    store();
+    if (m_unknown > 0 && !m_options.replacesUnknown)
+        throw Failure(QStringLiteral("CP932 で表せない文字があるため、書き出していません。UTF-8 を選ぶか、"
+                                     "「?」への置き換えを選んでください。\n") +
+                      unknownCharacters());
+    m_file.finish();
+}
+
+QString RowExport::unknownCharacters() const
+{
+    if (m_unknown == 0)
+        return {};
+    return QStringLiteral("CP932 で表せない文字: %1 個\n").arg(m_unknown) + m_firstUnknown.join(u'\n') +
+           (m_unknown > mostListed ? QStringLiteral("\n…") : QString());
+}

@@ -1,0 +1,288 @@
+#include "transfer/csv/csvimport.h"
+
+#include "core/command/storedcolumns.h"
+#include "core/command/tablekind.h"
+#include "core/sql/rowblock.h"
+#include "core/sql/statements.h"
+#include "transfer/dump/insertwriter.h"
+#include "transfer/transferfile.h"
+
+#include <algorithm>
+
+namespace {
+
+constexpr std::size_t statementBytes = 512 * 1024;
+constexpr std::size_t rowsPerStatement = 2000;
+
+// How a column takes a value from a text.
+enum class Taking { Text, Bytes, Bits };
+
+struct Target {
+    std::string name; // quoted
+    std::size_t field = 0;
+    Taking taking = Taking::Text;
+};
+
+bool isDigits(const std::string &text)
+{
+    return !text.empty() && std::ranges::all_of(text, [](char c) { return c >= '0' && c <= '9'; });
+}
+
+class Import {
+public:
+    Import(Session &session, const ImportOptions &options, const ReportProgress &report)
+        : m_session(session)
+        , m_options(options)
+        , m_tell(report)
+        , m_nullText(options.nullText.toStdString())
+    {
+    }
+
+    ImportReport run();
+
+private:
+    Connection &connection() { return m_session.connection(); }
+    void prepare();
+    void readTargets();
+    void take(const CsvRow &row);
+    void send();
+    void sendRows(std::size_t first, std::size_t last);
+    QByteArray statementFor(std::size_t first, std::size_t last) const;
+    void appendValue(std::string &to, const Target &target, const CsvField &field) const;
+    void noteError(const CsvRow &row, const QString &why);
+    void commitIfDue();
+    void end();
+
+    Session &m_session;
+    const ImportOptions &m_options;
+    const ReportProgress &m_tell;
+    const std::string m_nullText;
+    std::vector<Target> m_targets;
+    std::size_t m_fieldCount = 0;
+    std::size_t m_mostRows = rowsPerStatement;
+    std::string m_head, m_tail; // of each statement
+    std::vector<CsvRow> m_rows;
+    std::size_t m_rowCount = 0, m_bytes = 0;
+    qint64 m_sinceCommit = 0, m_lastLine = 0, m_committedLine = 0;
+    std::unique_ptr<TransferFile> m_errorFile;
+    ImportReport m_report;
+};
+
+ImportReport Import::run()
+{
+    prepare();
+    CsvReader reader(m_options.path, m_options.format);
+    CsvRow row;
+    if (m_options.format.hasHeader && reader.next(row))
+        m_fieldCount = row.fields.size();
+    try {
+        TransferStatus status;
+        status.object = m_options.table;
+        for (; reader.next(row); ++status.rows) {
+            take(row);
+            constexpr qint64 rowsBetweenReports = 256;
+            if (status.rows % rowsBetweenReports == 0) {
+                status.expectedRows =
+                    reader.bytesRead() > 0 ? status.rows * reader.byteCount() / reader.bytesRead() : 0;
+                m_tell(status);
+            }
+        }
+        send();
+        end();
+    } catch (const Failure &error) {
+        throw Failure(error.description() +
+                          (m_committedLine > 0
+                               ? QStringLiteral("\n%1 行目までは確定しています。").arg(m_committedLine)
+                               : QStringLiteral("\n何も確定していません。")),
+                      error.number(), error.state());
+    }
+    return m_report;
+}
+
+void Import::prepare()
+{
+    connection().execute(useStatement(m_options.database));
+    // Strict, so that a value that does not fit is refused; with backslash escapes, for the literals.
+    connection().execute(QStringLiteral("SET sql_mode='STRICT_ALL_TABLES,NO_ENGINE_SUBSTITUTION'"));
+    if (m_options.createsTable)
+        connection().execute(createTableFor(m_options, m_tell));
+    const TableKind kind = tableKind(connection(), m_options.database, m_options.table);
+    if (!isReplicatedInClusters(kind.engine)) { // those are the engines with transactions
+        if (!m_options.keepsGoodRows)
+            throw Failure(QStringLiteral("テーブル「%1」(%2) はトランザクションに対応していないため、"
+                                         "取り消せません。「良い行は入れる」を選んでください。")
+                              .arg(m_options.table, kind.engine));
+        m_mostRows = 1; // a statement that fails halfway has put in its first rows
+    }
+    readTargets();
+    connection().execute(QStringLiteral("START TRANSACTION"));
+}
+
+void Import::readTargets()
+{
+    const std::vector<StoredColumn> stored = storedColumns(connection(), m_options.database, m_options.table);
+    std::string names, updates;
+    for (const ImportColumn &column : m_options.columns) {
+        const auto found = std::ranges::find(stored, column.name, &StoredColumn::name);
+        if (found == stored.end())
+            throw Failure(
+                QStringLiteral("テーブル「%1」に列「%2」がありません。").arg(m_options.table, column.name));
+        Target target{quotedName(column.name).toStdString(), static_cast<std::size_t>(column.field)};
+        if (found->type == u"bit")
+            target.taking = Taking::Bits;
+        else if (found->form == ValueForm::Bytes)
+            target.taking = Taking::Bytes;
+        names += (names.empty() ? "" : ",") + target.name;
+        updates += (updates.empty() ? "" : ",") + target.name + "=VALUES(" + target.name + ")";
+        m_targets.push_back(target);
+    }
+    if (m_targets.empty())
+        throw Failure(QStringLiteral("取り込む列がありません。"));
+    m_head = "INSERT INTO " + quotedName(m_options.table).toStdString() + " (" + names + ") VALUES\n";
+    // INSERT IGNORE would let values that do not fit pass as well.
+    if (m_options.duplicates == Duplicates::Skip)
+        m_tail = "\nON DUPLICATE KEY UPDATE " + m_targets[0].name + "=" + m_targets[0].name;
+    else if (m_options.duplicates == Duplicates::Replace)
+        m_tail = "\nON DUPLICATE KEY UPDATE " + updates;
+}
+
+void Import::take(const CsvRow &row)
+{
+    m_lastLine = row.line;
+    if (m_fieldCount == 0)
+        m_fieldCount = row.fields.size();
+    if (row.fields.size() != m_fieldCount)
+        return noteError(row, QStringLiteral("値の数が違います (%1 個、見出しは %2 個)。")
+                                  .arg(row.fields.size())
+                                  .arg(m_fieldCount));
+    if (m_rows.size() <= m_rowCount)
+        m_rows.emplace_back();
+    m_rows[m_rowCount++] = row;
+    for (const CsvField &field : row.fields)
+        m_bytes += field.text.size() + 4;
+    if (m_rowCount >= m_mostRows || m_bytes >= statementBytes)
+        send();
+}
+
+void Import::send()
+{
+    if (m_rowCount > 0)
+        sendRows(0, m_rowCount);
+    m_sinceCommit += static_cast<qint64>(m_rowCount);
+    m_rowCount = m_bytes = 0;
+    commitIfDue();
+}
+
+void Import::sendRows(std::size_t first, std::size_t last)
+{
+    try {
+        connection().executeText(statementFor(first, last));
+        const auto count = static_cast<qint64>(last - first);
+        const qint64 touched = connection().effect().rowsTouched;
+        const bool skips = m_options.duplicates == Duplicates::Skip && touched >= 0;
+        m_report.rows += skips ? touched : count;
+        m_report.skipped += skips ? count - touched : 0;
+        return;
+    } catch (const Failure &error) {
+        constexpr int deadlock = 1213, lockWait = 1205; // these may have taken the transaction back
+        constexpr int tooLarge = 1153, noTable = 1146;
+        if (error.isConnectionLost() || error.isInterrupted() || error.number() == deadlock ||
+            error.number() == lockWait || error.number() == noTable ||
+            (error.number() == tooLarge && last - first == 1))
+            throw Failure(QStringLiteral("%1 行目: %2").arg(m_rows[first].line).arg(error.description()),
+                          error.number(), error.state());
+        if (last - first == 1)
+            return noteError(m_rows[first], error.description());
+    }
+    const std::size_t middle = first + (last - first) / 2;
+    sendRows(first, middle);
+    sendRows(middle, last);
+}
+
+QByteArray Import::statementFor(std::size_t first, std::size_t last) const
+{
+    std::string text = m_head;
+    for (std::size_t row = first; row < last; ++row) {
+        text += row > first ? ",\n(" : "(";
+        for (std::size_t i = 0; i < m_targets.size(); ++i) {
+            if (i > 0)
+                text += ',';
+            appendValue(text, m_targets[i], m_rows[row].fields[m_targets[i].field]);
+        }
+        text += ')';
+    }
+    text += m_tail;
+    return QByteArray(text.data(), static_cast<qsizetype>(text.size()));
+}
+
+void Import::appendValue(std::string &to, const Target &target, const CsvField &field) const
+{
+    if (!field.isQuoted && field.text == m_nullText)
+        to += "NULL";
+    else if (target.taking != Taking::Text && isHexLiteral(field.text))
+        to += field.text;
+    else if (target.taking == Taking::Bits && isDigits(field.text))
+        to += field.text;
+    else
+        appendTextLiteral(to, field.text);
+}
+
+void Import::noteError(const CsvRow &row, const QString &why)
+{
+    if (!m_errorFile) {
+        m_report.errorFile = m_options.path + QStringLiteral(".errors.csv");
+        m_errorFile = std::make_unique<TransferFile>(m_report.errorFile);
+        m_errorFile->write("\xEF\xBB\xBF");
+    }
+    ++m_report.errors;
+    const auto quoted = [](QString text) {
+        return (u'"' + text.replace(u'"', QStringLiteral("\"\"")) + u'"').toStdString();
+    };
+    std::string line = std::to_string(row.line) + "," + quoted(why);
+    for (const CsvField &field : row.fields)
+        line += "," + quoted(QString::fromStdString(field.text));
+    m_errorFile->write(line + "\r\n");
+}
+
+void Import::commitIfDue()
+{
+    if (!m_options.keepsGoodRows || m_options.rowsPerCommit <= 0 || m_sinceCommit < m_options.rowsPerCommit)
+        return;
+    connection().execute(QStringLiteral("COMMIT"));
+    connection().execute(QStringLiteral("START TRANSACTION"));
+    m_committedLine = m_lastLine;
+    m_sinceCommit = 0;
+}
+
+void Import::end()
+{
+    m_report.isTakenBack = m_report.errors > 0 && !m_options.keepsGoodRows;
+    connection().execute(m_report.isTakenBack ? QStringLiteral("ROLLBACK") : QStringLiteral("COMMIT"));
+    if (m_report.isTakenBack) {
+        if (m_options.createsTable)
+            connection().execute(QStringLiteral("DROP TABLE ") + quotedName(m_options.table));
+        m_report.rows = m_report.skipped = 0;
+    }
+    if (m_errorFile)
+        m_errorFile->finish();
+}
+
+} // namespace
+
+ImportReport importCsv(Session &session, const ImportOptions &options, const ReportProgress &report)
+{
+    return Import(session, options, report).run();
+}
+
+QString textOf(const ImportReport &report)
+{
+    QString text = report.isTakenBack ? QStringLiteral("入らない行があるため、すべて取り消しました。")
+                                      : QStringLiteral("%1 行を取り込みました。").arg(report.rows);
+    if (report.skipped > 0)
+        text += QStringLiteral("\nキーが重複する %1 行は飛ばしました。").arg(report.skipped);
+    if (report.errors > 0)
+        text += QStringLiteral("\n入らなかった行: %1 行。行番号と理由は「%2」にあります。")
+                    .arg(report.errors)
+                    .arg(report.errorFile);
+    return text;
+}

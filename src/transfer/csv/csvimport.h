@@ -1,0 +1,44 @@
+#pragma once
+
+#include "core/session/session.h"
+#include "transfer/csv/csvreader.h"
+#include "transfer/progress.h"
+
+enum class Duplicates { Stop, Skip, Replace };
+
+// Which column takes which value of a row.
+struct ImportColumn {
+    QString name;
+    int field = 0;
+};
+
+struct ImportOptions {
+    QString path;
+    CsvFormat format;
+    QString database, table;
+    bool createsTable = false; // from what all rows hold; `columns` are those of the file then
+    std::vector<ImportColumn> columns;
+    QString nullText; // an unquoted value of these letters is NULL; empty: an empty one
+    Duplicates duplicates = Duplicates::Stop;
+    bool keepsGoodRows = false; // else one bad row takes all back
+    int rowsPerCommit = 0;      // of kept ones; 0: all at the end
+};
+
+struct ImportReport {
+    qint64 rows = 0; // that are in the table now, replaced ones included
+    qint64 skipped = 0;
+    qint64 errors = 0;
+    bool isTakenBack = false;
+    QString errorFile; // empty: there were none
+};
+
+// Over the session's connection, in as few statements as carry the rows; bad rows are found by halving. The
+// server checks every value strictly. Throws Failure where it cannot go on, and says what has been kept.
+ImportReport importCsv(Session &session, const ImportOptions &options, const ReportProgress &report);
+QString textOf(const ImportReport &report);
+
+// A CREATE TABLE for all rows of the file: types that hold every value of a column.
+QString createTableFor(const ImportOptions &options, const ReportProgress &report);
+
+// The value types that a look at the file can check, and why a value is none of a type; empty: it may be one.
+QString whyNotOfType(const QString &columnType, const std::string &value);

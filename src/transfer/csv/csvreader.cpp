@@ -1,0 +1,184 @@
+#include "transfer/csv/csvreader.h"
+
+#include "core/sql/failure.h"
+
+#include <QRegularExpression>
+
+#include <algorithm>
+
+namespace {
+
+constexpr qint64 pieceBytes = 256 * 1024;
+constexpr int atEnd = -1;
+const QByteArray utf8Mark = QByteArrayLiteral("\xEF\xBB\xBF");
+
+FileEncoding guessedEncoding(const QByteArray &start)
+{
+    if (start.startsWith("\xFF\xFE") || start.startsWith("\xFE\xFF"))
+        return FileEncoding::Utf16;
+    QStringDecoder decoder(QStringDecoder::Utf8); // a letter that is cut off at the end is no error
+    const QString text = decoder(start);
+    return decoder.hasError() || text.isEmpty() != start.isEmpty() ? FileEncoding::Cp932 : FileEncoding::Utf8;
+}
+
+// How often each of the first lines holds the separator outside of quotes.
+std::vector<int> countsOf(const QByteArray &text, char separator)
+{
+    std::vector<int> counts(1);
+    bool isQuoted = false;
+    constexpr std::size_t linesToTry = 20;
+    for (const char c : text) {
+        if (c == '"')
+            isQuoted = !isQuoted;
+        else if (c == separator && !isQuoted)
+            ++counts.back();
+        else if (c == '\n' && !isQuoted) {
+            if (counts.size() == linesToTry)
+                return counts;
+            counts.push_back(0);
+        }
+    }
+    if (counts.size() > 1)
+        counts.pop_back(); // the last line may be cut off
+    return counts;
+}
+
+char guessedSeparator(const QByteArray &text)
+{
+    char best = ',';
+    int bestScore = 0;
+    // Where two part the lines alike the comma is the other's decimal point.
+    for (const char separator : {'\t', ';', '|', ','}) {
+        const std::vector<int> counts = countsOf(text, separator);
+        const auto same = static_cast<int>(std::ranges::count(counts, counts[0]));
+        // Even lines count more than many separators: commas stand in texts, too.
+        const int score = counts[0] == 0 ? 0 : same * 100 / static_cast<int>(counts.size()) * 10 + counts[0];
+        if (score > bestScore) {
+            best = separator;
+            bestScore = score;
+        }
+    }
+    return best;
+}
+
+} // namespace
+
+CsvFormat guessedFormat(const QByteArray &start)
+{
+    CsvFormat format;
+    format.encoding = guessedEncoding(start);
+    const QByteArray text = format.encoding == FileEncoding::Utf16
+                                ? QString(QStringDecoder(QStringDecoder::Utf16)(start)).toUtf8()
+                                : start;
+    format.separator = guessedSeparator(text);
+    const QString firstLine = QString::fromUtf8(text.left(text.indexOf('\n')));
+    static const QRegularExpression number(QStringLiteral("^\"?-?[\\d.]+\"?\\s*$"));
+    const QStringList values = firstLine.split(QLatin1Char(format.separator));
+    format.hasHeader = std::ranges::none_of(values, [](const QString &value) {
+        return value.trimmed().isEmpty() || number.match(value).hasMatch();
+    });
+    return format;
+}
+
+CsvReader::CsvReader(const QString &path, const CsvFormat &format)
+    : m_file(path)
+    , m_format(format)
+{
+    if (!m_file.open(QIODevice::ReadOnly))
+        throw Failure(QStringLiteral("ファイル「%1」を開けません。\r\n%2").arg(path, m_file.errorString()));
+    if (format.encoding == FileEncoding::Utf16)
+        m_decoder.emplace(QStringDecoder::Utf16);
+    else if (format.encoding == FileEncoding::Cp932)
+        m_decoder.emplace("windows-31j");
+}
+
+bool CsvReader::fill()
+{
+    m_at = 0;
+    do {
+        m_bytes = m_file.read(pieceBytes);
+        if (m_file.error() != QFile::NoError)
+            throw Failure(QStringLiteral("ファイル「%1」を読めません。\r\n%2")
+                              .arg(m_file.fileName(), m_file.errorString()));
+        if (m_bytes.isEmpty())
+            return false;
+        if (!std::exchange(m_isBegun, true) && m_bytes.startsWith(utf8Mark))
+            m_at = utf8Mark.size();
+        if (m_decoder) {
+            m_bytes = QString((*m_decoder)(m_bytes)).toUtf8();
+            if (m_decoder->hasError())
+                throw Failure(QStringLiteral("%1 行目より後に、選んだ文字コードでは読めない文字があります。")
+                                  .arg(m_line));
+        }
+    } while (m_bytes.size() <= m_at);
+    return true;
+}
+
+int CsvReader::peek()
+{
+    if (m_at >= m_bytes.size() && !fill())
+        return atEnd;
+    return static_cast<unsigned char>(m_bytes[m_at]);
+}
+
+// True when another field of the row follows.
+bool CsvReader::readField(CsvField &field)
+{
+    field.text.clear();
+    field.isQuoted = false;
+    if (peek() == '"') {
+        field.isQuoted = true;
+        const qint64 opened = m_line;
+        ++m_at;
+        for (int c = peek();; c = peek()) {
+            if (c == atEnd)
+                throw Failure(QStringLiteral("%1 行目の「\"」が閉じていません。").arg(opened));
+            ++m_at;
+            if (c == '"') {
+                if (peek() != '"')
+                    break;
+                ++m_at;
+            }
+            m_line += c == '\n';
+            field.text += static_cast<char>(c);
+        }
+    }
+    for (int c = peek(); c != atEnd; c = peek()) {
+        ++m_at;
+        if (c == m_format.separator)
+            return true;
+        if (c == '\r' || c == '\n') {
+            if (c == '\r' && peek() == '\n')
+                ++m_at;
+            ++m_line;
+            return false;
+        }
+        // What does not end the field, up to the next byte that may.
+        const char *const begin = m_bytes.constData() + m_at - 1;
+        const char *const end = m_bytes.constData() + m_bytes.size();
+        const char *const stop = std::find_if(begin + 1, end, [this](char each) {
+            return each == m_format.separator || each == '\r' || each == '\n';
+        });
+        field.text.append(begin, stop);
+        m_at += stop - begin - 1;
+    }
+    return false;
+}
+
+bool CsvReader::next(CsvRow &row)
+{
+    for (;;) {
+        if (peek() == atEnd)
+            return false;
+        row.line = m_line;
+        std::size_t count = 0;
+        for (bool hasMore = true; hasMore; ++count) {
+            if (row.fields.size() <= count)
+                row.fields.emplace_back();
+            hasMore = readField(row.fields[count]);
+        }
+        row.fields.resize(count);
+        if (count > 1 || row.fields[0].isQuoted || !row.fields[0].text.empty())
+            return true;
+    }
+}

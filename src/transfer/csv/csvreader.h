@@ -1,0 +1,58 @@
+#pragma once
+
+#include <QFile>
+#include <QString>
+#include <QStringDecoder>
+
+#include <optional>
+#include <string>
+#include <vector>
+
+enum class FileEncoding { Utf8, Cp932, Utf16 };
+
+// How a file of separated values is to be read.
+struct CsvFormat {
+    FileEncoding encoding = FileEncoding::Utf8;
+    char separator = ',';
+    bool hasHeader = true;
+
+    bool operator==(const CsvFormat &) const = default;
+};
+
+// From the beginning of a file: a byte order mark decides, else valid UTF-8, else CP932; the separator that
+// parts the first lines most evenly; a header when no value of the first line is a number.
+CsvFormat guessedFormat(const QByteArray &start);
+
+struct CsvField {
+    std::string text; // UTF-8
+    bool isQuoted = false;
+};
+
+struct CsvRow {
+    qint64 line = 0; // of the file, where the row begins, from 1
+    std::vector<CsvField> fields;
+};
+
+// Reads a file of separated values row by row; quotes double inside of quotes, line ends are any.
+class CsvReader {
+public:
+    CsvReader(const QString &path, const CsvFormat &format); // throws Failure, as all here
+
+    // False at the end. Empty lines are passed over. Throws where a quote is never closed.
+    bool next(CsvRow &row);
+    qint64 byteCount() const { return m_file.size(); }
+    qint64 bytesRead() const { return m_file.pos(); }
+
+private:
+    bool fill();
+    int peek();
+    bool readField(CsvField &field);
+
+    QFile m_file;
+    const CsvFormat m_format;
+    std::optional<QStringDecoder> m_decoder;
+    QByteArray m_bytes;
+    qsizetype m_at = 0;
+    qint64 m_line = 1;
+    bool m_isBegun = false;
+};

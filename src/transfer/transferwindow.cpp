@@ -1,0 +1,168 @@
+#include "transfer/transferwindow.h"
+
+#include "controls/dialogue/percentbar.h"
+#include "controls/window/building.h"
+#include "controls/window/stopping.h"
+
+#include <QCloseEvent>
+#include <QFileDialog>
+#include <QFileInfo>
+#include <QHBoxLayout>
+#include <QLabel>
+#include <QLocale>
+#include <QPlainTextEdit>
+#include <QPushButton>
+
+TransferWindow::TransferWindow(Session &session, const char *name, const QString &title,
+                               const char *startName)
+    : m_session(session)
+    , m_dialogue(this, {})
+    , m_formArea(new QWidget)
+    , m_form(new QVBoxLayout(m_formArea))
+    , m_start(made<QPushButton>(startName, QStringLiteral("開始")))
+    , m_stop(made<QPushButton>("stopTransfer", QStringLiteral("中断")))
+    , m_bar(made<PercentBar>("transferProgress"))
+    , m_status(made<QLabel>("transferStatus"))
+    , m_report(made<QPlainTextEdit>("transferReport"))
+{
+    setObjectName(QLatin1String(name));
+    setWindowTitle(title);
+    setAttribute(Qt::WA_DeleteOnClose);
+    // It has a connection of its own: input reaches it while another window waits for its server.
+    setWorksWhileRunning(this);
+    m_form->setContentsMargins({});
+    m_status->setTextFormat(Qt::PlainText);
+    m_report->setReadOnly(true);
+    m_report->setMaximumHeight(120);
+    m_report->setPlaceholderText(QStringLiteral("結果はここに表示されます"));
+    m_report->setAccessibleName(QStringLiteral("結果"));
+    m_stop->setToolTip(QStringLiteral("実行中の処理を止めます (Esc)"));
+
+    auto *buttons = new QHBoxLayout;
+    buttons->addWidget(m_bar);
+    buttons->addWidget(m_status, 1);
+    buttons->addWidget(m_start);
+    buttons->addWidget(m_stop);
+    auto *layout = new QVBoxLayout(this);
+    layout->addWidget(m_formArea, 1);
+    layout->addLayout(buttons);
+    layout->addWidget(m_report);
+
+    connect(m_start, &QPushButton::clicked, this, [this] { start(); });
+    connect(m_stop, &QPushButton::clicked, this, [this] { m_job.stop(); });
+    connect(&m_job, &TransferJob::progressed, this, &TransferWindow::showProgress);
+    connect(&m_job, &TransferJob::finished, this, &TransferWindow::finish);
+    setRunning(false);
+}
+
+TransferWindow::~TransferWindow() = default;
+
+void TransferWindow::begin(const QString &database, const TransferJob::Work &work)
+{
+    setRunning(true);
+    m_job.start(m_session, database, work);
+}
+
+void TransferWindow::begin(const std::function<QString(const ReportProgress &)> &work)
+{
+    setRunning(true);
+    m_job.start(work);
+}
+
+void TransferWindow::setRunning(bool isRunning)
+{
+    m_formArea->setEnabled(!isRunning);
+    m_start->setEnabled(!isRunning);
+    m_stop->setEnabled(isRunning);
+    if (!isRunning)
+        return;
+    m_sinceStart.start();
+    m_bar->clearBar();
+    m_status->setText(QStringLiteral("接続中…"));
+    m_report->clear();
+    m_stop->setFocus();
+}
+
+void TransferWindow::showProgress(const TransferStatus &status)
+{
+    if (!m_job.isRunning())
+        return;
+    const QLocale locale;
+    QString text =
+        status.objects > 0
+            ? QStringLiteral("%1 (%2/%3)  ").arg(status.object).arg(status.finished + 1).arg(status.objects)
+            : status.object + QStringLiteral("  ");
+    text += QStringLiteral("%1 行").arg(locale.toString(status.rows));
+    const bool isOfFile = status.expectedBytes > 0;
+    const qint64 done = isOfFile ? status.bytes : status.rows;
+    // The server only guesses the number of rows.
+    const qint64 expected = std::max(isOfFile ? status.expectedBytes : status.expectedRows, done);
+    if (expected > 0 && (isOfFile || status.expectedRows > 0)) {
+        constexpr int parts = 1000;
+        m_bar->setFraction(static_cast<double>(done) / static_cast<double>(expected));
+        text += QStringLiteral("  ") +
+                batchTime(m_sinceStart.elapsed(), parts, static_cast<int>(done * parts / expected));
+    } else if (status.objects > 0) {
+        m_bar->setFraction(static_cast<double>(status.finished) / status.objects);
+    }
+    m_status->setText(text);
+}
+
+void TransferWindow::finish(const QString &text, bool hasFailed)
+{
+    setRunning(false);
+    m_status->clear();
+    if (hasFailed)
+        m_bar->clearBar();
+    else
+        m_bar->setFraction(1, true);
+    tell(text, hasFailed);
+    m_start->setFocus();
+    ended(hasFailed);
+    if (m_closesAtEnd)
+        close();
+}
+
+void TransferWindow::tell(const QString &text, bool isFailure)
+{
+    m_report->setPlainText(isFailure ? QStringLiteral("失敗: ") + text : text);
+}
+
+void TransferWindow::closeEvent(QCloseEvent *event)
+{
+    if (m_job.isRunning()) {
+        m_closesAtEnd = true;
+        m_job.stop();
+        event->ignore();
+        return;
+    }
+    QWidget::closeEvent(event);
+}
+
+void TransferWindow::keyPressEvent(QKeyEvent *event)
+{
+    if (event->key() != Qt::Key_Escape)
+        return QWidget::keyPressEvent(event);
+    if (m_job.isRunning())
+        m_job.stop();
+    else
+        close();
+}
+
+bool TransferWindow::mayReplace(const QString &path)
+{
+    return !QFileInfo::exists(path) ||
+           m_dialogue.confirm(QStringLiteral("ファイル「%1」は既に存在します。置き換えますか？").arg(path),
+                              Icon::Critical);
+}
+
+QString choosePath(QWidget *window, PathKind kind, const QString &start, const QString &filter)
+{
+    if (kind == PathKind::Folder)
+        return QFileDialog::getExistingDirectory(window, window->windowTitle(), start);
+    // What is there is asked about when the run begins, however its name was given.
+    return kind == PathKind::SaveFile
+               ? QFileDialog::getSaveFileName(window, window->windowTitle(), start, filter, nullptr,
+                                              QFileDialog::DontConfirmOverwrite)
+               : QFileDialog::getOpenFileName(window, window->windowTitle(), start, filter);
+}

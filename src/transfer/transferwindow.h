@@ -1,0 +1,66 @@
+#pragma once
+
+#include "controls/dialogue/widgetdialogue.h"
+#include "transfer/transferjob.h"
+
+#include <QElapsedTimer>
+#include <QWidget>
+
+class PercentBar;
+class QLabel;
+class QPlainTextEdit;
+class QPushButton;
+class QVBoxLayout;
+
+// What the windows of transfers share: start, stop, progress, report. It works on beside the other windows;
+// closed while something runs, it stops that and goes once it has ended.
+class TransferWindow : public QWidget {
+    Q_OBJECT
+
+public:
+    ~TransferWindow() override;
+
+protected:
+    // The settings of the session are those at each start; it outlives the window.
+    TransferWindow(Session &session, const char *name, const QString &title, const char *startName);
+
+    void closeEvent(QCloseEvent *event) override;
+    void keyPressEvent(QKeyEvent *event) override;
+
+    // A button was pressed: calls begin() unless something is missing, which it tells.
+    virtual void start() = 0;
+    void begin(const QString &database, const TransferJob::Work &work);
+    void begin(const std::function<QString(const ReportProgress &)> &work);
+    void tell(const QString &text, bool isFailure);
+    // After the end of a run.
+    virtual void ended(bool /*hasFailed*/) {}
+
+    QVBoxLayout *form() const { return m_form; }
+    QPushButton *startButton() const { return m_start; }
+    Dialogue &dialogue() { return m_dialogue; }
+    // Asks whether a file that is there is to be replaced; true when there is none.
+    bool mayReplace(const QString &path);
+
+    Session &m_session;
+
+private:
+    void showProgress(const TransferStatus &status);
+    void finish(const QString &text, bool hasFailed);
+    void setRunning(bool isRunning);
+
+    WidgetDialogue m_dialogue;
+    TransferJob m_job;
+    QWidget *m_formArea;
+    QVBoxLayout *m_form;
+    QPushButton *m_start;
+    QPushButton *m_stop;
+    PercentBar *m_bar;
+    QLabel *m_status;
+    QPlainTextEdit *m_report;
+    QElapsedTimer m_sinceStart;
+    bool m_closesAtEnd = false;
+};
+
+// A line for a path with a button that chooses one: open or save a file, or a folder.
+enum class PathKind { OpenFile, SaveFile, Folder };
+QString choosePath(QWidget *window, PathKind kind, const QString &start, const QString &filter);

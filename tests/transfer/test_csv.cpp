@@ -1,0 +1,239 @@
+#include "core/driver/connect.h"
+#include "support/files.h"
+#include "support/rows.h"
+#include "support/testserver.h"
+#include "transfer/csv/csvexport.h"
+#include "transfer/csv/csvimport.h"
+#include "transfer/load/scriptlook.h"
+
+#include <QTemporaryDir>
+
+namespace {
+
+void noReport(const TransferStatus &) {}
+
+QString exported(const ExportOptions &options, const std::vector<Field> &fields,
+                 const std::vector<std::vector<std::optional<std::string>>> &rows)
+{
+    RowExport file(options, fields);
+    for (const auto &row : rows) {
+        std::vector<Cell> cells;
+        for (const auto &value : row)
+            cells.push_back(value ? Cell{*value, false} : Cell{{}, true});
+        file.addRow(cells);
+    }
+    file.finish();
+    return QString::fromUtf8(readFile(options.path));
+}
+
+} // namespace
+
+class CsvTest : public QObject {
+    Q_OBJECT
+
+private Q_SLOTS:
+    void eachFormHoldsEachValue();
+    void nothingIsReplacedSilently();
+    void aFileIsReadAsItWasWritten_data();
+    void aFileIsReadAsItWasWritten();
+    void whatIsExportedIsImported();
+    void rowsThatDoNotFitAreTold_data();
+    void rowsThatDoNotFitAreTold();
+    void aScriptIsLookedAtFirst();
+
+private:
+    ImportReport import(const ImportOptions &options);
+
+    TestServers m_servers{{"--character-set-server=utf8mb4"}};
+    QTemporaryDir m_folder;
+};
+
+void CsvTest::eachFormHoldsEachValue()
+{
+    const std::vector<Field> fields{{"id", FieldKind::Number}, {"a,b", FieldKind::Text}};
+    const std::vector<std::vector<std::optional<std::string>>> rows{
+        {"1", "x \"y\"\n"}, {"2", std::nullopt}, {"3", ""}, {"4", "NULL"}};
+    ExportOptions options;
+    options.path = m_folder.filePath("out");
+    options.table = "t";
+    options.encoding = TextEncoding::Utf8;
+    options.hasCrLf = false;
+    QCOMPARE(exported(options, fields, rows), "id,\"a,b\"\n1,\"x \"\"y\"\"\n\"\n2,\n3,\"\"\n4,NULL\n");
+    options.nullText = "NULL";
+    QVERIFY(exported(options, fields, rows).endsWith("2,NULL\n3,\"\"\n4,\"NULL\"\n"));
+    options.form = ExportForm::JsonLines;
+    QVERIFY(exported(options, fields, rows)
+                .startsWith("{\"id\": 1, \"a,b\": \"x \\\"y\\\"\\n\"}\n{\"id\": 2, \"a,b\": null}\n"));
+    options.form = ExportForm::Json;
+    QVERIFY(exported(options, fields, {}).simplified() == "[ ]");
+    options.form = ExportForm::Insert;
+    QVERIFY(exported(options, fields, rows).contains("INSERT INTO `t` (`id`, `a,b`) VALUES (2, NULL);\n"));
+}
+
+void CsvTest::nothingIsReplacedSilently()
+{
+    ExportOptions options;
+    options.path = m_folder.filePath("cp932.csv");
+    options.encoding = TextEncoding::Cp932;
+    const std::vector<Field> fields{{"id", FieldKind::Number}, {"名前", FieldKind::Text}};
+    QString told;
+    try {
+        exported(options, fields, {{"1", "表①髙"}, {"2", "café 😀"}});
+    } catch (const Failure &error) {
+        told = error.description();
+    }
+    QVERIFY2(told.contains(": 2 個\n2 行目「名前」: é (U+00E9)") && told.contains("(U+1F600)"), qPrintable(told));
+    QVERIFY(!QFile::exists(options.path));
+    exported(options, fields, {{"1", "表①髙"}});
+    QCOMPARE(readFile(options.path), QByteArray("id,\x96\xBC\x91\x4F\r\n1,\x95\x5C\x87\x40\xFB\xFC\r\n"));
+    options.replacesUnknown = true;
+    exported(options, fields, {{"2", "café"}});
+    QVERIFY(readFile(options.path).endsWith("2,caf?\r\n"));
+}
+
+void CsvTest::aFileIsReadAsItWasWritten_data()
+{
+    QTest::addColumn<QByteArray>("bytes");
+    QTest::addColumn<QString>("values"); // rows by "/", fields by "|", quoted ones in brackets
+    QTest::addColumn<bool>("hasHeader");
+    using Bytes = QByteArray;
+    row("mark, quotes", Bytes("\xEF\xBB\xBFid,name\r\n1,\"a \"\"b\"\",\r\nc\"\r\n\r\n2,\r\n"),
+        QString("1:id|name/2:1|[a \"b\",\r\nc]/5:2|"), true);
+    row("CP932, tabs", Bytes("\x96\xBC\x91\x4F\tx\n\x95\x5C\t2"), QString("1:名前|x/2:表|2"), true);
+    row("semicolons, no header", Bytes("1;2,5\n3;4,5\n"), QString("1:1|2,5/2:3|4,5"), false);
+    row("UTF-16",
+        Bytes("\xFF\xFE"
+              "a\0,\0b\0\n\0",
+              10),
+        QString("1:a|b"), true);
+}
+
+void CsvTest::aFileIsReadAsItWasWritten()
+{
+    QFETCH(QByteArray, bytes);
+    QFETCH(QString, values);
+    QFETCH(bool, hasHeader);
+    const QString path = m_folder.filePath("in.csv");
+    writeFile(path, bytes);
+    const CsvFormat format = guessedFormat(bytes);
+    QCOMPARE(format.hasHeader, hasHeader);
+    CsvReader reader(path, format);
+    QStringList rows;
+    for (CsvRow csvRow; reader.next(csvRow);) {
+        QStringList fields;
+        for (const CsvField &field : csvRow.fields)
+            fields << QString(field.isQuoted ? "[%1]" : "%1").arg(QString::fromStdString(field.text));
+        rows << QString::number(csvRow.line) + ":" + fields.join("|");
+    }
+    QCOMPARE(rows.join("/"), values);
+}
+
+ImportReport CsvTest::import(const ImportOptions &options)
+{
+    BlockingPump pump;
+    Session session;
+    session.connectBy(createConnection, pump);
+    session.gCn = session.makeConnection(m_servers.of(TestServer::Brand::MariaDb).nativeString());
+    session.gCn->open();
+    return importCsv(session, options, noReport);
+}
+
+void CsvTest::whatIsExportedIsImported()
+{
+    TestServer &server = m_servers.of(TestServer::Brand::MariaDb);
+    server.run("DROP DATABASE IF EXISTS c; CREATE DATABASE c; USE c; CREATE TABLE t(id INT PRIMARY KEY, v "
+               "VARCHAR(20), b VARBINARY(5), bits BIT(9), m DECIMAL(9,2), d DATETIME)");
+    ExportOptions out;
+    out.path = m_folder.filePath("t.csv");
+    exported(out,
+             {{"id", FieldKind::Number},
+              {"v", FieldKind::Text},
+              {"b", FieldKind::Binary},
+              {"bits", FieldKind::Binary},
+              {"m", FieldKind::Number},
+              {"d", FieldKind::Text}},
+             {{"1", "日本\\ 'x'\n", "0x00FF", "0x0101", "-1.50", "2026-01-02 03:04:05"},
+              {"2", std::nullopt, "", std::nullopt, std::nullopt, std::nullopt},
+              {"3", "", std::nullopt, std::nullopt, "0", std::nullopt}});
+    ImportOptions in;
+    in.path = out.path;
+    in.format = guessedFormat(readFile(out.path));
+    in.database = "c";
+    in.table = "t";
+    in.columns = {{"id", 0}, {"v", 1}, {"b", 2}, {"bits", 3}, {"m", 4}, {"d", 5}};
+    QCOMPARE(import(in).rows, 3);
+    QCOMPARE(
+        server.run("SELECT id, HEX(v), HEX(b), bits+0, m, d FROM c.t ORDER BY id"),
+        "1\tE697A5E69CAC5C202778270A\t00FF\t257\t-1.50\t2026-01-02 03:04:05\n2\tNULL\t\tNULL\tNULL\tNULL\n"
+        "3\t\tNULL\tNULL\t0.00\tNULL\n");
+    in.table = "made";
+    in.createsTable = true;
+    QCOMPARE(import(in).rows, 3);
+    QCOMPARE(server.run("SELECT COLUMN_TYPE FROM information_schema.COLUMNS WHERE TABLE_SCHEMA='c' AND "
+                        "TABLE_NAME='made' ORDER BY ORDINAL_POSITION"),
+             "int(11)\nvarchar(8)\nvarchar(6)\nvarchar(6)\ndecimal(3,2)\ndatetime(6)\n");
+}
+
+void CsvTest::rowsThatDoNotFitAreTold_data()
+{
+    QTest::addColumn<Duplicates>("duplicates");
+    QTest::addColumn<bool>("keepsGoodRows");
+    QTest::addColumn<int>("errors");
+    QTest::addColumn<QString>("after");
+    row("all taken back", Duplicates::Stop, false, 4, QString("1:old"));
+    row("good ones kept", Duplicates::Stop, true, 4, QString("1:old,2:b,6:f"));
+    row("duplicates skipped", Duplicates::Skip, true, 3, QString("1:old,2:b,6:f"));
+    row("duplicates replace", Duplicates::Replace, true, 3, QString("1:a,2:b,6:f"));
+}
+
+void CsvTest::rowsThatDoNotFitAreTold()
+{
+    QFETCH(Duplicates, duplicates);
+    QFETCH(bool, keepsGoodRows);
+    QFETCH(int, errors);
+    QFETCH(QString, after);
+    TestServer &server = m_servers.of(TestServer::Brand::MariaDb);
+    server.run("DROP DATABASE IF EXISTS c; CREATE DATABASE c; USE c;"
+               "CREATE TABLE t(id INT PRIMARY KEY, v VARCHAR(5)); INSERT INTO t VALUES(1,'old')");
+    ImportOptions options;
+    options.path = m_folder.filePath("bad.csv");
+    writeFile(options.path, "id,v\n1,a\n2,b\nx,c\n4,toolong\n5\n6,f\n");
+    options.database = "c";
+    options.table = "t";
+    options.columns = {{"id", 0}, {"v", 1}};
+    options.duplicates = duplicates;
+    options.keepsGoodRows = keepsGoodRows;
+    const ImportReport report = import(options);
+    QCOMPARE(report.errors, errors);
+    QCOMPARE(report.isTakenBack, !keepsGoodRows);
+    QCOMPARE(server.run("SELECT GROUP_CONCAT(id, ':', v ORDER BY id) FROM c.t").trimmed(), after);
+    const QString told = QString::fromUtf8(readFile(report.errorFile));
+    QVERIFY2(told.contains("\r\n4,") || told.contains(QChar(0xfeff) + QString("4,")), qPrintable(told));
+    QVERIFY2(told.contains("5,\"Data too long") && told.contains("6,\"値の数が違います"), qPrintable(told));
+}
+
+void CsvTest::aScriptIsLookedAtFirst()
+{
+    const QString path = m_folder.filePath("dump.sql");
+    writeFile(path,
+              "/*M!999999\\- enable the sandbox mode */ \n-- MariaDB dump 10.19  Distrib 10.11.6-MariaDB\n"
+              "-- Server version\t10.11.6-MariaDB\n/*!40101 SET NAMES utf8mb4 */;\nUSE `shop`;\n"
+              "DROP TABLE IF EXISTS `a`;\n/*!50001 DROP VIEW IF EXISTS `v`*/;\n"
+              "CREATE TABLE `a` (c TEXT COLLATE utf8mb4_0900_ai_ci COMMENT 'utf8mb4_0900_bin');\n"
+              "INSERT INTO `a` VALUES ('DROP TABLE x; utf8mb4_0900_as_cs');\n");
+    const ScriptLook look = lookAtScript(path, [](qint64, qint64) {});
+    QCOMPARE(look.writer, "MariaDB dump 10.19  Distrib 10.11.6-MariaDB");
+    QCOMPARE(look.sourceServer, "10.11.6-MariaDB");
+    QCOMPARE(look.dropped, (QStringList{"TABLE `a`", "VIEW `v`"}));
+    QCOMPARE(look.databases, QStringList{"`shop`"});
+    QVERIFY(look.isSandboxed && !look.isComplete);
+    std::string statement = "CREATE TABLE a (c TEXT COLLATE utf8mb4_0900_ai_ci COMMENT 'utf8mb4_0900_bin')";
+    QVERIFY(!replaceCollations(statement, {.version = {}, .isMariaDb = false, .number = 90000}));
+    QVERIFY(replaceCollations(statement, {.version = {}, .isMariaDb = true, .number = 101100}));
+    QCOMPARE(statement, "CREATE TABLE a (c TEXT COLLATE utf8mb4_unicode_ci COMMENT 'utf8mb4_0900_bin')");
+    writeFile(path, "-- Dump completed on 2026-01-01\n", QIODevice::Append);
+    QVERIFY(lookAtScript(path, [](qint64, qint64) {}).isComplete);
+}
+
+QTEST_GUILESS_MAIN(CsvTest)
+#include "test_csv.moc"
