@@ -51,10 +51,14 @@ void DataViewer::read()
         const QString plain = QStringLiteral("select * from %1 limit %2 ;")
                                   .arg(qualifiedName(m_session.gDbName, name))
                                   .arg(limit);
-        RecordSet rows =
-            m_session.connection().execute(m_rows.statementFor(m_session.gDbName, name, limit, plain));
+        const QString statement = m_rows.statementFor(m_session.gDbName, name, limit, plain);
+        RecordSet rows = m_session.connection().execute(statement);
         m_controls.flGrid_Data->setTableName(name);
         readRows(rows);
+        // Whoever wants all rows wants no limit; a filter and its page are kept as they are.
+        m_controls.flGrid_Data->setStatement(
+            statement == plain ? QStringLiteral("select * from ") + qualifiedName(m_session.gDbName, name)
+                               : statement);
         m_rows.takeRows();
     } catch (const Failure &error) {
         if (m_session.runner.isStopWanted()) {

@@ -7,6 +7,7 @@
 #include "core/session/bascommon.h"
 #include "core/session/basconnection.h"
 #include "maintenance/backup/frmRestore.h"
+#include "transfer/commands.h"
 
 #include <QAction>
 #include <QApplication>
@@ -59,6 +60,7 @@ frmTarnwell::frmTarnwell(Session &session)
 {
     setObjectName(QStringLiteral("frmTarnwell"));
     connectSignals();
+    offerExport(*this, m_session);
     offerCommands();
     layout()->setMenuBar(m_menus.makeMenuBar());
     new EscapeStops(session.runner, this);

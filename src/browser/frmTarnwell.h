@@ -78,6 +78,10 @@ private:
     void refreshShown();
     void toggleLog();
     void openPalette();
+    void openDump();
+    void openTableDump();
+    void openLoad();
+    void openCsvImport();
     void showConnected();
     void settlePending();
     void openRows(const QString &database, const QString &table, const QString &condition);

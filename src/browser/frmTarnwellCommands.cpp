@@ -12,6 +12,7 @@
 #include "inout/frmInOut.h"
 #include "maintenance/commands.h"
 #include "maintenance/frmCreateDB.h"
+#include "transfer/commands.h"
 #include "users/frmUserAdd.h"
 
 #include <QAction>
@@ -29,6 +30,12 @@ std::span<const frmTarnwell::WindowCommand> frmTarnwell::windowCommands()
         {{"cmdShowDb", u"ﾃﾞｰﾀﾍﾞｰｽ表示", "Alt+L", Menu::Database, Needs::Connection}, &W::cmdShowDb_Click},
         {{"cmdCreateDb", u"ﾃﾞｰﾀﾍﾞｰｽ作成", "Alt+N", Menu::Database, Needs::Connection | Needs::MayWrite},
          &W::cmdCreateDb_Click},
+        {{"openDump", u"ダンプ...", "Ctrl+Shift+D", Menu::Database, Needs::Databases}, &W::openDump},
+        {{"openLoad", u"SQL ファイルの読み込み...", "", Menu::Database, Needs::Connection | Needs::MayWrite},
+         &W::openLoad},
+        {{"openCsvImport", u"CSV の取り込み...", "", Menu::Table, Needs::Databases | Needs::MayWrite},
+         &W::openCsvImport},
+        {{"openTableDump", u"テーブルのダンプ...", "", Menu::Table, Needs::Table}, &W::openTableDump},
         {{"cmdDataGet", u"ﾃﾞｰﾀ表示", "F6", Menu::Table, Needs::Table}, &W::cmdDataGet_Click},
         {{"applyDefinition", u"編集した定義で変更", "Ctrl+S", Menu::Table, Needs::Connection},
          &W::applyDefinition},
@@ -230,6 +237,7 @@ void frmTarnwell::cmdExec_Click()
     if (!m_console || !m_session.gSqlOpen) {
         m_console = new frmSql(m_session, [this] { return !m_panel.connect(); });
         connect(m_console, &frmSql::ran, this, [this](const HistoryEntry &note) { m_sheets.remember(note); });
+        offerExport(*m_console, m_session);
     }
     m_console->show();
     m_console->raise();
@@ -336,6 +344,26 @@ void frmTarnwell::openPalette()
     palette.exec();
     if (const PaletteEntry *entry = palette.chosen())
         entry->choose();
+}
+
+void frmTarnwell::openDump()
+{
+    openDumpWindow(m_session, selection(), false);
+}
+
+void frmTarnwell::openTableDump()
+{
+    openDumpWindow(m_session, selection(), true);
+}
+
+void frmTarnwell::openLoad()
+{
+    openLoadWindow(m_session);
+}
+
+void frmTarnwell::openCsvImport()
+{
+    openCsvImportWindow(m_session, selection());
 }
 
 // What a list highlights is what the window shows: a choice that comes while something runs is not dropped.

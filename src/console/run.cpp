@@ -32,6 +32,7 @@ ConsoleRun::Result ConsoleRun::execute(const RunRequest &request)
     }
     const auto isOver = qScopeGuard([this] { m_rows.close(); });
     m_views.grid.setFields(m_rows.fields());
+    m_views.grid.setStatement(request.statement);
     if (request.isFileOnly)
         readIntoFile();
     else

@@ -15,6 +15,7 @@
 #include <QHeaderView>
 #include <QKeyEvent>
 #include <QMenu>
+#include <QMetaMethod>
 
 namespace {
 
@@ -104,6 +105,7 @@ void FlexGrid::setFields(const std::vector<Field> &fields)
 {
     m_search->stop();
     m_noRows = QStringLiteral("行はありません");
+    m_statement.clear();
     m_model->setFields(fields);
     m_hasWidths = false;
     showSortMark();
@@ -143,6 +145,11 @@ int FlexGrid::rowCount() const
 int FlexGrid::columnCount() const
 {
     return m_model->columnCount();
+}
+
+const std::vector<Field> &FlexGrid::fields() const
+{
+    return m_model->fields();
 }
 
 QString FlexGrid::fieldName(int column) const
@@ -355,6 +362,9 @@ QMenu *FlexGrid::createMenu()
     addCopy(forms, QStringLiteral("Markdown(&M)"), "copyMarkdown", CopyFormat::Markdown);
     addCopy(forms, QStringLiteral("JSON(&J)"), "copyJson", CopyFormat::Json);
     addCopy(forms, QStringLiteral("INSERT文(&I)"), "copyInsert", CopyFormat::Insert);
+    if (isSignalConnected(QMetaMethod::fromSignal(&FlexGrid::exportRequested)))
+        add(menu, QStringLiteral("ファイルに書き出し(&E)..."), "exportRows", columnCount() > 0,
+            [this] { Q_EMIT exportRequested(); });
     menu->addSeparator();
     add(menu, QStringLiteral("すべて選択(&A)"), "selectAll", m_model->rowCount() > 0, [this] {
         selectAll();

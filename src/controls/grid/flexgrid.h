@@ -41,6 +41,7 @@ public:
     int rowCount() const;
     int columnCount() const;
     QString fieldName(int column) const;
+    const std::vector<Field> &fields() const;
     // The whole value, however long; a NULL is "NULL".
     QString text(int row, int column) const;
     bool isNull(int row, int column) const;
@@ -62,6 +63,10 @@ public:
     void setNoRowsText(const QString &text);
     // The name that INSERT statements of a copy carry; empty until it is known.
     void setTableName(const QString &name) { m_tableName = name; }
+    const QString &tableName() const { return m_tableName; }
+    // What the rows are the answer to, for whoever wants all of them; until the next fields are set.
+    void setStatement(const QString &statement) { m_statement = statement; }
+    const QString &statement() const { return m_statement; }
     // The selected cells in one of the forms; every whole value.
     QString selectedText(CopyFormat format) const;
     void sortByColumn(int column, Qt::SortOrder direction); // column -1: the server's order
@@ -76,6 +81,10 @@ public:
 Q_SIGNALS:
     // The context menu is about to open: what is to be in it can be added.
     void menuOpening(QMenu *menu);
+
+Q_SIGNALS:
+    // The menu offers it where somebody is connected.
+    void exportRequested();
 
 protected:
     void paintEvent(QPaintEvent *event) override;
@@ -97,7 +106,7 @@ private:
     FindBar *m_findBar;
     GridSearch *m_search;
     QPointer<CellViewer> m_viewer;
-    QString m_placeholder, m_noRows, m_tableName;
+    QString m_placeholder, m_noRows, m_tableName, m_statement;
     bool m_isRedrawOn = true;
     bool m_hasWidths = false; // set after the first rows
 };
