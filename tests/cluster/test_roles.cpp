@@ -114,11 +114,16 @@ void RolesTest::aGroupsOwnChannelsAreNoSources()
 void RolesTest::statementsThatOnlyReadAreKnown()
 {
     for (const char *text : {"select 'delete'", "/* delete */ (select 1)", "-- x\n show tables", "BEGIN;", "",
-                             "with t as (select 1) select * from t", "explain delete from t"})
+                             "with t as (select 1) select * from t", "explain delete from t",
+                             "set @a = 1, names utf8", "start transaction read only", "kill 1"})
         QVERIFY2(!mayChange(text), text);
     for (const char *text :
          {"delete from t", "-- select\nupdate t set a=1", "/*!50100 drop */ table t", "call p()",
-          "with t as (select 1) delete from u", "start_it", "analyze update t set a=1"})
+          "with t as (select 1) delete from u", "start_it", "analyze update t set a=1",
+          "set statement max_statement_time=1 for delete from t", "begin not atomic delete from t; end",
+          "set session transaction read write", "set @@session.tx_read_only=0",
+          "START TRANSACTION READ WRITE", "set @a=1, global max_connections=9", "set password='x'",
+          "set default role a to b", "start slave", "select 1 into outfile 'x'"})
         QVERIFY2(mayChange(text), text);
 }
 

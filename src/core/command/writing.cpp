@@ -4,7 +4,7 @@
 #include "core/sql/lexer.h"
 #include "core/sql/statements.h"
 
-#include <algorithm>
+#include <QHash>
 
 QString serverName(const Session &session)
 {
@@ -64,7 +64,16 @@ bool mayChange(const QString &statement)
                                      "help",     "use",   "set",      "with",     "values",
                                      "table",    "begin", "start",    "commit",   "do",
                                      "rollback", "check", "checksum", "kill",     "savepoint"};
-    static const QStringList writing{"insert", "update", "delete", "replace"};
+    // With these words behind it, a statement that begins like one that reads writes after all: "with t as
+    // (...) delete", "set statement ... for delete", "set password", "begin not atomic", "start slave".
+    static const QHash<QString, QStringList> writing{
+        {"with", {"insert", "update", "delete", "replace"}},
+        {"set", {"statement", "global", "persist", "persist_only", "password", "default role"}},
+        {"begin", {"not"}},
+        {"start", {"slave", "replica", "all", "group_replication"}}};
+    // They lift what keeps a session from writing, or write a file on the server.
+    static const QStringList anywhere{"tx_read_only", "transaction_read_only", "read write", "outfile",
+                                      "dumpfile"};
     QStringList words;
     for (const Token &token : sqlTokens(statement)) {
         if (token.kind == TokenKind::Word)
@@ -72,7 +81,10 @@ bool mayChange(const QString &statement)
     }
     if (words.isEmpty() || !reading.contains(words.first()))
         return !words.isEmpty();
-    // "with t as (...) delete ..."
-    return words.first() == u"with" &&
-           std::ranges::any_of(words, [](const QString &word) { return writing.contains(word); });
+    const QStringList suspects = anywhere + writing.value(words.first());
+    for (qsizetype at = 1; at < words.size(); ++at) {
+        if (suspects.contains(words[at]) || suspects.contains(words[at - 1] + u' ' + words[at]))
+            return true;
+    }
+    return false;
 }
