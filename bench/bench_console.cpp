@@ -25,6 +25,7 @@ namespace {
 // The boxes of a run without anybody before it: what is told is kept, and when.
 class SilentDialogue : public Dialogue {
 public:
+    bool warn(const QString &) override { return false; }
     bool confirm(const QString &, Icon) override { return true; }
     bool ask(const QString &) override { return true; }
     int choose(const QString &, const QStringList &) override { return -1; }

@@ -10,6 +10,7 @@
 #include <QUuid>
 
 #include <algorithm>
+#include <utility>
 
 namespace {
 
@@ -66,7 +67,7 @@ QString connectionsFile(const Session &session)
 
 QString ConnectionStore::read()
 {
-    m_profiles.clear();
+    const std::vector<ConnectionProfile> known = std::exchange(m_profiles, {});
     m_used.clear();
     m_unknown = {};
     m_refusal = whyLeftAlone(m_path);
@@ -79,7 +80,13 @@ QString ConnectionStore::read()
     const QByteArray bytes = file.readAll();
     bool isDamaged = false;
     take(bytes, isDamaged);
-    return isDamaged ? keepAside(bytes) : QString();
+    if (!isDamaged)
+        return {};
+    // What was read before it was damaged is not lost with it.
+    for (const ConnectionProfile &profile : known)
+        if (!find(profile.id))
+            m_profiles.push_back(profile);
+    return keepAside(bytes);
 }
 
 void ConnectionStore::take(const QByteArray &bytes, bool &isDamaged)
@@ -192,6 +199,7 @@ QString ConnectionStore::import(const QString &path, int &count)
     if (!m_refusal.isEmpty())
         return m_refusal;
     for (ConnectionProfile profile : brought) {
+        profile.password.clear(); // a file from elsewhere brings none
         if (std::ranges::any_of(m_profiles, [&](const auto &each) { return isSame(each, profile); }))
             continue;
         // One of the same origin that was changed since is another one.

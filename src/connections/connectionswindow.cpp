@@ -14,6 +14,8 @@
 #include <QKeyEvent>
 #include <QLabel>
 #include <QPushButton>
+#include <QScreen>
+#include <QScrollArea>
 #include <QSignalBlocker>
 #include <QSplitter>
 #include <QTreeWidget>
@@ -75,7 +77,7 @@ ConnectionsWindow::ConnectionsWindow(Session &session, const QString &chosenId, 
     tell(m_store.read());
     fill(chosenId);
     m_list->setFocus();
-    resize(820, 560);
+    resize(QSize(820, 560).boundedTo(screen()->availableSize() - QSize(40, 60)));
 }
 
 QWidget *ConnectionsWindow::listSide()
@@ -120,7 +122,11 @@ QWidget *ConnectionsWindow::fieldSide()
     auto *side = new QWidget;
     auto *layout = new QVBoxLayout(side);
     layout->setContentsMargins({});
-    layout->addWidget(m_fields, 1);
+    auto *area = new QScrollArea; // small screens do not hold all fields
+    area->setWidgetResizable(true);
+    area->setFrameShape(QFrame::NoFrame);
+    area->setWidget(m_fields);
+    layout->addWidget(area, 1);
     layout->addWidget(m_result);
     auto *buttons = new QHBoxLayout;
     for (QPushButton *each :
@@ -133,6 +139,7 @@ QWidget *ConnectionsWindow::fieldSide()
     m_use->setDefault(true);
     auto *close = made<QPushButton>("closeConnections", QStringLiteral("閉じる"));
     close->setAutoDefault(false);
+    setStopsRunningCommand(close, true);
     connect(close, &QPushButton::clicked, this, &QDialog::reject);
     buttons->insertStretch(1);
     buttons->addWidget(close);

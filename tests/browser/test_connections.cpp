@@ -110,12 +110,13 @@ void ConnectionsTest::productionAsksOnceMore()
     const QString caption = window.windowTitle();
     control<QComboBox>(window, "cboDrivers").setCurrentText(profile.driver());
     stage.connect("db1");
-    QCOMPARE(window.windowTitle(), caption + " - 店［本番］");
+    QCOMPARE(window.windowTitle(), caption + " - ［本番］店");
     QVERIFY(control<QLabel>(window, "serverStrip").isVisible());
     press(window, {"cmdShowDb"});
     control<ChosenList>(window, "lstDb").setCurrentRow(0);
     stage.script.sent.clear();
-    stage.boxes.expect("本番のサーバー「店」(db1:3306) を変更します。\r\n続けますか？", QMessageBox::Cancel);
+    stage.boxes.expect("本番のサーバー「店」(db1:3306) を変更します。\r\nﾃﾞｰﾀﾍﾞｰｽ削除\r\n続けますか？",
+                       QMessageBox::Cancel);
     press(window, {"cmdDropDb"});
     QVERIFY2(stage.script.sent.isEmpty(), qPrintable(stage.script.sent.join(u';')));
     QVERIFY(stage.boxes.seen().last().startsWith(window.windowTitle() + u'|'));

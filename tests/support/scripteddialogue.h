@@ -54,6 +54,7 @@ public:
     std::vector<PendingChange> pending;
     bool isCritical = false;
 
+    bool warn(const QString &question) override { return confirm(question, Icon::Critical); }
     bool confirm(const QString &question, Icon icon) override
     {
         return agrees ? isAgreed(question) : take(line("confirm", question, icon)).answer;

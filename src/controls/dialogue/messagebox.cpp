@@ -52,12 +52,14 @@ void applyStyle(QMessageBox &box, QMessageBox::Icon icon, const QString &text)
 } // namespace
 
 QMessageBox::StandardButton showBox(QWidget *window, QMessageBox::Icon icon, const QString &message,
-                                    QMessageBox::StandardButtons buttons)
+                                    QMessageBox::StandardButtons buttons, QMessageBox::StandardButton byEnter)
 {
     const QString text = visibleText(message);
     QMessageBox box(window);
     applyStyle(box, icon, text);
     box.setStandardButtons(buttons);
+    if (byEnter != QMessageBox::NoButton)
+        box.setDefaultButton(byEnter);
     for (const auto escape : {QMessageBox::Cancel, QMessageBox::No, QMessageBox::Ok})
         if (buttons.testFlag(escape)) {
             box.setEscapeButton(escape);

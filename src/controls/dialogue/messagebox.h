@@ -3,9 +3,11 @@
 #include <QMessageBox>
 
 // One box over a window, titled with its caption: plain text that can be selected and copied, however
-// long, and with signs for what cannot be seen. Escape is Cancel, No, or the only button.
+// long, and with signs for what cannot be seen. Escape is Cancel, No, or the only button; Enter the first one
+// unless another is named.
 QMessageBox::StandardButton showBox(QWidget *window, QMessageBox::Icon icon, const QString &message,
-                                    QMessageBox::StandardButtons buttons);
+                                    QMessageBox::StandardButtons buttons,
+                                    QMessageBox::StandardButton byEnter = QMessageBox::NoButton);
 
 // A box with a button for each choice, and Cancel: the choice's index; -1: cancelled.
 int showChoices(QWidget *window, const QString &text, const QStringList &choices);

@@ -45,6 +45,12 @@ bool WidgetDialogue::confirm(const QString &question, Icon icon)
            QMessageBox::Ok;
 }
 
+bool WidgetDialogue::warn(const QString &question)
+{
+    return showBox(m_window, QMessageBox::Critical, question, QMessageBox::Ok | QMessageBox::Cancel,
+                   QMessageBox::Cancel) == QMessageBox::Ok;
+}
+
 bool WidgetDialogue::ask(const QString &question)
 {
     return showBox(m_window, QMessageBox::Question, question, QMessageBox::Yes | QMessageBox::No) ==

@@ -31,6 +31,7 @@ public:
     WidgetDialogue(QWidget *window, DialogueParts parts);
 
     bool confirm(const QString &question, Icon icon) override;
+    bool warn(const QString &question) override;
     bool ask(const QString &question) override;
     int choose(const QString &question, const QStringList &choices) override;
     void tell(const QString &text, Icon icon) override;

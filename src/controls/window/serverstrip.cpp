@@ -1,5 +1,6 @@
 #include "controls/window/serverstrip.h"
 
+#include "controls/window/building.h"
 #include "core/session/session.h"
 #include "core/sql/listitem.h"
 
@@ -15,11 +16,16 @@ namespace {
 const char *const ownServer = "hasOwnServer";
 const QString stripName = QStringLiteral("serverStrip");
 
+// The warning first: a long name may be cut off.
 QString captionOf(const ConnectionProfile &profile)
 {
-    const QString environment = environmentText(profile.environment);
-    return visibleName(profile.name) +
-           (environment.isEmpty() ? QString() : QStringLiteral("［%1］").arg(environment));
+    QStringList marks;
+    if (profile.environment != Environment::None)
+        marks << environmentText(profile.environment);
+    if (profile.isReadOnly)
+        marks << QStringLiteral("読み取り専用");
+    return (marks.isEmpty() ? QString() : QStringLiteral("［%1］").arg(marks.join(u'・'))) +
+           visibleName(profile.name);
 }
 
 QColor colourOf(const ConnectionProfile &profile)
@@ -55,10 +61,12 @@ public:
             colours.setColor(QPalette::Window, colours.color(QPalette::Mid));
         }
         setPalette(colours);
-        setText(captionOf(profile));
+        m_caption = captionOf(profile);
+        setText(m_caption);
+        setToolTip(plainTip(m_caption));
         setVisible(profile.isSaved());
         makeRoom(profile.isSaved() ? sizeHint().height() : 0);
-        addToCaption(profile.isSaved() ? QStringLiteral(" - ") + text() : QString());
+        addToCaption(profile.isSaved() ? QStringLiteral(" - ") + m_caption : QString());
         place();
     }
 
@@ -94,11 +102,12 @@ private:
     {
         const QWidget *menuBar = window()->layout()->menuBar();
         setGeometry(0, menuBar ? menuBar->height() : 0, window()->width(), m_room);
+        setText(fontMetrics().elidedText(m_caption, Qt::ElideMiddle, width() - 2 * fontMetrics().height()));
         raise();
     }
 
     int m_room = 0;
-    QString m_suffix;
+    QString m_caption, m_suffix;
     bool m_isChangingCaption = false;
 };
 

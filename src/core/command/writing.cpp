@@ -22,10 +22,11 @@ bool mayWriteHere(const Session &session, Dialogue &dialogue)
         dialogue.refuse(QStringLiteral("接続先「%1」は読み取り専用の接続です。").arg(profile.name));
         return false;
     }
+    const QString what =
+        session.runner.isRunning() ? session.runner.what() + QStringLiteral("\r\n") : QString();
     return profile.environment != Environment::Production ||
-           dialogue.confirm(QStringLiteral("本番のサーバー「%1」(%2) を変更します。\r\n続けますか？")
-                                .arg(profile.name, serverName(session)),
-                            Icon::Critical);
+           dialogue.warn(QStringLiteral("本番のサーバー「%1」(%2) を変更します。\r\n%3続けますか？")
+                             .arg(profile.name, serverName(session), what));
 }
 
 bool mayWriteOnReplica(const Session &session, Dialogue &dialogue)
