@@ -363,7 +363,7 @@ QMenu *FlexGrid::createMenu()
     addCopy(forms, QStringLiteral("JSON(&J)"), "copyJson", CopyFormat::Json);
     addCopy(forms, QStringLiteral("INSERT文(&I)"), "copyInsert", CopyFormat::Insert);
     if (isSignalConnected(QMetaMethod::fromSignal(&FlexGrid::exportRequested)))
-        add(menu, QStringLiteral("ファイルに書き出し(&E)..."), "exportRows", columnCount() > 0,
+        add(menu, QStringLiteral("ファイルに書き出し(&R)..."), "exportRows", columnCount() > 0,
             [this] { Q_EMIT exportRequested(); });
     menu->addSeparator();
     add(menu, QStringLiteral("すべて選択(&A)"), "selectAll", m_model->rowCount() > 0, [this] {
