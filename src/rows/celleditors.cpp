@@ -204,7 +204,10 @@ RowValue ValueEditor::current() const
 std::optional<RowValue> ValueEditor::edited() const
 {
     const RowValue value = current();
-    return value == m_before ? std::nullopt : std::optional(value);
+    if (value == m_before)
+        return std::nullopt;
+    // std::optional(value) would be a RowValue again, and "nothing edited" in it a NULL.
+    return std::optional<RowValue>(std::in_place, value);
 }
 
 } // namespace
