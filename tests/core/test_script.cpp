@@ -1,6 +1,8 @@
 #include "connectiontests.h"
 #include "core/command/script.h"
+#include "core/driver/sshtunnel.h"
 #include "core/session/basconnection.h"
+#include "core/session/lastingconnection.h"
 
 #include <QTemporaryDir>
 
@@ -52,9 +54,14 @@ void ScriptTest::init()
 {
     m_server.run("drop database if exists d; create database d; use d; create table t (a int primary key)");
     m_session = std::make_unique<Session>();
-    m_session->gCn = m_session->runner.stoppable([this](const QString &string) {
-        return createConnection(string, m_pump);
-    })(m_server.connectionString(isBuiltIn(), "d"));
+    // The program's own connections take small statements together; logged ones do not.
+    const auto plain = [this](const QString &string) { return createConnection(string, m_pump); };
+    const auto full = [this](const QString &string) {
+        return lasting(tunnelled(createConnection, {}))(string, m_pump);
+    };
+    const ConnectionFactory factory =
+        isBuiltIn() ? ConnectionFactory(full) : logged(plain, m_session->statementLog);
+    m_session->gCn = m_session->runner.stoppable(factory)(m_server.connectionString(isBuiltIn(), "d"));
     m_session->gCn->open();
 }
 

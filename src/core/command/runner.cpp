@@ -76,22 +76,8 @@ private:
 BatchOutcome Runner::StoppableConnection::executeAll(const std::vector<QByteArray> &statements)
 {
     m_runner.requireGoingOn();
-    if (auto *sender = dynamic_cast<BatchSender *>(m_connection.get()))
-        return sender->executeAll(statements);
-    BatchOutcome outcome;
-    try {
-        for (const QByteArray &statement : statements) {
-            m_runner.requireGoingOn();
-            RecordSet rows = executeText(statement);
-            while (rows.isOpen() && !rows.isEof())
-                rows.moveNext();
-            outcome.rowsTouched += std::max<qint64>(effect().rowsTouched, 0);
-            ++outcome.done;
-        }
-    } catch (const Failure &failure) {
-        outcome.failure = failure;
-    }
-    return outcome;
+    Runner &runner = m_runner; // this may be destroyed by an event while a statement waits
+    return ::executeAll(*m_connection, statements, [&runner] { runner.requireGoingOn(); });
 }
 
 ConnectionFactory Runner::stoppable(ConnectionFactory factory)

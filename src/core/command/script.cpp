@@ -172,11 +172,9 @@ void Run::sendBatch(const QString &path)
     clock.start();
     std::size_t first = 0;
     while (first < m_batch.size()) {
-        Connection &connection = m_session.connection();
-        auto *sender = dynamic_cast<BatchSender *>(&connection);
-        Q_ASSERT(sender); // as every connection of a runner
-        const BatchOutcome outcome =
-            sender->executeAll({m_batch.begin() + static_cast<std::ptrdiff_t>(first), m_batch.end()});
+        const BatchOutcome outcome = executeAll(
+            m_session.connection(), {m_batch.begin() + static_cast<std::ptrdiff_t>(first), m_batch.end()},
+            [this] { m_session.requireGoingOn(); });
         m_report.rowsTouched += outcome.rowsTouched;
         m_report.warnings += outcome.warnings;
         m_report.statements += static_cast<qint64>(outcome.done);

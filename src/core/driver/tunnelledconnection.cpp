@@ -1,11 +1,12 @@
 #include "core/driver/sshtunnel.h"
 #include "core/session/connectionstring.h"
+#include "core/sql/batch.h"
 
 #include <utility>
 
 namespace {
 
-class TunnelledConnection : public Connection {
+class TunnelledConnection : public Connection, public BatchSender {
 public:
     TunnelledConnection(QString string, WaitingFactory factory, Pump &pump, std::shared_ptr<Tunnels> tunnels)
         : m_given(std::move(string))
@@ -29,6 +30,15 @@ public:
     RecordSet executeText(const QByteArray &statement) override
     {
         return send([&statement](Connection &inner) { return inner.executeText(statement); });
+    }
+    BatchOutcome executeAll(const std::vector<QByteArray> &statements) override
+    {
+        BatchOutcome outcome;
+        send([&](Connection &inner) {
+            outcome = ::executeAll(inner, statements);
+            return RecordSet();
+        });
+        return outcome;
     }
     bool nextResult(RecordSet &result) override
     {

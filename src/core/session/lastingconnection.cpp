@@ -161,8 +161,10 @@ BatchOutcome LastingConnection::executeAll(const std::vector<QByteArray> &statem
     const std::shared_ptr<Connection> inner = m_inner;
     if (!inner || !inner->isOpen())
         throw Failure(QStringLiteral("サーバーに接続されていません。"), 0, QStringLiteral("08003"));
-    auto &sender = dynamic_cast<BatchSender &>(*inner);
-    BatchOutcome outcome = sender.executeAll(statements);
+    BatchOutcome outcome = ::executeAll(*inner, statements, [this] {
+        if (m_isCancelled)
+            throw interruptedError();
+    });
     if (outcome.failure && outcome.failure->isConnectionLost())
         inner->close();
     return outcome;

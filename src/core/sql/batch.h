@@ -1,9 +1,10 @@
 #pragma once
 
-#include "core/sql/failure.h"
+#include "core/sql/connection.h"
 
 #include <QByteArray>
 
+#include <functional>
 #include <optional>
 #include <vector>
 
@@ -24,3 +25,9 @@ public:
     // sent.
     virtual BatchOutcome executeAll(const std::vector<QByteArray> &statements) = 0;
 };
+
+// The same by any connection: one that is no sender takes them one by one, each asked about by `mayGoOn`,
+// which throws Failure where it must not.
+BatchOutcome executeAll(
+    Connection &connection, const std::vector<QByteArray> &statements,
+    const std::function<void()> &mayGoOn = [] {});
