@@ -72,6 +72,9 @@ NativeConnection connectNative(const NativeOptions &options, const NativeTimeout
                 CLIENT_MULTI_RESULTS |
                     (options.handlesExpiredPassword ? CLIENT_CAN_HANDLE_EXPIRED_PASSWORDS : 0)))
             throw nativeError(handle.get());
+        // Else a program that is started meanwhile, an editor say, keeps the connection and its locks on the
+        // server beyond its end here.
+        fcntl(mysql_get_socket(handle.get()), F_SETFD, FD_CLOEXEC);
         return NativeConnection{std::move(handle), watch.encryption()};
     });
 }
