@@ -52,6 +52,8 @@ void DataViewer::read()
                                   .arg(qualifiedName(m_session.gDbName, name))
                                   .arg(limit);
         const QString statement = m_rows.statementFor(m_session.gDbName, name, limit, plain);
+        if (statement != plain) // a condition may name other tables of the database
+            m_session.connection().execute(useStatement(m_session.gDbName));
         RecordSet rows = m_session.connection().execute(statement);
         m_controls.flGrid_Data->setTableName(name);
         readRows(rows);
