@@ -1,9 +1,9 @@
 // tarnwell_pictures FOLDER DEMO-FOLDER: takes the guide's pictures into a folder. demo/server starts it.
 #include "browser/frmTarnwell.h"
 #include "console/frmSql.h"
-#include "controls/desktopcolours.h"
-#include "controls/windowpump.h"
-#include "core/connect.h"
+#include "controls/window/desktopcolours.h"
+#include "controls/window/windowpump.h"
+#include "core/driver/connect.h"
 #include "photographer.h"
 
 #include <QApplication>
@@ -41,6 +41,13 @@ void takeMainWindow(Photographer &at, const QDir &demo)
     at.enter(QStringLiteral("txtPass"), readLine(demo.filePath(QStringLiteral("password"))));
     at.enter(QStringLiteral("txtPort"), readLine(demo.filePath(QStringLiteral("port"))));
     at.take(QStringLiteral("connect"));
+    at.visitDialog(QStringLiteral("openConnections"), [&at] {
+        at.click(QStringLiteral("newConnection"));
+        at.enter(QStringLiteral("connectionName"), QStringLiteral("本店の受注"));
+        at.enter(QStringLiteral("connectionServer"), QStringLiteral("db1.example.jp"));
+        at.enter(QStringLiteral("connectionUser"), QStringLiteral("tanaka"));
+        at.take(QStringLiteral("connections"));
+    });
     at.click(QStringLiteral("cmdConnect"));
     at.click(QStringLiteral("cmdShowDb"));
     at.choose(QStringLiteral("lstDb"), QStringLiteral("shop"));
@@ -82,6 +89,21 @@ void takeDialogs(Photographer &at)
     });
 }
 
+void takeSheet(Photographer &at)
+{
+    at.click(QStringLiteral("openSheets"));
+    for (QWidget *window : QApplication::topLevelWidgets())
+        if (window->objectName() == u"sheetWindow" && window->isVisible())
+            at.lookAt(*window);
+    at.enter(QStringLiteral("sheetText"),
+             QStringLiteral("select name as 商品, price as 単価 from products order by price desc limit 5;\n"
+                            "update products set price = price where code = 'x';\n"
+                            "select count(*) as 顧客数 from customers;"));
+    at.click(QStringLiteral("runSheet"));
+    at.rest(1500); // it runs on a thread of its own
+    at.take(QStringLiteral("sheet"));
+}
+
 void takeConsole(Photographer &at, QWidget &mainWindow)
 {
     at.click(QStringLiteral("cmdExec"));
@@ -119,7 +141,7 @@ int main(int argc, char *argv[])
     QApplication application(argc, argv);
     if (argc != 3)
         giveUp(QStringLiteral("usage: tarnwell_pictures FOLDER DEMO-FOLDER"));
-    dressForDesktop();
+    applyDesktopColours();
     QApplication::setApplicationName(QStringLiteral("Tarnwell"));
     QApplication::setApplicationVersion(QStringLiteral(TARNWELL_VERSION));
 
@@ -127,7 +149,7 @@ int main(int argc, char *argv[])
     Session session;
     // It holds no settings: the windows look as they do at the first start.
     session.programFolder = QDir::homePath();
-    session.connectBy([&pump](const QString &text) { return createConnection(text, pump); });
+    session.connectBy(createConnection, pump);
     frmTarnwell window(session);
     window.resize(1180, 760);
     window.show();
@@ -137,5 +159,7 @@ int main(int argc, char *argv[])
     takeMainWindow(photographer, QDir(QFile::decodeName(argv[2])));
     takeDialogs(photographer);
     takeConsole(photographer, window);
+    photographer.lookAt(window);
+    takeSheet(photographer);
     return 0;
 }

@@ -1,6 +1,6 @@
 #include "photographer.h"
 
-#include "controls/sqltextbox.h"
+#include "controls/text/sqltextbox.h"
 
 #include <QAbstractButton>
 #include <QApplication>
@@ -84,6 +84,11 @@ void Photographer::choose(const QString &name, const QString &text)
                 return box.setCurrentIndex(row);
     }
     giveUp(name + QStringLiteral(" has no ") + text);
+}
+
+void Photographer::rest(int milliseconds)
+{
+    letEventsRun(milliseconds);
 }
 
 void Photographer::take(const QString &file)

@@ -20,6 +20,8 @@ public:
     void enter(const QString &name, const QString &text);
     // Chooses the item that ends in this text from a list or combo box, as a click on it does.
     void choose(const QString &name, const QString &text);
+    // Lets the windows work for so many milliseconds.
+    void rest(int milliseconds);
     // Writes `file`.png.
     void take(const QString &file);
 
