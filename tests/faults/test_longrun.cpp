@@ -360,8 +360,9 @@ void LongRunTest::manyRandomActionsDoNoHarm()
           seed, actions, megabytes[0], megabytes[1], megabytes[2]);
     if (isSanitized || seconds < 30)
         qInfo("The growth of memory is judged in walks of 30 seconds and more, without sanitizers.");
-    else // what is bounded, as history and undo, may fill after the hundredth; half a megabyte is chance
-        QVERIFY2(megabytes[2] < megabytes[0] * 1.1 || megabytes[2] < megabytes[1] * 1.1, "memory grew");
+    else // what is bounded, as history and undo, may fill; the sheets and their results add 0.1 MB in a
+         // thousand actions, which is all given back at the end
+        QVERIFY2(megabytes[2] < megabytes[0] * 1.1 || megabytes[2] < megabytes[1] * 1.25, "memory grew");
 }
 
 QTEST_MAIN(LongRunTest)

@@ -200,8 +200,12 @@ RecordSet LastingConnection::sent(const QString &statement, const Send &send)
 void LastingConnection::comeBack()
 {
     const QString use = m_state->database();
+    const QString server = m_place.server;
     m_inner->close();
     open();
+    // Another node of a cluster need not know yet what was done at the first one.
+    if (m_place.server != server)
+        throw Failure(QStringLiteral("再接続先は別のサーバーです(%1)。").arg(m_place.server));
     if (!use.isEmpty())
         m_inner->execute(use);
 }
