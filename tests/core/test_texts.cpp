@@ -144,6 +144,8 @@ void TextsTest::statementsAreLaidOut_data()
     as("delimiter //\ncreate procedure p() begin select  1; end//",
        "delimiter //\ncreate procedure p() begin select  1; end//");
     as("select 'a", "select 'a");
+    as("select 1 -- ends here\n  ;", "SELECT 1 -- ends here\n;");
+    as("select a --from t\nwhere b", "SELECT a --FROM t\nWHERE b");
 }
 
 void TextsTest::statementsAreLaidOut()

@@ -167,13 +167,13 @@ void Layout::put(std::size_t i)
     const bool isBehindComment =
         i > 0 && m_pieces[i - 1].kind == TokenKind::Comment && isLineComment(m_pieces[i - 1].text);
     const bool closesQuery = small(i) == ")" && !m_open.empty() && m_open.back().isQuery;
-    if (!m_isLaidOut) {
+    // Two minus signs are a comment as soon as a blank follows.
+    const bool isBoundToMinus = !piece.isBehindBlank() && m_text.ends_with("--");
+    if (!m_isLaidOut || isBoundToMinus) {
         // Not ours to lay out: as it stands, but for the words.
         m_text += piece.before;
     } else if (closesQuery) {
-        m_isListBroken = m_open.back().isListBroken;
-        m_open.pop_back();
-        breakLine(depth());
+        breakLine(depth() - 1);
     } else if (startsClause(i)) {
         breakLine(depth());
     } else if (small(i) == "select" && i > 0 && small(i - 1) == "(") {
@@ -197,7 +197,9 @@ void Layout::put(std::size_t i)
         m_cases += small(i) == "case" ? 1 : -1;
     if (small(i) == "(") {
         m_open.push_back({small(i + 1) == "select" && m_isLaidOut, m_isListBroken});
-    } else if (small(i) == ")" && !closesQuery && !m_open.empty()) {
+    } else if (small(i) == ")" && !m_open.empty()) {
+        if (closesQuery)
+            m_isListBroken = m_open.back().isListBroken;
         m_open.pop_back();
     }
     const bool isName = i > 0 && (small(i - 1) == "." || small(i - 1) == "@");
@@ -239,20 +241,28 @@ QByteArray formattedSql(const QByteArray &script, SqlMode mode, KeywordCase keyw
     const std::string_view text(script.constData(), static_cast<std::size_t>(script.size()));
     std::string result;
     std::size_t done = 0;
+    // A line "delimiter" that names none, as it stands, might name one if it ended sooner.
+    bool isBehindDelimiter = false;
     for (const ScriptPiece &piece : scriptPieces(text, mode)) {
         const auto start = static_cast<std::size_t>(piece.start);
         const std::string_view between = text.substr(done, start - done);
         result += between;
         // Statements begin on lines of their own.
-        if (done > 0 && between.find('\n') == std::string_view::npos)
+        const bool isBehindLine = between.find('\n') != std::string_view::npos;
+        if (done > 0 && !isBehindLine && !isBehindDelimiter)
             result += '\n';
         done = start;
+        isBehindDelimiter = (isBehindDelimiter && !isBehindLine) ||
+                            inSmallLetters(piece.text.substr(0, 9)).starts_with("delimiter");
         if (piece.kind == ScriptPiece::Kind::Source || !piece.isClosed || isRoutine(piece.text, mode))
             continue;
         result += Layout(piece.text, mode, keywords).text();
         done += piece.text.size();
-        if (piece.text.ends_with('\n'))
+        const std::string_view blanks = piece.text.substr(piece.text.find_last_not_of(" \t\n\v\f\r") + 1);
+        if (blanks.find('\n') != std::string_view::npos)
             result += '\n'; // behind a line comment the delimiter would be part of it
+        else if (!blanks.empty() && done < text.size() && text[done] != ';')
+            result += ' '; // "/ //"
     }
     result += text.substr(done);
     return QByteArray(result.data(), static_cast<qsizetype>(result.size()));
