@@ -15,7 +15,7 @@ ConditionLine::ConditionLine(QWidget *parent)
     : QLineEdit(parent)
     , m_names(new QStringListModel(this))
     , m_completer(new QCompleter(m_names, this))
-    , m_openLastUsed(addAction(style()->standardIcon(QStyle::SP_ArrowDown), QLineEdit::TrailingPosition))
+    , m_openLastUsed(addAction(QIcon(), QLineEdit::TrailingPosition))
 {
     m_completer->setWidget(this);
     m_completer->setCaseSensitivity(Qt::CaseInsensitive);
@@ -25,6 +25,14 @@ ConditionLine::ConditionLine(QWidget *parent)
     connect(this, &QLineEdit::textEdited, this, &ConditionLine::completeWord);
     connect(m_completer, qOverload<const QString &>(&QCompleter::activated), this,
             &ConditionLine::insertWord);
+}
+
+// The start is spared the search for the icon.
+void ConditionLine::showEvent(QShowEvent *event)
+{
+    if (m_openLastUsed->icon().isNull())
+        m_openLastUsed->setIcon(style()->standardIcon(QStyle::SP_ArrowDown));
+    QLineEdit::showEvent(event);
 }
 
 void ConditionLine::setNames(const QStringList &columns)

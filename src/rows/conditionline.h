@@ -18,6 +18,7 @@ public:
     void setLastUsed(const QStringList &texts); // newest first
 
 protected:
+    void showEvent(QShowEvent *event) override;
     void keyPressEvent(QKeyEvent *event) override;
 
 private:

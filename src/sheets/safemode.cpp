@@ -1,34 +1,14 @@
 #include "sheets/safemode.h"
 
-#include "core/sql/lexer.h"
-
-#include <QStringList>
-
-#include <vector>
+#include "core/sql/words.h"
 
 namespace {
 
-// The tokens of a statement that count, in small letters where they are words.
 class Words {
 public:
     explicit Words(const QByteArray &statement)
+        : m_words(sqlWords(QString::fromUtf8(statement)))
     {
-        const std::string_view text(statement.constData(), static_cast<std::size_t>(statement.size()));
-        int depth = 0;
-        for (const Token &token : sqlTokens(text)) {
-            const bool isLayout = token.kind == TokenKind::Blank || token.kind == TokenKind::Comment ||
-                                  token.kind == TokenKind::VersionStart ||
-                                  token.kind == TokenKind::VersionEnd;
-            if (isLayout)
-                continue;
-            const QByteArray piece = statement.mid(token.start, token.length);
-            if (piece == ")")
-                --depth;
-            m_words.push_back({QString::fromUtf8(token.kind == TokenKind::Word ? piece.toLower() : piece),
-                               QString::fromUtf8(piece), depth});
-            if (piece == "(")
-                ++depth;
-        }
     }
 
     QString at(std::size_t place) const { return place < m_words.size() ? m_words[place].small : QString(); }
@@ -58,11 +38,7 @@ public:
     }
 
 private:
-    struct Word {
-        QString small, written;
-        int depth;
-    };
-    std::vector<Word> m_words;
+    const std::vector<SqlWord> m_words;
 };
 
 std::optional<Danger> rowsDanger(const Words &words, const QString &verb)

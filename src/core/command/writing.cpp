@@ -1,8 +1,8 @@
 #include "core/command/writing.h"
 
 #include "core/session/basconnection.h"
-#include "core/sql/lexer.h"
 #include "core/sql/statements.h"
+#include "core/sql/words.h"
 
 #include <QHash>
 
@@ -76,10 +76,9 @@ bool mayChange(const QString &statement)
     static const QStringList anywhere{"tx_read_only", "transaction_read_only", "read write", "outfile",
                                       "dumpfile"};
     QStringList words;
-    for (const Token &token : sqlTokens(statement)) {
-        if (token.kind == TokenKind::Word)
-            words << statement.mid(token.start, token.length).toLower();
-    }
+    for (const SqlWord &word : sqlWords(statement))
+        if (word.kind == TokenKind::Word)
+            words << word.small;
     if (words.isEmpty() || !reading.contains(words.first()))
         return !words.isEmpty();
     const QStringList suspects = anywhere + writing.value(words.first());

@@ -54,7 +54,7 @@ public:
         auto now = std::chrono::steady_clock::now();
         if (now < m_isCrowdedUntil)
             return isReached();
-        const auto end = now + 100us;
+        const auto end = now + 250us;
         while (!isReached()) {
             if (now > end)
                 return false;

@@ -1,21 +1,10 @@
 #include "core/sql/sessionstate.h"
 
-#include "core/sql/lexer.h"
+#include "core/sql/words.h"
 
 #include <algorithm>
 
 namespace {
-
-// The statement's words in lower case, and its signs; names, texts and comments are left out.
-QStringList words(const QString &statement)
-{
-    QStringList result;
-    for (const Token &token : sqlTokens(statement))
-        if (token.kind == TokenKind::Word || token.kind == TokenKind::Sign ||
-            token.kind == TokenKind::VersionStart)
-            result << statement.mid(token.start, token.length).toLower();
-    return result;
-}
 
 bool follows(const QStringList &words, qsizetype place, QStringView first, QStringView second)
 {
@@ -64,7 +53,7 @@ bool isHarmless(const QString &word)
 
 void SessionState::note(const QString &statement)
 {
-    const QStringList all = words(statement);
+    const QStringList all = bareWords(statement);
     const QString first = all.value(0), second = all.value(1);
     if (first == u"begin" || follows(all, 0, u"start", u"transaction") || first == u"xa")
         m_hasTransaction = true;
@@ -120,7 +109,7 @@ bool canBeRepeated(const QString &statement)
     static const QStringList reading{"select", "show", "desc", "describe", "explain", "help", "with"};
     static const QStringList notHarmless{"into", "update", "delete", "insert",  "replace", "procedure",
                                          "lock", "share",  "next",   "analyze", "for",     "nextval"};
-    const QStringList all = words(statement);
+    const QStringList all = bareWords(statement);
     if (!reading.contains(all.value(0)))
         return false;
     if (all[0] == u"show" || all[0] == u"desc" || all[0] == u"describe" || all[0] == u"help")
