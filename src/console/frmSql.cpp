@@ -7,6 +7,7 @@
 #include "controls/window/activation.h"
 #include "controls/window/stopping.h"
 #include "controls/window/windowsize.h"
+#include "core/command/columnnames.h"
 #include "core/command/writing.h"
 #include "core/session/basconnection.h"
 #include "core/sql/statements.h"
@@ -98,8 +99,7 @@ void frmSql::connectControls()
 {
     connect(c.cmdExec, &QPushButton::clicked, this, &frmSql::cmdExec_Click);
     connect(c.cmdStop, &QPushButton::clicked, this, &frmSql::cmdStop_Click);
-    connect(m_runClock, &QTimer::timeout, this,
-            [this] { c.runTime->setText(seconds(m_runTime.elapsed())); });
+    connect(m_runClock, &QTimer::timeout, this, [this] { c.runTime->setText(seconds(m_runTime.elapsed())); });
     connect(c.cmdAnalyze, &QPushButton::clicked, this, &frmSql::cmdAnalyze_Click);
     connect(c.cmdVariable, &QPushButton::clicked, this, &frmSql::cmdVariable_Click);
     connect(c.txtVariablename, &QLineEdit::returnPressed, this, &frmSql::cmdVariable_Click);
@@ -400,7 +400,10 @@ void frmSql::showView()
 void frmSql::offerWords()
 {
     if (!m_completion.hasNames())
-        runAlone(c.txtSql, QStringLiteral("入力候補"), [this] { m_completion.readNames(m_session); });
+        runAlone(c.txtSql, QStringLiteral("入力候補"), [this] {
+            // Without names there still are the words of the language; the next request asks again.
+            failureOf([this] { m_completion.setNames(readColumnNames(m_session.connection())); });
+        });
     m_completion.offer();
 }
 

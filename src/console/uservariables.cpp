@@ -7,6 +7,31 @@
 #include <QLineEdit>
 #include <QSignalBlocker>
 
+namespace {
+
+// With one statement; none where it fails: a name that is none is seen in the list.
+QStringList valuesOf(Session &session, const QStringList &names)
+{
+    QString list;
+    for (const QString &name : names)
+        list += u'@' + name + u',';
+    QStringList values;
+    if (list.isEmpty())
+        return values;
+    RecordSet &rows = session.gRs;
+    try {
+        rows = session.connection().execute(QStringLiteral("select ") + cutAtLastComma(list));
+        if (!rows.isEof())
+            for (int i = 0; i < rows.fieldCount(); ++i)
+                values << rows.text(i);
+    } catch (const Failure &) {
+    }
+    rows.close();
+    return values;
+}
+
+} // namespace
+
 UserVariables::UserVariables(Session &session, ChosenList &lstVariablename, ChosenList &lstVariable,
                              QLineEdit &txtVariablename)
     : m_session(session)
@@ -45,21 +70,8 @@ void UserVariables::add()
 void UserVariables::refresh()
 {
     m_values.clearItems();
-    QString list;
-    for (const QString &name : m_names.texts())
-        list += u'@' + name + u',';
-    if (list.isEmpty())
-        return;
-    RecordSet &rows = m_session.gRs;
-    try {
-        rows = m_session.connection().execute(QStringLiteral("select ") + cutAtLastComma(list));
-        if (!rows.isEof())
-            for (int i = 0; i < rows.fieldCount(); ++i)
-                m_values.appendItem(rows.text(i));
-    } catch (const Failure &) {
-        // A name that is none: the user sees it in the list.
-    }
-    rows.close();
+    for (const QString &value : valuesOf(m_session, m_names.texts()))
+        m_values.appendItem(value);
 }
 
 bool UserVariables::eventFilter(QObject *watched, QEvent *event)

@@ -269,7 +269,7 @@ void SheetPage::offerWords()
 {
     m_wantsWords = !m_completion.hasNames() && !m_isRunning;
     if (m_wantsWords)
-        start([](SheetWorker &running) { running.readNames(WordCompletion::namesStatement()); });
+        start([](SheetWorker &running) { running.readNames(); });
     else
         m_completion.offer();
 }

@@ -1,5 +1,6 @@
 #include "sheets/sheetworker.h"
 
+#include "core/command/columnnames.h"
 #include "core/session/basconnection.h"
 
 #include <QDir>
@@ -306,13 +307,12 @@ void SheetWorker::countRows(const QStringList &tables)
     });
 }
 
-void SheetWorker::readNames(const QString &statement)
+void SheetWorker::readNames()
 {
     runAlone([&] {
         SheetNews news;
         news.kind = SheetNews::Kind::Names;
-        for (RecordSet rows = m_session->connection().execute(statement); !rows.isEof(); rows.moveNext())
-            news.texts << rows.text(0) << rows.text(1);
+        news.texts = readColumnNames(m_session->connection());
         Q_EMIT came(news);
     });
 }

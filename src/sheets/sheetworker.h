@@ -74,7 +74,7 @@ public:
     // Now, and of every connection that is made later.
     void setAutocommit(bool isOn);
     void countRows(const QStringList &tables);
-    void readNames(const QString &statement);
+    void readNames();
 
     // From the windows' thread.
     void begin() { m_isStopWanted = false; } // before each of the above is posted

@@ -62,24 +62,6 @@ void WordCompletion::offer()
                             words.join(u'\n').toUtf8().constData());
 }
 
-QString WordCompletion::namesStatement()
-{
-    return QStringLiteral("select table_name, column_name from information_schema.columns "
-                          "where table_schema = database()");
-}
-
-void WordCompletion::readNames(Session &session)
-{
-    QStringList names;
-    try {
-        for (RecordSet rows = session.connection().execute(namesStatement()); !rows.isEof(); rows.moveNext())
-            names << rows.text(0) << rows.text(1);
-        setNames(names);
-    } catch (const Failure &) {
-        // Without names there still are the words of the language; the next request asks again.
-    }
-}
-
 void WordCompletion::setNames(const QStringList &tablesAndColumns)
 {
     m_names = tablesAndColumns;

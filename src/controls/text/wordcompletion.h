@@ -1,7 +1,5 @@
 #pragma once
 
-#include "core/session/session.h"
-
 #include <QMap>
 #include <QStringList>
 
@@ -15,11 +13,7 @@ public:
     explicit WordCompletion(SqlTextBox &box);
 
     void offer();
-    // From the server; where that fails there still are the words of the language.
-    void readNames(Session &session);
-    // The same in two steps: a statement, and the tables and columns of its rows by turns.
-    static QString namesStatement();
-    void setNames(const QStringList &tablesAndColumns);
+    void setNames(const QStringList &tablesAndColumns); // by turns
     bool hasNames() const { return m_hasNames; }
     void forgetNames() { m_hasNames = false; }
 
