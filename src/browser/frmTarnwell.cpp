@@ -7,6 +7,7 @@
 #include "core/session/bascommon.h"
 #include "core/session/basconnection.h"
 #include "maintenance/backup/frmRestore.h"
+#include "server/serverwindow.h"
 #include "transfer/commands.h"
 
 #include <QAction>
@@ -77,6 +78,7 @@ frmTarnwell::~frmTarnwell()
 {
     // It works on the session, which ends soon after this window.
     delete m_console;
+    delete m_server;
 }
 
 void frmTarnwell::Form_Load()
@@ -165,11 +167,11 @@ void frmTarnwell::sConnectMode(bool connected)
     enable(!connected, c.cmdConnect, c.cboDSNList, c.txtPass, c.cboDrivers, c.txtServer, c.txtUser,
            c.txtPort);
     enable(connected, c.cmdClose, c.txtField, c.txtProc, c.cmdShowDb, c.cmdCreateDb, c.cmdDropDb,
-           c.cmdCreateUser, c.cmdExec, c.cmdDropProc, c.cmdCreateProc, c.optTP[0], c.optTP[1], c.cmdBackup,
-           c.cmdRestore, c.cmdCheckTable, c.cmdRepairTable, c.cmdOptimizeTable, c.cmdCopyDb, c.cmdDropTable,
-           c.cmdCreateTable, c.cmdInOut, c.cmdScriptBackUp, c.lstDb, c.lstTables, c.lstProcFunc,
-           c.optField[0], c.optField[1], c.optField[2], c.optField[3], c.cmdDataGet, c.cboLimit,
-           c.flGrid_Field, c.flGrid_Index, c.flGrid_Status, c.flGrid_Data);
+           c.cmdCreateUser, c.openServer, c.cmdExec, c.cmdDropProc, c.cmdCreateProc, c.optTP[0], c.optTP[1],
+           c.cmdBackup, c.cmdRestore, c.cmdCheckTable, c.cmdRepairTable, c.cmdOptimizeTable, c.cmdCopyDb,
+           c.cmdDropTable, c.cmdCreateTable, c.cmdInOut, c.cmdScriptBackUp, c.lstDb, c.lstTables,
+           c.lstProcFunc, c.optField[0], c.optField[1], c.optField[2], c.optField[3], c.cmdDataGet,
+           c.cboLimit, c.flGrid_Field, c.flGrid_Index, c.flGrid_Status, c.flGrid_Data);
     c.picStatus->clearBar();
     c.encryption->showOf(m_session.gCn.get());
     if (!m_strips && connected && m_session.profile.isSaved())

@@ -17,6 +17,7 @@
 
 class ConnectionStore;
 class KeepAlive;
+class ServerWindow;
 class frmSql;
 
 // The program's first window: connection, lists, detail and every command. Closing it saves the settings,
@@ -88,6 +89,7 @@ private:
     void keepShownChoice(ChosenList *list);
     void openSheets();
     void openHistory();
+    void openServer();
     void showInConsole(const QString &statement);
 
     void choose(ChosenList *list);
@@ -117,4 +119,5 @@ private:
     KeepAlive *m_keepAlive = nullptr;
     ServerStrips *m_strips = nullptr; // made for the first saved connection
     SheetRoom m_sheets;
+    QPointer<ServerWindow> m_server;
 };

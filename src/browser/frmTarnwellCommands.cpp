@@ -10,6 +10,7 @@
 #include "inout/frmInOut.h"
 #include "maintenance/commands.h"
 #include "maintenance/frmCreateDB.h"
+#include "server/serverwindow.h"
 #include "transfer/commands.h"
 #include "users/frmUserAdd.h"
 
@@ -45,6 +46,7 @@ std::span<const frmTarnwell::WindowCommand> frmTarnwell::windowCommands()
         {{"openSheets", u"SQLシート", "Ctrl+T", Menu::Sql, Needs::Nothing}, &W::openSheets},
         {{"openHistory", u"SQLの履歴", "Ctrl+R", Menu::Sql, Needs::Nothing}, &W::openHistory},
         {{"cmdCreateUser", u"ﾕｰｻﾞｰ設定", "Alt+U", Menu::Server, Needs::Connection}, &W::cmdCreateUser_Click},
+        {{"openServer", u"サーバー", "Ctrl+F8", Menu::Server, Needs::Connection}, &W::openServer},
         {{"refreshShown", u"最新の情報に更新", "F5", Menu::View, Needs::Connection}, &W::refreshShown},
         {{"showLog", u"文の記録", "F12", Menu::View, Needs::Nothing}, &W::toggleLog},
         {{"openPalette", u"コマンドとオブジェクトを探す", "Ctrl+P", Menu::View, Needs::Nothing},
@@ -69,7 +71,7 @@ void frmTarnwell::offerCommands()
     m_menus.extend(Menu::Connection, [this](QMenu &menu) { offerLastConnections(menu); });
 
     // From every window of the program.
-    for (const char *name : {"action_openSheets", "action_openHistory"})
+    for (const char *name : {"action_openSheets", "action_openHistory", "action_openServer"})
         findChild<QAction *>(QLatin1String(name))->setShortcutContext(Qt::ApplicationShortcut);
 
     const auto isOfRoutine = [](const CommandRow &row) { return includes(row.needs, Needs::Routine); };
@@ -262,6 +264,19 @@ void frmTarnwell::openHistory()
         m_sheets.isActive() ? m_sheets.openOwnHistory() : m_sheets.openHistory(active ? active : this, put);
     if (!failure.isEmpty())
         m_dialogue.refuse(failure);
+}
+
+void frmTarnwell::openServer()
+{
+    // One window; another server takes the place of the last one.
+    if (m_server && !m_server->isOf(m_session))
+        delete m_server;
+    if (!m_server)
+        m_server =
+            new ServerWindow(m_session, {[this](const QString &statement) { m_sheets.propose(statement); }});
+    m_server->show();
+    m_server->raise();
+    m_server->activateWindow();
 }
 
 void frmTarnwell::showInConsole(const QString &statement)

@@ -99,7 +99,7 @@ QWidget *databaseColumn(TarnwellControls &c)
 {
     FilterLine *filter = filterLine("lstDb_Filter", *c.lstDb, QStringLiteral("データベースの絞り込み"));
     return column({caption("Label1", QStringLiteral("database"), c.lstDb), filter, c.lstDb, c.cmdShowDb,
-                   c.cmdCreateDb, c.cmdDropDb, c.cmdCreateUser},
+                   c.cmdCreateDb, c.cmdDropDb, c.cmdCreateUser, c.openServer},
                   c.lstDb);
 }
 
@@ -270,6 +270,8 @@ TarnwellControls::TarnwellControls(QWidget *window, std::shared_ptr<StatementLog
                        QStringLiteral("選択中のデータベースを中身ごと削除します (Alt+Shift+N)")))
     , cmdCreateUser(button("cmdCreateUser", QStringLiteral("ﾕｰｻﾞｰ設定"),
                            QStringLiteral("アカウントと権限を管理します (Alt+U)")))
+    , openServer(button("openServer", QStringLiteral("サーバー"),
+                        QStringLiteral("プロセス・ロック・負荷などを見ます (Ctrl+F8)")))
     , optTP{made<QRadioButton>("optTP_0", QStringLiteral("table")),
             made<QRadioButton>("optTP_1", QStringLiteral("proc"))}
     , optField{made<QRadioButton>("optField_0", QStringLiteral("ﾃｷｽﾄ")),

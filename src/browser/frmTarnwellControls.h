@@ -28,7 +28,7 @@ struct TarnwellControls {
     QLabel *serverRole; // shown where there is something to say
     QPushButton *openConnections, *cmdConnect, *cmdClose, *Command1, *cmdEnd;
     ChosenList *lstDb, *lstTables, *lstProcFunc;
-    QPushButton *cmdShowDb, *cmdCreateDb, *cmdDropDb, *cmdCreateUser;
+    QPushButton *cmdShowDb, *cmdCreateDb, *cmdDropDb, *cmdCreateUser, *openServer;
     std::array<QRadioButton *, 2> optTP;
     std::array<QRadioButton *, 4> optField;
     QWidget *picTable, *picProc;

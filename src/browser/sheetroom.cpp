@@ -10,12 +10,22 @@ SheetRoom::~SheetRoom()
     delete m_window;
 }
 
+void SheetRoom::propose(const QString &statement)
+{
+    show();
+    m_window->propose(statement);
+}
+
 void SheetRoom::open()
 {
-    if (isActive()) {
+    if (isActive())
         m_window->addSheet();
-        return;
-    }
+    else
+        show();
+}
+
+void SheetRoom::show()
+{
     if (!m_window)
         m_window = new SheetWindow(m_session,
                                    {[this](const HistoryEntry &note) { remember(note); },
@@ -45,10 +55,7 @@ QString SheetRoom::openHistory(QWidget *parent, std::function<void(const QString
     if (!store)
         return QStringLiteral("履歴を開けません。\r\n") + m_whyNoHistory;
     if (!put)
-        put = [this](const QString &text) {
-            open();
-            m_window->propose(text);
-        };
+        put = [this](const QString &text) { propose(text); };
     (new HistoryWindow(*store, parent, std::move(put)))->show();
     return {};
 }

@@ -24,12 +24,15 @@ public:
     // Over the window that is active; what is chosen goes to the function, or into a new sheet. Says why
     // there is none: empty where it opened.
     QString openHistory(QWidget *parent, std::function<void(const QString &)> put);
+    // Into a sheet of the window, which is opened for it.
+    void propose(const QString &statement);
     QString openOwnHistory() { return m_window->openHistory(); }
     bool isActive() const { return m_window && m_window->isActiveWindow(); }
     // With time and server; none that holds a password.
     void remember(HistoryEntry entry);
 
 private:
+    void show();
     HistoryStore *history();
 
     Session &m_session;

@@ -1,0 +1,211 @@
+#include "server/keyedlist.h"
+#include "server/serverwindow.h"
+#include "support/gui/stage.h"
+
+#include <QSpinBox>
+#include <QTabWidget>
+
+#include <thread>
+
+namespace {
+
+// A user's session with a statement of its own, on a thread until it is stopped.
+class OtherSession {
+public:
+    OtherSession(const TestServer &server, QString statement)
+        : m_connection(createConnection(server.nativeString("d"), m_pump))
+    {
+        m_connection->open();
+        id = m_connection->execute("select connection_id()").text(0);
+        m_thread = std::thread([this, statement = std::move(statement)] {
+            try {
+                m_connection->execute(statement);
+            } catch (const Failure &error) {
+                failure = error.description();
+            }
+            hasEnded = true;
+        });
+    }
+    ~OtherSession()
+    {
+        m_connection->cancel();
+        m_thread.join();
+    }
+
+    QString id, failure;
+    std::atomic<bool> hasEnded = false;
+
+private:
+    BlockingPump m_pump;
+    std::unique_ptr<Connection> m_connection;
+    std::thread m_thread;
+};
+
+} // namespace
+
+// The server's window with its connection on servers of each brand.
+class ServerWindowTest : public QObject {
+    Q_OBJECT
+
+private Q_SLOTS:
+    void init() { failOnAnyWarning(); }
+    void cleanup();
+    void runningStatementsAreShownAndStopped_data() { TestServers::addRows(); }
+    void runningStatementsAreShownAndStopped();
+    void whatIsGoneIsSaid();
+    void missingRightsAreTold();
+    void theServerIsWaitedFor();
+    void rowsAreChangedInPlace();
+
+private:
+    void open(TestServer &server, const QString &account = "demo");
+    KeyedList &list(const char *name) { return control<KeyedList>(*m_stage->window, name); }
+    QString label(const char *name) { return control<QLabel>(*m_stage->window, name).text(); }
+    // The cell of the session's row; a null text without one.
+    QString cell(const QString &id, int column)
+    {
+        KeyedList &processes = list("processList");
+        for (int row = 0; row < processes.rows().rowCount(); ++row)
+            if (processes.rows().row(row).key == id)
+                return processes.rows().row(row).cells[column];
+        return {};
+    }
+
+    TestServers m_servers{{"--performance-schema=ON"}, [](TestServer &server) {
+                              server.run("create database d; create table d.t (a int primary key, b int) "
+                                         "engine=InnoDB; insert into d.t values (1, 1), (2, 2);"
+                                         "create user visitor@'%' identified by 'demo'");
+                          }};
+    std::unique_ptr<Stage> m_stage;
+    ScriptedDialogue *m_dialogue = nullptr;
+};
+
+void ServerWindowTest::open(TestServer &server, const QString &account)
+{
+    m_stage = std::make_unique<Stage>(Stage::Server::Real);
+    m_stage->enter(nativeDriverName(), server.port(), account, "demo");
+    auto dialogue = std::make_unique<ScriptedDialogue>();
+    m_dialogue = dialogue.get();
+    auto *window = new ServerWindow(m_stage->session, {}, std::move(dialogue));
+    window->setAttribute(Qt::WA_DeleteOnClose, false);
+    m_stage->open(window);
+    control<QSpinBox>(*window, "refreshSeconds").setValue(1);
+}
+
+void ServerWindowTest::cleanup()
+{
+    m_stage.reset();
+}
+
+void ServerWindowTest::runningStatementsAreShownAndStopped()
+{
+    QFETCH(TestServer::Brand, brand);
+    SKIP_WITHOUT(brand);
+    TestServer &server = m_servers.of(brand);
+    OtherSession first(server, "select sleep(61), 'set password = ''verysecret'''"),
+        second(server, "select sleep(62)");
+    open(server);
+    QTRY_VERIFY_WITH_TIMEOUT(cell(second.id, 10).contains("sleep(62)"), 20'000);
+    QCOMPARE(cell(second.id, 0), "自分");
+    QVERIFY(!cell(first.id, 10).contains("verysecret"));
+    KeyedList &processes = list("processList");
+    const QPersistentModelIndex own = processes.model()->index(0, 0);
+    processes.sortByColumn(1, Qt::DescendingOrder);
+    processes.selectAll();
+    processes.selectionModel()->select(own, QItemSelectionModel::Deselect | QItemSelectionModel::Rows);
+    QVERIFY(processes.choose(second.id));
+    // One question for all that is chosen; "no" leaves everything alone.
+    const QString question =
+        QString("サーバー 127.0.0.1:%1 で、1 個のセッションの文を止めます (KILL QUERY)。\r\n・%2 demo@%3: "
+                "select sleep(62)\r\n続けますか？")
+            .arg(server.port())
+            .arg(second.id, cell(second.id, 3));
+    m_dialogue->expectConfirm(question, Icon::Critical, false);
+    m_stage->click("killStatement");
+    m_dialogue->expectConfirm(question, Icon::Critical, true);
+    m_stage->click("killStatement");
+    QTRY_VERIFY_WITH_TIMEOUT(second.hasEnded, 20'000);
+    QTRY_COMPARE(label("processNote"), "文を止めました: " + second.id);
+    QVERIFY(!first.hasEnded);
+    QVERIFY(processes.choose(first.id));
+    m_dialogue->agrees = true;
+    m_stage->click("killSession");
+    QTRY_VERIFY_WITH_TIMEOUT(first.hasEnded, 20'000);
+    QTRY_VERIFY(cell(first.id, 1).isNull());
+    QVERIFY(!cell(second.id, 1).isNull());
+    QCOMPARE(m_stage->session.statementLog->entries().back().statement, "KILL " + first.id);
+}
+
+void ServerWindowTest::whatIsGoneIsSaid()
+{
+    TestServer &server = m_servers.of(TestServer::Brand::MariaDb);
+    auto other = std::make_unique<OtherSession>(server, "select sleep(63)");
+    open(server);
+    QTRY_VERIFY_WITH_TIMEOUT(cell(other->id, 10).contains("sleep(63)"), 20'000);
+    press(*m_stage->window, {"refreshPaused"});
+    QVERIFY(list("processList").choose(other->id));
+    const QString id = other->id;
+    other.reset();
+    m_dialogue->agrees = true;
+    m_stage->click("killSession");
+    QTRY_COMPARE(label("processNote"), "もうありませんでした: " + id);
+    QVERIFY(m_dialogue->told.isEmpty());
+}
+
+void ServerWindowTest::missingRightsAreTold()
+{
+    open(m_servers.of(TestServer::Brand::MariaDb), "visitor");
+    QTRY_VERIFY_WITH_TIMEOUT(label("pageProblem").contains("PROCESS 権限がない"), 20'000);
+    QVERIFY(label("pageProblem").contains("Access denied; you need"));
+    QCOMPARE(list("processList").rows().rowCount(), 1);
+}
+
+void ServerWindowTest::theServerIsWaitedFor()
+{
+    TestServer server;
+    open(server);
+    QTRY_COMPARE_WITH_TIMEOUT(list("processList").rows().rowCount() > 0, true, 20'000);
+    server.kill();
+    QTRY_VERIFY_WITH_TIMEOUT(label("serverState").startsWith("接続が切れています"), 20'000);
+    server.start();
+    QTRY_VERIFY_WITH_TIMEOUT(label("serverState").contains("に読みました"), 30'000);
+}
+
+// Thousands of sessions are updated where they stand: what is chosen stays, nothing is built anew.
+void ServerWindowTest::rowsAreChangedInPlace()
+{
+    KeyedList processes("list", "list", {{"id", true}, {"seconds", true}, {"statement"}});
+    const auto rowsAt = [](int seconds, int from) {
+        std::vector<KeyedRow> rows;
+        for (int id = from; id < from + 5000; ++id)
+            rows.push_back({QString::number(id),
+                            {QString::number(id), QString::number((id * 7 + seconds) % 5000), "x"}});
+        return rows;
+    };
+    processes.show(rowsAt(0, 1));
+    QVERIFY(processes.choose("4000"));
+    const QPersistentModelIndex chosen = processes.currentIndex();
+    QSignalSpy resets(processes.model(), &QAbstractItemModel::modelReset),
+        inserted(processes.model(), &QAbstractItemModel::rowsInserted),
+        removed(processes.model(), &QAbstractItemModel::rowsRemoved),
+        changed(processes.model(), &QAbstractItemModel::dataChanged);
+    processes.show(rowsAt(3, 1));
+    QCOMPARE(changed.count(), 1);
+    QCOMPARE(inserted.count() + removed.count(), 0);
+    processes.sortByColumn(1, Qt::AscendingOrder);
+    processes.show(rowsAt(5, 11)); // ten have gone, ten have come
+    QCOMPARE(inserted.count(), 1);
+    QCOMPARE(removed.count(), 1);
+    QCOMPARE(resets.count(), 0);
+    QCOMPARE(processes.currentKey(), "4000");
+    QCOMPARE(chosen.data(KeyedRows::KeyRole).toString(), "4000");
+    QCOMPARE(processes.rows().rowCount(), 5000);
+    for (int row = 1; row < 5000; ++row)
+        QVERIFY(processes.rows().row(row - 1).cells[1].toInt() <= processes.rows().row(row).cells[1].toInt());
+    processes.rows().setFilter("４０００"); // of any width
+    QVERIFY(processes.rows().rowCount() > 0 && processes.rows().rowCount() < 20);
+    QCOMPARE(processes.currentKey(), "4000");
+}
+
+QTEST_MAIN(ServerWindowTest)
+#include "test_serverwindow.moc"
