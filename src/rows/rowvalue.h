@@ -30,6 +30,7 @@ struct TableColumn {
     bool isGenerated = false; // takes no values
     bool isAutoIncrement = false;
     bool hasDefault = false;  // so that a new row may leave it out
+    bool isIndexed = false;   // as everything is that foreign keys refer to
     QStringList choices = {}; // of ENUM and SET
     bool isSet = false;
     bool isSingleFloat = false; // FLOAT, whose text has fewer digits than the value

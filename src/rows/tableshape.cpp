@@ -35,10 +35,12 @@ TableColumn columnOf(RecordSet &rows)
     // columns of a row's life in a system-versioned table take no values either.
     column.isGenerated = says(u"VIRTUAL") || says(u"STORED GENERATED") || says(u"PERSISTENT");
     column.isAutoIncrement = says(u"auto_increment");
-    column.hasDefault = column.isNullable || column.isAutoIncrement || says(u"DEFAULT_GENERATED") ||
-                        !rows.isNull(rows.requiredField(QStringLiteral("Default")));
     column.choices = choicesOfType(column.type);
     column.isSet = column.type.startsWith(u"set(", Qt::CaseInsensitive);
+    // An ENUM without a default has its first choice, also in strict mode.
+    column.hasDefault = column.isNullable || (!column.choices.isEmpty() && !column.isSet) ||
+                        column.isAutoIncrement || says(u"DEFAULT_GENERATED") ||
+                        !rows.isNull(rows.requiredField(QStringLiteral("Default")));
     column.isSingleFloat = column.type.startsWith(u"float", Qt::CaseInsensitive);
     return column;
 }
@@ -58,11 +60,13 @@ void readKey(Connection &connection, TableShape &table)
     std::map<QString, std::optional<std::vector<int>>> keys;
     for (RecordSet rows = connection.execute(QStringLiteral("show index from ") + table.qualified());
          !rows.isEof(); rows.moveNext()) {
+        const int column = table.indexOf(rows.text(QStringLiteral("Column_name")));
+        if (column >= 0)
+            table.columns[static_cast<std::size_t>(column)].isIndexed = true;
         if (rows.text(QStringLiteral("Non_unique")) != u"0")
             continue;
         const QString name = rows.text(QStringLiteral("Key_name"));
         auto &columns = keys.try_emplace(name, std::vector<int>()).first->second;
-        const int column = table.indexOf(rows.text(QStringLiteral("Column_name")));
         const bool isWhole = column >= 0 && rows.isNull(rows.requiredField(QStringLiteral("Sub_part"))) &&
                              !table.columns[static_cast<std::size_t>(column)].isNullable;
         if (!isWhole)
