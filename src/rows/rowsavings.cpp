@@ -1,6 +1,7 @@
 #include "rows/rowsavings.h"
 
 #include "core/command/writing.h"
+#include "rows/conflictdialog.h"
 
 #include <algorithm>
 
@@ -8,11 +9,44 @@ using Kind = RowChange::Kind;
 
 namespace {
 
-QString shortText(const TableColumn &column, const RowValue &value)
+// What is still to be done once it is settled whose values stay: mine over theirs, or not at all.
+std::vector<RowChange> settledChanges(const TableShape &table, const std::vector<RowChange> &changes,
+                                      const SaveReport &report, const std::vector<bool> &keepsMine)
 {
-    constexpr int longest = 80;
-    const QString text = value ? editedText(column, value) : QStringLiteral("NULL");
-    return text.size() > longest ? text.left(longest) + u'…' : text;
+    std::vector<RowChange> settled;
+    for (std::size_t index = 0; index < changes.size(); ++index) {
+        RowChange change = changes[index];
+        const auto conflict = std::ranges::find(report.conflicts, index, &RowConflict::change);
+        const bool isInConflict = conflict != report.conflicts.end();
+        if (report.saved.contains(index) ||
+            (isInConflict && !keepsMine[static_cast<std::size_t>(conflict - report.conflicts.begin())]))
+            continue;
+        if (isInConflict && conflict->theirs.empty()) {
+            if (change.kind == Kind::Deleted)
+                continue;
+            change.kind = Kind::Added;
+            for (std::size_t column = 0; column < table.columns.size(); ++column)
+                if (!table.columns[column].isGenerated)
+                    change.values.try_emplace(static_cast<int>(column), change.before[column]);
+            change.before.clear();
+        } else if (isInConflict) {
+            change.before = conflict->theirs;
+        }
+        settled.push_back(std::move(change));
+    }
+    return settled;
+}
+
+QString savedText(std::size_t count)
+{
+    return count == 0 ? QStringLiteral("何も保存していません")
+                      : QStringLiteral("%1件を保存しました").arg(count);
+}
+
+QString undoneText(std::size_t count)
+{
+    return count == 0 ? QStringLiteral("何も戻していません。")
+                      : QStringLiteral("%1件を元に戻しました。").arg(count);
 }
 
 } // namespace
@@ -49,17 +83,17 @@ bool RowSavings::isReadyToSave(const std::vector<RowChange> &changes)
 bool RowSavings::mayChangeOthers(const std::vector<RowChange> &changes)
 {
     QStringList columns;
-    bool deletes = false;
+    bool deletes = false, mayBeReferenced = false;
     for (const RowChange &change : changes) {
         deletes |= change.kind == Kind::Deleted;
-        for (const auto &[column, value] : change.values)
-            if (change.kind == Kind::Changed)
-                columns << m_rows.table().columns[static_cast<std::size_t>(column)].name.toLower();
+        for (const auto &[index, value] : change.values)
+            if (const TableColumn &column = m_rows.table().columns[static_cast<std::size_t>(index)];
+                change.kind == Kind::Changed && column.isIndexed) {
+                columns << column.name.toLower();
+                mayBeReferenced = true;
+            }
     }
-    const bool changesKey = std::ranges::any_of(m_rows.table().key, [&](int key) {
-        return columns.contains(m_rows.table().columns[static_cast<std::size_t>(key)].name.toLower());
-    });
-    if (!deletes && !changesKey)
+    if (!deletes && !mayBeReferenced)
         return true;
     QStringList reached;
     for (const ForeignKey &key : readReferrers(m_session.connection(), m_rows.table())) {
@@ -105,8 +139,8 @@ QString RowSavings::save()
         history.drop(kept.id);
     m_rows.take(changes, report);
     if (report.ending == SaveReport::Ending::Conflicts)
-        return settleConflicts(changes, report);
-    const QString saved = QStringLiteral("%1件を保存しました").arg(report.saved.size());
+        return settleConflicts(report);
+    const QString saved = savedText(report.saved.size());
     if (!report.words.isEmpty()) {
         m_dialogue.setLastError(report.words, false);
         if (report.ending == SaveReport::Ending::Saved)
@@ -120,54 +154,21 @@ QString RowSavings::save()
     return saved + (kept.isTooLarge ? QStringLiteral(" (16 MBを超えるため、元に戻せません)") : QString());
 }
 
-QString RowSavings::conflictText(const RowChange &change, const RowConflict &conflict) const
-{
-    const TableShape &table = m_rows.table();
-    QStringList names;
-    for (const int key : table.key)
-        names << table.columns[static_cast<std::size_t>(key)].name + u'=' +
-                     shortText(table.columns[static_cast<std::size_t>(key)],
-                               change.before[static_cast<std::size_t>(key)]);
-    const QString row = names.join(QStringLiteral(", "));
-    QStringList lines{conflict.theirs.empty()
-                          ? QStringLiteral("他の人がこの行を削除しています: ") + row
-                          : QStringLiteral("読んだあとで、他の人がこの行を変えています: ") + row};
-    if (change.kind == Kind::Deleted)
-        lines << QStringLiteral("自分: 行を削除");
-    for (std::size_t i = 0; i < table.columns.size(); ++i) {
-        const auto mine = change.values.find(static_cast<int>(i));
-        const bool isTheirs = !conflict.theirs.empty() && conflict.theirs[i] != change.before[i];
-        if (mine == change.values.end() && !isTheirs)
-            continue;
-        const TableColumn &column = table.columns[i];
-        QString line = column.name + QStringLiteral(": 読んだ値 ") + shortText(column, change.before[i]);
-        if (mine != change.values.end())
-            line += QStringLiteral(" → 自分 ") + shortText(column, mine->second);
-        if (isTheirs)
-            line += QStringLiteral(" → 相手 ") + shortText(column, conflict.theirs[i]);
-        lines << line;
-    }
-    return lines.join(u'\n') + QStringLiteral("\n\n何も保存していません。");
-}
-
 // For each row whose value shall stand; saved again only by the user, who has seen it then.
-QString RowSavings::settleConflicts(const std::vector<RowChange> &changes, const SaveReport &report)
+QString RowSavings::settleConflicts(const SaveReport &report)
 {
     m_dialogue.setLastError(report.words, false);
-    std::vector<bool> keepsMine;
-    int choice = -1;
-    const bool isOne = report.conflicts.size() == 1;
-    QStringList choices{QStringLiteral("自分の値を残す"), QStringLiteral("相手の値にする")};
-    if (!isOne)
-        choices << QStringLiteral("残り全て自分の値") << QStringLiteral("残り全て相手の値");
-    for (const RowConflict &conflict : report.conflicts) {
-        if (choice < 2)
-            choice = m_dialogue.choose(conflictText(changes[conflict.change], conflict), choices);
-        if (choice < 0)
-            return QStringLiteral("保存していません");
-        keepsMine.push_back(choice % 2 == 0);
-    }
-    m_rows.resolve(changes, report.conflicts, keepsMine);
+    // Without those that a table without transactions has taken: their rows may be gone from the grid.
+    const std::vector<RowChange> changes = m_rows.changes();
+    std::vector<RowConflict> conflicts = report.conflicts;
+    for (RowConflict &conflict : conflicts)
+        conflict.change -= static_cast<std::size_t>(
+            std::distance(report.saved.begin(), report.saved.lower_bound(conflict.change)));
+    const auto keepsMine = askWhoseStay(m_rows.grid().window(), m_rows.table(), changes, conflicts,
+                                        ConflictOf::Saving, savedText(report.saved.size()) + u'。');
+    if (!keepsMine)
+        return savedText(report.saved.size());
+    m_rows.resolve(changes, conflicts, *keepsMine);
     return m_rows.changeCount() > 0 ? QStringLiteral("確かめて、もう一度保存して下さい") : QString();
 }
 
@@ -175,27 +176,38 @@ void RowSavings::undo(const RowSaving &saving)
 {
     if (!mayWrite(m_session, m_dialogue))
         return;
-    TableShape table = shapeOfColumns(
+    const TableShape table = shapeOfColumns(
         withUnreadColumns(readTableShape(m_session.connection(), saving.database, saving.table)),
         saving.columns);
     if (!table.whyReadOnly.isEmpty())
         throw Failure(table.whyReadOnly);
     RowHistory history(m_session);
-    RowHistory::Kept kept;
-    const SaveReport report = RowSaver(m_session, table, saving.inverse, RowSaver::ZeroDates::Allowed)
-                                  .save([&](const TableShape &whole, const std::vector<RowChange> &inverse) {
-                                      kept = history.add(savingOf(whole, inverse));
-                                  });
-    if (report.ending == SaveReport::Ending::Saved) {
-        history.markUndone(saving.id);
-        m_dialogue.inform(QStringLiteral("%1件を元に戻しました。").arg(report.saved.size()) +
-                          (report.words.isEmpty() ? QString() : QStringLiteral("\r\n") + report.words));
-        return;
+    std::size_t undone = 0;
+    for (std::vector<RowChange> changes = saving.inverse; !changes.empty();) {
+        RowHistory::Kept kept;
+        const SaveReport report =
+            RowSaver(m_session, table, changes, RowSaver::ZeroDates::Allowed)
+                .save([&](const TableShape &whole, const std::vector<RowChange> &inverse) {
+                    kept = history.add(savingOf(whole, inverse));
+                });
+        undone += report.saved.size();
+        if (report.ending == SaveReport::Ending::Saved) {
+            history.markUndone(saving.id);
+            m_dialogue.inform(undoneText(undone) +
+                              (report.words.isEmpty() ? QString() : QStringLiteral("\r\n") + report.words));
+            return;
+        }
+        if (report.saved.empty() && report.ending != SaveReport::Ending::Unknown)
+            history.drop(kept.id);
+        const QString words =
+            (undone == 0 ? QString() : undoneText(undone) + QStringLiteral("\r\n")) + report.words;
+        if (report.ending != SaveReport::Ending::Conflicts)
+            throw Failure(words);
+        m_dialogue.setLastError(words, false);
+        const auto keepsMine = askWhoseStay(m_rows.grid().window(), table, changes, report.conflicts,
+                                            ConflictOf::Undoing, undoneText(undone));
+        if (!keepsMine)
+            return;
+        changes = settledChanges(table, changes, report, *keepsMine);
     }
-    if (report.saved.empty() && report.ending != SaveReport::Ending::Unknown)
-        history.drop(kept.id);
-    QString words = report.words;
-    for (const RowConflict &conflict : report.conflicts)
-        words += u'\n' + statementOf(table, saving.inverse[conflict.change]).left(400);
-    throw Failure(words);
 }

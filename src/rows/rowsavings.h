@@ -11,14 +11,14 @@ public:
 
     // Words on what became of it; empty: it was told in a box, or the user said no. Throws Failure.
     QString save();
-    // In a transaction with the same care; itself a saving. Throws Failure where nothing was taken back.
+    // In a transaction with the same care; itself a saving. Rows that somebody else has changed are asked
+    // for. Throws Failure where nothing was taken back.
     void undo(const RowSaving &saving);
 
 private:
     bool isReadyToSave(const std::vector<RowChange> &changes);
     bool mayChangeOthers(const std::vector<RowChange> &changes);
-    QString settleConflicts(const std::vector<RowChange> &changes, const SaveReport &report);
-    QString conflictText(const RowChange &change, const RowConflict &conflict) const;
+    QString settleConflicts(const SaveReport &report);
 
     Session &m_session;
     Dialogue &m_dialogue;

@@ -6,6 +6,7 @@
 #include <QClipboard>
 #include <QDialog>
 #include <QTimer>
+#include <QTreeWidget>
 
 namespace {
 
@@ -71,6 +72,33 @@ struct Viewer {
     QString refused;
 };
 
+// Does it once that dialog is open: the server may be asked something before.
+void inDialog(const QString &name, const std::function<void(QWidget &)> &act)
+{
+    auto *timer = new QTimer(qApp);
+    QObject::connect(timer, &QTimer::timeout, timer, [timer, name, act] {
+        QWidget *dialog = qApp->activeModalWidget();
+        if (!dialog || dialog->objectName() != name)
+            return;
+        timer->stop();
+        timer->deleteLater();
+        act(*dialog);
+    });
+    timer->start(5);
+}
+
+QStringList linesOf(const QTreeWidget &tree)
+{
+    QStringList lines;
+    for (QTreeWidgetItemIterator item(const_cast<QTreeWidget *>(&tree)); *item; ++item) {
+        QStringList cells;
+        for (int column = 0; column < tree.columnCount(); ++column)
+            cells << (*item)->text(column);
+        lines << cells.join('|');
+    }
+    return lines;
+}
+
 } // namespace
 
 // The rows of a table in a pane, by a user's hands, over a real server.
@@ -87,6 +115,7 @@ private Q_SLOTS:
     void whatIsEditedIsSavedAndTakenBack();
     void aBlockIsPastedAndMayBeDropped();
     void whoChangedTheRowIsAskedFor();
+    void aConflictAfterRowsThatAreSaved();
     void aRefusedRowStaysEdited();
     void whatCannotBeEditedSaysWhy();
 
@@ -231,20 +260,69 @@ void RowsViewTest::whoChangedTheRowIsAskedFor()
     viewer.type(0, 1, "mine");
     viewer.type(1, 1, "mine");
     m_server.run("update d.t set name='their', n=9 where id=1; delete from d.t where id=2");
-    const QString choices = "自分の値を残す|相手の値にする|残り全て自分の値|残り全て相手の値";
-    viewer.dialogue.expectChoice("読んだあとで、他の人がこの行を変えています: id=1\n"
-                                 "name: 読んだ値 b → 自分 mine → 相手 their\nn: 読んだ値 2 → 相手 9\n\n"
-                                 "何も保存していません。",
-                                 choices, 0);
-    viewer.dialogue.expectChoice("他の人がこの行を削除しています: id=2\nname: 読んだ値 a → 自分 mine\n\n"
-                                 "何も保存していません。",
-                                 choices, 3);
+    QStringList lines;
+    inDialog("rowConflicts", [&lines](QWidget &dialog) {
+        lines = linesOf(control<QTreeWidget>(dialog, "conflictRows"));
+        QTest::keyClick(&dialog, Qt::Key_Return);
+    });
+    viewer.press("Ctrl+S");
+    QCOMPARE(lines, QStringList({"id=1|||||", "|name|b|mine|their|", "|n|2||9|", "id=2||||(行を削除)|",
+                                 "|name|a|mine||"}));
+    QVERIFY(viewer.state().contains("2件の変更")); // Enter chooses nothing
+    inDialog("rowConflicts", [](QWidget &dialog) {
+        auto &accept = control<QAbstractButton>(dialog, "acceptConflicts");
+        control<QAbstractButton>(dialog, "keepMine").click(); // of the first row
+        QVERIFY(!accept.isEnabled());
+        auto &tree = control<QTreeWidget>(dialog, "conflictRows");
+        tree.setCurrentItem(tree.topLevelItem(1)->child(0), 0, QItemSelectionModel::ClearAndSelect);
+        control<QAbstractButton>(dialog, "takeTheirs").click();
+        accept.click();
+    });
     viewer.press("Ctrl+S");
     QCOMPARE(viewer.grid.text(0, 2), QString("9"));
     QCOMPARE(viewer.column(0), QString("1 3 4 5 6 7"));
     QVERIFY(RowHistory(viewer.session).savings().empty());
     viewer.press("Ctrl+S");
     QCOMPARE(m_server.run("select name, n from d.t where id<3"), QString("mine\t9\n"));
+
+    // Taking it back asks for the row that has changed since, too.
+    m_server.run("update d.t set n=10 where id=1");
+    const auto undo = [&viewer](const char *choice) {
+        inDialog("savedRows", [choice](QWidget &dialog) {
+            inDialog("rowConflicts", [choice](QWidget &conflicts) {
+                control<QAbstractButton>(conflicts, choice).click();
+                control<QAbstractButton>(conflicts, "acceptConflicts").click();
+            });
+            control<QAbstractButton>(dialog, "undoSaving").click();
+        });
+        viewer.pane.undoSavedRows->click();
+    };
+    undo("takeAllTheirs");
+    QCOMPARE(m_server.run("select name, n from d.t where id<3"), QString("mine\t10\n"));
+    viewer.dialogue.expectInform("1件を元に戻しました。");
+    undo("keepAllMine");
+    QCOMPARE(m_server.run("select name, n from d.t where id<3"), QString("their\t10\n"));
+}
+
+// The first saving has moved the rows of the grid when the second row turns out to be in conflict.
+void RowsViewTest::aConflictAfterRowsThatAreSaved()
+{
+    m_server.run("alter table d.t engine=MyISAM");
+    Viewer viewer(m_server);
+    viewer.read("t", 100);
+    viewer.choose(0, 0);
+    viewer.press("Del");
+    viewer.type(1, 1, "mine");
+    m_server.run("update d.t set n=9 where id=2");
+    viewer.dialogue.agrees = true;
+    inDialog("rowConflicts", [](QWidget &dialog) {
+        control<QAbstractButton>(dialog, "keepAllMine").click();
+        control<QAbstractButton>(dialog, "acceptConflicts").click();
+    });
+    viewer.press("Ctrl+S");
+    QCOMPARE(viewer.column(2), QString("9 2 NULL 3 2 NULL"));
+    viewer.press("Ctrl+S");
+    QCOMPARE(m_server.run("select name, n from d.t where id<4"), QString("mine\t9\nNULL\t2\n"));
 }
 
 void RowsViewTest::aRefusedRowStaysEdited()
