@@ -13,6 +13,7 @@ int main(int argc, char *argv[])
     QApplication application(argc, argv);
     QApplication::setApplicationName(QStringLiteral("Tarnwell"));
     QApplication::setApplicationVersion(QStringLiteral(TARNWELL_VERSION));
+    QApplication::setDesktopFileName(QStringLiteral("org.tarnwell.Tarnwell"));
     applyProgramStyle();
 
     if (qEnvironmentVariableIsSet("TARNWELL_ASKPASS"))

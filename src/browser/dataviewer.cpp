@@ -58,9 +58,9 @@ void DataViewer::read()
         m_controls.flGrid_Data->setTableName(name);
         readRows(rows);
         // Whoever wants all rows wants no limit; a filter and its page are kept as they are.
-        m_controls.flGrid_Data->setStatement(
-            statement == plain ? QStringLiteral("select * from ") + qualifiedName(m_session.gDbName, name)
-                               : statement);
+        m_controls.flGrid_Data->setStatement(statement == plain ? QStringLiteral("select * from ") +
+                                                                      qualifiedName(m_session.gDbName, name)
+                                                                : statement);
         m_rows.takeRows();
     } catch (const Failure &error) {
         if (m_session.runner.isStopWanted()) {

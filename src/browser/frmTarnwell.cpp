@@ -112,12 +112,14 @@ void frmTarnwell::connectSignals()
     };
     offerOwnText(*c.txtField, &frmTarnwell::showOwnTable);
     offerOwnText(*c.txtProc, &frmTarnwell::showOwnRoutine);
-    for (int i = 0; i < 4; ++i)
+    for (int i = 0; i < 4; ++i) {
+        c.optField[static_cast<std::size_t>(i)]->setShortcut(Qt::CTRL | static_cast<Qt::Key>(Qt::Key_1 + i));
         connect(c.optField[static_cast<std::size_t>(i)], &QRadioButton::toggled, this,
                 [this, i](bool isChosen) {
                     if (isChosen)
                         m_detail.optField_Click(i);
                 });
+    }
     connect(c.optTP[0], &QRadioButton::toggled, this, [this](bool isTable) {
         m_controls.picTable->setVisible(isTable);
         m_controls.picProc->setVisible(!isTable);

@@ -48,7 +48,7 @@ std::span<const frmTarnwell::WindowCommand> frmTarnwell::windowCommands()
         {{"cmdCreateUser", u"ﾕｰｻﾞｰ設定", "Alt+U", Menu::Server, Needs::Connection}, &W::cmdCreateUser_Click},
         {{"openServer", u"サーバー", "Ctrl+F8", Menu::Server, Needs::Connection}, &W::openServer},
         {{"refreshShown", u"最新の情報に更新", "F5", Menu::View, Needs::Connection}, &W::refreshShown},
-        {{"showLog", u"文の記録", "F12", Menu::View, Needs::Nothing}, &W::toggleLog},
+        {{"showLog", u"SQLログ", "F12", Menu::View, Needs::Nothing}, &W::toggleLog},
         {{"openPalette", u"コマンドとオブジェクトを探す", "Ctrl+P", Menu::View, Needs::Nothing},
          &W::openPalette},
         {{"Command1", u"ﾊﾞｰｼﾞｮﾝ情報", "F1", Menu::Help, Needs::Nothing}, &W::Command1_Click},
@@ -113,6 +113,7 @@ void frmTarnwell::connectNow()
         settlePending();
         return;
     }
+    showNextStep(m_controls, NextStep::Connect);
     m_dialogue.setLastError(withAdvice(*failure, effectiveTls(m_session)), true);
     if (!m_session.runner.isStopWanted())
         m_dialogue.refuse(QStringLiteral("接続失敗"));
@@ -301,6 +302,8 @@ void frmTarnwell::cmdDataGet_Click()
     } else if (m_rows.mayLeave()) {
         m_controls.optField[3]->setChecked(true);
         runAlone(button, button->text(), [this] { m_viewer.cmdDataGet_Click(); });
+        if (button->hasFocus() || m_controls.optField[3]->hasFocus())
+            m_controls.flGrid_Data->setFocus();
     }
 }
 

@@ -333,8 +333,7 @@ TarnwellControls::TarnwellControls(QWidget *window, std::shared_ptr<StatementLog
     , picStatus(made<PercentBar>("picStatus"))
     , txtError(made<QPlainTextEdit>("txtError"))
     , encryption(made<EncryptionSign>("encryption"))
-    , showLog(button("showLog", QStringLiteral("文の記録"),
-                     QStringLiteral("送信した文の記録を下に開きます (F12)")))
+    , showLog(button("showLog", QStringLiteral("SQLログ"), QStringLiteral("送信した文を下に並べます (F12)")))
     , log(made<StatementLogView>("statementLog", std::move(statements)))
 {
     for (QComboBox *box : {cboDSNList, cboDrivers}) {

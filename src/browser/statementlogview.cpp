@@ -64,16 +64,16 @@ StatementLogView::StatementLogView(std::shared_ptr<StatementLog> log, QWidget *p
 {
     setObjectName(QStringLiteral("statementLog"));
     m_grid->setObjectName(QStringLiteral("statementLogGrid"));
-    m_grid->setAccessibleName(QStringLiteral("送信した文の記録"));
+    m_grid->setAccessibleName(QStringLiteral("送信した文"));
     m_grid->setPlaceholderText(QStringLiteral("送信した文はまだありません"));
     m_grid->horizontalHeader()->setStretchLastSection(true);
-    m_grid->setMinimumHeight(5 * m_grid->fontMetrics().lineSpacing());
+    m_grid->setMinimumHeight(8 * m_grid->fontMetrics().lineSpacing());
     auto *toConsole = new QPushButton(QStringLiteral("コンソールへ"));
     toConsole->setObjectName(QStringLiteral("statementLogToConsole"));
     toConsole->setToolTip(QStringLiteral("選択した文をSQLコンソールに写します"));
-    auto *clear = new QPushButton(QStringLiteral("記録を消す"));
+    auto *clear = new QPushButton(QStringLiteral("ログを消す"));
     clear->setObjectName(QStringLiteral("statementLogClear"));
-    clear->setToolTip(QStringLiteral("記録を空にします。サーバーには何も送りません"));
+    clear->setToolTip(QStringLiteral("ログを空にします。サーバーには何も送りません"));
     auto *buttons = new QHBoxLayout;
     buttons->addStretch(1);
     buttons->addWidget(toConsole);

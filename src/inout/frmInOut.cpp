@@ -99,13 +99,17 @@ void frmInOut::cmdFolder_Click()
 void frmInOut::run(const InOutCommand &command)
 {
     InOutOutcome outcome;
+    QString failure;
+    m_controls.inOutError->clear();
     m_session.runner.run(this, windowTitle(), [&] {
         if (command.writes && !mayWrite(m_session, m_dialogue))
             return;
         const InOutForm entries = form();
-        InOutContext context{m_session, entries, m_dialogue, m_mainWindow};
+        InOutContext context{m_session, entries, m_dialogue, m_mainWindow, {}};
         outcome = command.run(context);
+        failure = context.failure;
     });
+    m_controls.inOutError->setText(failure);
     if (!outcome.isDone)
         return;
     rememberFolder();

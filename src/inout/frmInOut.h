@@ -17,6 +17,7 @@ struct InOutControls {
     QLineEdit *txtFilename;
     QGroupBox *fraRorI;
     QPushButton *cmdFolder, *cmdOut, *cmdIn, *cmdCancel;
+    QLabel *inOutError;
 
     explicit InOutControls(QWidget &window);
 };

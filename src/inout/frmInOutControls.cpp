@@ -35,8 +35,12 @@ InOutControls::InOutControls(QWidget &window)
     , cmdOut(made<QPushButton>("cmdOut", QStringLiteral("出力")))
     , cmdIn(made<QPushButton>("cmdIn", QStringLiteral("読み込み")))
     , cmdCancel(made<QPushButton>("cmdCancel", QStringLiteral("Cancel")))
+    , inOutError(made<QLabel>("inOutError"))
 {
-    lblTableName->setTextFormat(Qt::PlainText);
+    for (QLabel *label : {lblTableName, inOutError})
+        label->setTextFormat(Qt::PlainText);
+    inOutError->setWordWrap(true);
+    inOutError->setTextInteractionFlags(Qt::TextSelectableByMouse | Qt::TextSelectableByKeyboard);
     txtFilename->setMinimumWidth(420);
     lblTitle->setBuddy(txtFilename);
     cmdFolder->setToolTip(QStringLiteral("ﾌｧｲﾙを選択します。"));
@@ -76,5 +80,6 @@ InOutControls::InOutControls(QWidget &window)
     auto *layout = new QVBoxLayout(&window);
     layout->addLayout(fields);
     layout->addLayout(commands);
+    layout->addWidget(inOutError);
     layout->addStretch();
 }

@@ -77,6 +77,7 @@ bool run(InOutContext &context, bool readsFile,
         return true;
     } catch (const Failure &error) {
         context.mainWindow.setLastError(error.description(), false);
+        context.failure = error.description();
         return false;
     }
 }

@@ -14,6 +14,7 @@ struct InOutContext {
     const InOutForm &form;
     Dialogue &dialogue;   // the dialog's own boxes
     Dialogue &mainWindow; // for the last error
+    QString failure;      // the server's words, for the dialog that stands in front of it
 };
 
 struct InOutOutcome {

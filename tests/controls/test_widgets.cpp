@@ -163,6 +163,11 @@ void WidgetsTest::keysAndDragsChooseAndTheFocusDoesNot()
     QCOMPARE(chosen.size(), 2);
     QTest::keyClick(&list, Qt::Key_Space, Qt::ControlModifier);
     QCOMPARE(list.selectedItems().size(), 1);
+    // Letters lead to names, not to tags; those that follow soon narrow down.
+    for (const char *text : {"[TABLE]\torders", "[VIEW]\torigin"})
+        list.appendItem(text);
+    QTest::keyClicks(&list, "ori");
+    QCOMPARE(list.currentText(), "[VIEW]\torigin");
 }
 
 void WidgetsTest::boxesCarryCaptionAndAnswer()

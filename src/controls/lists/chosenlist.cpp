@@ -2,6 +2,7 @@
 
 #include "controls/window/building.h"
 
+#include <QApplication>
 #include <QMouseEvent>
 #include <QSignalBlocker>
 
@@ -123,6 +124,26 @@ void ChosenList::setPlaceholderText(const QString &text)
     m_placeholder = text;
     setAccessibleDescription(text);
     viewport()->update();
+}
+
+void ChosenList::keyboardSearch(const QString &letters)
+{
+    if (!m_lastLetter.isValid() || m_lastLetter.elapsed() > QApplication::keyboardInputInterval())
+        m_typed.clear();
+    m_lastLetter.start();
+    m_typed += letters;
+    // The first letter leads on from the current item, the next ones narrow it down.
+    const int first =
+        std::max(0, currentRow() + (m_typed.size() == letters.size() && currentRow() >= 0 ? 1 : 0));
+    for (int i = 0; i < count(); ++i) {
+        QListWidgetItem *candidate = item((first + i) % count());
+        const QString text = candidate->text();
+        if (candidate->isHidden() ||
+            !QStringView(text).mid(text.indexOf(u'\t') + 1).startsWith(m_typed, Qt::CaseInsensitive))
+            continue;
+        setCurrentItem(candidate);
+        return;
+    }
 }
 
 bool ChosenList::isAllHidden() const

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <QElapsedTimer>
 #include <QListWidget>
 
 // A list box whose choice acts at once: chosen() comes for every click on an item, also the chosen one
@@ -24,6 +25,9 @@ public:
     // What an empty list says instead of items; screen readers tell it as its description.
     void setPlaceholderText(const QString &text);
 
+    // Typed letters lead to the next item whose name, behind a tag like "[TABLE]", begins with them.
+    void keyboardSearch(const QString &letters) override;
+
 Q_SIGNALS:
     void chosen();
 
@@ -39,7 +43,8 @@ protected:
 private:
     bool isAllHidden() const;
 
-    QString m_placeholder;
+    QString m_placeholder, m_typed;
+    QElapsedTimer m_lastLetter;
     bool m_isPressed = false;
     QPersistentModelIndex m_before; // the current one when the button went down
 };

@@ -130,7 +130,8 @@ void FindBar::place()
     adjustSize();
     const QRect area = m_host->viewport()->geometry();
     resize(std::min(width(), area.width()), height());
-    move(area.right() - width() + 1, area.top());
+    // Below: the header and the first row stay in sight.
+    move(area.right() - width() + 1, area.bottom() - height() + 1);
 }
 
 void FindBar::request(bool isForward, bool isTyping)

@@ -7,8 +7,6 @@
 #include <QKeyEvent>
 #include <QMenu>
 
-#include <memory>
-
 SqlTextBox::SqlTextBox(QWidget *parent)
     : QsciScintilla(parent)
 {
@@ -67,12 +65,31 @@ void SqlTextBox::changeEvent(QEvent *event)
         colour();
 }
 
+// The library's own menu speaks English only.
 void SqlTextBox::contextMenuEvent(QContextMenuEvent *event)
 {
-    const std::unique_ptr<QMenu> menu(createStandardContextMenu());
-    menu->addSeparator();
-    menu->addActions(actions());
-    menu->exec(event->globalPos());
+    QMenu menu(this);
+    menu.setObjectName(QStringLiteral("editorMenu"));
+    const auto add = [&](const QString &text, QKeySequence::StandardKey key, bool isEnabled, auto run) {
+        QAction *action = menu.addAction(text, this, run);
+        action->setShortcut(key);
+        action->setEnabled(isEnabled);
+    };
+    const bool mayEdit = !isReadOnly(), hasSelection = hasSelectedText();
+    add(QStringLiteral("元に戻す(&U)"), QKeySequence::Undo, mayEdit && isUndoAvailable(), [this] { undo(); });
+    add(QStringLiteral("やり直し(&R)"), QKeySequence::Redo, mayEdit && isRedoAvailable(), [this] { redo(); });
+    menu.addSeparator();
+    add(QStringLiteral("切り取り(&T)"), QKeySequence::Cut, mayEdit && hasSelection, [this] { cut(); });
+    add(QStringLiteral("コピー(&C)"), QKeySequence::Copy, hasSelection, [this] { copy(); });
+    add(QStringLiteral("貼り付け(&P)"), QKeySequence::Paste, mayEdit && SendScintilla(SCI_CANPASTE) != 0,
+        [this] { paste(); });
+    add(QStringLiteral("削除(&D)"), QKeySequence::UnknownKey, mayEdit && hasSelection,
+        [this] { removeSelectedText(); });
+    menu.addSeparator();
+    add(QStringLiteral("すべて選択(&A)"), QKeySequence::SelectAll, length() > 0, [this] { selectAll(); });
+    menu.addSeparator();
+    menu.addActions(actions());
+    menu.exec(event->globalPos());
 }
 
 void SqlTextBox::keyPressEvent(QKeyEvent *event)
