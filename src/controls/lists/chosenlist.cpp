@@ -130,6 +130,8 @@ void ChosenList::keyboardSearch(const QString &letters)
 {
     if (!m_lastLetter.isValid() || m_lastLetter.elapsed() > QApplication::keyboardInputInterval())
         m_typed.clear();
+    if (m_typed.isEmpty() && letters == u" ") // the key that selects
+        return;
     m_lastLetter.start();
     m_typed += letters;
     // The first letter leads on from the current item, the next ones narrow it down.
