@@ -54,6 +54,15 @@ void showStatementTexts(QWidget *parent, const QString &title, const QStringList
     dialog.exec();
 }
 
+void showChanges(QWidget *parent, const TableShape &table, const std::vector<RowChange> &changes)
+{
+    constexpr std::size_t mostShown = 1000;
+    QStringList statements;
+    for (std::size_t i = 0; i < std::min(changes.size(), mostShown); ++i)
+        statements << statementOf(table, changes[i]);
+    showStatementTexts(parent, QStringLiteral("保存で送る文"), statements);
+}
+
 std::optional<RowSaving> chooseSaving(QWidget *parent, const std::vector<RowSaving> &savings)
 {
     QDialog dialog(parent);

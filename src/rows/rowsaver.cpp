@@ -28,17 +28,16 @@ void setStrictMode(Connection &connection, SessionVariables &variables, const QS
                                                        QStringLiteral("NO_AUTO_VALUE_ON_ZERO")}))}});
 }
 
-// A transaction of the user's own would be committed by the one that begins.
-void requireNoTransaction(Connection &connection)
+const QString savepoint = QStringLiteral("tarnwell_rows");
+
+// Or one begins with the next statement.
+bool isInTransactionOfUser(Connection &connection)
 {
     RecordSet rows = connection.executeText("select @@autocommit");
     const bool isAutomatic = rows.text(0) == u"1";
     while (!rows.isEof())
         rows.moveNext();
-    if (!isAutomatic || connection.effect().isInTransaction.value_or(false))
-        throw Failure(QStringLiteral(
-            "この接続では、確定していないトランザクションが続いています (または autocommit=0)。"
-            "先に commit または rollback をして下さい。"));
+    return !isAutomatic || connection.effect().isInTransaction.value_or(false);
 }
 
 QString changedMeanwhile()
@@ -55,13 +54,12 @@ TableShape withUnreadColumns(TableShape table)
     return table;
 }
 
-RowSaver::RowSaver(Session &session, const TableShape &table, std::vector<RowChange> changes,
-                   ZeroDates zeroDates)
+RowSaver::RowSaver(Session &session, const TableShape &table, std::vector<RowChange> changes, Options options)
     : m_session(session)
     , m_table(table)
     , m_whole(withUnreadColumns(table))
     , m_changes(std::move(changes))
-    , m_zeroDates(zeroDates)
+    , m_options(options)
 {
 }
 
@@ -93,10 +91,15 @@ std::vector<RowValue> RowSaver::asRead(const std::vector<RowValue> &whole) const
 void RowSaver::begin()
 {
     Connection &connection = m_session.connection();
-    requireNoTransaction(connection);
+    m_report.isInUsersTransaction = isInTransactionOfUser(connection);
+    if (m_report.isInUsersTransaction &&
+        !m_options.joinsTransaction) // which the one that begins would commit
+        throw Failure(QStringLiteral(
+            "この接続では、確定していないトランザクションが続いています (または autocommit=0)。"
+            "先に commit または rollback をして下さい。"));
     m_place = serverPlace(connection);
     setStrictMode(connection, m_variables,
-                  m_zeroDates == ZeroDates::Allowed
+                  m_options.allowsZeroDates
                       ? QStringList{QStringLiteral("NO_ZERO_DATE"), QStringLiteral("NO_ZERO_IN_DATE")}
                       : QStringList());
 }
@@ -123,13 +126,16 @@ qint64 RowSaver::execute(const QString &statement)
 
 void RowSaver::saveAtOnce(const Keep &keep)
 {
-    m_session.connection().execute(QStringLiteral("start transaction"));
+    m_session.connection().execute(m_report.isInUsersTransaction ? QStringLiteral("savepoint ") + savepoint
+                                                                 : QStringLiteral("start transaction"));
+    m_hasBegun = true;
     readExactly();
     for (std::size_t index = 0; index < m_changes.size(); ++index)
         perform(index);
     m_current.reset();
     readBack();
-    keep(m_whole, inverse());
+    if (!m_report.isInUsersTransaction)
+        keep(m_whole, inverse());
     commit();
 }
 
@@ -288,6 +294,11 @@ std::vector<RowChange> RowSaver::inverse() const
 
 void RowSaver::commit()
 {
+    if (m_report.isInUsersTransaction) {
+        m_session.connection().execute(QStringLiteral("release savepoint ") + savepoint);
+        m_report.ending = SaveReport::Ending::Saved;
+        return;
+    }
     m_isCommitting = true;
     m_session.connection().execute(QStringLiteral("commit"));
     m_report.ending = SaveReport::Ending::Saved;
@@ -299,10 +310,7 @@ void RowSaver::fail(const Failure &error)
     m_report.words = error.description();
     const Doubt doubt = doubtAfter(m_session, error);
     try {
-        if (doubt == Doubt::AnswerLost)
-            reconnect(m_session, m_place); // the server itself rolls back what the lost connection leaves
-        else if (m_table.isTransactional)
-            m_session.connection().execute(QStringLiteral("rollback"));
+        takeBack(doubt);
         if (m_isCommitting && doubt != Doubt::None)
             settle();
         else if (m_isInConflict || (doubt != Doubt::None && !m_table.isTransactional && m_current))
@@ -314,6 +322,33 @@ void RowSaver::fail(const Failure &error)
         m_report.refused = m_current;
         if (m_isCommitting && doubt != Doubt::None)
             m_report.ending = SaveReport::Ending::Unknown;
+    }
+}
+
+// A deadlock ends the whole transaction, and the savepoint with it.
+void RowSaver::takeBack(Doubt doubt)
+{
+    if (doubt == Doubt::AnswerLost && m_report.isInUsersTransaction)
+        throw Failure(QStringLiteral("接続とともに、確定していない変更はすべて取り消されました。"));
+    if (doubt == Doubt::AnswerLost) {
+        reconnect(m_session, m_place); // the server itself rolls back what the lost connection leaves
+        return;
+    }
+    if (!m_hasBegun) // what is open is the user's
+        return;
+    Connection &connection = m_session.connection();
+    if (!m_report.isInUsersTransaction) {
+        connection.execute(QStringLiteral("rollback"));
+        return;
+    }
+    constexpr int noSuchSavepoint = 1305;
+    try {
+        connection.execute(QStringLiteral("rollback to savepoint ") + savepoint);
+    } catch (const Failure &error) {
+        if (error.number() != noSuchSavepoint)
+            throw;
+        m_report.words += QStringLiteral(
+            "\nサーバーがトランザクション全体を取り消しました。先の文の変更も残っていません。");
     }
 }
 

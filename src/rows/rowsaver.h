@@ -26,6 +26,8 @@ struct SaveReport {
     std::vector<RowConflict> conflicts = {};
     std::optional<std::size_t> refused = {}; // the change that the server did not take
     QString words = {};                      // for the user; empty: nothing to say
+    // Saved into the transaction that the user has open: what ends that decides.
+    bool isInUsersTransaction = false;
 };
 
 // The table as it is read with all its columns.
@@ -38,11 +40,19 @@ public:
     // Called before anything is final with what takes it back, in order, in terms of all columns of the
     // table; what it throws (an Failure) ends the saving with nothing saved.
     using Keep = std::function<void(const TableShape &whole, const std::vector<RowChange> &inverse)>;
-    // Zero dates are put back where they were, though sql_mode forbids them.
-    enum class ZeroDates { AsUsual, Allowed };
+    struct Options {
+        // They are put back where they were, though sql_mode forbids them.
+        bool allowsZeroDates = false;
+        // A transaction of the user's own is joined, by a savepoint; else saving is refused while there is
+        // one. Nothing is kept for taking it back then: its rollback does that.
+        bool joinsTransaction = false;
+    };
 
-    RowSaver(Session &session, const TableShape &table, std::vector<RowChange> changes,
-             ZeroDates zeroDates = ZeroDates::AsUsual);
+    RowSaver(Session &session, const TableShape &table, std::vector<RowChange> changes, Options options);
+    RowSaver(Session &session, const TableShape &table, std::vector<RowChange> changes)
+        : RowSaver(session, table, std::move(changes), Options())
+    {
+    }
     // Never throws.
     SaveReport save(const Keep &keep);
 
@@ -57,6 +67,7 @@ private:
     void readBack();
     void readBackOne(std::size_t index);
     void commit();
+    void takeBack(Doubt doubt);
     enum class Standing { Before, After, Unclear };
     Standing standingOf(std::size_t index);
     void settle();
@@ -70,12 +81,12 @@ private:
     Session &m_session;
     const TableShape m_table, m_whole; // m_whole: with the columns that were not read
     const std::vector<RowChange> m_changes;
-    const ZeroDates m_zeroDates;
+    const Options m_options;
     SessionVariables m_variables;
     ServerPlace m_place;
     // By change, every column of m_whole: as it was, where more is needed than was read; and as it became.
     std::map<std::size_t, std::vector<RowValue>> m_exact, m_after;
     std::optional<std::size_t> m_current;
-    bool m_isInConflict = false, m_isCommitting = false;
+    bool m_hasBegun = false, m_isInConflict = false, m_isCommitting = false;
     SaveReport m_report;
 };

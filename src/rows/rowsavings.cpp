@@ -51,10 +51,11 @@ QString undoneText(std::size_t count)
 
 } // namespace
 
-RowSavings::RowSavings(Session &session, Dialogue &dialogue, RowGrid &rows)
+RowSavings::RowSavings(Session &session, Dialogue &dialogue, RowGrid &rows, bool joinsTransaction)
     : m_session(session)
     , m_dialogue(dialogue)
     , m_rows(rows)
+    , m_joinsTransaction(joinsTransaction)
 {
 }
 
@@ -117,6 +118,7 @@ QString RowSavings::save()
     const TableShape table = m_rows.table();
     if (!isReadyToSave(changes))
         return {};
+    const RowSaver::Options options{.joinsTransaction = m_joinsTransaction};
     RowHistory history(m_session);
     RowHistory::Kept kept;
     bool isNotKept = false;
@@ -128,19 +130,23 @@ QString RowSavings::save()
             throw;
         }
     };
-    SaveReport report = RowSaver(m_session, table, changes).save(keep);
+    SaveReport report = RowSaver(m_session, table, changes, options).save(keep);
     if (isNotKept && report.saved.empty() &&
         m_dialogue.confirm(
             QStringLiteral("元に戻すための記録を書けません。\r\n%1\r\n記録なしで保存しますか？")
                 .arg(report.words),
             Icon::Critical))
-        report = RowSaver(m_session, table, changes).save([](auto &&...) {});
+        report = RowSaver(m_session, table, changes, options).save([](auto &&...) {});
     if (report.saved.empty() && report.ending != SaveReport::Ending::Unknown)
         history.drop(kept.id);
     m_rows.take(changes, report);
     if (report.ending == SaveReport::Ending::Conflicts)
         return settleConflicts(report);
-    const QString saved = savedText(report.saved.size());
+    const QString saved =
+        report.isInUsersTransaction && table.isTransactional
+            ? QStringLiteral("%1件をトランザクションの中で保存しました。コミットで確定します")
+                  .arg(report.saved.size())
+            : savedText(report.saved.size());
     if (!report.words.isEmpty()) {
         m_dialogue.setLastError(report.words, false);
         if (report.ending == SaveReport::Ending::Saved)
@@ -186,7 +192,7 @@ void RowSavings::undo(const RowSaving &saving)
     for (std::vector<RowChange> changes = saving.inverse; !changes.empty();) {
         RowHistory::Kept kept;
         const SaveReport report =
-            RowSaver(m_session, table, changes, RowSaver::ZeroDates::Allowed)
+            RowSaver(m_session, table, changes, {.allowsZeroDates = true})
                 .save([&](const TableShape &whole, const std::vector<RowChange> &inverse) {
                     kept = history.add(savingOf(whole, inverse));
                 });

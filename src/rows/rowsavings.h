@@ -7,7 +7,8 @@
 // Saves what is edited in a grid's rows, with all that is to be asked and told, and takes savings back.
 class RowSavings {
 public:
-    RowSavings(Session &session, Dialogue &dialogue, RowGrid &rows);
+    // joinsTransaction: of the user's own, where one is open; see RowSaver.
+    RowSavings(Session &session, Dialogue &dialogue, RowGrid &rows, bool joinsTransaction = false);
 
     // Words on what became of it; empty: it was told in a box, or the user said no. Throws Failure.
     QString save();
@@ -23,4 +24,5 @@ private:
     Session &m_session;
     Dialogue &m_dialogue;
     RowGrid &m_rows;
+    const bool m_joinsTransaction;
 };

@@ -1,4 +1,5 @@
-// What RowsView adds to the context menu of the rows.
+#include "rows/rowsmenu.h"
+
 #include "core/sql/statements.h"
 #include "rows/rowsview.h"
 
@@ -45,24 +46,31 @@ QString conditionOf(const QStringList &columns, const QStringList &from, const T
 
 } // namespace
 
+void addRowEditing(QMenu *menu, RowGrid &rows)
+{
+    const QModelIndex cell = rows.grid().currentIndex();
+    const bool mayEdit = rows.mayWrite();
+    const bool mayEditCell = mayEdit && cell.isValid() && !rows.table().columns.empty();
+    menu->addSeparator();
+    add(menu, QStringLiteral("編集(&E)"), "editCell", Qt::Key_F2, mayEditCell,
+        [&rows, cell] { rows.editCell(cell); });
+    add(menu, QStringLiteral("NULLにする(&N)"), "setNull", Qt::CTRL | Qt::Key_0, mayEditCell,
+        [&rows] { rows.setNull(); });
+    add(menu, QStringLiteral("行を追加(&A)"), "addRow", Qt::CTRL | Qt::Key_Insert, mayEdit,
+        [&rows] { rows.addRow(); });
+    add(menu, QStringLiteral("行を複製(&D)"), "duplicateRow", Qt::CTRL | Qt::Key_D, mayEditCell,
+        [&rows] { rows.duplicateRow(); });
+    add(menu, QStringLiteral("行を削除(&L)"), "deleteRows", Qt::Key_Delete, mayEditCell,
+        [&rows] { rows.deleteRows(); });
+}
+
 void RowsView::addToMenu(QMenu *menu)
 {
     const QModelIndex cell = m_pane.grid.currentIndex();
     if (!m_rows.isBegun() || m_session.runner.isRunning())
         return;
     const bool hasCell = cell.isValid() && !m_rows.table().columns.empty();
-    const bool mayEdit = m_rows.mayWrite();
-    menu->addSeparator();
-    add(menu, QStringLiteral("編集(&E)"), "editCell", Qt::Key_F2, mayEdit && hasCell,
-        [this, cell] { m_rows.editCell(cell); });
-    add(menu, QStringLiteral("NULLにする(&N)"), "setNull", Qt::CTRL | Qt::Key_0, mayEdit && hasCell,
-        [this] { m_rows.setNull(); });
-    add(menu, QStringLiteral("行を追加(&A)"), "addRow", Qt::CTRL | Qt::Key_Insert, mayEdit,
-        [this] { m_rows.addRow(); });
-    add(menu, QStringLiteral("行を複製(&D)"), "duplicateRow", Qt::CTRL | Qt::Key_D, mayEdit && hasCell,
-        [this] { m_rows.duplicateRow(); });
-    add(menu, QStringLiteral("行を削除(&L)"), "deleteRows", Qt::Key_Delete, mayEdit && hasCell,
-        [this] { m_rows.deleteRows(); });
+    addRowEditing(menu, m_rows);
     menu->addSeparator();
     add(menu, QStringLiteral("この値で絞り込む(&I)"), "filterByValue", {}, hasCell,
         [this, cell] { filterBy(cell, false); });

@@ -273,12 +273,7 @@ void RowsView::saveRows()
 
 void RowsView::showStatements()
 {
-    constexpr std::size_t mostShown = 1000;
-    QStringList statements;
-    const std::vector<RowChange> changes = m_rows.changes();
-    for (std::size_t i = 0; i < std::min(changes.size(), mostShown); ++i)
-        statements << statementOf(m_rows.table(), changes[i]);
-    showStatementTexts(&m_pane, QStringLiteral("保存で送る文"), statements);
+    showChanges(&m_pane, m_rows.table(), m_rows.changes());
 }
 
 void RowsView::cancel()

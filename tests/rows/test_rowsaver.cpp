@@ -195,8 +195,27 @@ void RowSaverTest::aTransactionOfTheUsersIsNotEnded()
     const SaveReport report = save({changeOf(shape(), Kind::Deleted, 1)});
     QCOMPARE(report.ending, Ending::Refused);
     QVERIFY2(report.words.contains("autocommit"), qPrintable(report.words));
+    const auto open = [this](const char *name) {
+        return m_session.connection()
+            .execute(QStringLiteral("select count(*) from d.t where name='%1'").arg(name))
+            .text(0);
+    };
     QVERIFY(!contents().contains("open"));
+    QCOMPARE(open("open"), "1");
+    // A sheet's saving joins it, and what is refused takes back nothing but itself.
+    const auto join = [this](std::vector<RowChange> changes) {
+        return RowSaver(m_session, shape(), std::move(changes), {.joinsTransaction = true})
+            .save([](auto &&...) { QFAIL("its rollback takes it back"); });
+    };
+    const RowChange good = changeOf(shape(), Kind::Changed, 2, {{1, "joined"}});
+    QCOMPARE(join({good, changeOf(shape(), Kind::Changed, 3, {{0, "0"}})}).ending, Ending::Refused);
+    QCOMPARE(open("open") + open("joined"), "10");
+    QCOMPARE(join({good}).words, QString());
+    QCOMPARE(open("open") + open("joined"), "11");
+    QVERIFY(!contents().contains("joined"));
     m_session.connection().execute("rollback");
+    QCOMPARE(open("open") + open("joined"), "00");
+    m_session.connection().execute("rollback"); // what the question has begun
 }
 
 void RowSaverTest::withoutTransactionsTheFirstFailureStops()
