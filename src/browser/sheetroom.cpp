@@ -2,7 +2,9 @@
 
 #include "core/command/writing.h"
 #include "core/sql/passwords.h"
+#include "rows/resultrows.h"
 #include "sheets/historywindow.h"
+#include "transfer/commands.h"
 
 SheetRoom::~SheetRoom()
 {
@@ -27,14 +29,30 @@ void SheetRoom::open()
 void SheetRoom::show()
 {
     if (!m_window)
-        m_window = new SheetWindow(m_session,
-                                   {[this](const HistoryEntry &note) { remember(note); },
-                                    [this](QWidget *window, const std::function<void(const QString &)> &put) {
-                                        return openHistory(window, put);
-                                    }});
+        m_window = new SheetWindow(m_session, services());
     m_window->show();
     m_window->raise();
     m_window->activateWindow();
+}
+
+SheetServices SheetRoom::services()
+{
+    SheetServices services;
+    services.remember = [this](const HistoryEntry &note) { remember(note); };
+    services.openHistory = [this](QWidget *window, const std::function<void(const QString &)> &put) {
+        return openHistory(window, put);
+    };
+    services.offerExport = [](FlexGrid &grid, const std::shared_ptr<Session> &session) {
+        ::offerExport(grid, session);
+    };
+    services.editRows = [](Session &session, Dialogue &dialogue, FlexGrid &grid,
+                           const SelectedTable &table) -> std::unique_ptr<EditedRows> {
+        auto rows = std::make_unique<ResultRows>(session, dialogue, grid);
+        if (!rows->begin(table.database, table.name))
+            return nullptr;
+        return rows;
+    };
+    return services;
 }
 
 bool SheetRoom::close()

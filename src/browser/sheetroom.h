@@ -34,6 +34,7 @@ public:
 private:
     void show();
     HistoryStore *history();
+    SheetServices services();
 
     Session &m_session;
     QPointer<SheetWindow> m_window;

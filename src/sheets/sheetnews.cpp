@@ -1,5 +1,6 @@
 // What a sheet does with the news of its connection.
 #include "controls/dialogue/widgetdialogue.h"
+#include "controls/grid/flexgrid.h"
 #include "core/command/writing.h"
 #include "core/sql/passwords.h"
 #include "sheets/sheetpage.h"
@@ -53,13 +54,15 @@ void SheetPage::take(const SheetNews &news)
         break;
     case Kind::Began:
         m_isResultTold = false;
+        if (!news.sent.isEmpty()) // else it is none of the user's statements
+            m_sent.push_back({news.sent, m_offset + news.place});
         break;
     case Kind::Fields:
-        m_results->beginGrid(news.fields);
+        takeFields(news);
         break;
     case Kind::Rows:
-        m_results->addRows(*news.rows);
-        m_worker->release();
+        m_results->addRows(std::move(*news.rows));
+        m_thread->worker().release();
         break;
     case Kind::ResultEnded:
         takeEnd(news);
@@ -98,7 +101,23 @@ QString SheetPage::progressText(const ScriptProgress &progress) const
 
 QString SheetPage::nameOf(int statement) const
 {
-    return m_sent.size() > 1 ? QStringLiteral("%1) ").arg(statement + 1) : QString();
+    return m_statementCount > 1 && !m_sent.empty() ? QStringLiteral("%1) ").arg(statement + 1) : QString();
+}
+
+void SheetPage::takeFields(const SheetNews &news)
+{
+    const bool isSent = static_cast<std::size_t>(news.statement) < m_sent.size();
+    const QByteArray statement = isSent && !m_isResultTold
+                                     ? m_sent[static_cast<std::size_t>(news.statement)].text
+                                     : QByteArray(); // of a CALL's further results none is known
+    SelectedTable table = selectedTable(statement, m_editor->mode());
+    if (table.database.isEmpty())
+        table.database = m_database;
+    FlexGrid &grid = m_results->beginGrid(news.fields, table).grid();
+    grid.setTableName(table.name);
+    grid.setStatement(QString::fromUtf8(statement));
+    if (m_around.services.offerExport)
+        m_around.services.offerExport(grid, m_settings);
 }
 
 void SheetPage::takeEnd(const SheetNews &news)
@@ -121,8 +140,14 @@ void SheetPage::takeEnd(const SheetNews &news)
     if (news.fields.empty() && !m_hasGrid)
         m_results->showMessages();
     m_hasGrid |= !news.fields.empty();
-    if (!std::exchange(m_isResultTold, true))
-        note(news, {});
+    if (std::exchange(m_isResultTold, true))
+        return;
+    note(news, {});
+    if (static_cast<std::size_t>(news.statement) < m_sent.size())
+        if (const QString database =
+                databaseOfUse(m_sent[static_cast<std::size_t>(news.statement)].text, m_editor->mode());
+            !database.isEmpty())
+            m_database = database;
 }
 
 void SheetPage::takeFailure(const SheetNews &news)
@@ -156,7 +181,7 @@ void SheetPage::note(const SheetNews &news, const QString &error)
     entry.rows = hasRows ? news.rowCount : -1;
     entry.error = holdsPassword(statement) ? withoutQuotedPart(error) : error;
     m_around.session.statementLog->add(entry);
-    if (!m_around.remember || holdsPassword(statement))
+    if (!m_around.services.remember || holdsPassword(statement))
         return;
     HistoryEntry remembered;
     remembered.statement = statement;
@@ -165,7 +190,7 @@ void SheetPage::note(const SheetNews &news, const QString &error)
     remembered.error = entry.error;
     remembered.microseconds = news.microseconds;
     remembered.rows = hasRows ? news.rowCount : news.effect.rowsTouched;
-    m_around.remember(remembered);
+    m_around.services.remember(remembered);
 }
 
 void SheetPage::takeReport(const ScriptReport &report)
@@ -193,8 +218,10 @@ void SheetPage::takeFinish(const SheetNews &news)
     m_clockTimer->stop();
     if (news.effect.isInTransaction)
         m_isInTransaction = *news.effect.isInTransaction;
-    if (!news.texts.isEmpty() && std::exchange(m_database, news.texts.first()) != news.texts.first())
+    if (!news.texts.isEmpty() && std::exchange(m_settings->gDbName, news.texts.first()) != news.texts.first())
         m_completion.forgetNames();
+    m_database = m_settings->gDbName;
+    m_editor->setMode(news.mode);
     m_results->endRun();
     m_hasGrid = false;
     Q_EMIT changed();

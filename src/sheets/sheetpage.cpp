@@ -9,7 +9,6 @@
 #include <QFile>
 #include <QFileInfo>
 #include <QSplitter>
-#include <QThread>
 #include <QTime>
 #include <QTimer>
 #include <QVBoxLayout>
@@ -60,18 +59,10 @@ SheetPage::SheetPage(const SheetSurroundings &surroundings, std::unique_ptr<Draf
     setFocusProxy(m_editor);
 }
 
-// What runs is stopped; a server that does not listen gets no more than a few seconds.
 SheetPage::~SheetPage()
 {
-    if (!m_thread)
-        return;
-    disconnect(m_worker.get(), nullptr, this, nullptr);
-    m_worker->stop();
-    m_thread->quit();
-    if (!m_thread->wait(10'000)) { // the thread is left behind with what it uses
-        static_cast<void>(m_thread.release());
-        static_cast<void>(m_worker.release());
-    }
+    if (m_settings)
+        m_settings->gCn.reset(); // it works in the thread that goes
 }
 
 void SheetPage::buildLayout()
@@ -105,33 +96,28 @@ void SheetPage::keepDraft()
         Q_EMIT changed();
 }
 
-SheetWorker &SheetPage::worker()
+void SheetPage::connectToServer()
 {
-    if (m_worker)
-        return *m_worker;
-    m_worker = std::make_unique<SheetWorker>();
     m_database = m_around.session.gDbName;
     m_settings = siblingOf(m_around.session, m_database);
-    m_thread = std::make_unique<QThread>();
-    std::unique_ptr<Session> session =
-        siblingOf(m_around.session, m_around.session.gDbName, m_worker->pump());
-    session->runner.moveToThread(m_thread.get());
-    m_worker->use(std::move(session));
-    m_worker->moveToThread(m_thread.get());
-    connect(m_worker.get(), &SheetWorker::came, this, &SheetPage::take);
-    m_thread->start();
-    return *m_worker;
+    connect(&m_settings->runner, &Runner::started, this, &SheetPage::changed);
+    connect(&m_settings->runner, &Runner::idle, this, &SheetPage::takeEditingEnd);
+    m_thread = std::make_unique<SheetThread>(m_around.session, m_database);
+    connect(&m_thread->worker(), &SheetWorker::came, this, &SheetPage::take);
+    lendConnection();
 }
 
 void SheetPage::start(const std::function<void(SheetWorker &)> &work)
 {
-    if (m_isRunning)
+    if (isRunning())
         return;
     m_isRunning = true;
     m_clock.start();
     m_clockTimer->start();
     m_progress.clear();
-    SheetWorker &running = worker();
+    if (!m_thread)
+        connectToServer();
+    SheetWorker &running = m_thread->worker();
     running.begin();
     QMetaObject::invokeMethod(
         &running, [&running, work] { work(running); }, Qt::QueuedConnection);
@@ -140,8 +126,10 @@ void SheetPage::start(const std::function<void(SheetWorker &)> &work)
 
 void SheetPage::stop()
 {
-    if (m_isRunning)
-        m_worker->stop();
+    if (isEditing())
+        m_settings->runner.stop();
+    else if (m_isRunning)
+        m_thread->worker().stop();
 }
 
 void SheetPage::runStatement(const SheetOptions &options)
@@ -174,7 +162,7 @@ void SheetPage::runAll(const SheetOptions &options)
 // One statement alone is taken as it is: it may hold a delimiter of its own.
 void SheetPage::runPieces(const QByteArray &text, int offset, bool isScript, const SheetOptions &options)
 {
-    if (m_isRunning)
+    if (isRunning())
         return;
     std::vector<ScriptPiece> pieces;
     if (isScript)
@@ -185,22 +173,21 @@ void SheetPage::runPieces(const QByteArray &text, int offset, bool isScript, con
         m_around.dialogue.inform(QStringLiteral("SQL文を入力してください。"));
         return;
     }
+    if (!m_results->mayBeginRun())
+        return;
     m_sent.clear();
     m_dangers.clear();
-    m_waitingRun = {};
-    m_waitingRun.goesOnAtErrors = options.goesOnAtErrors;
-    m_waitingRun.folder = QFileInfo(m_contents.path).path();
+    m_statementCount = static_cast<qsizetype>(pieces.size());
+    m_offset = offset;
+    m_waitingRun = {text, isScript, options.goesOnAtErrors, QFileInfo(m_contents.path).path()};
     bool mayChangeSomething = false;
     for (const ScriptPiece &piece : pieces) {
-        QByteArray statement(piece.text.data(), static_cast<qsizetype>(piece.text.size()));
-        statement.replace("\r\n", "\n");
+        const QByteArray statement(piece.text.data(), static_cast<qsizetype>(piece.text.size()));
         const bool isSource = piece.kind == ScriptPiece::Kind::Source;
         mayChangeSomething |= isSource || mayChange(QString::fromUtf8(statement.left(10'000)));
         if (options.isSafe && !isSource)
             if (std::optional<Danger> danger = dangerOf(statement))
                 m_dangers.push_back(std::move(*danger));
-        m_sent.push_back({statement, offset + static_cast<int>(piece.start)});
-        m_waitingRun.statements.push_back({statement, isSource});
     }
     if (mayChangeSomething && !confirmsWriting(settings(), m_around.dialogue))
         return;
@@ -241,7 +228,7 @@ void SheetPage::askAndRun(QStringList counts)
 
 void SheetPage::runScript(const ScriptOptions &options)
 {
-    if (m_isRunning || !confirmsWriting(settings(), m_around.dialogue))
+    if (isRunning() || !m_results->mayBeginRun() || !confirmsWriting(settings(), m_around.dialogue))
         return;
     m_sent.clear();
     m_results->say(QTime::currentTime().toString() + QStringLiteral("  ファイルを実行: ") + options.path);
@@ -251,15 +238,15 @@ void SheetPage::runScript(const ScriptOptions &options)
 
 void SheetPage::send(const QString &statement)
 {
-    if (m_isRunning)
+    if (isRunning())
         return;
     m_sent.clear(); // it is none of the user's statements
-    start([statement](SheetWorker &running) { running.send(statement); });
+    start([statement](SheetWorker &running) { running.sendAlone(statement); });
 }
 
 void SheetPage::setAutocommit(bool isOn)
 {
-    if (m_isRunning || std::exchange(m_isAutocommit, isOn) == isOn)
+    if (isRunning() || std::exchange(m_isAutocommit, isOn) == isOn)
         return;
     m_sent.clear();
     start([isOn](SheetWorker &running) { running.setAutocommit(isOn); });
@@ -267,7 +254,7 @@ void SheetPage::setAutocommit(bool isOn)
 
 void SheetPage::offerWords()
 {
-    m_wantsWords = !m_completion.hasNames() && !m_isRunning;
+    m_wantsWords = !m_completion.hasNames() && !isRunning();
     if (m_wantsWords)
         start([](SheetWorker &running) { running.readNames(); });
     else
@@ -298,7 +285,7 @@ void SheetPage::insert(const QString &text)
 
 bool SheetPage::hasGrid() const
 {
-    return m_results->grid();
+    return m_results->shown();
 }
 
 bool SheetPage::isResultPinned() const
@@ -357,7 +344,7 @@ QString SheetPage::save(const QString &path)
 QString SheetPage::title() const
 {
     const QString name = m_contents.path.isEmpty() ? m_contents.name : QFileInfo(m_contents.path).fileName();
-    return (m_isRunning ? QStringLiteral("▶ ") : QString()) + name +
+    return (isRunning() ? QStringLiteral("▶ ") : QString()) + name +
            (m_contents.isChanged ? QStringLiteral(" *") : QString());
 }
 
@@ -366,7 +353,9 @@ QString SheetPage::state() const
     QStringList parts;
     if (!m_draftFailure.isEmpty())
         parts << QStringLiteral("下書きを保存できません: ") + m_draftFailure;
-    if (m_isRunning)
+    if (isEditing())
+        parts << m_settings->runner.what() + QStringLiteral("…");
+    else if (m_isRunning)
         parts << (m_progress.isEmpty()
                       ? QStringLiteral("実行中… %1").arg(seconds(m_clock.elapsed() / 100 * 100'000))
                       : m_progress);
@@ -374,5 +363,9 @@ QString SheetPage::state() const
         parts << m_lastSeconds;
     if (!m_database.isEmpty())
         parts << m_database;
+    if (const SheetResult *result = m_results->shown(); result && !result->editor())
+        parts << (result->table().name.isEmpty()
+                      ? QStringLiteral("読み取り専用: ") + result->table().why
+                      : QStringLiteral("%1の行（「編集」で変更できます）").arg(result->table().name));
     return parts.join(QStringLiteral("　"));
 }

@@ -1,26 +1,27 @@
 #pragma once
 
 #include "controls/text/wordcompletion.h"
+#include "controls/window/windowpump.h"
 #include "core/command/dialogue.h"
 #include "core/session/historystore.h"
 #include "sheets/drafts.h"
 #include "sheets/safemode.h"
 #include "sheets/sheeteditor.h"
-#include "sheets/sheetworker.h"
+#include "sheets/sheetservices.h"
+#include "sheets/sheetthread.h"
 
 #include <QElapsedTimer>
 #include <QWidget>
 
 #include <functional>
 
-class QThread;
 class SheetResults;
 
 // What all sheets of a window share.
 struct SheetSurroundings {
     Session &session;   // the windows' own: its settings are copied, its log is written
     Dialogue &dialogue; // titled as the window
-    std::function<void(const HistoryEntry &)> remember; // for the history
+    const SheetServices &services;
 };
 
 // How a run is to behave, as the window's boxes say.
@@ -36,7 +37,7 @@ class SheetPage : public QWidget {
 public:
     // name: shown while it has no file.
     SheetPage(const SheetSurroundings &surroundings, std::unique_ptr<Draft> draft, const QString &name);
-    ~SheetPage() override;
+    ~SheetPage() override; // what runs is stopped, in the background
 
     void runStatement(const SheetOptions &options); // at the cursor
     void runAll(const SheetOptions &options);       // or what is chosen
@@ -47,6 +48,9 @@ public:
     void setAutocommit(bool isOn);
     void offerWords();
     void format();
+    // The rows of the result that is shown, where it is one of one table.
+    void editResult();
+    bool mayEditResult() const;
     SheetResults &results() { return *m_results; }
 
     // Empty where it succeeded.
@@ -59,7 +63,13 @@ public:
 
     QString title() const; // with the signs for changed and running
     QString state() const;
-    bool isRunning() const { return m_isRunning; }
+    bool isRunning() const { return m_isRunning || isEditing(); }
+    // Something of a result's editing waits for the server.
+    bool isEditing() const { return m_settings && m_settings->runner.isRunning(); }
+    // Stops that, and carries the action out once it has ended.
+    void leaveEditing(const std::function<void()> &action) { m_settings->runner.leave(this, action); }
+    // False: unsaved rows of a result are to be kept.
+    bool mayLeaveResults();
     bool isInTransaction() const { return m_isInTransaction; }
     bool isAutocommit() const { return m_isAutocommit; }
     bool isEmpty() const { return m_editor->length() == 0; }
@@ -85,13 +95,16 @@ private:
 
     void buildLayout();
     const Session &settings() const { return m_settings ? *m_settings : m_around.session; }
-    SheetWorker &worker();
+    void connectToServer();
+    void lendConnection();
+    void takeEditingEnd();
     void start(const std::function<void(SheetWorker &)> &work);
     void runPieces(const QByteArray &text, int offset, bool isScript, const SheetOptions &options);
     void runWaiting();
     void askAndRun(QStringList counts);
     void send(const QString &statement);
     void take(const SheetNews &news);
+    void takeFields(const SheetNews &news);
     void takeEnd(const SheetNews &news);
     void takeFailure(const SheetNews &news);
     void takeReport(const ScriptReport &report);
@@ -109,12 +122,15 @@ private:
     WordCompletion m_completion;
     QTimer *m_draftTimer, *m_clockTimer;
 
-    // The settings that the connection was made with: the windows may have gone to another server since.
-    std::unique_ptr<Session> m_settings;
-    std::unique_ptr<QThread> m_thread;
-    std::unique_ptr<SheetWorker> m_worker;
+    WindowPump m_pump; // for what the windows do themselves on the sheet's connection
+    // The settings that the connection was made with: the windows may have gone to another server since. Its
+    // own connection is the sheet's, borrowed.
+    std::shared_ptr<Session> m_settings;
+    std::unique_ptr<SheetThread> m_thread;
     std::vector<Sent> m_sent;
-    SheetRun m_waitingRun; // for the answer about its dangers
+    qsizetype m_statementCount = 0; // of the run, as far as it is known before
+    int m_offset = 0;               // of its text in the editor
+    SheetRun m_waitingRun;          // for the answer about its dangers
     std::vector<Danger> m_dangers;
     QElapsedTimer m_clock;
     QString m_database, m_progress, m_draftFailure, m_lastSeconds;

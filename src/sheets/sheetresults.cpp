@@ -1,18 +1,49 @@
 #include "sheets/sheetresults.h"
 
+#include "controls/grid/editedrows.h"
 #include "controls/grid/flexgrid.h"
 #include "controls/window/building.h"
 
 #include <QLocale>
 #include <QPlainTextEdit>
 #include <QTabBar>
+#include <QVBoxLayout>
 
 namespace {
 
-constexpr const char *pinned = "pinned", *number = "number";
 constexpr int mostMessages = 5000; // lines
 
 } // namespace
+
+SheetResult::SheetResult(const std::vector<Field> &fields, SelectedTable table, int number)
+    : m_grid(made<FlexGrid>(QStringLiteral("sheetGrid_%1").arg(number).toLatin1().constData()))
+    , m_table(std::move(table))
+    , m_number(number)
+{
+    m_grid->setFields(fields);
+    auto *layout = new QVBoxLayout(this);
+    layout->setContentsMargins({});
+    layout->addWidget(m_grid, 1);
+    setFocusProxy(m_grid);
+}
+
+// It works on the grid to its end.
+SheetResult::~SheetResult()
+{
+    delete m_editor;
+}
+
+void SheetResult::setEditor(std::unique_ptr<EditedRows> editor)
+{
+    m_editor = editor.release();
+    layout()->addWidget(m_editor);
+}
+
+QString SheetResult::title() const
+{
+    return (isPinned ? QStringLiteral("固定: ") : QString()) +
+           QStringLiteral("結果 %1（%2 行）").arg(m_number).arg(QLocale().toString(m_grid->rowCount()));
+}
 
 SheetResults::SheetResults(QWidget *parent)
     : QTabWidget(parent)
@@ -26,14 +57,38 @@ SheetResults::SheetResults(QWidget *parent)
     addTab(m_messages, QStringLiteral("メッセージ"));
 }
 
-bool SheetResults::isMessages(int tab) const
+SheetResult *SheetResults::at(int tab) const
 {
-    return widget(tab) == m_messages;
+    return qobject_cast<SheetResult *>(widget(tab));
 }
 
-FlexGrid *SheetResults::grid() const
+SheetResult *SheetResults::shown() const
 {
-    return qobject_cast<FlexGrid *>(currentWidget());
+    return at(currentIndex());
+}
+
+bool SheetResults::mayLeave(bool alsoPinned)
+{
+    for (int i = 0; i < count(); ++i) {
+        const SheetResult *result = at(i);
+        if (!result || !result->editor() || (result->isPinned && !alsoPinned))
+            continue;
+        if (result->editor()->changeCount() > 0)
+            setCurrentIndex(i);
+        if (!result->editor()->mayLeave())
+            return false;
+    }
+    return true;
+}
+
+bool SheetResults::mayBeginRun()
+{
+    return mayLeave(false);
+}
+
+bool SheetResults::mayClose()
+{
+    return mayLeave(true);
 }
 
 void SheetResults::beginRun()
@@ -42,16 +97,15 @@ void SheetResults::beginRun()
     m_filled.clear();
     m_isGrey = true;
     for (int i = 0; i < count(); ++i)
-        if (!isMessages(i) && !widget(i)->property(pinned).toBool())
-            widget(i)->setEnabled(false);
+        if (SheetResult *result = at(i); result && !result->isPinned)
+            result->setEnabled(false);
 }
 
 // What gave no result at all leaves the last ones grey.
 void SheetResults::endRun()
 {
-    showCount();
     if (m_filled)
-        m_filled->setRedraw(true);
+        showTitle(*m_filled);
     m_filled.clear();
 }
 
@@ -60,43 +114,34 @@ void SheetResults::dropGrey()
     if (!std::exchange(m_isGrey, false))
         return;
     for (int i = count() - 1; i >= 0; --i)
-        if (!widget(i)->isEnabled())
-            widget(i)->deleteLater(), removeTab(i);
+        if (SheetResult *result = at(i); result && !result->isEnabled()) {
+            removeTab(i);
+            result->deleteLater();
+        }
 }
 
-void SheetResults::beginGrid(const std::vector<Field> &fields)
+SheetResult &SheetResults::beginGrid(const std::vector<Field> &fields, const SelectedTable &table)
 {
     dropGrey();
-    showCount();
-    auto *grid = new FlexGrid;
-    grid->setObjectName(QStringLiteral("sheetGrid_%1").arg(++m_number));
-    grid->setProperty(number, m_number);
-    grid->setFields(fields);
-    m_filled = grid;
-    const int tab = addTab(grid, QString());
-    showCount();
+    auto *result = new SheetResult(fields, table, ++m_number);
+    m_filled = result;
+    const int tab = addTab(result, result->title());
     if (m_number == 1)
         setCurrentIndex(tab);
+    return *result;
 }
 
-void SheetResults::addRows(const RowBlock &rows)
+void SheetResults::addRows(RowBlock &&rows)
 {
     if (!m_filled)
         return;
-    const RedrawOff redrawOff(*m_filled);
-    for (int row = 0; row < rows.rowCount(); ++row) {
-        rows.read(row, m_cells);
-        m_filled->appendRow(m_cells);
-    }
-    showCount();
+    m_filled->grid().appendBlock(std::move(rows));
+    showTitle(*m_filled);
 }
 
-void SheetResults::showCount()
+void SheetResults::showTitle(SheetResult &result)
 {
-    if (m_filled)
-        setTabText(indexOf(m_filled), QStringLiteral("結果 %1（%2 行）")
-                                          .arg(m_filled->property(number).toInt())
-                                          .arg(QLocale().toString(m_filled->rowCount())));
+    setTabText(indexOf(&result), result.title());
 }
 
 void SheetResults::say(const QString &line)
@@ -112,17 +157,13 @@ void SheetResults::showMessages()
 
 void SheetResults::setPinned(bool isOn)
 {
-    FlexGrid *shown = grid();
-    if (!shown)
-        return;
-    shown->setProperty(pinned, isOn);
-    const QString sign = QStringLiteral("固定: ");
-    const QString text = tabText(currentIndex());
-    if (isOn != text.startsWith(sign))
-        setTabText(currentIndex(), isOn ? sign + text : text.mid(sign.size()));
+    if (SheetResult *result = shown()) {
+        result->isPinned = isOn;
+        showTitle(*result);
+    }
 }
 
 bool SheetResults::isPinned() const
 {
-    return grid() && grid()->property(pinned).toBool();
+    return shown() && shown()->isPinned;
 }

@@ -4,8 +4,6 @@
 #include "controls/window/serverstrip.h"
 #include "controls/window/stopping.h"
 #include "controls/window/windowsize.h"
-#include "core/session/profilefile.h"
-#include "core/session/wholefile.h"
 #include "sheets/scriptfiledialog.h"
 #include "sheets/sheetresults.h"
 
@@ -24,8 +22,6 @@
 
 namespace {
 
-const QString section = QStringLiteral("Sheets");
-
 template <class Control>
 Control *tipped(const char *name, const QString &text, const QString &tip)
 {
@@ -38,6 +34,7 @@ Control *tipped(const char *name, const QString &text, const QString &tip)
 
 SheetWindow::SheetWindow(Session &session, SheetServices services, std::unique_ptr<Dialogue> dialogue)
     : m_session(session)
+    , m_settings(session.gIniPath)
     , m_services(std::move(services))
     , m_dialogue(dialogue ? std::move(dialogue) : std::make_unique<WidgetDialogue>(this, DialogueParts{}))
     , m_tabs(made<QTabWidget>("sheetTabs"))
@@ -55,6 +52,9 @@ SheetWindow::SheetWindow(Session &session, SheetServices services, std::unique_p
     , m_script(tipped<QPushButton>("runScriptFile", QStringLiteral("ファイルを実行"),
                                    QStringLiteral("大きなファイルも読み込まずに実行します")))
     , m_history(tipped<QPushButton>("showHistory", QStringLiteral("履歴"), QStringLiteral("Ctrl+R")))
+    , m_edit(tipped<QPushButton>(
+          "editResult", QStringLiteral("編集"),
+          QStringLiteral("結果がひとつのテーブルの行なら、変更・追加・削除できるようにします")))
     , m_pin(tipped<QPushButton>("pinResult", QStringLiteral("固定"),
                                 QStringLiteral("この結果を次の結果と並べて残します")))
     , m_recent(made<QToolButton>("recentScripts"))
@@ -71,9 +71,9 @@ SheetWindow::SheetWindow(Session &session, SheetServices services, std::unique_p
     setAttribute(Qt::WA_DeleteOnClose);
     setWorksWhileRunning(this); // on connections of its own, in other threads
     buildLayout();
-    m_goesOn->setChecked(option(QStringLiteral("GoOnAtErrors"), false));
+    m_goesOn->setChecked(m_settings.isOn(QStringLiteral("GoOnAtErrors"), false));
     m_safeMode->setChecked(m_session.profile.environment == Environment::Production ||
-                           option(QStringLiteral("SafeMode"), true));
+                           m_settings.isOn(QStringLiteral("SafeMode"), true));
     connectControls();
     addKeys();
     restoreDrafts();
@@ -107,7 +107,7 @@ void SheetWindow::buildLayout()
     auto *state = new QHBoxLayout;
     state->addWidget(m_state, 1);
     for (QWidget *control :
-         std::initializer_list<QWidget *>{m_transaction, m_autocommit, m_commit, m_rollback, m_pin})
+         std::initializer_list<QWidget *>{m_transaction, m_autocommit, m_commit, m_rollback, m_edit, m_pin})
         state->addWidget(control);
     auto *layout = new QVBoxLayout(this);
     layout->addLayout(run);
@@ -129,12 +129,13 @@ void SheetWindow::connectControls()
         if (const QString failure = openHistory(); !failure.isEmpty())
             m_dialogue->refuse(failure);
     });
+    connect(m_edit, &QPushButton::clicked, this, [this] { page()->editResult(); });
     connect(m_pin, &QPushButton::toggled, this, [this](bool isOn) { page()->results().setPinned(isOn); });
     connect(m_autocommit, &QCheckBox::clicked, this, [this](bool isOn) { page()->setAutocommit(isOn); });
     connect(m_goesOn, &QCheckBox::toggled, this,
-            [this](bool isOn) { keepOption(QStringLiteral("GoOnAtErrors"), isOn); });
+            [this](bool isOn) { m_settings.keep(QStringLiteral("GoOnAtErrors"), isOn); });
     connect(m_safeMode, &QCheckBox::toggled, this,
-            [this](bool isOn) { keepOption(QStringLiteral("SafeMode"), isOn); });
+            [this](bool isOn) { m_settings.keep(QStringLiteral("SafeMode"), isOn); });
     connect(m_recent->menu(), &QMenu::aboutToShow, this, [this] { fillRecent(*m_recent->menu()); });
     connect(m_tabs, &QTabWidget::currentChanged, this, [this] {
         showState();
@@ -202,7 +203,7 @@ void SheetWindow::addSheet()
 
 SheetPage *SheetWindow::add(std::unique_ptr<Draft> draft)
 {
-    auto *added = new SheetPage({m_session, *m_dialogue, m_services.remember}, std::move(draft),
+    auto *added = new SheetPage({m_session, *m_dialogue, m_services}, std::move(draft),
                                 QStringLiteral("シート %1").arg(++m_number));
     connect(added, &SheetPage::changed, this, &SheetWindow::showState);
     connect(&added->results(), &QTabWidget::currentChanged, this, &SheetWindow::showState);
@@ -239,6 +240,7 @@ void SheetWindow::showState()
     m_transaction->setVisible(shown->isInTransaction());
     for (QPushButton *button : {m_commit, m_rollback})
         button->setEnabled(!isRunning && shown->isInTransaction());
+    m_edit->setEnabled(shown->mayEditResult());
     m_pin->setEnabled(shown->hasGrid());
     m_pin->setChecked(shown->isResultPinned());
     m_state->setText(shown->state());
@@ -260,6 +262,12 @@ void SheetWindow::showTitles()
 // What runs is stopped; what is not committed is lost, so it is asked about.
 bool SheetWindow::mayClose(SheetPage &closing, const std::function<void()> &close)
 {
+    if (closing.isEditing()) {
+        closing.leaveEditing(close);
+        return false;
+    }
+    if (!closing.mayLeaveResults())
+        return false;
     if (closing.isInTransaction()) {
         m_tabs->setCurrentWidget(&closing);
         const int choice = m_dialogue->choose(
@@ -306,7 +314,7 @@ void SheetWindow::closeEvent(QCloseEvent *event)
 
 void SheetWindow::openFile()
 {
-    openPath(chooseSqlFile(this, QFileInfo(recent().value(0)).path(), false,
+    openPath(chooseSqlFile(this, QFileInfo(m_settings.recent().value(0)).path(), false,
                            QStringLiteral("SQL ファイル (*.sql)")));
 }
 
@@ -323,48 +331,29 @@ void SheetWindow::openPath(const QString &path)
     if (const QString failure = target->open(path); !failure.isEmpty())
         m_dialogue->refuse(failure);
     else
-        noteRecent(path);
+        m_settings.noteRecent(path);
 }
 
 bool SheetWindow::saveFile()
 {
     QString path = page()->path();
     if (path.isEmpty())
-        path = chooseSqlFile(this, QFileInfo(recent().value(0)).path(), true,
+        path = chooseSqlFile(this, QFileInfo(m_settings.recent().value(0)).path(), true,
                              QStringLiteral("SQL ファイル (*.sql)"));
     if (path.isEmpty())
         return false;
     const QString failure = page()->save(path);
     if (failure.isEmpty())
-        noteRecent(path);
+        m_settings.noteRecent(path);
     else
         m_dialogue->refuse(QStringLiteral("保存できませんでした。\r\n") + failure);
     return failure.isEmpty();
 }
 
-QStringList SheetWindow::recent() const
-{
-    return ProfileFile(m_session.gIniPath)
-        .value(section, QStringLiteral("Recent"))
-        .split(u'\t', Qt::SkipEmptyParts);
-}
-
-void SheetWindow::noteRecent(const QString &path)
-{
-    constexpr qsizetype most = 10;
-    const FileLock lock(m_session.gIniPath);
-    ProfileFile file(m_session.gIniPath);
-    QStringList paths = recent();
-    paths.removeAll(path);
-    paths.prepend(path);
-    file.setValue(section, QStringLiteral("Recent"), paths.mid(0, most).join(u'\t'));
-    file.save(); // costs the list, nothing else
-}
-
 void SheetWindow::fillRecent(QMenu &menu)
 {
     menu.clear();
-    for (const QString &path : recent())
+    for (const QString &path : m_settings.recent())
         connect(menu.addAction(QString(path).replace(u'&', QStringLiteral("&&"))), &QAction::triggered, this,
                 [this, path] { openPath(path); });
     menu.setEnabled(!menu.isEmpty());
@@ -372,20 +361,7 @@ void SheetWindow::fillRecent(QMenu &menu)
 
 void SheetWindow::runScriptFile()
 {
-    if (const std::optional<ScriptOptions> chosen = askForScript(this, QFileInfo(recent().value(0)).path()))
+    if (const std::optional<ScriptOptions> chosen =
+            askForScript(this, QFileInfo(m_settings.recent().value(0)).path()))
         page()->runScript(*chosen);
-}
-
-void SheetWindow::keepOption(const QString &key, bool isOn)
-{
-    const FileLock lock(m_session.gIniPath);
-    ProfileFile file(m_session.gIniPath);
-    file.setValue(section, key, isOn ? QStringLiteral("1") : QStringLiteral("0"));
-    file.save();
-}
-
-bool SheetWindow::option(const QString &key, bool standard) const
-{
-    const QString value = ProfileFile(m_session.gIniPath).value(section, key);
-    return value.isEmpty() ? standard : value == u"1";
 }

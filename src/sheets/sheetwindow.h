@@ -2,6 +2,7 @@
 
 #include "controls/dialogue/widgetdialogue.h"
 #include "sheets/sheetpage.h"
+#include "sheets/sheetsettings.h"
 
 #include <QWidget>
 
@@ -14,14 +15,6 @@ class QMenu;
 class QPushButton;
 class QTabWidget;
 class QToolButton;
-
-// What the window needs of the program beside its session.
-struct SheetServices {
-    std::function<void(const HistoryEntry &)> remember;
-    // Lets the user choose from the history; the statement goes to the function. Says why there is none;
-    // empty where it opened.
-    std::function<QString(QWidget *window, const std::function<void(const QString &)> &put)> openHistory;
-};
 
 // SQL texts in tabs, each with a connection of its own. What was typed is kept in drafts, whatever ends the
 // program. Deletes itself when it is closed.
@@ -62,20 +55,17 @@ private:
     void openFile();
     void openPath(const QString &path);
     bool saveFile();
-    void noteRecent(const QString &path);
-    QStringList recent() const;
     void fillRecent(QMenu &menu);
     void runScriptFile();
-    void keepOption(const QString &key, bool isOn);
-    bool option(const QString &key, bool standard) const;
     QString folder() const;
 
     Session &m_session;
+    const SheetSettings m_settings;
     SheetServices m_services;
     std::unique_ptr<Dialogue> m_dialogue;
     QTabWidget *m_tabs;
     QPushButton *m_runStatement, *m_runSheet, *m_stop, *m_commit, *m_rollback, *m_open, *m_save, *m_script,
-        *m_history, *m_pin;
+        *m_history, *m_edit, *m_pin;
     QToolButton *m_recent;
     QCheckBox *m_autocommit, *m_goesOn, *m_safeMode;
     QLabel *m_state, *m_transaction;

@@ -11,9 +11,6 @@
 
 namespace {
 
-constexpr std::size_t blockBytes = 128 * 1024;
-constexpr qint64 handOverAfter = 40; // milliseconds
-
 bool mayChooseDatabase(const QByteArray &statement)
 {
     const QByteArray text = statement.left(200).trimmed().toLower();
@@ -78,14 +75,17 @@ void SheetWorker::runAlone(const std::function<void()> &action)
         }
         SheetNews news;
         try {
-            if (std::exchange(m_mayHaveMoved, false) && !m_session->runner.isStopWanted())
-                news.texts << m_session->connection().execute(QStringLiteral("select database()")).text(0);
+            if (std::exchange(m_mayHaveMoved, false) && !m_session->runner.isStopWanted()) {
+                const RecordSet chosen = m_session->connection().execute(QStringLiteral("select database()"));
+                news.texts << (chosen.isNull(0) ? QString() : chosen.text(0));
+            }
         } catch (const Failure &) {
             // The next statement says that the connection is lost.
         }
         news.isStopped = m_session->runner.isStopWanted();
         if (m_session->gCn && m_session->gCn->isOpen())
             news.effect = m_session->gCn->effect();
+        news.mode = m_mode;
         Q_EMIT came(news);
     });
 }
@@ -105,14 +105,38 @@ void SheetWorker::requireConnection()
              : QString());
     if (!m_isAutocommit)
         m_session->connection().execute(QStringLiteral("set autocommit=0"));
+    m_mode = sqlModeOf(m_session->connection());
     m_mayHaveMoved = true;
+}
+
+std::optional<Failure> SheetWorker::lend(const std::function<void(Connection &)> &work)
+{
+    std::optional<Failure> result;
+    m_session->runner.run(this, QStringLiteral("SQLシート"), [&] {
+        try {
+            heedStop();
+            work(m_session->connection());
+        } catch (const Failure &failure) {
+            if (failure.isConnectionLost())
+                sDisconnect(*m_session);
+            result = failure;
+        } catch (const std::bad_alloc &) {
+            result = Failure(QStringLiteral("メモリが不足しています。"));
+        }
+    });
+    return result;
+}
+
+void SheetWorker::close()
+{
+    sDisconnect(*m_session);
 }
 
 void SheetWorker::setAutocommit(bool isOn)
 {
     m_isAutocommit = isOn;
     if (m_wasConnected)
-        send(isOn ? QStringLiteral("set autocommit=1") : QStringLiteral("set autocommit=0"));
+        sendAlone(isOn ? QStringLiteral("set autocommit=1") : QStringLiteral("set autocommit=0"));
     else
         Q_EMIT came({});
 }
@@ -120,41 +144,67 @@ void SheetWorker::setAutocommit(bool isOn)
 void SheetWorker::run(const SheetRun &run)
 {
     runAlone([&] {
-        for (const SheetStatement &statement : run.statements) {
-            try {
-                heedStop();
-                tell(SheetNews::Kind::Began);
-                runStatement(statement, run);
-            } catch (const Failure &failure) {
-                if (failure.isConnectionLost())
-                    sDisconnect(*m_session);
-                if (!run.goesOnAtErrors || m_session->runner.isStopWanted() || failure.isConnectionLost())
-                    throw;
-                fail(failure);
-            }
-            ++m_statement;
+        const std::string_view text(run.text.constData(), static_cast<std::size_t>(run.text.size()));
+        if (!run.isScript) {
+            runPiece({.text = text}, run);
+            return;
+        }
+        StatementSplitter splitter(m_mode);
+        splitter.feed(text);
+        splitter.finish();
+        while (const std::optional<ScriptPiece> piece = splitter.next()) {
+            runPiece(*piece, run);
+            splitter.setMode(m_mode);
         }
     });
 }
 
-void SheetWorker::runStatement(const SheetStatement &statement, const SheetRun &run)
+void SheetWorker::runPiece(const ScriptPiece &piece, const SheetRun &run)
 {
-    if (statement.isSource) {
-        ScriptOptions options;
-        options.path = QDir(run.folder).filePath(QString::fromUtf8(statement.text));
-        options.goesOnAtErrors = run.goesOnAtErrors;
-        SheetNews news;
-        news.kind = SheetNews::Kind::ScriptEnded;
-        news.statement = m_statement;
-        news.report = std::make_shared<ScriptReport>(
-            runScript(*m_session, options, [this](const auto &) { heedStop(); }));
-        Q_EMIT came(news);
-        m_mayHaveMoved = true;
-        return;
+    SheetNews begun;
+    begun.kind = SheetNews::Kind::Began;
+    begun.statement = m_statement;
+    begun.place = static_cast<int>(piece.start);
+    begun.sent = QByteArray(piece.text.data(), static_cast<qsizetype>(piece.text.size()));
+    begun.sent.replace("\r\n", "\n");
+    try {
+        heedStop();
+        Q_EMIT came(begun);
+        if (piece.kind == ScriptPiece::Kind::Source)
+            runSource(begun.sent, run);
+        else
+            send(begun.sent);
+        if (piece.kind == ScriptPiece::Kind::Source || maySetSqlMode(piece.text))
+            m_mode = sqlModeOf(m_session->connection());
+    } catch (const Failure &failure) {
+        if (failure.isConnectionLost())
+            sDisconnect(*m_session);
+        if (!run.goesOnAtErrors || m_session->runner.isStopWanted() || failure.isConnectionLost())
+            throw;
+        fail(failure);
     }
+    ++m_statement;
+}
+
+void SheetWorker::runSource(const QByteArray &name, const SheetRun &run)
+{
+    ScriptOptions options;
+    options.path = QDir(run.folder).filePath(QString::fromUtf8(name));
+    options.goesOnAtErrors = run.goesOnAtErrors;
+    SheetNews news;
+    news.kind = SheetNews::Kind::ScriptEnded;
+    news.statement = m_statement;
+    news.report =
+        std::make_shared<ScriptReport>(runScript(*m_session, options, [this](const auto &) { heedStop(); }));
+    Q_EMIT came(news);
+    m_mayHaveMoved = true;
+}
+
+void SheetWorker::send(const QByteArray &statement)
+{
     m_since.start();
-    m_mayHaveMoved |= mayChooseDatabase(statement.text);
-    RecordSet rows = m_session->connection().executeText(statement.text);
+    m_mayHaveMoved |= mayChooseDatabase(statement);
+    RecordSet rows = m_session->connection().executeText(statement);
     Connection &connection = m_session->connection();
     for (bool hasResult = true; hasResult;) {
         tellResult(rows);
@@ -185,38 +235,18 @@ void SheetWorker::tellResult(RecordSet &rows)
 
 void SheetWorker::sendRows(RecordSet &rows, SheetNews &end)
 {
-    QElapsedTimer clock;
-    clock.start();
-    auto block = std::make_shared<RowBlock>(rows.fieldCount());
-    try {
-        for (; !rows.isEof(); rows.moveNext()) {
-            block->beginRow();
-            for (const Cell &cell : rows.cells()) {
-                if (cell.isNull)
-                    block->addNull();
-                else
-                    block->addCell(cell.bytes);
-            }
-            ++end.rowCount;
-            if (block->byteCount() >= blockBytes || clock.elapsed() >= handOverAfter) {
-                handOver(std::exchange(block, std::make_shared<RowBlock>(rows.fieldCount())));
-                clock.restart();
-                heedStop();
-                m_session->requireGoingOn();
-            }
-        }
-    } catch (const Failure &) {
-        handOver(std::move(block)); // what came before it is shown
-        throw;
+    for (; !rows.isEof(); rows.moveNextBlock()) {
+        auto block = std::make_shared<RowBlock>(rows.takeBlock());
+        end.rowCount += block->rowCount();
+        handOver(std::move(block));
+        heedStop();
+        m_session->requireGoingOn();
     }
-    handOver(std::move(block));
 }
 
 // The windows take their time; a sheet that has gone takes nothing any more.
 void SheetWorker::handOver(std::shared_ptr<RowBlock> block)
 {
-    if (block->isEmpty())
-        return;
     while (!m_room.tryAcquire(1, 50))
         if (m_isStopWanted)
             return;
@@ -244,13 +274,11 @@ QStringList SheetWorker::warnings(int count)
     return texts;
 }
 
-void SheetWorker::send(const QString &statement)
+void SheetWorker::sendAlone(const QString &statement)
 {
     runAlone([&] {
         tell(SheetNews::Kind::Began);
-        m_since.start();
-        RecordSet rows = m_session->connection().executeText(statement.toUtf8());
-        tellResult(rows);
+        send(statement.toUtf8());
     });
 }
 

@@ -2,6 +2,7 @@
 
 #include "core/command/script.h"
 #include "core/session/session.h"
+#include "core/sql/splitter.h"
 
 #include <QElapsedTimer>
 #include <QMetaType>
@@ -11,12 +12,13 @@
 #include <atomic>
 #include <functional>
 #include <memory>
+#include <optional>
 
 // What a sheet hears of its connection's thread. Values only, in the order in which they happened.
 struct SheetNews {
     enum class Kind {
         Connected,   // text: why anew, empty the first time
-        Began,       // statement
+        Began,       // statement, place, sent
         Fields,      // a result with rows begins
         Rows,        // of the result that began last
         ResultEnded, // of rows or without
@@ -25,10 +27,12 @@ struct SheetNews {
         Names,       // texts: table and column by turns
         ScriptMoved, // progress
         ScriptEnded, // report
-        Finished     // nothing runs any more; texts holds the default database when it may have changed
+        Finished     // nothing runs any more; mode; texts: the default database when it may have changed
     };
     Kind kind = Kind::Finished;
     int statement = 0; // of the run, from 0
+    int place = 0;     // of the statement that began, in the run's text
+    QByteArray sent;   // that statement
     QString text;
     QStringList texts; // the warnings of a result
     std::vector<Field> fields;
@@ -36,6 +40,7 @@ struct SheetNews {
     qint64 rowCount = 0;
     qint64 microseconds = 0;
     Effect effect;
+    SqlMode mode; // as the server now reads statements
     ScriptProgress progress;
     std::shared_ptr<ScriptReport> report;
     bool isStopped = false;
@@ -43,14 +48,9 @@ struct SheetNews {
 };
 Q_DECLARE_METATYPE(SheetNews)
 
-// One statement of a sheet; or the name of a script that is to be run in its place.
-struct SheetStatement {
-    QByteArray text;
-    bool isSource = false;
-};
-
 struct SheetRun {
-    std::vector<SheetStatement> statements;
+    QByteArray text;
+    bool isScript = true; // else it is one statement, whatever it holds
     bool goesOnAtErrors = false;
     QString folder; // of scripts without one
 };
@@ -70,11 +70,14 @@ public:
     void run(const SheetRun &run);
     void runScriptFile(const ScriptOptions &options);
     // COMMIT, ROLLBACK.
-    void send(const QString &statement);
+    void sendAlone(const QString &statement);
     // Now, and of every connection that is made later.
     void setAutocommit(bool isOn);
     void countRows(const QStringList &tables);
     void readNames();
+    // Lets others use the connection that is open; what went wrong.
+    std::optional<Failure> lend(const std::function<void(Connection &)> &work);
+    void close();
 
     // From the windows' thread.
     void begin() { m_isStopWanted = false; } // before each of the above is posted
@@ -100,7 +103,9 @@ private:
     // What the action throws is told as the failure of the statement that was begun last.
     void runAlone(const std::function<void()> &action);
     void requireConnection();
-    void runStatement(const SheetStatement &statement, const SheetRun &run);
+    void runPiece(const ScriptPiece &piece, const SheetRun &run);
+    void send(const QByteArray &statement);
+    void runSource(const QByteArray &name, const SheetRun &run);
     void tellResult(RecordSet &rows);
     void sendRows(RecordSet &rows, SheetNews &end);
     void handOver(std::shared_ptr<RowBlock> block);
@@ -115,6 +120,7 @@ private:
     std::atomic<bool> m_isStopWanted = false;
     QSemaphore m_room{16}; // blocks that the windows have not taken yet
     int m_statement = 0;   // of the run
+    SqlMode m_mode;
     QElapsedTimer m_since; // it was sent
     bool m_wasConnected = false;
     bool m_isAutocommit = true;

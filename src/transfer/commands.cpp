@@ -44,3 +44,12 @@ void offerExport(QWidget &window, Session &session)
         QObject::connect(grid, &FlexGrid::exportRequested, grid,
                          [grid, &session] { show(new CsvExportWindow(session, *grid)); });
 }
+
+void offerExport(FlexGrid &grid, const std::shared_ptr<Session> &session)
+{
+    QObject::connect(&grid, &FlexGrid::exportRequested, &grid, [&grid, session] {
+        auto *window = new CsvExportWindow(*session, grid);
+        QObject::connect(window, &QObject::destroyed, [session] {});
+        show(window);
+    });
+}

@@ -2,8 +2,10 @@
 
 #include "core/command/command.h"
 
+#include <memory>
 #include <span>
 
+class FlexGrid;
 class QWidget;
 
 // The windows of this room, each opened by one call and made only then.
@@ -15,3 +17,6 @@ void openLoadWindow(Session &session);
 void openCsvImportWindow(Session &session, const Selection &selection);
 // Lets the menu of every grid of the window write its rows into a file.
 void offerExport(QWidget &window, Session &session);
+// The same for one grid. The session, of the connection that gave its rows, lives as long as that is offered
+// or done.
+void offerExport(FlexGrid &grid, const std::shared_ptr<Session> &session);

@@ -2,6 +2,7 @@
 #include "core/sql/format.h"
 #include "core/sql/lexer.h"
 #include "core/sql/passwords.h"
+#include "core/sql/selectedtable.h"
 #include "core/sql/splitter.h"
 #include "core/sql/statements.h"
 #include "core/sql/stringbuffer.h"
@@ -56,6 +57,8 @@ private Q_SLOTS:
     void scriptsAreSplit();
     void statementsAreLaidOut_data();
     void statementsAreLaidOut();
+    void tablesOfSelectsAreFound_data();
+    void tablesOfSelectsAreFound();
     void secretsAreMasked_data();
     void secretsAreMasked();
     void viewsAreLaidOut();
@@ -156,6 +159,33 @@ void TextsTest::statementsAreLaidOut()
     QCOMPARE(formatted, expected);
     QCOMPARE(formattedSql(formatted, {}, KeywordCase::AsIs), formatted);
     QVERIFY(haveSameTokens(script, formatted, {}, true));
+}
+
+void TextsTest::tablesOfSelectsAreFound_data()
+{
+    QTest::addColumn<QString>("table");
+    const auto gives = [](const char *statement, const char *table) { row(statement, QString(table)); };
+    gives("select * from t", ".t");
+    gives(
+        "SELECT t.*, `d`.`t`.a FROM `d`.`t``x` AS x WHERE a in (select b from u, v) order by 1, b limit 2, 3",
+        "d.t`x");
+    gives("select id from t x for update", ".t");
+    gives("select \"id\" from t", "");
+    for (const char *other :
+         {"select a, b as c from t", "select a b from t", "select a+1 from t", "select count(*) from t",
+          "select current_user from t", "select a from t, u", "select a from t join u",
+          "select a from t x, u", "select distinct a from t", "select a from t group by a",
+          "select a from t union select a from u", "select a from (select a from t) x", "select a from f(1)",
+          "select 1", "with t as (select 1) select * from t", "select a from t /*!50000 , u */",
+          "select * from t for system_time all", "delete from t", ""})
+        gives(other, "");
+}
+
+void TextsTest::tablesOfSelectsAreFound()
+{
+    const SelectedTable table = selectedTable(QTest::currentDataTag(), {});
+    QTEST(table.name.isEmpty() ? QString() : table.database + u'.' + table.name, "table");
+    QCOMPARE(table.why.isEmpty(), !table.name.isEmpty());
 }
 
 void TextsTest::secretsAreMasked_data()

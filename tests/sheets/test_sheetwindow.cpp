@@ -1,5 +1,6 @@
 #include "controls/grid/flexgrid.h"
 #include "core/driver/connect.h"
+#include "rows/resultrows.h"
 #include "sheets/sheetresults.h"
 #include "sheets/sheetwindow.h"
 #include "support/gui/stage.h"
@@ -29,6 +30,8 @@ private Q_SLOTS:
     void whatWasTypedIsThereAgain();
     void aFileIsRunInPlaceOfAStatement();
     void aLostConnectionIsMadeAnew();
+    void rowsOfOneTableAreEdited();
+    void aClosedSheetEndsWhatItRan();
 
 private:
     void open();
@@ -51,7 +54,7 @@ private:
     {
         QStringList cells;
         for (int i = 1; i < page().results().count(); ++i)
-            cells << qobject_cast<FlexGrid *>(page().results().widget(i))->text(0, 0);
+            cells << qobject_cast<SheetResult *>(page().results().widget(i))->grid().text(0, 0);
         return cells;
     }
 
@@ -85,6 +88,10 @@ void SheetWindowTest::open()
     m_dialogue = dialogue.get();
     SheetServices services;
     services.remember = [this](const HistoryEntry &entry) { m_remembered << entry.statement; };
+    services.editRows = [](Session &session, Dialogue &user, FlexGrid &grid, const SelectedTable &table) {
+        auto rows = std::make_unique<ResultRows>(session, user, grid);
+        return rows->begin(table.database, table.name) ? std::move(rows) : nullptr;
+    };
     m_window = new SheetWindow(m_stage->session, services, std::move(dialogue));
     m_window->setAttribute(Qt::WA_DeleteOnClose, false);
     goTo(*m_window);
@@ -276,6 +283,81 @@ void SheetWindowTest::aLostConnectionIsMadeAnew()
     QCOMPARE(firstCells(), QStringList("gone"));
     QVERIFY2(messages().contains("接続をやり直しました"), qPrintable(messages()));
     QCOMPARE(m_server.run("select count(*) from d.t").trimmed().right(1), "3");
+}
+
+void SheetWindowTest::rowsOfOneTableAreEdited()
+{
+    m_server.run("alter table d.t add name varchar(20) default 'x', add primary key (a)");
+    const auto names = [this] {
+        return m_server.run("select group_concat(a, name order by a) from d.t").trimmed().section('\n', -1);
+    };
+    const auto edit = [this](int row, int column, const char *value) {
+        auto &grid = control<FlexGrid>(page(), "sheetGrid_1");
+        grid.setCurrentIndex(grid.model()->index(row, column));
+        QTest::keyClick(&grid, Qt::Key_F2);
+        auto *line = qobject_cast<QLineEdit *>(grid.indexWidget(grid.currentIndex()));
+        QVERIFY(line);
+        line->setText(value);
+        QTest::keyClick(line, Qt::Key_Return);
+        QCoreApplication::processEvents(); // only then it is taken
+    };
+    auto &state = control<QLabel>(*m_window, "sheetState");
+    type("select a, 1 from t");
+    run();
+    QVERIFY2(state.text().contains("読み取り専用"), qPrintable(state.text()));
+    QVERIFY(!control<QPushButton>(*m_window, "editResult").isEnabled());
+    type("select name, a from t order by a");
+    run();
+    press(*m_window, {"editResult"});
+    edit(0, 0, "eins");
+    press(page(), {"saveResultRows"});
+    QCOMPARE(names(), "1eins,2x,3x");
+    // What is not saved is asked about before it goes.
+    edit(1, 0, "zwei");
+    const QString question = "保存していない行の変更が 1 件あります。", choices = "保存する|捨てる";
+    m_dialogue->expectChoice(question, choices, -1);
+    run();
+    m_dialogue->expectChoice(question, choices, -1);
+    QVERIFY(!m_window->close());
+    // In a transaction of the user's it becomes part of that.
+    page().setAutocommit(false);
+    QTRY_VERIFY(!page().isRunning());
+    press(page(), {"saveResultRows"});
+    QCOMPARE(control<QLabel>(page(), "resultRowsState").text().section("  |  ", -1),
+             "1件をトランザクションの中で保存しました。コミットで確定します");
+    QCOMPARE(names(), "1eins,2x,3x");
+    QVERIFY(page().isInTransaction());
+    run("commitSheet");
+    QCOMPARE(names(), "1eins,2zwei,3x");
+    // The connection that breaks takes the transaction along.
+    type("select connection_id()");
+    run();
+    const QString id = firstCells().value(0);
+    type("select a, name from t order by a");
+    run();
+    press(*m_window, {"editResult"});
+    edit(2, 1, "drei");
+    m_server.run("kill " + id);
+    m_dialogue->agrees = true;
+    press(page(), {"saveResultRows"});
+    QVERIFY2(m_dialogue->told.join("").contains("Lost connection"), qPrintable(m_dialogue->told.join("")));
+    QVERIFY(!page().isInTransaction());
+    run("runSheet");
+    press(*m_window, {"editResult"});
+    edit(2, 1, "drei");
+    press(page(), {"saveResultRows"});
+    run("commitSheet");
+    QCOMPARE(names(), "1eins,2zwei,3drei");
+}
+
+// Nobody waits for that.
+void SheetWindowTest::aClosedSheetEndsWhatItRan()
+{
+    type("select sleep(60)");
+    press(*m_window, {"runSheet"});
+    QTRY_VERIFY(m_server.run("show processlist").contains("sleep(60)"));
+    delete m_window;
+    QTRY_VERIFY_WITH_TIMEOUT(!m_server.run("show processlist").contains("sleep(60)"), 10'000);
 }
 
 QTEST_MAIN(SheetWindowTest)

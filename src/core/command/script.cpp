@@ -29,16 +29,6 @@ QString beginning(std::string_view statement)
     return part.size() < statement.size() ? text + QStringLiteral(" …") : text;
 }
 
-// Such a statement is short; nobody looks for the word in megabytes of values.
-bool maySetMode(std::string_view statement)
-{
-    constexpr std::size_t longest = 4000;
-    static constexpr std::string_view word = "sql_mode";
-    const auto isSame = [](char a, char b) { return (a | 0x20) == (b | 0x20); };
-    return statement.size() < longest && std::search(statement.begin(), statement.end(), word.begin(),
-                                                     word.end(), isSame) != statement.end();
-}
-
 class Run {
 public:
     Run(Session &session, const ScriptOptions &options,
@@ -145,7 +135,7 @@ void Run::runPiece(const QString &path, const ScriptPiece &piece, int depth, Sta
         m_lines.push_back(piece.line);
         m_batchBytes += text.size();
     }
-    const bool endsBatch = isSource || maySetMode(piece.text);
+    const bool endsBatch = isSource || maySetSqlMode(piece.text);
     constexpr qsizetype enoughBytes = 64 * 1024;
     if (endsBatch || m_batch.size() >= m_batchSize || m_batchBytes >= enoughBytes)
         sendBatch(path);
@@ -239,4 +229,14 @@ SqlMode sqlModeOf(Connection &connection)
     const QStringList modes = rows.isOpen() && !rows.isEof() ? rows.text(0).split(u',') : QStringList();
     return {.hasAnsiQuotes = modes.contains(QStringLiteral("ANSI_QUOTES")),
             .hasPlainBackslashes = modes.contains(QStringLiteral("NO_BACKSLASH_ESCAPES"))};
+}
+
+// Such a statement is short; nobody looks for the word in megabytes of values.
+bool maySetSqlMode(std::string_view statement)
+{
+    constexpr std::size_t longest = 4000;
+    static constexpr std::string_view word = "sql_mode";
+    const auto isSame = [](char a, char b) { return (a | 0x20) == (b | 0x20); };
+    return statement.size() < longest && std::search(statement.begin(), statement.end(), word.begin(),
+                                                     word.end(), isSame) != statement.end();
 }

@@ -47,3 +47,5 @@ ScriptReport runScript(Session &session, const ScriptOptions &options,
 
 // What the session's sql_mode changes about reading statements. Throws Failure.
 SqlMode sqlModeOf(Connection &connection);
+// Whether it is to be asked for again after the statement.
+bool maySetSqlMode(std::string_view statement);
