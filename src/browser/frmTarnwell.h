@@ -11,6 +11,7 @@
 #include "controls/window/serverstrip.h"
 #include "core/command/command.h"
 #include "rows/rowsview.h"
+#include "transfer/copy/copytargets.h"
 
 #include <QPointer>
 #include <QWidget>
@@ -81,6 +82,9 @@ private:
     void openPalette();
     void openDump();
     void openTableDump();
+    CopyTargets copyTargets();
+    void openCopy();
+    void openTableCopy();
     void openLoad();
     void openCsvImport();
     void showConnected();

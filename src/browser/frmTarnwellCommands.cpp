@@ -30,11 +30,14 @@ std::span<const frmTarnwell::WindowCommand> frmTarnwell::windowCommands()
         {{"cmdCreateDb", u"ﾃﾞｰﾀﾍﾞｰｽ作成", "Alt+N", Menu::Database, Needs::Connection | Needs::MayWrite},
          &W::cmdCreateDb_Click},
         {{"openDump", u"ダンプ...", "Ctrl+Shift+D", Menu::Database, Needs::Databases}, &W::openDump},
+        {{"openCopy", u"別の接続へコピー...", "", Menu::Database, Needs::Databases}, &W::openCopy},
         {{"openLoad", u"SQL ファイルの読み込み...", "", Menu::Database, Needs::Connection | Needs::MayWrite},
          &W::openLoad},
         {{"openCsvImport", u"CSV の取り込み...", "", Menu::Table, Needs::Databases | Needs::MayWrite},
          &W::openCsvImport},
         {{"openTableDump", u"テーブルのダンプ...", "", Menu::Table, Needs::Table}, &W::openTableDump},
+        {{"openTableCopy", u"テーブルを別の接続へコピー...", "", Menu::Table, Needs::Table},
+         &W::openTableCopy},
         {{"cmdDataGet", u"ﾃﾞｰﾀ表示", "F6", Menu::Table, Needs::Table}, &W::cmdDataGet_Click},
         {{"applyDefinition", u"編集した定義で変更", "Ctrl+S", Menu::Table,
           Needs::Connection | Needs::MayWrite},
@@ -371,6 +374,16 @@ void frmTarnwell::openDump()
 void frmTarnwell::openTableDump()
 {
     openDumpWindow(m_session, selection(), true);
+}
+
+void frmTarnwell::openCopy()
+{
+    openCopyWindow(m_session, selection(), false, copyTargets());
+}
+
+void frmTarnwell::openTableCopy()
+{
+    openCopyWindow(m_session, selection(), true, copyTargets());
 }
 
 void frmTarnwell::openLoad()

@@ -99,27 +99,29 @@ bool frmTarnwell::completeProfile()
     if (!profile.isSaved() || profile.kind == ConnectionKind::DataSource || !m_session.gPass.isEmpty())
         return true;
     const bool isOwnUser = m_session.gUser == profile.user; // whose password is kept
-    if (isOwnUser && profile.keeping == PasswordKeeping::File) {
-        showPassword(profile.password);
+    QString why;
+    if (const auto kept = isOwnUser ? keptPassword(profile, m_session.runner, *this, why) : std::nullopt) {
+        showPassword(*kept);
         return true;
     }
-    QString why;
-    if (isOwnUser && profile.keeping == PasswordKeeping::Desktop) {
-        std::optional<QString> kept;
-        m_session.runner.run(this, QStringLiteral("キーストア"),
-                             [&] { kept = KeyStore().read(profile.id, why); });
-        if (kept) {
-            showPassword(*kept);
-            return true;
-        }
-    }
-    QString question = QStringLiteral("「%1」に接続するパスワード (%2)").arg(profile.name, m_session.gUser);
-    if (!why.isEmpty())
-        question += QStringLiteral("\nキーストアから読めません: ") + why;
-    const std::optional<QString> password = askForPassword(this, question);
+    const std::optional<QString> password =
+        askForPassword(this, passwordQuestion(profile, m_session.gUser, why));
     showPassword(password.value_or(QString()));
     m_keepsPassword = password && isOwnUser && profile.keeping == PasswordKeeping::Desktop;
     return password.has_value();
+}
+
+CopyTargets frmTarnwell::copyTargets()
+{
+    return {
+        readConnections().profiles(),
+        [&session = m_session](const ConnectionProfile &profile, QWidget *window) -> std::optional<QString> {
+            if (profile.kind == ConnectionKind::DataSource)
+                return QString();
+            QString why;
+            const std::optional<QString> kept = keptPassword(profile, session.runner, *window, why);
+            return kept ? kept : askForPassword(window, passwordQuestion(profile, profile.user, why));
+        }};
 }
 
 void frmTarnwell::findProfile()

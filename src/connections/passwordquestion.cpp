@@ -1,6 +1,9 @@
 #include "connections/passwordquestion.h"
 
+#include "connections/keystore.h"
 #include "controls/window/building.h"
+#include "core/command/runner.h"
+#include "core/session/connectionprofile.h"
 #include "core/sql/listitem.h"
 
 #include <QDialog>
@@ -8,6 +11,23 @@
 #include <QLabel>
 #include <QLineEdit>
 #include <QVBoxLayout>
+
+std::optional<QString> keptPassword(const ConnectionProfile &profile, Runner &runner, const QObject &owner,
+                                    QString &why)
+{
+    if (profile.keeping == PasswordKeeping::File)
+        return profile.password;
+    std::optional<QString> kept;
+    if (profile.keeping == PasswordKeeping::Desktop)
+        runner.run(&owner, QStringLiteral("キーストア"), [&] { kept = KeyStore().read(profile.id, why); });
+    return kept;
+}
+
+QString passwordQuestion(const ConnectionProfile &profile, const QString &user, const QString &why)
+{
+    const QString question = QStringLiteral("「%1」に接続するパスワード (%2)").arg(profile.name, user);
+    return why.isEmpty() ? question : question + QStringLiteral("\nキーストアから読めません: ") + why;
+}
 
 std::optional<QString> askForPassword(QWidget *parent, const QString &question)
 {

@@ -1,6 +1,7 @@
 #include "transfer/commands.h"
 
 #include "controls/grid/flexgrid.h"
+#include "transfer/copy/copywindow.h"
 #include "transfer/csv/csvexportwindow.h"
 #include "transfer/csv/csvimportwindow.h"
 #include "transfer/dump/dumpwindow.h"
@@ -15,16 +16,31 @@ void show(QWidget *window)
     window->activateWindow();
 }
 
+QStringList namesOf(const Selection &selection)
+{
+    QStringList names;
+    for (const QString &item : selection.tables)
+        names << ListItem::parse(item).name;
+    return names;
+}
+
+QStringList chosenOf(const Selection &selection, bool isTableOnly)
+{
+    return isTableOnly && !selection.table.isEmpty() ? QStringList(ListItem::parse(selection.table).name)
+                                                     : QStringList();
+}
+
 } // namespace
 
 void openDumpWindow(Session &session, const Selection &selection, bool isTableOnly)
 {
-    QStringList names, chosen;
-    for (const QString &item : selection.tables)
-        names << ListItem::parse(item).name;
-    if (isTableOnly && !selection.table.isEmpty())
-        chosen << ListItem::parse(selection.table).name;
-    show(new DumpWindow(session, session.gDbName, names, chosen));
+    show(new DumpWindow(session, session.gDbName, namesOf(selection), chosenOf(selection, isTableOnly)));
+}
+
+void openCopyWindow(Session &session, const Selection &selection, bool isTableOnly, CopyTargets targets)
+{
+    show(new CopyWindow(session, session.gDbName, namesOf(selection), chosenOf(selection, isTableOnly),
+                        std::move(targets)));
 }
 
 void openLoadWindow(Session &session)

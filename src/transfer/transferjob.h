@@ -7,6 +7,7 @@
 
 #include <atomic>
 #include <thread>
+#include <vector>
 
 // Runs one transfer at a time on a thread and a connection of its own, so that windows and their connection
 // stay free meanwhile. All calls come from the thread of the windows; so do the signals.
@@ -16,13 +17,16 @@ class TransferJob : public QObject {
 public:
     // On the thread, over the session's open connection; throws Failure. Gives what is to be told.
     using Work = std::function<QString(Session &session, const ReportProgress &report)>;
+    // The same between two servers.
+    using WorkOfTwo = std::function<QString(Session &from, Session &to, const ReportProgress &report)>;
 
     using QObject::QObject;
     // Stops what runs and waits for its end.
     ~TransferJob() override;
 
-    // With the settings of the session.
-    void start(const Session &session, const QString &database, Work work);
+    // With the settings of the session. Its statements go into the session's log.
+    void start(const Session &session, const QString &database, const Work &work);
+    void start(const Session &from, const Session &to, const WorkOfTwo &work);
     // For what needs no server.
     void start(const std::function<QString(const ReportProgress &report)> &work);
     void stop() { m_isStopWanted = true; }
@@ -33,8 +37,12 @@ Q_SIGNALS:
     void finished(const QString &text, bool hasFailed);
 
 private:
+    class OwnSessions;
+    using WorkOfAny = std::function<QString(OwnSessions &sessions, const ReportProgress &report)>;
+
+    void start(std::unique_ptr<OwnSessions> sessions, WorkOfAny work);
     void run(std::function<QString()> work);
-    ReportProgress reporter();
+    ReportProgress reporter(OwnSessions *sessions);
 
     std::thread m_thread;
     std::atomic<bool> m_isStopWanted = false;

@@ -4,11 +4,13 @@
 #include "controls/window/building.h"
 #include "controls/window/stopping.h"
 
+#include <QCheckBox>
 #include <QCloseEvent>
 #include <QFileDialog>
 #include <QFileInfo>
 #include <QHBoxLayout>
 #include <QLabel>
+#include <QLineEdit>
 #include <QLocale>
 #include <QPlainTextEdit>
 #include <QPushButton>
@@ -61,6 +63,12 @@ void TransferWindow::begin(const QString &database, const TransferJob::Work &wor
 {
     setRunning(true);
     m_job.start(m_session, database, work);
+}
+
+void TransferWindow::begin(const Session &from, const Session &to, const TransferJob::WorkOfTwo &work)
+{
+    setRunning(true);
+    m_job.start(from, to, work);
 }
 
 void TransferWindow::begin(const std::function<QString(const ReportProgress &)> &work)
@@ -117,10 +125,12 @@ void TransferWindow::finish(const QString &text, bool hasFailed)
     else
         m_bar->setFraction(1, true);
     tell(text, hasFailed);
+    if (m_closesAtEnd) {
+        close();
+        return;
+    }
     m_start->setFocus();
     ended(hasFailed);
-    if (m_closesAtEnd)
-        close();
 }
 
 void TransferWindow::tell(const QString &text, bool isFailure)
@@ -156,6 +166,14 @@ bool TransferWindow::mayReplace(const QString &path)
                               Icon::Critical);
 }
 
+QCheckBox *tick(const char *name, const QString &text, bool isOn, const QString &tip)
+{
+    auto *box = made<QCheckBox>(name, text);
+    box->setChecked(isOn);
+    box->setToolTip(tip);
+    return box;
+}
+
 QString choosePath(QWidget *window, PathKind kind, const QString &start, const QString &filter)
 {
     if (kind == PathKind::Folder)
@@ -165,4 +183,16 @@ QString choosePath(QWidget *window, PathKind kind, const QString &start, const Q
                ? QFileDialog::getSaveFileName(window, window->windowTitle(), start, filter, nullptr,
                                               QFileDialog::DontConfirmOverwrite)
                : QFileDialog::getOpenFileName(window, window->windowTitle(), start, filter);
+}
+
+QHBoxLayout *pathRow(const char *buttonName, QLineEdit *line, const std::function<void()> &browse)
+{
+    auto *button = made<QPushButton>(buttonName, QStringLiteral("..."));
+    button->setAccessibleName(QStringLiteral("ﾌｧｲﾙを選択"));
+    button->setMaximumWidth(40);
+    QObject::connect(button, &QPushButton::clicked, button, browse);
+    auto *row = new QHBoxLayout;
+    row->addWidget(line);
+    row->addWidget(button);
+    return row;
 }

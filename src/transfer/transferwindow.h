@@ -7,7 +7,10 @@
 #include <QWidget>
 
 class PercentBar;
+class QCheckBox;
+class QHBoxLayout;
 class QLabel;
+class QLineEdit;
 class QPlainTextEdit;
 class QPushButton;
 class QVBoxLayout;
@@ -30,9 +33,10 @@ protected:
     // A button was pressed: calls begin() unless something is missing, which it tells.
     virtual void start() = 0;
     void begin(const QString &database, const TransferJob::Work &work);
+    void begin(const Session &from, const Session &to, const TransferJob::WorkOfTwo &work);
     void begin(const std::function<QString(const ReportProgress &)> &work);
     void tell(const QString &text, bool isFailure);
-    // After the end of a run.
+    // After the end of a run, unless the window closes.
     virtual void ended(bool /*hasFailed*/) {}
 
     QVBoxLayout *form() const { return m_form; }
@@ -61,6 +65,10 @@ private:
     bool m_closesAtEnd = false;
 };
 
+QCheckBox *tick(const char *name, const QString &text, bool isOn, const QString &tip = {});
+
 // A line for a path with a button that chooses one: open or save a file, or a folder.
 enum class PathKind { OpenFile, SaveFile, Folder };
 QString choosePath(QWidget *window, PathKind kind, const QString &start, const QString &filter);
+// The line with its button of that name.
+QHBoxLayout *pathRow(const char *buttonName, QLineEdit *line, const std::function<void()> &browse);

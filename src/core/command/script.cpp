@@ -21,14 +21,6 @@ constexpr int deepestSource = 20; // a script may name itself
 // The end of the script, as far as it is no refusal of one statement.
 struct Ended {};
 
-QString beginning(std::string_view statement)
-{
-    constexpr std::size_t enough = 300;
-    const std::string_view part = statement.substr(0, enough);
-    const QString text = maskedPasswords(QString::fromUtf8(part.data(), static_cast<qsizetype>(part.size())));
-    return part.size() < statement.size() ? text + QStringLiteral(" …") : text;
-}
-
 class Run {
 public:
     Run(Session &session, const ScriptOptions &options,
@@ -190,7 +182,7 @@ void Run::refuse(const QString &path, qint64 line, std::string_view statement, c
 {
     if (m_session.runner.isStopWanted())
         throw Failure(failure);
-    note({path, line, beginning(statement), failure.description()});
+    note({path, line, maskedBeginning(statement), failure.description()});
     if (!m_options.goesOnAtErrors || failure.isConnectionLost())
         throw Ended();
 }

@@ -272,3 +272,11 @@ QString withoutQuotedPart(const QString &refusal)
     // A mark without another one is an apostrophe.
     return from == to ? refusal : refusal.left(from) + QStringLiteral("'***'") + refusal.mid(to + 1);
 }
+
+QString maskedBeginning(std::string_view statement)
+{
+    constexpr std::size_t enough = 300;
+    const std::string_view part = statement.substr(0, enough);
+    const QString text = maskedPasswords(QString::fromUtf8(part.data(), static_cast<qsizetype>(part.size())));
+    return part.size() < statement.size() ? text + QStringLiteral(" …") : text;
+}

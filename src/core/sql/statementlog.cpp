@@ -1,12 +1,16 @@
 #include "core/sql/statementlog.h"
 
+#include "core/sql/batch.h"
 #include "core/sql/passwords.h"
 
 #include <QElapsedTimer>
 
 namespace {
 
-class LoggedConnection : public Connection {
+// What is kept of a statement; one of megabytes is no reading matter.
+constexpr qsizetype longest = 10'000;
+
+class LoggedConnection : public Connection, public BatchSender {
 public:
     LoggedConnection(std::unique_ptr<Connection> connection, std::shared_ptr<StatementLog> log)
         : m_connection(std::move(connection))
@@ -25,15 +29,17 @@ public:
     }
     RecordSet executeText(const QByteArray &statement) override
     {
-        return noted(QString::fromUtf8(statement),
+        return noted(QString::fromUtf8(statement.left(longest + 1)),
                      [&](Connection &connection) { return connection.executeText(statement); });
     }
     bool nextResult(RecordSet &result) override { return m_connection->nextResult(result); }
     Effect effect() const override { return m_connection->effect(); }
+    BatchOutcome executeAll(const std::vector<QByteArray> &statements) override;
     bool isBusy() const override { return m_connection->isBusy(); }
     void cancel() override { m_connection->cancel(); }
 
 private:
+    void note(const QByteArray &statement, std::size_t further, qint64 microseconds, const Failure *failure);
     RecordSet noted(const QString &statement, const std::function<RecordSet(Connection &)> &send);
 
     std::unique_ptr<Connection> m_connection;
@@ -67,12 +73,45 @@ RecordSet LoggedConnection::noted(const QString &statement,
     }
 }
 
+// An entry for each would cost more than small statements themselves: one for all that were carried out.
+BatchOutcome LoggedConnection::executeAll(const std::vector<QByteArray> &statements)
+{
+    QElapsedTimer clock;
+    clock.start();
+    const auto microseconds = [&clock] { return clock.nsecsElapsed() / 1000; };
+    try {
+        BatchOutcome outcome = ::executeAll(*m_connection, statements);
+        if (outcome.done > 0)
+            note(statements.front(), outcome.done - 1, microseconds(), nullptr);
+        if (outcome.failure)
+            note(statements[outcome.done], 0, microseconds(), &*outcome.failure);
+        return outcome;
+    } catch (const Failure &failure) {
+        note(statements.front(), 0, microseconds(), &failure);
+        throw;
+    }
+}
+
+void LoggedConnection::note(const QByteArray &statement, std::size_t further, qint64 microseconds,
+                            const Failure *failure)
+{
+    const std::string_view text(statement.constData(), static_cast<std::size_t>(statement.size()));
+    LoggedStatement entry;
+    entry.time = QDateTime::currentDateTime();
+    entry.statement = maskedBeginning(text);
+    if (further > 0)
+        entry.statement += QStringLiteral(" （ほか %1 文）").arg(further);
+    entry.microseconds = microseconds;
+    if (failure)
+        entry.error = holdsPassword(QString::fromUtf8(statement)) ? withoutQuotedPart(failure->description())
+                                                                  : failure->description();
+    m_log->add(std::move(entry));
+}
+
 } // namespace
 
 std::uint64_t StatementLog::add(LoggedStatement entry)
 {
-    // A statement of megabytes is no reading matter.
-    constexpr qsizetype longest = 10'000;
     if (entry.statement.size() > longest)
         entry.statement = entry.statement.left(longest) + QStringLiteral(" …");
     m_entries.push_back(std::move(entry));

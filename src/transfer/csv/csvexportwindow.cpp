@@ -63,10 +63,13 @@ QString exportStatement(Session &session, const QString &statement, const Export
         throw Failure(QStringLiteral("この文は行を返しません。"));
     rows.readWithoutLimit();
     RowExport file(options, rows.fields());
-    for (; !rows.isEof(); rows.moveNext()) {
-        file.addRow(rows.cells());
-        if (file.rows() % rowsBetweenReports == 0)
-            report({.object = {}, .rows = file.rows()});
+    for (std::vector<Cell> cells; !rows.isEof(); rows.moveNextBlock()) {
+        const RowBlock &block = rows.block();
+        for (int row = 0; row < block.rowCount(); ++row) {
+            block.read(row, cells);
+            file.addRow(cells);
+        }
+        report({.object = {}, .rows = file.rows()});
     }
     file.finish();
     return told(file, options.path);
@@ -93,11 +96,16 @@ CsvExportWindow::CsvExportWindow(Session &session, const FlexGrid &grid)
     , m_table(made<QLineEdit>("exportTable"))
     , m_path(made<QLineEdit>("exportPath"))
 {
-    buildForm();
+    fillChoices();
+    layOut();
+    takePreset();
+    connect(m_form, &QComboBox::currentIndexChanged, this, &CsvExportWindow::showForm);
+    connect(m_encoding, &QComboBox::currentIndexChanged, this, &CsvExportWindow::showForm);
+    showForm();
     resize(640, 480);
 }
 
-void CsvExportWindow::buildForm()
+void CsvExportWindow::fillChoices()
 {
     makeOptionGroup(this, {m_shownRows, m_allRows});
     m_shownRows->setChecked(true);
@@ -120,32 +128,32 @@ void CsvExportWindow::buildForm()
     const QString folder = m_session.gTextPath.isEmpty() ? QDir::homePath() : m_session.gTextPath;
     m_path->setText(QDir::toNativeSeparators(QDir(folder).filePath(
         (m_source->table.isEmpty() ? QStringLiteral("result") : m_source->table) + QStringLiteral(".csv"))));
+}
 
+void CsvExportWindow::takePreset()
+{
+    const ExportOptions excel = excelPreset();
+    m_form->setCurrentIndex(static_cast<int>(excel.form));
+    m_encoding->setCurrentIndex(static_cast<int>(excel.encoding));
+    m_separator->setCurrentIndex(0);
+    m_lineEnd->setCurrentIndex(excel.hasCrLf ? 0 : 1);
+    m_header->setChecked(excel.hasHeader);
+    m_quoteAll->setChecked(excel.quotes == QuoteRule::Always);
+    m_nullText->setText(excel.nullText);
+}
+
+void CsvExportWindow::browse()
+{
+    const QString path = choosePath(this, PathKind::SaveFile, m_path->text(), {});
+    if (!path.isEmpty())
+        m_path->setText(QDir::toNativeSeparators(path));
+}
+
+void CsvExportWindow::layOut()
+{
     auto *preset = made<QPushButton>("exportExcel", QStringLiteral("Excel (日本語)"));
     preset->setToolTip(QStringLiteral("ダブルクリックでそのまま開ける形にします"));
-    connect(preset, &QPushButton::clicked, this, [this] {
-        const ExportOptions excel = excelPreset();
-        m_form->setCurrentIndex(static_cast<int>(excel.form));
-        m_encoding->setCurrentIndex(static_cast<int>(excel.encoding));
-        m_separator->setCurrentIndex(0);
-        m_lineEnd->setCurrentIndex(excel.hasCrLf ? 0 : 1);
-        m_header->setChecked(excel.hasHeader);
-        m_quoteAll->setChecked(excel.quotes == QuoteRule::Always);
-        m_nullText->setText(excel.nullText);
-    });
-    preset->click();
-
-    auto *browse = made<QPushButton>("exportBrowse", QStringLiteral("..."));
-    browse->setAccessibleName(QStringLiteral("ﾌｧｲﾙを選択"));
-    browse->setMaximumWidth(40);
-    connect(browse, &QPushButton::clicked, this, [this] {
-        const QString path = choosePath(this, PathKind::SaveFile, m_path->text(), {});
-        if (!path.isEmpty())
-            m_path->setText(QDir::toNativeSeparators(path));
-    });
-    auto *pathRow = new QHBoxLayout;
-    pathRow->addWidget(m_path);
-    pathRow->addWidget(browse);
+    connect(preset, &QPushButton::clicked, this, &CsvExportWindow::takePreset);
     auto *formRow = new QHBoxLayout;
     formRow->addWidget(m_form, 1);
     formRow->addWidget(preset);
@@ -161,12 +169,9 @@ void CsvExportWindow::buildForm()
     fields->addRow(QStringLiteral("NULL："), m_nullText);
     fields->addRow(QStringLiteral("改行："), m_lineEnd);
     fields->addRow(QStringLiteral("テーブル名："), m_table);
-    fields->addRow(QStringLiteral("ファイル："), pathRow);
+    fields->addRow(QStringLiteral("ファイル："), pathRow("exportBrowse", m_path, [this] { browse(); }));
     form()->addLayout(fields);
     form()->addStretch();
-    connect(m_form, &QComboBox::currentIndexChanged, this, &CsvExportWindow::showForm);
-    connect(m_encoding, &QComboBox::currentIndexChanged, this, &CsvExportWindow::showForm);
-    showForm();
 }
 
 // What the form does not know is grey; the file's name follows it.

@@ -22,7 +22,10 @@ protected:
 private:
     struct Source;
 
-    void buildForm();
+    void fillChoices();
+    void layOut();
+    void takePreset();
+    void browse();
     void showForm();
     ExportOptions options() const;
 

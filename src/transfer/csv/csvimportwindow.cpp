@@ -49,12 +49,14 @@ CsvImportWindow::CsvImportWindow(Session &session, const QString &table)
     , m_mapping(made<QTableWidget>("importMapping"))
     , m_checks(made<QLabel>("importChecks"))
 {
-    buildForm();
+    fillChoices();
+    connectChoices();
+    layOut();
     resize(860, 720);
     readColumns();
 }
 
-void CsvImportWindow::buildForm()
+void CsvImportWindow::fillChoices()
 {
     m_encoding->addItems(
         {QStringLiteral("UTF-8"), QStringLiteral("CP932 (Shift_JIS)"), QStringLiteral("UTF-16")});
@@ -76,19 +78,10 @@ void CsvImportWindow::buildForm()
     m_mapping->verticalHeader()->hide();
     m_mapping->setVisible(!m_table.isEmpty());
     m_newTable->setVisible(m_table.isEmpty());
+}
 
-    auto *browse = made<QPushButton>("importBrowse", QStringLiteral("..."));
-    browse->setAccessibleName(QStringLiteral("ﾌｧｲﾙを選択"));
-    browse->setMaximumWidth(40);
-    connect(browse, &QPushButton::clicked, this, [this] {
-        const QString start = m_path->text().isEmpty() ? m_session.gTextPath : m_path->text();
-        const QString path = choosePath(this, PathKind::OpenFile, start,
-                                        QStringLiteral("CSV, TSV (*.csv *.tsv *.txt);;すべてのファイル (*)"));
-        if (!path.isEmpty()) {
-            m_path->setText(QDir::toNativeSeparators(path));
-            look();
-        }
-    });
+void CsvImportWindow::connectChoices()
+{
     connect(m_path, &QLineEdit::editingFinished, this, [this] {
         if (m_path->isModified() && QFileInfo::exists(m_path->text()))
             look();
@@ -98,17 +91,17 @@ void CsvImportWindow::buildForm()
         connect(box, &QComboBox::currentIndexChanged, this, &CsvImportWindow::preview);
     connect(m_header, &QCheckBox::toggled, this, &CsvImportWindow::preview);
     connect(m_nullText, &QLineEdit::editingFinished, this, &CsvImportWindow::checkTypes);
+}
 
-    auto *pathRow = new QHBoxLayout;
-    pathRow->addWidget(m_path);
-    pathRow->addWidget(browse);
+void CsvImportWindow::layOut()
+{
     auto *formatRow = new QHBoxLayout;
     formatRow->addWidget(m_encoding);
     formatRow->addWidget(m_separator);
     formatRow->addWidget(m_header);
     formatRow->addStretch();
     auto *fields = new QFormLayout;
-    fields->addRow(QStringLiteral("ファイル："), pathRow);
+    fields->addRow(QStringLiteral("ファイル："), pathRow("importBrowse", m_path, [this] { browse(); }));
     fields->addRow(QStringLiteral("文字コードと区切り："), formatRow);
     fields->addRow(QStringLiteral("NULL と読む値："), m_nullText);
     if (m_table.isEmpty())
@@ -119,6 +112,17 @@ void CsvImportWindow::buildForm()
     form()->addWidget(m_preview, 2);
     form()->addWidget(m_mapping, 2);
     form()->addWidget(m_checks);
+}
+
+void CsvImportWindow::browse()
+{
+    const QString start = m_path->text().isEmpty() ? m_session.gTextPath : m_path->text();
+    const QString path = choosePath(this, PathKind::OpenFile, start,
+                                    QStringLiteral("CSV, TSV (*.csv *.tsv *.txt);;すべてのファイル (*)"));
+    if (path.isEmpty())
+        return;
+    m_path->setText(QDir::toNativeSeparators(path));
+    look();
 }
 
 void CsvImportWindow::readColumns()

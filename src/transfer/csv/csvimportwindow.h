@@ -28,7 +28,10 @@ private:
         bool isGenerated = false;
     };
 
-    void buildForm();
+    void fillChoices();
+    void connectChoices();
+    void layOut();
+    void browse();
     void readColumns();
     void look();
     void preview();

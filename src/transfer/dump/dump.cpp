@@ -17,13 +17,34 @@ QString now()
     return QDateTime::currentDateTime().toString(Qt::ISODate);
 }
 
+class FileSink : public DumpSink {
+public:
+    explicit FileSink(const QString &path)
+        : m_file(path)
+    {
+    }
+    void write(std::string_view script) override { m_file.write(script); }
+    void insert(std::string_view statement) override
+    {
+        m_file.write(statement);
+        m_file.write(";\n");
+    }
+    void finish() { m_file.finish(); }
+
+private:
+    TransferFile m_file;
+};
+
 // One run, from the snapshot to the last line.
 class Dump {
 public:
-    Dump(Session &session, const DumpOptions &options, const DumpTarget &target, const ReportProgress &report)
+    // Either a target or a sink.
+    Dump(Session &session, const DumpOptions &options, const DumpTarget &target, DumpSink *sink,
+         const ReportProgress &report)
         : m_session(session)
         , m_options(options)
         , m_target(target)
+        , m_sink(sink)
         , m_tell(report)
     {
     }
@@ -33,10 +54,10 @@ public:
 private:
     RecordSet execute(const QString &statement) { return m_session.connection().execute(statement); }
     void prepareSession();
-    void openFile(const QString &path);
+    void open(const QString &path);
     void openFor(const DumpObject &object);
-    void closeFile();
-    void write(const QString &text) { m_file->write(text.toStdString()); }
+    void close();
+    void write(const QString &text) { m_sink->write(text.toStdString()); }
     void writeObject(const DumpObject &object);
     void writeRows(const DumpObject &table);
     void copyRows(const DumpObject &table, RecordSet rows, InsertWriter &writer);
@@ -47,9 +68,10 @@ private:
     Session &m_session;
     const DumpOptions &m_options;
     const DumpTarget &m_target;
+    DumpSink *m_sink; // the file, where there is one
     const ReportProgress &m_tell;
     QString m_createDatabase;
-    std::unique_ptr<TransferFile> m_file;
+    std::unique_ptr<FileSink> m_file;
     QStringList m_files; // of a folder, in the order to load them
     TransferStatus m_status;
     DumpReport m_report;
@@ -66,13 +88,13 @@ DumpReport Dump::run()
     for (const DumpObject &object : plan)
         m_status.expectedRows += m_options.hasRows && object.hasOwnRows() ? object.expectedRows : 0;
     if (!m_target.isFolder)
-        openFile(m_target.path);
+        open(m_target.path);
     for (const DumpObject &object : plan) {
         tell(object);
         openFor(object);
         writeObject(object);
         if (m_target.isFolder)
-            closeFile();
+            close();
         ++m_status.finished;
         ++m_report.objects;
     }
@@ -83,7 +105,7 @@ DumpReport Dump::run()
     if (m_target.isFolder)
         writeLoader();
     else
-        closeFile();
+        close();
     execute(QStringLiteral("COMMIT"));
     return m_report;
 }
@@ -93,13 +115,18 @@ void Dump::prepareSession()
     Connection &connection = m_session.connection();
     connection.execute(useStatement(m_options.database));
     connection.execute(setStatement(exactVariables(connection.server())));
+    // Rows wait for a slow disk or for the server that they go to, which may have to wait for a lock.
+    connection.execute(QStringLiteral("SET net_write_timeout=86400"));
     connection.execute(QStringLiteral("SET SESSION TRANSACTION ISOLATION LEVEL REPEATABLE READ"));
     connection.execute(QStringLiteral("START TRANSACTION WITH CONSISTENT SNAPSHOT"));
 }
 
-void Dump::openFile(const QString &path)
+void Dump::open(const QString &path)
 {
-    m_file = std::make_unique<TransferFile>(path);
+    if (!path.isEmpty()) {
+        m_file = std::make_unique<FileSink>(path);
+        m_sink = m_file.get();
+    }
     write(dumpHead(m_session.connection().server(), m_options, now(), m_createDatabase));
 }
 
@@ -110,14 +137,17 @@ void Dump::openFor(const DumpObject &object)
     const QString word = object.keyword.toLower().replace(u' ', u'-');
     const QString name = word + u'-' + fileNameOf(object.name) + QStringLiteral(".sql");
     m_files << name;
-    openFile(QDir(m_target.path).filePath(name));
+    open(QDir(m_target.path).filePath(name));
 }
 
-void Dump::closeFile()
+void Dump::close()
 {
     write(dumpTail(now()));
+    if (!m_file)
+        return;
     m_file->finish();
     m_file.reset();
+    m_sink = nullptr;
 }
 
 void Dump::tell(const DumpObject &object)
@@ -180,7 +210,7 @@ void Dump::writeRows(const DumpObject &table)
     }
     if (!stored.columns.empty()) {
         InsertWriter writer(table.name, stored.columns, isNamed, m_options.insertBytes,
-                            [this](std::string_view text) { m_file->write(text); });
+                            [this](std::string_view statement) { m_sink->insert(statement); });
         QString select = QStringLiteral("SELECT %1 FROM %2").arg(writer.selected(), quotedName(table.name));
         if (withHistory)
             select += QStringLiteral(" FOR SYSTEM_TIME ALL");
@@ -197,15 +227,17 @@ void Dump::writeRows(const DumpObject &table)
 // The one place where rows go from the connection to the file.
 void Dump::copyRows(const DumpObject &table, RecordSet rows, InsertWriter &writer)
 {
-    constexpr qint64 rowsBetweenReports = 256;
     const qint64 before = m_status.rows;
     try {
         rows.readWithoutLimit();
         writer.setFields(rows.fields());
-        for (; !rows.isEof(); rows.moveNext()) {
-            writer.addRow(rows.cells());
-            if (++m_status.rows % rowsBetweenReports == 0)
-                tell(table);
+        for (std::vector<Cell> cells; !rows.isEof(); rows.moveNextBlock()) {
+            const RowBlock &block = rows.block();
+            for (int row = 0; row < block.rowCount(); ++row, ++m_status.rows) {
+                block.read(row, cells);
+                writer.addRow(cells);
+            }
+            tell(table);
         }
         writer.finish();
     } catch (const Failure &error) {
@@ -231,11 +263,10 @@ void Dump::requireUnchanged(const DumpObject &object)
 
 void Dump::writeLoader()
 {
-    m_file = std::make_unique<TransferFile>(QDir(m_target.path).filePath(QStringLiteral("load.sql")));
-    write(dumpHead(m_session.connection().server(), m_options, now(), m_createDatabase));
+    open(QDir(m_target.path).filePath(QStringLiteral("load.sql")));
     for (const QString &file : std::as_const(m_files))
         write(QStringLiteral("SOURCE %1\n").arg(file));
-    closeFile();
+    close();
 }
 
 } // namespace
@@ -243,18 +274,29 @@ void Dump::writeLoader()
 DumpReport dump(Session &session, const DumpOptions &options, const DumpTarget &target,
                 const ReportProgress &report)
 {
-    return Dump(session, options, target, report).run();
+    return Dump(session, options, target, nullptr, report).run();
+}
+
+DumpReport dump(Session &session, const DumpOptions &options, DumpSink &sink, const ReportProgress &report)
+{
+    return Dump(session, options, {}, &sink, report).run();
 }
 
 QString textOf(const DumpReport &report, const DumpTarget &target)
 {
-    QString text = QStringLiteral("「%1」に %2 個のオブジェクト、%3 行をダンプしました。")
-                       .arg(target.path)
-                       .arg(report.objects)
-                       .arg(report.rows);
+    return QStringLiteral("「%1」に %2 個のオブジェクト、%3 行をダンプしました。")
+               .arg(target.path)
+               .arg(report.objects)
+               .arg(report.rows) +
+           notesOf(report);
+}
+
+QString notesOf(const DumpReport &report)
+{
+    QString text;
     if (!report.outsideSnapshot.isEmpty())
         text += QStringLiteral("\n次のテーブルはスナップショットに対応していません。"
-                               "ダンプ中の変更が混じることがあります: ") +
+                               "実行中の変更が混じることがあります: ") +
                 report.outsideSnapshot.join(QStringLiteral(", "));
     if (!report.withoutRows.isEmpty())
         text += QStringLiteral("\n次のテーブルの行はほかのテーブルやサーバーにあるため、定義だけです: ") +

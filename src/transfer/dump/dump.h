@@ -2,6 +2,7 @@
 
 #include "core/session/session.h"
 #include "transfer/dump/dumpplan.h"
+#include "transfer/dump/dumpsink.h"
 #include "transfer/progress.h"
 
 // Where a dump goes: one file (compressed when its name ends in ".gz"), or a folder with one file for each
@@ -23,4 +24,8 @@ struct DumpReport {
 // file as they arrive. Throws Failure; a file that is not whole does not bear its name then.
 DumpReport dump(Session &session, const DumpOptions &options, const DumpTarget &target,
                 const ReportProgress &report);
+// The same, in one piece, into whatever takes it.
+DumpReport dump(Session &session, const DumpOptions &options, DumpSink &sink, const ReportProgress &report);
 QString textOf(const DumpReport &report, const DumpTarget &target);
+// Of tables that are not as one might expect, a line each.
+QString notesOf(const DumpReport &report);

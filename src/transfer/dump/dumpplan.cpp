@@ -101,6 +101,11 @@ bool DumpObject::hasOwnRows() const
     return kind == DumpKind::Table && !keepsRowsElsewhere(engine);
 }
 
+QString nameOf(const DumpObject &object)
+{
+    return object.keyword + u' ' + object.name;
+}
+
 void sortViews(std::vector<DumpObject> &views)
 {
     std::vector<DumpObject> sorted;

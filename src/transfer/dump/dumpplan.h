@@ -19,7 +19,8 @@ struct DumpOptions {
     bool hasHistory = false; // of tables with system versioning
     bool createsDatabase = false;
     bool drops = true;
-    QString condition; // behind WHERE, for every table; empty: all rows
+    QStringList dropsOnly = {}; // names of nameOf(); empty: all
+    QString condition;          // behind WHERE, for every table; empty: all rows
     int insertBytes = 1024 * 1024;
 };
 
@@ -37,6 +38,9 @@ struct DumpObject {
 
     bool hasOwnRows() const;
 };
+
+// "TABLE a"
+QString nameOf(const DumpObject &object);
 
 // The chosen objects in an order in which they can be made again. Throws Failure, naming the object whose
 // definition cannot be read. The default database is the one of the options.

@@ -147,7 +147,7 @@ QString dumpTailMark()
 QString objectScript(const DumpObject &object, const DumpOptions &options)
 {
     QString text = QStringLiteral("\n-- %1 %2\n\n").arg(object.keyword, oneLine(object.name));
-    if (options.drops)
+    if (options.drops && (options.dropsOnly.isEmpty() || options.dropsOnly.contains(nameOf(object))))
         text += dropStatement(object);
     return text + sessionOf(object.definition) + createScript(object, options) +
            sessionAgain(object.definition);

@@ -1,36 +1,21 @@
 #include "transfer/dump/dumpwindow.h"
 
 #include "controls/window/building.h"
+#include "transfer/objectchoice.h"
 
 #include <QCheckBox>
 #include <QDir>
 #include <QFormLayout>
-#include <QGridLayout>
 #include <QGroupBox>
-#include <QLabel>
 #include <QLineEdit>
-#include <QListWidget>
-#include <QPushButton>
 #include <QRadioButton>
 #include <QSpinBox>
-
-namespace {
-
-QCheckBox *tick(const char *name, const QString &text, bool isOn, const QString &tip = {})
-{
-    auto *box = made<QCheckBox>(name, text);
-    box->setChecked(isOn);
-    box->setToolTip(tip);
-    return box;
-}
-
-} // namespace
 
 DumpWindow::DumpWindow(Session &session, const QString &database, const QStringList &objects,
                        const QStringList &chosen)
     : TransferWindow(session, "dumpWindow", QStringLiteral("ダンプ - ") + database, "startDump")
     , m_database(database)
-    , m_objects(made<QListWidget>("dumpObjects"))
+    , m_objects(new ObjectChoice(QStringLiteral("dump"), objects, chosen))
     , m_structure(tick("dumpStructure", QStringLiteral("定義"), true))
     , m_rows(tick("dumpRows", QStringLiteral("行"), true))
     , m_routines(tick("dumpRoutines", QStringLiteral("ルーチン"), chosen.isEmpty()))
@@ -50,18 +35,12 @@ DumpWindow::DumpWindow(Session &session, const QString &database, const QStringL
     , m_oneFile(made<QRadioButton>("dumpOneFile", QStringLiteral("1 つのファイル")))
     , m_folder(made<QRadioButton>("dumpFolder", QStringLiteral("フォルダー（オブジェクトごとのファイル）")))
 {
-    buildForm(objects, chosen);
+    buildForm();
     resize(760, 620);
 }
 
-void DumpWindow::buildForm(const QStringList &objects, const QStringList &chosen)
+void DumpWindow::buildForm()
 {
-    for (const QString &name : objects) {
-        auto *item = new QListWidgetItem(name, m_objects);
-        item->setCheckState(chosen.isEmpty() || chosen.contains(name) ? Qt::Checked : Qt::Unchecked);
-    }
-    m_objects->setItemDelegate(new VisibleItems(m_objects));
-    m_objects->setAccessibleName(QStringLiteral("ダンプするテーブルとビュー"));
     m_insertSize->setRange(1, 512 * 1024);
     m_insertSize->setValue(1024);
     m_insertSize->setSuffix(QStringLiteral(" KB"));
@@ -71,46 +50,9 @@ void DumpWindow::buildForm(const QStringList &objects, const QStringList &chosen
     m_oneFile->setChecked(true);
     makeOptionGroup(this, {m_oneFile, m_folder});
 
-    auto *parts = new QGroupBox(QStringLiteral("書くもの"));
-    auto *partRows = new QVBoxLayout(parts);
-    for (QCheckBox *box : {m_structure, m_rows, m_routines, m_triggers, m_events, m_definers, m_history,
-                           m_createDatabase, m_drop})
-        partRows->addWidget(box);
-    partRows->addStretch();
-
-    auto *list = new QGroupBox(QStringLiteral("テーブルとビュー"));
-    auto *listRows = new QVBoxLayout(list);
-    auto *all = made<QPushButton>("dumpAll", QStringLiteral("すべて"));
-    auto *none = made<QPushButton>("dumpNone", QStringLiteral("なし"));
-    const auto setAll = [this](Qt::CheckState state) {
-        for (int i = 0; i < m_objects->count(); ++i)
-            m_objects->item(i)->setCheckState(state);
-    };
-    connect(all, &QPushButton::clicked, this, [setAll] { setAll(Qt::Checked); });
-    connect(none, &QPushButton::clicked, this, [setAll] { setAll(Qt::Unchecked); });
-    auto *choices = new QHBoxLayout;
-    choices->addWidget(all);
-    choices->addWidget(none);
-    choices->addStretch();
-    listRows->addWidget(m_objects);
-    listRows->addLayout(choices);
-
     auto *upper = new QHBoxLayout;
-    upper->addWidget(list, 1);
-    upper->addWidget(parts);
-    auto *browse = made<QPushButton>("dumpBrowse", QStringLiteral("..."));
-    browse->setAccessibleName(QStringLiteral("ﾌｧｲﾙを選択"));
-    browse->setMaximumWidth(40);
-    connect(browse, &QPushButton::clicked, this, [this] {
-        const QString chosenPath =
-            choosePath(this, m_folder->isChecked() ? PathKind::Folder : PathKind::SaveFile, m_path->text(),
-                       QStringLiteral("SQL (*.sql *.sql.gz)"));
-        if (!chosenPath.isEmpty())
-            m_path->setText(QDir::toNativeSeparators(chosenPath));
-    });
-    auto *pathRow = new QHBoxLayout;
-    pathRow->addWidget(m_path);
-    pathRow->addWidget(browse);
+    upper->addWidget(m_objects, 1);
+    upper->addWidget(parts());
     auto *kindRow = new QHBoxLayout;
     kindRow->addWidget(m_oneFile);
     kindRow->addWidget(m_folder);
@@ -119,9 +61,29 @@ void DumpWindow::buildForm(const QStringList &objects, const QStringList &chosen
     fields->addRow(QStringLiteral("WHERE："), m_condition);
     fields->addRow(QStringLiteral("INSERT の大きさ："), m_insertSize);
     fields->addRow(QStringLiteral("書き込み先："), kindRow);
-    fields->addRow(QStringLiteral("パス（.gz で圧縮）："), pathRow);
+    fields->addRow(QStringLiteral("パス（.gz で圧縮）："),
+                   pathRow("dumpBrowse", m_path, [this] { browse(); }));
     form()->addLayout(upper, 1);
     form()->addLayout(fields);
+}
+
+QWidget *DumpWindow::parts()
+{
+    auto *group = new QGroupBox(QStringLiteral("書くもの"));
+    auto *rows = new QVBoxLayout(group);
+    for (QCheckBox *box : {m_structure, m_rows, m_routines, m_triggers, m_events, m_definers, m_history,
+                           m_createDatabase, m_drop})
+        rows->addWidget(box);
+    rows->addStretch();
+    return group;
+}
+
+void DumpWindow::browse()
+{
+    const QString chosenPath = choosePath(this, m_folder->isChecked() ? PathKind::Folder : PathKind::SaveFile,
+                                          m_path->text(), QStringLiteral("SQL (*.sql *.sql.gz)"));
+    if (!chosenPath.isEmpty())
+        m_path->setText(QDir::toNativeSeparators(chosenPath));
 }
 
 QString DumpWindow::startPath() const
@@ -134,16 +96,7 @@ DumpOptions DumpWindow::options() const
 {
     DumpOptions options;
     options.database = m_database;
-    bool isAll = true;
-    for (int i = 0; i < m_objects->count(); ++i) {
-        const QListWidgetItem *item = m_objects->item(i);
-        if (item->checkState() == Qt::Checked)
-            options.objects << item->text();
-        else
-            isAll = false;
-    }
-    if (isAll)
-        options.objects.clear(); // also those that were made since the list was read
+    options.objects = m_objects->chosen();
     options.hasStructure = m_structure->isChecked();
     options.hasRows = m_rows->isChecked();
     options.hasRoutines = m_routines->isChecked();
@@ -162,10 +115,7 @@ void DumpWindow::start()
 {
     const DumpOptions what = options();
     const DumpTarget target{m_path->text(), m_folder->isChecked()};
-    bool hasTick = m_objects->count() == 0;
-    for (int i = 0; i < m_objects->count(); ++i)
-        hasTick = hasTick || m_objects->item(i)->checkState() == Qt::Checked;
-    if (!hasTick)
+    if (!m_objects->isUsable())
         return tell(QStringLiteral("テーブルかビューをひとつ以上選んでください。"), true);
     if (!what.hasStructure && !what.hasRows)
         return tell(QStringLiteral("「定義」か「行」を選んでください。"), true);

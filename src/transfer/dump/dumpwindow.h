@@ -3,9 +3,9 @@
 #include "transfer/dump/dump.h"
 #include "transfer/transferwindow.h"
 
+class ObjectChoice;
 class QCheckBox;
 class QLineEdit;
-class QListWidget;
 class QRadioButton;
 class QSpinBox;
 
@@ -22,12 +22,14 @@ protected:
     void start() override;
 
 private:
-    void buildForm(const QStringList &objects, const QStringList &chosen);
+    void buildForm();
+    QWidget *parts();
+    void browse();
     QString startPath() const;
     DumpOptions options() const;
 
     const QString m_database;
-    QListWidget *m_objects;
+    ObjectChoice *m_objects;
     QCheckBox *m_structure, *m_rows, *m_routines, *m_triggers, *m_events, *m_definers, *m_history;
     QCheckBox *m_createDatabase, *m_drop;
     QSpinBox *m_insertSize;

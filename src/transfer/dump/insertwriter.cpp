@@ -23,6 +23,8 @@ constexpr std::array<char, 256> makeEscapes()
 }
 constexpr std::array<char, 256> escapes = makeEscapes();
 
+constexpr std::string_view plainWords = "INSERT ", forgivingWords = "INSERT IGNORE ";
+
 void appendHex(std::string &to, std::string_view bytes)
 {
     constexpr char digits[] = "0123456789ABCDEF";
@@ -72,6 +74,7 @@ InsertWriter::InsertWriter(const QString &table, std::vector<StoredColumn> colum
          (isNamed ? QStringLiteral(" (%1)").arg(names.join(u',')) : QString()) + QStringLiteral(" VALUES\n"))
             .toStdString();
     m_rows.reserve(m_bytes + m_bytes / 8);
+    begin();
 }
 
 QString InsertWriter::selected() const
@@ -106,7 +109,7 @@ void InsertWriter::setFields(const std::vector<Field> &fields)
 
 void InsertWriter::addRow(std::span<const Cell> cells)
 {
-    m_rows += m_rows.empty() ? "(" : ",\n(";
+    m_rows += m_rows.size() == m_begin ? "(" : ",\n(";
     for (std::size_t i = 0; i < cells.size(); ++i) {
         if (i > 0)
             m_rows += ',';
@@ -144,14 +147,25 @@ void InsertWriter::addValue(std::string_view bytes, Literal literal)
     appendTextLiteral(m_rows, bytes);
 }
 
+// The longer word is there from the start, so that nothing has to be moved for it.
+void InsertWriter::begin()
+{
+    m_rows = forgivingWords;
+    m_rows += m_target;
+    m_begin = m_rows.size();
+}
+
 void InsertWriter::finish()
 {
-    if (m_rows.empty())
+    if (m_rows.size() == m_begin)
         return;
-    m_sink(m_isForgiving ? "INSERT IGNORE " : "INSERT ");
-    m_sink(m_target);
-    m_rows += ";\n";
-    m_sink(m_rows);
-    m_rows.clear();
+    std::string_view statement = m_rows;
+    if (!m_isForgiving) {
+        const std::size_t more = forgivingWords.size() - plainWords.size();
+        m_rows.replace(more, plainWords.size(), plainWords);
+        statement = std::string_view(m_rows).substr(more);
+    }
+    m_sink(statement);
+    begin();
     m_isForgiving = false;
 }

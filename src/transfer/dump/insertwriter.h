@@ -10,6 +10,7 @@
 // what it was.
 class InsertWriter {
 public:
+    // Without its ";".
     using Sink = std::function<void(std::string_view statement)>;
 
     // isNamed: the statements name their columns. The row that makes a statement larger ends it.
@@ -25,6 +26,7 @@ public:
 private:
     enum class Literal { Bare, Text, Hex, Choice };
 
+    void begin();
     void addValue(std::string_view bytes, Literal literal);
 
     std::vector<StoredColumn> m_columns;
@@ -32,7 +34,8 @@ private:
     std::string m_target; // "INTO `t` (...) VALUES"
     std::size_t m_bytes;
     Sink m_sink;
-    std::string m_rows;
+    std::string m_rows;      // the statement so far
+    std::size_t m_begin = 0; // of its first row
     bool m_isForgiving = false;
 };
 

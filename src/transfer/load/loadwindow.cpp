@@ -86,32 +86,29 @@ void LoadWindow::buildForm()
     m_database->setPlaceholderText(QStringLiteral("（ファイルの USE に任せる）"));
     m_encoding->addItems({QStringLiteral("UTF-8（またはファイルのバイトのまま）"), QStringLiteral("CP932")});
     m_replaces->setEnabled(false);
-    auto *browse = made<QPushButton>("loadBrowse", QStringLiteral("..."));
-    browse->setAccessibleName(QStringLiteral("ﾌｧｲﾙを選択"));
-    browse->setMaximumWidth(40);
-    connect(browse, &QPushButton::clicked, this, [this] {
-        const QString start = m_path->text().isEmpty() ? m_session.gTextPath : m_path->text();
-        const QString path = choosePath(this, PathKind::OpenFile, start,
-                                        QStringLiteral("SQL (*.sql *.sql.gz);;すべてのファイル (*)"));
-        if (!path.isEmpty()) {
-            m_path->setText(QDir::toNativeSeparators(path));
-            look();
-        }
-    });
     connect(m_lookButton, &QPushButton::clicked, this, &LoadWindow::look);
 
-    auto *pathRow = new QHBoxLayout;
-    pathRow->addWidget(m_path);
-    pathRow->addWidget(browse);
-    pathRow->addWidget(m_lookButton);
+    QHBoxLayout *path = pathRow("loadBrowse", m_path, [this] { browse(); });
+    path->addWidget(m_lookButton);
     auto *fields = new QFormLayout;
-    fields->addRow(QStringLiteral("ファイル (.sql, .sql.gz)："), pathRow);
+    fields->addRow(QStringLiteral("ファイル (.sql, .sql.gz)："), path);
     fields->addRow(QStringLiteral("文字コード："), m_encoding);
     fields->addRow(QStringLiteral("最初のデータベース："), m_database);
     form()->addLayout(fields);
     form()->addWidget(m_found, 1);
     for (QCheckBox *box : {m_replaces, m_inTransaction, m_goesOn})
         form()->addWidget(box);
+}
+
+void LoadWindow::browse()
+{
+    const QString start = m_path->text().isEmpty() ? m_session.gTextPath : m_path->text();
+    const QString path = choosePath(this, PathKind::OpenFile, start,
+                                    QStringLiteral("SQL (*.sql *.sql.gz);;すべてのファイル (*)"));
+    if (path.isEmpty())
+        return;
+    m_path->setText(QDir::toNativeSeparators(path));
+    look();
 }
 
 void LoadWindow::look()
@@ -143,7 +140,7 @@ void LoadWindow::showLook()
     if (!m_look)
         return;
     m_encoding->setCurrentIndex(m_look->isTextOfCp932 && !m_look->isOfDumpTool ? 1 : 0);
-    const bool hasUnknown = hasUnknownCollations(*m_look, m_server);
+    const bool hasUnknown = !unknownCollations(m_look->newCollations, m_server).isEmpty();
     m_replaces->setEnabled(hasUnknown);
     m_replaces->setChecked(false);
 }
@@ -159,7 +156,7 @@ bool LoadWindow::confirmsWhatWasFound()
         questions << QStringLiteral("このファイルは %1 個のオブジェクトを、あれば削除します:\n%2")
                          .arg(m_look->drops)
                          .arg(m_look->dropped.join(QStringLiteral(", ")));
-    if (hasUnknownCollations(*m_look, m_server) && !m_replaces->isChecked())
+    if (!unknownCollations(m_look->newCollations, m_server).isEmpty() && !m_replaces->isChecked())
         questions << QStringLiteral("このサーバーにない照合順序があり、その文は失敗します。");
     return questions.isEmpty() ||
            dialogue().confirm(questions.join(QStringLiteral("\n\n")) + QStringLiteral("\n\n続けますか？"),

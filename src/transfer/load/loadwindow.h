@@ -24,6 +24,7 @@ protected:
 
 private:
     void buildForm();
+    void browse();
     void look();
     bool confirmsWhatWasFound();
     void showLook();

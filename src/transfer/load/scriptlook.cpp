@@ -50,7 +50,6 @@ public:
 
 private:
     void takeWords(const QStringList &words);
-    void takeCollations(const QString &statement);
 
     ScriptLook &m_look;
 };
@@ -78,7 +77,7 @@ void Look::takeStatement(std::string_view statement)
     const QString text = QString::fromUtf8(statement.data(), static_cast<qsizetype>(statement.size()));
     constexpr qsizetype enoughWords = 12;
     takeWords(wordsOf(text, enoughWords));
-    takeCollations(text);
+    addNewCollations(m_look.newCollations, text);
 }
 
 void Look::takeWords(const QStringList &words)
@@ -99,17 +98,6 @@ void Look::takeWords(const QStringList &words)
     ++m_look.drops;
     if (m_look.dropped.size() < mostDropsTold)
         m_look.dropped << (words.value(1).toUpper() + u' ' + words.mid(is(2, u"IF") ? 4 : 2).join(QString()));
-}
-
-void Look::takeCollations(const QString &statement)
-{
-    static const QRegularExpression newOnes(
-        QStringLiteral("\\b(utf8mb4_0900_\\w+|utf8mb4_\\w+_0900_\\w+|\\w*uca1400_\\w+)"));
-    for (auto match = newOnes.globalMatch(statement); match.hasNext();) {
-        const QString name = match.next().captured(1);
-        if (!m_look.newCollations.contains(name))
-            m_look.newCollations << name;
-    }
 }
 
 void Look::takeTail(const QByteArray &tail)
@@ -174,20 +162,26 @@ QString replacementFor(const QString &name)
     return name.endsWith(u"_bin") ? QStringLiteral("utf8mb4_bin") : QStringLiteral("utf8mb4_unicode_ci");
 }
 
-QStringList unknownCollations(const ScriptLook &look, const ServerInfo &server)
+} // namespace
+
+void addNewCollations(QStringList &names, const QString &statement)
+{
+    static const QRegularExpression newOnes(
+        QStringLiteral("\\b(utf8mb4_0900_\\w+|utf8mb4_\\w+_0900_\\w+|\\w*uca1400_\\w+)"));
+    for (auto match = newOnes.globalMatch(statement); match.hasNext();) {
+        const QString name = match.next().captured(1);
+        if (!names.contains(name))
+            names << name;
+    }
+}
+
+QStringList unknownCollations(const QStringList &names, const ServerInfo &server)
 {
     QStringList unknown;
-    for (const QString &name : look.newCollations)
+    for (const QString &name : names)
         if (!knowsCollation(name, server))
             unknown << name;
     return unknown;
-}
-
-} // namespace
-
-bool hasUnknownCollations(const ScriptLook &look, const ServerInfo &server)
-{
-    return !unknownCollations(look, server).isEmpty();
 }
 
 QString textOf(const ScriptLook &look, const ServerInfo &server)
@@ -212,7 +206,7 @@ QString textOf(const ScriptLook &look, const ServerInfo &server)
         lines << QStringLiteral("削除するもの (%1): ").arg(look.drops) +
                      look.dropped.join(QStringLiteral(", ")) +
                      (look.drops > look.dropped.size() ? QStringLiteral(", …") : QString());
-    const QStringList unknown = unknownCollations(look, server);
+    const QStringList unknown = unknownCollations(look.newCollations, server);
     if (!unknown.isEmpty())
         lines << QStringLiteral("このサーバーにない照合順序: ") + unknown.join(QStringLiteral(", "));
     return lines.join(u'\n');

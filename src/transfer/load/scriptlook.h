@@ -25,10 +25,12 @@ struct ScriptLook {
 
 // Reads the whole file once, in pieces. Throws Failure, and what onProgress throws.
 ScriptLook lookAtScript(const QString &path, const std::function<void(qint64 read, qint64 all)> &onProgress);
-bool hasUnknownCollations(const ScriptLook &look, const ServerInfo &server);
 // In words, with what may not go well on the server.
 QString textOf(const ScriptLook &look, const ServerInfo &server);
 
+// Adds those that not all servers know, each once.
+void addNewCollations(QStringList &names, const QString &statement);
+QStringList unknownCollations(const QStringList &names, const ServerInfo &server);
 // The statement with collations that the server does not know replaced by its nearest ones; true when it was
 // changed. Texts and names in quotes stay.
 bool replaceCollations(std::string &statement, const ServerInfo &server);

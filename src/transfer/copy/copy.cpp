@@ -1,0 +1,216 @@
+#include "transfer/copy/copy.h"
+
+#include "core/command/storedcolumns.h"
+#include "core/sql/statements.h"
+#include "transfer/copy/sameserver.h"
+#include "transfer/copy/serversink.h"
+#include "transfer/dump/dump.h"
+#include "transfer/load/scriptlook.h"
+
+#include <QHash>
+
+#include <algorithm>
+
+namespace {
+
+QString firstValue(Connection &connection, const QString &statement)
+{
+    RecordSet rows = connection.execute(statement);
+    return rows.isOpen() && !rows.isEof() && !rows.isNull(0) ? rows.text(0) : QString();
+}
+
+bool hasDatabase(Connection &connection, const QString &database)
+{
+    return !firstValue(connection,
+                       QStringLiteral("SELECT 1 FROM information_schema.SCHEMATA WHERE SCHEMA_NAME=%1")
+                           .arg(quotedText(database)))
+                .isEmpty();
+}
+
+// Objects of one kind share their names, tables and views among them.
+QString roomOf(const QString &keyword)
+{
+    return keyword == u"VIEW" || keyword == u"SEQUENCE" ? QStringLiteral("TABLE") : keyword;
+}
+
+// What the target's database has: its keyword by room and name, in small letters where the server takes large
+// ones for the same.
+class TargetNames {
+public:
+    TargetNames(Connection &connection, const QString &database);
+
+    QString key(const QString &keyword, const QString &name) const
+    {
+        const QString room = roomOf(keyword);
+        const bool isOneCase = m_foldsTables || (room != u"TABLE" && room != u"TRIGGER");
+        return room + u' ' + (isOneCase ? name.toLower() : name);
+    }
+    QString keywordAt(const QString &key) const { return m_keywords.value(key); }
+
+private:
+    void add(Connection &connection, const QString &statement);
+
+    bool m_foldsTables;
+    QHash<QString, QString> m_keywords;
+};
+
+TargetNames::TargetNames(Connection &connection, const QString &database)
+    : m_foldsTables(firstValue(connection, QStringLiteral("SELECT @@lower_case_table_names")) != u"0")
+{
+    const QString in = quotedText(database);
+    add(connection,
+        QStringLiteral("SELECT IF(TABLE_TYPE LIKE '%VIEW', 'VIEW', IF(TABLE_TYPE='SEQUENCE', 'SEQUENCE', "
+                       "'TABLE')), TABLE_NAME FROM information_schema.TABLES WHERE TABLE_SCHEMA=") +
+            in);
+    add(connection, QStringLiteral("SELECT ROUTINE_TYPE, ROUTINE_NAME FROM information_schema.ROUTINES WHERE "
+                                   "ROUTINE_SCHEMA=") +
+                        in);
+    add(connection, QStringLiteral("SELECT 'TRIGGER', TRIGGER_NAME FROM information_schema.TRIGGERS WHERE "
+                                   "TRIGGER_SCHEMA=") +
+                        in);
+    add(connection,
+        QStringLiteral("SELECT 'EVENT', EVENT_NAME FROM information_schema.EVENTS WHERE EVENT_SCHEMA=") + in);
+}
+
+void TargetNames::add(Connection &connection, const QString &statement)
+{
+    RecordSet rows = connection.execute(statement);
+    for (; rows.isOpen() && !rows.isEof(); rows.moveNext())
+        m_keywords.insert(key(rows.text(0), rows.text(1)), rows.text(0));
+}
+
+// What would be dropped; throws where the names of the two do not go together.
+QStringList existingOf(const std::vector<DumpObject> &plan, const TargetNames &names)
+{
+    QStringList existing;
+    QHash<QString, QString> taken;
+    for (const DumpObject &object : plan) {
+        const QString key = names.key(object.keyword, object.name);
+        if (taken.contains(key))
+            throw Failure(QStringLiteral("コピー先のサーバーは名前の大文字と小文字を区別しないため、"
+                                         "「%1」と「%2」を両方はコピーできません。")
+                              .arg(taken[key], object.name));
+        taken.insert(key, object.name);
+        const QString there = names.keywordAt(key);
+        if (there.isEmpty())
+            continue;
+        if (there != object.keyword)
+            throw Failure(QStringLiteral("コピー先の「%1」は %2 ではなく %3 です。先に削除するか、名前を"
+                                         "変えてください。")
+                              .arg(object.name, object.keyword, there));
+        existing << nameOf(object);
+    }
+    return existing;
+}
+
+QStringList collationsOf(const std::vector<DumpObject> &plan)
+{
+    QStringList collations;
+    for (const DumpObject &object : plan)
+        addNewCollations(collations, object.definition.text);
+    return collations;
+}
+
+DumpOptions optionsFor(Session &to, const CopyOptions &options, const TargetLook &agreed)
+{
+    DumpOptions what = options.what;
+    what.createsDatabase = false;
+    what.hasStructure = true;
+    what.drops = !agreed.existing.isEmpty();
+    what.dropsOnly = agreed.existing;
+    // A statement that is larger than the server takes costs the connection.
+    const int largest =
+        firstValue(to.connection(), QStringLiteral("SELECT @@max_allowed_packet")).toInt() / 4 * 3;
+    if (largest > 0)
+        what.insertBytes = std::min(what.insertBytes, largest);
+    return what;
+}
+
+void makeDatabase(Session &from, Session &to, const CopyOptions &options, const ServerSink::Rewrite &rewrite)
+{
+    const auto ask = [&](const char *column) {
+        return firstValue(from.connection(),
+                          QStringLiteral("SELECT %1 FROM information_schema.SCHEMATA WHERE SCHEMA_NAME=%2")
+                              .arg(QLatin1String(column), quotedText(options.what.database)));
+    };
+    std::string statement = QStringLiteral("CREATE DATABASE %1 CHARACTER SET %2 COLLATE %3")
+                                .arg(quotedName(options.database), ask("DEFAULT_CHARACTER_SET_NAME"),
+                                     ask("DEFAULT_COLLATION_NAME"))
+                                .toStdString();
+    if (rewrite)
+        rewrite(statement);
+    to.connection().execute(QString::fromStdString(statement));
+}
+
+// What the target has when the copy ends before its time.
+QString whatIsThere(const TransferStatus &status, bool hasBegun)
+{
+    if (!hasBegun)
+        return QStringLiteral("\r\nコピー先は変更していません。");
+    QString text =
+        QStringLiteral("\r\nコピー先には、ここまでにコピーした %1 個が残っています。").arg(status.finished);
+    if (status.finished < status.objects)
+        text += QStringLiteral("「%1」は途中か、まだありません。").arg(status.object);
+    return text;
+}
+
+} // namespace
+
+TargetLook lookAtTarget(Session &from, Session &to, const CopyOptions &options)
+{
+    const bool isSameName = options.database.compare(options.what.database, Qt::CaseInsensitive) == 0;
+    if (isSameName && isSameServer(from.connection(), to.connection()))
+        throw Failure(QStringLiteral("コピー元とコピー先は、同じサーバーの同じデータベース「%1」です。"
+                                     "コピーしません。")
+                          .arg(options.database));
+    TargetLook look;
+    look.role = readServerRole(to.connection());
+    look.hasDatabase = hasDatabase(to.connection(), options.database);
+    from.connection().execute(useStatement(options.what.database));
+    from.connection().execute(setStatement(exactVariables(from.connection().server())));
+    const std::vector<DumpObject> plan = readDumpPlan(from.connection(), options.what);
+    look.existing = existingOf(plan, TargetNames(to.connection(), options.database));
+    look.unknownCollations = unknownCollations(collationsOf(plan), to.connection().server());
+    return look;
+}
+
+QString copyObjects(Session &from, Session &to, const CopyOptions &options, const TargetLook &agreed,
+                    const ReportProgress &report)
+{
+    TransferStatus last;
+    bool hasBegun = false;
+    try {
+        // Again, over these connections: another time a balancer leads elsewhere.
+        const TargetLook look = lookAtTarget(from, to, options);
+        for (const QString &name : look.existing)
+            if (!agreed.existing.contains(name))
+                throw Failure(
+                    QStringLiteral("コピー先に「%1」ができています。もう一度実行してください。").arg(name));
+        ServerSink::Rewrite rewrite;
+        if (options.replacesCollations)
+            rewrite = [server = to.connection().server()](std::string &statement) {
+                return replaceCollations(statement, server);
+            };
+        if (!look.hasDatabase)
+            makeDatabase(from, to, options, rewrite);
+        to.connection().execute(useStatement(options.database));
+        ServerSink sink(to, rewrite);
+        const DumpReport done =
+            dump(from, optionsFor(to, options, look), sink, [&](const TransferStatus &status) {
+                hasBegun = true;
+                last = status;
+                report(status);
+            });
+        if (sink.rows() && *sink.rows() != done.rows)
+            throw Failure(QStringLiteral("%1 行を読みましたが、コピー先に入ったのは %2 行です。")
+                              .arg(done.rows)
+                              .arg(*sink.rows()));
+        return QStringLiteral("データベース「%1」に %2 個のオブジェクト、%3 行をコピーしました。")
+                   .arg(options.database)
+                   .arg(done.objects)
+                   .arg(done.rows) +
+               notesOf(done);
+    } catch (const Failure &error) {
+        throw Failure(error.description() + whatIsThere(last, hasBegun), error.number(), error.state());
+    }
+}

@@ -1,0 +1,240 @@
+#include "core/session/lastingconnection.h"
+#include "support/awkwardobjects.h"
+#include "support/balancer.h"
+#include "support/gui/stage.h"
+#include "transfer/copy/copywindow.h"
+
+namespace {
+
+using Brand = TestServer::Brand;
+
+// Both ends of a copy, connected.
+struct Ends {
+    Ends(const QString &source, const QString &target)
+    {
+        for (const auto &[session, string] : {std::pair(&from, source), {&to, target}}) {
+            session->connectBy(createConnection, pump);
+            session->gCn = session->makeConnection(string);
+            session->gCn->open();
+        }
+    }
+    TargetLook look() { return lookAtTarget(from, to, options); }
+    QString copy(
+        const TargetLook &agreed, const ReportProgress &at = [](auto &) {})
+    {
+        return copyObjects(from, to, options, agreed, at);
+    }
+
+    BlockingPump pump;
+    Session from, to;
+    CopyOptions options = [] {
+        CopyOptions whole;
+        whole.database = whole.what.database = "d";
+        return whole;
+    }();
+};
+
+// What it throws.
+template <class Action>
+QString wordsOf(Action action)
+{
+    try {
+        action();
+    } catch (const Failure &failure) {
+        return failure.description();
+    }
+    return {};
+}
+
+} // namespace
+
+class CopyTest : public QObject {
+    Q_OBJECT
+
+private Q_SLOTS:
+    void everythingArrives_data();
+    void everythingArrives();
+    void neverOntoItself_data();
+    void neverOntoItself();
+    void whatEndsEarlySaysWhatIsThere_data();
+    void whatEndsEarlySaysWhatIsThere();
+    void theWindowAsksForTheTarget();
+
+private:
+    TestServers m_servers{{"--character-set-server=utf8mb4"}};
+    TestServers m_targets{{"--character-set-server=utf8mb4"}};
+};
+
+void CopyTest::everythingArrives_data()
+{
+    const Rows<Brand, Brand, bool> row;
+    row("MariaDB to MariaDB", Brand::MariaDb, Brand::MariaDb, true);
+    row("by ODBC", Brand::MariaDb, Brand::MariaDb, false);
+    row("MySQL 5.6 to MySQL 9", Brand::MySql56, Brand::MySql9, true);
+    row("MySQL 9 to MariaDB", Brand::MySql9, Brand::MariaDb, true);
+    row("MySQL 9 to MySQL 5.6", Brand::MySql9, Brand::MySql56, true);
+    row("MariaDB to MySQL 5.6", Brand::MariaDb, Brand::MySql56, true);
+}
+
+void CopyTest::everythingArrives()
+{
+    const auto [from, to, isBuiltIn] = fetched<Brand, Brand, bool>();
+    SKIP_WITHOUT(from);
+    SKIP_WITHOUT(to);
+    TestServer &source = m_servers.of(from), &target = m_targets.of(to);
+    source.run(objectsSetUp);
+    target.run("DROP DATABASE IF EXISTS d");
+    const char *reading = from == to ? everything : portable;
+    const QString before = source.run(reading);
+
+    Ends ends(source.connectionString(isBuiltIn), target.connectionString(isBuiltIn));
+    ends.options.what.insertBytes = 40; // more than one statement
+    ends.options.what.hasDefiners = from == to;
+    const TargetLook look = ends.look();
+    QVERIFY(!look.hasDatabase && look.existing.isEmpty());
+    ends.options.replacesCollations = !look.unknownCollations.isEmpty();
+    QCOMPARE(ends.copy(look),
+             "データベース「d」に 9 個のオブジェクト、6 行をコピーしました。\n次のテーブルは"
+             "スナップショットに対応していません。実行中の変更が混じることがあります: a`b c");
+    QCOMPARE(target.run(reading), before);
+
+    Ends again(source.connectionString(isBuiltIn), target.connectionString(isBuiltIn));
+    again.options = ends.options;
+    QCOMPARE(again.look().existing.size(), 9);
+    again.copy(again.look()); // over what is there
+    QCOMPARE(target.run(reading), before);
+}
+
+void CopyTest::neverOntoItself_data()
+{
+    // Which server of the two behind the balancer, the target's database, and what is said.
+    const Rows<int, QString, QString> row;
+    row("its database by another way", 0, "d", "同じサーバーの同じデータベース「d」");
+    row("in other letters", 0, "D", "同じサーバーの同じデータベース「D」");
+    row("another database", 0, "d2", {});
+    row("another server", 1, "d", {});
+}
+
+void CopyTest::neverOntoItself()
+{
+    const auto [behind, database, words] = fetched<int, QString, QString>();
+    TestServer &source = m_servers.of(Brand::MariaDb), &target = m_targets.of(Brand::MariaDb);
+    for (TestServer *server : {&source, &target})
+        server->run("DROP DATABASE IF EXISTS d; DROP DATABASE IF EXISTS d2");
+    source.run("CREATE DATABASE d; CREATE TABLE d.t(a INT PRIMARY KEY); INSERT INTO d.t VALUES(1),(2)");
+    Balancer balancer({source.port(), target.port()});
+    balancer.turnTo(behind);
+    Ends ends(source.nativeString(), QString(source.nativeString())
+                                         .replace("port=" + QString::number(source.port()),
+                                                  "port=" + QString::number(balancer.port())));
+    ends.options.database = database;
+    const QString said = wordsOf([&] { ends.copy(ends.look()); });
+    if (!words.isEmpty())
+        QVERIFY2(said.contains(words), qPrintable(said));
+    else
+        QCOMPARE(said + (behind == 0 ? source : target).run("SELECT a FROM " + database + ".t"), "1\n2\n");
+    QCOMPARE(source.run("SELECT a FROM d.t"), "1\n2\n");
+}
+
+void CopyTest::whatEndsEarlySaysWhatIsThere_data()
+{
+    // What the target has before, whether what is there may be replaced, what happens within the rows, on
+    // which server, and what is said.
+    const Rows<QString, bool, QString, bool, QStringList> row;
+    const bool atTarget = true;
+    row("made since it was agreed", "CREATE TABLE d.y(a INT)", false, {}, atTarget,
+        {"「TABLE y」ができています", "コピー先は変更していません"});
+    row("a view in a table's place", "CREATE VIEW d.y AS SELECT 1 AS a", true, {}, atTarget,
+        {"「y」は TABLE ではなく VIEW"});
+    row("target refuses", {}, true, "ALTER TABLE d.x ADD more INT NOT NULL", atTarget,
+        {"コピー先のサーバーで失敗しました", "0 個が残っています。「x」は途中か"});
+    row("target cut", {}, true, "KILL %1", atTarget,
+        {"コピー先のサーバーで失敗しました", "0 個が残っています。「x」は途中か"});
+    row("source cut", {}, true, "KILL %1", !atTarget, {"テーブル「x」の", "「x」は途中か"});
+    row("source changed", {}, true, "ALTER TABLE d.y ADD more INT", !atTarget,
+        {"「y」の定義が", "1 個が残っています。「y」は途中か"});
+    row("stopped", {}, true, {}, atTarget, {"中断", "0 個が残っています。「x」は途中か"});
+}
+
+void CopyTest::whatEndsEarlySaysWhatIsThere()
+{
+    const auto [before, isAgreed, meanwhile, isAtTarget, said] =
+        fetched<QString, bool, QString, bool, QStringList>();
+    TestServer &source = m_servers.of(Brand::MariaDb), &target = m_targets.of(Brand::MariaDb);
+    source.run(
+        "DROP DATABASE IF EXISTS d; CREATE DATABASE d; USE d; CREATE TABLE x(id INT PRIMARY KEY, t LONGTEXT);"
+        "CREATE TABLE y(id INT); INSERT INTO x SELECT seq, REPEAT('x', 1000) FROM seq_1_to_20000");
+    target.run("DROP DATABASE IF EXISTS d; CREATE DATABASE d;" + before);
+    Ends ends(source.nativeString(), target.nativeString());
+    int times = 0;
+    TestServer &touched = isAtTarget ? target : source;
+    const QString words = wordsOf([&] {
+        ends.copy(isAgreed ? ends.look() : TargetLook(), [&](const TransferStatus &status) {
+            if (status.object != u"x" || times++ != 20) // in the midst of its rows
+                return;
+            if (meanwhile.isEmpty())
+                throw interruptedError("中断");
+            touched.run(QString(meanwhile).replace(
+                "%1", touched.run("SELECT ID FROM information_schema.PROCESSLIST WHERE DB='d'")));
+        });
+    });
+    for (const QString &part : said)
+        QVERIFY2(words.contains(part), qPrintable(words));
+}
+
+void CopyTest::theWindowAsksForTheTarget()
+{
+    TestServer &source = m_servers.of(Brand::MariaDb), &target = m_targets.of(Brand::MariaDb);
+    for (TestServer *server : {&source, &target})
+        server->run("DROP DATABASE IF EXISTS d; CREATE DATABASE d; CREATE TABLE d.t(a INT PRIMARY KEY)");
+    source.run("INSERT INTO d.t VALUES(1),(2)");
+    target.run("INSERT INTO d.t VALUES(3)");
+
+    Stage stage(Stage::Server::Real);
+    stage.enter(nativeDriverName(), source.port(), "demo", "demo");
+    stage.session.connectBy(lasting(createConnection), stage.pump);
+    QVERIFY(fConnect(stage.session));
+    Boxes boxes;
+    ConnectionProfile profile;
+    profile.id = profile.name = "there";
+    profile.server = "127.0.0.1";
+    profile.port = QString::number(target.port());
+    profile.user = "demo";
+    CopyTargets targets{{profile, profile}, [](auto &, auto *) { return QString("demo"); }};
+    targets.connections[0].isReadOnly = true;
+    targets.connections[1].environment = Environment::Production;
+    stage.open(new CopyWindow(stage.session, "d", {"t"}, {}, targets));
+    QString told;
+    const auto run = [&](int connection) {
+        stage.control<QComboBox>("copyConnection")->setCurrentIndex(connection);
+        stage.click("startCopy");
+        QTRY_VERIFY_WITH_TIMEOUT(stage.isEnabled("startCopy"), 20000);
+        told = stage.control<QPlainTextEdit>("transferReport")->toPlainText();
+    };
+    const QString lost =
+        QString("コピー先「there」(127.0.0.1:%1) のデータベース「d」に、同じ名前のものが 1 個あります。"
+                "続けると、今あるものは行ごと削除され、コピーに置き換わります:\nTABLE t\n\n続けますか？")
+            .arg(target.port());
+    boxes.expectOk("接続先「there」は読み取り専用の接続です。");
+    run(0);
+    boxes.expect(lost, QMessageBox::Cancel);
+    run(1);
+    QCOMPARE(told, "失敗: コピーしませんでした。");
+    QCOMPARE(target.run("SELECT a FROM d.t"), "3\n");
+    boxes.expect(lost, QMessageBox::Ok);
+    boxes.expect(
+        QString("本番のサーバー「there」(127.0.0.1:%1) を変更します。\r\n続けますか？").arg(target.port()),
+        QMessageBox::Ok);
+    run(1);
+    QCOMPARE(told, "データベース「d」に 1 個のオブジェクト、2 行をコピーしました。");
+    QCOMPARE(target.run("SELECT a FROM d.t"), "1\n2\n");
+    // The log of the program has the statements of both ends.
+    QStringList logged;
+    for (const LoggedStatement &entry : stage.session.statementLog->entries())
+        logged << entry.statement;
+    QVERIFY(logged.contains("INSERT INTO `t` VALUES\n(1),\n(2)"));
+    QVERIFY(logged.contains("SELECT `a` FROM `t`"));
+}
+
+QTEST_MAIN(CopyTest)
+#include "test_copy.moc"
