@@ -91,6 +91,19 @@ void AccountView::sInit()
     lstUser_Click();
 }
 
+namespace {
+
+// MariaDB keeps its roles among the accounts, without a host.
+void markRole(QListWidgetItem &item)
+{
+    QFont italic = item.font();
+    italic.setItalic(true);
+    item.setFont(italic);
+    item.setToolTip(QStringLiteral("ホストがありません。MariaDBではロールです"));
+}
+
+} // namespace
+
 void AccountView::MakeList()
 {
     c.lstUser->clearItems();
@@ -99,6 +112,9 @@ void AccountView::MakeList()
         c.lstUser->appendItem(newAccount.toString());
         for (const QString &account : accounts)
             c.lstUser->appendItem(account);
+        for (int row = 0; row < c.lstUser->count(); ++row)
+            if (c.lstUser->item(row)->text().startsWith(u'\t'))
+                markRole(*c.lstUser->item(row));
     } catch (const Failure &) {
         // Who may not read mysql.user sees empty lists and is told nothing; that is the window's rule.
         m_session.gRs.close();

@@ -123,6 +123,21 @@ int FlexGridModel::columnCount(const QModelIndex &parent) const
     return parent.isValid() ? 0 : static_cast<int>(m_fields.size());
 }
 
+namespace {
+
+// A value of several lines, which its cell shows as one; nothing for others.
+QVariant linesOf(const Cell &value)
+{
+    constexpr std::size_t most = 2000;
+    if (value.isNull || value.bytes.find('\n') == std::string_view::npos)
+        return {};
+    const std::string_view shown = value.bytes.substr(0, most);
+    return plainTip(QString::fromUtf8(shown.data(), static_cast<qsizetype>(shown.size())) +
+                    (shown.size() < value.bytes.size() ? QStringLiteral("\n…") : QString()));
+}
+
+} // namespace
+
 QVariant FlexGridModel::data(const QModelIndex &index, int role) const
 {
     if (!index.isValid())
@@ -139,7 +154,7 @@ QVariant FlexGridModel::data(const QModelIndex &index, int role) const
                        : QVariant();
     case Qt::ToolTipRole: {
         const QString tip = m_edits ? m_edits->tip(storedRow(index.row())) : QString();
-        return tip.isEmpty() ? QVariant() : QVariant(plainTip(tip));
+        return tip.isEmpty() ? linesOf(cell(index.row(), index.column())) : QVariant(plainTip(tip));
     }
     case Qt::TextAlignmentRole: {
         const bool isNumber = m_fields[static_cast<std::size_t>(index.column())].kind == FieldKind::Number;
