@@ -1,4 +1,5 @@
 #include "core/driver/connect.h"
+#include "support/cuttingproxy.h"
 #include "support/files.h"
 #include "support/rows.h"
 #include "support/testserver.h"
@@ -39,6 +40,8 @@ private Q_SLOTS:
     void whatIsExportedIsImported();
     void rowsThatDoNotFitAreTold_data();
     void rowsThatDoNotFitAreTold();
+    void aBreakSaysWhatIsIn_data();
+    void aBreakSaysWhatIsIn();
     void aScriptIsLookedAtFirst();
 
 private:
@@ -82,7 +85,8 @@ void CsvTest::nothingIsReplacedSilently()
     } catch (const Failure &error) {
         told = error.description();
     }
-    QVERIFY2(told.contains(": 2 個\n2 行目「名前」: é (U+00E9)") && told.contains("(U+1F600)"), qPrintable(told));
+    QVERIFY2(told.contains(": 2 個\n2 行目「名前」: é (U+00E9)") && told.contains("(U+1F600)"),
+             qPrintable(told));
     QVERIFY(!QFile::exists(options.path));
     exported(options, fields, {{"1", "表①髙"}});
     QCOMPARE(readFile(options.path), QByteArray("id,\x96\xBC\x91\x4F\r\n1,\x95\x5C\x87\x40\xFB\xFC\r\n"));
@@ -210,6 +214,50 @@ void CsvTest::rowsThatDoNotFitAreTold()
     const QString told = QString::fromUtf8(readFile(report.errorFile));
     QVERIFY2(told.contains("\r\n4,") || told.contains(QChar(0xfeff) + QString("4,")), qPrintable(told));
     QVERIFY2(told.contains("5,\"Data too long") && told.contains("6,\"値の数が違います"), qPrintable(told));
+}
+
+void CsvTest::aBreakSaysWhatIsIn_data()
+{
+    // After which statement of the import the connection breaks, whether the server heard of it, what is
+    // said, and the rows that are there.
+    const Rows<int, CuttingProxy::Cut, int, QString, QString> row;
+    using enum CuttingProxy::Cut;
+    row("within the rows", 5, Request, 0, "何も確定していません", "0");
+    row("before the commit", 6, Request, 0, "3 行目までが入ったかどうかは", "0");
+    row("behind the commit", 6, Answer, 0, "3 行目までが入ったかどうかは", "2");
+    row("with nothing left to commit", 8, Request, 1, "3 行目までは確定しています", "2");
+}
+
+void CsvTest::aBreakSaysWhatIsIn()
+{
+    const auto [statement, cut, rowsPerCommit, said, rows] =
+        fetched<int, CuttingProxy::Cut, int, QString, QString>();
+    TestServer &server = m_servers.of(TestServer::Brand::MariaDb);
+    server.run("DROP DATABASE IF EXISTS c; CREATE DATABASE c; CREATE TABLE c.t(id INT PRIMARY KEY)");
+    CuttingProxy proxy(server.port());
+    BlockingPump pump;
+    Session session;
+    session.connectBy(createConnection, pump);
+    session.gCn = session.makeConnection(
+        server.nativeString().replace(QString::number(server.port()), QString::number(proxy.port())));
+    session.gCn->open();
+    ImportOptions options;
+    options.path = m_folder.filePath("cut.csv");
+    writeFile(options.path, "id\n1\n2\n");
+    options.database = "c";
+    options.table = "t";
+    options.columns = {{"id", 0}};
+    options.keepsGoodRows = rowsPerCommit > 0;
+    options.rowsPerCommit = rowsPerCommit;
+    proxy.cutAt(statement, cut, true);
+    QString told;
+    try {
+        importCsv(session, options, noReport);
+    } catch (const Failure &error) {
+        told = error.description();
+    }
+    QVERIFY2(told.contains(said), qPrintable(told));
+    QTRY_COMPARE(server.run("SELECT COUNT(*) FROM c.t").trimmed(), rows);
 }
 
 void CsvTest::aScriptIsLookedAtFirst()

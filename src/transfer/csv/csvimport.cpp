@@ -41,6 +41,7 @@ public:
     ImportReport run();
 
 private:
+    void readRows();
     Connection &connection() { return m_session.connection(); }
     void prepare();
     void readTargets();
@@ -51,7 +52,10 @@ private:
     void appendValue(std::string &to, const Target &target, const CsvField &field) const;
     void noteError(const CsvRow &row, const QString &why);
     void commitIfDue();
+    void commit();
     void end();
+    QString whatHolds(const Failure &error);
+    bool dropsNewTable();
 
     Session &m_session;
     const ImportOptions &m_options;
@@ -64,39 +68,41 @@ private:
     std::vector<CsvRow> m_rows;
     std::size_t m_rowCount = 0, m_bytes = 0;
     qint64 m_sinceCommit = 0, m_lastLine = 0, m_committedLine = 0;
+    bool m_hasNewTable = false, m_isCommitting = false;
     std::unique_ptr<TransferFile> m_errorFile;
     ImportReport m_report;
 };
 
 ImportReport Import::run()
 {
-    prepare();
+    try {
+        prepare();
+        readRows();
+        send();
+        end();
+    } catch (const Failure &error) {
+        throw Failure(error.description() + whatHolds(error), error.number(), error.state());
+    }
+    return m_report;
+}
+
+void Import::readRows()
+{
     CsvReader reader(m_options.path, m_options.format);
     CsvRow row;
     if (m_options.format.hasHeader && reader.next(row))
         m_fieldCount = row.fields.size();
-    try {
-        TransferStatus status;
-        status.object = m_options.table;
-        for (; reader.next(row); ++status.rows) {
-            take(row);
-            constexpr qint64 rowsBetweenReports = 256;
-            if (status.rows % rowsBetweenReports == 0) {
-                status.expectedRows =
-                    reader.bytesRead() > 0 ? status.rows * reader.byteCount() / reader.bytesRead() : 0;
-                m_tell(status);
-            }
+    TransferStatus status;
+    status.object = m_options.table;
+    for (; reader.next(row); ++status.rows) {
+        take(row);
+        constexpr qint64 rowsBetweenReports = 256;
+        if (status.rows % rowsBetweenReports == 0) {
+            status.expectedRows =
+                reader.bytesRead() > 0 ? status.rows * reader.byteCount() / reader.bytesRead() : 0;
+            m_tell(status);
         }
-        send();
-        end();
-    } catch (const Failure &error) {
-        throw Failure(error.description() +
-                          (m_committedLine > 0
-                               ? QStringLiteral("\n%1 行目までは確定しています。").arg(m_committedLine)
-                               : QStringLiteral("\n何も確定していません。")),
-                      error.number(), error.state());
     }
-    return m_report;
 }
 
 void Import::prepare()
@@ -104,8 +110,10 @@ void Import::prepare()
     connection().execute(useStatement(m_options.database));
     // Strict, so that a value that does not fit is refused; with backslash escapes, for the literals.
     connection().execute(QStringLiteral("SET sql_mode='STRICT_ALL_TABLES,NO_ENGINE_SUBSTITUTION'"));
-    if (m_options.createsTable)
+    if (m_options.createsTable) {
         connection().execute(createTableFor(m_options, m_tell));
+        m_hasNewTable = true;
+    }
     const TableKind kind = tableKind(connection(), m_options.database, m_options.table);
     if (!isReplicatedInClusters(kind.engine)) { // those are the engines with transactions
         if (!m_options.keepsGoodRows)
@@ -248,17 +256,56 @@ void Import::commitIfDue()
 {
     if (!m_options.keepsGoodRows || m_options.rowsPerCommit <= 0 || m_sinceCommit < m_options.rowsPerCommit)
         return;
-    connection().execute(QStringLiteral("COMMIT"));
+    commit();
     connection().execute(QStringLiteral("START TRANSACTION"));
-    m_committedLine = m_lastLine;
     m_sinceCommit = 0;
+}
+
+void Import::commit()
+{
+    m_isCommitting = true;
+    connection().execute(QStringLiteral("COMMIT"));
+    m_isCommitting = false;
+    m_committedLine = m_lastLine;
+}
+
+// What the server has when the import ends before its time.
+QString Import::whatHolds(const Failure &error)
+{
+    if (m_isCommitting && m_lastLine > m_committedLine && (error.isConnectionLost() || error.isInterrupted()))
+        return QStringLiteral(
+                   "\n確定の返事がありません。%1 行目までが入ったかどうかは、テーブルで確かめてください。")
+            .arg(m_lastLine);
+    if (m_mostRows == 1)
+        return QStringLiteral("\nトランザクションのないテーブルなので、ここまでの %1 行は入っています。")
+            .arg(m_report.rows);
+    if (m_committedLine > 0)
+        return QStringLiteral("\n%1 行目までは確定しています。").arg(m_committedLine);
+    return QStringLiteral("\n何も確定していません。") +
+           (m_hasNewTable && !dropsNewTable()
+                ? QStringLiteral("作ったテーブル「%1」は空のまま残っています。").arg(m_options.table)
+                : QString());
+}
+
+bool Import::dropsNewTable()
+{
+    try {
+        const Undoing undoing(m_session);
+        connection().execute(QStringLiteral("ROLLBACK"));
+        connection().execute(QStringLiteral("DROP TABLE ") + quotedName(m_options.table));
+        return true;
+    } catch (const Failure &) {
+        return false;
+    }
 }
 
 void Import::end()
 {
     m_report.isTakenBack = m_report.errors > 0 && !m_options.keepsGoodRows;
-    connection().execute(m_report.isTakenBack ? QStringLiteral("ROLLBACK") : QStringLiteral("COMMIT"));
-    if (m_report.isTakenBack) {
+    if (!m_report.isTakenBack) {
+        commit();
+    } else {
+        connection().execute(QStringLiteral("ROLLBACK"));
         if (m_options.createsTable)
             connection().execute(QStringLiteral("DROP TABLE ") + quotedName(m_options.table));
         m_report.rows = m_report.skipped = 0;
