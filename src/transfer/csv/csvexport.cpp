@@ -1,6 +1,7 @@
 #include "transfer/csv/csvexport.h"
 
 #include "controls/grid/gridcopy.h"
+#include "controls/grid/packedrows.h"
 #include "core/sql/failure.h"
 #include "core/sql/statements.h"
 
@@ -225,4 +226,63 @@ QString RowExport::unknownCharacters() const
         return {};
     return QStringLiteral("CP932 で表せない文字: %1 個\n").arg(m_unknown) + m_firstUnknown.join(u'\n') +
            (m_unknown > mostListed ? QStringLiteral("\n…") : QString());
+}
+
+namespace {
+
+QString textOf(const RowExport &file, const QString &path)
+{
+    const QString unknown = file.unknownCharacters();
+    return QStringLiteral("「%1」に %2 行を書き出しました。").arg(path).arg(file.rows()) +
+           (unknown.isEmpty() ? QString() : u'\n' + unknown);
+}
+
+void copyRows(RecordSet &rows, RowExport &file, const ReportProgress &report)
+{
+    try {
+        for (std::vector<Cell> cells; !rows.isEof(); rows.moveNextBlock()) {
+            const RowBlock &block = rows.block();
+            for (int row = 0; row < block.rowCount(); ++row) {
+                block.read(row, cells);
+                file.addRow(cells);
+            }
+            report({.object = {}, .rows = file.rows()});
+        }
+    } catch (const Failure &error) {
+        throw Failure(QStringLiteral("%1 行目まで書いた後で終わりました。ファイルは残していません。\n%2")
+                          .arg(file.rows())
+                          .arg(error.description()),
+                      error.number(), error.state());
+    }
+}
+
+} // namespace
+
+QString exportRows(const PackedRows &rows, const std::vector<Field> &fields, const ExportOptions &options,
+                   const ReportProgress &report)
+{
+    constexpr qint64 rowsBetweenReports = 256;
+    RowExport file(options, fields);
+    std::vector<Cell> cells;
+    for (int row = 0; row < rows.rowCount(); ++row) {
+        rows.read(row, cells);
+        file.addRow(cells);
+        if (row % rowsBetweenReports == 0)
+            report({.object = {}, .rows = row, .expectedRows = rows.rowCount()});
+    }
+    file.finish();
+    return textOf(file, options.path);
+}
+
+QString exportStatement(Session &session, const QString &statement, const ExportOptions &options,
+                        const ReportProgress &report)
+{
+    RecordSet rows = session.connection().execute(statement);
+    if (!rows.isOpen())
+        throw Failure(QStringLiteral("この文は行を返しません。"));
+    rows.readWithoutLimit();
+    RowExport file(options, rows.fields());
+    copyRows(rows, file, report);
+    file.finish();
+    return textOf(file, options.path);
 }

@@ -1,6 +1,8 @@
 #pragma once
 
+#include "core/session/session.h"
 #include "core/sql/recordset.h"
+#include "transfer/progress.h"
 #include "transfer/transferfile.h"
 
 #include <QStringEncoder>
@@ -8,6 +10,8 @@
 #include <optional>
 #include <span>
 #include <vector>
+
+class PackedRows;
 
 enum class ExportForm { Separated, Json, JsonLines, Markdown, Insert };
 enum class TextEncoding { Utf8, Utf8WithMark, Cp932 };
@@ -67,3 +71,10 @@ private:
     qint64 m_unknown = 0;
     QStringList m_firstUnknown;
 };
+
+// All of the rows, over the session's connection as they arrive or as they are shown. Give what is to be
+// told; throw Failure, and leave no file then.
+QString exportStatement(Session &session, const QString &statement, const ExportOptions &options,
+                        const ReportProgress &report);
+QString exportRows(const PackedRows &rows, const std::vector<Field> &fields, const ExportOptions &options,
+                   const ReportProgress &report);

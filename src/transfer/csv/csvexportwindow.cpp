@@ -31,50 +31,6 @@ QString readAgain(const QString &statement)
 
 constexpr const char *endings[] = {"csv", "json", "jsonl", "md", "sql"}; // in the order of ExportForm
 
-constexpr qint64 rowsBetweenReports = 256;
-
-QString told(const RowExport &file, const QString &path)
-{
-    const QString unknown = file.unknownCharacters();
-    return QStringLiteral("「%1」に %2 行を書き出しました。").arg(path).arg(file.rows()) +
-           (unknown.isEmpty() ? QString() : u'\n' + unknown);
-}
-
-QString exportRows(const PackedRows &rows, const std::vector<Field> &fields, const ExportOptions &options,
-                   const ReportProgress &report)
-{
-    RowExport file(options, fields);
-    std::vector<Cell> cells;
-    for (int row = 0; row < rows.rowCount(); ++row) {
-        rows.read(row, cells);
-        file.addRow(cells);
-        if (row % rowsBetweenReports == 0)
-            report({.object = {}, .rows = row, .expectedRows = rows.rowCount()});
-    }
-    file.finish();
-    return told(file, options.path);
-}
-
-QString exportStatement(Session &session, const QString &statement, const ExportOptions &options,
-                        const ReportProgress &report)
-{
-    RecordSet rows = session.connection().execute(statement);
-    if (!rows.isOpen())
-        throw Failure(QStringLiteral("この文は行を返しません。"));
-    rows.readWithoutLimit();
-    RowExport file(options, rows.fields());
-    for (std::vector<Cell> cells; !rows.isEof(); rows.moveNextBlock()) {
-        const RowBlock &block = rows.block();
-        for (int row = 0; row < block.rowCount(); ++row) {
-            block.read(row, cells);
-            file.addRow(cells);
-        }
-        report({.object = {}, .rows = file.rows()});
-    }
-    file.finish();
-    return told(file, options.path);
-}
-
 } // namespace
 
 CsvExportWindow::CsvExportWindow(Session &session, const FlexGrid &grid)
