@@ -279,6 +279,10 @@ void CsvTest::aScriptIsLookedAtFirst()
     QVERIFY(!replaceCollations(statement, {.version = {}, .isMariaDb = false, .number = 90000}));
     QVERIFY(replaceCollations(statement, {.version = {}, .isMariaDb = true, .number = 101100}));
     QCOMPARE(statement, "CREATE TABLE a (c TEXT COLLATE utf8mb4_unicode_ci COMMENT 'utf8mb4_0900_bin')");
+    QVERIFY(!look.setsGtids);
+    QVERIFY(isOfGtids("SET @@GLOBAL.GTID_PURGED=/*!80000 '+'*/ '';") &&
+            isOfGtids("SET @@SESSION.SQL_LOG_BIN= 0"));
+    QVERIFY(!isOfGtids("SET @MYSQLDUMP_TEMP_LOG_BIN = @@SESSION.SQL_LOG_BIN"));
     writeFile(path, "-- Dump completed on 2026-01-01\n", QIODevice::Append);
     QVERIFY(lookAtScript(path, [](qint64, qint64) {}).isComplete);
 }

@@ -15,7 +15,8 @@
 
 namespace {
 
-QString told(const ScriptReport &report)
+// isInTransaction: it was to be.
+QString told(const ScriptReport &report, bool isInTransaction)
 {
     QString text = report.isComplete && report.errors == 0 ? QStringLiteral("読み込みました。")
                    : report.isStopped                      ? QStringLiteral("中断しました。")
@@ -28,6 +29,11 @@ QString told(const ScriptReport &report)
     if (report.isTakenBack)
         text += QStringLiteral("\nトランザクションは取り消しました"
                                "（CREATE や ALTER は、サーバーが自動で確定するため残ります）。");
+    else if (!report.isComplete && isInTransaction)
+        // The connection is gone, and with it what was not committed.
+        text += QStringLiteral(
+            "\n接続が切れたので、サーバーがトランザクションを取り消します。確定の直前に切れたときは"
+            "確定していることがあります（CREATE や ALTER は残ります）。");
     else if (!report.isComplete)
         text += QStringLiteral("\nここまでに実行した文の結果は残っています。");
     for (const ScriptError &error : report.firstErrors)
@@ -53,8 +59,8 @@ QString load(Session &session, const ScriptOptions &options, const ReportProgres
         }
     });
     if (!done.isComplete || done.errors > 0)
-        throw Failure(told(done));
-    return told(done);
+        throw Failure(told(done, options.isInTransaction));
+    return told(done, options.isInTransaction);
 }
 
 } // namespace
@@ -71,6 +77,8 @@ LoadWindow::LoadWindow(Session &session)
     , m_goesOn(made<QCheckBox>("loadGoesOn", QStringLiteral("エラーでも続ける")))
     , m_replaces(
           made<QCheckBox>("loadReplaces", QStringLiteral("サーバーにない照合順序を近いものに置き換える")))
+    , m_skipsGtids(tick("loadSkipsGtids", QStringLiteral("GTID とバイナリログの設定を飛ばす"), true,
+                        QStringLiteral("ファイルの元のサーバーのレプリカを作るときだけ外します")))
     , m_server(session.gCn ? session.gCn->server() : ServerInfo())
 {
     buildForm();
@@ -86,6 +94,7 @@ void LoadWindow::buildForm()
     m_database->setPlaceholderText(QStringLiteral("（ファイルの USE に任せる）"));
     m_encoding->addItems({QStringLiteral("UTF-8（またはファイルのバイトのまま）"), QStringLiteral("CP932")});
     m_replaces->setEnabled(false);
+    m_skipsGtids->setEnabled(false);
     connect(m_lookButton, &QPushButton::clicked, this, &LoadWindow::look);
 
     QHBoxLayout *path = pathRow("loadBrowse", m_path, [this] { browse(); });
@@ -96,7 +105,7 @@ void LoadWindow::buildForm()
     fields->addRow(QStringLiteral("最初のデータベース："), m_database);
     form()->addLayout(fields);
     form()->addWidget(m_found, 1);
-    for (QCheckBox *box : {m_replaces, m_inTransaction, m_goesOn})
+    for (QCheckBox *box : {m_replaces, m_skipsGtids, m_inTransaction, m_goesOn})
         form()->addWidget(box);
 }
 
@@ -143,6 +152,7 @@ void LoadWindow::showLook()
     const bool hasUnknown = !unknownCollations(m_look->newCollations, m_server).isEmpty();
     m_replaces->setEnabled(hasUnknown);
     m_replaces->setChecked(false);
+    m_skipsGtids->setEnabled(m_look->setsGtids);
 }
 
 // Everything that a user may not expect, before the first statement.
@@ -163,6 +173,20 @@ bool LoadWindow::confirmsWhatWasFound()
                               Icon::Critical);
 }
 
+std::function<bool(std::string &)> LoadWindow::rewriting() const
+{
+    const bool replaces = m_replaces->isChecked(), skips = m_look->setsGtids && m_skipsGtids->isChecked();
+    if (!replaces && !skips)
+        return {};
+    return [server = m_server, replaces, skips](std::string &statement) {
+        if (skips && isOfGtids(statement)) {
+            statement = "DO NULL";
+            return true;
+        }
+        return replaces && replaceCollations(statement, server);
+    };
+}
+
 void LoadWindow::start()
 {
     if (m_path->text().isEmpty())
@@ -177,10 +201,7 @@ void LoadWindow::start()
         m_encoding->currentIndex() == 1 ? ScriptFile::Encoding::Cp932 : ScriptFile::Encoding::Bytes;
     options.isInTransaction = m_inTransaction->isChecked();
     options.goesOnAtErrors = m_goesOn->isChecked();
-    if (m_replaces->isChecked())
-        options.rewrite = [server = m_server](std::string &statement) {
-            return replaceCollations(statement, server);
-        };
+    options.rewrite = rewriting();
     begin(m_database->text(), [options](Session &session, const ReportProgress &report) {
         return load(session, options, report);
     });

@@ -28,12 +28,13 @@ private:
     void look();
     bool confirmsWhatWasFound();
     void showLook();
+    std::function<bool(std::string &)> rewriting() const;
 
     QLineEdit *m_path, *m_database;
     QPushButton *m_lookButton;
     QPlainTextEdit *m_found;
     QComboBox *m_encoding;
-    QCheckBox *m_inTransaction, *m_goesOn, *m_replaces;
+    QCheckBox *m_inTransaction, *m_goesOn, *m_replaces, *m_skipsGtids;
     const ServerInfo m_server;
     std::optional<ScriptLook> m_look; // of the file that was looked at
     QString m_lookedAt;

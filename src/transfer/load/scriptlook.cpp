@@ -78,6 +78,7 @@ void Look::takeStatement(std::string_view statement)
     constexpr qsizetype enoughWords = 12;
     takeWords(wordsOf(text, enoughWords));
     addNewCollations(m_look.newCollations, text);
+    m_look.setsGtids = m_look.setsGtids || isOfGtids(statement);
 }
 
 void Look::takeWords(const QStringList &words)
@@ -206,6 +207,8 @@ QString textOf(const ScriptLook &look, const ServerInfo &server)
         lines << QStringLiteral("削除するもの (%1): ").arg(look.drops) +
                      look.dropped.join(QStringLiteral(", ")) +
                      (look.drops > look.dropped.size() ? QStringLiteral(", …") : QString());
+    if (look.setsGtids)
+        lines << QStringLiteral("レプリケーションの位置 (GTID) を設定し、読み込みをバイナリログに残しません");
     const QStringList unknown = unknownCollations(look.newCollations, server);
     if (!unknown.isEmpty())
         lines << QStringLiteral("このサーバーにない照合順序: ") + unknown.join(QStringLiteral(", "));
@@ -236,4 +239,15 @@ bool replaceCollations(std::string &statement, const ServerInfo &server)
     if (isChanged)
         statement = std::move(result);
     return isChanged;
+}
+
+bool isOfGtids(std::string_view statement)
+{
+    // "SET @@GLOBAL.GTID_PURGED=/*!80000 '+'*/ '...'", "SET @@SESSION.SQL_LOG_BIN= 0"
+    static const QRegularExpression variables(
+        QStringLiteral("^set\\s+@@(global\\.gtid_purged|session\\.sql_log_bin)\\s*="),
+        QRegularExpression::CaseInsensitiveOption);
+    constexpr std::size_t enough = 60;
+    return startsWith(statement, "set") &&
+           variables.match(QString::fromLatin1(statement.substr(0, enough))).hasMatch();
 }

@@ -7,6 +7,7 @@
 
 #include <functional>
 #include <string>
+#include <string_view>
 
 // What a file of SQL says of itself before anything of it is sent.
 struct ScriptLook {
@@ -20,6 +21,7 @@ struct ScriptLook {
     bool isOfDumpTool = false;  // one that marks its end
     bool isComplete = true;     // as far as that can be told
     bool isSandboxed = false;   // begins with the line that switches the client's own commands off
+    bool setsGtids = false;     // the server's replication position, and keeps what it loads from replicas
     QStringList newCollations;  // utf8mb4_0900_..., uca1400, that other servers do not know
 };
 
@@ -34,3 +36,6 @@ QStringList unknownCollations(const QStringList &names, const ServerInfo &server
 // The statement with collations that the server does not know replaced by its nearest ones; true when it was
 // changed. Texts and names in quotes stay.
 bool replaceCollations(std::string &statement, const ServerInfo &server);
+
+// Whether it is one of the statements that setsGtids tells of.
+bool isOfGtids(std::string_view statement);
