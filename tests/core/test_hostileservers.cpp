@@ -22,6 +22,7 @@ private Q_SLOTS:
     void passwordsAreNotGivenAway();
     void aDataSourceMayDemandEncryption();
     void filesAreNotGivenAway();
+    void oneFileAtMostIsGiven();
     void aSilentServerIsGivenUp();
     void liesAreErrors_data();
     void liesAreErrors();
@@ -116,6 +117,35 @@ void HostileServersTest::filesAreNotGivenAway()
         }
         QVERIFY(server.received().contains("'a'") || server.received().contains("1"));
         QVERIFY2(!server.received().contains("only for me"), statement);
+    }
+}
+
+// Where one file may be read, it is that one, and once for each statement that asks for it.
+void HostileServersTest::oneFileAtMostIsGiven()
+{
+    if (!isBuiltIn())
+        QSKIP("only built in");
+    const QString secret = m_folder.filePath("secret"), meant = m_folder.filePath("meant");
+    writeFile(secret, "only for me");
+    writeFile(meant, "for the server");
+    const QString load = "LOAD DATA LOCAL INFILE '" + meant + "' INTO TABLE t";
+    using Case = std::tuple<QString, QString, bool>; // statement, what the server wants, whether it gets it
+    for (const auto &[statement, wanted, isGiven] :
+         {Case{load, meant, true},
+          {load, secret, false},
+          {"select 1", meant, false},
+          {"load data local infile '" + secret + "' into table t", secret, false}}) {
+        FakeServer server({});
+        for (const char *start : {"load", "LOAD", "select 1"})
+            server.answer(start, {.wantedFile = wanted.toUtf8()});
+        const auto open = connected(string(server, ";LOCALFILE={" + meant + '}'), m_pump);
+        try {
+            open->execute(statement);
+        } catch (const Failure &failure) {
+            QCOMPARE(failure.description().contains("頼んでいないファイル"), !isGiven);
+        }
+        QCOMPARE(server.received().contains("for the server"), isGiven);
+        QVERIFY(!server.received().contains("only for me"));
     }
 }
 

@@ -1,4 +1,5 @@
 #include "core/driver/connect.h"
+#include "core/session/basconnection.h"
 #include "support/cuttingproxy.h"
 #include "support/files.h"
 #include "support/rows.h"
@@ -40,6 +41,8 @@ private Q_SLOTS:
     void whatIsExportedIsImported();
     void rowsThatDoNotFitAreTold_data();
     void rowsThatDoNotFitAreTold();
+    void rowsGoByLoadDataLocal_data();
+    void rowsGoByLoadDataLocal();
     void aBreakSaysWhatIsIn_data();
     void aBreakSaysWhatIsIn();
     void aScriptIsLookedAtFirst();
@@ -214,6 +217,54 @@ void CsvTest::rowsThatDoNotFitAreTold()
     const QString told = QString::fromUtf8(readFile(report.errorFile));
     QVERIFY2(told.contains("\r\n4,") || told.contains(QChar(0xfeff) + QString("4,")), qPrintable(told));
     QVERIFY2(told.contains("5,\"Data too long") && told.contains("6,\"値の数が違います"), qPrintable(told));
+}
+
+void CsvTest::rowsGoByLoadDataLocal_data()
+{
+    const Rows<TestServer::Brand, QByteArray, Duplicates, int, QString> row;
+    using enum TestServer::Brand;
+    const QByteArray good = "2,\"a\tb\\ \n'\"\"\"\n3,\n4,\"\"\n";
+    const QString old = "1:6F6C64", all = old + ",2:6109625C200A2722,3:-,4:";
+    row("good ones, MariaDB", MariaDb, good, Duplicates::Stop, 0, all);
+    row("good ones, MySQL 9", MySql9, good, Duplicates::Stop, 0, all);
+    row("good ones, MySQL 5.6", MySql56, good, Duplicates::Stop, 0, all);
+    row("a value that does not fit", MariaDb, "2,a\n3,far too long for it\n", Duplicates::Stop, 1, old);
+    row("a duplicate", MariaDb, "1,a\n2,b\n", Duplicates::Stop, 1, old);
+    row("a duplicate skipped", MariaDb, "1,a\n2,b\n", Duplicates::Skip, 0, old + ",2:62");
+    row("one skipped, one that does not fit", MariaDb, "1,a\nx,b\n", Duplicates::Skip, 1, old);
+}
+
+void CsvTest::rowsGoByLoadDataLocal()
+{
+    const auto [brand, lines, duplicates, errors, after] =
+        fetched<TestServer::Brand, QByteArray, Duplicates, int, QString>();
+    SKIP_WITHOUT(brand);
+    TestServer &server = m_servers.of(brand);
+    server.run(
+        "SET GLOBAL local_infile=1; DROP DATABASE IF EXISTS c; CREATE DATABASE c CHARACTER SET utf8mb4; "
+        "USE c; CREATE TABLE t(id INT PRIMARY KEY, v VARCHAR(9)); INSERT INTO t VALUES(1,'old')");
+    BlockingPump pump;
+    Session session;
+    session.connectBy(createConnection, pump);
+    session.gDsn = noDataSource();
+    session.gDriver = nativeDriverName();
+    session.gServer = "127.0.0.1";
+    session.gPort = QString::number(server.port());
+    session.gUser = session.gPass = "demo";
+    ImportOptions options;
+    options.path = m_folder.filePath("local.csv");
+    writeFile(options.path, "id,v\n" + lines);
+    options.database = "c";
+    options.table = "t";
+    options.columns = {{"id", 0}, {"v", 1}};
+    options.duplicates = duplicates;
+    options.isLocal = true;
+    const ImportReport report = importCsv(session, options, noReport);
+    QCOMPARE(report.errors, errors);
+    QCOMPARE(server.run("SELECT GROUP_CONCAT(id, ':', IFNULL(HEX(v), '-') ORDER BY id) FROM c.t").trimmed(),
+             after);
+    if (errors == 1 && duplicates == Duplicates::Stop && lines.startsWith("2"))
+        QVERIFY(readFile(report.errorFile).contains("3,\"Data t"));
 }
 
 void CsvTest::aBreakSaysWhatIsIn_data()

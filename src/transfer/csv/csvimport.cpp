@@ -4,10 +4,12 @@
 #include "core/command/tablekind.h"
 #include "core/sql/rowblock.h"
 #include "core/sql/statements.h"
+#include "transfer/csv/localload.h"
 #include "transfer/dump/insertwriter.h"
 #include "transfer/transferfile.h"
 
 #include <algorithm>
+#include <optional>
 
 namespace {
 
@@ -46,6 +48,9 @@ private:
     void prepare();
     void readTargets();
     void take(const CsvRow &row);
+    void addLocally(const CsvRow &row);
+    void loadLocally();
+    void noteWarnings(const std::vector<LocalLoad::Warning> &warnings);
     void send();
     void sendRows(std::size_t first, std::size_t last);
     QByteArray statementFor(std::size_t first, std::size_t last) const;
@@ -64,7 +69,10 @@ private:
     std::vector<Target> m_targets;
     std::size_t m_fieldCount = 0;
     std::size_t m_mostRows = rowsPerStatement;
+    QString m_names;            // of the columns, quoted
     std::string m_head, m_tail; // of each statement
+    std::optional<LocalLoad> m_local;
+    qint64 m_localRows = 0;
     std::vector<CsvRow> m_rows;
     std::size_t m_rowCount = 0, m_bytes = 0;
     qint64 m_sinceCommit = 0, m_lastLine = 0, m_committedLine = 0;
@@ -79,6 +87,7 @@ ImportReport Import::run()
         prepare();
         readRows();
         send();
+        loadLocally();
         end();
     } catch (const Failure &error) {
         throw Failure(error.description() + whatHolds(error), error.number(), error.state());
@@ -107,6 +116,8 @@ void Import::readRows()
 
 void Import::prepare()
 {
+    if (m_options.isLocal)
+        m_local.emplace().connect(m_session);
     connection().execute(useStatement(m_options.database));
     // Strict, so that a value that does not fit is refused; with backslash escapes, for the literals.
     connection().execute(QStringLiteral("SET sql_mode='STRICT_ALL_TABLES,NO_ENGINE_SUBSTITUTION'"));
@@ -146,6 +157,11 @@ void Import::readTargets()
     }
     if (m_targets.empty())
         throw Failure(QStringLiteral("取り込む列がありません。"));
+    const bool isText =
+        std::ranges::all_of(m_targets, [](const Target &each) { return each.taking == Taking::Text; });
+    if (m_local && !isText)
+        throw Failure(QStringLiteral("バイナリや BIT の列には、LOAD DATA LOCAL で取り込めません。"));
+    m_names = QString::fromStdString(names);
     m_head = "INSERT INTO " + quotedName(m_options.table).toStdString() + " (" + names + ") VALUES\n";
     // INSERT IGNORE would let values that do not fit pass as well.
     if (m_options.duplicates == Duplicates::Skip)
@@ -163,6 +179,8 @@ void Import::take(const CsvRow &row)
         return noteError(row, QStringLiteral("値の数が違います (%1 個、見出しは %2 個)。")
                                   .arg(row.fields.size())
                                   .arg(m_fieldCount));
+    if (m_local)
+        return addLocally(row);
     if (m_rows.size() <= m_rowCount)
         m_rows.emplace_back();
     m_rows[m_rowCount++] = row;
@@ -170,6 +188,61 @@ void Import::take(const CsvRow &row)
         m_bytes += field.text.size() + 4;
     if (m_rowCount >= m_mostRows || m_bytes >= statementBytes)
         send();
+}
+
+void Import::addLocally(const CsvRow &row)
+{
+    ++m_localRows;
+    for (const Target &target : m_targets) {
+        const CsvField &field = row.fields[target.field];
+        if (!field.isQuoted && field.text == m_nullText)
+            m_local->addNull();
+        else
+            m_local->addValue(field.text);
+    }
+    m_local->endRow();
+}
+
+void Import::loadLocally()
+{
+    // Nothing is sent for nothing.
+    if (!m_local || m_report.errors > 0)
+        return;
+    TransferStatus status;
+    status.object = QStringLiteral("サーバーが取り込んでいます");
+    status.rows = m_localRows;
+    m_tell(status);
+    const bool skips = m_options.duplicates == Duplicates::Skip;
+    const LocalLoad::Outcome outcome =
+        m_local->send(connection(), quotedName(m_options.table), m_names, skips);
+    m_report.rows = outcome.rows;
+    m_report.skipped = skips ? m_localRows - outcome.rows : 0;
+    std::vector<LocalLoad::Warning> refusals = outcome.firstWarnings;
+    constexpr int duplicate = 1062, duplicateWithKey = 1586;
+    if (skips)
+        std::erase_if(refusals, [](const LocalLoad::Warning &each) {
+            return each.number == duplicate || each.number == duplicateWithKey;
+        });
+    noteWarnings(refusals);
+    // Beyond those that are listed.
+    m_report.errors = std::max(m_report.errors, outcome.warnings - m_report.skipped);
+}
+
+// Each with its row, which is read once more for it.
+void Import::noteWarnings(const std::vector<LocalLoad::Warning> &warnings)
+{
+    if (warnings.empty())
+        return;
+    CsvReader reader(m_options.path, m_options.format);
+    CsvRow row;
+    if (m_options.format.hasHeader)
+        reader.next(row);
+    qint64 at = 0;
+    for (const LocalLoad::Warning &warning : warnings) {
+        while (at < warning.row && reader.next(row))
+            ++at;
+        noteError(warning.row > 0 && at == warning.row ? row : CsvRow(), warning.words);
+    }
 }
 
 void Import::send()

@@ -22,6 +22,9 @@ struct ImportOptions {
     Duplicates duplicates = Duplicates::Stop;
     bool keepsGoodRows = false; // else one bad row takes all back
     int rowsPerCommit = 0;      // of kept ones; 0: all at the end
+    // By LOAD DATA LOCAL, over a connection that lets the server ask for the rows: built in only, all or
+    // nothing, and nothing is replaced.
+    bool isLocal = false;
 };
 
 struct ImportReport {

@@ -4,6 +4,8 @@
 #include "controls/window/building.h"
 #include "core/command/storedcolumns.h"
 #include "core/command/writing.h"
+#include "core/driver/connect.h"
+#include "core/session/basconnection.h"
 #include "core/sql/statements.h"
 
 #include <QCheckBox>
@@ -45,6 +47,9 @@ CsvImportWindow::CsvImportWindow(Session &session, const QString &table)
     , m_duplicates(made<QComboBox>("importDuplicates"))
     , m_errors(made<QComboBox>("importErrors"))
     , m_header(made<QCheckBox>("importHeader", QStringLiteral("1 行目は列名")))
+    , m_local(tick("importLocal", QStringLiteral("LOAD DATA LOCAL で送る（速い）"), false,
+                   QStringLiteral("サーバーが許しているときだけ使えます。すべて入るか、すべて取り消すかです。"
+                                  "サーバーに渡すのは、この取り込みの行だけです")))
     , m_preview(made<FlexGrid>("importPreview"))
     , m_mapping(made<QTableWidget>("importMapping"))
     , m_checks(made<QLabel>("importChecks"))
@@ -89,6 +94,9 @@ void CsvImportWindow::connectChoices()
     });
     for (QComboBox *box : {m_encoding, m_separator})
         connect(box, &QComboBox::currentIndexChanged, this, &CsvImportWindow::preview);
+    for (QComboBox *box : {m_duplicates, m_errors})
+        connect(box, &QComboBox::currentIndexChanged, this, &CsvImportWindow::showLocal);
+    showLocal();
     connect(m_header, &QCheckBox::toggled, this, &CsvImportWindow::preview);
     connect(m_nullText, &QLineEdit::editingFinished, this, &CsvImportWindow::checkTypes);
 }
@@ -108,10 +116,19 @@ void CsvImportWindow::layOut()
         fields->addRow(QStringLiteral("新しいテーブルの名前："), m_newTable);
     fields->addRow(QStringLiteral("キーが重複する行："), m_duplicates);
     fields->addRow(QStringLiteral("入らない行："), m_errors);
+    fields->addRow(QString(), m_local);
     form()->addLayout(fields);
     form()->addWidget(m_preview, 2);
     form()->addWidget(m_mapping, 2);
     form()->addWidget(m_checks);
+}
+
+void CsvImportWindow::showLocal()
+{
+    const bool isBuiltIn =
+        trimmedBlanks(m_session.gDsn) == noDataSource() && m_session.gDriver == nativeDriverName();
+    m_local->setEnabled(isBuiltIn && m_errors->currentIndex() == TakeAllBack &&
+                        m_duplicates->currentIndex() != static_cast<int>(Duplicates::Replace));
 }
 
 void CsvImportWindow::browse()
@@ -286,6 +303,7 @@ void CsvImportWindow::start()
     options.duplicates = static_cast<Duplicates>(m_duplicates->currentIndex());
     options.keepsGoodRows = m_errors->currentIndex() != TakeAllBack;
     options.rowsPerCommit = m_errors->currentIndex() == KeepByThousands ? rowsPerCommit : 0;
+    options.isLocal = m_local->isEnabled() && m_local->isChecked();
     if (options.path.isEmpty() || options.table.isEmpty())
         return tell(QStringLiteral("ファイルとテーブルを指定してください。"), true);
     if (options.columns.empty())

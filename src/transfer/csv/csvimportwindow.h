@@ -32,6 +32,7 @@ private:
     void connectChoices();
     void layOut();
     void browse();
+    void showLocal();
     void readColumns();
     void look();
     void preview();
@@ -46,7 +47,7 @@ private:
     QStringList m_fileColumns;
     QLineEdit *m_path, *m_nullText, *m_newTable;
     QComboBox *m_encoding, *m_separator, *m_duplicates, *m_errors;
-    QCheckBox *m_header;
+    QCheckBox *m_header, *m_local;
     FlexGrid *m_preview;
     QTableWidget *m_mapping;
     QLabel *m_checks;

@@ -33,6 +33,8 @@ Driver::Opened NativeDriver::connect()
     NativeConnection opened = connectNative(m_options, {m_options.connectSeconds, 0});
     m_handle = std::move(opened.handle);
     m_cutter.watch(mysql_get_socket(m_handle.get()));
+    if (!m_options.localFile.isEmpty())
+        m_localFile.emplace(m_options.localFile).serveOn(m_handle.get());
     speakUtf8(m_handle.get());
     const unsigned long id = mysql_thread_id(m_handle.get());
     setSession(NativeSession{id, sessionMark(m_handle.get(), id)});
@@ -59,6 +61,8 @@ std::unique_ptr<DriverResult> NativeDriver::send(const QByteArray &text, bool ke
         m_streaming->takeRest();
     dropUnread();
     m_keepsFurther = keepsFurther;
+    if (m_localFile)
+        m_localFile->expect({text.constData(), static_cast<std::size_t>(text.size())});
     sendNative(m_handle.get(), {text.constData(), static_cast<std::size_t>(text.size())});
     return currentResult(NativeResult::mayBeKilled(text));
 }

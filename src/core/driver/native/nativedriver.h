@@ -1,5 +1,6 @@
 #pragma once
 
+#include "core/driver/native/localfile.h"
 #include "core/driver/native/nativehandle.h"
 #include "core/driver/workerdriver.h"
 
@@ -35,6 +36,7 @@ private:
     void dropUnread();
 
     const NativeOptions m_options;
+    std::optional<LocalFile> m_localFile; // before the handle that asks it
     NativeHandle m_handle;
     SocketCutter m_cutter;
     std::mutex m_sessionMutex;

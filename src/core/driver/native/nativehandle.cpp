@@ -45,8 +45,8 @@ NativeHandle configured(const NativeOptions &options, const NativeTimeouts &time
     const unsigned protocol = MYSQL_PROTOCOL_TCP;
     mysql_optionsv(handle.get(), MYSQL_OPT_PROTOCOL, &protocol);
     mysql_optionsv(handle.get(), MYSQL_SET_CHARSET_NAME, "utf8mb4");
-    // Else any server could ask for any file of the user's.
-    const unsigned allowsLocalFiles = 0;
+    // Else any server could ask for any file of the user's. Where one may be read, LocalFile keeps watch.
+    const unsigned allowsLocalFiles = options.localFile.isEmpty() ? 0 : 1;
     mysql_optionsv(handle.get(), MYSQL_OPT_LOCAL_INFILE, &allowsLocalFiles);
     mysql_optionsv(handle.get(), MYSQL_OPT_CONNECT_TIMEOUT, &timeouts.connect);
     mysql_optionsv(handle.get(), MYSQL_OPT_READ_TIMEOUT, &timeouts.answer);
@@ -139,6 +139,7 @@ Interruption killQuery(const NativeOptions &options, const NativeSession &sessio
     try {
         NativeOptions without = options;
         without.database.clear();
+        without.localFile.clear();
         const NativeHandle handle = connectNative(without, killTimeouts).handle;
         stop.onReached();
         if (session.mark.isEmpty() || sessionMark(handle.get(), session.id) != session.mark)

@@ -39,6 +39,8 @@ NativeOptions NativeOptions::parse(const QString &connectionString)
             options.*text->second = value.toUtf8();
         else if (key == u"port")
             options.port = ::port(value);
+        else if (key == u"localfile")
+            options.localFile = value;
         else if (key == u"handleexpiredpassword")
             options.handlesExpiredPassword = value == u"1";
         else if (key != u"driver" && key != u"conn_timeout" && !TlsOptions::isKey(key))
