@@ -1,6 +1,7 @@
 #include "browser/dataviewer.h"
 
 #include "browser/frmTarnwellControls.h"
+#include "controls/grid/columnwidths.h"
 #include "controls/window/stopping.h"
 #include "controls/window/windowpump.h"
 #include "core/sql/listitem.h"
@@ -23,6 +24,8 @@ DataViewer::DataViewer(Session &session, TarnwellControls &controls, Dialogue &d
     m_controls.cmdDataGet->setProperty("tag", QStringLiteral("false"));
 }
 
+DataViewer::~DataViewer() = default;
+
 void DataViewer::cmdDataGet_Click()
 {
     TarnwellControls &c = m_controls;
@@ -36,6 +39,7 @@ void DataViewer::cmdDataGet_Click()
         read();
         c.lblRecordCount->setText(QString::number(c.flGrid_Data->rowCount()));
     }
+    showWidths(); // the grid has its own once it is drawn
     setStopsRunningCommand(c.cmdDataGet, false);
     c.cmdDataGet->setText(QStringLiteral("ﾃﾞｰﾀ表示"));
 }
@@ -70,6 +74,16 @@ void DataViewer::read()
         m_dialogue.setLastError(error.description(), false);
         m_dialogue.refuse(error.description());
     }
+}
+
+void DataViewer::showWidths()
+{
+    if (!m_widths)
+        m_widths = std::make_unique<ColumnWidths>(
+            *m_controls.flGrid_Data,
+            (m_session.settingsFolder.isEmpty() ? m_session.programFolder : m_session.settingsFolder) +
+                QStringLiteral("/columns.json"));
+    m_widths->show(m_session.gDbName + u'.' + ListItem::parse(m_controls.lstTables->currentText()).name);
 }
 
 void DataViewer::readRows(RecordSet &rows)

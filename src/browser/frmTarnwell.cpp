@@ -72,6 +72,7 @@ frmTarnwell::frmTarnwell(Session &session)
     Form_Load();
     m_panel.chooseSaved();
     restoreSize(*this, m_session.gIniPath, sizeKey, standardSize);
+    restoreSplitters(*this, m_session.gIniPath, sizeKey);
 }
 
 frmTarnwell::~frmTarnwell()
@@ -204,6 +205,7 @@ void frmTarnwell::closeEvent(QCloseEvent *event)
     if (!failure.isEmpty() && isVisible() && !qApp->isSavingSession())
         m_dialogue.refuse(QStringLiteral("設定を保存できませんでした。\r\n") + failure);
     keepSize(*this, m_session.gIniPath, sizeKey, standardSize);
+    keepSplitters(*this, m_session.gIniPath, sizeKey);
     sDisconnect(m_session);
     event->accept();
     for (QWidget *window : QApplication::topLevelWidgets())

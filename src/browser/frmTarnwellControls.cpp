@@ -131,7 +131,7 @@ void layOutTablePanel(TarnwellControls &c)
 {
     auto *layout = new QVBoxLayout(c.picTable);
     layout->setContentsMargins({});
-    auto *split = new QSplitter(Qt::Horizontal);
+    auto *split = made<QSplitter>("splitTables", Qt::Horizontal);
     FilterLine *filter =
         filterLine("lstTables_Filter", *c.lstTables, QStringLiteral("テーブルとビューの絞り込み"));
     split->addWidget(column(
@@ -155,7 +155,7 @@ void layOutRoutinePanel(TarnwellControls &c)
     lines->addLayout(row({c.lblEditProcName, c.lblProcName}));
     lines->addWidget(c.txtProc, 1);
     lines->addLayout(row({c.cmdCreateProc, c.cmdDropProc}));
-    auto *split = new QSplitter(Qt::Horizontal);
+    auto *split = made<QSplitter>("splitRoutines", Qt::Horizontal);
     split->addWidget(column({caption("Label6", QStringLiteral("ﾌﾟﾛｼｰｼﾞｬ && ﾌｧﾝｸｼｮﾝ"), c.lstProcFunc),
                              caption("Label14", QStringLiteral("procedure && function"), c.lstProcFunc),
                              filter, c.lstProcFunc},
@@ -214,14 +214,14 @@ void layOut(TarnwellControls &c, QWidget *window)
     lines->addLayout(choices);
     lines->addWidget(c.picTable, 1);
     lines->addWidget(c.picProc, 1);
-    auto *split = new QSplitter(Qt::Horizontal);
+    auto *split = made<QSplitter>("splitDatabases", Qt::Horizontal);
     split->addWidget(databaseColumn(c));
     split->addWidget(objects);
     split->setChildrenCollapsible(false);
     split->setStretchFactor(1, 1);
     split->setSizes({190, 800});
 
-    auto *withLog = new QSplitter(Qt::Vertical);
+    auto *withLog = made<QSplitter>("splitLog", Qt::Vertical);
     withLog->addWidget(split);
     withLog->addWidget(c.log);
     withLog->setChildrenCollapsible(false);
@@ -305,7 +305,7 @@ TarnwellControls::TarnwellControls(QWidget *window, std::shared_ptr<StatementLog
     , rowsPane(made<RowsPane>("rowsPane", *flGrid_Data))
     , Label3(made<QLabel>("Label3", QStringLiteral("fields")))
     , Label8(made<QLabel>("Label8", QStringLiteral("index")))
-    , fieldView(new QSplitter(Qt::Vertical))
+    , fieldView(made<QSplitter>("fieldView", Qt::Vertical))
     , cmdCheckTable(
           button("cmdCheckTable", QStringLiteral("ﾃｰﾌﾞﾙ検査"), QStringLiteral("CHECK TABLE を実行します")))
     , cmdRepairTable(

@@ -5,6 +5,7 @@
 
 #include <QRegularExpression>
 #include <QScreen>
+#include <QSplitter>
 #include <QWidget>
 
 namespace {
@@ -21,6 +22,14 @@ QSize room(const QWidget &window, QSize standard)
 QString asText(QSize size)
 {
     return QStringLiteral("%1x%2").arg(size.width()).arg(size.height());
+}
+
+const char *const moved = "movedByUser";
+constexpr int largestPart = 10000;
+
+QString splitterKey(const QString &key, const QSplitter &splitter)
+{
+    return key + u'.' + splitter.objectName();
 }
 
 } // namespace
@@ -48,4 +57,39 @@ void keepSize(const QWidget &window, const QString &settingsFile, const QString 
         return;
     file.setValue(section, key, now);
     file.save();
+}
+
+void restoreSplitters(QWidget &window, const QString &settingsFile, const QString &key)
+{
+    const ProfileFile file(settingsFile);
+    for (QSplitter *splitter : window.findChildren<QSplitter *>()) {
+        if (splitter->objectName().isEmpty())
+            continue;
+        QList<int> sizes;
+        for (const QString &size :
+             file.value(section, splitterKey(key, *splitter)).split(u',', Qt::SkipEmptyParts))
+            sizes << std::clamp(size.toInt(), 0, largestPart);
+        if (sizes.size() == splitter->count())
+            splitter->setSizes(sizes);
+        QObject::connect(splitter, &QSplitter::splitterMoved, splitter,
+                         [splitter] { splitter->setProperty(moved, true); });
+    }
+}
+
+void keepSplitters(const QWidget &window, const QString &settingsFile, const QString &key)
+{
+    const FileLock lock(settingsFile);
+    ProfileFile file(settingsFile);
+    bool isChanged = false;
+    for (const QSplitter *splitter : window.findChildren<QSplitter *>()) {
+        if (!splitter->property(moved).toBool())
+            continue;
+        QStringList sizes;
+        for (const int size : splitter->sizes())
+            sizes << QString::number(size);
+        file.setValue(section, splitterKey(key, *splitter), sizes.join(u','));
+        isChanged = true;
+    }
+    if (isChanged)
+        file.save();
 }

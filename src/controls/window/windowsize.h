@@ -12,3 +12,6 @@ class QWidget;
 void restoreSize(QWidget &window, const QString &settingsFile, const QString &key, QSize standard);
 // A file that cannot be written costs the size, nothing else.
 void keepSize(const QWidget &window, const QString &settingsFile, const QString &key, QSize standard);
+// The same for the splitters below the window that have names: only those that the user moved are kept.
+void restoreSplitters(QWidget &window, const QString &settingsFile, const QString &key);
+void keepSplitters(const QWidget &window, const QString &settingsFile, const QString &key);
