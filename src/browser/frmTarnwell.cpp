@@ -8,6 +8,7 @@
 #include "core/session/basconnection.h"
 #include "maintenance/backup/frmRestore.h"
 #include "server/serverwindow.h"
+#include "structure/search/searchwindow.h"
 #include "transfer/commands.h"
 
 #include <QAction>
@@ -80,6 +81,7 @@ frmTarnwell::~frmTarnwell()
     // It works on the session, which ends soon after this window.
     delete m_console;
     delete m_server;
+    delete m_search;
 }
 
 void frmTarnwell::Form_Load()

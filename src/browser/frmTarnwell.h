@@ -19,7 +19,9 @@
 class ConnectionStore;
 class KeepAlive;
 class ServerWindow;
+class SearchWindow;
 class frmSql;
+struct SearchHit;
 
 // The program's first window: connection, lists, detail and every command. Closing it saves the settings,
 // closes the connection and ends the program.
@@ -94,6 +96,8 @@ private:
     void openSheets();
     void openHistory();
     void openServer();
+    void openSearch();
+    void openHit(const SearchHit &hit);
     void showInConsole(const QString &statement);
 
     void choose(ChosenList *list);
@@ -124,4 +128,5 @@ private:
     ServerStrips *m_strips = nullptr; // made for the first saved connection
     SheetRoom m_sheets;
     QPointer<ServerWindow> m_server;
+    QPointer<SearchWindow> m_search;
 };

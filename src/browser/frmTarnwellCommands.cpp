@@ -50,6 +50,7 @@ std::span<const frmTarnwell::WindowCommand> frmTarnwell::windowCommands()
         {{"openHistory", u"SQLの履歴", "Ctrl+R", Menu::Sql, Needs::Nothing}, &W::openHistory},
         {{"cmdCreateUser", u"ﾕｰｻﾞｰ設定", "Alt+U", Menu::Server, Needs::Connection}, &W::cmdCreateUser_Click},
         {{"openServer", u"サーバー", "Ctrl+F8", Menu::Server, Needs::Connection}, &W::openServer},
+        {{"openSearch", u"検索", "Ctrl+Shift+F", Menu::View, Needs::Connection}, &W::openSearch},
         {{"refreshShown", u"最新の情報に更新", "F5", Menu::View, Needs::Connection}, &W::refreshShown},
         {{"showLog", u"SQLログ", "F12", Menu::View, Needs::Nothing}, &W::toggleLog},
         {{"openPalette", u"コマンドとオブジェクトを探す", "Ctrl+P", Menu::View, Needs::Nothing},

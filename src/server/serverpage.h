@@ -1,7 +1,7 @@
 #pragma once
 
 #include "core/command/dialogue.h"
-#include "server/serverlink.h"
+#include "core/session/serverlink.h"
 
 #include <QWidget>
 

@@ -1,4 +1,4 @@
-#include "server/serverlink.h"
+#include "core/session/serverlink.h"
 
 #include "core/session/basconnection.h"
 

@@ -12,7 +12,7 @@
 
 class QThread;
 
-// The connection of the server window, in a thread of its own: questions are answered one after the other
+// A further connection of the session's settings, in a thread of its own: questions are answered one after the other
 // while the windows go on, whatever runs in them. A connection that was lost is made anew by the next
 // question. All calls come from the thread of the windows, and so do the answers.
 class ServerLink : public QObject {

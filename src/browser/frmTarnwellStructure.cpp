@@ -1,0 +1,66 @@
+// What the main window offers of its objects' structure: searching, and going to what was found.
+#include "browser/frmTarnwell.h"
+#include "structure/search/searchhit.h"
+#include "structure/search/searchwindow.h"
+
+namespace {
+
+void bringToFront(QWidget &window)
+{
+    window.show();
+    window.raise();
+    window.activateWindow();
+}
+
+QString itemOf(const ChosenList &list, const QString &tag, const QString &name)
+{
+    for (const QString &text : list.texts())
+        if (const ListItem item = ListItem::parse(text);
+            item.name == name && (tag.isEmpty() || item.tag == tag))
+            return text;
+    return {};
+}
+
+} // namespace
+
+void frmTarnwell::openSearch()
+{
+    // One window; another server takes the place of the last one.
+    if (m_search && !m_search->isOf(m_session))
+        delete m_search;
+    if (!m_search) {
+        m_search = new SearchWindow(m_session);
+        connect(m_search, &SearchWindow::opened, this, &frmTarnwell::openHit);
+    }
+    bringToFront(*m_search);
+    m_search->offer(m_controls.lstDb->currentText(), m_controls.lblTableName->text());
+}
+
+// The list, the detail and the view in which it is seen.
+void frmTarnwell::openHit(const SearchHit &hit)
+{
+    using Kind = SearchHit::Kind;
+    TarnwellControls &c = m_controls;
+    if (!m_session.gCn || m_session.runner.isRunning() || (m_search && !m_search->isOf(m_session)))
+        return;
+    bringToFront(*this);
+    if (c.lstDb->texts().isEmpty())
+        cmdShowDb_Click();
+    if (hit.kind == Kind::Value)
+        return openRows(hit.database, hit.object, hit.condition);
+    if (c.lstDb->currentText() != hit.database)
+        c.lstDb->choose(hit.database);
+    if (hit.kind == Kind::Database || hit.kind == Kind::Event || c.lstDb->currentText() != hit.database)
+        return;
+    const bool isRoutine = hit.kind == Kind::Procedure || hit.kind == Kind::Function;
+    ChosenList &list = isRoutine ? *c.lstProcFunc : *c.lstTables;
+    const QString tag = !isRoutine                    ? QString()
+                        : hit.kind == Kind::Procedure ? QStringLiteral("[PROC]")
+                                                      : QStringLiteral("[FUNC]");
+    const QString item = itemOf(list, tag, hit.object);
+    if (item.isEmpty())
+        return m_dialogue.refuse(QStringLiteral("一覧にありません: ") + hit.database + u'.' + hit.object);
+    list.choose(item);
+    if (!isRoutine)
+        c.optField[hit.kind == Kind::View ? 0 : 1]->setChecked(true);
+}
