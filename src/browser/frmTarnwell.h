@@ -21,6 +21,7 @@ class KeepAlive;
 class ServerWindow;
 class SearchWindow;
 class frmSql;
+struct SavedServers;
 struct SearchHit;
 
 // The program's first window: connection, lists, detail and every command. Closing it saves the settings,
@@ -62,6 +63,8 @@ private:
     void findProfile();
     void noteConnectionUsed();
     void showPassword(const QString &password);
+    // None: nothing is kept, or the key store cannot be read, which `why` says.
+    SavedServers savedServers();
     void comeBack();
     void cmdConnect_Click();
     void connectNow();

@@ -277,8 +277,8 @@ void frmTarnwell::openServer()
     if (m_server && !m_server->isOf(m_session))
         delete m_server;
     if (!m_server)
-        m_server =
-            new ServerWindow(m_session, {[this](const QString &statement) { m_sheets.propose(statement); }});
+        m_server = new ServerWindow(
+            m_session, {[this](const QString &statement) { m_sheets.propose(statement); }, savedServers()});
     m_server->show();
     m_server->raise();
     m_server->activateWindow();

@@ -9,6 +9,7 @@
 #include "core/command/doubt.h"
 #include "core/session/basconnection.h"
 #include "core/sql/listitem.h"
+#include "server/serverwindow.h"
 
 #include <QMenu>
 #include <QTimer>
@@ -122,6 +123,15 @@ CopyTargets frmTarnwell::copyTargets()
             const std::optional<QString> kept = keptPassword(profile, session.runner, *window, why);
             return kept ? kept : askForPassword(window, passwordQuestion(profile, profile.user, why));
         }};
+}
+
+// For further connections, beside the one of the panel.
+SavedServers frmTarnwell::savedServers()
+{
+    return {[this] { return readConnections().profiles(); },
+            [this](const ConnectionProfile &profile) {
+                return copyTargets().password(profile, m_server ? static_cast<QWidget *>(m_server) : this);
+            }};
 }
 
 void frmTarnwell::findProfile()

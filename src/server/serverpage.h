@@ -6,9 +6,18 @@
 #include <QWidget>
 
 #include <functional>
+#include <optional>
+#include <vector>
 
 class QLabel;
 class QVBoxLayout;
+
+// The servers that connections are saved for.
+struct SavedServers {
+    std::function<std::vector<ConnectionProfile>()> list;
+    // Of a connection, from where it is kept or the user; none: given up.
+    std::function<std::optional<QString>(const ConnectionProfile &profile)> password;
+};
 
 // What the pages share.
 struct ServerSurroundings {
@@ -16,6 +25,7 @@ struct ServerSurroundings {
     Dialogue &dialogue; // titled as the window
     std::function<void(const QString &statement)> openInSheet;
     std::shared_ptr<StatementLog> log; // for what changes something on the server
+    SavedServers savedServers;
 };
 
 // One page of the server window. The window asks it to refresh itself when it comes to the front and then
@@ -31,6 +41,8 @@ public:
     bool isWaiting() const { return m_waiting > 0; }
     // Refreshed while another page is shown, too: what it gathers shall have no holes.
     virtual bool gathers() const { return false; }
+    // Read every few seconds while it is shown; else only when it is opened and on demand.
+    virtual bool followsClock() const { return true; }
 
 Q_SIGNALS:
     void refreshed(); // all answers are there, or what kept them away is shown

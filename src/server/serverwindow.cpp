@@ -46,8 +46,8 @@ ServerWindow::ServerWindow(const Session &session, ServerServices services,
     setWindowTitle(QStringLiteral("サーバー %1").arg(serverName(session)));
     setAttribute(Qt::WA_DeleteOnClose);
     setWorksWhileRunning(this); // on a connection of its own, in another thread
-    for (ServerPage *page :
-         makeServerPages({*m_link, *m_dialogue, std::move(services.openInSheet), session.statementLog})) {
+    for (ServerPage *page : makeServerPages({*m_link, *m_dialogue, std::move(services.openInSheet),
+                                             session.statementLog, std::move(services.savedServers)})) {
         m_pages->addTab(page, page->title());
         connect(page, &ServerPage::refreshed, this, [this, page] { noteRefresh(page); });
     }
@@ -128,8 +128,9 @@ void ServerWindow::tick()
 {
     if (m_link->isRefused() || !m_nextAttempt.hasExpired())
         return;
+    const bool isAway = !m_link->problem().isEmpty();
     for (int i = 0; i < m_pages->count(); ++i)
-        if (pageAt(i) == page() || pageAt(i)->gathers())
+        if (pageAt(i)->gathers() || (pageAt(i) == page() && (page()->followsClock() || isAway)))
             pageAt(i)->startRefresh();
 }
 

@@ -1,0 +1,139 @@
+#include "core/session/basconnection.h"
+#include "server/keyedlist.h"
+#include "server/serverwindow.h"
+#include "server/variables/variablereading.h"
+#include "support/gui/stage.h"
+
+#include <QTabWidget>
+
+// The pages of the server's window that show settings and the like, on servers of each brand.
+class ServerPagesTest : public QObject {
+    Q_OBJECT
+
+private Q_SLOTS:
+    void init() { failOnAnyWarning(); }
+    void cleanup() { m_stage.reset(); }
+    void variablesAreSetAndReadBack_data() { TestServers::addRows(); }
+    void variablesAreSetAndReadBack();
+    void variablesAreComparedWithAnotherServers();
+
+private:
+    void open(TestServer &server, const char *pageName, const QString &account = "demo");
+    KeyedList &list(const char *name) const { return control<KeyedList>(*m_stage->window, name); }
+    QString label(const char *name) const { return control<QLabel>(*m_page, name).text(); }
+    // A cell of the row with that key; a null text without one.
+    QString cell(const char *name, const QString &key, int column) const
+    {
+        KeyedRows &rows = list(name).rows();
+        for (int row = 0; row < rows.rowCount(); ++row)
+            if (rows.row(row).key == key)
+                return rows.row(row).cells[column];
+        return {};
+    }
+    void setVariable(const QString &name, VariableScope scope, const QString &value);
+
+    TestServers m_servers{{"--performance-schema=ON"}, [](TestServer &server) {
+                              server.run("create database d; create user visitor@'%' identified by 'demo'");
+                          }};
+    std::unique_ptr<Stage> m_stage;
+    ServerPage *m_page = nullptr; // that was opened
+    ScriptedDialogue *m_dialogue = nullptr;
+    SavedServers m_saved;
+};
+
+void ServerPagesTest::open(TestServer &server, const char *pageName, const QString &account)
+{
+    m_stage = std::make_unique<Stage>(Stage::Server::Real);
+    m_stage->enter(nativeDriverName(), server.port(), account, "demo");
+    auto dialogue = std::make_unique<ScriptedDialogue>();
+    m_dialogue = dialogue.get();
+    auto *window = new ServerWindow(m_stage->session, {{}, m_saved}, std::move(dialogue));
+    window->setAttribute(Qt::WA_DeleteOnClose, false);
+    m_stage->open(window);
+    m_page = &control<ServerPage>(*window, pageName);
+    control<QTabWidget>(*window, "serverPages").setCurrentWidget(m_page);
+}
+
+void ServerPagesTest::setVariable(const QString &name, VariableScope scope, const QString &value)
+{
+    QVERIFY(list("variableList").choose(name));
+    m_stage->click("setVariable");
+    auto &window = control<QWidget>(*m_stage->window, "setVariableWindow");
+    auto &scopes = control<QComboBox>(window, "variableScope");
+    scopes.setCurrentIndex(scopes.findData(static_cast<int>(scope)));
+    control<QLineEdit>(window, "variableValue").setText(value);
+    press(window, {"sendVariable"});
+    QTRY_VERIFY(!m_page->isWaiting());
+}
+
+void ServerPagesTest::variablesAreSetAndReadBack()
+{
+    QFETCH(TestServer::Brand, brand);
+    SKIP_WITHOUT(brand);
+    TestServer &server = m_servers.of(brand);
+    const bool tellsPresets = brand != TestServer::Brand::MySql56;
+    open(server, "variablePage");
+    const auto session = [this](const QString &name) { return cell("variableList", name, 1); };
+    const auto global = [this](const QString &name) { return cell("variableList", name, 2); };
+    QTRY_COMPARE_WITH_TIMEOUT(global("max_error_count").isEmpty(), false, 20'000);
+    QCOMPARE(cell("variableList", "port", 4).isEmpty(), !tellsPresets);
+    QCOMPARE(label("pageProblem").contains("教えません"), !tellsPresets);
+    const QString before = global("max_error_count");
+
+    // For all: a question with the value that the server has, and "no" leaves it alone.
+    const QString question = QString("サーバー 127.0.0.1:%1 で、変数 max_error_count の値を変えます。\r\n"
+                                     "今の値: 「%2」\r\nSET GLOBAL max_error_count = 77\r\n"
+                                     "すでにある接続の値は変わりません。\r\n続けますか？")
+                                 .arg(server.port())
+                                 .arg(before);
+    m_dialogue->expectConfirm(question, Icon::Critical, false);
+    setVariable("max_error_count", VariableScope::Global, "77");
+    m_dialogue->agrees = true;
+    setVariable("sql_mode", VariableScope::Session, "ANSI_QUOTES");
+    QCOMPARE(session("sql_mode"), "ANSI_QUOTES");
+    QCOMPARE(global("max_error_count"), before);
+    m_dialogue->agrees = false;
+    m_dialogue->expectConfirm(question, Icon::Critical, true);
+    setVariable("max_error_count", VariableScope::Global, "77");
+    QCOMPARE(label("variableNote"), QString("max_error_count: 「%1」 → 「77」").arg(before));
+    QCOMPARE(global("max_error_count"), "77");
+    QCOMPARE(session("max_error_count"), before);
+    QCOMPARE(m_stage->session.statementLog->entries().back().statement, "SET GLOBAL max_error_count = 77");
+    if (tellsPresets)
+        QCOMPARE(cell("variableList", "max_error_count", 4), "SET、接続だけ違う");
+
+    m_dialogue->agrees = true;
+    setVariable("sql_mode", VariableScope::Global, "no such mode");
+    QVERIFY(label("variableNote").startsWith("サーバーが断りました。sql_mode の値は "));
+    if (brand == TestServer::Brand::MySql9) {
+        setVariable("max_error_count", VariableScope::PersistOnly, "78");
+        QCOMPARE(label("variableNote"), "max_error_count: （なし） → 「78」");
+        QCOMPARE(global("max_error_count"), "77");
+    }
+}
+
+void ServerPagesTest::variablesAreComparedWithAnotherServers()
+{
+    TestServer other({"--max-error-count=91"});
+    ConnectionProfile profile;
+    profile.id = "1";
+    profile.name = "other";
+    profile.server = "127.0.0.1";
+    profile.port = QString::number(other.port());
+    profile.user = "demo";
+    m_saved = {[profile] { return std::vector<ConnectionProfile>{profile}; },
+               [](const ConnectionProfile &) { return std::optional<QString>("demo"); }};
+    open(m_servers.of(TestServer::Brand::MariaDb), "variablePage");
+    m_saved = {};
+    QTRY_COMPARE_WITH_TIMEOUT(cell("variableList", "max_error_count", 2).isEmpty(), false, 20'000);
+    m_stage->control<QComboBox>("comparedServer")->setCurrentIndex(1);
+    m_stage->click("compareVariables");
+    QTRY_COMPARE_WITH_TIMEOUT(cell("variableList", "max_error_count", 5), "91", 20'000);
+    m_stage->check("onlyDifferent");
+    QVERIFY(list("variableList").rows().rowCount() < 60);
+    QCOMPARE(cell("variableList", "port", 5), QString::number(other.port()));
+    QVERIFY(cell("variableList", "sort_buffer_size", 0).isNull());
+}
+
+QTEST_MAIN(ServerPagesTest)
+#include "test_serverpages.moc"
