@@ -386,9 +386,11 @@ QMenu *FlexGrid::createMenu()
 
 void FlexGrid::contextMenuEvent(QContextMenuEvent *event)
 {
+    // The last one stays until now: an action of it may have waited for the server, and where it were deleted
+    // meanwhile, the menu's own handling of the click would go on in freed memory.
+    delete findChild<QMenu *>(QStringLiteral("gridMenu"), Qt::FindDirectChildrenOnly);
     QMenu *menu = createMenu();
     Q_EMIT menuOpening(menu);
-    menu->setAttribute(Qt::WA_DeleteOnClose);
     menu->popup(event->globalPos());
     event->accept();
 }
