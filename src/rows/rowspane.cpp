@@ -4,6 +4,8 @@
 
 #include <QEvent>
 #include <QHBoxLayout>
+#include <QPainter>
+#include <QStyle>
 #include <QVBoxLayout>
 
 namespace {
@@ -17,13 +19,35 @@ ConditionLine *line(const char *name, const QString &title, const QString &examp
     return result;
 }
 
+// Only as wide as its text: six of them stand in one line with the state.
 QPushButton *button(const char *name, const QString &text, const QString &tip)
 {
     auto *result = made<QPushButton>(name, text);
     result->setToolTip(tip);
     result->setAutoDefault(false);
+    result->setMaximumWidth(result->fontMetrics().horizontalAdvance(text) +
+                            2 * result->fontMetrics().averageCharWidth() + 8);
     return result;
 }
+
+// One line; its tool tip has what does not fit.
+class StateLabel : public QLabel {
+public:
+    using QLabel::QLabel;
+
+    QSize minimumSizeHint() const override { return {80, QLabel::minimumSizeHint().height()}; }
+
+protected:
+    void paintEvent(QPaintEvent *) override
+    {
+        const QString shown = fontMetrics().elidedText(text(), Qt::ElideRight, width());
+        if (const QString tip = shown == text() ? QString() : plainTip(text()); tip != toolTip())
+            setToolTip(tip);
+        QPainter painter(this);
+        style()->drawItemText(&painter, rect(), Qt::AlignLeft | Qt::AlignVCenter, palette(), isEnabled(),
+                              shown, foregroundRole());
+    }
+};
 
 } // namespace
 
@@ -32,7 +56,7 @@ RowsPane::RowsPane(FlexGrid &itsGrid)
     , rowsWhere(line("rowsWhere", QStringLiteral("条件"), QStringLiteral("price > 100 and name like 'a%'")))
     , rowsOrder(line("rowsOrder", QStringLiteral("順序"), QStringLiteral("name desc")))
     , rowsStatement(made<QLineEdit>("rowsStatement"))
-    , rowsState(made<QLabel>("rowsState"))
+    , rowsState(made<StateLabel>("rowsState"))
     , previousRows(button("previousRows", QStringLiteral("前へ"),
                           QStringLiteral("前の頁の行を読みます (Ctrl+PageUp)")))
     , nextRows(
@@ -48,29 +72,28 @@ RowsPane::RowsPane(FlexGrid &itsGrid)
 {
     rowsStatement->setReadOnly(true);
     rowsStatement->setAccessibleName(QStringLiteral("行を読んだ文"));
+    rowsStatement->setFrame(false);
+    rowsStatement->setMaximumHeight(fontMetrics().height() + 2);
     rowsState->setTextFormat(Qt::PlainText);
-    rowsState->setWordWrap(true);
     auto *conditions = new QHBoxLayout;
     for (const auto &[caption, box] :
          {std::pair(QStringLiteral("WHERE"), rowsWhere), std::pair(QStringLiteral("ORDER BY"), rowsOrder)}) {
         conditions->addWidget(new QLabel(caption));
         conditions->addWidget(box, box == rowsWhere ? 2 : 1);
     }
-    auto *place = new QHBoxLayout;
-    place->addWidget(rowsState, 1);
-    place->addWidget(previousRows);
-    place->addWidget(nextRows);
     auto *bar = new QHBoxLayout;
-    bar->addStretch(1);
-    for (QPushButton *each : {showRowStatements, cancelRows, saveRows, undoSavedRows})
+    bar->setSpacing(4);
+    bar->addWidget(rowsState, 1);
+    for (QPushButton *each : {previousRows, nextRows, showRowStatements, cancelRows, saveRows, undoSavedRows})
         bar->addWidget(each);
     auto *layout = new QVBoxLayout(this);
     layout->setContentsMargins({});
+    layout->setSpacing(3);
     layout->addLayout(conditions);
     layout->addWidget(rowsStatement);
     layout->addWidget(&grid, 1);
-    layout->addLayout(place);
     layout->addLayout(bar);
+    grid.setMinimumHeight(44); // the header and a row
     grid.installEventFilter(this);
 }
 
