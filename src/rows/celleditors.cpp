@@ -1,216 +1,156 @@
 #include "rows/celleditors.h"
 
-#include "controls/window/building.h"
 #include "rows/rowgrid.h"
 
-#include <QCheckBox>
+#include <QAction>
+#include <QCalendarWidget>
 #include <QComboBox>
-#include <QDialog>
-#include <QDialogButtonBox>
-#include <QFile>
-#include <QFileDialog>
-#include <QJsonArray>
-#include <QJsonDocument>
-#include <QLabel>
-#include <QLineEdit>
-#include <QListWidget>
-#include <QPlainTextEdit>
-#include <QPushButton>
-#include <QVBoxLayout>
+#include <QKeyEvent>
+#include <QRegularExpression>
+#include <QScreen>
+#include <QStyle>
+
+#include <algorithm>
 
 namespace {
 
-// What is longer is not put into a text box but goes from and to files.
-constexpr qsizetype longestShown = 1024 * 1024;
-
-const char *const textWhenOpened = "textWhenOpened";
-
-QString lineEndOf(const QString &text)
+// The choices of an ENUM; NULL, where it may stand, is one of them.
+QComboBox *choiceBox(QWidget *parent, const TableColumn &column, const RowValue &value)
 {
-    const qsizetype all = text.count(u'\n');
-    return all > 0 && text.count(QStringLiteral("\r\n")) == all ? QStringLiteral("\r\n")
-                                                                : QStringLiteral("\n");
+    auto *box = new QComboBox(parent);
+    box->setObjectName(QStringLiteral("cellChoices"));
+    if (column.isNullable) {
+        QFont italic = box->font();
+        italic.setItalic(true);
+        box->addItem(QStringLiteral("NULL"));
+        box->setItemData(0, italic, Qt::FontRole);
+    }
+    for (const QString &choice : column.choices)
+        box->addItem(choice, choice.toUtf8());
+    box->setCurrentIndex(value ? box->findData(*value) : column.isNullable ? 0 : -1);
+    box->setProperty("indexBefore", box->currentIndex());
+    return box;
 }
 
-// The window for one value.
-class ValueEditor : public QDialog {
+std::optional<RowValue> chosenIn(const QComboBox &box)
+{
+    if (box.currentIndex() == box.property("indexBefore").toInt())
+        return {};
+    const QVariant choice = box.currentData();
+    return std::optional<RowValue>(std::in_place,
+                                   choice.isValid() ? RowValue(choice.toByteArray()) : RowValue());
+}
+
+bool hasDate(const TableColumn &column)
+{
+    return column.kind == ValueKind::Time && !column.type.startsWith(u"time(", Qt::CaseInsensitive) &&
+           column.type.compare(u"time", Qt::CaseInsensitive) != 0;
+}
+
+// Escape closes it; Enter and a click choose.
+class Calendar : public QCalendarWidget {
 public:
-    ValueEditor(QWidget *parent, const TableColumn &column, const RowValue &value);
+    using QCalendarWidget::QCalendarWidget;
 
-    std::optional<RowValue> edited() const;
-
-private:
-    void buildText();
-    void buildChoices();
-    QWidget *fileButtons();
-    void readFile();
-    void writeFile();
-    void check();
-    RowValue current() const;
-    void showBytes();
-
-    const TableColumn m_column;
-    const RowValue m_before;
-    RowValue m_bytes; // of what is no text, or too long to be shown
-    bool m_isText = false;
-    QString m_shownBefore;
-    QPlainTextEdit *m_text;
-    QListWidget *m_choices;
-    QCheckBox *m_isNull;
-    QLabel *m_words;
-    QDialogButtonBox *m_buttons;
+protected:
+    void keyPressEvent(QKeyEvent *event) override
+    {
+        if (event->key() == Qt::Key_Escape)
+            close();
+        else
+            QCalendarWidget::keyPressEvent(event);
+    }
 };
 
-ValueEditor::ValueEditor(QWidget *parent, const TableColumn &column, const RowValue &value)
-    : QDialog(parent)
+} // namespace
+
+QString withDate(const QString &text, QDate date, const TableColumn &column)
+{
+    static const QRegularExpression hasDate(QStringLiteral("\\A\\d{4}-\\d\\d-\\d\\d"));
+    const QString chosen = date.toString(Qt::ISODate);
+    if (hasDate.match(text).hasMatch())
+        return chosen + text.mid(10);
+    const bool isDay = column.type.compare(u"date", Qt::CaseInsensitive) == 0;
+    return isDay ? chosen : chosen + QStringLiteral(" 00:00:00");
+}
+
+CellLine::CellLine(const TableColumn &column, const RowValue &value, QWidget *parent)
+    : QLineEdit(editedText(column, value), parent)
     , m_column(column)
     , m_before(value)
-    , m_bytes(value)
-    , m_text(made<QPlainTextEdit>("valueText"))
-    , m_choices(made<QListWidget>("valueChoices"))
-    , m_isNull(made<QCheckBox>("valueIsNull", QStringLiteral("NULL(&N)")))
-    , m_words(made<QLabel>("valueWords"))
-    , m_buttons(new QDialogButtonBox(QDialogButtonBox::Ok | QDialogButtonBox::Cancel))
+    , m_textBefore(text())
 {
-    setObjectName(QStringLiteral("valueEditor"));
-    setWindowTitle(column.name + QStringLiteral(" - ") + column.type);
-    resize(560, 360);
-    auto *layout = new QVBoxLayout(this);
-    layout->addWidget(m_choices, 1);
-    layout->addWidget(m_text, 1);
-    layout->addWidget(m_words);
-    layout->addWidget(m_isNull);
-    if (column.kind == ValueKind::Bytes || column.kind == ValueKind::Text || column.kind == ValueKind::Json)
-        layout->addWidget(fileButtons());
-    layout->addWidget(m_buttons);
-    m_words->setTextFormat(Qt::PlainText);
-    m_words->setWordWrap(true);
-    m_isNull->setChecked(!value);
-    m_isNull->setEnabled(column.isNullable);
-    m_choices->setVisible(column.isSet);
-    m_text->setVisible(!column.isSet);
-    if (column.isSet)
-        buildChoices();
-    else
-        showBytes();
-    connect(m_text, &QPlainTextEdit::textChanged, this, [this] {
-        m_isNull->setChecked(false);
-        check();
-    });
-    connect(m_isNull, &QCheckBox::toggled, this, [this] { check(); });
-    connect(m_buttons, &QDialogButtonBox::accepted, this, &QDialog::accept);
-    connect(m_buttons, &QDialogButtonBox::rejected, this, &QDialog::reject);
-    check();
-}
-
-// A text in the box; of anything else how long it is.
-void ValueEditor::showBytes()
-{
-    m_isText = !m_bytes || m_bytes->size() <= longestShown;
-    const QString text = m_isText ? editedText(m_column, m_bytes) : QString();
-    const QSignalBlocker blocker(m_text);
-    m_text->setPlainText(text);
-    m_text->setEnabled(m_isText);
-    m_shownBefore = m_text->toPlainText();
-}
-
-void ValueEditor::buildChoices()
-{
-    const QStringList chosen = QString::fromUtf8(m_before.value_or(QByteArray())).split(u',');
-    for (const QString &choice : m_column.choices) {
-        auto *item = new QListWidgetItem(choice, m_choices);
-        item->setFlags(item->flags() | Qt::ItemIsUserCheckable);
-        item->setCheckState(chosen.contains(choice) ? Qt::Checked : Qt::Unchecked);
+    setObjectName(QStringLiteral("cellLine"));
+    setFrame(false);
+    setToolTip(column.isNullable ? QStringLiteral("Ctrl+0: NULL") : QString());
+    setNull(!value);
+    if (hasDate(column)) {
+        QAction *open = addAction(style()->standardIcon(QStyle::SP_ArrowDown), TrailingPosition);
+        open->setToolTip(QStringLiteral("カレンダー (Alt+↓)"));
+        connect(open, &QAction::triggered, this, &CellLine::openCalendar);
     }
-    connect(m_choices, &QListWidget::itemChanged, this, [this] { m_isNull->setChecked(false); });
+    connect(this, &QLineEdit::textEdited, this,
+            [this] { setNull(text().isEmpty() && m_column.isNullable && !hasEmptyText(m_column)); });
 }
 
-QWidget *ValueEditor::fileButtons()
+void CellLine::setNull(bool isNull)
 {
-    auto *row = new QWidget;
-    auto *layout = new QHBoxLayout(row);
-    layout->setContentsMargins({});
-    const auto add = [&](const char *name, const QString &text, void (ValueEditor::*run)()) {
-        auto *button = made<QPushButton>(name, text);
-        button->setAutoDefault(false);
-        connect(button, &QPushButton::clicked, this, run);
-        layout->addWidget(button);
-    };
-    add("valueFromFile", QStringLiteral("ファイルから(&F)..."), &ValueEditor::readFile);
-    add("valueToFile", QStringLiteral("ファイルへ(&T)..."), &ValueEditor::writeFile);
-    layout->addStretch(1);
-    return row;
+    m_isNull = isNull;
+    setPlaceholderText(isNull                   ? QStringLiteral("NULL")
+                       : hasEmptyText(m_column) ? QStringLiteral("(空の文字列)")
+                                                : QString());
 }
 
-void ValueEditor::readFile()
+std::optional<RowValue> CellLine::edited() const
 {
-    const QString path = QFileDialog::getOpenFileName(this, QStringLiteral("値をファイルから読む"));
-    if (path.isEmpty())
-        return;
-    QFile file(path);
-    if (!file.open(QIODevice::ReadOnly)) {
-        m_words->setText(file.errorString());
-        return;
-    }
-    m_bytes = file.readAll();
-    m_isNull->setChecked(false);
-    showBytes();
-    check();
-}
-
-void ValueEditor::writeFile()
-{
-    const QString path = QFileDialog::getSaveFileName(this, QStringLiteral("値をファイルに書く"));
-    if (path.isEmpty())
-        return;
-    QFile file(path);
-    const QByteArray bytes = current().value_or(QByteArray());
-    if (!file.open(QIODevice::WriteOnly) || file.write(bytes) != bytes.size() || !file.flush())
-        m_words->setText(file.errorString());
-}
-
-void ValueEditor::check()
-{
-    QString words;
-    const RowValue value = current();
-    if (value && m_column.kind == ValueKind::Json)
-        words = whyNotJson(QString::fromUtf8(*value));
-    m_buttons->button(QDialogButtonBox::Ok)->setEnabled(words.isEmpty());
-    if (words.isEmpty() && value)
-        words = QStringLiteral("%1 バイト").arg(value->size());
-    m_words->setText(words);
-}
-
-RowValue ValueEditor::current() const
-{
-    if (m_isNull->isChecked())
+    if (m_isNull == !m_before && text() == m_textBefore)
         return {};
-    if (m_column.isSet) {
-        QStringList chosen;
-        for (int i = 0; i < m_choices->count(); ++i)
-            if (m_choices->item(i)->checkState() == Qt::Checked)
-                chosen << m_choices->item(i)->text();
-        return chosen.join(u',').toUtf8();
-    }
-    QString text = m_text->toPlainText();
-    // The box knows LF only; and what it shows of bytes it cannot show is not the value.
-    if (!m_isText || text == m_shownBefore)
-        return m_bytes ? m_bytes : RowValue(QByteArray());
-    if (m_bytes)
-        text.replace(u'\n', lineEndOf(QString::fromUtf8(*m_bytes)));
-    return editedValue(m_column, text);
+    return std::optional<RowValue>(std::in_place, m_isNull ? RowValue() : editedValue(m_column, text()));
 }
 
-std::optional<RowValue> ValueEditor::edited() const
+void CellLine::keyPressEvent(QKeyEvent *event)
 {
-    const RowValue value = current();
-    if (value == m_before)
-        return std::nullopt;
-    // std::optional(value) would be a RowValue again, and "nothing edited" in it a NULL.
-    return std::optional<RowValue>(std::in_place, value);
+    const bool deletes = event->key() == Qt::Key_Backspace || event->key() == Qt::Key_Delete;
+    if (event->key() == Qt::Key_Down && event->modifiers() == Qt::AltModifier && hasDate(m_column)) {
+        openCalendar();
+    } else if (event->key() == Qt::Key_0 && event->modifiers() == Qt::ControlModifier &&
+               m_column.isNullable) {
+        clear();
+        setNull(!m_isNull || !hasEmptyText(m_column));
+    } else if (deletes && text().isEmpty() && hasEmptyText(m_column)) {
+        setNull(false);
+    } else {
+        QLineEdit::keyPressEvent(event);
+    }
 }
 
-} // namespace
+void CellLine::openCalendar()
+{
+    // A child: the delegate takes a focus that goes elsewhere for the end of the editing.
+    auto *calendar = new Calendar(this);
+    calendar->setObjectName(QStringLiteral("cellCalendar"));
+    calendar->setWindowFlags(Qt::Popup);
+    calendar->setAttribute(Qt::WA_DeleteOnClose);
+    if (const QDate date = QDate::fromString(text().left(10), Qt::ISODate); date.isValid())
+        calendar->setSelectedDate(date);
+    const auto choose = [this, calendar](QDate date) {
+        setText(withDate(text(), date, m_column));
+        setNull(false);
+        calendar->close();
+        setFocus();
+    };
+    connect(calendar, &QCalendarWidget::clicked, this, choose);
+    connect(calendar, &QCalendarWidget::activated, this, choose);
+    const QSize size = calendar->sizeHint();
+    const QRect room = screen()->availableGeometry();
+    QPoint corner = mapToGlobal(QPoint(0, height()));
+    if (corner.y() + size.height() > room.bottom())
+        corner.setY(mapToGlobal(QPoint()).y() - size.height());
+    corner.setX(std::max(room.left(), std::min(corner.x(), room.right() - size.width())));
+    calendar->move(corner);
+    calendar->show();
+    calendar->setFocus();
+}
 
 RowDelegate::RowDelegate(RowGrid &grid)
     : CellDelegate(&grid.grid())
@@ -222,68 +162,15 @@ QWidget *RowDelegate::createEditor(QWidget *parent, const QStyleOptionViewItem &
                                    const QModelIndex &index) const
 {
     const TableColumn &column = m_grid.table().columns[static_cast<std::size_t>(index.column())];
-    if (!column.choices.isEmpty()) {
-        auto *box = new QComboBox(parent);
-        box->setObjectName(QStringLiteral("cellChoices"));
-        box->addItems(column.choices);
-        return box;
-    }
-    auto *line = new QLineEdit(parent);
-    line->setObjectName(QStringLiteral("cellLine"));
-    line->setFrame(false);
-    return line;
-}
-
-void RowDelegate::setEditorData(QWidget *editor, const QModelIndex &index) const
-{
-    const TableColumn &column = m_grid.table().columns[static_cast<std::size_t>(index.column())];
-    const QString text =
-        editedText(column, m_grid.value(m_grid.grid().storedRow(index.row()), index.column()));
-    if (auto *box = qobject_cast<QComboBox *>(editor))
-        box->setCurrentIndex(static_cast<int>(column.choices.indexOf(text)));
-    else if (auto *line = qobject_cast<QLineEdit *>(editor))
-        line->setText(text);
-    editor->setProperty(textWhenOpened, text);
+    const RowValue value = m_grid.value(m_grid.grid().storedRow(index.row()), index.column());
+    if (!column.choices.isEmpty())
+        return choiceBox(parent, column, value);
+    return new CellLine(column, value, parent);
 }
 
 void RowDelegate::setModelData(QWidget *editor, QAbstractItemModel *, const QModelIndex &index) const
 {
     const auto *box = qobject_cast<QComboBox *>(editor);
-    const QString text = box ? box->currentText() : qobject_cast<QLineEdit *>(editor)->text();
-    if (text == editor->property(textWhenOpened).toString())
-        return; // also a NULL, which has no text
-    const TableColumn &column = m_grid.table().columns[static_cast<std::size_t>(index.column())];
-    m_grid.setValue(m_grid.grid().storedRow(index.row()), index.column(), editedValue(column, text));
-}
-
-bool needsWindow(const TableColumn &column, const RowValue &value)
-{
-    constexpr qsizetype longestLine = 500;
-    static const QStringList longTypes{QStringLiteral("text"), QStringLiteral("mediumtext"),
-                                       QStringLiteral("longtext")};
-    return column.isSet || column.kind == ValueKind::Json || column.kind == ValueKind::Bytes ||
-           longTypes.contains(column.type.toLower()) ||
-           (value && (value->size() > longestLine || value->contains('\n') || value->contains('\r') ||
-                      value->contains('\0')));
-}
-
-std::optional<RowValue> askForValue(QWidget *parent, const TableColumn &column, const RowValue &value)
-{
-    ValueEditor editor(parent->window(), column, value);
-    return editor.exec() == QDialog::Accepted ? editor.edited() : std::nullopt;
-}
-
-QString whyNotJson(const QString &text)
-{
-    // A single value is JSON, too, but not for this reader.
-    const QByteArray wrapped = '[' + text.toUtf8() + ']';
-    QJsonParseError error;
-    const QJsonDocument document = QJsonDocument::fromJson(wrapped, &error);
-    if (error.error == QJsonParseError::NoError)
-        return document.array().size() == 1
-                   ? QString()
-                   : QStringLiteral("JSONではありません: 値がちょうど 1 つではありません");
-    return QStringLiteral("JSONではありません (%1 文字目): %2")
-        .arg(QString::fromUtf8(wrapped.mid(1, qMax(0, error.offset - 1))).size() + 1)
-        .arg(error.errorString());
+    if (const auto edited = box ? chosenIn(*box) : qobject_cast<CellLine *>(editor)->edited())
+        m_grid.setValue(m_grid.grid().storedRow(index.row()), index.column(), *edited);
 }

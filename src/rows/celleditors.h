@@ -3,9 +3,39 @@
 #include "controls/grid/celldelegate.h"
 #include "rows/rowvalue.h"
 
-#include <optional>
+#include <QDate>
+#include <QLineEdit>
 
 class RowGrid;
+
+// The text of a DATE, DATETIME or TIMESTAMP with another date; what stands behind the date stays, to the last
+// digit.
+QString withDate(const QString &text, QDate date, const TableColumn &column);
+
+// A line for the value of a cell, "cellLine". An empty one says whether it is NULL or an empty text; Ctrl+0
+// changes between them, and typing makes a text of NULL. A date can be chosen from a calendar (the button at
+// its end, or Alt+Down), which puts it over the date in the text and leaves the rest as it is.
+class CellLine : public QLineEdit {
+    Q_OBJECT
+
+public:
+    CellLine(const TableColumn &column, const RowValue &value, QWidget *parent);
+
+    // Nothing: left as it was.
+    std::optional<RowValue> edited() const;
+
+protected:
+    void keyPressEvent(QKeyEvent *event) override;
+
+private:
+    void setNull(bool isNull);
+    void openCalendar();
+
+    const TableColumn m_column;
+    const RowValue m_before;
+    QString m_textBefore;
+    bool m_isNull = false;
+};
 
 // Edits a cell in its place: a line, or the choices of an ENUM. What is left as it was changes nothing.
 class RowDelegate : public CellDelegate {
@@ -16,17 +46,9 @@ public:
 
     QWidget *createEditor(QWidget *parent, const QStyleOptionViewItem &option,
                           const QModelIndex &index) const override;
-    void setEditorData(QWidget *editor, const QModelIndex &index) const override;
+    void setEditorData(QWidget *, const QModelIndex &) const override {} // it was made with its value
     void setModelData(QWidget *editor, QAbstractItemModel *model, const QModelIndex &index) const override;
 
 private:
     RowGrid &m_grid;
 };
-
-// Values of several lines, bytes, JSON and SETs are edited in a window of their own.
-bool needsWindow(const TableColumn &column, const RowValue &value);
-// Shows that window, "valueEditor"; nothing: it was cancelled, or the value left as it was.
-std::optional<RowValue> askForValue(QWidget *parent, const TableColumn &column, const RowValue &value);
-
-// Empty for a text that is JSON, else where and why it is not.
-QString whyNotJson(const QString &text);

@@ -1,6 +1,7 @@
 #include "rows/rowgrid.h"
 
 #include "rows/celleditors.h"
+#include "rows/valueeditor.h"
 
 #include <QApplication>
 #include <QClipboard>
@@ -246,7 +247,7 @@ GridEdits::Mark RowGrid::mark(int row, int index) const
     case Kind::Deleted:
         return Mark::Deleted;
     case Kind::Added:
-        return hasValue ? Mark::Added : Mark::Default;
+        return hasValue ? Mark::Added : needsValue(column(index)) ? Mark::Required : Mark::Default;
     case Kind::Changed:
         break;
     }
@@ -315,16 +316,28 @@ void RowGrid::deleteRows()
 
 void RowGrid::setNull()
 {
+    setSelected({}, QStringLiteral("NULLを許さない列です: "),
+                [](const TableColumn &column) { return column.isNullable; });
+}
+
+void RowGrid::setEmptyText()
+{
+    setSelected(QByteArray(), QStringLiteral("空の文字列を入れられない列です: "), hasEmptyText);
+}
+
+void RowGrid::setSelected(const RowValue &value, const QString &refusal,
+                          const std::function<bool(const TableColumn &)> &mayHold)
+{
     QStringList against;
     for (const QModelIndex &cell : m_grid.selectionModel()->selectedIndexes()) {
-        if (!column(cell.column()).isNullable)
+        if (!mayHold(column(cell.column())))
             against << column(cell.column()).name;
-        else if (!setValue(m_grid.storedRow(cell.row()), cell.column(), {}))
+        else if (!setValue(m_grid.storedRow(cell.row()), cell.column(), value))
             Q_EMIT told(QStringLiteral("この列は変更できません: ") + column(cell.column()).name);
     }
     against.removeDuplicates();
     if (!against.isEmpty())
-        Q_EMIT told(QStringLiteral("NULLを許さない列です: ") + against.join(QStringLiteral(", ")));
+        Q_EMIT told(refusal + against.join(QStringLiteral(", ")));
 }
 
 // From the current cell on; lines beyond the last row become new ones. Values are taken as they stand: NULL

@@ -8,6 +8,8 @@
 
 #include <QObject>
 
+#include <functional>
+
 // The text of a value as it is edited, and back. NULL has no text. Bits are digits 0 and 1; bytes that are no
 // text are "0x" and digits.
 QString editedText(const TableColumn &column, const RowValue &value);
@@ -46,6 +48,7 @@ public:
     void duplicateRow();
     void deleteRows();
     void setNull();
+    void setEmptyText();
     void paste(const QString &block);
 
     // The value that a cell shows, and its row as it was read.
@@ -70,6 +73,8 @@ private:
 
     const TableColumn &column(int index) const { return m_table.columns[static_cast<std::size_t>(index)]; }
     bool isAdded(int row) const { return row >= m_readRows; }
+    void setSelected(const RowValue &value, const QString &refusal,
+                     const std::function<bool(const TableColumn &)> &mayHold);
     void addRowWith(const std::map<int, RowValue> &values);
     void rebuild(const std::map<int, std::vector<RowValue>> &replaced, const std::set<int> &gone);
     void update();

@@ -129,14 +129,19 @@ RowSaving savingOf(const TableShape &whole, const std::vector<RowChange> &invers
     return saving;
 }
 
-RowHistory::RowHistory(const Session &session)
-    : m_folder(session.settingsFolder)
+QString fileStemOf(const Session &session)
 {
     static const QRegularExpression unsafe(QStringLiteral("[^\\w.-]+"),
                                            QRegularExpression::UseUnicodePropertiesOption);
     const bool hasSource = trimmedBlanks(session.gDsn) != noDataSource();
     QString name = hasSource ? session.gDsn : session.gServer + u'_' + session.gPort + u'_' + session.gUser;
-    m_stem = QStringLiteral("rows-") + name.replace(unsafe, QStringLiteral("_")).left(80) + u'-';
+    return name.replace(unsafe, QStringLiteral("_")).left(80);
+}
+
+RowHistory::RowHistory(const Session &session)
+    : m_folder(session.settingsFolder)
+    , m_stem(QStringLiteral("rows-") + fileStemOf(session) + u'-')
+{
 }
 
 QString RowHistory::todaysFile() const

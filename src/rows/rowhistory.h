@@ -18,6 +18,9 @@ struct RowSaving {
     bool isUndone = false;
 };
 
+// The part of a file's name that tells the session's server and account from others.
+QString fileStemOf(const Session &session);
+
 // The last savings of a connection: a file for each day beside the settings, for its owner only. A saving of
 // more than mostSavingBytes is noted without what takes it back; of a file that grows beyond mostFileBytes
 // the oldest go.

@@ -71,13 +71,30 @@ bool RowSavings::isReadyToSave(const std::vector<RowChange> &changes)
             m_dialogue.refuse(QStringLiteral("新しい行のキーの列に値を入れて下さい: ") + column.name);
             return false;
         }
-    return mayWrite(m_session, m_dialogue) && mayChangeOthers(changes) &&
+    return maySendMissing(changes) && mayWrite(m_session, m_dialogue) && mayChangeOthers(changes) &&
            (table.isTransactional ||
             m_dialogue.confirm(
                 QStringLiteral("このテーブル (%1) にはトランザクションがありません。\r\n1 行ずつ保存し、"
                                "失敗した行で止まります。それまでの行は保存されたままです。\r\n続けますか？")
                     .arg(table.engine),
                 Icon::Information));
+}
+
+// The server refuses such rows, but a trigger may still put the value in.
+bool RowSavings::maySendMissing(const std::vector<RowChange> &changes)
+{
+    QStringList missing;
+    const std::vector<TableColumn> &columns = m_rows.table().columns;
+    for (const RowChange &change : changes)
+        for (std::size_t column = 0; column < columns.size() && change.kind == Kind::Added; ++column)
+            if (needsValue(columns[column]) && !change.values.contains(static_cast<int>(column)) &&
+                !missing.contains(columns[column].name))
+                missing << columns[column].name;
+    return missing.isEmpty() ||
+           m_dialogue.warn(
+               QStringLiteral("新しい行に、値が必要な列が残っています: %1\r\n"
+                              "トリガーが値を入れない限り、サーバーは断ります。このまま送りますか？")
+                   .arg(missing.join(QStringLiteral(", "))));
 }
 
 // Deleting a row, or changing what others refer to, may reach into other tables.

@@ -18,6 +18,7 @@ public:
 
 private:
     bool isReadyToSave(const std::vector<RowChange> &changes);
+    bool maySendMissing(const std::vector<RowChange> &changes);
     bool mayChangeOthers(const std::vector<RowChange> &changes);
     QString settleConflicts(const SaveReport &report);
 

@@ -56,6 +56,8 @@ void addRowEditing(QMenu *menu, RowGrid &rows)
         [&rows, cell] { rows.editCell(cell); });
     add(menu, QStringLiteral("NULLにする(&N)"), "setNull", Qt::CTRL | Qt::Key_0, mayEditCell,
         [&rows] { rows.setNull(); });
+    add(menu, QStringLiteral("空の文字列にする(&M)"), "setEmptyText", {}, mayEditCell,
+        [&rows] { rows.setEmptyText(); });
     add(menu, QStringLiteral("行を追加(&A)"), "addRow", Qt::CTRL | Qt::Key_Insert, mayEdit,
         [&rows] { rows.addRow(); });
     add(menu, QStringLiteral("行を複製(&D)"), "duplicateRow", Qt::CTRL | Qt::Key_D, mayEditCell,

@@ -11,14 +11,14 @@ bool comparesAsItStands(const TableColumn &column)
 {
     switch (column.kind) {
     case ValueKind::Text:
-        return column.choices.isEmpty(); // ENUM and SET have the order of their definition
+        return !column.isSet; // it has the order of its choices, taken together
     case ValueKind::Number:
     case ValueKind::Time:
     case ValueKind::Bytes:
+    case ValueKind::Bits:
         return true;
     case ValueKind::Approximate:
     case ValueKind::Json:
-    case ValueKind::Bits:
     case ValueKind::Opaque:
         break;
     }
@@ -32,13 +32,37 @@ QString unquoted(QString name)
     return name.sliced(1, name.size() - 2).replace(QStringLiteral("``"), QStringLiteral("`"));
 }
 
+// b'...' is bytes to a comparison, and MySQL loses some of 64 bits on the way to a number.
+QString compared(const TableColumn &column, const RowValue &value)
+{
+    return column.kind == ValueKind::Bits ? QString::number(bitsOf(*value)) : literal(column, value);
+}
+
+// The choices of an ENUM behind this one: they have the order of their definition, and the server finds them
+// in an index only by their texts. The first of all is the empty text that stands for a value it once
+// refused.
+QString choicesBehind(const TableColumn &column, const RowValue &value, bool isDescending)
+{
+    QStringList choices = column.choices;
+    if (!choices.contains(QString()))
+        choices.prepend(QString());
+    const qsizetype place = choices.indexOf(QString::fromUtf8(*value));
+    QStringList behind;
+    for (const QString &choice : isDescending ? choices.mid(0, place) : choices.mid(place + 1))
+        behind << literal(column, choice.toUtf8());
+    return behind.isEmpty() ? QStringLiteral("0=1")
+                            : quotedName(column.name) + QStringLiteral(" in (%1)").arg(behind.join(u','));
+}
+
 // Behind the value of one column; NULL comes before everything else.
 QString behind(const TableColumn &column, const RowValue &value, bool isDescending)
 {
     const QString name = quotedName(column.name);
     if (!value)
         return name + (isDescending ? QStringLiteral(" is null and 0=1") : QStringLiteral(" is not null"));
-    const QString condition = name + (isDescending ? u'<' : u'>') + literal(column, value);
+    const QString condition = !column.choices.isEmpty()
+                                  ? choicesBehind(column, value, isDescending)
+                                  : name + (isDescending ? u'<' : u'>') + compared(column, value);
     return isDescending && column.isNullable
                ? u'(' + condition + QStringLiteral(" or ") + name + QStringLiteral(" is null)")
                : condition;
@@ -46,7 +70,7 @@ QString behind(const TableColumn &column, const RowValue &value, bool isDescendi
 
 QString equal(const TableColumn &column, const RowValue &value)
 {
-    return quotedName(column.name) + (value ? u'=' + literal(column, value) : QStringLiteral(" is null"));
+    return quotedName(column.name) + (value ? u'=' + compared(column, value) : QStringLiteral(" is null"));
 }
 
 // "(a>1 or (a=1 and (b>2 or ...)))"

@@ -14,7 +14,13 @@ using Place = RowsQuery::Place;
 
 namespace {
 
-constexpr int lastUsedKept = 12;
+// Whether a page goes on behind the values of a row. Without an order the first rows came as the table stores
+// them: in other engines that is not the order of the key.
+bool goesOnByKey(const TableShape &table, const QString &order)
+{
+    return (!order.isEmpty() || table.engine.compare(u"InnoDB", Qt::CaseInsensitive) == 0) &&
+           seekableOrder(table, order);
+}
 
 QString grouped(qint64 number)
 {
@@ -30,6 +36,7 @@ RowsView::RowsView(Session &session, Dialogue &dialogue, RowsPane &pane)
     , m_pane(pane)
     , m_rows(pane.grid)
     , m_savings(session, dialogue, m_rows)
+    , m_lastConditions(session)
 {
     connect(&m_rows, &RowGrid::changed, this, [this] { showState(); });
     connect(&m_rows, &RowGrid::told, this, [this](const QString &words) { showState(words); });
@@ -94,6 +101,8 @@ QString RowsView::statementFor(const QString &database, const QString &table, in
     shape.name = table;
     if (!m_rows.isBegun() && !query.order.isEmpty()) // an order that goes on needs the key behind it
         shape = readTableShape(m_session.connection(), database, table);
+    if (!goesOnByKey(shape, query.order))
+        shape.key.clear();
     m_isOrdered = !isPlain(query) && (query.place != Place::First || !query.order.isEmpty()) &&
                   seekableOrder(shape, query.order);
     const QString statement = isPlain(query) ? plain : ::rowsStatement(shape, query);
@@ -143,17 +152,10 @@ void RowsView::takeRowsOf(const TableShape &table)
 
 void RowsView::remember()
 {
-    auto &[conditions, orders] = m_lastUsed[m_database + u'.' + m_table];
-    const auto add = [](QStringList &list, const QString &text) {
-        list.removeAll(text);
-        if (!text.isEmpty())
-            list.prepend(text);
-        list = list.mid(0, lastUsedKept);
-    };
-    add(conditions, m_query.where);
-    add(orders, m_query.order);
-    m_pane.rowsWhere->setLastUsed(conditions);
-    m_pane.rowsOrder->setLastUsed(orders);
+    m_lastConditions.add(m_database, m_table, m_query.where, m_query.order);
+    const LastConditions::Texts texts = m_lastConditions.of(m_database, m_table);
+    m_pane.rowsWhere->setLastUsed(texts.conditions);
+    m_pane.rowsOrder->setLastUsed(texts.orders);
 }
 
 bool RowsView::mayLeave()
@@ -238,6 +240,8 @@ QString RowsView::placeText() const
                (isFull ? QStringLiteral(" (続きがあるかもしれません)") : QString());
     else if (all >= 0 && !isWhole)
         text += QStringLiteral(" / 約 %1 行").arg(grouped(std::max<qint64>(all, m_firstNumber + rows)));
+    if (!isWhole && rows > 0 && !goesOnByKey(m_rows.table(), m_query.order))
+        text += QStringLiteral("。頁は行を数えて送ります");
     if (m_pane.grid.sortedColumn() >= 0 && !isWhole)
         text += QStringLiteral("。見出しの並べ替えは、読んだ行の中だけです");
     return text;

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "core/command/dialogue.h"
+#include "rows/lastconditions.h"
 #include "rows/rowgrid.h"
 #include "rows/rowsavings.h"
 #include "rows/rowspane.h"
@@ -68,6 +69,6 @@ private:
     RowsQuery m_wanted;
     bool m_isOrdered = false;
     qint64 m_firstNumber = 0; // of the rows before the page; -1: not known
-    std::map<QString, std::pair<QStringList, QStringList>> m_lastUsed; // by table: conditions and orders
+    LastConditions m_lastConditions;
     bool m_isEscapePressed = false;
 };

@@ -48,14 +48,6 @@ QString textLiteral(const QByteArray &bytes)
     return u'\'' + QString::fromUtf8(bytes).replace(u'\'', QStringLiteral("''")) + u'\'';
 }
 
-quint64 bitsOf(const QByteArray &bytes)
-{
-    quint64 bits = 0;
-    for (const char byte : bytes)
-        bits = bits << 8 | static_cast<unsigned char>(byte);
-    return bits;
-}
-
 // In a comparison of bytes with a text the server takes the text's bytes.
 QString bytesLiteral(const QByteArray &bytes)
 {
@@ -72,6 +64,27 @@ QString sameBytes(const QString &expression, const QByteArray &bytes)
 }
 
 } // namespace
+
+quint64 bitsOf(const QByteArray &bytes)
+{
+    quint64 bits = 0;
+    for (const char byte : bytes)
+        bits = bits << 8 | static_cast<unsigned char>(byte);
+    return bits;
+}
+
+bool needsValue(const TableColumn &column)
+{
+    return !column.hasDefault && !column.isGenerated;
+}
+
+bool hasEmptyText(const TableColumn &column)
+{
+    const bool isText = column.kind == ValueKind::Text || column.kind == ValueKind::Bytes;
+    return isText && !column.type.startsWith(u"uuid", Qt::CaseInsensitive) &&
+           !column.type.startsWith(u"inet", Qt::CaseInsensitive) &&
+           (column.choices.isEmpty() || column.isSet || column.choices.contains(QString()));
+}
 
 ValueKind kindOfType(const QString &type)
 {

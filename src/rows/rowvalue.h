@@ -40,6 +40,13 @@ struct TableColumn {
 // numbers and dates. Empty: NULL.
 using RowValue = std::optional<QByteArray>;
 
+// The number that a value of a BIT column is.
+quint64 bitsOf(const QByteArray &bytes);
+// Whether a new row must hold a value in the column.
+bool needsValue(const TableColumn &column);
+// Whether an empty text is a value of the column.
+bool hasEmptyText(const TableColumn &column);
+
 ValueKind kindOfType(const QString &type);
 // The choices of "enum('a','b')" or "set(...)"; none for other types.
 QStringList choicesOfType(const QString &type);

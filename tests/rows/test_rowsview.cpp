@@ -1,3 +1,5 @@
+#include "rows/celleditors.h"
+#include "rows/lineends.h"
 #include "rows/rowsview.h"
 #include "support/gui/stage.h"
 #include "support/rows.h"
@@ -5,6 +7,7 @@
 
 #include <QClipboard>
 #include <QDialog>
+#include <QPlainTextEdit>
 #include <QTimer>
 #include <QTreeWidget>
 
@@ -114,6 +117,11 @@ private Q_SLOTS:
     void pagesGoOnBehindAnyRow();
     void whatIsEditedIsSavedAndTakenBack();
     void aBlockIsPastedAndMayBeDropped();
+    void untouchedLinesKeepTheirEnds_data();
+    void untouchedLinesKeepTheirEnds();
+    void aChosenDateLeavesTheTime_data();
+    void aChosenDateLeavesTheTime();
+    void anEditorTellsNullFromAnEmptyText();
     void whoChangedTheRowIsAskedFor();
     void aConflictAfterRowsThatAreSaved();
     void aRefusedRowStaysEdited();
@@ -130,10 +138,10 @@ void RowsViewTest::initTestCase()
 
 void RowsViewTest::init()
 {
-    m_server.run(
-        "drop table if exists d.t; create table d.t (id int primary key auto_increment, "
-        "name varchar(5), n int, day date);"
-        "insert into d.t (name, n) values ('b',2),('a',1),(null,2),('b',null),('a',3),('c',2),('d',null)");
+    m_server.run("drop table if exists d.t; create table d.t (id int primary key auto_increment, "
+                 "name varchar(5), n int, day date, e enum('z','m','a'), b bit(64));"
+                 "insert into d.t (name, n, e, b) values ('b',2,'a',~0),('a',1,'z',~0-1),(null,2,null,1),"
+                 "('b',null,'m',null),('a',3,'z',0),('c',2,null,~0-1),('d',null,'a',2)");
 }
 
 void RowsViewTest::conditionsThatCannotBeSent_data()
@@ -166,13 +174,21 @@ void RowsViewTest::pagesGoOnBehindAnyRow_data()
     row("`n` DESC, name", QString("`n` DESC, name"), QStringList{"5 3 1", "6 2 4", "7"});
     row("n", QString("n"), QStringList{"4 7 2", "1 3 6", "5"});
     row("length(name), id", QString("length(name), id"), QStringList{"3 1 2", "4 5 6", "7"}); // counted
+    row("e", QString("e"), QStringList{"3 6 2", "5 4 1", "7"});
+    row("e desc", QString("e desc"), QStringList{"1 7 4", "2 5 3", "6"});
+    row("b", QString("b"), QStringList{"4 5 3", "7 2 6", "1"});
     row("", QString(), QStringList{"1 2 3", "4 5 6", "7"});
+    row("as it is stored", QString(), QStringList{"7 1 2", "3 4 5", "6"});
 }
 
 void RowsViewTest::pagesGoOnBehindAnyRow()
 {
     QFETCH(QString, order);
     QFETCH(QStringList, pages);
+    if (QTest::currentDataTag() == QByteArray("as it is stored"))
+        m_server.run(
+            "alter table d.t engine=MyISAM; create table d.s like d.t; insert into d.s select * from d.t "
+            "order by id=7 desc, id; drop table d.t; rename table d.s to d.t");
     Viewer viewer(m_server);
     viewer.pane.rowsOrder->setText(order);
     viewer.read("t");
@@ -180,6 +196,8 @@ void RowsViewTest::pagesGoOnBehindAnyRow()
         QCOMPARE(viewer.column(0), page);
         viewer.pane.nextRows->click();
     }
+    LastConditions otherStart(viewer.session);
+    QCOMPARE(otherStart.of("d", "t").orders.join(' '), order);
     QVERIFY(!viewer.pane.nextRows->isEnabled());
     viewer.pane.previousRows->click();
     QCOMPARE(viewer.column(0), pages[1]);
@@ -251,6 +269,86 @@ void RowsViewTest::aBlockIsPastedAndMayBeDropped()
     viewer.press("Esc");
     QCOMPARE(viewer.grid.rowCount(), 7);
     QCOMPARE(viewer.grid.text(6, 1), QString("d"));
+}
+
+void RowsViewTest::untouchedLinesKeepTheirEnds_data()
+{
+    QTest::addColumn<QString>("before");
+    QTest::addColumn<QString>("edited");
+    QTest::addColumn<QString>("after");
+    const auto add = [](const char *name, const QString &before, const QString &edited,
+                        const QString &after) { row(name, before, edited, after); };
+    const QString mixed = "a\r\nb\nc\rd";
+    add("the first line", mixed, "x\nb\nc\nd", "x\r\nb\nc\rd");
+    add("lines apart from each other", mixed, "x\nb\ny\nd", "x\r\nb\ny\rd");
+    add("a line goes", mixed, "a\nc\nd", "a\r\nc\rd");
+    add("lines come, one in the middle changes", mixed, "a\nnew\nnew\nb\nx\nd", "a\r\nnew\r\nnew\r\nb\nx\nd");
+    add("the last one goes on", mixed, "a\nb\nc\nd\ne", "a\r\nb\nc\rd\re");
+    add("no line end before", "a", "a\nb\nc", "a\nb\nc");
+    add("everything goes", mixed, "", "");
+    add("one way only", "a\r\nb\r\n", "z\na\n\n", "z\r\na\r\n\r\n");
+}
+
+void RowsViewTest::untouchedLinesKeepTheirEnds()
+{
+    QFETCH(QString, before);
+    QFETCH(QString, edited);
+    QTEST(withLineEndsOf(before, edited.replace('\n', QChar::ParagraphSeparator)), "after");
+}
+
+void RowsViewTest::aChosenDateLeavesTheTime_data()
+{
+    QTest::addColumn<QString>("type");
+    QTest::addColumn<QString>("text");
+    QTest::addColumn<QString>("changed");
+    const auto add = [](const char *type, const QString &text, const QString &changed) {
+        row(type + (' ' + text.toUtf8()), QString(type), text, changed);
+    };
+    add("date", "2020-02-29", "2021-03-04");
+    add("date", "", "2021-03-04");
+    add("datetime(6)", "0000-00-00 00:00:00.000001", "2021-03-04 00:00:00.000001");
+    add("timestamp", "9999-12-31 23:59:59", "2021-03-04 23:59:59");
+    add("datetime", "", "2021-03-04 00:00:00");
+}
+
+void RowsViewTest::aChosenDateLeavesTheTime()
+{
+    QFETCH(QString, type);
+    QFETCH(QString, text);
+    QTEST(withDate(text, QDate(2021, 3, 4), {.name = {}, .type = type}), "changed");
+}
+
+void RowsViewTest::anEditorTellsNullFromAnEmptyText()
+{
+    m_server.run(
+        "alter table d.t modify name varchar(50); "
+        "update d.t set name=concat('a', char(13, 10), 'b', char(10), _utf8mb4 x'C2A0', 'c') where id=1");
+    Viewer viewer(m_server);
+    viewer.read("t", 100);
+    viewer.choose(0, 1);
+    inDialog("valueEditor", [](QWidget &dialog) {
+        QTest::keyClicks(&control<QPlainTextEdit>(dialog, "valueText"), "x");
+        qobject_cast<QDialog *>(&dialog)->accept();
+    });
+    viewer.press("F2");
+    const auto edit = [&viewer](int row, int column, const QStringList &keys) {
+        viewer.choose(row, column);
+        viewer.press("F2");
+        auto *line = viewer.grid.findChild<QLineEdit *>("cellLine");
+        for (const QString &key : keys + QStringList{"Return"})
+            QTest::keySequence(line, QKeySequence(key));
+        QCoreApplication::processEvents();
+        QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
+    };
+    edit(1, 1, {"Ctrl+A", "Del"});
+    edit(2, 1, {"Backspace"});
+    edit(3, 1, {"Ctrl+0"});
+    edit(4, 1, {"Ctrl+0", "Ctrl+0"});
+    edit(0, 2, {"Ctrl+A", "Del"}); // there is no empty number
+    edit(3, 2, {"Backspace"});
+    viewer.press("Ctrl+S");
+    QCOMPARE(m_server.run("select hex(name), n from d.t where id<6"),
+             QString("78610D0A620AC2A063\tNULL\n\t1\n\t2\nNULL\tNULL\n\t3\n"));
 }
 
 void RowsViewTest::whoChangedTheRowIsAskedFor()
@@ -327,8 +425,16 @@ void RowsViewTest::aConflictAfterRowsThatAreSaved()
 
 void RowsViewTest::aRefusedRowStaysEdited()
 {
+    m_server.run("alter table d.t add need int not null, add first enum('x') not null");
     Viewer viewer(m_server);
     viewer.read("t", 100);
+    viewer.press("Ctrl+Ins");
+    viewer.dialogue.expectConfirm(
+        "新しい行に、値が必要な列が残っています: need\r\nトリガーが値を入れない限り、"
+        "サーバーは断ります。このまま送りますか？",
+        Icon::Critical, false);
+    viewer.press("Ctrl+S");
+    viewer.press("Del");
     viewer.type(0, 1, "good");
     viewer.type(2, 1, "too long");
     const QString words = "Data too long for column 'name' at row 1";

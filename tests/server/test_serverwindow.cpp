@@ -1,4 +1,5 @@
 #include "server/keyedlist.h"
+#include "server/processes/processpage.h"
 #include "server/serverwindow.h"
 #include "support/gui/stage.h"
 
@@ -61,6 +62,11 @@ private:
     void open(TestServer &server, const QString &account = "demo");
     KeyedList &list(const char *name) { return control<KeyedList>(*m_stage->window, name); }
     QString label(const char *name) { return control<QLabel>(*m_stage->window, name).text(); }
+    // Every page has one.
+    QString problem()
+    {
+        return m_stage->window->findChild<ProcessPage *>()->findChild<QLabel *>("pageProblem")->text();
+    }
     // The cell of the session's row; a null text without one.
     QString cell(const QString &id, int column)
     {
@@ -155,8 +161,8 @@ void ServerWindowTest::whatIsGoneIsSaid()
 void ServerWindowTest::missingRightsAreTold()
 {
     open(m_servers.of(TestServer::Brand::MariaDb), "visitor");
-    QTRY_VERIFY_WITH_TIMEOUT(label("pageProblem").contains("PROCESS 権限がない"), 20'000);
-    QVERIFY(label("pageProblem").contains("Access denied; you need"));
+    QTRY_VERIFY_WITH_TIMEOUT(problem().contains("PROCESS 権限がない"), 20'000);
+    QVERIFY(problem().contains("Access denied; you need"));
     QCOMPARE(list("processList").rows().rowCount(), 1);
 }
 

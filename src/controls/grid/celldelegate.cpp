@@ -41,6 +41,10 @@ void applyMark(QStyleOptionViewItem &option, GridEdits::Mark mark)
     case Mark::Added:
         option.backgroundBrush = tinted(option.palette, Qt::green);
         return;
+    case Mark::Required:
+        option.text = QStringLiteral("(値が必要)");
+        option.backgroundBrush = tinted(option.palette, Qt::red);
+        return;
     case Mark::Deleted:
         option.backgroundBrush = tinted(option.palette, Qt::gray);
         option.font.setStrikeOut(true);

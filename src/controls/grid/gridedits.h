@@ -12,7 +12,8 @@ public:
         None,
         Changed,
         Added,
-        Default, // of an added row: the server will choose the value
+        Default,  // of an added row: the server will choose the value
+        Required, // of an added row: nobody but the user has a value
         Deleted,
         Refused // by the server
     };
