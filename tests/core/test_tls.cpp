@@ -77,6 +77,9 @@ void TlsTest::demandsAreMetOrNobodyLogsIn_data()
     row("required", ip, ";FORCETLS=1", false, "");
     row("verified", "localhost", verify + path("ca.pem"), true, "");
     row("other host", ip, verify + path("ca.pem"), false, "certificate");
+    row("other host by name", ip, verify + path("ca.pem") + ";CERTIFICATEHOST=localhost", true, "");
+    row("named otherwise", "localhost", verify + path("ca.pem") + ";CERTIFICATEHOST=db", false,
+        "certificate");
     row("other authority", "localhost", verify + path("other.pem"), false, "certificate");
     row("no authority", "localhost", ";SSLVERIFY=1", false, "certificate");
     row("no such file", "localhost", verify + path("none.pem"), false, "TLS/SSL error");

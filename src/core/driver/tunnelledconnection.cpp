@@ -106,6 +106,7 @@ QString through(const ConnectionString &string, int port)
                                                      : piece.value;
         pieces << piece.key + u'=' + (piece.key == u"driver" ? u'{' + value + u'}' : connectionValue(value));
     }
+    pieces << certificateHostKey() + u'=' + connectionValue(string.value(QStringLiteral("server")));
     return pieces.join(u';');
 }
 
@@ -138,11 +139,11 @@ void TunnelledConnection::open()
     try {
         inner->open();
     } catch (const Failure &failure) {
-        // The certificate is compared with the address that was connected to.
         if (failure.number() == 2026 && TlsOptions::of(string).mode == TlsMode::Verified)
             throw Failure(failure.description() +
-                              QStringLiteral("\nSSH トンネルを通すと、サーバーの名前は 127.0.0.1 に見えます。"
-                                             "証明書の名前の代わりに、指紋で確かめてください。"),
+                              QStringLiteral("\nSSH トンネルを通すときも、証明書は「サーバー」の名前 (%1) "
+                                             "のものでなければなりません。")
+                                  .arg(string.value(QStringLiteral("server"))),
                           failure.number(), failure.state());
         // ssh says on its own account why it could not go on from the other machine, a moment later.
         constexpr std::chrono::milliseconds moment{50};

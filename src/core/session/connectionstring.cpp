@@ -72,6 +72,11 @@ std::chrono::seconds connectLimit(const ConnectionString &string)
     return std::chrono::seconds(seconds > 0 ? std::min(seconds, most) : usual);
 }
 
+QString certificateHostKey()
+{
+    return QStringLiteral("certificatehost");
+}
+
 QString connectionValue(const QString &text)
 {
     const bool isPlain = !text.contains(u';') && !text.startsWith(u'{') && text == text.trimmed();

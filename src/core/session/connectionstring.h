@@ -30,6 +30,10 @@ QString withoutKey(const QString &text, const QString &key);
 // How long a connect may take: CONN_TIMEOUT in seconds, else 20 seconds.
 std::chrono::seconds connectLimit(const ConnectionString &string);
 
+// The key of the name that a verified certificate is to be for, where it is not that of the host: a tunnel's
+// end is on this machine.
+QString certificateHostKey();
+
 // A value as it may stand in a connection string: in the braces of ODBC where it would end too soon, lose its
 // blanks or be taken for one in braces, so that what comes after it reached another database, port or
 // account.

@@ -66,6 +66,7 @@ NativeConnection connectNative(const NativeOptions &options, const NativeTimeout
 {
     return loginWatched(options.tls, [&](LoginWatch &watch) {
         NativeHandle handle = configured(options, timeouts);
+        watch.expectCertificateFor(options.certificateHost);
         if (!mysql_real_connect(
                 handle.get(), options.host.constData(), options.user.constData(),
                 options.password.constData(), orNull(options.database), options.port, nullptr,

@@ -29,6 +29,7 @@ NativeOptions NativeOptions::parse(const QString &connectionString)
         {QStringLiteral("pwd"), &NativeOptions::password},
         {QStringLiteral("password"), &NativeOptions::password},
         {QStringLiteral("database"), &NativeOptions::database},
+        {certificateHostKey(), &NativeOptions::certificateHost},
     };
     NativeOptions options;
     const ConnectionString given(connectionString);

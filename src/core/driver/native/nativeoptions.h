@@ -9,6 +9,7 @@
 struct NativeOptions {
     QByteArray host = "localhost";
     QByteArray user, password, database;
+    QByteArray certificateHost; // whom the certificate must name; empty: the host
     unsigned port = 3306;
     unsigned connectSeconds = 20;
     TlsOptions tls;

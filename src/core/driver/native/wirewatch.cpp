@@ -1,5 +1,7 @@
 #include "core/driver/native/wirewatch.h"
 
+#include <cstdlib>
+#include <cstring>
 #include <mutex>
 #include <sys/socket.h>
 #include <type_traits>
@@ -37,8 +39,10 @@ void breakOff(MYSQL *handle)
 
 } // namespace
 
-void watchRead(int isWrite, MYSQL *handle, const unsigned char *bytes, std::size_t size)
+void watchWire(int isWrite, MYSQL *handle, const unsigned char *bytes, std::size_t size)
 {
+    if (isWrite != 0 && loginWatch && handle)
+        loginWatch->nameCertificateHost(handle);
     if (isWrite != 0 || !handle || static_cast<std::make_signed_t<std::size_t>>(size) <= 0)
         return;
     if (answerWatch && !answerWatch->isTooLarge() &&
@@ -53,13 +57,26 @@ LoginWatch::LoginWatch(const TlsOptions &demands, Tls tls)
     , m_tls(tls)
 {
     static std::once_flag once;
-    std::call_once(once, [] { ma_pvio_register_callback(true, watchRead); });
+    std::call_once(once, [] { ma_pvio_register_callback(true, watchWire); });
     loginWatch = this;
 }
 
 LoginWatch::~LoginWatch()
 {
     loginWatch = nullptr;
+}
+
+// The library compares the certificate with its own copy of the host that it has connected to, made with
+// strdup() when the greeting was read. The first thing it writes then asks for TLS.
+void LoginWatch::nameCertificateHost(MYSQL *handle)
+{
+    if (m_certificateHost.isEmpty() || !handle->host)
+        return;
+    if (char *name = strdup(m_certificateHost.constData())) {
+        free(handle->host);
+        handle->host = name;
+    }
+    m_certificateHost.clear();
 }
 
 void LoginWatch::read(MYSQL *handle, QByteArrayView bytes)

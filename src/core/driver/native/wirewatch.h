@@ -25,6 +25,8 @@ public:
     LoginWatch(const LoginWatch &) = delete;
     LoginWatch &operator=(const LoginWatch &) = delete;
 
+    // The certificate is to be for that host, not for the one that is connected to; empty: no difference.
+    void expectCertificateFor(const QByteArray &host) { m_certificateHost = host; }
     // The login failed because of what the server asked for or did not offer.
     bool isRefused() const { return !m_refusal.isEmpty(); }
     Failure refusal(const Failure &error) const { return Failure(m_refusal, error.number(), error.state()); }
@@ -33,7 +35,8 @@ public:
     MYSQL *handle() const { return m_handle; }
 
 private:
-    friend void watchRead(int isWrite, MYSQL *handle, const unsigned char *bytes, std::size_t size);
+    friend void watchWire(int isWrite, MYSQL *handle, const unsigned char *bytes, std::size_t size);
+    void nameCertificateHost(MYSQL *handle);
     void read(MYSQL *handle, QByteArrayView bytes);
     void judge(QByteArrayView packet);
     void judgeGreeting(QByteArrayView packet);
@@ -43,6 +46,7 @@ private:
     const TlsOptions m_demands;
     const Tls m_tls;
     MYSQL *m_handle = nullptr;
+    QByteArray m_certificateHost;
     QByteArray m_unread; // the packet that has not yet come to its end
     bool m_isGreeted = false, m_isOver = false;
     QString m_refusal;
@@ -83,7 +87,7 @@ public:
     bool isTooLarge() const { return m_bytes > m_mostBytes; }
 
 private:
-    friend void watchRead(int isWrite, MYSQL *handle, const unsigned char *bytes, std::size_t size);
+    friend void watchWire(int isWrite, MYSQL *handle, const unsigned char *bytes, std::size_t size);
     const std::uint64_t m_mostBytes;
     std::uint64_t m_bytes = 0;
 };

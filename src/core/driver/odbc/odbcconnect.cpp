@@ -57,7 +57,10 @@ OdbcConnection connectOdbc(const OdbcEnvironment &environment, const QString &co
     if (!environment)
         throw noHandle();
     const QString text = completed(connectionString, tls, limit);
+    const QByteArray certificateHost =
+        ConnectionString(connectionString).value(certificateHostKey()).toUtf8();
     return loginWatched(tls, [&](LoginWatch &watch) {
+        watch.expectCertificateFor(certificateHost);
         OdbcConnectionHandle connection = OdbcConnectionHandle::allocate(environment.get());
         if (!connection)
             throw odbcError(SQL_HANDLE_ENV, environment.get());
