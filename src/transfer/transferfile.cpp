@@ -69,6 +69,8 @@ TransferFile::TransferFile(const QString &path)
         fail(QStringLiteral("シンボリックリンクの先には書き込みません。"));
     if (QFileInfo(path).isDir())
         fail(QStringLiteral("同じ名前のフォルダーがあります。"));
+    if (QFileInfo::exists(path) && !QFileInfo(path).isFile())
+        fail(QStringLiteral("ファイルではありません。")); // a device, whose place a file would take
     if (!m_file.open(QIODevice::WriteOnly | QIODevice::Truncate | QIODevice::Unbuffered))
         fail(m_file.errorString());
     if (path.endsWith(u".gz", Qt::CaseInsensitive)) {

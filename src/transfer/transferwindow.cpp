@@ -50,7 +50,10 @@ TransferWindow::TransferWindow(Session &session, const char *name, const QString
     layout->addLayout(buttons);
     layout->addWidget(m_report);
 
-    connect(m_start, &QPushButton::clicked, this, [this] { start(); });
+    connect(m_start, &QPushButton::clicked, this, [this] {
+        m_report->clear(); // what it says is of another run
+        start();
+    });
     connect(m_stop, &QPushButton::clicked, this, [this] { m_job.stop(); });
     connect(&m_job, &TransferJob::progressed, this, &TransferWindow::showProgress);
     connect(&m_job, &TransferJob::finished, this, &TransferWindow::finish);
@@ -161,7 +164,7 @@ void TransferWindow::keyPressEvent(QKeyEvent *event)
 
 bool TransferWindow::mayReplace(const QString &path)
 {
-    return !QFileInfo::exists(path) ||
+    return !QFileInfo(path).isFile() || // what is none is refused when the run begins
            m_dialogue.confirm(QStringLiteral("ファイル「%1」は既に存在します。置き換えますか？").arg(path),
                               Icon::Critical);
 }

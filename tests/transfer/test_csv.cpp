@@ -38,6 +38,7 @@ private Q_SLOTS:
     void nothingIsReplacedSilently();
     void aFileIsReadAsItWasWritten_data();
     void aFileIsReadAsItWasWritten();
+    void aRowHasAnEnd();
     void whatIsExportedIsImported();
     void rowsThatDoNotFitAreTold_data();
     void rowsThatDoNotFitAreTold();
@@ -143,6 +144,22 @@ ImportReport CsvTest::import(const ImportOptions &options)
     session.gCn = session.makeConnection(m_servers.of(TestServer::Brand::MariaDb).nativeString());
     session.gCn->open();
     return importCsv(session, options, noReport);
+}
+
+// A quote that is never closed would bring the whole file into memory, and the preview's into the window.
+void CsvTest::aRowHasAnEnd()
+{
+    const QString path = m_folder.filePath("open.csv");
+    writeFile(path, "id\n1\n\"" + QByteArray(2'000'000, 'x'));
+    CsvReader reader(path, {}, 1'000'000);
+    CsvRow row;
+    QVERIFY(reader.next(row) && reader.next(row));
+    try {
+        reader.next(row);
+        QFAIL("read on");
+    } catch (const Failure &error) {
+        QCOMPARE(error.description(), "3 行目からの行が長すぎます。閉じていない「\"」があるかもしれません。");
+    }
 }
 
 void CsvTest::whatIsExportedIsImported()

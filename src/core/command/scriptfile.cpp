@@ -14,11 +14,12 @@ ScriptFile::ScriptFile(const QString &path, Encoding encoding)
 {
     // The library opens folders, too, and waits for ever at a pipe; Qt has the system's words.
     QFile look(path);
-    if (!QFileInfo(path).isFile() || !look.open(QIODevice::ReadOnly))
+    const QFileInfo info(path);
+    if (!info.isFile() || !look.open(QIODevice::ReadOnly))
         throw Failure(path + QStringLiteral(": ") +
-                      (look.errorString().isEmpty() || QFileInfo(path).exists()
-                           ? QStringLiteral("読めません。")
-                           : look.errorString()));
+                      (!info.exists()   ? QStringLiteral("ファイルがありません。")
+                       : !info.isFile() ? QStringLiteral("ファイルではありません。")
+                                        : look.errorString()));
     m_file = gzopen(QFile::encodeName(path).constData(), "rb");
     if (!m_file)
         throw Failure(path + QStringLiteral(": 開けません。"));

@@ -57,7 +57,7 @@ CsvImportWindow::CsvImportWindow(Session &session, const QString &table)
     fillChoices();
     connectChoices();
     layOut();
-    resize(860, 720);
+    resize(860, 660);
     readColumns();
 }
 
@@ -98,7 +98,10 @@ void CsvImportWindow::connectChoices()
         connect(box, &QComboBox::currentIndexChanged, this, &CsvImportWindow::showLocal);
     showLocal();
     connect(m_header, &QCheckBox::toggled, this, &CsvImportWindow::preview);
-    connect(m_nullText, &QLineEdit::editingFinished, this, &CsvImportWindow::checkTypes);
+    connect(m_nullText, &QLineEdit::editingFinished, this, [this] {
+        showRows();
+        checkTypes();
+    });
 }
 
 void CsvImportWindow::layOut()
@@ -174,6 +177,9 @@ void CsvImportWindow::look()
 {
     QFile file(m_path->text());
     constexpr qint64 enough = 256 * 1024;
+    const QFileInfo info(m_path->text());
+    if (info.exists() && !info.isFile())
+        return tell(QStringLiteral("「%1」はファイルではありません。").arg(m_path->text()), true);
     if (!file.open(QIODevice::ReadOnly))
         return tell(
             QStringLiteral("ファイル「%1」を開けません。\n%2").arg(m_path->text(), file.errorString()), true);
@@ -198,12 +204,13 @@ void CsvImportWindow::preview()
     if (m_path->text().isEmpty())
         return;
     try {
-        CsvReader reader(m_path->text(), format());
+        constexpr qint64 mostBytes = 4 * 1024 * 1024; // the window waits
+        CsvReader reader(m_path->text(), format(), mostBytes);
         CsvRow row;
         if (m_header->isChecked() && reader.next(row))
             for (const CsvField &field : row.fields)
                 m_fileColumns << QString::fromStdString(field.text);
-        while (m_rows.size() < previewRows && reader.next(row))
+        while (m_rows.size() < previewRows && reader.bytesRead() < mostBytes && reader.next(row))
             m_rows.push_back(row);
         tell({}, false);
     } catch (const Failure &error) {
@@ -212,18 +219,29 @@ void CsvImportWindow::preview()
     if (m_fileColumns.isEmpty() && !m_rows.empty())
         for (std::size_t i = 0; i < m_rows[0].fields.size(); ++i)
             m_fileColumns << QStringLiteral("c%1").arg(i + 1);
+    showRows();
+    fillMapping(m_fileColumns);
+}
+
+bool CsvImportWindow::isNull(const CsvField &field) const
+{
+    return !field.isQuoted && QString::fromStdString(field.text) == m_nullText->text();
+}
+
+void CsvImportWindow::showRows()
+{
     std::vector<Field> fields;
     for (const QString &name : std::as_const(m_fileColumns))
         fields.push_back({name});
     const RedrawOff redrawOff(*m_preview);
+    m_preview->clearGrid();
     m_preview->setFields(fields);
     for (const CsvRow &row : m_rows) {
         std::vector<Cell> cells(fields.size());
         for (std::size_t i = 0; i < std::min(cells.size(), row.fields.size()); ++i)
-            cells[i].bytes = row.fields[i].text;
+            cells[i] = {row.fields[i].text, isNull(row.fields[i])};
         m_preview->appendRow(cells);
     }
-    fillMapping(m_fileColumns);
 }
 
 // By name, and where the file has none by place.
@@ -271,7 +289,6 @@ void CsvImportWindow::checkTypes()
 {
     QStringList found;
     constexpr qsizetype mostTold = 5;
-    const std::string nullText = m_nullText->text().toStdString();
     for (const ImportColumn &column : mapping()) {
         const auto type = std::ranges::find(m_columns, column.name, &TableColumn::name);
         for (const CsvRow &row : m_rows) {
@@ -279,8 +296,7 @@ void CsvImportWindow::checkTypes()
             if (type == m_columns.end() || at >= row.fields.size() || found.size() >= mostTold)
                 break;
             const CsvField &field = row.fields[at];
-            const QString why =
-                !field.isQuoted && field.text == nullText ? QString() : whyNotOfType(type->type, field.text);
+            const QString why = isNull(field) ? QString() : whyNotOfType(type->type, field.text);
             if (!why.isEmpty())
                 found << QStringLiteral("%1 行目「%2」(%3): 「%4」は%5")
                              .arg(row.line)

@@ -36,6 +36,8 @@ private:
     void readColumns();
     void look();
     void preview();
+    void showRows();
+    bool isNull(const CsvField &field) const;
     void fillMapping(const QStringList &fileColumns);
     void checkTypes();
     CsvFormat format() const;

@@ -2,6 +2,7 @@
 
 #include "core/sql/failure.h"
 
+#include <QFileInfo>
 #include <QRegularExpression>
 
 #include <algorithm>
@@ -80,10 +81,14 @@ CsvFormat guessedFormat(const QByteArray &start)
     return format;
 }
 
-CsvReader::CsvReader(const QString &path, const CsvFormat &format)
+CsvReader::CsvReader(const QString &path, const CsvFormat &format, qint64 mostRowBytes)
     : m_file(path)
     , m_format(format)
+    , m_mostRowBytes(mostRowBytes)
 {
+    // Opening a pipe would wait for ever.
+    if (const QFileInfo info(path); info.exists() && !info.isFile())
+        throw Failure(QStringLiteral("「%1」はファイルではありません。").arg(path));
     if (!m_file.open(QIODevice::ReadOnly))
         throw Failure(QStringLiteral("ファイル「%1」を開けません。\r\n%2").arg(path, m_file.errorString()));
     if (format.encoding == FileEncoding::Utf16)
@@ -102,6 +107,11 @@ bool CsvReader::fill()
                               .arg(m_file.fileName(), m_file.errorString()));
         if (m_bytes.isEmpty())
             return false;
+        m_rowBytes += m_bytes.size();
+        if (m_rowBytes > m_mostRowBytes + pieceBytes)
+            throw Failure(
+                QStringLiteral("%1 行目からの行が長すぎます。閉じていない「\"」があるかもしれません。")
+                    .arg(m_rowLine));
         if (!std::exchange(m_isBegun, true) && m_bytes.startsWith(utf8Mark))
             m_at = utf8Mark.size();
         if (m_decoder) {
@@ -170,7 +180,8 @@ bool CsvReader::next(CsvRow &row)
     for (;;) {
         if (peek() == atEnd)
             return false;
-        row.line = m_line;
+        row.line = m_rowLine = m_line;
+        m_rowBytes = 0;
         std::size_t count = 0;
         for (bool hasMore = true; hasMore; ++count) {
             if (row.fields.size() <= count)

@@ -36,7 +36,9 @@ struct CsvRow {
 // Reads a file of separated values row by row; quotes double inside of quotes, line ends are any.
 class CsvReader {
 public:
-    CsvReader(const QString &path, const CsvFormat &format); // throws Failure, as all here
+    // Throws Failure, as all here: also where a row is larger than that, which is a quote that is never
+    // closed more often than a value.
+    CsvReader(const QString &path, const CsvFormat &format, qint64 mostRowBytes = largestRow);
 
     // False at the end. Empty lines are passed over. Throws where a quote is never closed.
     bool next(CsvRow &row);
@@ -44,15 +46,19 @@ public:
     qint64 bytesRead() const { return m_file.pos(); }
 
 private:
+    static constexpr qint64 largestRow = 1024 * 1024 * 1024; // no server takes a larger one
+
     bool fill();
     int peek();
     bool readField(CsvField &field);
 
     QFile m_file;
     const CsvFormat m_format;
+    const qint64 m_mostRowBytes;
+    qint64 m_rowBytes = 0; // that were read since the row began
     std::optional<QStringDecoder> m_decoder;
     QByteArray m_bytes;
     qsizetype m_at = 0;
-    qint64 m_line = 1;
+    qint64 m_line = 1, m_rowLine = 1;
     bool m_isBegun = false;
 };

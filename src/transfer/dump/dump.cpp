@@ -60,7 +60,7 @@ private:
     void write(const QString &text) { m_sink->write(text.toStdString()); }
     void writeObject(const DumpObject &object);
     void writeRows(const DumpObject &table);
-    void copyRows(const DumpObject &table, RecordSet rows, InsertWriter &writer);
+    void copyRows(const DumpObject &table, const QString &select, InsertWriter &writer);
     void requireUnchanged(const DumpObject &object);
     void writeLoader();
     void tell(const DumpObject &object);
@@ -218,17 +218,18 @@ void Dump::writeRows(const DumpObject &table)
         if (!m_options.condition.isEmpty())
             select += QStringLiteral(" WHERE (\n%1\n)").arg(m_options.condition);
         write(QStringLiteral("\n"));
-        copyRows(table, execute(select), writer);
+        copyRows(table, select, writer);
     }
     if (withHistory)
         write(historyOff());
 }
 
 // The one place where rows go from the connection to the file.
-void Dump::copyRows(const DumpObject &table, RecordSet rows, InsertWriter &writer)
+void Dump::copyRows(const DumpObject &table, const QString &select, InsertWriter &writer)
 {
     const qint64 before = m_status.rows;
     try {
+        RecordSet rows = execute(select);
         rows.readWithoutLimit();
         writer.setFields(rows.fields());
         for (std::vector<Cell> cells; !rows.isEof(); rows.moveNextBlock()) {

@@ -37,8 +37,9 @@ QString told(const ScriptReport &report, bool isInTransaction)
     else if (!report.isComplete)
         text += QStringLiteral("\nここまでに実行した文の結果は残っています。");
     for (const ScriptError &error : report.firstErrors)
-        text +=
-            QStringLiteral("\n%1 行目: %2\n    %3").arg(error.line).arg(error.description, error.statement);
+        text += u'\n' + (error.line > 0 ? QStringLiteral("%1 行目: ").arg(error.line) : QString()) +
+                error.description +
+                (error.statement.isEmpty() ? QString() : QStringLiteral("\n    ") + error.statement);
     return text;
 }
 
