@@ -1,4 +1,4 @@
-find_package(Qt6 6.2 REQUIRED COMPONENTS Core Gui Sql Widgets Test)
+find_package(Qt6 6.2 REQUIRED COMPONENTS Charts Core Gui Sql Widgets Test)
 find_package(ODBC REQUIRED)
 find_package(PkgConfig REQUIRED)
 pkg_check_modules(MARIADB REQUIRED IMPORTED_TARGET libmariadb)

@@ -13,9 +13,10 @@
 
 #include <algorithm>
 
-KeyedList::KeyedList(const char *name, const QString &title, std::vector<KeyedColumn> columns)
-    : m_rows(new KeyedRows(std::move(columns), this))
+KeyedList::KeyedList(const char *name, const QString &title, const std::vector<KeyedColumn> &columns)
+    : m_rows(new KeyedRows(columns, this))
 {
+    const bool isLastNumber = columns.back().isNumber; // it stands better near the others
     setObjectName(QLatin1String(name));
     setAccessibleName(title);
     setModel(m_rows);
@@ -24,7 +25,7 @@ KeyedList::KeyedList(const char *name, const QString &title, std::vector<KeyedCo
     setTabKeyNavigation(false);
     setHorizontalScrollMode(ScrollPerPixel);
     verticalHeader()->hide();
-    horizontalHeader()->setStretchLastSection(true);
+    horizontalHeader()->setStretchLastSection(!isLastNumber);
     horizontalHeader()->setHighlightSections(false);
     horizontalHeader()->setSortIndicatorClearable(true);
     horizontalHeader()->setSortIndicator(-1, Qt::AscendingOrder);
@@ -59,7 +60,8 @@ void KeyedList::fitColumns()
 {
     constexpr int rowsLookedAt = 50, widest = 280, margin = 18;
     m_hasWidths = true;
-    for (int column = 0; column < m_rows->columnCount(); ++column) {
+    const int last = m_rows->columnCount() - 1; // takes what is left, as long as it is asked to
+    for (int column = 0; column < last + !horizontalHeader()->stretchLastSection(); ++column) {
         int width = horizontalHeader()->sectionSizeHint(column);
         for (int row = 0; row < std::min(rowsLookedAt, m_rows->rowCount()); ++row) {
             const QString text = m_rows->index(row, column).data().toString();

@@ -10,7 +10,7 @@ class KeyedList : public QTableView {
     Q_OBJECT
 
 public:
-    KeyedList(const char *name, const QString &title, std::vector<KeyedColumn> columns);
+    KeyedList(const char *name, const QString &title, const std::vector<KeyedColumn> &columns);
 
     KeyedRows &rows() { return *m_rows; }
     const KeyedRows &rows() const { return *m_rows; }

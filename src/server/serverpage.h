@@ -45,7 +45,8 @@ public:
     virtual bool followsClock() const { return true; }
 
 Q_SIGNALS:
-    void refreshed(); // all answers are there, or what kept them away is shown
+    void processWanted(const QString &id); // in the list of processes
+    void refreshed();                      // all answers are there, or what kept them away is shown
 
 protected:
     ServerPage(const ServerSurroundings &around, const char *name, const QString &title);

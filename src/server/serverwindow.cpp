@@ -8,6 +8,7 @@
 #include "core/session/basconnection.h"
 #include "core/session/profilefile.h"
 #include "core/session/wholefile.h"
+#include "server/processes/processpage.h"
 #include "server/serverpages.h"
 
 #include <QCheckBox>
@@ -49,6 +50,7 @@ ServerWindow::ServerWindow(const Session &session, ServerServices services,
     for (ServerPage *page : makeServerPages({*m_link, *m_dialogue, std::move(services.openInSheet),
                                              session.statementLog, std::move(services.savedServers)})) {
         m_pages->addTab(page, page->title());
+        connect(page, &ServerPage::processWanted, this, &ServerWindow::showProcess);
         connect(page, &ServerPage::refreshed, this, [this, page] { noteRefresh(page); });
     }
     buildLayout();
@@ -138,6 +140,13 @@ void ServerWindow::refreshNow()
 {
     if (isVisible() && page())
         page()->startRefresh();
+}
+
+void ServerWindow::showProcess(const QString &id)
+{
+    auto *processes = m_pages->findChild<ProcessPage *>();
+    m_pages->setCurrentWidget(processes);
+    processes->goTo(id);
 }
 
 void ServerWindow::noteRefresh(const ServerPage *refreshed)

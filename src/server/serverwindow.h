@@ -56,6 +56,7 @@ private:
     void refreshNow();
     void setTicking();
     void showState();
+    void showProcess(const QString &id);
     void noteRefresh(const ServerPage *refreshed);
     void keepSeconds(int seconds) const;
     int keptSeconds() const;

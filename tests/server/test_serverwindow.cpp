@@ -1,10 +1,11 @@
 #include "server/keyedlist.h"
-#include "server/processes/processpage.h"
+#include "server/locks/lockreading.h"
 #include "server/serverwindow.h"
 #include "support/gui/stage.h"
 
 #include <QSpinBox>
 #include <QTabWidget>
+#include <QTreeWidget>
 
 #include <thread>
 
@@ -57,15 +58,24 @@ private Q_SLOTS:
     void missingRightsAreTold();
     void theServerIsWaitedFor();
     void rowsAreChangedInPlace();
+    void whoBlocksStandsAtTheTop_data() { TestServers::addRows(); }
+    void whoBlocksStandsAtTheTop();
+    void waitsBecomeATree_data();
+    void waitsBecomeATree();
+    void theLastDeadlockIsFound();
 
 private:
     void open(TestServer &server, const QString &account = "demo");
+    void turnTo(const char *page)
+    {
+        control<QTabWidget>(*m_stage->window, "serverPages")
+            .setCurrentWidget(&control<QWidget>(*m_stage->window, page));
+    }
     KeyedList &list(const char *name) { return control<KeyedList>(*m_stage->window, name); }
     QString label(const char *name) { return control<QLabel>(*m_stage->window, name).text(); }
-    // Every page has one.
-    QString problem()
+    QString problem(const char *page)
     {
-        return m_stage->window->findChild<ProcessPage *>()->findChild<QLabel *>("pageProblem")->text();
+        return control<QLabel>(control<QWidget>(*m_stage->window, page), "pageProblem").text();
     }
     // The cell of the session's row; a null text without one.
     QString cell(const QString &id, int column)
@@ -161,8 +171,8 @@ void ServerWindowTest::whatIsGoneIsSaid()
 void ServerWindowTest::missingRightsAreTold()
 {
     open(m_servers.of(TestServer::Brand::MariaDb), "visitor");
-    QTRY_VERIFY_WITH_TIMEOUT(problem().contains("PROCESS 権限がない"), 20'000);
-    QVERIFY(problem().contains("Access denied; you need"));
+    QTRY_VERIFY_WITH_TIMEOUT(problem("processPage").contains("PROCESS 権限がない"), 20'000);
+    QVERIFY(problem("processPage").contains("Access denied; you need"));
     QCOMPARE(list("processList").rows().rowCount(), 1);
 }
 
@@ -211,6 +221,78 @@ void ServerWindowTest::rowsAreChangedInPlace()
     processes.rows().setFilter("４０００"); // of any width
     QVERIFY(processes.rows().rowCount() > 0 && processes.rows().rowCount() < 20);
     QCOMPARE(processes.currentKey(), "4000");
+}
+
+void ServerWindowTest::whoBlocksStandsAtTheTop()
+{
+    QFETCH(TestServer::Brand, brand);
+    SKIP_WITHOUT(brand);
+    TestServer &server = m_servers.of(brand);
+    const DirectConnection blocking(server);
+    blocking("begin");
+    blocking("update d.t set b = b + 1 where a = 1");
+    const QString top = blocking("select connection_id()");
+    OtherSession first(server, "update t set b = 7 where a = 1");
+    OtherSession second(server, "alter table t add c int"); // waits for the table, not for a row
+    open(server);
+    turnTo("lockPage");
+    auto &tree = control<QTreeWidget>(*m_stage->window, "lockTree");
+    const auto hasBoth = [&] {
+        return tree.topLevelItemCount() > 0 && tree.topLevelItem(0)->text(0) == top &&
+               tree.findItems(first.id, Qt::MatchRecursive).size() == 1 &&
+               tree.findItems(second.id, Qt::MatchRecursive).size() == 1;
+    };
+    QTRY_VERIFY_WITH_TIMEOUT(hasBoth(), 20'000);
+    const QTreeWidgetItem &waiting = *tree.findItems(first.id, Qt::MatchRecursive).first();
+    QCOMPARE(waiting.parent(), tree.topLevelItem(0));
+    QVERIFY2(waiting.text(4).contains("`d`.`t`"), qPrintable(waiting.text(4)));
+    QVERIFY(waiting.text(6).contains("set b = 7"));
+    KeyedList &open = list("transactionList");
+    QVERIFY(open.choose(top));
+    QVERIFY(open.rows().row(open.currentIndex().row()).cells[1].toInt() >= 0);
+    // It leads to the session in the list of processes.
+    open.setFocus();
+    QTest::keyClick(&open, Qt::Key_Return);
+    QTRY_COMPARE(list("processList").currentKey(), top);
+}
+
+void ServerWindowTest::waitsBecomeATree_data()
+{
+    // "waiting<blocking", and the nodes as "session<parent".
+    const Rows<QString, QString> row;
+    row("nobody waits", "", "");
+    row("one", "2<1", "1 2<1");
+    row("a queue, in which each waits for all before it", "2<1 3<2 3<1 4<3 4<2 4<1", "1 2<1 3<1 4<1");
+    row("a chain", "2<1 3<2", "1 2<1 3<2");
+    row("a circle", "1<2 2<1 3<1", "1 2<1 3<1");
+    row("for somebody who cannot be seen", "2< 3<2", "2 3<2");
+}
+
+void ServerWindowTest::waitsBecomeATree()
+{
+    const auto [text, nodes] = fetched<QString, QString>();
+    std::vector<LockWait> waits;
+    for (const QString &wait : text.split(' ', Qt::SkipEmptyParts))
+        waits.push_back({wait.section('<', 0, 0), wait.section('<', 1), {}, {}, {}});
+    QStringList found;
+    const std::vector<LockNode> tree = lockTree(waits);
+    for (const LockNode &node : tree)
+        found << (node.parent < 0 ? node.session
+                                  : node.session + '<' + tree[static_cast<std::size_t>(node.parent)].session);
+    QCOMPARE(found.join(' '), nodes);
+}
+
+void ServerWindowTest::theLastDeadlockIsFound()
+{
+    const QString status = "\n------------------------\nLATEST DETECTED DEADLOCK\n------------------------\n"
+                           "2026-11-22 *** (1) TRANSACTION:\nMySQL thread id 5, query id 9 localhost\n"
+                           "update mysql.user\nset password = 'verysecret'\n*** (1) WAITING\nRECORD LOCKS x\n"
+                           "------------\nTRANSACTIONS\n------------\nTrx id counter 9\n";
+    const QString deadlock = lastDeadlock(status);
+    QVERIFY(deadlock.startsWith("2026-11-22"));
+    QVERIFY(deadlock.endsWith("RECORD LOCKS x"));
+    QVERIFY(!deadlock.contains("verysecret"));
+    QCOMPARE(lastDeadlock("\n------------\nTRANSACTIONS\n------------\n"), "");
 }
 
 QTEST_MAIN(ServerWindowTest)

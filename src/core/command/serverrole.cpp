@@ -1,5 +1,7 @@
 #include "core/command/serverrole.h"
 
+#include "core/command/replicationstatus.h"
+
 #include <map>
 
 namespace {
@@ -56,28 +58,20 @@ Cluster clusterOf(const Variables &variables)
     return {group, false, !group.isEmpty() && !hasOnePrimary};
 }
 
-// MySQL has called the statement and its columns otherwise since 8.0.22, and since 8.4 it knows no other
-// name; MariaDB tells of its several sources with ALL only.
 QStringList readSources(Connection &connection)
 {
-    const ServerInfo server = connection.server();
-    const bool isRenamed = !server.isMariaDb && server.number >= 80022;
-    RecordSet rows = answerTo(connection, server.isMariaDb && server.number >= 100000
-                                              ? QStringLiteral("show all slaves status")
-                                          : isRenamed ? QStringLiteral("show replica status")
-                                                      : QStringLiteral("show slave status"));
-    const QString source = isRenamed ? QStringLiteral("Source_") : QStringLiteral("Master_");
-    const QString replica = isRenamed ? QStringLiteral("Replica_") : QStringLiteral("Slave_");
+    const ReplicationWords words = replicationWords(connection.server());
+    RecordSet rows = answerTo(connection, words.question);
     QStringList sources;
     for (; rows.isOpen() && !rows.isEof(); rows.moveNext()) {
         // A group's own channels: its members are not replicas of each other.
         const int channel = rows.fieldIndex(QStringLiteral("Channel_Name"));
         if (channel >= 0 && rows.text(channel).startsWith(u"group_replication_"))
             continue;
-        if (rows.text(replica + QStringLiteral("IO_Running")) != u"No" ||
-            rows.text(replica + QStringLiteral("SQL_Running")) != u"No")
-            sources << rows.text(source + QStringLiteral("Host")) + u':' +
-                           rows.text(source + QStringLiteral("Port"));
+        if (rows.text(words.replica + QStringLiteral("IO_Running")) != u"No" ||
+            rows.text(words.replica + QStringLiteral("SQL_Running")) != u"No")
+            sources << rows.text(words.source + QStringLiteral("Host")) + u':' +
+                           rows.text(words.source + QStringLiteral("Port"));
     }
     return sources;
 }

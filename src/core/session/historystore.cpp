@@ -1,35 +1,16 @@
 #include "core/session/historystore.h"
 
+#include "core/session/modules.h"
 #include "core/session/session.h"
 #include "core/session/wholefile.h"
 #include "core/sql/passwords.h"
 
-#include <QCoreApplication>
 #include <QFile>
 #include <QFileInfo>
 #include <QJsonArray>
 #include <QJsonDocument>
-#include <QPluginLoader>
 
 namespace {
-
-HistoryModule *loadModule(QString &why)
-{
-    const QString folder = QCoreApplication::applicationDirPath();
-    // Beside the program, where it is installed, and beside the program for the tests of a build.
-    for (const char *place : {"", "/../lib/tarnwell", "/../bin"}) {
-        const QString file = folder + QLatin1String(place) + QStringLiteral("/tarnwell_history.so");
-        if (!QFileInfo::exists(file))
-            continue;
-        QPluginLoader loader(file); // the module stays when this goes
-        if (auto *module = qobject_cast<HistoryModule *>(loader.instance()))
-            return module;
-        why = loader.errorString();
-    }
-    if (why.isEmpty())
-        why = QStringLiteral("モジュール tarnwell_history がプログラムのフォルダーにありません。");
-    return nullptr;
-}
 
 void takeOver(const QString &json, HistoryStore &store)
 {
@@ -50,7 +31,7 @@ void takeOver(const QString &json, HistoryStore &store)
 
 std::unique_ptr<HistoryStore> openHistoryStore(const Session &session, QString &why, int most)
 {
-    HistoryModule *module = loadModule(why);
+    auto *module = qobject_cast<HistoryModule *>(loadModule(QStringLiteral("tarnwell_history"), why));
     if (!module)
         return nullptr;
     const QString folder = session.settingsFolder.isEmpty() ? session.programFolder : session.settingsFolder;

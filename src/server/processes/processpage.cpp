@@ -44,8 +44,7 @@ KeyedRow rowOf(const Process &process)
                                                                         : QString();
     return {process.id,
             {mark, process.id, process.user, process.host, process.database, process.command, process.seconds,
-             process.state, process.rowsSent, process.rowsExamined, process.statement},
-            process.owner != Process::Owner::Other};
+             process.state, process.rowsSent, process.rowsExamined, process.statement}};
 }
 
 QPushButton *button(const char *name, const QString &text, const QString &tip)
@@ -140,6 +139,8 @@ void ProcessPage::show(ProcessList list)
         rows.push_back(rowOf(each));
     m_table->show(std::move(rows));
     tellProblem(m_list.missing);
+    if (!m_wanted.isEmpty())
+        m_table->choose(std::exchange(m_wanted, {}));
     showChoice();
 }
 
@@ -279,9 +280,10 @@ void ProcessPage::explain()
         });
 }
 
-bool ProcessPage::goTo(const QString &id)
+void ProcessPage::goTo(const QString &id)
 {
     m_onlyRunning->setChecked(false);
     m_filter->clear();
-    return m_table->choose(id);
+    m_table->setFocus();
+    m_wanted = m_table->choose(id) ? QString() : id;
 }

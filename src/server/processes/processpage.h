@@ -17,8 +17,8 @@ class ProcessPage : public ServerPage {
 public:
     explicit ProcessPage(const ServerSurroundings &around);
 
-    // Shows the session, whatever the filter hides; false when there is none.
-    bool goTo(const QString &id);
+    // Shows the session, whatever the filter hides; as soon as it is read, when it is not there yet.
+    void goTo(const QString &id);
 
 protected:
     void refresh() override;
@@ -47,5 +47,6 @@ private:
     QPushButton *m_killStatement, *m_killSession, *m_explain, *m_toSheet, *m_copy;
     QLabel *m_note;
     SqlTextBox *m_statement;
+    QString m_wanted;                  // to be gone to once it is read
     QString m_shown, m_shownExecution; // whose statement stands below
 };

@@ -136,14 +136,14 @@ void ProcessReader::learn(Connection &connection)
 }
 
 // What the server refuses in one form, it is asked in a poorer one from now on.
-RecordSet ProcessReader::ask(Connection &connection, const QString &id, int mostOfStatement)
+RecordSet ProcessReader::ask(Connection &connection, const QStringList &ids, int mostOfStatement)
 {
     for (;;) {
         QString statement = m_forms.first();
         if (statement != showForm) {
             statement = statement.arg(mostOfStatement);
-            if (!id.isEmpty())
-                statement += QStringLiteral(" where p.id = ") + id;
+            if (!ids.isEmpty())
+                statement += QStringLiteral(" where p.id in (%1)").arg(ids.join(u','));
         }
         try {
             return connection.execute(statement);
@@ -177,11 +177,21 @@ ProcessList ProcessReader::read(Session &session)
     return list;
 }
 
+std::vector<Process> ProcessReader::readSome(Session &session, const QStringList &ids)
+{
+    if (ids.isEmpty())
+        return {};
+    learn(session.connection());
+    std::vector<Process> processes = taken(ask(session.connection(), ids, shownOfStatement));
+    std::erase_if(processes, [&ids](const Process &each) { return !ids.contains(each.id); });
+    return processes;
+}
+
 std::optional<Process> ProcessReader::readOne(Session &session, const QString &id, Statement wanted)
 {
     learn(session.connection());
     const int most = wanted == Statement::Whole ? wholeStatement : shownOfStatement;
-    for (RecordSet rows = ask(session.connection(), id, most); !rows.isEof(); rows.moveNext())
+    for (RecordSet rows = ask(session.connection(), {id}, most); !rows.isEof(); rows.moveNext())
         if (Process process = processOf(rows, most); process.id == id)
             return process;
     return {};

@@ -33,13 +33,15 @@ struct ProcessList {
 class ProcessReader {
 public:
     ProcessList read(Session &session);
+    // Those of the sessions that there still are; nothing is said of whose they are.
+    std::vector<Process> readSome(Session &session, const QStringList &ids);
     // The one session; none when it is gone.
     enum class Statement { Beginning, Whole };
     std::optional<Process> readOne(Session &session, const QString &id, Statement wanted);
 
 private:
     void learn(Connection &connection);
-    RecordSet ask(Connection &connection, const QString &id, int mostOfStatement);
+    RecordSet ask(Connection &connection, const QStringList &ids, int mostOfStatement);
 
     QString m_serverMark, m_connectionId, m_missing;
     QStringList m_forms; // statements to try, the richest first
