@@ -2,12 +2,15 @@
 #include "controls/grid/flexgrid.h"
 #include "controls/grid/gridcopy.h"
 #include "controls/grid/gridsort.h"
+#include "controls/grid/valuetextbox.h"
 #include "support/gui/boxes.h"
+#include "support/gui/control.h"
 
 #include <QAction>
 #include <QApplication>
 #include <QBuffer>
 #include <QClipboard>
+#include <QComboBox>
 #include <QHeaderView>
 #include <QLabel>
 #include <QLineEdit>
@@ -16,6 +19,7 @@
 #include <QSignalSpy>
 #include <QTabWidget>
 #include <QTest>
+#include <QTreeWidget>
 
 #include <algorithm>
 #include <numeric>
@@ -100,6 +104,9 @@ private Q_SLOTS:
     void largeGridsSortBesideTheWindow();
     void findGoesRoundInBothDirections();
     void cellViewerShowsTextBytesAndPicture();
+    void brokenLinesAreCopiedAndSearchedWhole();
+    void jsonIsLaidOutAsItIsWritten();
+    void bytesAreReadInAChosenCharacterSet();
     void sortsByValue();
     void equalRowsKeepTheServersOrderBothWays();
     void manyRowsComeOutLikeAnOrdinarySort();
@@ -304,6 +311,73 @@ void GridTest::cellViewerShowsTextBytesAndPicture()
     QTRY_VERIFY(!grid.findChild<CellViewer *>());
 }
 
+// The line ends are only for showing.
+void GridTest::brokenLinesAreCopiedAndSearchedWhole()
+{
+    CellViewer viewer(nullptr);
+    viewer.setAttribute(Qt::WA_DeleteOnClose, false);
+    auto &text = control<ValueTextBox>(viewer, "cellText");
+    const std::string value =
+        std::string(497, 'a') + "日本語" + std::string(498, 'b') + "Needle" + std::string(70000, 'c');
+    for (const std::string &each : {value.substr(0, 1200), value}) {
+        viewer.showValue({"memo"}, {each}, 1);
+        QVERIFY(text.isBroken());
+        QVERIFY(text.findFirst("needle", false, false, false, true));
+        QCOMPARE(text.selectedValue(), "Needle");
+        QVERIFY(text.findFirst("A日本語b", false, false, false, true, true, 0, 0));
+        text.copy();
+        QCOMPARE(QApplication::clipboard()->text(), "a日本語b");
+        QVERIFY(text.findFirst("c", false, false, false, true, false, 0, 0));
+        text.selectAll();
+        QCOMPARE(text.selectedValue(), QString::fromStdString(each));
+    }
+}
+
+void GridTest::jsonIsLaidOutAsItIsWritten()
+{
+    const auto laidOut = [](const std::string &text) {
+        const auto json = parseJson(text);
+        return json ? QString::fromStdString(formattedJson(*json)) : QString();
+    };
+    const std::string digits = "12345678901234567890";
+    QCOMPARE(laidOut(" {\"b\":1.10,\"a\":[" + digits + ",{}],\"b\":\"\\\"}\"} ").remove(u' '),
+             "{\n\"b\":1.10,\n\"a\":[\n12345678901234567890,\n{}\n],\n\"b\":\"\\\"}\"\n}");
+    for (const char *none : {"{\"a\":}", "[1,]", "[1] 2", "{\"a\"", "[\"\\", "{1:2}", "[nul]"})
+        QVERIFY2(laidOut(none).isNull(), none);
+    QVERIFY(laidOut(std::string(100000, '[')).isNull());
+
+    CellViewer viewer(nullptr);
+    viewer.setAttribute(Qt::WA_DeleteOnClose, false);
+    const std::string json = "{\"名前\":[\"\\u3042\",null]}";
+    viewer.showValue({"j"}, {json}, 1);
+    auto &tree = control<QTreeWidget>(viewer, "cellTree");
+    control<QTabWidget>(viewer, "cellTabs").setCurrentIndex(4);
+    QTreeWidgetItem *list = tree.topLevelItem(0)->child(0);
+    QCOMPARE(list->text(0), "名前");
+    list->setExpanded(true);
+    QCOMPARE(list->child(0)->text(1), "あ");
+    viewer.showValue({"j"}, {"text"}, 1);
+    QVERIFY(!tree.isVisibleTo(&viewer) && tree.topLevelItemCount() == 0);
+}
+
+void GridTest::bytesAreReadInAChosenCharacterSet()
+{
+    CellViewer viewer(nullptr);
+    viewer.setAttribute(Qt::WA_DeleteOnClose, false);
+    viewer.showValue({"b", FieldKind::Binary}, {"0x93fa967b"}, 1);
+    auto &sets = control<QComboBox>(viewer, "cellCharacterSet");
+    for (const auto &[set, text] : {std::pair("windows-31j", "日本"), {"UTF-16BE", "鏺陻"}}) {
+        sets.setCurrentIndex(sets.findData(QByteArray(set)));
+        Q_EMIT sets.activated(sets.currentIndex());
+        QCOMPARE(control<ValueTextBox>(viewer, "cellText").text(), text);
+    }
+    viewer.showValue({"id", FieldKind::Binary}, {"0x11ec9c6f3a1b2c4d8000001122334455"}, 1);
+    QVERIFY(control<QLabel>(viewer, "cellSummary")
+                .text()
+                .contains("UUID 11ec9c6f-3a1b-2c4d-8000-001122334455 (時刻を入れ替えたものなら "
+                          "3a1b2c4d-9c6f-11ec-8000-001122334455)"));
+}
+
 void GridTest::sortsByValue()
 {
     const auto check = [](FieldKind kind, const Values &sorted) {
@@ -420,7 +494,7 @@ void GridTest::bytesAreShownInShortWholeLines()
     QCOMPARE(hexDump(bytesOfLiteral("0x414200fF")),
              "00000000 41 42 00 ff" + std::string(1 + 3 * 12, ' ') + "  AB..\n");
     QCOMPARE(bytesOfLiteral("0x4"), std::string("0x4"));
-    QCOMPARE(withShortLines("あいう\nえ", 2), std::string("あい\nう\nえ"));
+    QCOMPARE(withShortLines("あいう\nえ", 2).text, std::string("あい\nう\nえ"));
     QCOMPARE(hexDump(std::string(17, 'x')).substr(76, 11), std::string("00000010 78"));
 }
 

@@ -1,18 +1,24 @@
 #include "controls/grid/cellviewer.h"
 
-#include "controls/text/resulttextbox.h"
+#include "controls/grid/jsontree.h"
+#include "controls/grid/valuetextbox.h"
+#include "controls/window/building.h"
 #include "controls/window/stopping.h"
+#include "core/session/wholefile.h"
 #include "core/sql/rowblock.h"
 
 #include <QApplication>
 #include <QBuffer>
 #include <QClipboard>
+#include <QComboBox>
+#include <QFileDialog>
 #include <QHBoxLayout>
 #include <QImageReader>
 #include <QKeyEvent>
 #include <QLabel>
 #include <QPushButton>
 #include <QScrollArea>
+#include <QStringDecoder>
 #include <QTabWidget>
 
 #include <algorithm>
@@ -20,28 +26,48 @@
 
 namespace {
 
-constexpr std::size_t longestLine = 500;
-constexpr std::size_t mostHexBytes = 1024 * 1024;
+constexpr std::size_t mostHexBytes = 1024 * 1024, mostReadAtOnce = 1024 * 1024;
+
+// What the bytes of a binary column may be a text in; the names are Qt's.
+constexpr std::pair<QStringView, const char *> characterSets[] = {{u"文字セット: 自動", ""},
+                                                                  {u"UTF-8", "UTF-8"},
+                                                                  {u"CP932 (シフトJIS)", "windows-31j"},
+                                                                  {u"EUC-JP", "EUC-JP"},
+                                                                  {u"ISO-2022-JP", "ISO-2022-JP"},
+                                                                  {u"UTF-16LE", "UTF-16LE"},
+                                                                  {u"UTF-16BE", "UTF-16BE"},
+                                                                  {u"Latin-1", "ISO-8859-1"}};
+
+QByteArray viewOf(const std::string &bytes)
+{
+    return QByteArray::fromRawData(bytes.data(), static_cast<qsizetype>(bytes.size()));
+}
 
 } // namespace
 
 CellViewer::CellViewer(QWidget *window)
     : QWidget(window, Qt::Window)
-    , m_summary(new QLabel(this))
-    , m_tabs(new QTabWidget(this))
-    , m_text(new ResultTextBox(this))
-    , m_hex(new ResultTextBox(this))
-    , m_picture(new QLabel)
+    , m_summary(made<QLabel>("cellSummary"))
+    , m_tabs(made<QTabWidget>("cellTabs", this))
+    , m_text(new ValueTextBox("cellText", QStringLiteral("値のテキスト")))
+    , m_hex(made<ResultTextBox>("cellHex"))
+    , m_picture(made<QLabel>("cellPicture"))
+    , m_formatted(new ValueTextBox("cellJson", QStringLiteral("整形したJSON")))
+    , m_tree(new JsonTree("cellTree"))
+    , m_characterSet(made<QComboBox>("cellCharacterSet"))
+    , m_save(made<QPushButton>("cellSave", QStringLiteral("ファイルに保存(&S)...")))
 {
     setObjectName(QStringLiteral("cellViewer"));
     setAttribute(Qt::WA_DeleteOnClose);
     setWorksWhileRunning(this);
-    m_text->setObjectName(QStringLiteral("cellText"));
-    m_text->setAccessibleName(QStringLiteral("値のテキスト"));
-    m_text->setWrapMode(QsciScintilla::WrapCharacter);
-    m_hex->setObjectName(QStringLiteral("cellHex"));
+    buildLayout();
+    connectControls();
+    resize(720, 460);
+}
+
+void CellViewer::buildLayout()
+{
     m_hex->setAccessibleName(QStringLiteral("値の16進表示"));
-    m_picture->setObjectName(QStringLiteral("cellPicture"));
     m_picture->setAlignment(Qt::AlignCenter);
     auto *pictureArea = new QScrollArea;
     pictureArea->setWidget(m_picture);
@@ -50,58 +76,132 @@ CellViewer::CellViewer(QWidget *window)
     pictureArea->setFocusPolicy(Qt::NoFocus);
     m_picture->setFocusPolicy(Qt::StrongFocus);
     m_picture->setAccessibleName(QStringLiteral("値の画像"));
-    m_tabs->setObjectName(QStringLiteral("cellTabs"));
     m_tabs->addTab(m_text, QStringLiteral("テキスト(&T)"));
     m_tabs->addTab(m_hex, QStringLiteral("16進(&H)"));
     m_tabs->addTab(pictureArea, QStringLiteral("画像(&P)"));
+    m_tabs->addTab(m_formatted, QStringLiteral("JSON(&J)"));
+    m_tabs->addTab(m_tree, QStringLiteral("JSONの木(&R)"));
+    for (const auto &[title, name] : characterSets)
+        m_characterSet->addItem(title.toString(), QByteArray(name));
+    m_characterSet->setAccessibleDescription(QStringLiteral("バイト列を読む文字セット"));
     m_summary->setTextFormat(Qt::PlainText);
-    auto *copy = new QPushButton(QStringLiteral("値をコピー(&C)"), this);
-    copy->setObjectName(QStringLiteral("cellCopy"));
-    connect(copy, &QPushButton::clicked, this, [this] { copyValue(); });
-    auto *close = new QPushButton(QStringLiteral("閉じる"), this);
-    close->setObjectName(QStringLiteral("cellClose"));
+    m_summary->setWordWrap(true);
+    m_summary->setTextInteractionFlags(Qt::TextSelectableByMouse);
+}
+
+void CellViewer::connectControls()
+{
+    auto *copy = made<QPushButton>("cellCopy", QStringLiteral("値をコピー(&C)"));
+    connect(copy, &QPushButton::clicked, this, &CellViewer::copyValue);
+    auto *close = made<QPushButton>("cellClose", QStringLiteral("閉じる"));
     connect(close, &QPushButton::clicked, this, &QWidget::close);
+    connect(m_save, &QPushButton::clicked, this, &CellViewer::save);
+    connect(m_characterSet, &QComboBox::activated, this, &CellViewer::showText);
+    connect(m_tabs, &QTabWidget::currentChanged, this, &CellViewer::fillTab);
     auto *bottom = new QHBoxLayout;
     bottom->addWidget(m_summary, 1);
+    bottom->addWidget(m_characterSet);
+    bottom->addWidget(m_save);
     bottom->addWidget(copy);
     bottom->addWidget(close);
     auto *layout = new QVBoxLayout(this);
     layout->addWidget(m_tabs);
     layout->addLayout(bottom);
-    resize(640, 420);
 }
 
 void CellViewer::showValue(const Field &field, const Cell &value, int rowNumber)
 {
+    m_tree->showJson(nullptr); // it points into the old value
+    m_json.reset();
+    m_name = field.name;
+    m_isBinary = field.kind == FieldKind::Binary && !value.isNull;
     m_value = value.isNull ? "NULL" : std::string(value.bytes);
-    m_bytes = value.isNull                      ? std::string()
-              : field.kind == FieldKind::Binary ? bytesOfLiteral(m_value)
-                                                : m_value;
+    m_bytes = value.isNull ? std::string() : m_isBinary ? bytesOfLiteral(m_value) : m_value;
+    m_hasHex = m_hasJson = false;
+    m_characterSet->setCurrentIndex(0);
+    m_characterSet->setVisible(m_isBinary);
+    m_save->setEnabled(!value.isNull);
     setWindowTitle(QStringLiteral("%1 (%2行目)").arg(field.name).arg(rowNumber));
-    const std::string lines = withShortLines(m_value, longestLine);
-    m_text->setWholeText(lines);
-    const std::string_view shown = std::string_view(m_bytes).substr(0, mostHexBytes);
-    m_hex->setWholeText(hexDump(shown));
-    QString summary =
-        value.isNull ? QStringLiteral("NULL") : QStringLiteral("%L1 バイト").arg(m_bytes.size());
-    if (lines.size() != m_value.size())
-        summary += QStringLiteral("　長い行は%1文字で区切って表示").arg(longestLine);
-    if (shown.size() != m_bytes.size())
+    showText();
+    if (value.isNull)
+        m_summary->setText(QStringLiteral("NULL"));
+    showPicture();
+    showJson();
+}
+
+void CellViewer::showText()
+{
+    const QByteArray set = m_characterSet->currentData().toByteArray();
+    bool isReadable = true;
+    if (set.isEmpty()) {
+        m_text->setValue(m_value);
+    } else {
+        QStringDecoder decoder(set.constData());
+        const QString text = decoder(viewOf(m_bytes));
+        isReadable = decoder.isValid() && !decoder.hasError();
+        m_text->setValue(text.toStdString());
+        m_tabs->setCurrentIndex(TextTab);
+    }
+    QString summary = QStringLiteral("%L1 バイト").arg(m_bytes.size());
+    if (!isReadable)
+        summary += QStringLiteral("　この文字セットでは読めない所があります");
+    if (m_isBinary && m_bytes.size() == 16)
+        summary += QStringLiteral("　UUID %1 (時刻を入れ替えたものなら %2)")
+                       .arg(uuidText(m_bytes, false), uuidText(m_bytes, true));
+    if (m_text->isBroken())
+        summary += QStringLiteral("　長い行は%1文字で区切って表示").arg(m_text->longestLine());
+    if (m_bytes.size() > mostHexBytes)
         summary += QStringLiteral("　16進は先頭の1 MBのみ");
     m_summary->setText(summary);
-    showPicture();
 }
 
 void CellViewer::showPicture()
 {
-    QByteArray bytes = QByteArray::fromRawData(m_bytes.data(), static_cast<qsizetype>(m_bytes.size()));
+    QByteArray bytes = viewOf(m_bytes);
     QBuffer buffer(&bytes);
     QImageReader reader(&buffer);
     reader.setDecideFormatFromContent(true);
     const QImage image = reader.read();
     m_picture->setPixmap(QPixmap::fromImage(image));
-    m_tabs->setTabEnabled(2, !image.isNull());
-    m_tabs->setCurrentIndex(image.isNull() ? 0 : 2);
+    m_tabs->setTabEnabled(PictureTab, !image.isNull());
+    m_tabs->setCurrentIndex(image.isNull() ? TextTab : PictureTab);
+}
+
+// A number alone is JSON, too, but nothing to look into. A large text is only read when it is looked at.
+void CellViewer::showJson()
+{
+    const std::size_t start = m_value.find_first_not_of(" \t\r\n");
+    const bool mayBe = start != std::string::npos && (m_value[start] == '{' || m_value[start] == '[');
+    if (mayBe && m_value.size() <= mostReadAtOnce)
+        m_json = parseJson(m_value);
+    for (const int tab : {JsonTab, TreeTab})
+        m_tabs->setTabEnabled(tab, m_json || (mayBe && m_value.size() > mostReadAtOnce));
+}
+
+// What takes a while to make is made when it is looked at.
+void CellViewer::fillTab(int tab)
+{
+    if (tab == HexTab && !m_hasHex) {
+        m_hex->setWholeText(hexDump(std::string_view(m_bytes).substr(0, mostHexBytes)));
+        m_hasHex = true;
+    } else if ((tab == JsonTab || tab == TreeTab) && !m_hasJson) {
+        if (!m_json)
+            m_json = parseJson(m_value);
+        m_formatted->setValue(m_json ? formattedJson(*m_json) : "JSON として読めません");
+        m_tree->showJson(m_json ? &*m_json : nullptr);
+        m_hasJson = true;
+    }
+}
+
+// The bytes as they are, whatever the text is shown in.
+void CellViewer::save()
+{
+    const QString path = QFileDialog::getSaveFileName(this, QStringLiteral("値をファイルに保存"), m_name);
+    if (path.isEmpty())
+        return;
+    const QString failure = saveWholeFile(path, viewOf(m_bytes));
+    m_summary->setText(failure.isEmpty() ? QStringLiteral("%1 に保存しました").arg(path)
+                                         : QStringLiteral("保存できませんでした: ") + failure);
 }
 
 // The value itself, without the line breaks that are only for showing.
@@ -158,20 +258,12 @@ std::string bytesOfLiteral(std::string_view text)
     return bytes;
 }
 
-std::string withShortLines(std::string_view utf8, std::size_t most)
+QString uuidText(std::string_view bytes, bool isSwapped)
 {
-    std::string result;
-    result.reserve(utf8.size() + utf8.size() / most);
-    std::size_t length = 0;
-    for (const char character : utf8) {
-        const bool isStart = (static_cast<unsigned char>(character) & 0xc0) != 0x80;
-        if (character == '\n') {
-            length = 0;
-        } else if (isStart && ++length > most) {
-            result += '\n';
-            length = 1;
-        }
-        result += character;
-    }
-    return result;
+    QByteArray digits = QByteArray(bytes.data(), static_cast<qsizetype>(bytes.size())).toHex();
+    if (isSwapped) // time-high and time-mid stand before time-low
+        digits = digits.sliced(8, 8) + digits.sliced(4, 4) + digits.sliced(0, 4) + digits.sliced(16);
+    for (const qsizetype place : {20, 16, 12, 8})
+        digits.insert(place, '-');
+    return QString::fromLatin1(digits);
 }

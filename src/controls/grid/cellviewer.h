@@ -1,5 +1,6 @@
 #pragma once
 
+#include "controls/grid/jsontext.h"
 #include "core/sql/recordset.h"
 
 #include <QWidget>
@@ -7,11 +8,16 @@
 #include <string>
 #include <string_view>
 
+class JsonTree;
+class QComboBox;
 class QLabel;
+class QPushButton;
 class QTabWidget;
 class ResultTextBox;
+class ValueTextBox;
 
-// A window that shows one cell's whole value: as text, as bytes in hexadecimal, as a picture if it is one.
+// A window that shows one cell's whole value: as text, as bytes in hexadecimal, as a picture or JSON if it is
+// one.
 class CellViewer : public QWidget {
     Q_OBJECT
 
@@ -25,22 +31,36 @@ protected:
     void keyPressEvent(QKeyEvent *event) override;
 
 private:
+    enum Tab { TextTab, HexTab, PictureTab, JsonTab, TreeTab };
+
+    void buildLayout();
+    void connectControls();
     void copyValue() const;
+    void save();
+    void showText();
     void showPicture();
+    void showJson();
+    void fillTab(int tab);
 
     std::string m_value; // as the server words it
     std::string m_bytes; // what it stands for: hex digits of a binary column as the bytes they mean
+    std::optional<JsonPart> m_json;                               // of m_value
+    bool m_isBinary = false, m_hasHex = false, m_hasJson = false; // the last two: the tab is filled
+    QString m_name;                                               // of the column
     QLabel *m_summary;
     QTabWidget *m_tabs;
-    ResultTextBox *m_text;
+    ValueTextBox *m_text;
     ResultTextBox *m_hex;
     QLabel *m_picture;
+    ValueTextBox *m_formatted;
+    JsonTree *m_tree;
+    QComboBox *m_characterSet;
+    QPushButton *m_save;
 };
 
 // Lines of 16 bytes: offset, hexadecimal, readable characters.
 std::string hexDump(std::string_view bytes);
 // The bytes that "0x4a4B" stands for; anything else stays as it is.
 std::string bytesOfLiteral(std::string_view text);
-// Breaks lines longer than `most` characters, for showing only: an editor lays out whole lines, and one of
-// a megabyte would stall it.
-std::string withShortLines(std::string_view utf8, std::size_t most);
+// 16 bytes as a UUID; swapped: as UUID_TO_BIN(..., 1) puts them.
+QString uuidText(std::string_view bytes, bool isSwapped);
