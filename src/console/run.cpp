@@ -20,9 +20,9 @@ ConsoleRun::Result ConsoleRun::execute(const RunRequest &request)
     m_request = request;
     m_hasText = true;
     m_hasTriedToSave = false;
-    m_rowCount = 0;
-    m_byteCount = 0;
     m_rows = m_session.connection().execute(request.statement);
+    m_rowCount = 0; // what is refused leaves the last result, and its count
+    m_byteCount = 0;
     m_views.grid.setEnabled(true);
     m_views.text.setEnabled(true);
     if (!m_rows.isOpen()) {

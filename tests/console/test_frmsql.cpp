@@ -146,6 +146,7 @@ void FrmSqlTest::theServersWordsOfAFailureAreShown()
     console.dialogue->expectRefuse("the words");
     console.run("selct");
     QCOMPARE(console.lastError(), "the words");
+    QCOMPARE(console.count() + "/" + QString::number(console.grid().rowCount()), "2/2"); // the old rows
     QVERIFY(console.button("cmdExec").isEnabled() && !console.button("cmdStop").isEnabled());
     console.runWithoutRows("set @a = 1");
     QCOMPARE(console.lastError() + console.count(), "0");
