@@ -6,6 +6,8 @@
 #include "sheets/historywindow.h"
 #include "transfer/commands.h"
 
+#include <algorithm>
+
 SheetRoom::~SheetRoom()
 {
     // It works on the session, which ends soon after this.
@@ -35,6 +37,21 @@ void SheetRoom::show()
     m_window->activateWindow();
 }
 
+QStringList SheetRoom::lastStatements()
+{
+    constexpr int most = 300;
+    QStringList statements;
+    HistoryStore *store = history();
+    if (!store)
+        return statements;
+    std::vector<HistoryEntry> entries = store->find({}, most);
+    std::ranges::sort(entries, std::greater(), &HistoryEntry::id); // favourites come first from there
+    for (const HistoryEntry &entry : entries)
+        statements << entry.statement;
+    statements.removeDuplicates();
+    return statements;
+}
+
 SheetServices SheetRoom::services()
 {
     SheetServices services;
@@ -42,6 +59,7 @@ SheetServices SheetRoom::services()
     services.openHistory = [this](QWidget *window, const std::function<void(const QString &)> &put) {
         return openHistory(window, put);
     };
+    services.lastStatements = [this] { return lastStatements(); };
     services.offerExport = [](FlexGrid &grid, const std::shared_ptr<Session> &session) {
         ::offerExport(grid, session);
     };

@@ -35,6 +35,7 @@ private:
     void show();
     HistoryStore *history();
     SheetServices services();
+    QStringList lastStatements();
 
     Session &m_session;
     QPointer<SheetWindow> m_window;

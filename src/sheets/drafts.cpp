@@ -10,6 +10,12 @@
 
 namespace {
 
+FileEncoding encodingOf(int number)
+{
+    const bool isKnown = number >= 0 && number <= static_cast<int>(FileEncoding::CodePage);
+    return isKnown ? static_cast<FileEncoding>(number) : FileEncoding::Utf8;
+}
+
 // Locked by another program that lives; one that died left its lock behind, which counts as none.
 std::unique_ptr<QLockFile> lockOf(const QString &path)
 {
@@ -49,7 +55,7 @@ QString Draft::save(const SheetContents &contents)
                            {"path", contents.path},
                            {"text", contents.text},
                            {"isChanged", contents.isChanged},
-                           {"isCodePage", contents.isCodePage},
+                           {"encoding", static_cast<int>(contents.encoding)},
                            {"cursor", contents.cursor}};
     return saveWholeFile(m_path, QJsonDocument(json).toJson(QJsonDocument::Compact), Readers::OwnerOnly);
 }
@@ -66,8 +72,12 @@ bool Draft::read()
     if (!QFileInfo(m_path).isFile() || !file.open(QIODevice::ReadOnly))
         return false;
     const QJsonObject json = QJsonDocument::fromJson(file.readAll()).object();
-    m_contents = {json["name"].toString(),    json["path"].toString(),     json["text"].toString(),
-                  json["isChanged"].toBool(), json["isCodePage"].toBool(), json["cursor"].toInt()};
+    m_contents = {json["name"].toString(),
+                  json["path"].toString(),
+                  json["text"].toString(),
+                  json["isChanged"].toBool(),
+                  encodingOf(json["encoding"].toInt()),
+                  json["cursor"].toInt()};
     return json.contains("text");
 }
 

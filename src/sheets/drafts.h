@@ -1,5 +1,7 @@
 #pragma once
 
+#include "sheets/sheetfile.h"
+
 #include <QLockFile>
 #include <QString>
 
@@ -8,12 +10,12 @@
 
 // What a sheet holds while it is open, run or not, saved or not.
 struct SheetContents {
-    QString name;            // shown while there is no file
-    QString path;            // of its file; empty: none
-    QString text;            // line ends as in the file
-    bool isChanged = false;  // from what the file holds
-    bool isCodePage = false; // the file was read as CP932
-    int cursor = 0;          // in bytes
+    QString name;                               // shown while there is no file
+    QString path;                               // of its file; empty: none
+    QString text;                               // line ends as in the file
+    bool isChanged = false;                     // from what the file holds
+    FileEncoding encoding = FileEncoding::Utf8; // of the file
+    int cursor = 0;                             // in bytes
 };
 
 // One sheet's file in the folder of drafts, for its owner alone: written as the sheet is, so that nothing is

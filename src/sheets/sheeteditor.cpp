@@ -95,8 +95,10 @@ bool SheetEditor::event(QEvent *event)
 void SheetEditor::changeEvent(QEvent *event)
 {
     StatementBox::changeEvent(event);
-    if (event->type() == QEvent::PaletteChange)
-        colourMarks();
+    if (event->type() != QEvent::PaletteChange)
+        return;
+    colourMarks();
+    colourQuotes();
 }
 
 void SheetEditor::colourMarks()
@@ -105,6 +107,30 @@ void SheetEditor::colourMarks()
     setMarkerBackgroundColor(isDark ? QColor(0x6b, 0x24, 0x24) : QColor(0xff, 0xd6, 0xd6), m_errorMark);
     setMarkerBackgroundColor(palette().color(QPalette::Highlight), m_statementMark);
     setMarkerForegroundColor(palette().color(QPalette::Highlight), m_statementMark);
+}
+
+void SheetEditor::showEvent(QShowEvent *event)
+{
+    StatementBox::showEvent(event);
+    colourQuotes();
+}
+
+void SheetEditor::setMode(SqlMode mode)
+{
+    m_mode = mode;
+    colourQuotes();
+    m_later->start();
+}
+
+void SheetEditor::colourQuotes()
+{
+    auto *sql = qobject_cast<QsciLexerSQL *>(lexer());
+    if (!sql) // before the box is seen
+        return;
+    if (sql->backslashEscapes() == m_mode.hasPlainBackslashes)
+        sql->setBackslashEscapes(!m_mode.hasPlainBackslashes);
+    const int like = m_mode.hasAnsiQuotes ? QsciLexerSQL::QuotedIdentifier : QsciLexerSQL::SingleQuotedString;
+    sql->setColor(sql->color(like), QsciLexerSQL::DoubleQuotedString);
 }
 
 // The lines of the statement that Ctrl+Enter would send.

@@ -26,7 +26,7 @@ public:
     void markError(int line);
     void clearError();
     // As the server now reads the text.
-    void setMode(SqlMode mode) { m_mode = mode; }
+    void setMode(SqlMode mode);
     SqlMode mode() const { return m_mode; }
     std::vector<ScriptPiece> pieces(std::string_view text) const { return scriptPieces(text, m_mode); }
 
@@ -37,9 +37,11 @@ protected:
     void load(const QString &path) override { Q_EMIT fileDropped(path); }
     void changeEvent(QEvent *event) override;
     bool event(QEvent *event) override;
+    void showEvent(QShowEvent *event) override;
 
 private:
     void colourMarks();
+    void colourQuotes();
     void markStatement();
 
     int m_errorMark, m_statementMark;

@@ -3,11 +3,11 @@
 #include "core/command/writing.h"
 #include "core/session/codepage.h"
 #include "core/session/wholefile.h"
-#include "core/sql/format.h"
 #include "sheets/sheetresults.h"
 
 #include <QFile>
 #include <QFileInfo>
+#include <QShortcut>
 #include <QSplitter>
 #include <QTime>
 #include <QTimer>
@@ -35,12 +35,14 @@ SheetPage::SheetPage(const SheetSurroundings &surroundings, std::unique_ptr<Draf
     , m_editor(new SheetEditor)
     , m_results(new SheetResults)
     , m_completion(*m_editor)
+    , m_walk(surroundings.services.lastStatements)
     , m_draftTimer(new QTimer(this))
     , m_clockTimer(new QTimer(this))
 {
     m_editor->setObjectName(QStringLiteral("sheetText"));
     m_editor->setAccessibleName(QStringLiteral("SQL文"));
     buildLayout();
+    addKeys();
     restore(m_draft->contents());
     if (m_contents.name.isEmpty())
         m_contents.name = name;
@@ -76,6 +78,19 @@ void SheetPage::buildLayout()
     auto *layout = new QVBoxLayout(this);
     layout->setContentsMargins({});
     layout->addWidget(splitter);
+}
+
+void SheetPage::addKeys()
+{
+    const auto step = [this](QKeyCombination key, auto text) {
+        connect(new QShortcut(key, m_editor, nullptr, nullptr, Qt::WidgetShortcut), &QShortcut::activated,
+                this, [this, text] {
+                    if (const QString statement = text(); !statement.isNull())
+                        put(statement);
+                });
+    };
+    step(Qt::ALT | Qt::Key_Up, [this] { return m_walk.older(m_editor->contents()); });
+    step(Qt::ALT | Qt::Key_Down, [this] { return m_walk.newer(); });
 }
 
 void SheetPage::restore(const SheetContents &contents)
@@ -203,6 +218,7 @@ void SheetPage::runPieces(const QByteArray &text, int offset, bool isScript, con
 
 void SheetPage::runWaiting()
 {
+    m_walk.end();
     m_results->beginRun();
     start([run = std::exchange(m_waitingRun, {})](SheetWorker &running) { running.run(run); });
 }
@@ -261,14 +277,13 @@ void SheetPage::offerWords()
         m_completion.offer();
 }
 
-// Keywords keep their case: whose taste it is stands in the text already.
-void SheetPage::format()
+void SheetPage::format(KeywordCase keywords)
 {
     const auto [from, to] = m_editor->selection();
     const QByteArray text = m_editor->bytes();
     const bool isPart = from != to;
     const QByteArray part = isPart ? text.mid(from, to - from) : text;
-    const QByteArray formatted = formattedSql(part, m_editor->mode(), KeywordCase::AsIs);
+    const QByteArray formatted = formattedSql(part, m_editor->mode(), keywords);
     if (formatted != part)
         m_editor->replace(isPart ? from : 0, isPart ? to : static_cast<int>(text.size()), formatted);
 }
@@ -308,8 +323,13 @@ void SheetPage::commitAndThen(const std::function<void()> &action)
 QString SheetPage::open(const QString &path)
 {
     QFile file(path);
-    if (const QString words = whyLeftAlone(path); !words.isEmpty())
-        return words;
+    // It is kept as a draft with every pause while it is written.
+    constexpr qint64 most = 10 * 1024 * 1024;
+    if (const QFileInfo at(path); at.exists() && !at.isFile()) // a pipe would keep the window waiting
+        return path + QStringLiteral(": ファイルではありません。");
+    else if (at.size() > most)
+        return path + QStringLiteral(": 10 MBを超えるため、シートには開けません。"
+                                     "「ファイルを実行」は、読み込まずに実行します。");
     if (!file.open(QIODevice::ReadOnly))
         return path + QStringLiteral(": ") + file.errorString();
     const QByteArray bytes = file.readAll();
@@ -318,7 +338,7 @@ QString SheetPage::open(const QString &path)
     contents.text = fromCodePage(bytes);
     if (contents.text.contains(QChar::Null))
         return path + QStringLiteral(": NUL文字を含むため、SQL文として読み込めません。");
-    contents.isCodePage = contents.text.toUtf8() != bytes && !bytes.startsWith("\xef\xbb\xbf");
+    contents.encoding = encodingOf(bytes);
     contents.name = m_contents.name;
     restore(contents);
     m_contents.isChanged = false;
@@ -330,8 +350,7 @@ QString SheetPage::open(const QString &path)
 QString SheetPage::save(const QString &path)
 {
     const QByteArray bytes = m_editor->bytes();
-    const QString failure =
-        saveWholeFile(path, m_contents.isCodePage ? toCodePage(QString::fromUtf8(bytes)) : bytes);
+    const QString failure = saveWholeFile(path, encoded(bytes, m_contents.encoding));
     if (!failure.isEmpty())
         return failure;
     m_contents.path = path;

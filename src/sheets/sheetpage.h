@@ -4,7 +4,9 @@
 #include "controls/window/windowpump.h"
 #include "core/command/dialogue.h"
 #include "core/session/historystore.h"
+#include "core/sql/format.h"
 #include "sheets/drafts.h"
+#include "sheets/historywalk.h"
 #include "sheets/safemode.h"
 #include "sheets/sheeteditor.h"
 #include "sheets/sheetservices.h"
@@ -47,7 +49,7 @@ public:
     void rollback() { send(QStringLiteral("rollback")); }
     void setAutocommit(bool isOn);
     void offerWords();
-    void format();
+    void format(KeywordCase keywords);
     // The rows of the result that is shown, where it is one of one table.
     void editResult();
     bool mayEditResult() const;
@@ -94,6 +96,7 @@ private:
     };
 
     void buildLayout();
+    void addKeys();
     const Session &settings() const { return m_settings ? *m_settings : m_around.session; }
     void connectToServer();
     void lendConnection();
@@ -120,6 +123,7 @@ private:
     SheetEditor *m_editor;
     SheetResults *m_results;
     WordCompletion m_completion;
+    HistoryWalk m_walk;
     QTimer *m_draftTimer, *m_clockTimer;
 
     WindowPump m_pump; // for what the windows do themselves on the sheet's connection

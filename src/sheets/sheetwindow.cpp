@@ -10,7 +10,6 @@
 #include <QCheckBox>
 #include <QCloseEvent>
 #include <QFileInfo>
-#include <QHBoxLayout>
 #include <QLabel>
 #include <QMenu>
 #include <QPushButton>
@@ -18,7 +17,8 @@
 #include <QTabBar>
 #include <QTabWidget>
 #include <QToolButton>
-#include <QVBoxLayout>
+
+#include <algorithm>
 
 namespace {
 
@@ -58,6 +58,7 @@ SheetWindow::SheetWindow(Session &session, SheetServices services, std::unique_p
     , m_pin(tipped<QPushButton>("pinResult", QStringLiteral("固定"),
                                 QStringLiteral("この結果を次の結果と並べて残します")))
     , m_recent(made<QToolButton>("recentScripts"))
+    , m_format(made<QToolButton>("formatSheet"))
     , m_autocommit(made<QCheckBox>("sheetAutocommit", QStringLiteral("自動コミット")))
     , m_goesOn(made<QCheckBox>("goOnAtErrors", QStringLiteral("エラーでも続ける")))
     , m_safeMode(
@@ -82,37 +83,10 @@ SheetWindow::SheetWindow(Session &session, SheetServices services, std::unique_p
 
 SheetWindow::~SheetWindow() = default;
 
-void SheetWindow::buildLayout()
+void SheetWindow::format()
 {
-    m_tabs->setTabsClosable(true);
-    m_tabs->setMovable(true);
-    m_tabs->setDocumentMode(true);
-    m_pin->setCheckable(true);
-    m_recent->setText(QStringLiteral("最近"));
-    m_recent->setPopupMode(QToolButton::InstantPopup);
-    m_recent->setMenu(new QMenu(m_recent));
-    m_transaction->setText(QStringLiteral("● トランザクション中"));
-    QFont bold = m_transaction->font();
-    bold.setBold(true);
-    m_transaction->setFont(bold);
-    m_state->setTextFormat(Qt::PlainText);
-    m_state->setTextInteractionFlags(Qt::TextSelectableByMouse);
-    auto *run = new QHBoxLayout;
-    for (QWidget *control :
-         std::initializer_list<QWidget *>{m_runStatement, m_runSheet, m_stop, m_goesOn, m_safeMode})
-        run->addWidget(control);
-    run->addStretch(1);
-    for (QWidget *control : std::initializer_list<QWidget *>{m_open, m_recent, m_save, m_script, m_history})
-        run->addWidget(control);
-    auto *state = new QHBoxLayout;
-    state->addWidget(m_state, 1);
-    for (QWidget *control :
-         std::initializer_list<QWidget *>{m_transaction, m_autocommit, m_commit, m_rollback, m_edit, m_pin})
-        state->addWidget(control);
-    auto *layout = new QVBoxLayout(this);
-    layout->addLayout(run);
-    layout->addWidget(m_tabs, 1);
-    layout->addLayout(state);
+    const int value = m_settings.number(QStringLiteral("KeywordCase"), 0);
+    page()->format(static_cast<KeywordCase>(std::clamp(value, 0, 2)));
 }
 
 void SheetWindow::connectControls()
@@ -159,7 +133,7 @@ void SheetWindow::addKeys()
         connect(new QShortcut(key, this), &QShortcut::activated, this, action);
     };
     onKey(Qt::CTRL | Qt::Key_W, [this] { closeSheet(m_tabs->currentIndex()); });
-    onKey(Qt::CTRL | Qt::SHIFT | Qt::Key_F, [this] { page()->format(); });
+    onKey(Qt::CTRL | Qt::SHIFT | Qt::Key_F, [this] { format(); });
     onKey(Qt::CTRL | Qt::Key_Space, [this] { page()->offerWords(); });
 }
 

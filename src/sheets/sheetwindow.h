@@ -42,6 +42,8 @@ private:
     void buildLayout();
     void connectControls();
     void addKeys();
+    void buildFormatMenu();
+    void format();
     void restoreDrafts();
     SheetPage *page() const;
     SheetPage *pageAt(int index) const;
@@ -66,7 +68,7 @@ private:
     QTabWidget *m_tabs;
     QPushButton *m_runStatement, *m_runSheet, *m_stop, *m_commit, *m_rollback, *m_open, *m_save, *m_script,
         *m_history, *m_edit, *m_pin;
-    QToolButton *m_recent;
+    QToolButton *m_recent, *m_format;
     QCheckBox *m_autocommit, *m_goesOn, *m_safeMode;
     QLabel *m_state, *m_transaction;
     ConnectionProfile m_profile; // whose strip the window shows

@@ -9,9 +9,11 @@
 
 #include <QCheckBox>
 #include <QLabel>
+#include <QMenu>
 #include <QPlainTextEdit>
 #include <QPushButton>
 #include <QSignalSpy>
+#include <QToolButton>
 
 // Sheets with real connections, and what is kept of them.
 class SheetWindowTest : public QObject {
@@ -28,9 +30,12 @@ private Q_SLOTS:
     void dangersAreFound_data();
     void dangersAreFound();
     void whatWasTypedIsThereAgain();
+    void aFileKeepsItsEncoding_data();
+    void aFileKeepsItsEncoding();
     void aFileIsRunInPlaceOfAStatement();
     void aLostConnectionIsMadeAnew();
     void rowsOfOneTableAreEdited();
+    void theServersModeIsFollowed();
     void aClosedSheetEndsWhatItRan();
 
 private:
@@ -88,6 +93,11 @@ void SheetWindowTest::open()
     m_dialogue = dialogue.get();
     SheetServices services;
     services.remember = [this](const HistoryEntry &entry) { m_remembered << entry.statement; };
+    services.lastStatements = [this] {
+        QStringList newest = m_remembered;
+        std::reverse(newest.begin(), newest.end());
+        return newest;
+    };
     services.editRows = [](Session &session, Dialogue &user, FlexGrid &grid, const SelectedTable &table) {
         auto rows = std::make_unique<ResultRows>(session, user, grid);
         return rows->begin(table.database, table.name) ? std::move(rows) : nullptr;
@@ -118,6 +128,13 @@ void SheetWindowTest::everyResultIsATab()
     QTest::keyClick(&page().editor(), Qt::Key_Return, Qt::ControlModifier);
     QTRY_VERIFY(!page().isRunning() && firstCells() == (QStringList{"7", "1", "2"}));
     QCOMPARE(m_remembered.last(), "call two()");
+    // What was run comes back, and what was being written.
+    type("draft");
+    for (const char *expected : {"call two()", "select 'x;' -- ;", "call two()", "draft"}) {
+        const bool isBack = page().editor().contents() == "select 'x;' -- ;" || expected == QString("draft");
+        QTest::keyClick(&page().editor(), isBack ? Qt::Key_Down : Qt::Key_Up, Qt::AltModifier);
+        QCOMPARE(page().editor().contents(), expected);
+    }
     type("set sql_mode = ''; insert into t values ('x')");
     run();
     QVERIFY2(messages().contains("Warning 1366"), qPrintable(messages()));
@@ -254,6 +271,35 @@ void SheetWindowTest::whatWasTypedIsThereAgain()
     QCOMPARE(page().editor().contents(), "second");
 }
 
+void SheetWindowTest::aFileKeepsItsEncoding_data()
+{
+    QTest::addColumn<QByteArray>("bytes");
+    row("UTF-8", QByteArray("select '漢'\n"));
+    row("with a mark", QByteArray("\xef\xbb\xbfselect '漢'\r\n"));
+    row("UTF-16", QByteArray("\xff\xfe'\0\"o'\0", 8));
+    row("UTF-16, big", QByteArray("\xfe\xff\0'o\"\0'", 8));
+    row("CP932", QByteArray("select '\x8a\xbf'"));
+    row("large", QByteArray(2'000'000, ' ') + "漢");
+}
+
+void SheetWindowTest::aFileKeepsItsEncoding()
+{
+    QFETCH(QByteArray, bytes);
+    const QString path = m_stage->folder.filePath("text.sql");
+    for (int start = 0; start < 2; ++start) { // the draft knows it, too
+        QFile file(path);
+        QVERIFY(file.open(QIODevice::WriteOnly) && file.write(bytes) == bytes.size());
+        file.close();
+        if (start == 0)
+            QCOMPARE(page().open(path), QString());
+        QVERIFY(page().editor().contents().contains("漢"));
+        QCOMPARE(page().save(path), QString());
+        QCOMPARE(readFile(path), bytes);
+        delete m_window;
+        open();
+    }
+}
+
 void SheetWindowTest::aFileIsRunInPlaceOfAStatement()
 {
     QFile file(m_stage->folder.filePath("s.sql"));
@@ -348,6 +394,22 @@ void SheetWindowTest::rowsOfOneTableAreEdited()
     press(page(), {"saveResultRows"});
     run("commitSheet");
     QCOMPARE(names(), "1eins,2zwei,3drei");
+}
+
+// Also within one run, and by the layout.
+void SheetWindowTest::theServersModeIsFollowed()
+{
+    type("set sql_mode = 'ANSI_QUOTES,NO_BACKSLASH_ESCAPES'; select 'a\\'; select \"a;b\" from (select 1 as "
+         "\"a;b\") x;"
+         "set sql_mode = ''; select \"c\"");
+    run();
+    QCOMPARE(firstCells(), (QStringList{"a\\", "1", "c"}));
+    type("set sql_mode = 'NO_BACKSLASH_ESCAPES'");
+    run();
+    type("select 'a\\' from t where a");
+    control<QToolButton>(*m_window, "formatSheet").menu()->actions().at(1)->trigger();
+    QTest::keyClick(&page().editor(), Qt::Key_F, Qt::ControlModifier | Qt::ShiftModifier);
+    QCOMPARE(page().editor().contents(), "SELECT 'a\\'\r\nFROM t\r\nWHERE a");
 }
 
 // Nobody waits for that.
