@@ -17,15 +17,29 @@ bool changesFloat(const TableShape &table, const RowChange &change)
     });
 }
 
-// A value that does not fit must be refused, not cut; an AUTO_INCREMENT column takes the 0 that it is given.
-void setStrictMode(Connection &connection, SessionVariables &variables, const QStringList &without)
+// What the user's own SQL may have left is put aside: a value that does not fit must be refused, not cut, an
+// AUTO_INCREMENT column takes the 0 that it is given, texts come and go in UTF-8, no row that is asked for is
+// left out, and a COMMIT neither begins another transaction nor ends the connection.
+void setVariables(Connection &connection, SessionVariables &variables, const QStringList &withoutModes)
 {
-    const QString name = QStringLiteral("sql_mode");
-    variables.read(connection, {name});
-    variables.set(connection,
-                  {{name, variableLiteral(changedMode(variables.before(name), without,
-                                                      {QStringLiteral("STRICT_ALL_TABLES"),
-                                                       QStringLiteral("NO_AUTO_VALUE_ON_ZERO")}))}});
+    const QString mode = QStringLiteral("sql_mode"), results = QStringLiteral("character_set_results"),
+                  collation = QStringLiteral("collation_connection"), utf8 = QStringLiteral("utf8mb4");
+    std::vector<SessionVariable> wanted{
+        {QStringLiteral("character_set_client"), variableLiteral(utf8)},
+        {QStringLiteral("sql_select_limit"), QStringLiteral("18446744073709551615")},
+        {QStringLiteral("completion_type"), QStringLiteral("'NO_CHAIN'")}};
+    QStringList names{mode, collation, results};
+    for (const SessionVariable &variable : wanted)
+        names << variable.name;
+    variables.read(connection, names);
+    if (variables.before(results) != u"NULL") // texts come as the columns hold them
+        wanted.push_back({results, variableLiteral(utf8)});
+    if (!variables.before(collation).startsWith(utf8))
+        wanted.push_back({collation, QStringLiteral("'utf8mb4_general_ci'")});
+    wanted.push_back({mode, variableLiteral(changedMode(variables.before(mode), withoutModes,
+                                                        {QStringLiteral("STRICT_ALL_TABLES"),
+                                                         QStringLiteral("NO_AUTO_VALUE_ON_ZERO")}))});
+    variables.set(connection, wanted);
 }
 
 const QString savepoint = QStringLiteral("tarnwell_rows");
@@ -38,6 +52,11 @@ bool isInTransactionOfUser(Connection &connection)
     while (!rows.isEof())
         rows.moveNext();
     return !isAutomatic || connection.effect().isInTransaction.value_or(false);
+}
+
+QString unknownWhetherSaved()
+{
+    return QStringLiteral("保存されたかどうか分かりません。つながってから、行を読み直して下さい。");
 }
 
 QString changedMeanwhile()
@@ -98,10 +117,10 @@ void RowSaver::begin()
             "この接続では、確定していないトランザクションが続いています (または autocommit=0)。"
             "先に commit または rollback をして下さい。"));
     m_place = serverPlace(connection);
-    setStrictMode(connection, m_variables,
-                  m_options.allowsZeroDates
-                      ? QStringList{QStringLiteral("NO_ZERO_DATE"), QStringLiteral("NO_ZERO_IN_DATE")}
-                      : QStringList());
+    setVariables(connection, m_variables,
+                 m_options.allowsZeroDates
+                     ? QStringList{QStringLiteral("NO_ZERO_DATE"), QStringLiteral("NO_ZERO_IN_DATE")}
+                     : QStringList());
 }
 
 void RowSaver::end()
@@ -320,8 +339,10 @@ void RowSaver::fail(const Failure &error)
     } catch (const Failure &further) {
         m_report.words += u'\n' + further.description();
         m_report.refused = m_current;
-        if (m_isCommitting && doubt != Doubt::None)
+        if (m_isCommitting && doubt != Doubt::None) {
             m_report.ending = SaveReport::Ending::Unknown;
+            m_report.words += u'\n' + unknownWhetherSaved();
+        }
     }
 }
 
@@ -367,7 +388,7 @@ void RowSaver::settle()
         m_report.words = lost + QStringLiteral("行を読み直し、何も保存されていないことを確かめました。");
     } else {
         m_report.ending = SaveReport::Ending::Unknown;
-        m_report.words = lost + QStringLiteral("保存されたかどうか分かりません。行を読み直して下さい。");
+        m_report.words = lost + unknownWhetherSaved();
     }
 }
 

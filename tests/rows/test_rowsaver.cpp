@@ -36,6 +36,8 @@ private Q_SLOTS:
     void whatSomebodyElseChangedStays();
     void aRefusedValueLeavesNothing_data();
     void aRefusedValueLeavesNothing();
+    void whatTheUserHasSetDoesNoHarm_data();
+    void whatTheUserHasSetDoesNoHarm();
     void aTransactionOfTheUsersIsNotEnded();
     void withoutTransactionsTheFirstFailureStops();
     void everyStatementMayBreak();
@@ -49,7 +51,8 @@ private:
     RowChange changeOf(const TableShape &table, Kind kind, int id, std::map<int, RowValue> values = {});
     // One of each sort: a value, a key, a value that stays as it is, a new row, a deleted one.
     std::vector<RowChange> someOfEach(const TableShape &table);
-    SaveReport save(const std::vector<RowChange> &changes);
+    SaveReport save(const std::vector<RowChange> &changes) { return save(changes, shape()); }
+    SaveReport save(const std::vector<RowChange> &changes, const TableShape &table);
 
     // Hundreds of small changes: waiting for the disk would cost minutes.
     TestServers m_servers{{"--loose-debug-no-sync"}};
@@ -98,9 +101,9 @@ std::vector<RowChange> RowSaverTest::someOfEach(const TableShape &table)
             {Kind::Added, 9, {}, {{2, "0.25"}, {5, {}}}}};
 }
 
-SaveReport RowSaverTest::save(const std::vector<RowChange> &changes)
+SaveReport RowSaverTest::save(const std::vector<RowChange> &changes, const TableShape &table)
 {
-    return RowSaver(m_session, shape(), changes)
+    return RowSaver(m_session, table, changes)
         .save([this](const TableShape &whole, const std::vector<RowChange> &inverse) {
             m_keptTable = whole;
             m_kept = inverse;
@@ -186,6 +189,41 @@ void RowSaverTest::aRefusedValueLeavesNothing()
     QCOMPARE(m_server->run("select * from d.t"), before);
     RecordSet mode = m_session.connection().execute("select @@sql_mode");
     QCOMPARE(mode.text(0), QString());
+}
+
+void RowSaverTest::whatTheUserHasSetDoesNoHarm_data()
+{
+    QTest::addColumn<QString>("setting");
+    for (const char *setting : {"names latin1", "names cp932", "character_set_results=null",
+                                "sql_select_limit=1", "completion_type=1", "completion_type=2",
+                                "sql_mode='ANSI_QUOTES,NO_BACKSLASH_ESCAPES,PIPES_AS_CONCAT'",
+                                "sql_safe_updates=1", "time_zone='+09:00'"})
+        row(setting, QString(setting));
+}
+
+void RowSaverTest::whatTheUserHasSetDoesNoHarm()
+{
+    QFETCH(QString, setting);
+    const QString before = contents();
+    const TableShape table = shape();
+    const std::vector<RowChange> changes = someOfEach(table);
+    try {
+        m_session.connection().execute("set " + setting);
+    } catch (const Failure &error) {
+        QSKIP(qPrintable(error.description()));
+    }
+    const auto variables = [this] {
+        RecordSet rows = m_session.connection().execute(
+            "select concat_ws(';', @@character_set_client, ifnull(@@character_set_results, 'NULL'), "
+            "@@collation_connection, @@sql_select_limit, @@completion_type, @@sql_mode)");
+        return rows.text(0);
+    };
+    const QString set = variables();
+    QCOMPARE(save(changes, table).words, QString());
+    QVERIFY2(contents().contains("日本'\\"), qPrintable(contents()));
+    QCOMPARE(save(m_kept, table).words, QString());
+    QCOMPARE(contents(), before);
+    QCOMPARE(variables(), set);
 }
 
 void RowSaverTest::aTransactionOfTheUsersIsNotEnded()
