@@ -4,6 +4,7 @@
 #include "benchdata.h"
 #include "core/command/script.h"
 #include "core/driver/connect.h"
+#include "core/session/basconnection.h"
 #include "measurement.h"
 #include "support/testserver.h"
 #include "table.h"
@@ -112,6 +113,14 @@ void importRows(Session &session, const Job &job)
         std::exit(1);
 }
 
+void importLocally(Session &session, const Job &job)
+{
+    ImportOptions options = importOptions(job);
+    options.isLocal = true;
+    if (importCsv(session, options, noReport).rows != rowCount())
+        std::exit(1);
+}
+
 struct Ours {
     const char *name;
     void (*run)(Session &session, const Job &job);
@@ -120,19 +129,22 @@ struct Ours {
 constexpr Ours ourJobs[] = {{"dump", dumpRows, false},
                             {"load", loadDump, true},
                             {"export", exportRows, false},
-                            {"import", importRows, true}};
+                            {"import", importRows, true},
+                            {"import-local", importLocally, true}};
 
 Measurement runOurs(const Ours &ours, const Job &job)
 {
     BlockingPump pump;
     Session session;
     session.connectBy(createConnection, pump);
-    session.gCn = session.makeConnection(QStringLiteral("driver={%1};server=127.0.0.1;port=%2;uid=demo;"
-                                                        "pwd=demo;database=%3")
-                                             .arg(nativeDriverName())
-                                             .arg(job.port)
-                                             .arg(benchDatabase()));
-    session.gCn->open();
+    session.gDsn = noDataSource();
+    session.gDriver = nativeDriverName();
+    session.gServer = QStringLiteral("127.0.0.1");
+    session.gPort = QString::number(job.port);
+    session.gUser = session.gPass = QStringLiteral("demo");
+    session.gDbName = benchDatabase();
+    if (!fConnect(session))
+        std::exit(1);
     if (ours.fillsTable)
         emptyTable(session);
     return measure([&] { session.runner.run(nullptr, {}, [&] { ours.run(session, job); }); });
@@ -148,12 +160,23 @@ Measurement runPeer(const Job &job)
                        QStringList(client) << QStringLiteral("--single-transaction") << table(), {},
                        job.file("peer.sql"));
         });
-    if (job.name == u"peer-load") {
+    const auto run = [&client](const QString &statement) {
         runProgram(QStringLiteral("mariadb"),
-                   QStringList(client) << QStringLiteral("-e") << QStringLiteral("truncate table ") + table(),
+                   QStringList(client)
+                       << QStringLiteral("--local-infile=1") << QStringLiteral("-e") << statement,
                    {}, {});
+    };
+    if (job.name == u"peer-load" || job.name == u"peer-local")
+        run(QStringLiteral("truncate table ") + table());
+    if (job.name == u"peer-load")
         return measure([&] { runProgram(QStringLiteral("mariadb"), client, job.file("ours.sql"), {}); });
-    }
+    if (job.name == u"peer-local")
+        return measure([&] {
+            run(QStringLiteral("load data local infile '%1' into table %2 character set utf8mb4 fields "
+                               "terminated by ',' optionally enclosed by '\"' lines terminated by '\\r\\n' "
+                               "ignore 1 lines")
+                    .arg(job.file("rows.csv"), table()));
+        });
     return measure([&] {
         std::FILE *file = std::fopen(qPrintable(job.file("bare.txt")), "wb");
         BareNative::readRows(job.port, benchDatabase(), QStringLiteral("select * from ") + table(), file);
@@ -207,5 +230,7 @@ int main(int argc, char *argv[])
     isWithin &= compare(server, folder.path(), "load, beside mariadb", "peer-load", "load", 1.15);
     isWithin &= compare(server, folder.path(), "CSV out", "bare-file", "export", 1.3);
     isWithin &= compare(server, folder.path(), "CSV in, beside mariadb", "peer-load", "import", 1.2);
+    isWithin &=
+        compare(server, folder.path(), "CSV in by LOAD DATA LOCAL", "peer-local", "import-local", 1.1);
     return isWithin ? 0 : 1;
 }
