@@ -34,6 +34,7 @@ TransferWindow::TransferWindow(Session &session, const char *name, const QString
     setWorksWhileRunning(this);
     m_form->setContentsMargins({});
     m_status->setTextFormat(Qt::PlainText);
+    m_bar->hide(); // it is white whatever the desktop's colours
     m_report->setReadOnly(true);
     m_report->setMaximumHeight(120);
     m_report->setPlaceholderText(QStringLiteral("結果はここに表示されます"));
@@ -89,6 +90,7 @@ void TransferWindow::setRunning(bool isRunning)
         return;
     m_sinceStart.start();
     m_bar->clearBar();
+    m_bar->show();
     m_status->setText(QStringLiteral("接続中…"));
     m_report->clear();
     m_stop->setFocus();

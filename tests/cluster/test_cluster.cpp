@@ -6,6 +6,7 @@
 #include "support/cuttingproxy.h"
 #include "support/gui/stage.h"
 #include "support/testcluster.h"
+#include "transfer/copy/sameserver.h"
 #include "users/accountcommands.h"
 
 #include <chrono>
@@ -137,6 +138,9 @@ void ClusterTest::everyNodeIsAMember()
     const bool isStillMember = clusterOf(connection).isMember(); // such a node refuses most statements
     m_cluster->setReady(1, true);
     QVERIFY(isStillMember);
+    // What is copied from one to another would be dropped at both.
+    RealStage other(m_cluster->node(2), driver, {});
+    QVERIFY(isSameServer(connection, other.session.connection()));
 }
 
 // The connection that carries the KILL is handed to another node, where the number of the own session is that

@@ -66,8 +66,11 @@ RecordSet LoggedConnection::noted(const QString &statement,
         return rows;
     } catch (const Failure &error) {
         entry.microseconds = clock.nsecsElapsed() / 1000;
-        // The server quotes what it refuses, so its words may hold the password too.
-        entry.error = holdsPassword(statement) ? withoutQuotedPart(error.description()) : error.description();
+        // The server quotes what it refuses, so its words may hold the password too, also one behind the
+        // part that was looked at.
+        entry.error = statement.size() > longest || holdsPassword(statement)
+                          ? withoutQuotedPart(error.description())
+                          : error.description();
         log->add(std::move(entry));
         throw;
     }
