@@ -1,5 +1,6 @@
 #include "core/session/basconnection.h"
 #include "server/keyedlist.h"
+#include "server/overview/indexes.h"
 #include "server/serverwindow.h"
 #include "server/variables/variablereading.h"
 #include "support/gui/stage.h"
@@ -16,6 +17,11 @@ private Q_SLOTS:
     void variablesAreSetAndReadBack_data() { TestServers::addRows(); }
     void variablesAreSetAndReadBack();
     void variablesAreComparedWithAnotherServers();
+    void superfluousIndexesAreFound();
+    void listsOfTheServerAreRead_data() { TestServers::addRows(); }
+    void listsOfTheServerAreRead();
+    void missingRightsAreTold_data() { TestServers::addRows(); }
+    void missingRightsAreTold();
 
 private:
     void open(TestServer &server, const char *pageName, const QString &account = "demo");
@@ -133,6 +139,75 @@ void ServerPagesTest::variablesAreComparedWithAnotherServers()
     QVERIFY(list("variableList").rows().rowCount() < 60);
     QCOMPARE(cell("variableList", "port", 5), QString::number(other.port()));
     QVERIFY(cell("variableList", "sort_buffer_size", 0).isNull());
+}
+
+void ServerPagesTest::superfluousIndexesAreFound()
+{
+    const auto index = [](const char *name, const char *type, bool isUnique,
+                          std::vector<TableIndex::Part> parts) {
+        return TableIndex{"d", "t", name, type, isUnique, std::move(parts)};
+    };
+    const std::vector<TableIndex> indexes{
+        index("PRIMARY", "BTREE", true, {{"a"}, {"b"}}),
+        index("ab", "BTREE", true, {{"a"}, {"b"}}), // one of two that are alike
+        index("a", "BTREE", false, {{"a"}}),        // begins the key
+        index("u", "BTREE", true, {{"a"}}),         // keeps double values out
+        index("c5", "BTREE", false, {{"c", 5}}),    // a shorter prefix
+        index("c9", "BTREE", false, {{"c", 9}, {"a"}}),
+        index("c5a", "BTREE", false, {{"c", 5}, {"a"}}), // finds by a what c9 does not
+        index("down", "BTREE", false, {{"a DESC"}}),
+        index("words", "FULLTEXT", false, {{"c"}}),
+        index("more", "FULLTEXT", false, {{"c"}, {"d"}}),
+    };
+    QStringList found;
+    for (const DoubledIndex &each : doubledIndexes(indexes))
+        found << each.index->name + '<' + each.by->name;
+    QCOMPARE(found.join(' '), "ab<PRIMARY a<PRIMARY c5<c9");
+}
+
+void ServerPagesTest::listsOfTheServerAreRead()
+{
+    QFETCH(TestServer::Brand, brand);
+    SKIP_WITHOUT(brand);
+    TestServer &server = m_servers.of(brand);
+    server.run(
+        "drop table if exists d.t; create table d.t (a int primary key, b int, key b1 (b), key b2 (b, a), "
+        "key unused (b, a)) engine=InnoDB; insert into d.t values (1, 1); "
+        "select sum(a) from d.t force index (b1) where b = 1; analyze table d.t");
+    open(server, "sizePage");
+    QTRY_VERIFY_WITH_TIMEOUT(!cell("tableSizeList", "d\tt", 7).isEmpty(), 20'000);
+    const auto choose = [this](int index) {
+        control<QComboBox>(*m_page, "overviewChoice").setCurrentIndex(index);
+        QTRY_VERIFY_WITH_TIMEOUT(!m_page->isWaiting(), 20'000);
+        QCOMPARE(label("pageProblem"), "");
+    };
+    choose(1);
+    QVERIFY(!cell("indexSizeList", "d\tt\tb2", 3).isEmpty());
+    choose(2);
+    QCOMPARE(cell("unusedIndexList", "d\tt\tunused", 3), "b, a");
+    QVERIFY(cell("unusedIndexList", "d\tt\tb1", 3).isNull());
+    choose(3);
+    QCOMPARE(cell("doubledIndexList", "d\tt\tunused", 4), "b2");
+    for (const char *name : {"replicationPage", "modulePage"}) {
+        m_page = &control<ServerPage>(*m_stage->window, name);
+        control<QTabWidget>(*m_stage->window, "serverPages").setCurrentWidget(m_page);
+        for (int i = 0; i < control<QComboBox>(*m_page, "overviewChoice").count(); ++i)
+            choose(i);
+    }
+    QCOMPARE(cell("engineList", "InnoDB", 1), "DEFAULT");
+}
+
+void ServerPagesTest::missingRightsAreTold()
+{
+    QFETCH(TestServer::Brand, brand);
+    SKIP_WITHOUT(brand);
+    open(m_servers.of(brand), "replicationPage", "visitor");
+    QTRY_VERIFY_WITH_TIMEOUT(label("pageProblem").contains("権限が足りません: "), 20'000);
+    QVERIFY(label("pageProblem").contains("REPLICATION CLIENT") ||
+            label("pageProblem").contains("SLAVE MONITOR"));
+    m_page = &control<ServerPage>(*m_stage->window, "sizePage");
+    control<QTabWidget>(*m_stage->window, "serverPages").setCurrentWidget(m_page);
+    QTRY_VERIFY(label("pageProblem").contains("SELECT 権限がない"));
 }
 
 QTEST_MAIN(ServerPagesTest)

@@ -1,0 +1,163 @@
+#include "server/overview/replication.h"
+
+#include "server/overview/overviewreading.h"
+
+namespace {
+
+// Each version has fields of its own: one row for each of them.
+void addFields(RecordSet rows, const QString &what, std::vector<KeyedRow> &shown)
+{
+    for (int number = 1; rows.isOpen() && !rows.isEof(); rows.moveNext(), ++number) {
+        QString name = textOf(rows, "Connection_name");
+        if (name.isEmpty())
+            name = textOf(rows, "Channel_Name");
+        const QString of = what + (name.isEmpty() ? QString::number(number) : name);
+        for (int i = 0; i < rows.fieldCount(); ++i) {
+            const QString field = rows.fieldName(i);
+            const bool tellsFault = field.startsWith(u"Last_", Qt::CaseInsensitive) &&
+                                    field.endsWith(u"Error", Qt::CaseInsensitive);
+            const QString value = rows.isNull(i) ? QStringLiteral("NULL") : rows.text(i);
+            shown.push_back({of + u'\t' + field,
+                             {of, field, value},
+                             (tellsFault && !value.isEmpty()) ||
+                                 (field.endsWith(u"_Running", Qt::CaseInsensitive) && value != u"Yes")});
+        }
+    }
+}
+
+Overview::Answer readSources(Connection &connection)
+{
+    Overview::Answer answer;
+    const QStringList statements =
+        connection.server().isMariaDb
+            ? QStringList{QStringLiteral("show all slaves status"), QStringLiteral("show slave status")}
+            : QStringList{QStringLiteral("show replica status"), QStringLiteral("show slave status")};
+    RecordSet rows = askOneOf(connection, statements);
+    addFields(std::move(rows), QStringLiteral("接続 "), answer.rows);
+    return answer;
+}
+
+Overview::Answer readReplicas(Connection &connection)
+{
+    Overview::Answer answer;
+    addFields(askOneOf(connection, {QStringLiteral("show replicas"), QStringLiteral("show slave hosts")}),
+              QStringLiteral("レプリカ "), answer.rows);
+    answer.note = QStringLiteral("自分を登録したレプリカだけが見えます。");
+    return answer;
+}
+
+// Galera tells of itself in its status, MySQL's groups in a table.
+Overview::Answer readCluster(Connection &connection)
+{
+    Overview::Answer answer;
+    for (RecordSet rows = connection.execute(QStringLiteral("show global status like 'wsrep\\_%'"));
+         !rows.isEof(); rows.moveNext())
+        answer.rows.push_back({rows.text(0), {QStringLiteral("Galera"), rows.text(0), rows.text(1)}});
+    const ServerInfo server = connection.server();
+    if (!server.isMariaDb && server.number >= 50700)
+        addFields(
+            connection.execute(QStringLiteral("select * from performance_schema.replication_group_members "
+                                              "where member_id <> ''")),
+            QStringLiteral("メンバー "), answer.rows);
+    return answer;
+}
+
+Overview::Answer readBinaryLogs(Connection &connection)
+{
+    constexpr int noBinaryLog = 1381;
+    Overview::Answer answer;
+    try {
+        double bytes = 0;
+        for (RecordSet rows = connection.execute(QStringLiteral("show binary logs")); !rows.isEof();
+             rows.moveNext()) {
+            bytes += rows.text(1).toDouble();
+            answer.rows.push_back({rows.text(0), {rows.text(0), rows.text(1), textOf(rows, "Encrypted")}});
+        }
+        answer.note = QStringLiteral("合計 %1 MiB。").arg(bytes / (1024 * 1024), 0, 'f', 2);
+        RecordSet now = askOneOf(
+            connection, {QStringLiteral("show binary log status"), QStringLiteral("show master status")});
+        if (!now.isEof())
+            answer.note += QStringLiteral("今の位置: %1 の %2").arg(now.text(0), now.text(1));
+        if (const QString gtids = textOf(now, "Executed_Gtid_Set"); !gtids.isEmpty())
+            answer.note += QStringLiteral("、GTID %1").arg(gtids);
+    } catch (const Failure &failure) {
+        if (failure.number() != noBinaryLog)
+            throw;
+        answer.note = QStringLiteral("このサーバーはバイナリログを書いていません。");
+    }
+    return answer;
+}
+
+Overview::Answer readPlugins(Connection &connection)
+{
+    Overview::Answer answer;
+    RecordSet rows = connection.execute(QStringLiteral("select * from information_schema.plugins"));
+    for (; !rows.isEof(); rows.moveNext()) {
+        const QString status = textOf(rows, "plugin_status");
+        QStringList cells{textOf(rows, "plugin_name")};
+        for (const char *field : {"plugin_type", "plugin_version", "load_option", "plugin_library",
+                                  "plugin_maturity", "plugin_license", "plugin_description"})
+            cells << textOf(rows, field);
+        cells.insert(1, status);
+        answer.rows.push_back({cells[0] + u'\t' + cells[2], cells, false});
+    }
+    return answer;
+}
+
+Overview::Answer readEngines(Connection &connection)
+{
+    Overview::Answer answer;
+    RecordSet rows = connection.execute(QStringLiteral("select * from information_schema.engines"));
+    for (; !rows.isEof(); rows.moveNext()) {
+        const QString support = textOf(rows, "support");
+        answer.rows.push_back({textOf(rows, "engine"),
+                               {textOf(rows, "engine"), support, textOf(rows, "transactions"),
+                                textOf(rows, "xa"), textOf(rows, "savepoints"), textOf(rows, "comment")},
+                               support == u"DEFAULT"});
+    }
+    return answer;
+}
+
+} // namespace
+
+std::vector<Overview> replicationOverviews()
+{
+    const std::vector<KeyedColumn> fields{
+        {QStringLiteral("対象")}, {QStringLiteral("項目")}, {QStringLiteral("値")}};
+    return {{"replicationList", QStringLiteral("受けている変更"), fields, readSources,
+             QStringLiteral("このサーバーは他のサーバーの変更を受けていません")},
+            {"replicaList", QStringLiteral("レプリカ"), fields, readReplicas,
+             QStringLiteral("登録されたレプリカはありません")},
+            {"clusterList", QStringLiteral("クラスター"), fields, readCluster,
+             QStringLiteral("このサーバーはクラスターに属していません")},
+            {"binaryLogList",
+             QStringLiteral("バイナリログ"),
+             {{QStringLiteral("ファイル")}, {QStringLiteral("バイト"), true}, {QStringLiteral("暗号化")}},
+             readBinaryLogs,
+             QStringLiteral("バイナリログはありません")}};
+}
+
+std::vector<Overview> moduleOverviews()
+{
+    return {{"pluginList",
+             QStringLiteral("プラグイン"),
+             {{QStringLiteral("名前")},
+              {QStringLiteral("状態")},
+              {QStringLiteral("種類")},
+              {QStringLiteral("版")},
+              {QStringLiteral("読み込み")},
+              {QStringLiteral("ライブラリー")},
+              {QStringLiteral("成熟度")},
+              {QStringLiteral("ライセンス")},
+              {QStringLiteral("説明")}},
+             readPlugins},
+            {"engineList",
+             QStringLiteral("ストレージエンジン"),
+             {{QStringLiteral("名前")},
+              {QStringLiteral("対応")},
+              {QStringLiteral("トランザクション")},
+              {QStringLiteral("XA")},
+              {QStringLiteral("セーブポイント")},
+              {QStringLiteral("説明")}},
+             readEngines}};
+}
