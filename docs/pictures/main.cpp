@@ -6,6 +6,7 @@
 #include "core/driver/connect.h"
 #include "photographer.h"
 
+#include <QAction>
 #include <QApplication>
 #include <QFile>
 
@@ -89,12 +90,36 @@ void takeDialogs(Photographer &at)
     });
 }
 
+void lookAtWindow(Photographer &at, const char *name)
+{
+    for (QWidget *window : QApplication::topLevelWidgets())
+        if (window->objectName() == QLatin1String(name) && window->isVisible())
+            return at.lookAt(*window);
+    giveUp(QLatin1String(name));
+}
+
+// Over a connection of its own, in a thread.
+void takeServer(Photographer &at)
+{
+    at.click(QStringLiteral("openServer"));
+    lookAtWindow(at, "serverWindow");
+    at.rest(3000);
+    at.take(QStringLiteral("server"));
+}
+
+void takeSearch(Photographer &at, const QWidget &mainWindow)
+{
+    mainWindow.findChild<QAction *>(QStringLiteral("action_openSearch"))->trigger();
+    lookAtWindow(at, "searchWindow");
+    at.enter(QStringLiteral("searchText"), QStringLiteral("customer"));
+    at.rest(2000);
+    at.take(QStringLiteral("search"));
+}
+
 void takeSheet(Photographer &at)
 {
     at.click(QStringLiteral("openSheets"));
-    for (QWidget *window : QApplication::topLevelWidgets())
-        if (window->objectName() == u"sheetWindow" && window->isVisible())
-            at.lookAt(*window);
+    lookAtWindow(at, "sheetWindow");
     at.enter(QStringLiteral("sheetText"),
              QStringLiteral("select name as 商品, price as 単価 from products order by price desc limit 5;\n"
                             "update products set price = price where code = 'x';\n"
@@ -161,5 +186,9 @@ int main(int argc, char *argv[])
     takeConsole(photographer, window);
     photographer.lookAt(window);
     takeSheet(photographer);
+    photographer.lookAt(window);
+    takeServer(photographer);
+    photographer.lookAt(window);
+    takeSearch(photographer, window);
     return 0;
 }
