@@ -8,17 +8,22 @@
 #include "core/sql/statements.h"
 #include "measurement.h"
 #include "rows/rowreading.h"
-#include "rows/rowsaver.h"
-#include "rows/rowsquery.h"
+#include "rows/rowsview.h"
+#include "support/scripteddialogue.h"
 #include "support/testserver.h"
 #include "table.h"
 
 #include <QApplication>
+#include <QClipboard>
 #include <QElapsedTimer>
+#include <QInputDialog>
+#include <QTemporaryDir>
+#include <QTest>
+#include <QTimer>
 
 namespace {
 
-constexpr int changedRows = 1000;
+constexpr int pageRows = 1000;
 
 struct Opened {
     explicit Opened(const QStringList &arguments)
@@ -64,45 +69,92 @@ Measurement bare(const QStringList &arguments, const QStringList &statements)
     return result;
 }
 
+// A pane as the main window has it: with all that one click costs, but for painting.
+struct Shown {
+    explicit Shown(const QStringList &arguments)
+        : opened(arguments)
+    {
+        opened.session.settingsFolder = folder.path(); // what takes a saving back is written, too
+        dialogue.agrees = true;
+        QObject::connect(&view, &RowsView::readWanted, &view, [this] { read(); });
+    }
+    void read(const QString &wanted = {})
+    {
+        if (!wanted.isEmpty())
+            table = wanted;
+        Connection &connection = opened.session.connection();
+        const QString plain =
+            QStringLiteral("select * from %1.%2 limit %3 ;").arg(benchDatabase(), table).arg(pageRows);
+        const QString statement = view.statementFor(benchDatabase(), table, pageRows, plain);
+        if (statement != plain)
+            connection.execute(useStatement(benchDatabase()));
+        fillGrid(grid, connection.execute(statement));
+        view.takeRows();
+    }
+    // As Ctrl+G does it.
+    void goTo(int row)
+    {
+        QTimer::singleShot(0, &view, [row] {
+            auto *dialog = qobject_cast<QInputDialog *>(QApplication::activeModalWidget());
+            dialog->setIntValue(row);
+            dialog->accept();
+        });
+        QTest::keyClick(&grid, Qt::Key_G, Qt::ControlModifier);
+    }
+
+    Opened opened;
+    QTemporaryDir folder;
+    ScriptedDialogue dialogue;
+    QString table;
+    FlexGrid &grid = *new FlexGrid;
+    RowsPane pane{grid};
+    RowsView view{opened.session, dialogue, pane};
+};
+
+// Two of three columns of each row, as by pasting a block over the grid.
 Measurement save(const QStringList &arguments, bool isBare)
 {
-    Opened opened(arguments);
-    Connection &connection = opened.session.connection();
-    connection.execute(QStringLiteral("update bench.edited set n=0, name='before'"));
-    const TableShape table = readTableShape(connection, benchDatabase(), QStringLiteral("edited"));
-    std::vector<RowChange> changes;
-    for (const auto &row : selectRows(connection, table, {}))
-        changes.push_back({RowChange::Kind::Changed, 0, row, {{1, "1"}, {2, "after"}}});
-    if (!isBare)
-        return timed([&] {
-            if (RowSaver(opened.session, table, changes).save([](auto &&...) {}).saved.size() != changedRows)
-                qFatal("not all rows were saved");
-        });
-    QStringList statements{QStringLiteral("start transaction")};
-    for (const RowChange &change : changes)
-        statements << statementOf(table, change);
-    return bare(arguments, statements << QStringLiteral("commit"));
+    Shown shown(arguments);
+    shown.opened.session.connection().execute(QStringLiteral("update bench.edited set n=0, name='before'"));
+    shown.read(QStringLiteral("edited"));
+    if (isBare) {
+        Connection &connection = shown.opened.session.connection();
+        const TableShape table = readTableShape(connection, benchDatabase(), QStringLiteral("edited"));
+        QStringList statements{QStringLiteral("start transaction")};
+        for (const auto &row : selectRows(connection, table, {}))
+            statements << statementOf(table, {RowChange::Kind::Changed, 0, row, {{1, "1"}, {2, "after"}}});
+        return bare(arguments, statements << QStringLiteral("commit"));
+    }
+    shown.grid.setCurrentIndex(shown.grid.model()->index(0, 1));
+    QApplication::clipboard()->setText(QStringLiteral("1\tafter\n").repeated(pageRows));
+    QTest::keySequence(&shown.grid, QKeySequence::Paste);
+    const Measurement result = timed([&shown] { shown.view.saveRows(); });
+    RecordSet saved = shown.opened.session.connection().execute(
+        QStringLiteral("select count(*) from bench.edited where n=1 and name='after'"));
+    if (saved.text(0).toInt() != pageRows || RowHistory(shown.opened.session).savings().size() != 1)
+        qFatal("not all rows were saved");
+    return result;
 }
 
 Measurement page(const QStringList &arguments, bool isBare)
 {
-    Opened opened(arguments);
-    Connection &connection = opened.session.connection();
-    const TableShape table = readTableShape(connection, benchDatabase(), QStringLiteral("rows_of_text"));
-    RowsQuery query;
-    query.limit = 1000;
-    query.place = RowsQuery::Place::After;
-    query.row = selectRows(connection, table, QStringLiteral(" limit 1 offset %1").arg(rowCount() / 2)).at(0);
-    const QString statement = rowsStatement(table, query);
-    FlexGrid grid;
+    const int first = arguments[1] == u"start"    ? 1
+                      : arguments[1] == u"middle" ? rowCount() / 2
+                                                  : rowCount() - 2 * pageRows + 1;
+    Shown shown(arguments);
+    shown.read(QStringLiteral("rows_of_text"));
+    if (first > 1)
+        shown.goTo(first);
+    const QString lastId = shown.grid.text(pageRows - 1, 0);
     if (isBare)
-        return bare(arguments, {statement});
-    return timed([&] {
-        fillGrid(grid, connection.execute(statement));
-        readTableShape(connection, benchDatabase(), QStringLiteral("rows_of_text"));
-        if (grid.rowCount() != query.limit)
-            qFatal("not all rows came");
-    });
+        return bare(arguments,
+                    {QStringLiteral("select * from bench.rows_of_text where id>%1 order by id limit %2")
+                         .arg(lastId)
+                         .arg(pageRows)});
+    const Measurement result = timed([&shown] { shown.pane.nextRows->click(); });
+    if (shown.grid.rowCount() != pageRows || shown.grid.text(0, 0).toInt() != lastId.toInt() + 1)
+        qFatal("not the next rows came");
+    return result;
 }
 
 struct Job {
@@ -113,7 +165,9 @@ struct Job {
 };
 
 const Job jobs[] = {{"save", QStringLiteral("saving 1,000 changed rows"), save, 1.5, 0},
-                    {"page", QStringLiteral("next page of 1,000 rows"), page, 1.5, 0.020}};
+                    {"start", QStringLiteral("the second page of 1,000 rows"), page, 1.5, 0.020},
+                    {"middle", QStringLiteral("next page in the middle"), page, 1.5, 0.020},
+                    {"end", QStringLiteral("the last page"), page, 1.5, 0.020}};
 
 } // namespace
 
@@ -128,11 +182,11 @@ int main(int argc, char *argv[])
         }
     TestServer server;
     makeBenchTable(server, rowCount());
-    server.run(QStringLiteral("alter table bench.rows_of_text add primary key (id);"
+    server.run(QStringLiteral("alter table bench.rows_of_text engine=InnoDB, add primary key (id);"
                               "create table bench.edited (id int primary key, n int, name varchar(20), "
                               "price decimal(10,2)) select seq as id, 0 as n, 'before' as name, 1.5 as price "
                               "from seq_1_to_%1")
-                   .arg(changedRows));
+                   .arg(pageRows));
     bool isWithin = true;
     for (const Job &job : jobs)
         for (const QString &driver : {QStringLiteral("native"), QStringLiteral("odbc")}) {
