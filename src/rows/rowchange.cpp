@@ -87,3 +87,29 @@ RowChange inverseOf(const TableShape &table, const RowChange &change, const std:
             inverse.values[static_cast<int>(column)] = change.before[column];
     return inverse;
 }
+
+std::vector<RowChange> inverseOf(const TableShape &whole, const std::vector<RowChange> &changes,
+                                 const std::map<std::size_t, std::vector<RowValue>> &exact,
+                                 const std::map<std::size_t, std::vector<RowValue>> &after)
+{
+    std::vector<RowChange> inverse;
+    for (std::size_t index = changes.size(); index-- > 0;) {
+        const auto now = after.find(index);
+        const auto before = exact.find(index);
+        RowChange change = changes[index];
+        if (now == after.end() || (change.kind == RowChange::Kind::Deleted && before == exact.end()))
+            continue;
+        if (change.kind == RowChange::Kind::Deleted)
+            change.before = before->second;
+        // What the server itself has put into columns that nobody read stays.
+        for (std::size_t column = change.before.size(); column < now->second.size(); ++column)
+            change.before.push_back(now->second[column]);
+        RowChange back = inverseOf(whole, change, now->second);
+        if (before != exact.end())
+            for (auto &[column, value] : back.values)
+                value = before->second[static_cast<std::size_t>(column)];
+        if (back.kind == RowChange::Kind::Deleted || !back.values.empty())
+            inverse.push_back(std::move(back));
+    }
+    return inverse;
+}

@@ -25,6 +25,12 @@ QString statementOf(const TableShape &table, const RowChange &change);
 // deleted row.
 RowChange inverseOf(const TableShape &table, const RowChange &change, const std::vector<RowValue> &after);
 
+// What takes all of them back, the last one first. By change: its row as it was, where more is known than was
+// read, and as it became; a change without the latter was not made.
+std::vector<RowChange> inverseOf(const TableShape &whole, const std::vector<RowChange> &changes,
+                                 const std::map<std::size_t, std::vector<RowValue>> &exact,
+                                 const std::map<std::size_t, std::vector<RowValue>> &after);
+
 // A condition for the row that holds these values; with the values or by the key alone.
 QString sameRow(const TableShape &table, const std::vector<RowValue> &values);
 QString sameKey(const TableShape &table, const std::vector<RowValue> &values);

@@ -10,11 +10,6 @@
 
 #include <functional>
 
-// The text of a value as it is edited, and back. NULL has no text. Bits are digits 0 and 1; bytes that are no
-// text are "0x" and digits.
-QString editedText(const TableColumn &column, const RowValue &value);
-RowValue editedValue(const TableColumn &column, const QString &text);
-
 // Editing of the rows that a grid shows, all of one table: keys, cell editors, marks, pasting. What was read
 // stays in the grid as it was until it is saved.
 class RowGrid : public QObject, private GridEdits {

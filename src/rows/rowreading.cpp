@@ -76,3 +76,10 @@ QByteArray keyBytes(const TableShape &table, const std::vector<RowValue> &values
     }
     return bytes;
 }
+
+bool isOnServer(Connection &connection, const TableShape &table, const std::vector<RowValue> &values)
+{
+    RecordSet rows = connection.execute(
+        QStringLiteral("select count(*) from %1 where %2").arg(table.qualified(), sameRow(table, values)));
+    return rows.text(0) == u"1";
+}

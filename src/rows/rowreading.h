@@ -19,3 +19,5 @@ std::map<QByteArray, std::vector<RowValue>> rowsByKey(Connection &connection, co
                                                       const std::vector<std::vector<RowValue>> &rows,
                                                       const QString &lock, bool isExact = false);
 QByteArray keyBytes(const TableShape &table, const std::vector<RowValue> &values);
+// Whether this very row is there.
+bool isOnServer(Connection &connection, const TableShape &table, const std::vector<RowValue> &values);

@@ -66,13 +66,6 @@ QString changedMeanwhile()
 
 } // namespace
 
-TableShape withUnreadColumns(TableShape table)
-{
-    table.columns.insert(table.columns.end(), table.unread.begin(), table.unread.end());
-    table.unread.clear();
-    return table;
-}
-
 RowSaver::RowSaver(Session &session, const TableShape &table, std::vector<RowChange> changes, Options options)
     : m_session(session)
     , m_table(table)
@@ -154,7 +147,7 @@ void RowSaver::saveAtOnce(const Keep &keep)
     m_current.reset();
     readBack();
     if (!m_report.isInUsersTransaction)
-        keep(m_whole, inverse());
+        keep(m_whole, inverseOf(m_whole, m_changes, m_exact, m_after));
     commit();
 }
 
@@ -171,11 +164,11 @@ void RowSaver::saveRowByRow(const Keep &keep)
         }
     } catch (const Failure &) {
         if (!m_after.empty())
-            keep(m_whole, inverse());
+            keep(m_whole, inverseOf(m_whole, m_changes, m_exact, m_after));
         throw;
     }
     m_current.reset();
-    keep(m_whole, inverse());
+    keep(m_whole, inverseOf(m_whole, m_changes, m_exact, m_after));
     m_report.ending = SaveReport::Ending::Saved;
 }
 
@@ -233,17 +226,10 @@ void RowSaver::requireOneRow(std::size_t index, qint64 affected)
     if (affected > 1)
         throw Failure(QStringLiteral("1 行のはずの文が %1 行に作用しました。").arg(affected));
     const RowChange &change = m_changes[index];
-    if (change.kind == Kind::Changed && isOnServer(change.before))
+    if (change.kind == Kind::Changed && isOnServer(m_session.connection(), m_table, change.before))
         return;
     m_isInConflict = change.kind != Kind::Added;
     throw Failure(changedMeanwhile());
-}
-
-bool RowSaver::isOnServer(const std::vector<RowValue> &values)
-{
-    RecordSet rows = m_session.connection().execute(QStringLiteral("select count(*) from %1 where %2")
-                                                        .arg(m_table.qualified(), sameRow(m_table, values)));
-    return rows.text(0) == u"1";
 }
 
 void RowSaver::readBack()
@@ -284,31 +270,6 @@ void RowSaver::readBackOne(std::size_t index)
     else
         throw Failure(QStringLiteral(
             "保存した行をキーで読み直せません (キーの既定値かトリガーが、別の値を入れています)。"));
-}
-
-// The last change is taken back first.
-std::vector<RowChange> RowSaver::inverse() const
-{
-    std::vector<RowChange> changes;
-    for (std::size_t index = m_changes.size(); index-- > 0;) {
-        const auto after = m_after.find(index);
-        const auto exact = m_exact.find(index);
-        RowChange change = m_changes[index];
-        if (after == m_after.end() || (change.kind == Kind::Deleted && exact == m_exact.end()))
-            continue;
-        if (change.kind == Kind::Deleted)
-            change.before = exact->second;
-        // What the server itself has put into columns that nobody read stays.
-        for (std::size_t column = change.before.size(); column < after->second.size(); ++column)
-            change.before.push_back(after->second[column]);
-        RowChange back = inverseOf(m_whole, change, after->second);
-        if (exact != m_exact.end())
-            for (auto &[column, value] : back.values)
-                value = exact->second[static_cast<std::size_t>(column)];
-        if (back.kind == Kind::Deleted || !back.values.empty())
-            changes.push_back(std::move(back));
-    }
-    return changes;
 }
 
 void RowSaver::commit()

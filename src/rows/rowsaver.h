@@ -30,9 +30,6 @@ struct SaveReport {
     bool isInUsersTransaction = false;
 };
 
-// The table as it is read with all its columns.
-TableShape withUnreadColumns(TableShape table);
-
 // Saves changed rows of one table: in one transaction, of which nothing stays unless every statement changed
 // exactly one row; row by row where the table has no transactions.
 class RowSaver {
@@ -73,10 +70,8 @@ private:
     void settle();
     void fail(const Failure &error);
     void findConflicts();
-    std::vector<RowChange> inverse() const;
     std::vector<RowValue> asRead(const std::vector<RowValue> &whole) const;
     qint64 execute(const QString &statement);
-    bool isOnServer(const std::vector<RowValue> &values);
 
     Session &m_session;
     const TableShape m_table, m_whole; // m_whole: with the columns that were not read

@@ -146,6 +146,38 @@ QByteArray cellBytes(const TableColumn &column, const QByteArray &value)
     return QByteArray(cells[0].bytes.data(), static_cast<qsizetype>(cells[0].bytes.size()));
 }
 
+QString editedText(const TableColumn &column, const RowValue &value)
+{
+    if (!value)
+        return {};
+    if (column.kind != ValueKind::Bits)
+        return QString::fromUtf8(cellBytes(column, *value));
+    QString bits;
+    for (const char byte : *value)
+        bits += QString::number(static_cast<unsigned char>(byte), 2).rightJustified(8, u'0');
+    return bits;
+}
+
+RowValue editedValue(const TableColumn &column, const QString &text)
+{
+    const QByteArray bytes = text.toUtf8();
+    if (column.kind != ValueKind::Bits) {
+        const RowValue value =
+            valueOfCell(column, {{bytes.constData(), static_cast<std::size_t>(bytes.size())}, false});
+        return value;
+    }
+    bool isNumber = false;
+    quint64 bits = text.toULongLong(&isNumber, 2);
+    if (!isNumber)
+        return bytes; // for the server to refuse
+    QByteArray value;
+    do {
+        value.prepend(static_cast<char>(bits & 0xff));
+        bits >>= 8;
+    } while (bits != 0);
+    return value;
+}
+
 QString literal(const TableColumn &column, const RowValue &value)
 {
     if (!value)

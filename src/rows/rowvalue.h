@@ -55,6 +55,11 @@ QStringList choicesOfType(const QString &type);
 RowValue valueOfCell(const TableColumn &column, const Cell &cell);
 QByteArray cellBytes(const TableColumn &column, const QByteArray &value);
 
+// The text of a value as it is edited, and back. NULL has no text. Bits are digits 0 and 1; bytes that are no
+// text are "0x" and digits.
+QString editedText(const TableColumn &column, const RowValue &value);
+RowValue editedValue(const TableColumn &column, const QString &text);
+
 // A value as it is assigned: whatever it holds, it ends where it should, in every sql_mode.
 QString literal(const TableColumn &column, const RowValue &value);
 // A condition that holds for this very value and no other, byte for byte: no collation, no trailing blanks,

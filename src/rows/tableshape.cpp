@@ -200,3 +200,10 @@ TableShape shapeOfColumns(const TableShape &table, const QStringList &columns)
     }
     return shape;
 }
+
+TableShape withUnreadColumns(TableShape table)
+{
+    table.columns.insert(table.columns.end(), table.unread.begin(), table.unread.end());
+    table.unread.clear();
+    return table;
+}

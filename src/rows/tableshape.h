@@ -43,3 +43,6 @@ std::vector<ForeignKey> readReferrers(Connection &connection, const TableShape &
 // The same for rows that hold only some of the columns, in another order: read-only where the key is not
 // among them.
 TableShape shapeOfColumns(const TableShape &table, const QStringList &columns);
+
+// The table as it is read with all its columns.
+TableShape withUnreadColumns(TableShape table);
