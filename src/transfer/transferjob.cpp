@@ -112,13 +112,14 @@ TransferJob::~TransferJob()
 ReportProgress TransferJob::reporter(OwnSessions *sessions)
 {
     QElapsedTimer sinceLast;
-    return [this, sessions, sinceLast](const TransferStatus &status) mutable {
+    return [this, sessions, sinceLast, object = QString()](const TransferStatus &status) mutable {
         if (m_isStopWanted)
             throw interruptedError(QStringLiteral("処理を中断しました。"));
         constexpr int shownEvery = 100; // milliseconds
-        if (sinceLast.isValid() && !sinceLast.hasExpired(shownEvery))
+        if (sinceLast.isValid() && !sinceLast.hasExpired(shownEvery) && status.object == object)
             return;
         sinceLast.start();
+        object = status.object; // it may be long at this one, and say nothing
         if (sessions)
             sessions->passLogOn(*this, false);
         QMetaObject::invokeMethod(
