@@ -58,7 +58,7 @@ void KeyedList::fitRowHeight()
 
 void KeyedList::fitColumns()
 {
-    constexpr int rowsLookedAt = 50, widest = 280, margin = 18;
+    constexpr int rowsLookedAt = 50, widest = 170, margin = 18;
     m_hasWidths = true;
     const int last = m_rows->columnCount() - 1; // takes what is left, as long as it is asked to
     for (int column = 0; column < last + !horizontalHeader()->stretchLastSection(); ++column) {

@@ -40,13 +40,22 @@ void ServerPage::tellProblem(const QString &words)
 {
     m_problem->setText(words);
     m_problem->setVisible(!words.isEmpty());
+    m_hasFailed = false;
 }
 
 void ServerPage::showFailure(const Failure &failure)
 {
     // That there is no connection is the window's to say.
-    if (m_around.link.problem().isEmpty())
-        tellProblem(failure.isInterrupted() ? QString() : wordsOf(failure));
+    if (!m_around.link.problem().isEmpty())
+        return;
+    tellProblem(failure.isInterrupted() ? QString() : wordsOf(failure));
+    m_hasFailed = true;
+}
+
+void ServerPage::clearFailure()
+{
+    if (m_hasFailed)
+        tellProblem({});
 }
 
 bool isMissingRight(const Failure &failure)

@@ -62,7 +62,7 @@ protected:
         m_around.link.ask(
             *this, question,
             [this, show](auto &&answer) {
-                tellProblem({});
+                clearFailure();
                 show(std::forward<decltype(answer)>(answer));
                 endWaiting();
             },
@@ -80,12 +80,14 @@ private:
     void beginWaiting() { ++m_waiting; }
     void endWaiting();
     void showFailure(const Failure &failure);
+    void clearFailure();
 
     const ServerSurroundings m_around;
     const QString m_title;
     QLabel *m_problem;
     QVBoxLayout *m_content;
     int m_waiting = 0;
+    bool m_hasFailed = false; // that is what the lines above say
 };
 
 // A refusal for want of a right is said to be one; the server's words stand behind.

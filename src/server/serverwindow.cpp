@@ -61,6 +61,7 @@ ServerWindow::ServerWindow(const Session &session, ServerServices services,
 
 ServerWindow::~ServerWindow()
 {
+    disconnect(m_pages, nullptr, this, nullptr);
     delete m_pages; // before the link that they ask
 }
 

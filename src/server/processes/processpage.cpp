@@ -15,7 +15,6 @@
 #include <QSplitter>
 #include <QVBoxLayout>
 
-#include <algorithm>
 #include <map>
 
 namespace {
@@ -135,8 +134,11 @@ void ProcessPage::show(ProcessList list)
 {
     m_list = std::move(list);
     std::vector<KeyedRow> rows;
-    for (const Process &each : m_list.processes)
+    m_places.clear();
+    for (const Process &each : m_list.processes) {
+        m_places.insert(each.id, rows.size());
         rows.push_back(rowOf(each));
+    }
     m_table->show(std::move(rows));
     tellProblem(m_list.missing);
     if (!m_wanted.isEmpty())
@@ -146,8 +148,8 @@ void ProcessPage::show(ProcessList list)
 
 const Process *ProcessPage::process(const QString &id) const
 {
-    const auto found = std::ranges::find(m_list.processes, id, &Process::id);
-    return found == m_list.processes.end() ? nullptr : &*found;
+    const auto found = m_places.constFind(id);
+    return found == m_places.constEnd() ? nullptr : &m_list.processes[*found];
 }
 
 const Process *ProcessPage::current() const

@@ -3,6 +3,8 @@
 #include "server/processes/processreading.h"
 #include "server/serverpage.h"
 
+#include <QHash>
+
 class KeyedList;
 class QCheckBox;
 class QLabel;
@@ -41,6 +43,7 @@ private:
     // Used in the connection's thread alone.
     const std::shared_ptr<ProcessReader> m_reader = std::make_shared<ProcessReader>();
     ProcessList m_list;
+    QHash<QString, std::size_t> m_places; // of the numbers in the list
     KeyedList *m_table;
     QLineEdit *m_filter;
     QCheckBox *m_onlyRunning;
