@@ -1,5 +1,6 @@
 #include "server/serverpages.h"
 
+#include "server/accounts/privilegepage.h"
 #include "server/load/loadpage.h"
 #include "server/load/statuspage.h"
 #include "server/locks/lockpage.h"
@@ -16,6 +17,7 @@ std::vector<ServerPage *> makeServerPages(const ServerSurroundings &around)
         new LoadPage(around),
         new StatusPage(around),
         new VariablePage(around),
+        new PrivilegePage(around),
         new OverviewPage(around, "replicationPage", QStringLiteral("レプリケーションとログ"),
                          replicationOverviews(), OverviewPage::Reading::ByClock),
         new OverviewPage(around, "sizePage", QStringLiteral("表と索引"), sizeOverviews(),

@@ -1,10 +1,12 @@
 #include "core/session/basconnection.h"
+#include "server/accounts/grants.h"
 #include "server/keyedlist.h"
 #include "server/overview/indexes.h"
 #include "server/serverwindow.h"
 #include "server/variables/variablereading.h"
 #include "support/gui/stage.h"
 
+#include <QSpinBox>
 #include <QTabWidget>
 
 // The pages of the server's window that show settings and the like, on servers of each brand.
@@ -20,6 +22,12 @@ private Q_SLOTS:
     void superfluousIndexesAreFound();
     void listsOfTheServerAreRead_data() { TestServers::addRows(); }
     void listsOfTheServerAreRead();
+    void grantsAreReadAndTakenBack_data();
+    void grantsAreReadAndTakenBack();
+    void rightsAreGrantedAndRevoked_data() { TestServers::addRows(); }
+    void rightsAreGrantedAndRevoked();
+    void accountsAreMade_data() { TestServers::addRows(); }
+    void accountsAreMade();
     void missingRightsAreTold_data() { TestServers::addRows(); }
     void missingRightsAreTold();
 
@@ -208,6 +216,134 @@ void ServerPagesTest::missingRightsAreTold()
     m_page = &control<ServerPage>(*m_stage->window, "sizePage");
     control<QTabWidget>(*m_stage->window, "serverPages").setCurrentWidget(m_page);
     QTRY_VERIFY(label("pageProblem").contains("SELECT 権限がない"));
+    m_page = &control<ServerPage>(*m_stage->window, "privilegePage");
+    control<QTabWidget>(*m_stage->window, "serverPages").setCurrentWidget(m_page);
+    QTRY_VERIFY(label("pageProblem").contains("SELECT command denied"));
+    QVERIFY(list("accountList").choose("`visitor`@`%`")); // at least its own
+}
+
+void ServerPagesTest::grantsAreReadAndTakenBack_data()
+{
+    const Rows<QString, QString> row;
+    row("columns", "GRANT SELECT (`a, ON b`, `c`), INSERT ON `d`.`t` TO `u`@`%` WITH GRANT OPTION",
+        "REVOKE SELECT (`a, ON b`, `c`) ON `d`.`t` FROM `u`@`%`; REVOKE INSERT ON `d`.`t` FROM `u`@`%`");
+    row("old quotes", "GRANT USAGE ON *.* TO 'u'@'%' REQUIRE SSL WITH GRANT OPTION MAX_QUERIES_PER_HOUR 3",
+        "REVOKE GRANT OPTION ON *.* FROM `u`@`%`");
+    row("routine", "GRANT EXECUTE, ALTER ROUTINE ON PROCEDURE `d TO x`.`p` TO `u`@`%`",
+        "REVOKE EXECUTE ON PROCEDURE `d TO x`.`p` FROM `u`@`%`; "
+        "REVOKE ALTER ROUTINE ON PROCEDURE `d TO x`.`p` FROM `u`@`%`");
+    row("roles", "GRANT `a`@`%`,`b,c`@`%` TO `u`@`%` WITH ADMIN OPTION",
+        "REVOKE `a`@`%` FROM `u`@`%`; REVOKE `b,c`@`%` FROM `u`@`%`");
+    row("partial revoke", "REVOKE SELECT ON `d`.* FROM `u`@`%`", "GRANT SELECT ON `d`.* TO `u`@`%`");
+    row("no grant", "SET DEFAULT ROLE `a` FOR `u`@`%`", "");
+}
+
+void ServerPagesTest::grantsAreReadAndTakenBack()
+{
+    const auto [line, expected] = fetched<QString, QString>();
+    QStringList statements;
+    for (const Grant &each : grantsOf(line))
+        statements << revokeStatement(each, {"u", "%"});
+    QCOMPARE(statements.join("; "), expected);
+}
+
+void ServerPagesTest::rightsAreGrantedAndRevoked()
+{
+    QFETCH(TestServer::Brand, brand);
+    SKIP_WITHOUT(brand);
+    TestServer &server = m_servers.of(brand);
+    const bool isMySql9 = brand == TestServer::Brand::MySql9, hasRoles = brand != TestServer::Brand::MySql56;
+    if (hasRoles)
+        server.run("create role helper");
+    open(server, "privilegePage");
+    QTRY_VERIFY_WITH_TIMEOUT(list("accountList").choose("`visitor`@`%`"), 20'000);
+    const auto settle = [this] { QTRY_VERIFY_WITH_TIMEOUT(!m_page->isWaiting(), 20'000); };
+    const auto select = [this](const QString &privilege) {
+        auto &box = control<QComboBox>(*m_page, "privilegeChoice");
+        QVERIFY2(box.findText(privilege) >= 0, qPrintable(privilege));
+        box.setCurrentIndex(box.findText(privilege));
+    };
+    const auto isListed = [this](const QString &privilege, const QString &scope) {
+        return !cell("grantList", QString("%1\t%2\t00").arg(privilege, scope), 0).isNull();
+    };
+    settle();
+    select("INSERT");
+    m_stage->type("privilegeDatabase", "d");
+    const QString question = QString("サーバー 127.0.0.1:%1 で、visitor@% の権限を変えます。\r\n"
+                                     "GRANT INSERT ON `d`.* TO `visitor`@`%`\r\n続けますか？")
+                                 .arg(server.port());
+    m_dialogue->expectConfirm(question, Icon::Critical, false);
+    m_stage->click("grantPrivilege");
+    settle();
+    QVERIFY(!isListed("INSERT", "`d`.*"));
+    m_dialogue->expectConfirm(question, Icon::Critical, true);
+    m_stage->click("grantPrivilege");
+    settle();
+    QVERIFY(isListed("INSERT", "`d`.*"));
+    QVERIFY(label("privilegeNote").startsWith("加わりました: GRANT INSERT ON `d`.* TO "));
+
+    m_dialogue->agrees = true;
+    QVERIFY(list("grantList").choose("INSERT\t`d`.*\t00"));
+    m_stage->click("revokePrivilege");
+    settle();
+    QVERIFY(!isListed("INSERT", "`d`.*"));
+    m_stage->type("privilegeDatabase", "*");
+    if (isMySql9) {
+        select("BACKUP_ADMIN");
+        m_stage->click("grantPrivilege");
+        settle();
+        QVERIFY(isListed("BACKUP_ADMIN", "*.*"));
+    }
+    if (hasRoles) {
+        const QString role = isMySql9 ? "`helper`@`%`" : "`helper`";
+        QCOMPARE(cell("accountList", role, 1), "役割");
+        QCOMPARE(cell("accountList", "`visitor`@`%`", 1), "アカウント");
+        select(isMySql9 ? "役割 helper@%" : "役割 helper");
+        m_stage->click("grantPrivilege");
+        settle();
+        QVERIFY(isListed(role, ""));
+        QVERIFY(list("grantList").choose(role + "\t\t00"));
+        m_stage->click("revokePrivilege");
+        settle();
+        QVERIFY(!isListed(role, ""));
+    }
+    // A right that there is only for all is refused in the server's words.
+    select("SHUTDOWN");
+    m_stage->type("privilegeDatabase", "d");
+    m_stage->click("grantPrivilege");
+    settle();
+    QVERIFY(label("privilegeNote").startsWith("サーバーが断りました: "));
+    QVERIFY(label("privilegeNote").endsWith("SHOW GRANTS は変わっていません。"));
+}
+
+void ServerPagesTest::accountsAreMade()
+{
+    QFETCH(TestServer::Brand, brand);
+    SKIP_WITHOUT(brand);
+    TestServer &server = m_servers.of(brand);
+    open(server, "privilegePage");
+    QTRY_VERIFY_WITH_TIMEOUT(m_stage->isEnabled("createAccount"), 20'000);
+    m_dialogue->agrees = true;
+    const auto make = [this](const QString &user, int limit) {
+        m_stage->click("createAccount");
+        auto &window = control<QWidget>(*m_stage->window, "createAccountWindow");
+        control<QLineEdit>(window, "newUser").setText(user);
+        control<QLineEdit>(window, "newPassword").setText("it's \\ secret");
+        control<QSpinBox>(window, "newStatementsPerHour").setValue(limit);
+        QVERIFY(!control<QLabel>(window, "newStatements").text().contains("secret"));
+        press(window, {"sendAccount"});
+        QTRY_VERIFY_WITH_TIMEOUT(!m_page->isWaiting(), 20'000);
+    };
+    make("maker", 77);
+    QCOMPARE(label("privilegeNote"), "作りました: maker@%");
+    QVERIFY(!m_dialogue->lastQuestion.contains("secret"));
+    QVERIFY(!m_stage->session.statementLog->entries().back().statement.contains("secret"));
+    QVERIFY(server.accepts("maker", "it's \\ secret"));
+    QCOMPARE(cell("accountList", "`maker`@`%`", 6), "文/時 77");
+    make("maker", 1);
+    QVERIFY(label("privilegeNote").startsWith("サーバーが断りました。何も残っていません: "));
+    QVERIFY(!label("privilegeNote").contains("secret"));
+    QVERIFY(server.accepts("maker", "it's \\ secret"));
 }
 
 QTEST_MAIN(ServerPagesTest)

@@ -1,0 +1,162 @@
+#include "server/accounts/accountreading.h"
+
+#include "core/sql/passwords.h"
+#include "server/serverpage.h"
+
+#include <QRegularExpression>
+
+#include <algorithm>
+
+namespace {
+
+QString textOf(const RecordSet &rows, const char *field)
+{
+    const int index = rows.fieldIndex(QLatin1String(field));
+    return index < 0 || rows.isNull(index) ? QString() : rows.text(index);
+}
+
+QString tlsText(const RecordSet &rows)
+{
+    const QString type = textOf(rows, "ssl_type");
+    if (type != u"SPECIFIED")
+        return type == u"ANY" ? QStringLiteral("SSL") : type;
+    QStringList demands;
+    for (const auto &[field, word] :
+         {std::pair("ssl_cipher", "CIPHER"), {"x509_issuer", "ISSUER"}, {"x509_subject", "SUBJECT"}})
+        if (const QString value = textOf(rows, field); !value.isEmpty())
+            demands << QLatin1String(word) + u' ' + value;
+    return demands.join(QStringLiteral(", "));
+}
+
+QString expiryText(const RecordSet &rows)
+{
+    if (textOf(rows, "password_expired") == u"Y")
+        return QStringLiteral("期限切れ");
+    const QString days = textOf(rows, "password_lifetime");
+    return days.isEmpty() ? QString() : days == u"0" ? QStringLiteral("なし") : days + QStringLiteral(" 日");
+}
+
+QString limitsText(const RecordSet &rows)
+{
+    QStringList limits;
+    for (const auto &[field, word] : {std::pair("max_questions", "文/時 "),
+                                      {"max_updates", "変更/時 "},
+                                      {"max_connections", "接続/時 "},
+                                      {"max_user_connections", "同時接続 "},
+                                      {"max_statement_time", "秒/文 "}})
+        if (const QString value = textOf(rows, field); value.toDouble() != 0)
+            limits << QString::fromUtf8(word) + value;
+    return limits.join(QStringLiteral("、"));
+}
+
+ServerAccount accountOf(const RecordSet &rows)
+{
+    ServerAccount account{{textOf(rows, "user"), textOf(rows, "host")},
+                          textOf(rows, "is_role") == u"Y",
+                          textOf(rows, "plugin"),
+                          tlsText(rows),
+                          expiryText(rows),
+                          limitsText(rows),
+                          textOf(rows, "default_role"),
+                          textOf(rows, "account_locked") == u"Y"};
+    // CREATE ROLE of MySQL makes an account that nobody can log in with.
+    const int hash = rows.fieldIndex(QStringLiteral("authentication_string"));
+    if (account.isLocked && hash >= 0 && textOf(rows, "authentication_string").isEmpty())
+        account.isRole = true;
+    return account;
+}
+
+// MySQL 8 and later: which account has which roles, and which of them by default.
+void readRoles(Connection &connection, std::vector<ServerAccount> &accounts)
+{
+    const auto find = [&accounts](const QString &user, const QString &host) {
+        return std::ranges::find(accounts, AccountName{user, host}, &ServerAccount::name);
+    };
+    RecordSet edges = connection.execute(QStringLiteral("select from_user, from_host from mysql.role_edges"));
+    for (; !edges.isEof(); edges.moveNext())
+        if (const auto role = find(edges.text(0), edges.text(1)); role != accounts.end())
+            role->isRole = true;
+    RecordSet rows = connection.execute(
+        QStringLiteral("select user, host, default_role_user, default_role_host from mysql.default_roles"));
+    for (; !rows.isEof(); rows.moveNext())
+        if (const auto account = find(rows.text(0), rows.text(1)); account != accounts.end()) {
+            if (!account->defaultRoles.isEmpty())
+                account->defaultRoles += QStringLiteral(", ");
+            account->defaultRoles += AccountName{rows.text(2), rows.text(3)}.shown();
+        }
+}
+
+AccountName ownName(Connection &connection)
+{
+    const QString own = connection.execute(QStringLiteral("select current_user()")).text(0);
+    const qsizetype at = own.lastIndexOf(u'@');
+    return {own.left(at), own.mid(at + 1)};
+}
+
+} // namespace
+
+AccountList readAccountList(Connection &connection)
+{
+    AccountList list;
+    try {
+        RecordSet rows = connection.execute(QStringLiteral("select * from mysql.user order by user, host"));
+        for (; !rows.isEof(); rows.moveNext())
+            list.accounts.push_back(accountOf(rows));
+        const ServerInfo server = connection.server();
+        if (!server.isMariaDb && server.number >= 80000)
+            readRoles(connection, list.accounts);
+    } catch (const Failure &failure) {
+        if (!isMissingRight(failure))
+            throw;
+        list.missing = wordsOf(failure);
+        if (list.accounts.empty())
+            list.accounts.push_back({ownName(connection), {}, {}, {}, {}, {}, {}, {}});
+    }
+    return list;
+}
+
+QStringList readGrantLines(Connection &connection, const AccountName &account)
+{
+    // The old servers tell the hash of the password.
+    static const QRegularExpression password(
+        QStringLiteral(" IDENTIFIED (BY PASSWORD|VIA|WITH) .*?(?= REQUIRE | WITH |$)"));
+    QStringList lines;
+    RecordSet rows = connection.execute(QStringLiteral("show grants for ") + account.quoted());
+    for (; !rows.isEof(); rows.moveNext())
+        lines << rows.text(0).remove(password);
+    return lines;
+}
+
+std::vector<KnownPrivilege> readPrivileges(Connection &connection)
+{
+    static const QStringList notRights{"GRANT OPTION", "PROXY", "USAGE"};
+    std::vector<KnownPrivilege> privileges;
+    for (RecordSet rows = connection.execute(QStringLiteral("show privileges")); !rows.isEof();
+         rows.moveNext()) {
+        const QString name = rows.text(0).toUpper();
+        if (!notRights.contains(name))
+            privileges.push_back({name, rows.text(1)});
+    }
+    std::ranges::sort(privileges, {}, &KnownPrivilege::name);
+    return privileges;
+}
+
+RightsChanged changeRights(Connection &connection, const AccountName &account, const QStringList &statements)
+{
+    const QStringList before = readGrantLines(connection, account);
+    RightsChanged changed;
+    try {
+        for (const QString &statement : statements)
+            connection.execute(statement);
+    } catch (const Failure &failure) {
+        if (failure.isConnectionLost() || failure.isInterrupted())
+            throw;
+        changed.refusal = failure.description();
+    }
+    const QStringList after = readGrantLines(connection, account);
+    std::ranges::copy_if(before, std::back_inserter(changed.gone),
+                         [&](const QString &line) { return !after.contains(line); });
+    std::ranges::copy_if(after, std::back_inserter(changed.come),
+                         [&](const QString &line) { return !before.contains(line); });
+    return changed;
+}

@@ -1,0 +1,32 @@
+#pragma once
+
+#include <QString>
+#include <QStringList>
+
+#include <vector>
+
+// An account or a role; a role of MariaDB has no host.
+struct AccountName {
+    QString user, host;
+
+    QString quoted() const; // as statements take it: "`u`@`%`", "`r`"
+    QString shown() const;  // "u@%", "r"
+    bool operator==(const AccountName &) const = default;
+};
+
+// One right or role of an account.
+struct Grant {
+    QString privilege;          // "SELECT (`a`)", "BACKUP_ADMIN"; a role as statements take it
+    QString scope;              // "*.*", "`d`.*", "PROCEDURE `d`.`p`"; empty for a role
+    bool isGrantable = false;   // the account may hand it on
+    bool isRestriction = false; // MySQL's partial revokes: what is not allowed here
+
+    bool isRole() const { return scope.isEmpty(); }
+    bool operator==(const Grant &) const = default;
+};
+// What a line of SHOW GRANTS gives; nothing for a line of another kind ("SET DEFAULT ROLE").
+std::vector<Grant> grantsOf(const QString &line);
+
+// The statements for one right or role.
+QString grantStatement(const Grant &grant, const AccountName &account);
+QString revokeStatement(const Grant &grant, const AccountName &account);
