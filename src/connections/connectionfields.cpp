@@ -68,6 +68,8 @@ ConnectionFields::ConnectionFields(QWidget *parent)
                     {QStringLiteral("サーバーが対応していれば暗号化"), QStringLiteral("暗号化を必ず求める"),
                      QStringLiteral("証明書も確かめる")}))
     , m_ca(made<QLineEdit>("connectionCa"))
+    , m_caFolder(made<QLineEdit>("connectionCaFolder"))
+    , m_cipher(made<QLineEdit>("connectionCipher"))
     , m_certificate(made<QLineEdit>("connectionCertificate"))
     , m_key(made<QLineEdit>("connectionKey"))
     , m_fingerprint(made<QLineEdit>("connectionFingerprint"))
@@ -96,6 +98,9 @@ ConnectionFields::ConnectionFields(QWidget *parent)
     addTab(sshPage(), QStringLiteral("SSH"));
     addTab(otherPage(), QStringLiteral("そのほか"));
     connect(m_kind, &QComboBox::currentIndexChanged, this, &ConnectionFields::showKind);
+    connect(m_name, &QLineEdit::textChanged, this, &ConnectionFields::edited);
+    for (const QComboBox *box : {m_colour, m_environment})
+        connect(box, &QComboBox::currentIndexChanged, this, &ConnectionFields::edited);
     showKind();
 }
 
@@ -118,7 +123,7 @@ QWidget *ConnectionFields::serverPage()
     return page;
 }
 
-QWidget *ConnectionFields::fileRow(QLineEdit &line, const QString &title)
+QWidget *ConnectionFields::fileRow(QLineEdit &line, const QString &title, bool isFolder)
 {
     auto *row = new QWidget;
     auto *layout = new QHBoxLayout(row);
@@ -127,8 +132,9 @@ QWidget *ConnectionFields::fileRow(QLineEdit &line, const QString &title)
     button->setObjectName(line.objectName() + QStringLiteral("Choose"));
     button->setAccessibleName(title + QStringLiteral("を選ぶ"));
     button->setAutoDefault(false);
-    connect(button, &QPushButton::clicked, this, [this, &line, title] {
-        const QString path = QFileDialog::getOpenFileName(this, title, line.text());
+    connect(button, &QPushButton::clicked, this, [this, &line, title, isFolder] {
+        const QString path = isFolder ? QFileDialog::getExistingDirectory(this, title, line.text())
+                                      : QFileDialog::getOpenFileName(this, title, line.text());
         if (!path.isEmpty())
             line.setText(path);
     });
@@ -145,10 +151,14 @@ QWidget *ConnectionFields::tlsPage()
     auto *form = new QFormLayout(page);
     addRow(*form, QStringLiteral("TLS"), m_tls);
     addRow(*form, QStringLiteral("認証局の証明書 (PEM)"), fileRow(*m_ca, QStringLiteral("認証局の証明書")));
+    addRow(*form, QStringLiteral("認証局のフォルダー"),
+           fileRow(*m_caFolder, QStringLiteral("認証局のフォルダー"), true));
     addRow(*form, QStringLiteral("自分の証明書 (PEM)"),
            fileRow(*m_certificate, QStringLiteral("自分の証明書")));
     addRow(*form, QStringLiteral("自分の鍵 (PEM)"), fileRow(*m_key, QStringLiteral("自分の鍵")));
     addRow(*form, QStringLiteral("証明書の指紋 (SHA-1)"), m_fingerprint);
+    addRow(*form, QStringLiteral("暗号スイート"), m_cipher);
+    m_cipher->setPlaceholderText(QStringLiteral("空なら選びません"));
     form->addRow(m_clearText);
     return page;
 }
@@ -206,6 +216,7 @@ void ConnectionFields::showColour(const QString &colour)
 
 void ConnectionFields::show(const ConnectionProfile &profile)
 {
+    const QSignalBlocker notByTheUser(this);
     m_name->setText(profile.name);
     m_folder->setEditText(profile.folder);
     showColour(profile.colour);
@@ -222,6 +233,8 @@ void ConnectionFields::show(const ConnectionProfile &profile)
     m_database->setText(profile.database);
     m_tls->setCurrentIndex(static_cast<int>(profile.tls.mode));
     m_ca->setText(profile.tls.authority);
+    m_caFolder->setText(profile.tls.authorityFolder);
+    m_cipher->setText(profile.tls.cipher);
     m_certificate->setText(profile.tls.certificate);
     m_key->setText(profile.tls.key);
     m_fingerprint->setText(profile.tls.fingerprint);
@@ -251,6 +264,8 @@ ConnectionProfile ConnectionFields::profile(ConnectionProfile profile) const
     profile.database = m_database->text().trimmed();
     profile.tls.mode = static_cast<TlsMode>(m_tls->currentIndex());
     profile.tls.authority = m_ca->text().trimmed();
+    profile.tls.authorityFolder = m_caFolder->text().trimmed();
+    profile.tls.cipher = m_cipher->text().trimmed();
     profile.tls.certificate = m_certificate->text().trimmed();
     profile.tls.key = m_key->text().trimmed();
     profile.tls.fingerprint = m_fingerprint->text().trimmed();

@@ -25,18 +25,22 @@ public:
     void setFolders(const QStringList &folders); // to choose from
     void beginWithName();
 
+Q_SIGNALS:
+    // What the list shows of it, by the user.
+    void edited();
+
 private:
     QWidget *serverPage();
     QWidget *tlsPage();
     QWidget *sshPage();
     QWidget *otherPage();
-    QWidget *fileRow(QLineEdit &line, const QString &title);
+    QWidget *fileRow(QLineEdit &line, const QString &title, bool isFolder = false);
     void showKind();
     void showColour(const QString &colour);
 
     QLineEdit *m_name, *m_server, *m_port, *m_user, *m_password, *m_database;
     QComboBox *m_folder, *m_colour, *m_environment, *m_kind, *m_source, *m_keeping, *m_tls;
-    QLineEdit *m_ca, *m_certificate, *m_key, *m_fingerprint;
+    QLineEdit *m_ca, *m_caFolder, *m_cipher, *m_certificate, *m_key, *m_fingerprint;
     QCheckBox *m_clearText;
     QLineEdit *m_ssh, *m_sshPort, *m_sshUser, *m_sshKey;
     QSpinBox *m_keepAlive;

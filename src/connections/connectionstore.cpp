@@ -15,6 +15,17 @@
 namespace {
 
 constexpr qsizetype mostUsed = 10;
+constexpr int ownVersion = 1;
+
+// The same at each reading, so that one that is chosen is found again.
+void giveOwnId(ConnectionProfile &profile, const std::vector<ConnectionProfile> &others)
+{
+    if (profile.id.isEmpty())
+        profile.id = QUuid::createUuidV5(QUuid(), profile.name + u'\n' + profile.server + profile.source)
+                         .toString(QUuid::WithoutBraces);
+    while (std::ranges::any_of(others, [&](const auto &each) { return each.id == profile.id; }))
+        profile.id += QStringLiteral("-2");
+}
 
 std::vector<ConnectionProfile> profilesOf(const QJsonValue &list, bool &isDamaged)
 {
@@ -25,8 +36,7 @@ std::vector<ConnectionProfile> profilesOf(const QJsonValue &list, bool &isDamage
         isDamaged |= !value.isObject();
         if (profile.name.isEmpty() && profile.server.isEmpty() && profile.source.isEmpty())
             continue;
-        if (profile.id.isEmpty())
-            profile.id = QUuid::createUuid().toString(QUuid::WithoutBraces);
+        giveOwnId(profile, profiles);
         profiles.push_back(std::move(profile));
     }
     return profiles;
@@ -34,7 +44,7 @@ std::vector<ConnectionProfile> profilesOf(const QJsonValue &list, bool &isDamage
 
 QByteArray document(const QJsonArray &connections, QJsonObject root)
 {
-    root[u"version"] = 1;
+    root[u"version"] = ownVersion;
     root[u"connections"] = connections;
     return QJsonDocument(root).toJson();
 }
@@ -49,12 +59,33 @@ auto position(auto &profiles, const QString &id)
     return std::ranges::find_if(profiles, [&](const auto &each) { return each.id == id; });
 }
 
-// The same connection, whatever it is called in the two lists.
-bool isSame(ConnectionProfile left, const ConnectionProfile &right)
+// What a later version has written it may mean otherwise.
+bool isOfLaterVersion(const QJsonObject &root)
 {
-    left.id = right.id;
-    left.password = right.password;
-    return left == right;
+    return root[u"version"].toInt() > ownVersion;
+}
+
+// One of that name in that folder would be taken for the other.
+QString freeName(const ConnectionProfile &profile, const std::vector<ConnectionProfile> &others)
+{
+    const auto isTaken = [&](const QString &name) {
+        return std::ranges::any_of(
+            others, [&](const auto &each) { return each.name == name && each.folder == profile.folder; });
+    };
+    QString name = profile.name;
+    for (int number = 2; isTaken(name); ++number)
+        name = profile.name + QStringLiteral(" (%1)").arg(number);
+    return name;
+}
+
+// The same connection, which may have been given a free name in the list that it was brought to.
+bool isSame(ConnectionProfile here, const ConnectionProfile &brought)
+{
+    if (here.name.startsWith(brought.name + QStringLiteral(" (")))
+        here.name = brought.name;
+    here.id = brought.id;
+    here.password = brought.password;
+    return here == brought;
 }
 
 } // namespace
@@ -70,6 +101,7 @@ QString ConnectionStore::read()
     const std::vector<ConnectionProfile> known = std::exchange(m_profiles, {});
     m_used.clear();
     m_unknown = {};
+    m_isLater = false;
     m_refusal = whyLeftAlone(m_path);
     QFile file(m_path);
     if (!m_refusal.isEmpty() || !file.exists())
@@ -80,7 +112,7 @@ QString ConnectionStore::read()
     const QByteArray bytes = file.readAll();
     bool isDamaged = false;
     take(bytes, isDamaged);
-    if (!isDamaged)
+    if (!isDamaged || m_isLater)
         return {};
     // What was read before it was damaged is not lost with it.
     for (const ConnectionProfile &profile : known)
@@ -99,6 +131,7 @@ void ConnectionStore::take(const QByteArray &bytes, bool &isDamaged)
     if (isDamaged)
         return;
     QJsonObject root = document.object();
+    m_isLater = isOfLaterVersion(root);
     m_profiles = profilesOf(root.take(u"connections"), isDamaged);
     for (const QJsonValue &id : root.take(u"used").toArray())
         m_used << id.toString();
@@ -130,59 +163,75 @@ QString ConnectionStore::write() const
     return named(m_path, saveWholeFile(m_path, document(connections, root), Readers::OwnerOnly));
 }
 
-QString ConnectionStore::put(ConnectionProfile &profile, const ConnectionProfile &before)
+QString ConnectionStore::change(const Change &change)
 {
     const FileLock lock(m_path);
     QString words = read();
     if (!m_refusal.isEmpty())
         return m_refusal;
-    if (profile.id.isEmpty())
-        profile.id = QUuid::createUuid().toString(QUuid::WithoutBraces);
-    if (profile.keeping != PasswordKeeping::File)
-        profile.password.clear();
-    auto found = position(m_profiles, profile.id);
-    if (found != m_profiles.end() && *found != before && *found != profile) {
-        words += QStringLiteral("「%1」は、ほかのプログラムでも変更されました。両方を残します。")
-                     .arg(profile.name);
-        profile.id = QUuid::createUuid().toString(QUuid::WithoutBraces);
-        profile.name += QStringLiteral(" (2)");
-        found = m_profiles.end();
-    }
-    if (found == m_profiles.end())
-        m_profiles.push_back(profile);
-    else
-        *found = profile;
+    if (m_isLater)
+        return named(m_path,
+                     QStringLiteral("新しいバージョンのプログラムが書いたファイルなので、変更しません。"));
+    words += change();
     const QString failure = write();
     return failure.isEmpty() ? words : failure;
 }
 
-QString ConnectionStore::remove(const QString &id)
+QString ConnectionStore::put(ConnectionProfile &profile, const ConnectionProfile &before)
 {
-    const FileLock lock(m_path);
-    const QString words = read();
-    if (!m_refusal.isEmpty())
-        return m_refusal;
-    std::erase_if(m_profiles, [&](const ConnectionProfile &each) { return each.id == id; });
-    const QString failure = write();
-    return failure.isEmpty() ? words : failure;
+    return change([&] {
+        QString words;
+        if (profile.id.isEmpty())
+            profile.id = QUuid::createUuid().toString(QUuid::WithoutBraces);
+        if (profile.keeping != PasswordKeeping::File)
+            profile.password.clear();
+        auto found = position(m_profiles, profile.id);
+        if (found != m_profiles.end() && *found != before && *found != profile) {
+            words = QStringLiteral("「%1」は、ほかのプログラムでも変更されました。両方を残します。")
+                        .arg(profile.name);
+            profile.id = QUuid::createUuid().toString(QUuid::WithoutBraces);
+            profile.name = freeName(profile, m_profiles);
+            found = m_profiles.end();
+        } else if (found == m_profiles.end() && before.isSaved()) {
+            words = QStringLiteral(
+                        "「%1」は、ほかのプログラムで削除されていました。ここでの変更とともに残します。")
+                        .arg(profile.name);
+        }
+        if (found == m_profiles.end())
+            m_profiles.push_back(profile);
+        else
+            *found = profile;
+        return words;
+    });
+}
+
+QString ConnectionStore::remove(ConnectionProfile profile)
+{
+    return change([&] {
+        const auto found = position(m_profiles, profile.id);
+        if (found == m_profiles.end())
+            return QString();
+        if (*found != profile)
+            return QStringLiteral("「%1」は、ほかのプログラムで変更されたので、削除していません。")
+                .arg(profile.name);
+        m_profiles.erase(found);
+        return QString();
+    });
 }
 
 QString ConnectionStore::use(const QString &id)
 {
-    const FileLock lock(m_path);
-    const QString words = read();
-    if (!m_refusal.isEmpty())
-        return m_refusal;
-    m_used.removeAll(id);
-    m_used.prepend(id);
-    m_used = m_used.mid(0, mostUsed);
-    const QString failure = write();
-    return failure.isEmpty() ? words : failure;
+    const QString words = change([&] {
+        m_used.removeAll(id);
+        m_used.prepend(id);
+        m_used = m_used.mid(0, mostUsed);
+        return QString();
+    });
+    return m_isLater ? QString() : words; // the connection stands all the same
 }
 
-QString ConnectionStore::import(const QString &path, int &count)
+QString ConnectionStore::import(const QString &path)
 {
-    count = 0;
     QFile file(path);
     if (const QString why = whyLeftAlone(path); !why.isEmpty())
         return why;
@@ -190,26 +239,40 @@ QString ConnectionStore::import(const QString &path, int &count)
         return named(path, file.errorString());
     bool isDamaged = false;
     const QJsonObject root = QJsonDocument::fromJson(file.readAll()).object();
+    if (isOfLaterVersion(root))
+        return named(path,
+                     QStringLiteral("新しいバージョンのプログラムが書いたファイルなので、読み込めません。"));
     const std::vector<ConnectionProfile> brought = profilesOf(root[u"connections"], isDamaged);
     if (isDamaged)
         return QStringLiteral("「%1」は接続先のファイルではありません。").arg(QDir::toNativeSeparators(path));
+    return change([&] { return take(brought); });
+}
 
-    const FileLock lock(m_path);
-    const QString words = read();
-    if (!m_refusal.isEmpty())
-        return m_refusal;
+QString ConnectionStore::take(const std::vector<ConnectionProfile> &brought)
+{
+    int count = 0, known = 0;
+    QStringList renamed;
     for (ConnectionProfile profile : brought) {
         profile.password.clear(); // a file from elsewhere brings none
-        if (std::ranges::any_of(m_profiles, [&](const auto &each) { return isSame(each, profile); }))
+        if (std::ranges::any_of(m_profiles, [&](const auto &each) { return isSame(each, profile); })) {
+            ++known;
             continue;
-        // One of the same origin that was changed since is another one.
-        if (find(profile.id))
-            profile.id = QUuid::createUuid().toString(QUuid::WithoutBraces);
+        }
+        giveOwnId(profile, m_profiles);
+        if (const QString name = freeName(profile, m_profiles); name != profile.name) {
+            renamed << QStringLiteral("\n「%1」→「%2」").arg(profile.name, name);
+            profile.name = name;
+        }
         m_profiles.push_back(std::move(profile));
         ++count;
     }
-    const QString failure = write();
-    return failure.isEmpty() ? words : failure;
+    QString words = QStringLiteral("%1 件を読み込みました。").arg(count);
+    if (known > 0)
+        words += QStringLiteral("\n%1 件は同じものがあるので、読み込んでいません。").arg(known);
+    if (!renamed.isEmpty())
+        words += QStringLiteral("\n同じ名前で内容の違うものがあるので、名前を変えました:") +
+                 renamed.join(QString());
+    return words;
 }
 
 QString ConnectionStore::exportTo(const QString &path) const
@@ -233,4 +296,20 @@ std::vector<ConnectionProfile> ConnectionStore::lastUsed() const
         if (const ConnectionProfile *profile = find(id))
             last.push_back(*profile);
     return last;
+}
+
+ConnectionProfile inUse(ConnectionProfile used, const ConnectionProfile &saved)
+{
+    used.name = saved.name;
+    used.folder = saved.folder;
+    used.colour = saved.colour;
+    if (used.environment != Environment::Production)
+        used.environment = saved.environment;
+    used.isReadOnly |= saved.isReadOnly;
+    used.keepAlive = saved.keepAlive;
+    used.keeping = saved.keeping;
+    used.password = saved.password;
+    used.note = saved.note;
+    used.unknown = saved.unknown;
+    return used;
 }

@@ -4,6 +4,7 @@
 
 #include <QStringList>
 
+#include <functional>
 #include <vector>
 
 struct Session;
@@ -24,13 +25,15 @@ public:
     // Reads anew. A damaged file is kept aside, and read as far as it makes sense.
     QString read();
     // The profile as it is now in place of what it was when it was read; a new one has no `before`. Where
-    // another program has changed the same one meanwhile, both stay, and `profile` becomes the second.
+    // another program has changed the same one meanwhile, both stay, and `profile` becomes the second; where
+    // it was removed, it is there again.
     QString put(ConnectionProfile &profile, const ConnectionProfile &before = {});
-    QString remove(const QString &id);
+    // Unless another program has changed it since it was read.
+    QString remove(ConnectionProfile profile); // by value: the list is read anew
     // Notes that the connection was used: the last ones are offered first.
     QString use(const QString &id);
-    // Takes in what another store exported; how many there were that are not here already.
-    QString import(const QString &path, int &count);
+    // Takes in what another store exported, and always says what came of it.
+    QString import(const QString &path);
     // For others: without passwords.
     QString exportTo(const QString &path) const;
 
@@ -40,6 +43,10 @@ public:
     std::vector<ConnectionProfile> lastUsed() const;
 
 private:
+    // To what the file holds now; gives words for the user.
+    using Change = std::function<QString()>;
+    QString change(const Change &change);
+    QString take(const std::vector<ConnectionProfile> &brought);
     void take(const QByteArray &bytes, bool &isDamaged);
     QString keepAside(const QByteArray &bytes);
     QString write() const;
@@ -48,5 +55,10 @@ private:
     std::vector<ConnectionProfile> m_profiles;
     QStringList m_used; // ids
     QJsonObject m_unknown;
-    QString m_refusal; // why the file is neither read nor written
+    bool m_isLater = false; // of a later version: read as far as it is known, and not written
+    QString m_refusal;      // why the file is neither read nor written
 };
+
+// What the saved connection's changes mean for the one that stands: what it is called and how it is shown,
+// and what it may do, where that is less. The rest is for the next one.
+ConnectionProfile inUse(ConnectionProfile used, const ConnectionProfile &saved);

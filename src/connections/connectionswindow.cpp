@@ -1,10 +1,8 @@
 #include "connections/connectionswindow.h"
 
-#include "connections/connectionadvice.h"
-#include "connections/connectionfields.h"
-#include "connections/connectiontest.h"
+#include "connections/connectiondetails.h"
+#include "connections/connectionlist.h"
 #include "connections/keystore.h"
-#include "controls/lists/filterline.h"
 #include "controls/window/building.h"
 #include "core/session/session.h"
 #include "core/sql/listitem.h"
@@ -12,51 +10,18 @@
 #include <QFileDialog>
 #include <QHBoxLayout>
 #include <QKeyEvent>
-#include <QLabel>
 #include <QPushButton>
 #include <QScreen>
-#include <QScrollArea>
-#include <QSignalBlocker>
 #include <QSplitter>
-#include <QTreeWidget>
-
-namespace {
-
-constexpr int idRole = Qt::UserRole;
-
-QString shownName(const ConnectionProfile &profile)
-{
-    const QString name = profile.name.isEmpty() ? profile.server + profile.source : profile.name;
-    const QString environment = environmentText(profile.environment);
-    return visibleName(name) +
-           (environment.isEmpty() ? QString() : QStringLiteral("（%1）").arg(environment));
-}
-
-QIcon dot(const QString &colour)
-{
-    QPixmap picture(12, 12);
-    picture.fill(colour.isEmpty() ? QColor(Qt::transparent) : QColor(colour));
-    return picture;
-}
-
-void describe(const ConnectionProfile &profile, QTreeWidgetItem &item)
-{
-    item.setText(0, shownName(profile));
-    item.setIcon(0, dot(profile.colour));
-    item.setToolTip(0, plainTip(visibleName(profile.user + u'@' + profile.server + u':' + profile.port)));
-}
-
-} // namespace
 
 ConnectionsWindow::ConnectionsWindow(Session &session, const QString &chosenId, QWidget *parent)
     : StoppableDialog(session.runner, parent)
     , m_session(session)
     , m_store(connectionsFile(session))
     , m_dialogue(this, {})
-    , m_list(made<QTreeWidget>("connectionList"))
+    , m_list(made<ConnectionList>("connectionList"))
     , m_filter(made<QLineEdit>("connectionFilter"))
-    , m_fields(new ConnectionFields(this))
-    , m_result(made<QLabel>("connectionResult"))
+    , m_details(new ConnectionDetails(session))
 {
     setObjectName(QStringLiteral("connectionsWindow"));
     setWindowTitle(QStringLiteral("接続先"));
@@ -69,8 +34,12 @@ ConnectionsWindow::ConnectionsWindow(Session &session, const QString &chosenId, 
     layout->addWidget(split);
     connect(m_list, &QTreeWidget::currentItemChanged, this, &ConnectionsWindow::showChosen);
     connect(m_list, &QTreeWidget::itemDoubleClicked, this, [this](const QTreeWidgetItem *item) {
-        if (!item->data(0, idRole).toString().isEmpty())
+        if (item == m_list->currentItem()) // a folder is never the current one
             use();
+    });
+    connect(&m_details->fields(), &ConnectionFields::edited, this, [this] {
+        if (isChosen())
+            m_list->describe(fields().profile(m_shown));
     });
     m_list->installEventFilter(this);
     m_filter->installEventFilter(this);
@@ -82,14 +51,11 @@ ConnectionsWindow::ConnectionsWindow(Session &session, const QString &chosenId, 
 
 QWidget *ConnectionsWindow::listSide()
 {
-    m_list->setHeaderHidden(true);
-    m_list->setIndentation(14);
-    m_list->setAccessibleName(QStringLiteral("接続先の一覧"));
     m_filter->setPlaceholderText(QStringLiteral("絞り込み"));
     m_filter->setAccessibleName(QStringLiteral("接続先の絞り込み"));
     connect(m_filter, &QLineEdit::textChanged, this, [this] {
         keep();
-        applyFilter();
+        m_list->filter(m_filter->text());
     });
     auto *side = new QWidget;
     auto *layout = new QVBoxLayout(side);
@@ -115,19 +81,10 @@ QWidget *ConnectionsWindow::listSide()
 
 QWidget *ConnectionsWindow::fieldSide()
 {
-    m_result->setTextFormat(Qt::PlainText);
-    m_result->setWordWrap(true);
-    m_result->setTextInteractionFlags(Qt::TextSelectableByMouse | Qt::TextSelectableByKeyboard);
-    m_result->setAccessibleName(QStringLiteral("接続テストの結果"));
     auto *side = new QWidget;
     auto *layout = new QVBoxLayout(side);
     layout->setContentsMargins({});
-    auto *area = new QScrollArea; // small screens do not hold all fields
-    area->setWidgetResizable(true);
-    area->setFrameShape(QFrame::NoFrame);
-    area->setWidget(m_fields);
-    layout->addWidget(area, 1);
-    layout->addWidget(m_result);
+    layout->addWidget(m_details, 1);
     auto *buttons = new QHBoxLayout;
     for (QPushButton *each :
          {button("testConnection", QStringLiteral("接続テスト"), &ConnectionsWindow::test),
@@ -147,6 +104,11 @@ QWidget *ConnectionsWindow::fieldSide()
     return side;
 }
 
+ConnectionFields &ConnectionsWindow::fields() const
+{
+    return m_details->fields();
+}
+
 QPushButton *ConnectionsWindow::button(const char *name, const QString &text,
                                        void (ConnectionsWindow::*action)())
 {
@@ -158,97 +120,18 @@ QPushButton *ConnectionsWindow::button(const char *name, const QString &text,
 
 void ConnectionsWindow::fill(const QString &idToChoose)
 {
-    {
-        const QSignalBlocker quiet(m_list);
-        m_list->clear();
-        for (const ConnectionProfile &profile : m_store.profiles()) {
-            QTreeWidgetItem *folder = folderItem(profile.folder);
-            QTreeWidgetItem *item = itemOf(profile);
-            if (folder)
-                folder->addChild(item);
-            else
-                m_list->addTopLevelItem(item);
-        }
-        m_list->sortItems(0, Qt::AscendingOrder);
-        m_list->expandAll();
-        applyFilter();
-        QStringList folders{QString()};
-        for (int i = 0; i < m_list->topLevelItemCount(); ++i)
-            if (m_list->topLevelItem(i)->data(0, idRole).toString().isEmpty())
-                folders << m_list->topLevelItem(i)->text(0);
-        m_fields->setFolders(folders);
-        QTreeWidgetItem *chosen = findItem(idToChoose);
-        for (QTreeWidgetItemIterator each(m_list); *each && !chosen; ++each)
-            if (!(*each)->data(0, idRole).toString().isEmpty())
-                chosen = *each;
-        m_list->setCurrentItem(chosen);
-    }
+    m_list->fill(m_store.profiles(), idToChoose);
+    fields().setFolders(QStringList{QString()} + m_list->folders());
     m_shown = {};
     showChosen();
-}
-
-QTreeWidgetItem *ConnectionsWindow::itemOf(const ConnectionProfile &profile)
-{
-    auto *item = new QTreeWidgetItem;
-    item->setData(0, idRole, profile.id);
-    describe(profile, *item);
-    return item;
-}
-
-QTreeWidgetItem *ConnectionsWindow::folderItem(const QString &folder)
-{
-    if (folder.isEmpty())
-        return nullptr;
-    for (int i = 0; i < m_list->topLevelItemCount(); ++i)
-        if (QTreeWidgetItem *item = m_list->topLevelItem(i);
-            item->data(0, idRole).toString().isEmpty() && item->text(0) == folder)
-            return item;
-    auto *item = new QTreeWidgetItem({folder});
-    item->setFlags(Qt::ItemIsEnabled);
-    m_list->addTopLevelItem(item);
-    return item;
-}
-
-QTreeWidgetItem *ConnectionsWindow::findItem(const QString &id) const
-{
-    for (QTreeWidgetItemIterator each(m_list); *each && !id.isEmpty(); ++each)
-        if ((*each)->data(0, idRole).toString() == id)
-            return *each;
-    return nullptr;
-}
-
-void ConnectionsWindow::applyFilter()
-{
-    for (QTreeWidgetItemIterator each(m_list); *each; ++each) {
-        QTreeWidgetItem *item = *each;
-        const QString id = item->data(0, idRole).toString();
-        if (id.isEmpty()) {
-            item->setHidden(true); // until one of its items is seen
-            continue;
-        }
-        const ConnectionProfile *profile = m_store.find(id);
-        const bool isSeen =
-            profile &&
-            passesFilter(QStringList{profile->name, profile->folder, profile->server, profile->user,
-                                     profile->source, environmentText(profile->environment)}
-                             .join(u' '),
-                         m_filter->text());
-        item->setHidden(!isSeen);
-        if (isSeen && item->parent())
-            item->parent()->setHidden(false);
-    }
 }
 
 void ConnectionsWindow::showChosen()
 {
     keep();
-    const QTreeWidgetItem *item = m_list->currentItem();
-    const ConnectionProfile *profile = item ? m_store.find(item->data(0, idRole).toString()) : nullptr;
+    const ConnectionProfile *profile = m_store.find(m_list->chosenId());
     m_shown = profile ? *profile : ConnectionProfile();
-    m_keptPassword.clear();
-    m_fields->show(m_shown);
-    m_fields->setEnabled(profile);
-    m_result->clear();
+    m_details->describe(m_shown);
     for (QPushButton *each : m_needChosen)
         each->setEnabled(profile);
 }
@@ -257,8 +140,8 @@ bool ConnectionsWindow::keep()
 {
     if (!isChosen())
         return true;
-    ConnectionProfile now = m_fields->profile(m_shown);
-    keepPassword(m_shown, now);
+    ConnectionProfile now = fields().profile(m_shown);
+    tell(m_details->keepPassword(m_shown, now));
     if (now == m_shown)
         return true;
     const QString id = m_shown.id;
@@ -269,50 +152,29 @@ bool ConnectionsWindow::keep()
     if (!isKept)
         return false;
     m_shown = now;
-    QTreeWidgetItem *item = findItem(id);
-    if (item && now.id == id && !isMoved) {
-        describe(now, *item);
+    if (now.id == id && !isMoved) {
+        m_list->describe(now);
         return true;
     }
     // Not from within the list's own signal.
     QMetaObject::invokeMethod(
         this,
         [this] {
-            const QTreeWidgetItem *current = m_list->currentItem();
+            const QString current = m_list->chosenId();
             keep();
-            fill(current ? current->data(0, idRole).toString() : QString());
+            fill(current);
         },
         Qt::QueuedConnection);
     return true;
 }
 
-void ConnectionsWindow::keepPassword(const ConnectionProfile &before, const ConnectionProfile &now)
-{
-    const QString typed = m_fields->password();
-    const bool isForStore = now.keeping == PasswordKeeping::Desktop;
-    if (isForStore ? typed.isEmpty() || typed == m_keptPassword : before.keeping != PasswordKeeping::Desktop)
-        return;
-    m_session.runner.run(this, QStringLiteral("キーストア"), [&] {
-        KeyStore store;
-        const QString why = isForStore ? store.write(now.id, typed) : store.remove(now.id);
-        if (isForStore && !why.isEmpty())
-            tell(QStringLiteral("パスワードをキーストアに保存できません。接続のたびに尋ねます。\n") + why);
-        m_keptPassword = isForStore ? typed : QString();
-    });
-}
-
-QString ConnectionsWindow::password(const ConnectionProfile &profile)
-{
-    const QString typed = m_fields->password();
-    if (!typed.isEmpty() || profile.keeping != PasswordKeeping::Desktop)
-        return typed;
-    QString why;
-    return KeyStore().read(profile.id, why).value_or(QString());
-}
-
 void ConnectionsWindow::tell(const QString &words)
 {
-    if (!words.isEmpty())
+    if (words.isEmpty())
+        return;
+    if (m_isLeft) // nothing that waits in the event loop comes any more
+        m_dialogue.inform(words);
+    else
         QMetaObject::invokeMethod(
             this, [this, words] { m_dialogue.inform(words); }, Qt::QueuedConnection);
 }
@@ -326,7 +188,7 @@ void ConnectionsWindow::add()
     tell(m_store.put(profile));
     m_filter->clear();
     fill(profile.id);
-    m_fields->beginWithName();
+    fields().beginWithName();
 }
 
 void ConnectionsWindow::copy()
@@ -337,32 +199,28 @@ void ConnectionsWindow::copy()
     profile.name += QStringLiteral(" のコピー");
     tell(m_store.put(profile));
     fill(profile.id);
-    m_fields->beginWithName();
+    fields().beginWithName();
 }
 
 void ConnectionsWindow::remove()
 {
-    if (!m_dialogue.ask(QStringLiteral("接続先「%1」を削除しますか？").arg(m_shown.name)))
+    const QString goesOn =
+        m_details->isInUse(m_shown)
+            ? QStringLiteral("\r\nこの接続先に接続しています。接続は続きますが、切断した後は、"
+                             "暗号化の条件や色、環境は使われません。")
+            : QString();
+    if (!m_dialogue.warn(QStringLiteral("接続先「%1」を削除しますか？").arg(m_shown.name) + goesOn))
         return;
     const ConnectionProfile removed = std::exchange(m_shown, {});
-    tell(m_store.remove(removed.id));
-    if (removed.keeping == PasswordKeeping::Desktop)
+    tell(m_store.remove(removed));
+    if (!m_store.find(removed.id) && removed.keeping == PasswordKeeping::Desktop)
         m_session.runner.run(this, QStringLiteral("キーストア"), [&] { KeyStore().remove(removed.id); });
     fill({});
 }
 
 void ConnectionsWindow::test()
 {
-    const ConnectionProfile profile = m_fields->profile(m_shown);
-    m_session.runner.run(this, QStringLiteral("接続テスト"), [&] {
-        m_result->setText(QStringLiteral("接続しています･･･"));
-        const BusyPointer busy(m_dialogue);
-        try {
-            m_result->setText(tryConnection(m_session, profile, password(profile)));
-        } catch (const Failure &error) {
-            m_result->setText(visibleText(withAdvice(error, profile.tls)));
-        }
-    });
+    m_details->test(m_shown);
 }
 
 void ConnectionsWindow::import()
@@ -372,10 +230,9 @@ void ConnectionsWindow::import()
     if (path.isEmpty())
         return;
     keep();
-    int count = 0;
-    const QString words = m_store.import(path, count);
+    const QString words = m_store.import(path);
     fill(m_shown.id);
-    m_dialogue.inform(words.isEmpty() ? QStringLiteral("%1 件を読み込みました。").arg(count) : words);
+    m_dialogue.inform(words);
 }
 
 void ConnectionsWindow::exportAll()
@@ -404,14 +261,18 @@ void ConnectionsWindow::choose(bool connectsNow)
 {
     if (!isChosen() || m_session.runner.isRunning() || !keep())
         return;
-    m_choice = {m_shown, m_fields->password(), connectsNow};
+    m_choice = {m_shown, fields().password(), connectsNow};
     accept();
 }
 
 void ConnectionsWindow::done(int result)
 {
-    keep();
-    StoppableDialog::done(result);
+    m_isLeft = true;
+    const bool goes =
+        keep() || m_dialogue.warn(QStringLiteral("「%1」の変更を捨てて閉じますか？").arg(m_shown.name));
+    m_isLeft = goes;
+    if (goes)
+        StoppableDialog::done(result);
 }
 
 // Enter in the list uses what is chosen, and the down key leads from the filter into the list.

@@ -42,6 +42,7 @@ private Q_SLOTS:
     void whatIsDamagedIsKeptAside_data();
     void whatIsDamagedIsKeptAside();
     void exportsWithoutPasswordsAndImportsOnce();
+    void whatALaterVersionWroteIsNotTouched();
     void demandsOfTheSettingsHoldForAll();
 
 private:
@@ -71,7 +72,7 @@ void ConnectionStoreTest::keepsEverythingAndWhatLaterVersionsWrote()
     QCOMPARE(again.use(profile.id), "");
     QVERIFY(readFile(path()).contains("\"later\"") && readFile(path()).contains("\"x\": 2"));
     QCOMPARE(again.lastUsed().size(), 1u);
-    again.remove(profile.id);
+    again.remove(*again.find(profile.id));
     QVERIFY(again.profiles().empty() && again.lastUsed().empty());
 }
 
@@ -96,6 +97,15 @@ void ConnectionStoreTest::twoProgramsLoseNothingOfEachOther()
     QCOMPARE(mine.profiles().size(), 3u);
     QCOMPARE(mine.find(second.id)->port, "3310");
     QCOMPARE(mine.find(changedByMe.id)->note, "mine");
+
+    theirs.read();
+    QCOMPARE(theirs.remove(before), "「倉庫」は、ほかのプログラムで変更されたので、削除していません。");
+    QCOMPARE(theirs.remove(changedByThem), "");
+    ConnectionProfile changedAgain = changedByThem;
+    changedAgain.note = "kept";
+    QCOMPARE(mine.put(changedAgain, changedByThem),
+             "「倉庫」は、ほかのプログラムで削除されていました。ここでの変更とともに残します。");
+    QCOMPARE(mine.find(second.id)->note, "kept");
 }
 
 void ConnectionStoreTest::whatIsDamagedIsKeptAside_data()
@@ -136,14 +146,34 @@ void ConnectionStoreTest::exportsWithoutPasswordsAndImportsOnce()
     QVERIFY(!bytes.contains("password") && !bytes.contains("ret}") && bytes.contains("uid=me"));
 
     ConnectionStore other(path("other.json"));
-    int count = 0;
-    QCOMPARE(other.import(path("out.json"), count), "");
-    QCOMPARE(count, 2);
-    QCOMPARE(other.import(path("out.json"), count), "");
-    QCOMPARE(count, 0);
-    QVERIFY(other.import(path(), count).isEmpty());
+    QCOMPARE(other.import(path("out.json")), "2 件を読み込みました。\n同じ名前で内容の違うものがあるので、"
+                                             "名前を変えました:\n「店」→「店 (2)」");
+    QCOMPARE(other.import(path("out.json")),
+             "0 件を読み込みました。\n2 件は同じものがあるので、読み込んでいません。");
+    QByteArray twice = readFile(path("out.json")).replace("db.example", "db2.example");
+    writeFile(path("twice"), twice.replace(byString.id.toUtf8(), byDriver.id.toUtf8()));
+    QVERIFY(other.import(path("twice")).endsWith("「店」→「店 (3)」\n「店」→「店 (4)」"));
+    QSet<QString> ids;
+    for (const ConnectionProfile &each : other.profiles())
+        ids << each.id;
+    QCOMPARE(ids.size(), 4);
     writeFile(path("text"), "no list");
-    QVERIFY(other.import(path("text"), count).contains("接続先のファイルではありません"));
+    QVERIFY(other.import(path("text")).contains("接続先のファイルではありません"));
+}
+
+void ConnectionStoreTest::whatALaterVersionWroteIsNotTouched()
+{
+    const QByteArray later = R"({"version": 2, "connections": [{"id": "a", "name": "店", "new": {}}]})";
+    write(later);
+    ConnectionStore store(path());
+    QCOMPARE(store.read(), "");
+    QCOMPARE(store.profiles().size(), 1u);
+    ConnectionProfile profile = store.profiles().front();
+    QVERIFY(store.put(profile).contains("新しいバージョン"));
+    QVERIFY(store.remove(profile).contains("新しいバージョン"));
+    QCOMPARE(store.use("a"), "");
+    QCOMPARE(readFile(path()), later);
+    QVERIFY(ConnectionStore(path("other.json")).import(path()).contains("新しいバージョン"));
 }
 
 void ConnectionStoreTest::demandsOfTheSettingsHoldForAll()
