@@ -108,13 +108,16 @@ void frmTarnwell::connectSignals()
         connect(field, &QLineEdit::returnPressed, c.cmdConnect, &QPushButton::click);
     for (ChosenList *list : {c.lstDb, c.lstTables, c.lstProcFunc})
         connect(list, &ChosenList::chosen, this, [this, list] { choose(list); });
-    const auto offerOwnText = [this](SqlTextBox &editor, void (frmTarnwell::*showText)()) {
-        auto *action = new QAction(QStringLiteral("サーバーの定義"), &editor);
-        connect(action, &QAction::triggered, this, showText);
+    const auto offerForText = [this](const QString &title, SqlTextBox &editor,
+                                     void (frmTarnwell::*offered)()) {
+        auto *action = new QAction(title, &editor);
+        connect(action, &QAction::triggered, this, offered);
         editor.addAction(action);
     };
-    offerOwnText(*c.txtField, &frmTarnwell::showOwnTable);
-    offerOwnText(*c.txtProc, &frmTarnwell::showOwnRoutine);
+    const QString ownText = QStringLiteral("サーバーの定義");
+    offerForText(ownText, *c.txtField, &frmTarnwell::showOwnTable);
+    offerForText(QStringLiteral("ALTER文を表示"), *c.txtField, &frmTarnwell::showAlter);
+    offerForText(ownText, *c.txtProc, &frmTarnwell::showOwnRoutine);
     for (int i = 0; i < 4; ++i) {
         c.optField[static_cast<std::size_t>(i)]->setShortcut(Qt::CTRL | static_cast<Qt::Key>(Qt::Key_1 + i));
         connect(c.optField[static_cast<std::size_t>(i)], &QRadioButton::toggled, this,

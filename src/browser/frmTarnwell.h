@@ -81,6 +81,7 @@ private:
     void Command1_Click();
     void applyDefinition();
     void showOwnTable();
+    void showAlter();
     void showOwnRoutine();
     void refreshShown();
     void toggleLog();

@@ -42,6 +42,7 @@ std::span<const frmTarnwell::WindowCommand> frmTarnwell::windowCommands()
         {{"applyDefinition", u"編集した定義で変更", "Ctrl+S", Menu::Table,
           Needs::Connection | Needs::MayWrite},
          &W::applyDefinition},
+        {{"showAlter", u"ALTER文を表示", "Ctrl+Shift+S", Menu::Table, Needs::Table}, &W::showAlter},
         {{"showOwnTable", u"サーバーの定義", "", Menu::Table, Needs::Table}, &W::showOwnTable},
         {{"showOwnRoutine", u"ﾙｰﾁﾝのサーバーの定義", "", Menu::Table, Needs::Routine}, &W::showOwnRoutine},
         {{"cmdInOut", u"ﾃﾞｰﾀ入出力", "", Menu::Table, localTable}, &W::cmdInOut_Click},

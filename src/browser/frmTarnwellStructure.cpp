@@ -1,5 +1,7 @@
-// What the main window offers of its objects' structure: searching, and going to what was found.
+// What the main window offers of its objects' structure: changing, searching, and going to what
+// was found.
 #include "browser/frmTarnwell.h"
+#include "structure/alter/alterwindow.h"
 #include "structure/search/searchhit.h"
 #include "structure/search/searchwindow.h"
 
@@ -22,6 +24,41 @@ QString itemOf(const ChosenList &list, const QString &tag, const QString &name)
 }
 
 } // namespace
+
+void frmTarnwell::showAlter()
+{
+    if (m_session.runner.isRunning() || !m_rows.mayLeave())
+        return;
+    m_dialogue.setLastError({}, true);
+    const Selection chosen = selection();
+    Outcome outcome;
+    std::optional<AlterRequest> request;
+    runAlone(this, QStringLiteral("ALTER文を表示"), [&] {
+        const BusyPointer busy(m_dialogue);
+        CommandContext context{m_session, chosen, m_dialogue};
+        request = readAlterRequest(context, outcome);
+    });
+    reload(outcome.reload);
+    if (!request)
+        return;
+    AlterWindow window(
+        m_session, *request, [this](const QString &text) { m_sheets.propose(text); }, this);
+    window.exec();
+    if (!window.report().isBegun)
+        return;
+    if (request->to.name != request->from.name) {
+        reload(Reload::Objects);
+    } else {
+        keepEdits(true, false);
+        runAlone(m_controls.lstTables, QStringLiteral("一覧の読み込み"), [this] {
+            const BusyPointer busy(m_dialogue);
+            m_detail.lstTables_Click();
+        });
+    }
+    // Whoever has left the window while it ran reads it here.
+    if (!window.report().isAsWanted && m_controls.txtError->toPlainText().isEmpty())
+        m_dialogue.setLastError(window.report().words, false);
+}
 
 void frmTarnwell::openSearch()
 {

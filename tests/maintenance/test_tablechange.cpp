@@ -1,3 +1,4 @@
+#include "core/command/showntext.h"
 #include "maintenance/tablechange/tablechange.h"
 #include "maintenance/tablechange/tablechangetext.h"
 #include "support/gui/stage.h"

@@ -151,6 +151,23 @@ QStringList reservedAmong(Connection &connection, const QStringList &names)
 
 } // namespace
 
+bool isAsShown(const QString &serverText, const QString &shownText)
+{
+    const QString shown = withoutCounter(shownText);
+    return withoutCounter(shownCreateText(QStringLiteral("Table"), serverText)) == shown ||
+           withoutCounter(withCrLf(serverText)) == shown;
+}
+
+QString withCounterOf(const QString &serverText, QString text, const QString &shownText)
+{
+    static const QRegularExpression counter(QStringLiteral(" AUTO_INCREMENT=\\d+"));
+    const QString now = counter.match(serverText).captured(), shown = counter.match(shownText).captured();
+    const QRegularExpressionMatch given = counter.match(text);
+    if (now.isEmpty() || shown.isEmpty() || given.captured() != shown)
+        return text;
+    return text.replace(given.capturedStart(), given.capturedLength(), now);
+}
+
 QStringList lostInShownText(Connection &connection, const QString &serverText, const QString &shownText,
                             const QString &editedText, SqlMode mode)
 {

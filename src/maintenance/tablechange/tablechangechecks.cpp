@@ -1,5 +1,6 @@
 #include "maintenance/tablechange/tablechangechecks.h"
 
+#include "core/command/showntext.h"
 #include "core/sql/names.h"
 
 #include <QRegularExpression>

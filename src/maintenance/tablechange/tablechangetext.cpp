@@ -39,23 +39,6 @@ bool createsTemporaryTable(const QString &createText)
     return start.match(createText).hasMatch();
 }
 
-bool isAsShown(const QString &serverText, const QString &shownText)
-{
-    static const QRegularExpression counter(QStringLiteral(" AUTO_INCREMENT=\\d+"));
-    QString now = shownCreateText(QStringLiteral("Table"), serverText), before = shownText;
-    return now.remove(counter) == before.remove(counter);
-}
-
-QString withCounterOf(const QString &serverText, QString text, const QString &shownText)
-{
-    static const QRegularExpression counter(QStringLiteral(" AUTO_INCREMENT=\\d+"));
-    const QString now = counter.match(serverText).captured(), shown = counter.match(shownText).captured();
-    const QRegularExpressionMatch given = counter.match(text);
-    if (now.isEmpty() || shown.isEmpty() || given.captured() != shown)
-        return text;
-    return text.replace(given.capturedStart(), given.capturedLength(), now);
-}
-
 QString copyName(const QString &database, const QString &table, const QDateTime &now)
 {
     return qualifiedName(database, table) + now.toString(QStringLiteral("_yyyyMMddHHmm")) +

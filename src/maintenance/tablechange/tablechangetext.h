@@ -15,13 +15,6 @@ QString fField_select(const QString &createText);
 // A table that the session takes along when it ends.
 bool createsTemporaryTable(const QString &createText);
 
-// Whether a table's definition in the server's words is still the one that was shown; a counter that has
-// gone on is no other definition.
-bool isAsShown(const QString &serverText, const QString &shownText);
-
-// The text with the server's counter (AUTO_INCREMENT=n), where it has the one that was shown.
-QString withCounterOf(const QString &serverText, QString text, const QString &shownText);
-
 // The qualified name of the data copy: the table's name, the minute, a fixed suffix.
 QString copyName(const QString &database, const QString &table, const QDateTime &now);
 

@@ -1,0 +1,66 @@
+#include "structure/alter/alterrequest.h"
+
+#include "core/command/definition.h"
+#include "core/command/showntext.h"
+#include "core/sql/statements.h"
+#include "structure/alter/restoredtext.h"
+
+namespace {
+
+TableSize sizeOf(Connection &connection, const QString &database, const QString &table)
+{
+    RecordSet rows = connection.execute(
+        QStringLiteral("SELECT TABLE_ROWS, DATA_LENGTH + INDEX_LENGTH FROM information_schema.TABLES WHERE "
+                       "TABLE_SCHEMA=%1 AND TABLE_NAME=%2")
+            .arg(quotedText(database), quotedText(table)));
+    if (!rows.isOpen() || rows.isEof() || rows.isNull(0))
+        return {};
+    return {rows.text(0).toLongLong(), rows.text(1).toLongLong()};
+}
+
+QString valueOf(Connection &connection, const char *statement)
+{
+    RecordSet rows = connection.execute(QString::fromLatin1(statement));
+    return rows.isOpen() && !rows.isEof() ? rows.text(0) : QString();
+}
+
+} // namespace
+
+std::optional<AlterRequest> readAlterRequest(CommandContext &context, Outcome &outcome)
+{
+    const Selection &selection = context.selection;
+    Connection &connection = context.session.connection();
+    AlterRequest request;
+    request.table = {context.session.gDbName, selection.lblTableName, connection.server(), {}};
+    const auto refuse = [&](const QString &why) {
+        context.dialogue.refuse(why);
+        return std::nullopt;
+    };
+    if (trimmedBlanks(selection.txtField).isEmpty() || request.table.name.isEmpty())
+        return refuse(QStringLiteral("ﾃｰﾌﾞﾙを選択して下さい。"));
+    request.sqlMode = valueOf(connection, "select @@session.sql_mode");
+    request.table.mode = readingMode(request.sqlMode);
+    const ObjectDefinition is =
+        readDefinition(connection, QStringLiteral("SHOW CREATE TABLE ") +
+                                       quotedName(request.table.database, request.table.name));
+    if (is.kind != u"Table")
+        return refuse(QStringLiteral("VIEW などには ALTER 文を作れません。"));
+    const QString shown = selection.lblCreateTable;
+    if (!isAsShown(is.text, shown))
+        return refuse(
+            QStringLiteral("ﾃｰﾌﾞﾙの定義は表示した後に変更されています。一覧から選択し直して下さい。"));
+    request.serverText = is.text;
+    const RestoredText edited =
+        restoredText(is.text, withCounterOf(is.text, shown, shown),
+                     withCounterOf(is.text, selection.txtField, shown), request.table.mode);
+    const QStringList lost = lostInShownText(connection, edited.serverLines, edited.shownLines,
+                                             edited.editedLines, request.table.mode);
+    if (const auto ending = askAboutLosses(context, lost, Reload::OwnTableText)) {
+        outcome = *ending;
+        return std::nullopt;
+    }
+    request.from = tableDefinition(is.text, request.table.mode);
+    request.to = tableDefinition(edited.text, request.table.mode);
+    request.size = sizeOf(connection, request.table.database, request.table.name);
+    return request;
+}
