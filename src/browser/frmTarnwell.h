@@ -82,6 +82,7 @@ private:
     void applyDefinition();
     void showOwnTable();
     void showAlter();
+    void openCompare();
     void showOwnRoutine();
     void refreshShown();
     void toggleLog();

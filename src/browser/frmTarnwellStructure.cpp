@@ -1,7 +1,8 @@
-// What the main window offers of its objects' structure: changing, searching, and going to what
+// What the main window offers of its objects' structure: changing, comparing, searching, and going to what
 // was found.
 #include "browser/frmTarnwell.h"
 #include "structure/alter/alterwindow.h"
+#include "structure/compare/comparewindow.h"
 #include "structure/search/searchhit.h"
 #include "structure/search/searchwindow.h"
 
@@ -58,6 +59,12 @@ void frmTarnwell::showAlter()
     // Whoever has left the window while it ran reads it here.
     if (!window.report().isAsWanted && m_controls.txtError->toPlainText().isEmpty())
         m_dialogue.setLastError(window.report().words, false);
+}
+
+void frmTarnwell::openCompare()
+{
+    bringToFront(*new CompareWindow(m_session, {copyTargets(), m_controls.lstDb->texts(),
+                                                [this](const QString &text) { m_sheets.propose(text); }}));
 }
 
 void frmTarnwell::openSearch()

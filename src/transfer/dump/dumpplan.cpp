@@ -159,7 +159,7 @@ bool isSameDefinition(const ObjectDefinition &left, const ObjectDefinition &righ
     return plain(left) == plain(right);
 }
 
-std::vector<DumpObject> readDumpPlan(Connection &connection, const DumpOptions &options)
+std::vector<DumpObject> listDumpObjects(Connection &connection, const DumpOptions &options)
 {
     std::vector<DumpObject> objects = listTables(connection, options);
     const QString database = quotedText(options.database);
@@ -177,8 +177,11 @@ std::vector<DumpObject> readDumpPlan(Connection &connection, const DumpOptions &
                      .arg(database));
     if (!options.hasStructure)
         std::erase_if(objects, [](const DumpObject &each) { return !each.hasOwnRows(); });
-    for (DumpObject &object : objects)
-        object.definition = readObject(connection, options.database, object);
+    return objects;
+}
+
+void sortDumpObjects(std::vector<DumpObject> &objects)
+{
     std::ranges::stable_sort(objects, {}, &DumpObject::kind);
 
     const auto isView = [](const DumpObject &each) { return each.kind == DumpKind::View; };
@@ -187,5 +190,13 @@ std::vector<DumpObject> readDumpPlan(Connection &connection, const DumpOptions &
     std::vector<DumpObject> views(first, last);
     sortViews(views);
     std::ranges::move(views, first);
+}
+
+std::vector<DumpObject> readDumpPlan(Connection &connection, const DumpOptions &options)
+{
+    std::vector<DumpObject> objects = listDumpObjects(connection, options);
+    for (DumpObject &object : objects)
+        object.definition = readObject(connection, options.database, object);
+    sortDumpObjects(objects);
     return objects;
 }

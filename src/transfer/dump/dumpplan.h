@@ -46,6 +46,10 @@ QString nameOf(const DumpObject &object);
 // definition cannot be read. The default database is the one of the options.
 std::vector<DumpObject> readDumpPlan(Connection &connection, const DumpOptions &options);
 
+// The same in its steps: what there is, without definitions, and the order.
+std::vector<DumpObject> listDumpObjects(Connection &connection, const DumpOptions &options);
+void sortDumpObjects(std::vector<DumpObject> &objects);
+
 ObjectDefinition readObject(Connection &connection, const QString &database, const DumpObject &object);
 // Whether both define the same; a table's counter may have gone on.
 bool isSameDefinition(const ObjectDefinition &left, const ObjectDefinition &right);

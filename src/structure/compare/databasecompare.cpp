@@ -1,0 +1,101 @@
+#include "structure/compare/databasecompare.h"
+
+#include "core/command/storedcolumns.h"
+#include "core/sql/statements.h"
+#include "structure/alter/tablealter.h"
+#include "structure/compare/tablelikeness.h"
+
+#include <algorithm>
+#include <map>
+
+namespace {
+
+bool isSameObject(const DumpObject &left, const DumpObject &right, const CompareOptions &options)
+{
+    const auto plain = [&](const DumpObject &object) {
+        ObjectDefinition definition = object.definition;
+        if (!options.hasDefiners)
+            definition.text = withoutDefiner(definition.text, readingMode(definition.sqlMode));
+        if (!options.hasCharacterSets)
+            definition.characterSet = definition.collation = definition.databaseCollation = QString();
+        return definition;
+    };
+    return plain(left) == plain(right);
+}
+
+QStringList tableDifferences(const DumpObject &left, const DumpObject &right, const CompareOptions &options)
+{
+    if (left.definition.text == right.definition.text)
+        return {};
+    try {
+        const TableDefinition mine = tableDefinition(left.definition.text, {});
+        return differences(mine, likeness(mine, tableDefinition(right.definition.text, {}), options), {},
+                           QStringLiteral("左: "), QStringLiteral("右: "));
+    } catch (const Failure &) {
+        return {QStringLiteral("定義")}; // no CREATE TABLE that can be taken apart
+    }
+}
+
+} // namespace
+
+DatabaseObjects readDatabase(Connection &connection, const QString &database, const QString &side,
+                             const ReportProgress &report)
+{
+    DatabaseObjects read;
+    read.database = database;
+    read.info = connection.server();
+    // Other names and quotes than these cannot be told apart.
+    connection.execute(setStatement(exactVariables(read.info)));
+    connection.execute(useStatement(database));
+    DumpOptions options;
+    options.database = database;
+    TransferStatus status;
+    status.object = side;
+    report(status);
+    std::vector<DumpObject> objects = listDumpObjects(connection, options);
+    status.objects = static_cast<int>(objects.size());
+    for (DumpObject &object : objects) {
+        status.object = side + u' ' + object.name;
+        report(status);
+        try {
+            object.definition = readObject(connection, database, object);
+            read.objects.push_back(std::move(object));
+        } catch (const Failure &error) {
+            if (error.isInterrupted() || error.isConnectionLost())
+                throw;
+            read.unreadable << side + QStringLiteral(": ") + error.description();
+        }
+        ++status.finished;
+    }
+    sortDumpObjects(read.objects);
+    return read;
+}
+
+std::vector<ComparedObject> compare(const DatabaseObjects &left, const DatabaseObjects &right,
+                                    const CompareOptions &options)
+{
+    using Where = ComparedObject::Where;
+    const auto key = [](const DumpObject &object) { return std::pair{object.keyword, object.name}; };
+    std::map<std::pair<QString, QString>, const DumpObject *> others;
+    for (const DumpObject &object : right.objects)
+        others[key(object)] = &object;
+    std::vector<ComparedObject> found;
+    for (const DumpObject &object : left.objects) {
+        const auto other = others.find(key(object));
+        if (other == others.end()) {
+            found.push_back({Where::OnlyLeft, object.kind, object.keyword, object.name, object, {}, {}});
+            continue;
+        }
+        const DumpObject &same = *other->second;
+        const bool isTable = object.kind == DumpKind::Table;
+        const QStringList lines = isTable ? tableDifferences(object, same, options) : QStringList();
+        if (isTable ? !lines.isEmpty() : !isSameObject(object, same, options))
+            found.push_back({Where::Differs, object.kind, object.keyword, object.name, object, same, lines});
+        others.erase(other);
+    }
+    for (const DumpObject &object : right.objects)
+        if (others.contains(key(object)))
+            found.push_back({Where::OnlyRight, object.kind, object.keyword, object.name, {}, object, {}});
+    std::ranges::stable_sort(found, {}, &ComparedObject::kind);
+    return found;
+}

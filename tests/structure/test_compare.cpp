@@ -1,0 +1,162 @@
+#include "controls/text/sqltextbox.h"
+#include "core/command/script.h"
+#include "structure/compare/comparewindow.h"
+#include "support/gui/stage.h"
+
+#include <QTreeWidget>
+
+namespace {
+
+using L = QStringList;
+using Brand = TestServer::Brand;
+
+const char *const leftSide = R"(
+    DROP DATABASE IF EXISTS l; CREATE DATABASE l CHARACTER SET utf8mb4; USE l;
+    CREATE TABLE same (id INT PRIMARY KEY AUTO_INCREMENT); INSERT INTO same VALUES (7);
+    CREATE TABLE p (id INT PRIMARY KEY, name VARCHAR(20)) ENGINE=InnoDB COMMENT='left';
+    CREATE TABLE a_child (p INT, CONSTRAINT f FOREIGN KEY (p) REFERENCES p (id)) ENGINE=InnoDB;
+    CREATE TABLE letters (a VARCHAR(9) CHARACTER SET latin1, b INT);
+    CREATE VIEW v AS SELECT id, name FROM p; CREATE VIEW a_view AS SELECT id FROM v;
+    CREATE FUNCTION x() RETURNS INT DETERMINISTIC RETURN 1; CREATE EVENT e ON SCHEDULE EVERY 1 DAY DISABLE DO SELECT 1;
+    CREATE TRIGGER g BEFORE INSERT ON p FOR EACH ROW SET NEW.name = 'l;';
+)";
+const char *const rightSide = R"(
+    DROP DATABASE IF EXISTS r; CREATE DATABASE r CHARACTER SET utf8mb4; USE r;
+    CREATE TABLE same (id INT PRIMARY KEY AUTO_INCREMENT);
+    CREATE TABLE p (id INT PRIMARY KEY, gone INT) ENGINE=InnoDB COMMENT='right';
+    CREATE TABLE z (p INT, CONSTRAINT f FOREIGN KEY (p) REFERENCES p (id)) ENGINE=InnoDB;
+    CREATE TABLE letters (a VARCHAR(9) CHARACTER SET utf8mb4, b INT);
+    CREATE VIEW v AS SELECT id FROM p; CREATE VIEW only_r AS SELECT 1 AS one;
+    CREATE PROCEDURE x() SELECT 1; CREATE TRIGGER g BEFORE INSERT ON p FOR EACH ROW SET NEW.gone = 1;
+)";
+
+} // namespace
+
+// Two databases are compared, and the statements that are made of it make them alike.
+class CompareTest : public QObject {
+    Q_OBJECT
+
+private Q_SLOTS:
+    void statementsMakeOneLikeTheOther_data() { TestServers::addRows(); }
+    void statementsMakeOneLikeTheOther();
+    void whatDoesNotCountIsNoDifference();
+    void aWindowShowsBothSidesAndMakesASheet();
+
+private:
+    static void fill(TestServer &server) { server.run("DELIMITER ;\n" + QString(leftSide) + rightSide); }
+    static DatabaseObjects read(Connection &connection, const QString &database)
+    {
+        DatabaseObjects objects = readDatabase(connection, database, database, [](const TransferStatus &) {});
+        objects.server = "server";
+        return objects;
+    }
+    static L lines(const std::vector<ComparedObject> &objects)
+    {
+        L found;
+        for (const ComparedObject &each : objects)
+            found << QString("<>!")[static_cast<int>(each.where)] + each.name;
+        return found;
+    }
+
+    TestServers m_servers;
+};
+
+void CompareTest::statementsMakeOneLikeTheOther()
+{
+    QFETCH(Brand, brand);
+    SKIP_WITHOUT(brand);
+    TestServer &server = m_servers.of(brand);
+    for (const bool isTargetRight : {true, false}) {
+        fill(server);
+        RealStage stage(server, nativeDriverName(), {});
+        Connection &connection = stage.session.connection();
+        const DatabaseObjects l = read(connection, "l"), r = read(connection, "r");
+        const auto different = compare(l, r, {});
+        QCOMPARE(lines(different),
+                 L({"<a_child", "!letters", "!p", ">z", "<x", ">x", "!v", "<a_view", ">only_r", "!g", "<e"}));
+        const QString sheet =
+            statementsFor(different, isTargetRight ? l : r, isTargetRight ? r : l, isTargetRight, {});
+        // As a sheet runs it, and other clients do.
+        const QString said = server.run(sheet);
+        QVERIFY2(said.isEmpty(), qPrintable(said + sheet));
+        L left;
+        for (const ComparedObject &each : compare(read(connection, "l"), read(connection, "r"), {}))
+            left << each.name << each.differences;
+        QVERIFY2(left.isEmpty(), qPrintable(left.join('\n') + sheet));
+        QVERIFY2(sheet.contains(isTargetRight ? "p.gone" : "p.name"), qPrintable(sheet.left(300)));
+    }
+}
+
+void CompareTest::whatDoesNotCountIsNoDifference()
+{
+    TestServer &server = m_servers.of(Brand::MariaDb);
+    server.run(
+        "DROP DATABASE IF EXISTS l; DROP DATABASE IF EXISTS r; CREATE DATABASE l CHARACTER SET utf8mb4; "
+        "CREATE DATABASE r CHARACTER SET latin1;"
+        "CREATE TABLE l.t (a VARCHAR(9), b INT) COMMENT='x'; CREATE TABLE r.t (a VARCHAR(9), b BIGINT);"
+        "CREATE TABLE l.u (a VARCHAR(9)) ENGINE=MyISAM; CREATE TABLE r.u (a VARCHAR(9) CHARACTER SET ucs2);"
+        "CREATE DEFINER=x@y VIEW l.v AS SELECT 1 AS a; CREATE VIEW r.v AS SELECT 1 AS a");
+    RealStage stage(server, nativeDriverName(), {});
+    const DatabaseObjects l = read(stage.session.connection(), "l"),
+                          r = read(stage.session.connection(), "r");
+    QCOMPARE(lines(compare(l, r, {})), L({"!t", "!u", "!v"}));
+    const CompareOptions none{false, false, false};
+    const auto different = compare(l, r, none);
+    QCOMPARE(lines(different), L({"!t"}));
+    // Nor is it changed.
+    const QString sheet = statementsFor(different, l, r, true, none);
+    QVERIFY2(sheet.contains("ALTER TABLE `r`.`t`\n  MODIFY COLUMN `b` int(11) DEFAULT NULL;"),
+             qPrintable(sheet));
+}
+
+void CompareTest::aWindowShowsBothSidesAndMakesASheet()
+{
+    TestServer &server = m_servers.of(Brand::MariaDb);
+    fill(server);
+    Stage stage(Stage::Server::Real);
+    stage.enter(nativeDriverName(), server.port(), "demo", "demo");
+    stage.session.gDbName = "l";
+    QVERIFY(fConnect(stage.session));
+    ConnectionProfile other;
+    other.id = "1", other.name = "other", other.server = "127.0.0.1",
+    other.port = QString::number(server.port());
+    other.user = "demo", other.database = "r";
+    QString password = "wrong", sheet;
+    CompareServices services;
+    services.others.connections = {other};
+    services.databases = {"l", "r"};
+    services.others.password = [&](const ConnectionProfile &, QWidget *) { return std::optional(password); };
+    services.propose = [&](const QString &text) { sheet = text; };
+    stage.open(new CompareWindow(stage.session, services));
+    auto &report = *stage.control<QPlainTextEdit>("transferReport");
+    auto &list = *stage.control<QTreeWidget>("compareList");
+    stage.control<QComboBox>("compareRightConnection")->setCurrentIndex(1);
+    stage.click("startCompare");
+    QTRY_VERIFY2(report.toPlainText().contains("失敗"), qPrintable(report.toPlainText()));
+    QVERIFY(!stage.isEnabled("makeStatements"));
+
+    password = "demo"; // it is asked for once more
+    stage.click("startCompare");
+    QTRY_COMPARE(list.topLevelItemCount(), 11);
+    list.setCurrentItem(list.topLevelItem(2));
+    const auto marked = [&](const char *name) {
+        auto &box = *stage.control<SqlTextBox>(name);
+        L lines;
+        for (int line = box.markerFindNext(0, 2); line >= 0; line = box.markerFindNext(line + 1, 2))
+            lines << box.text(line).trimmed().left(6);
+        return lines;
+    };
+    QCOMPARE(marked("compareLeftText"), L({"`name`", ") ENGI"}));
+    QCOMPARE(marked("compareRightText"), L({"`gone`", ") ENGI"}));
+    stage.click("makeStatements");
+    QVERIFY2(report.toPlainText().contains("印を付けて"), qPrintable(report.toPlainText()));
+    list.topLevelItem(2)->setCheckState(0, Qt::Checked);
+    stage.control<QComboBox>("compareDirection")->setCurrentIndex(1);
+    stage.click("makeStatements");
+    QVERIFY2(sheet.contains("USE `l`") && sheet.contains("ADD COLUMN `gone` int") &&
+                 !sheet.contains("letters"),
+             qPrintable(sheet));
+}
+
+QTEST_MAIN(CompareTest)
+#include "test_compare.moc"
