@@ -316,6 +316,7 @@ void Import::noteError(const CsvRow &row, const QString &why)
         m_errorFile->write("\xEF\xBB\xBF");
     }
     ++m_report.errors;
+    ++m_report.listedErrors;
     const auto quoted = [](QString text) {
         return (u'"' + text.replace(u'"', QStringLiteral("\"\"")) + u'"').toStdString();
     };
@@ -404,5 +405,8 @@ QString textOf(const ImportReport &report)
         text += QStringLiteral("\n入らなかった行: %1 行。行番号と理由は「%2」にあります。")
                     .arg(report.errors)
                     .arg(report.errorFile);
+    if (report.errors > report.listedErrors)
+        text += QStringLiteral("そこにあるのは最初の %1 行で、実際の数はもっと多いことがあります。")
+                    .arg(report.listedErrors);
     return text;
 }

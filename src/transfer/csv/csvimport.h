@@ -31,6 +31,7 @@ struct ImportReport {
     qint64 rows = 0; // that are in the table now, replaced ones included
     qint64 skipped = 0;
     qint64 errors = 0;
+    qint64 listedErrors = 0; // in the file: the server lists only the first ones, and counts to 65535
     bool isTakenBack = false;
     QString errorFile; // empty: there were none
 };
