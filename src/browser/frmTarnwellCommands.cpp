@@ -231,7 +231,10 @@ void frmTarnwell::cmdCreateDb_Click()
 
 void frmTarnwell::cmdCreateUser_Click()
 {
-    showUserWindow(this, m_session);
+    if (const std::optional<Account> account = showUserWindow(this, m_session)) {
+        openServer();
+        m_server->showAccount(account->user, account->host);
+    }
 }
 
 void frmTarnwell::cmdExec_Click()

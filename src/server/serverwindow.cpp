@@ -8,6 +8,7 @@
 #include "core/session/basconnection.h"
 #include "core/session/profilefile.h"
 #include "core/session/wholefile.h"
+#include "server/accounts/privilegepage.h"
 #include "server/processes/processpage.h"
 #include "server/serverpages.h"
 
@@ -148,6 +149,13 @@ void ServerWindow::showProcess(const QString &id)
     auto *processes = m_pages->findChild<ProcessPage *>();
     m_pages->setCurrentWidget(processes);
     processes->goTo(id);
+}
+
+void ServerWindow::showAccount(const QString &user, const QString &host)
+{
+    auto *privileges = m_pages->findChild<PrivilegePage *>();
+    m_pages->setCurrentWidget(privileges);
+    privileges->goTo({user, host});
 }
 
 void ServerWindow::noteRefresh(const ServerPage *refreshed)

@@ -34,6 +34,8 @@ public:
                  std::unique_ptr<Dialogue> dialogue = nullptr);
     ~ServerWindow() override;
 
+    // All rights of that account.
+    void showAccount(const QString &user, const QString &host);
     // Whether it shows what the session's connection leads to.
     bool isOf(const Session &session) const;
 

@@ -4,6 +4,7 @@
 #include "core/command/writing.h"
 #include "users/accountcommands.h"
 
+#include <QAction>
 #include <QComboBox>
 #include <QFocusEvent>
 #include <QLineEdit>
@@ -19,6 +20,7 @@ frmUserAdd::frmUserAdd(Session &session, QWidget *parent, Dialogue *dialogue)
     , m_view(session, m_controls, m_dialogue)
 {
     connectControls();
+    offerDetails();
     runAlone([this] {
         m_view.Form_Load();
         m_isRead = !m_session.runner.isStopWanted();
@@ -69,6 +71,23 @@ void frmUserAdd::connectControls()
     });
 }
 
+// Beside the boxes: what they do not show.
+void frmUserAdd::offerDetails()
+{
+    ChosenList &list = *m_controls.lstUser;
+    auto *details = new QAction(QStringLiteral("権限の詳細..."), &list);
+    details->setObjectName(QStringLiteral("privilegeDetails"));
+    list.addAction(details);
+    list.setContextMenuPolicy(Qt::ActionsContextMenu);
+    connect(details, &QAction::triggered, this, [this] {
+        const QStringList names = m_controls.lstUser->currentText().split(u'\t');
+        if (names.size() != 2 || m_session.runner.isRunning())
+            return;
+        m_wantedAccount = Account{names[0], names[1]};
+        close();
+    });
+}
+
 void frmUserAdd::txtPassword_GotFocus(bool isByMouse)
 {
     m_controls.txtPassword->selectAll();
@@ -101,11 +120,12 @@ void frmUserAdd::run(const AccountCommand &command)
         m_view.chooseTable(outcome.table);
 }
 
-void showUserWindow(QWidget *parent, Session &session)
+std::optional<Account> showUserWindow(QWidget *parent, Session &session)
 {
     if (session.runner.isRunning())
-        return;
+        return {};
     frmUserAdd window(session, parent);
     if (window.isRead())
         window.exec();
+    return window.wantedAccount();
 }

@@ -6,6 +6,8 @@
 #include "users/accountview.h"
 #include "users/frmUserAddControls.h"
 
+#include <optional>
+
 // The window of the server's accounts and their privileges at three levels.
 class frmUserAdd : public StoppableDialog {
     Q_OBJECT
@@ -15,12 +17,15 @@ public:
     frmUserAdd(Session &session, QWidget *parent, Dialogue *dialogue = nullptr);
     // False when the user stopped the first reading: the window has nothing to show.
     bool isRead() const { return m_isRead; }
+    // Whose rights the user wants to see in full, for which this window was closed.
+    const std::optional<Account> &wantedAccount() const { return m_wantedAccount; }
 
 protected:
     bool eventFilter(QObject *watched, QEvent *event) override;
 
 private:
     void connectControls();
+    void offerDetails();
     void txtPassword_GotFocus(bool isByMouse);
     void run(const AccountCommand &command);
     // One thing at a time; what is chosen in a list meanwhile is read after it.
@@ -33,7 +38,8 @@ private:
     Dialogue &m_dialogue;
     AccountView m_view;
     bool m_isRead = false;
+    std::optional<Account> m_wantedAccount;
 };
 
-// Shows the window modally.
-void showUserWindow(QWidget *parent, Session &session);
+// Shows the window modally; whose rights are to be shown in full after it, mostly nobody's.
+std::optional<Account> showUserWindow(QWidget *parent, Session &session);

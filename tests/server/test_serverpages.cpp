@@ -26,6 +26,7 @@ private Q_SLOTS:
     void grantsAreReadAndTakenBack();
     void rightsAreGrantedAndRevoked_data() { TestServers::addRows(); }
     void rightsAreGrantedAndRevoked();
+    void anAccountIsGoneToOnceItIsRead();
     void accountsAreMade_data() { TestServers::addRows(); }
     void accountsAreMade();
     void missingRightsAreTold_data() { TestServers::addRows(); }
@@ -314,6 +315,14 @@ void ServerPagesTest::rightsAreGrantedAndRevoked()
     settle();
     QVERIFY(label("privilegeNote").startsWith("サーバーが断りました: "));
     QVERIFY(label("privilegeNote").endsWith("SHOW GRANTS は変わっていません。"));
+}
+
+void ServerPagesTest::anAccountIsGoneToOnceItIsRead()
+{
+    open(m_servers.of(TestServer::Brand::MariaDb), "processPage");
+    static_cast<ServerWindow &>(*m_stage->window).showAccount("visitor", "%");
+    QTRY_COMPARE_WITH_TIMEOUT(list("accountList").currentKey(), "`visitor`@`%`", 20'000);
+    QTRY_VERIFY(!cell("grantList", "USAGE\t*.*\t00", 0).isNull());
 }
 
 void ServerPagesTest::accountsAreMade()

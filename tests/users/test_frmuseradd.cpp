@@ -1,6 +1,8 @@
 #include "support/gui/stage.h"
 #include "users/frmUserAdd.h"
 
+#include <QAction>
+
 namespace {
 
 // The window on a real server, with a scripted user before it.
@@ -103,6 +105,15 @@ void FrmUserAddTest::anAccountIsAddedShownAndGranted()
     stage.choose("lstUser", "新規");
     QCOMPARE(stage.items("lstAddTable").size() + stage.control<QLabel>("lblDbName")->text().size(), 0);
     QVERIFY(!stage.isChecked("ckPrivType_8") && !stage.isChecked("ckTablePrivType_0"));
+
+    // What the boxes do not show is shown elsewhere, when this window has gone.
+    auto &window = static_cast<frmUserAdd &>(*stage.window);
+    auto &details = *window.findChild<QAction *>("privilegeDetails");
+    details.trigger(); // of the new account: of nobody
+    QVERIFY(window.isVisible() && !window.wantedAccount());
+    stage.choose("lstUser", "%\tanna");
+    details.trigger();
+    QVERIFY(!window.isVisible() && window.wantedAccount() && window.wantedAccount()->user == "anna");
 }
 
 void FrmUserAddTest::typingReplacesThePlaceholder()

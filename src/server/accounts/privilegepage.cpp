@@ -19,6 +19,7 @@
 #include <QVBoxLayout>
 
 #include <algorithm>
+#include <utility>
 
 namespace {
 
@@ -100,6 +101,7 @@ void PrivilegePage::buildLayout()
     m_kind->addItem(QStringLiteral("表"), QString());
     m_kind->addItem(QStringLiteral("プロシージャ"), QStringLiteral("PROCEDURE "));
     m_kind->addItem(QStringLiteral("ファンクション"), QStringLiteral("FUNCTION "));
+    m_privilege->setSizeAdjustPolicy(QComboBox::AdjustToContents);
     m_privilege->setAccessibleName(QStringLiteral("与える権限か役割"));
     m_database->setAccessibleName(QStringLiteral("データベース"));
     m_database->setToolTip(QStringLiteral("* はサーバー全体です。名前の _ と % は任意の文字を表します"));
@@ -160,7 +162,16 @@ void PrivilegePage::show(Reading reading)
     m_accounts->show(std::move(rows));
     tellProblem(m_reading.list.missing);
     offerPrivileges();
+    if (!m_wanted.isEmpty())
+        m_accounts->choose(std::exchange(m_wanted, {}));
     showAccount();
+}
+
+void PrivilegePage::goTo(const AccountName &account)
+{
+    m_accountFilter->clear();
+    m_accounts->setFocus();
+    m_wanted = m_accounts->choose(account.quoted()) ? QString() : account.quoted();
 }
 
 void PrivilegePage::offerPrivileges()

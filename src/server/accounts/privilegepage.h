@@ -18,6 +18,8 @@ class PrivilegePage : public ServerPage {
 public:
     explicit PrivilegePage(const ServerSurroundings &around);
 
+    // Chooses the account, as soon as it is read when it is not there yet.
+    void goTo(const AccountName &account);
     bool followsClock() const override { return false; }
 
 protected:
@@ -51,6 +53,7 @@ private:
     void note(const QStringList &statements, const QString &refusal) const;
 
     Reading m_reading;
+    QString m_wanted;            // account to be gone to once it is read
     std::vector<Grant> m_grants; // of the chosen account, as listed
     KeyedList *m_accounts, *m_rights;
     QLineEdit *m_accountFilter, *m_rightFilter;

@@ -1,5 +1,6 @@
 #include "server/overview/replication.h"
 
+#include "core/command/replicationstatus.h"
 #include "server/overview/overviewreading.h"
 
 namespace {
@@ -28,11 +29,7 @@ void addFields(RecordSet rows, const QString &what, std::vector<KeyedRow> &shown
 Overview::Answer readSources(Connection &connection)
 {
     Overview::Answer answer;
-    const QStringList statements =
-        connection.server().isMariaDb
-            ? QStringList{QStringLiteral("show all slaves status"), QStringLiteral("show slave status")}
-            : QStringList{QStringLiteral("show replica status"), QStringLiteral("show slave status")};
-    RecordSet rows = askOneOf(connection, statements);
+    RecordSet rows = connection.execute(replicationWords(connection.server()).question);
     addFields(std::move(rows), QStringLiteral("接続 "), answer.rows);
     return answer;
 }
