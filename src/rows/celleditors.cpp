@@ -131,6 +131,7 @@ void CellLine::openCalendar()
     calendar->setObjectName(QStringLiteral("cellCalendar"));
     calendar->setWindowFlags(Qt::Popup);
     calendar->setAttribute(Qt::WA_DeleteOnClose);
+    calendar->setLocale(QLocale(QLocale::Japanese)); // as the whole program
     if (const QDate date = QDate::fromString(text().left(10), Qt::ISODate); date.isValid())
         calendar->setSelectedDate(date);
     const auto choose = [this, calendar](QDate date) {

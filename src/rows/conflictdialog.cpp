@@ -100,7 +100,7 @@ ConflictDialog::ConflictDialog(QWidget *parent, const TableShape &table,
     m_tree->expandAll();
     const int letter = fontMetrics().averageCharWidth();
     for (int column = 0; column < ColumnCount; ++column)
-        m_tree->setColumnWidth(column, letter * (column == Name ? 14 : 22));
+        m_tree->setColumnWidth(column, letter * (column == Name ? 12 : 18));
     m_whole->setReadOnly(true);
     m_whole->setTabChangesFocus(true);
     m_whole->setAccessibleName(QStringLiteral("値の全体"));
@@ -121,8 +121,9 @@ ConflictDialog::ConflictDialog(QWidget *parent, const TableShape &table,
     layout->addLayout(choices);
     layout->addWidget(m_buttons);
     resize(letter * 120, fontMetrics().lineSpacing() * 26);
+    QTreeWidgetItem *first = m_tree->topLevelItem(0);
     // With the Ctrl of Ctrl+S still held down, the tree itself would select nothing.
-    m_tree->setCurrentItem(m_tree->topLevelItem(0), 0,
+    m_tree->setCurrentItem(first->childCount() > 0 ? first->child(0) : first, 0,
                            QItemSelectionModel::ClearAndSelect | QItemSelectionModel::Rows);
     m_tree->setFocus();
 }
