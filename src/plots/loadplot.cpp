@@ -214,7 +214,10 @@ void LoadPlot::showLines()
                 highest = std::max(highest, roundedUp(point.y()));
     }
     const double top = std::max(highest, 1.0);
-    m_values->setLabelFormat(top < 2 ? QStringLiteral("%.1f") : QStringLiteral("%.0f"));
+    // Each time that it is set, the same one too, all is laid out anew.
+    if (const QString format = top < 2 ? QStringLiteral("%.1f") : QStringLiteral("%.0f");
+        m_values->labelFormat() != format)
+        m_values->setLabelFormat(format);
     m_values->setRange(0, top);
 }
 

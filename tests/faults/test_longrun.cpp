@@ -313,7 +313,8 @@ void LongRunTest::walk(TestServer &server, Monkey &monkey, int actions, int seco
     monkey.connectAgain();
     // Every window once, the rest by chance.
     stage.control<ChosenList>("lstDb")->setCurrentRow(0);
-    for (const char *button : {"cmdExec", "cmdCreateUser", "cmdRestore", "cmdInOut", "Command1"})
+    for (const char *button :
+         {"cmdExec", "cmdCreateUser", "cmdRestore", "cmdInOut", "openServer", "Command1"})
         stage.click(button);
     while (monkey.actions() < until && clock.elapsed() < seconds * 1000)
         QTest::qWait(20);
@@ -342,7 +343,8 @@ void LongRunTest::manyRandomActionsDoNoHarm()
     std::FILE *log = std::fopen("faults_longrun.log", "w");
     QVERIFY(log);
     loadFonts();
-    // Pictures of icons would look like growth, too; their keys outlive QPixmapCache::clear() by half a minute.
+    // Pictures of icons would look like growth, too; their keys outlive QPixmapCache::clear() by half a
+    // minute.
     QPixmapCache::setCacheLimit(0);
     // At most a tenth is added after a hundred actions. What a walk happens to show for the first time only
     // later, and the toolkit keeps, is no growth when next to nothing is added after a thousand.
