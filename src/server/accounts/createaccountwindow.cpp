@@ -83,7 +83,9 @@ void CreateAccountWindow::buildLayout()
     form->addRow(QString(), m_isRole);
     form->addRow(QStringLiteral("認証プラグイン(&A) :"), m_plugin);
     form->addRow(QStringLiteral("パスワード(&P) :"), m_password);
-    form->addRow(QStringLiteral("パスワードの期限(&E) :"), expiry);
+    auto *expiryCaption = new QLabel(QStringLiteral("パスワードの期限(&E) :"));
+    expiryCaption->setBuddy(m_expiry);
+    form->addRow(expiryCaption, expiry);
     form->addRow(QStringLiteral("暗号化(&T) :"), m_tls);
     form->addRow(QStringLiteral("文の数／時 :"), m_statementsPerHour);
     form->addRow(QStringLiteral("変更の数／時 :"), m_changesPerHour);
