@@ -8,7 +8,9 @@
 #include "core/session/basconnection.h"
 #include "maintenance/backup/frmRestore.h"
 #include "server/serverwindow.h"
+#include "structure/diagram/diagramwindow.h"
 #include "structure/search/searchwindow.h"
+#include "structure/surroundings/surroundingspane.h"
 #include "transfer/commands.h"
 
 #include <QAction>
@@ -82,6 +84,8 @@ frmTarnwell::~frmTarnwell()
     delete m_console;
     delete m_server;
     delete m_search;
+    delete m_surroundings;
+    delete m_diagram;
 }
 
 void frmTarnwell::Form_Load()

@@ -18,10 +18,13 @@
 
 class ConnectionStore;
 class KeepAlive;
+class DiagramWindow;
 class ServerWindow;
 class SearchWindow;
+class SurroundingsPane;
 class frmSql;
 struct SavedServers;
+struct RelatedThing;
 struct SearchHit;
 
 // The program's first window: connection, lists, detail and every command. Closing it saves the settings,
@@ -103,6 +106,12 @@ private:
     void openServer();
     void openSearch();
     void openHit(const SearchHit &hit);
+    void toggleSurroundings();
+    void showSurroundings();
+    void editRelated(const RelatedThing &thing);
+    void dropRelated(const RelatedThing &thing);
+    void renameShown();
+    void openDiagram();
     void showInConsole(const QString &statement);
 
     void choose(ChosenList *list);
@@ -134,4 +143,6 @@ private:
     SheetRoom m_sheets;
     QPointer<ServerWindow> m_server;
     QPointer<SearchWindow> m_search;
+    QPointer<DiagramWindow> m_diagram;
+    QPointer<SurroundingsPane> m_surroundings; // made when first shown
 };

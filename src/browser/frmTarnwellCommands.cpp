@@ -53,6 +53,10 @@ std::span<const frmTarnwell::WindowCommand> frmTarnwell::windowCommands()
         {{"cmdCreateUser", u"ﾕｰｻﾞｰ設定", "Alt+U", Menu::Server, Needs::Connection}, &W::cmdCreateUser_Click},
         {{"openServer", u"サーバー", "Ctrl+F8", Menu::Server, Needs::Connection}, &W::openServer},
         {{"openSearch", u"検索", "Ctrl+Shift+F", Menu::View, Needs::Connection}, &W::openSearch},
+        {{"showSurroundings", u"周辺", "F4", Menu::View, Needs::Connection}, &W::toggleSurroundings},
+        {{"renameTable", u"名前の変更...", "F2", Menu::Table, Needs::Table | Needs::MayWrite},
+         &W::renameShown},
+        {{"openDiagram", u"図", "Ctrl+Shift+R", Menu::Database, Needs::Databases}, &W::openDiagram},
         {{"refreshShown", u"最新の情報に更新", "F5", Menu::View, Needs::Connection}, &W::refreshShown},
         {{"showLog", u"SQLログ", "F12", Menu::View, Needs::Nothing}, &W::toggleLog},
         {{"openPalette", u"コマンドとオブジェクトを探す", "Ctrl+P", Menu::View, Needs::Nothing},
@@ -79,6 +83,12 @@ void frmTarnwell::offerCommands()
     // From every window of the program.
     for (const char *name : {"action_openSheets", "action_openHistory", "action_openServer"})
         findChild<QAction *>(QLatin1String(name))->setShortcutContext(Qt::ApplicationShortcut);
+
+    // In the grids this key edits a cell.
+    auto *rename = findChild<QAction *>(QStringLiteral("action_renameTable"));
+    rename->setShortcutContext(Qt::WidgetShortcut);
+    removeAction(rename);
+    m_controls.lstTables->addAction(rename);
 
     const auto isOfRoutine = [](const CommandRow &row) { return includes(row.needs, Needs::Routine); };
     m_menus.addContextMenu(*m_controls.lstDb, [](const CommandRow &row) {
@@ -186,6 +196,7 @@ void frmTarnwell::disconnectNow()
         m_controls.txtPass->clear(); // it is asked for each time, or the key store has it
     sDisconnect(m_session);
     sConnectMode(false);
+    showSurroundings();
     m_controls.cmdConnect->setFocus();
     if (m_console)
         m_console->showDisconnected();

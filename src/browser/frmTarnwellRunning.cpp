@@ -42,6 +42,7 @@ void frmTarnwell::serveChoice(const ChosenList &list)
         else
             m_detail.lstProcFunc_Click();
     });
+    showSurroundings();
     if (hasKept && m_controls.txtError->toPlainText().isEmpty())
         m_dialogue.setLastError(
             QStringLiteral("編集していた定義は、変更していません。ｸｴﾘ実行の履歴 (Alt+↑) に残しました。"),

@@ -1,10 +1,16 @@
 // What the main window offers of its objects' structure: changing, comparing, searching, and going to what
 // was found.
 #include "browser/frmTarnwell.h"
+#include "maintenance/boundobjectdialog.h"
 #include "structure/alter/alterwindow.h"
 #include "structure/compare/comparewindow.h"
+#include "structure/diagram/diagramwindow.h"
 #include "structure/search/searchhit.h"
 #include "structure/search/searchwindow.h"
+#include "structure/surroundings/renametable.h"
+#include "structure/surroundings/surroundingspane.h"
+
+#include <QInputDialog>
 
 namespace {
 
@@ -13,6 +19,26 @@ void bringToFront(QWidget &window)
     window.show();
     window.raise();
     window.activateWindow();
+}
+
+SearchHit::Kind hitKind(RelatedThing::Kind kind)
+{
+    switch (kind) {
+    case RelatedThing::Kind::View:
+        return SearchHit::Kind::View;
+    case RelatedThing::Kind::Procedure:
+        return SearchHit::Kind::Procedure;
+    case RelatedThing::Kind::Function:
+        return SearchHit::Kind::Function;
+    default:
+        return SearchHit::Kind::Table;
+    }
+}
+
+BoundObject boundObject(const RelatedThing &thing)
+{
+    const bool isTrigger = thing.kind == RelatedThing::Kind::Trigger;
+    return {isTrigger, thing.database, thing.name.isEmpty() ? QString() : thing.object};
 }
 
 QString itemOf(const ChosenList &list, const QString &tag, const QString &name)
@@ -107,4 +133,95 @@ void frmTarnwell::openHit(const SearchHit &hit)
     list.choose(item);
     if (!isRoutine)
         c.optField[hit.kind == Kind::View ? 0 : 1]->setChecked(true);
+}
+
+void frmTarnwell::toggleSurroundings()
+{
+    if (m_surroundings && m_surroundings->isVisible() && m_surroundings->isOf(m_session)) {
+        m_surroundings->hide();
+        return;
+    }
+    if (m_surroundings && !m_surroundings->isOf(m_session))
+        delete m_surroundings;
+    if (!m_surroundings) {
+        // Beside the panels of tables and routines.
+        auto *splitter = qobject_cast<QSplitter *>(m_controls.picTable->parentWidget()->parentWidget());
+        m_surroundings = new SurroundingsPane(m_session);
+        splitter->addWidget(m_surroundings);
+        splitter->setSizes({150, 600, 250});
+        connect(m_surroundings, &SurroundingsPane::opened, this, [this](const RelatedThing &thing) {
+            openHit({hitKind(thing.kind), thing.database, thing.object, thing.object, {}, {}});
+        });
+        connect(m_surroundings, &SurroundingsPane::changeWanted, this, &frmTarnwell::editRelated);
+        connect(m_surroundings, &SurroundingsPane::dropWanted, this, &frmTarnwell::dropRelated);
+        connect(m_surroundings, &SurroundingsPane::closed, m_surroundings, &QWidget::hide);
+    }
+    m_surroundings->show();
+    m_surroundings->setFocus();
+    showSurroundings();
+}
+
+// What is chosen now; where the connection has gone, the pane goes with it.
+void frmTarnwell::showSurroundings()
+{
+    if (!m_surroundings || m_surroundings->isHidden())
+        return;
+    if (!m_session.gCn || !m_session.gCn->isOpen() || !m_surroundings->isOf(m_session)) {
+        m_surroundings->deleteLater();
+        m_surroundings.clear();
+        return;
+    }
+    const bool isTable = m_controls.lblPreTable->text() == u"1";
+    m_surroundings->showOf(m_controls.lstDb->currentText(),
+                           isTable ? m_controls.lblTableName->text() : QString());
+}
+
+void frmTarnwell::editRelated(const RelatedThing &thing)
+{
+    const BoundObject object = boundObject(thing);
+    QString text = newBoundText(object.isTrigger, thing.object);
+    if (!object.name.isEmpty()) {
+        text.clear();
+        runAlone(this, QStringLiteral("定義の読み込み"), [&] { text = readBoundObject(m_session, object); });
+    }
+    if (!text.isEmpty() && editBoundObject(this, m_session, object, text))
+        showSurroundings();
+}
+
+void frmTarnwell::dropRelated(const RelatedThing &thing)
+{
+    const BoundObject object = boundObject(thing);
+    runAlone(this, QStringLiteral("削除"), [&] { dropBoundObject(m_session, m_dialogue, object); });
+    showSurroundings();
+}
+
+void frmTarnwell::renameShown()
+{
+    const QString database = m_controls.lstDb->currentText(), table = m_controls.lblTableName->text();
+    if (!m_rows.mayLeave())
+        return;
+    const QString name =
+        QInputDialog::getText(this, QStringLiteral("名前の変更"),
+                              QStringLiteral("%1 の新しい名前(&N):").arg(table), QLineEdit::Normal, table);
+    if (name.isEmpty() || name == table)
+        return;
+    bool isRenamed = false;
+    runAlone(this, QStringLiteral("名前の変更"),
+             [&] { isRenamed = renameTable(m_session, m_dialogue, database, table, name); });
+    if (!isRenamed)
+        return;
+    reload(Reload::Objects);
+    if (const QString item = itemOf(*m_controls.lstTables, {}, name); !item.isEmpty())
+        m_controls.lstTables->choose(item);
+}
+
+void frmTarnwell::openDiagram()
+{
+    delete m_diagram; // of another database, or as it was some time ago
+    m_diagram =
+        new DiagramWindow(m_session, m_controls.lstDb->currentText(), m_controls.lblTableName->text());
+    connect(m_diagram, &DiagramWindow::opened, this, [this](const QString &database, const QString &table) {
+        openHit({SearchHit::Kind::Table, database, table, table, {}, {}});
+    });
+    bringToFront(*m_diagram);
 }

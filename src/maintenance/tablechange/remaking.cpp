@@ -51,7 +51,7 @@ QString grantOf(const QString &type, const QString &user, const QString &host, c
            (mayGrant ? QStringLiteral(" WITH GRANT OPTION") : QString());
 }
 
-constexpr int tableExists = 1050, routineExists = 1304;
+constexpr int tableExists = 1050, routineExists = 1304, triggerExists = 1359, eventExists = 1537;
 constexpr int mayNotNameDefiner = 1227, noSuchUser = 1449;
 constexpr int accessDenied = 1044, tableAccessDenied = 1142, columnAccessDenied = 1143,
               routineAccessDenied = 1370, unsafeFunction = 1418, functionNeedsSuper = 1419;
@@ -111,7 +111,7 @@ void Remaking::tryAs(const QString &definer, const std::function<QString(const Q
     try {
         m_log.send(sent(remake(definer)), m_with);
     } catch (const Failure &error) {
-        if (isOneOf(error.number(), {tableExists, routineExists}))
+        if (isOneOf(error.number(), {tableExists, routineExists, triggerExists, eventExists}))
             return;
         const bool isAboutDefiner = isOneOf(error.number(), {mayNotNameDefiner, noSuchUser});
         if (error.number() == 0 || doubtAfter(m_session, error) != Doubt::None ||

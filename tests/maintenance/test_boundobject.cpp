@@ -1,0 +1,75 @@
+#include "maintenance/boundobject.h"
+#include "support/gui/stage.h"
+
+// Triggers and events, changed on servers of each brand.
+class BoundObjectTest : public QObject {
+    Q_OBJECT
+
+private Q_SLOTS:
+    void init() { failOnAnyWarning(); }
+    void aChangeKeepsWhatTheTextDoesNotSay_data() { TestServers::addRows(); }
+    void aChangeKeepsWhatTheTextDoesNotSay();
+    void aRefusedChangeLeavesEverything_data() { TestServers::addRows(); }
+    void aRefusedChangeLeavesEverything();
+
+private:
+    TestServers m_servers{
+        {}, [](TestServer &server) {
+            server.run(
+                "create database d; use d; create table t(a int, b int); create user boss@localhost; "
+                "grant all on *.* to boss@localhost; set sql_mode='ANSI_QUOTES,NO_BACKSLASH_ESCAPES'; "
+                "create definer=boss@localhost trigger trg before insert on t for each row set new.b = 1;"
+                "set time_zone='+03:00'; create definer=boss@localhost event e on schedule at "
+                "'2037-01-01 12:00:00' do delete from t;");
+        }};
+    const BoundObject m_trigger{true, "d", "trg"}, m_event{false, "d", "e"};
+};
+
+void BoundObjectTest::aChangeKeepsWhatTheTextDoesNotSay()
+{
+    QFETCH(TestServer::Brand, brand);
+    SKIP_WITHOUT(brand);
+    TestServer &server = m_servers.of(brand);
+    RealStage stage(server, nativeDriverName());
+    for (const auto &[object, from, to] :
+         {std::tuple(m_trigger, "= 1", "= 2"), {m_event, "delete from t", "delete from t where a=1"}}) {
+        const QString shown = readBoundObject(stage.session, object);
+        QString edited = shown;
+        QVERIFY2(edited.contains(from), qPrintable(shown));
+        edited.replace(from, to);
+        QVERIFY2(changeBoundObject(stage.session, stage.dialogue, object, shown, edited),
+                 qPrintable(stage.told()));
+        QCOMPARE(readBoundObject(stage.session, object), edited);
+        // Somebody else has the old text.
+        QVERIFY(!changeBoundObject(stage.session, stage.dialogue, object, shown, edited));
+    }
+    QCOMPARE(server.run("select definer, sql_mode from information_schema.triggers where trigger_name='trg'"),
+             "boss@localhost\tANSI_QUOTES,NO_BACKSLASH_ESCAPES\n");
+    QCOMPARE(server.run("select definer, time_zone, execute_at from information_schema.events"),
+             "boss@localhost\t+03:00\t2037-01-01 12:00:00\n");
+}
+
+void BoundObjectTest::aRefusedChangeLeavesEverything()
+{
+    QFETCH(TestServer::Brand, brand);
+    SKIP_WITHOUT(brand);
+    RealStage stage(m_servers.of(brand), nativeDriverName());
+    const QRegularExpression table(" on [`\"]?t[`\"]? ", QRegularExpression::CaseInsensitiveOption);
+    for (const BoundObject &object : {m_trigger, m_event}) {
+        const QString shown = readBoundObject(stage.session, object);
+        for (const QString &wrong : {shown + " )", QString("DROP TABLE t"),
+                                     QString(object.isTrigger ? shown : "x").replace(table, " on gone ")}) {
+            QVERIFY(!changeBoundObject(stage.session, stage.dialogue, object, shown, wrong));
+            QCOMPARE(readBoundObject(stage.session, object), shown);
+        }
+    }
+    const BoundObject made{true, "d", {}};
+    QVERIFY(!createBoundObject(stage.session, stage.dialogue, made, "create table d.x(a int)"));
+    QVERIFY(createBoundObject(stage.session, stage.dialogue, made,
+                              "create trigger second after delete on t for each row set @x = 1"));
+    QVERIFY(dropBoundObject(stage.session, stage.dialogue, {true, "d", "second"}));
+    QVERIFY_EXCEPTION_THROWN(readBoundObject(stage.session, {true, "d", "second"}), Failure);
+}
+
+QTEST_MAIN(BoundObjectTest)
+#include "test_boundobject.moc"

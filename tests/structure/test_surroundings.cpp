@@ -1,0 +1,126 @@
+#include "structure/diagram/diagram.h"
+#include "structure/surroundings/renametable.h"
+#include "structure/surroundings/surroundings.h"
+#include "support/gui/stage.h"
+
+#include <QProcess>
+#include <QStandardPaths>
+
+// What hangs together with a table, on servers of each brand.
+class SurroundingsTest : public QObject {
+    Q_OBJECT
+
+private Q_SLOTS:
+    void init() { failOnAnyWarning(); }
+    void whatUsesATableIsFound_data() { TestServers::addRows(); }
+    void whatUsesATableIsFound();
+    void namesAreReadAsTheServerReadsThem_data();
+    void namesAreReadAsTheServerReadsThem();
+    void aTableIsRenamedOnceItsUsersAreTold();
+    void aPictureHoldsWhatIsChosen();
+
+private:
+    TestServers m_servers{
+        {}, [](TestServer &server) {
+            server.run(
+                "create database d; use d; create table parent(id int primary key) engine=InnoDB;"
+                "create table t(id int primary key, p int, index by_p(p), constraint up foreign key(p) "
+                "references parent(id) on delete cascade) engine=InnoDB;"
+                "create table child(t int, constraint down foreign key(t) references t(id)) engine=InnoDB;"
+                "create view v as select id from t; create view other as select 't' as t;"
+                "create procedure uses() select * from `t`; create procedure not_uses() select 't';"
+                "create trigger trg before insert on t for each row set new.p = null;"
+                "create trigger elsewhere before insert on child for each row delete from d.t;"
+                "create event e on schedule every 1 day do delete from t;"
+                "create database d2; create view d2.far as select id from d.t;"
+                "create table d2.t(a int); create view d2.own as select a from d2.t;"
+                "grant select on d.t to demo@localhost");
+        }};
+};
+
+void SurroundingsTest::whatUsesATableIsFound()
+{
+    QFETCH(TestServer::Brand, brand);
+    SKIP_WITHOUT(brand);
+    RealStage stage(m_servers.of(brand), nativeDriverName());
+    QMap<QString, QStringList> found;
+    for (const RelatedGroup &group : readSurroundings(stage.session, "d", "t")) {
+        QVERIFY2(group.refusal.isEmpty(), qPrintable(group.title + group.refusal));
+        for (const RelatedThing &thing : group.things)
+            found[group.title] << thing.name;
+    }
+    QCOMPARE(found["索引"], (QStringList{"PRIMARY", "by_p"}));
+    QCOMPARE(found["参照先 (外部キー)"], QStringList{"up"});
+    QCOMPARE(found["参照元 (外部キー)"], QStringList{"down"});
+    QCOMPARE(found["トリガー"], QStringList{"trg"});
+    QCOMPARE(found["イベント"], QStringList{"e"});
+    QCOMPARE(found["使っているもの"], (QStringList{"v", "d2.far", "uses", "elsewhere", "e"}));
+    QVERIFY(found["権限 (全体を除く)"].contains("'demo'@'localhost'"));
+}
+
+void SurroundingsTest::namesAreReadAsTheServerReadsThem_data()
+{
+    const Rows<QString, QString, bool> row;
+    row("bare", "select * from T", "d", true);
+    row("in backticks", "select `a``b`.`t`.x from `d` . `t`", "d2", true);
+    row("of another database", "select * from d2.t", "d", false);
+    row("unqualified elsewhere", "select * from t", "d2", false);
+    row("in a text", "select 't', \"t\" /* t */ -- t", "d", false);
+    row("part of a name", "select tt from t_t", "d", false);
+}
+
+void SurroundingsTest::namesAreReadAsTheServerReadsThem()
+{
+    const auto [definition, ownDatabase, isNamed] = fetched<QString, QString, bool>();
+    QCOMPARE(namesTable(definition, ownDatabase, "d", "t"), isNamed);
+}
+
+void SurroundingsTest::aTableIsRenamedOnceItsUsersAreTold()
+{
+    TestServer &server = m_servers.of(TestServer::Brand::MariaDb);
+    server.run("create database r; create table r.a(x int); create view r.v as select x from r.a;");
+    RealStage stage(server, nativeDriverName(), "r");
+    stage.dialogue.agrees = false;
+    const QString question = QString("サーバー 127.0.0.1:%1 の `r`.`a` の名前を `b``c` "
+                                     "にします。\r\n\r\n次のものがこの名前を使っています。"
+                                     "外部キーはサーバーが付け替えますが、ほかは古い名前のまま残り、動かなく"
+                                     "なります。\r\n\r\n・ビュー v")
+                                 .arg(server.port());
+    stage.dialogue.expectConfirm(question, Icon::Critical, false);
+    QVERIFY(!renameTable(stage.session, stage.dialogue, "r", "a", "b`c"));
+    stage.dialogue.expectConfirm(question, Icon::Critical, true);
+    QVERIFY(renameTable(stage.session, stage.dialogue, "r", "a", "b`c"));
+    QCOMPARE(server.run("show full tables where table_type='BASE TABLE'", "r"), "b`c\tBASE TABLE\n");
+}
+
+void SurroundingsTest::aPictureHoldsWhatIsChosen()
+{
+    TestServer &server = m_servers.of(TestServer::Brand::MariaDb);
+    RealStage stage(server, nativeDriverName());
+    const Diagram all = readDiagram(stage.session, "d");
+    QCOMPARE(all.links.size(), 2u);
+    QCOMPARE(partOf(all, {"parent"}, false).tables.size(), 1u);
+    const Diagram part = partOf(all, {"parent"}, true);
+    QCOMPARE(part.tables.size(), 2u);
+    const QString dot = QStandardPaths::findExecutable("dot");
+    if (dot.isEmpty())
+        QSKIP("Graphviz is not installed");
+    QProcess process;
+    process.start(dot, {"-Tplain"});
+    process.write(dotGraph(part, {[](const QString &text) { return 7.0 * double(text.size()); }, 14, true}));
+    process.closeWriteChannel();
+    QVERIFY(process.waitForFinished());
+    const QByteArray plain = process.readAllStandardOutput();
+    const auto picture = placed(part, plain, true);
+    QVERIFY(picture);
+    QCOMPARE(picture->links.front().name, "up");
+    const PlacedTable &parent = picture->tables.front();
+    QCOMPARE(parent.lines, QStringList{"id int(11)"});
+    QVERIFY(QRectF({0, 0}, picture->size).contains(parent.place.center()));
+    QVERIFY(!parent.place.intersects(picture->tables.back().place));
+    QVERIFY(svgOf(*picture, 14).contains(">parent</text>"));
+    QVERIFY(!placed(part, plain.left(plain.indexOf("edge")), true));
+}
+
+QTEST_MAIN(SurroundingsTest)
+#include "test_surroundings.moc"
