@@ -182,9 +182,10 @@ void frmTarnwell::showConnected()
 
 void frmTarnwell::cmdClose_Click()
 {
-    if (!m_session.runner.isRunning() && !m_rows.mayLeave())
-        return;
-    m_session.runner.leave(this, [this] { disconnectNow(); });
+    m_session.runner.leave(this, [this] {
+        if (m_rows.mayLeave())
+            disconnectNow();
+    });
 }
 
 void frmTarnwell::disconnectNow()
