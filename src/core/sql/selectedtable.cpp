@@ -1,45 +1,26 @@
 #include "core/sql/selectedtable.h"
 
-#include <QStringList>
+#include "core/sql/words.h"
 
-#include <algorithm>
-#include <vector>
+#include <QStringList>
 
 namespace {
 
-struct Word {
-    TokenKind kind;
-    QString text; // of a name without its quotes
-    QString small;
-};
-
-QString unquoted(const QString &name)
+QString nameOf(const SqlWord &word)
 {
-    QString text = name.mid(1, name.size() - 2);
-    return text.replace(QString(2, name[0]), QString(name[0]));
+    if (word.kind != TokenKind::Name || word.written.size() < 3)
+        return word.written;
+    QString text = word.written.mid(1, word.written.size() - 2);
+    return text.replace(QString(2, word.written[0]), QString(word.written[0]));
 }
 
 // What no SELECT over one table is as long as.
 constexpr qsizetype longest = 64 * 1024;
 
-std::vector<Word> wordsOf(const QByteArray &statement, SqlMode mode)
-{
-    std::vector<Word> words;
-    const QString text = QString::fromUtf8(statement);
-    for (const Token &token : sqlTokens(text, mode)) {
-        if (token.kind == TokenKind::Blank || token.kind == TokenKind::Comment)
-            continue;
-        const QString piece = text.mid(token.start, token.length);
-        const bool isName = token.kind == TokenKind::Name && token.isClosed && piece.size() > 2;
-        words.push_back({token.kind, isName ? unquoted(piece) : piece, isName ? QString() : piece.toLower()});
-    }
-    return words;
-}
-
 // Reads the parts of a SELECT in their order, as far as they leave a table's rows as they are.
 class Reader {
 public:
-    explicit Reader(std::vector<Word> words)
+    explicit Reader(std::vector<SqlWord> words)
         : m_words(std::move(words))
     {
     }
@@ -64,7 +45,7 @@ private:
     void passAlias();
     QString whyNotRest() const;
 
-    const std::vector<Word> m_words;
+    const std::vector<SqlWord> m_words;
     std::size_t m_at = 0;
 };
 
@@ -76,7 +57,7 @@ bool Reader::takesName(QStringList &parts)
             return true;
         if (!isName())
             return false;
-        parts << m_words[m_at++].text;
+        parts << nameOf(m_words[m_at++]);
     } while (takes(u"."));
     return true;
 }
@@ -132,15 +113,13 @@ QString Reader::whyNotRest() const
     static const QStringList changing{
         "join",      "straight_join", "group", "having", "union", "except",     "minus",
         "intersect", "procedure",     "into",  "window", ",",     "system_time"};
-    int depth = 0;
     bool isInOrder = false; // where a comma means another column
     for (std::size_t at = m_at; at < m_words.size(); ++at) {
-        const QString &word = m_words[at].small;
-        depth += word == u"(" ? 1 : word == u")" ? -1 : 0;
-        isInOrder |= depth == 0 && (word == u"order" || word == u"limit");
-        if (m_words[at].kind == TokenKind::VersionStart)
-            return QStringLiteral("版によって読まれたり読まれなかったりする部分があります");
-        if (depth == 0 && changing.contains(word) && !(word == u"," && isInOrder))
+        const SqlWord &word = m_words[at];
+        if (word.depth > 0)
+            continue;
+        isInOrder |= word.small == u"order" || word.small == u"limit";
+        if (changing.contains(word.small) && !(word.small == u"," && isInOrder))
             return QStringLiteral("ひとつのテーブルの行そのものではありません");
     }
     return {};
@@ -169,13 +148,13 @@ SelectedTable selectedTable(const QByteArray &statement, SqlMode mode)
 {
     if (statement.size() > longest)
         return {{}, {}, QStringLiteral("文が長すぎます")};
-    return Reader(wordsOf(statement, mode)).read();
+    return Reader(sqlWords(QString::fromUtf8(statement), mode)).read();
 }
 
 QString databaseOfUse(const QByteArray &statement, SqlMode mode)
 {
     if (statement.size() > longest)
         return {};
-    const std::vector<Word> words = wordsOf(statement, mode);
-    return words.size() >= 2 && words[0].small == u"use" ? words[1].text : QString();
+    const std::vector<SqlWord> words = sqlWords(QString::fromUtf8(statement), mode);
+    return words.size() >= 2 && words[0].small == u"use" ? nameOf(words[1]) : QString();
 }
