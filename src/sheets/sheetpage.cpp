@@ -13,9 +13,13 @@
 #include <QTimer>
 #include <QVBoxLayout>
 
+#include <algorithm>
+
 namespace {
 
 constexpr int draftDelay = 1000; // milliseconds after the last key
+// Scintilla lays a line out as a whole: one of 2 MB takes three seconds of every look at it.
+constexpr qsizetype mostInLine = 500'000;
 
 QString seconds(qint64 microseconds)
 {
@@ -325,14 +329,18 @@ QString SheetPage::open(const QString &path)
     QFile file(path);
     // It is kept as a draft with every pause while it is written.
     constexpr qint64 most = 10 * 1024 * 1024;
-    if (const QFileInfo at(path); at.exists() && !at.isFile()) // a pipe would keep the window waiting
+    const QString otherWay =
+        QStringLiteral("シートには開けません。「ファイルを実行」は、読み込まずに実行します。");
+    const QFileInfo at(path);
+    if (at.exists() && !at.isFile()) // a pipe would keep the window waiting
         return path + QStringLiteral(": ファイルではありません。");
-    else if (at.size() > most)
-        return path + QStringLiteral(": 10 MBを超えるため、シートには開けません。"
-                                     "「ファイルを実行」は、読み込まずに実行します。");
+    if (at.size() > most)
+        return path + QStringLiteral(": 10 MBを超えるため、") + otherWay;
     if (!file.open(QIODevice::ReadOnly))
         return path + QStringLiteral(": ") + file.errorString();
     const QByteArray bytes = file.readAll();
+    if (std::ranges::max(bytes.split('\n'), {}, &QByteArray::size).size() > mostInLine)
+        return path + QStringLiteral(": とても長い行があるため、") + otherWay;
     SheetContents contents;
     contents.path = path;
     contents.text = fromCodePage(bytes);
