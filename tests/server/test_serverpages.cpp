@@ -349,6 +349,13 @@ void ServerPagesTest::accountsAreMade()
     QVERIFY(!m_stage->session.statementLog->entries().back().statement.contains("secret"));
     QVERIFY(server.accepts("maker", "it's \\ secret"));
     QCOMPARE(cell("accountList", "`maker`@`%`", 6), "文/時 77");
+    if (brand != TestServer::Brand::MySql56) {
+        server.run("alter user maker password expire interval 30 day account lock");
+        m_page->startRefresh();
+        QTRY_COMPARE(cell("accountList", "`maker`@`%`", 5), "30 日");
+        QCOMPARE(cell("accountList", "`maker`@`%`", 1), "アカウント（ロック）");
+        server.run("alter user maker account unlock");
+    }
     make("maker", 1);
     QVERIFY(label("privilegeNote").startsWith("サーバーが断りました。何も残っていません: "));
     QVERIFY(!label("privilegeNote").contains("secret"));

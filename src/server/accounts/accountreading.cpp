@@ -32,8 +32,10 @@ QString expiryText(const RecordSet &rows)
 {
     if (textOf(rows, "password_expired") == u"Y")
         return QStringLiteral("期限切れ");
-    const QString days = textOf(rows, "password_lifetime");
-    return days.isEmpty() ? QString() : days == u"0" ? QStringLiteral("なし") : days + QStringLiteral(" 日");
+    const QString days = textOf(rows, "password_lifetime"); // -1 in MariaDB: the server's own
+    if (days.toInt() > 0)
+        return days + QStringLiteral(" 日");
+    return days == u"0" ? QStringLiteral("なし") : QString();
 }
 
 QString limitsText(const RecordSet &rows)
@@ -86,6 +88,24 @@ void readRoles(Connection &connection, std::vector<ServerAccount> &accounts)
         }
 }
 
+// MariaDB, since 10.4, keeps what its mysql.user does not show.
+void readLocks(Connection &connection, std::vector<ServerAccount> &accounts)
+{
+    RecordSet rows = connection.execute(
+        QStringLiteral("select user, host, json_value(priv, '$.account_locked') as account_locked, "
+                       "json_value(priv, '$.password_lifetime') as password_lifetime "
+                       "from mysql.global_priv"));
+    for (; !rows.isEof(); rows.moveNext()) {
+        const auto account =
+            std::ranges::find(accounts, AccountName{rows.text(0), rows.text(1)}, &ServerAccount::name);
+        if (account == accounts.end())
+            continue;
+        account->isLocked = textOf(rows, "account_locked") == u"1";
+        if (account->expiry.isEmpty())
+            account->expiry = expiryText(rows);
+    }
+}
+
 AccountName ownName(Connection &connection)
 {
     const QString own = connection.execute(QStringLiteral("select current_user()")).text(0);
@@ -105,6 +125,8 @@ AccountList readAccountList(Connection &connection)
         const ServerInfo server = connection.server();
         if (!server.isMariaDb && server.number >= 80000)
             readRoles(connection, list.accounts);
+        if (server.isMariaDb && server.number >= 100400)
+            readLocks(connection, list.accounts);
     } catch (const Failure &failure) {
         if (!isMissingRight(failure))
             throw;

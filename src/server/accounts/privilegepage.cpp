@@ -51,12 +51,14 @@ QString keyOf(const Grant &grant)
 
 KeyedRow rowOf(const Grant &grant)
 {
-    QString kind = grant.isRole() ? QStringLiteral("役割") : QString();
+    QStringList remarks;
+    if (grant.isRole())
+        remarks << QStringLiteral("役割");
     if (grant.isRestriction)
-        kind = QStringLiteral("部分的に取り上げ");
-    else if (grant.isGrantable)
-        kind += QStringLiteral("他へ与えられる");
-    return {keyOf(grant), {grant.privilege, grant.scope, kind}};
+        remarks << QStringLiteral("ここだけ取り上げ");
+    if (grant.isGrantable)
+        remarks << QStringLiteral("他へ与えられる");
+    return {keyOf(grant), {grant.privilege, grant.scope, remarks.join(QStringLiteral("、"))}};
 }
 
 QWidget *column(std::initializer_list<QWidget *> controls)
