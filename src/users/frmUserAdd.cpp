@@ -1,6 +1,7 @@
 #include "users/frmUserAdd.h"
 
 #include "controls/lists/chosenlist.h"
+#include "controls/window/building.h"
 #include "core/command/writing.h"
 #include "users/accountcommands.h"
 
@@ -21,6 +22,8 @@ frmUserAdd::frmUserAdd(Session &session, QWidget *parent, Dialogue *dialogue)
 {
     connectControls();
     offerDetails();
+    if (m_session.profile.isReadOnly)
+        turnWritingOff();
     runAlone([this] {
         m_view.Form_Load();
         m_isRead = !m_session.runner.isStopWanted();
@@ -88,6 +91,21 @@ void frmUserAdd::offerDetails()
     });
 }
 
+// They stay off, whoever enables them, and their tips say why.
+void frmUserAdd::turnWritingOff()
+{
+    for (const AccountCommand &command : accountCommands()) {
+        auto *button = findChild<QPushButton *>(QLatin1String(command.id));
+        if (!command.writes)
+            continue;
+        button->setEnabled(false);
+        button->setToolTip(
+            plainTip(QStringLiteral("接続先「%1」は読み取り専用の接続です。").arg(m_session.profile.name)));
+        m_keptOff << button;
+        button->installEventFilter(this);
+    }
+}
+
 void frmUserAdd::txtPassword_GotFocus(bool isByMouse)
 {
     m_controls.txtPassword->selectAll();
@@ -100,6 +118,8 @@ bool frmUserAdd::eventFilter(QObject *watched, QEvent *event)
 {
     if (watched == m_controls.txtPassword && event->type() == QEvent::FocusIn)
         txtPassword_GotFocus(static_cast<QFocusEvent *>(event)->reason() == Qt::MouseFocusReason);
+    if (event->type() == QEvent::EnabledChange && m_keptOff.contains(watched))
+        static_cast<QWidget *>(watched)->setEnabled(false);
     return QDialog::eventFilter(watched, event);
 }
 

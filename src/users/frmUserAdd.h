@@ -26,6 +26,7 @@ protected:
 private:
     void connectControls();
     void offerDetails();
+    void turnWritingOff();
     void txtPassword_GotFocus(bool isByMouse);
     void run(const AccountCommand &command);
     // One thing at a time; what is chosen in a list meanwhile is read after it.
@@ -39,6 +40,7 @@ private:
     AccountView m_view;
     bool m_isRead = false;
     std::optional<Account> m_wantedAccount;
+    QList<QObject *> m_keptOff; // the connection is read-only
 };
 
 // Shows the window modally; whose rights are to be shown in full after it, mostly nobody's.
