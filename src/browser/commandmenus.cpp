@@ -111,7 +111,7 @@ Needs CommandMenus::given() const
 {
     const TarnwellControls &c = m_controls;
     const auto when = [](bool is, Needs need) { return is ? need : Needs::Nothing; };
-    const bool isConnected = m_session.gCn && m_session.gCn->isOpen();
+    const bool isConnected = m_session.gCn != nullptr; // one that was lost comes back
     // There the buttons that would tell stay off.
     const auto isShown = [this](const QLabel &name) {
         return m_session.profile.isReadOnly && !name.text().isEmpty();
@@ -166,6 +166,13 @@ void CommandMenus::showContextMenu(ChosenList &list,
             [&list] { QGuiApplication::clipboard()->setText(nameOf(list.currentText())); });
     open(menu);
     menu.exec(list.viewport()->mapToGlobal(position));
+}
+
+void CommandMenus::turnWritingOff()
+{
+    for (const Offer &offer : m_offers)
+        if (offer.button && includes(offer.row.needs, Needs::MayWrite))
+            offer.button->setEnabled(false);
 }
 
 std::vector<PaletteEntry> CommandMenus::paletteEntries() const

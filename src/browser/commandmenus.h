@@ -32,6 +32,8 @@ public:
     QMenuBar *makeMenuBar();
     // More entries at the end of a menu, made each time it is opened.
     void extend(Menu place, std::function<void(QMenu &menu)> addTo);
+    // The buttons of what a read-only connection cannot do; they stay so.
+    void turnWritingOff();
     void addContextMenu(ChosenList &list, std::function<bool(const CommandRow &row)> belongsTo);
     std::vector<PaletteEntry> paletteEntries() const;
 

@@ -4,6 +4,7 @@
 #include "controls/grid/columnwidths.h"
 #include "controls/window/stopping.h"
 #include "controls/window/windowpump.h"
+#include "core/command/doubt.h"
 #include "core/sql/listitem.h"
 #include "core/sql/names.h"
 #include "core/sql/statements.h"
@@ -71,8 +72,9 @@ void DataViewer::read()
             m_dialogue.inform(stopped);
             return;
         }
-        m_dialogue.setLastError(error.description(), false);
-        m_dialogue.refuse(error.description());
+        const QString words = error.description() + wordsOfComingBack(m_session);
+        m_dialogue.setLastError(words, false);
+        m_dialogue.refuse(words);
     }
 }
 

@@ -69,7 +69,9 @@ frmTarnwell::frmTarnwell(Session &session)
     layout()->setMenuBar(m_menus.makeMenuBar());
     new EscapeStops(session.runner, this);
     // From the event loop: the windows that ran something are still on the stack.
-    connect(&session.runner, &Runner::idle, this, &frmTarnwell::comeBack, Qt::QueuedConnection);
+    connect(&session.runner, &Runner::idle, this, &frmTarnwell::comeBackWhenIdle, Qt::QueuedConnection);
+    connect(&session.runner, &Runner::started, this, [this] { m_hasTriedToComeBack = false; });
+    session.comeBack = [this] { comeBack(); };
     connect(new WindowActivation(this), &WindowActivation::activated, this,
             [this] { m_panel.chooseSaved(); });
     Form_Load();
@@ -86,6 +88,7 @@ frmTarnwell::~frmTarnwell()
     delete m_search;
     delete m_surroundings;
     delete m_diagram;
+    m_session.comeBack = {};
 }
 
 void frmTarnwell::Form_Load()

@@ -58,6 +58,8 @@ private:
     void offerCommands();
 
     void openConnections();
+    void takeEditsOfConnection();
+    void keepAlive();
     ConnectionStore readConnections();
     void offerLastConnections(QMenu &menu);
     void addConnections(std::vector<PaletteEntry> &entries);
@@ -69,6 +71,7 @@ private:
     // None: nothing is kept, or the key store cannot be read, which `why` says.
     SavedServers savedServers();
     void comeBack();
+    void comeBackWhenIdle();
     void cmdConnect_Click();
     void connectNow();
     bool renewsPassword();
@@ -136,8 +139,8 @@ private:
     DataViewer m_viewer;
     CommandMenus m_menus;
     QPointer<frmSql> m_console;
-    bool m_keepsPassword = false; // the asked one, in the key store, once it has proven right
-    bool m_hasTriedToComeBack = false;
+    bool m_keepsPassword = false;      // the asked one, in the key store, once it has proven right
+    bool m_hasTriedToComeBack = false; // since something ran last
     KeepAlive *m_keepAlive = nullptr;
     ServerStrips *m_strips = nullptr; // made for the first saved connection
     SheetRoom m_sheets;

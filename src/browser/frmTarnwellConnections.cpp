@@ -38,6 +38,35 @@ void frmTarnwell::openConnections()
     window.exec();
     if (const auto &choice = window.choice())
         useConnection(choice->profile, choice->typedPassword, choice->connectsNow);
+    else
+        takeEditsOfConnection();
+}
+
+// The connection that stands goes by what has been edited, as far as it can.
+void frmTarnwell::takeEditsOfConnection()
+{
+    const ConnectionStore store = readConnections();
+    const ConnectionProfile *saved = store.find(m_session.profile.id);
+    if (!m_session.gCn || !saved || *saved == m_session.profile)
+        return;
+    ConnectionProfile &profile = m_session.profile;
+    const bool mayWriteNoMore = saved->isReadOnly && !profile.isReadOnly;
+    profile = inUse(profile, *saved);
+    if (m_strips)
+        m_strips->update();
+    m_sheets.takeMarks(profile);
+    keepAlive();
+    if (mayWriteNoMore) {
+        m_menus.turnWritingOff();
+        runAlone(this, QStringLiteral("読み取り専用"), [this] {
+            m_session.connection().execute(QStringLiteral("SET SESSION TRANSACTION READ ONLY"));
+        });
+    }
+    if (*saved != profile)
+        m_dialogue.setLastError(
+            QStringLiteral("接続先「%1」の変更には、次の「接続」から使われるものがあります。")
+                .arg(profile.name),
+            false);
 }
 
 ConnectionStore frmTarnwell::readConnections()
@@ -153,12 +182,8 @@ void frmTarnwell::findProfile()
     m_session.gDbName = found->database;
 }
 
-void frmTarnwell::noteConnectionUsed()
+void frmTarnwell::keepAlive()
 {
-    if (m_keepAlive)
-        m_keepAlive->stop();
-    if (!m_session.profile.isSaved())
-        return;
     if (!m_keepAlive && m_session.profile.keepAlive > 0) {
         m_keepAlive = new KeepAlive(m_session, this);
         connect(m_keepAlive, &KeepAlive::failed, this,
@@ -166,6 +191,13 @@ void frmTarnwell::noteConnectionUsed()
     }
     if (m_keepAlive)
         m_keepAlive->start(m_session.profile.keepAlive);
+}
+
+void frmTarnwell::noteConnectionUsed()
+{
+    keepAlive();
+    if (!m_session.profile.isSaved())
+        return;
     QString words = ConnectionStore(connectionsFile(m_session)).use(m_session.profile.id);
     // Asked for because the key store has none yet; now it is known to be right.
     if (std::exchange(m_keepsPassword, false))
@@ -186,25 +218,41 @@ void frmTarnwell::showPassword(const QString &password)
     m_controls.txtPass->setText(password);
 }
 
-// Once nothing runs, a connection that was lost is made anew, for the same database. What the server kept for
-// it is gone, which the failure has said.
+// What the server kept for the lost connection is gone, which its failure has said. Lists and database stay.
 void frmTarnwell::comeBack()
 {
-    const bool isOfOwnAttempt = std::exchange(m_hasTriedToComeBack, false);
-    if (isOfOwnAttempt || !m_session.gCn || m_session.gCn->isOpen())
+    if (std::exchange(m_hasTriedToComeBack, true))
+        throw interruptedError(); // said already why it cannot
+    try {
+        const BusyPointer busy(m_dialogue);
+        reconnect(m_session);
+    } catch (const Failure &failure) {
+        if (failure.isInterrupted())
+            throw;
+        // The state of a connection that does not exist: for those who ask what kind of failure it is.
+        throw Failure(QStringLiteral("サーバーとの接続が切れていて、つなぎ直せません。\n") +
+                          withAdvice(failure, effectiveTls(m_session)),
+                      failure.number(), QStringLiteral("08003"));
+    }
+    m_hasTriedToComeBack = false;
+    m_controls.encryption->showOf(m_session.gCn.get());
+    m_panel.showRole();
+    m_dialogue.setLastError(QStringLiteral("接続が切れたので、つなぎ直しました。"), false);
+}
+
+// For those who only said that the connection was lost.
+void frmTarnwell::comeBackWhenIdle()
+{
+    if (m_hasTriedToComeBack || !m_session.gCn || m_session.gCn->isOpen())
         return;
-    QStringList words{m_controls.txtError->toPlainText()};
-    m_hasTriedToComeBack = m_session.runner.run(this, QStringLiteral("再接続"), [&] {
+    const QString before = m_controls.txtError->toPlainText();
+    const bool hasRun = m_session.runner.run(this, QStringLiteral("再接続"), [&] {
         try {
-            const BusyPointer busy(m_dialogue);
-            reconnect(m_session);
-            words << QStringLiteral("接続が切れたので、つなぎ直しました。");
+            comeBack();
         } catch (const Failure &failure) {
-            words << QStringLiteral("接続が切れました。つなぎ直せません: ") +
-                         withAdvice(failure, effectiveTls(m_session));
+            m_dialogue.setLastError(failure.description(), false);
         }
     });
-    words.removeAll(QString());
-    m_dialogue.setLastError(words.join(u'\n'), false);
-    m_controls.encryption->showOf(m_session.gCn.get());
+    if (hasRun && !before.isEmpty())
+        m_dialogue.setLastError(before + u'\n' + m_controls.txtError->toPlainText(), false);
 }

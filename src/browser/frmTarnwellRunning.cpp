@@ -2,6 +2,7 @@
 #include "browser/frmTarnwell.h"
 #include "console/frmSql.h"
 #include "console/history.h"
+#include "core/command/doubt.h"
 #include "core/command/writing.h"
 
 #include <QSignalBlocker>
@@ -67,9 +68,10 @@ void frmTarnwell::guarded(const Runner::Action &action)
         action();
     } catch (const Failure &error) {
         // What the user has stopped needs no box.
-        m_dialogue.setLastError(error.description(), false);
+        const QString words = error.description() + wordsOfComingBack(m_session);
+        m_dialogue.setLastError(words, false);
         if (!m_session.runner.isStopWanted())
-            m_dialogue.refuse(error.description());
+            m_dialogue.refuse(words);
     }
 }
 

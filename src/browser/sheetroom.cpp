@@ -73,6 +73,12 @@ SheetServices SheetRoom::services()
     return services;
 }
 
+void SheetRoom::takeMarks(const ConnectionProfile &profile)
+{
+    if (m_window)
+        m_window->takeMarks(profile);
+}
+
 bool SheetRoom::close()
 {
     return !m_window || m_window->close();

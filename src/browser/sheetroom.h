@@ -21,6 +21,8 @@ public:
     void open();
     // False: its user stays.
     bool close();
+    // What the program's connection is called and may do, for the sheets that work on the same one.
+    void takeMarks(const ConnectionProfile &profile);
     // Over the window that is active; what is chosen goes to the function, or into a new sheet. Says why
     // there is none: empty where it opened.
     QString openHistory(QWidget *parent, std::function<void(const QString &)> put);

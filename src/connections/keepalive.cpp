@@ -18,11 +18,13 @@ void KeepAlive::start(int seconds)
 
 void KeepAlive::send()
 {
+    // A connection that is lost waits for somebody who needs it.
+    if (!m_session.gCn || !m_session.gCn->isOpen())
+        return;
     QString words;
     m_session.runner.run(this, QStringLiteral("接続の維持"), [&] {
         try {
-            if (m_session.gCn && m_session.gCn->isOpen())
-                m_session.gCn->execute(QStringLiteral("select 1"));
+            m_session.gCn->execute(QStringLiteral("select 1"));
         } catch (const Failure &failure) {
             words = failure.description();
         }

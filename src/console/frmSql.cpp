@@ -8,6 +8,7 @@
 #include "controls/window/stopping.h"
 #include "controls/window/windowsize.h"
 #include "core/command/columnnames.h"
+#include "core/command/doubt.h"
 #include "core/command/writing.h"
 #include "core/session/basconnection.h"
 #include "core/sql/statements.h"
@@ -319,8 +320,9 @@ void frmSql::noteRun(const std::optional<QString> &failure, qint64 rows)
 
 void frmSql::showFailure(const QString &description)
 {
-    m_dialogue->refuse(description);
-    c.txtError->setPlainText(description);
+    const QString words = description + wordsOfComingBack(m_session);
+    m_dialogue->refuse(words);
+    c.txtError->setPlainText(words);
 }
 
 RunRequest frmSql::request() const

@@ -1,5 +1,6 @@
 #include "rows/rowsview.h"
 
+#include "core/command/doubt.h"
 #include "core/sql/statements.h"
 #include "rows/rowdialogs.h"
 
@@ -71,9 +72,10 @@ void RowsView::run(const QString &what, const std::function<void()> &action)
             m_dialogue.setLastError({}, false);
             action();
         } catch (const Failure &error) {
-            m_dialogue.setLastError(error.description(), false);
+            const QString words = error.description() + wordsOfComingBack(m_session);
+            m_dialogue.setLastError(words, false);
             if (!m_session.runner.isStopWanted())
-                m_dialogue.refuse(error.description());
+                m_dialogue.refuse(words);
         }
     });
 }

@@ -84,6 +84,15 @@ public:
     void removeDraft() { m_draft->remove(); }
     SheetEditor &editor() { return *m_editor; }
     const ConnectionProfile &profile() const { return settings().profile; }
+    void takeMarks(const ConnectionProfile &profile)
+    {
+        if (!m_settings || m_settings->profile.id != profile.id)
+            return;
+        m_settings->profile.name = profile.name;
+        m_settings->profile.colour = profile.colour;
+        m_settings->profile.environment = profile.environment;
+        m_settings->profile.isReadOnly = profile.isReadOnly;
+    }
 
 Q_SIGNALS:
     void changed();  // title or state

@@ -224,6 +224,13 @@ void SheetWindow::showState()
     }
 }
 
+void SheetWindow::takeMarks(const ConnectionProfile &profile)
+{
+    for (int i = 0; i < m_tabs->count(); ++i)
+        pageAt(i)->takeMarks(profile);
+    showState();
+}
+
 void SheetWindow::showTitles()
 {
     for (int i = 0; i < m_tabs->count(); ++i) {

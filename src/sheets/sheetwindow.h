@@ -27,6 +27,8 @@ public:
     ~SheetWindow() override;
 
     void addSheet();
+    // Of the saved connection, in place of what its sheets know of it.
+    void takeMarks(const ConnectionProfile &profile);
     // Of statements, for the sheet that is shown. As SheetServices::openHistory.
     QString openHistory();
     // Into an empty sheet.

@@ -19,6 +19,8 @@ private Q_SLOTS:
     void whatIsTypedTakesTheMarksOfItsServer();
     void productionAsksOnceMore();
     void aReadOnlyConnectionTurnsWritingOff();
+    void whatIsEditedHoldsForTheConnectionThatStands();
+    void aLostServerComesBackWithTheNextClick();
 
 private:
     static void type(QDialog &window, const char *field, const QString &text)
@@ -143,6 +145,75 @@ void ConnectionsTest::aReadOnlyConnectionTurnsWritingOff()
          {"cmdCreateDb", "cmdDropDb", "cmdDropTable", "cmdCreateTable", "cmdRepairTable"})
         QVERIFY2(!control<QAbstractButton>(window, writing).isEnabled(), writing);
     QVERIFY(control<QAbstractButton>(window, "cmdScriptBackUp").isEnabled());
+}
+
+void ConnectionsTest::whatIsEditedHoldsForTheConnectionThatStands()
+{
+    WindowStage stage;
+    const ConnectionProfile profile = saved(stage, "店", PasswordKeeping::File);
+    QWidget &window = stage.open(new frmTarnwell(stage.session));
+    control<QComboBox>(window, "cboDrivers").setCurrentText(profile.driver());
+    stage.connect("db1");
+    press(window, {"cmdShowDb"});
+    const auto edit = [&](const std::function<void(QDialog &)> &edits) {
+        stage.boxes.expectDialog("connectionsWindow", [edits](QDialog &dialog) {
+            QVERIFY(control<QLabel>(dialog, "connectionInUse").isVisible());
+            edits(dialog);
+            dialog.reject();
+        });
+        control<QAbstractButton>(window, "openConnections").click();
+    };
+    edit([&](QDialog &dialog) {
+        type(dialog, "connectionName", "本店");
+        control<QComboBox>(dialog, "connectionEnvironment").setCurrentText("本番");
+        QCOMPARE(control<QTreeWidget>(dialog, "connectionList").currentItem()->text(0), "本店（本番）");
+        control<QCheckBox>(dialog, "connectionReadOnly").setChecked(true);
+        type(dialog, "connectionPort", "3310");
+    });
+    QVERIFY2(window.windowTitle().endsWith(" - ［本番・読み取り専用］本店"),
+             qPrintable(window.windowTitle()));
+    QCOMPARE(stage.script.sent.last(), "SET SESSION TRANSACTION READ ONLY");
+    QVERIFY(!control<QAbstractButton>(window, "cmdCreateDb").isEnabled());
+    QCOMPARE(stage.session.profile.port, "3306");
+    QCOMPARE(control<QPlainTextEdit>(window, "txtError").toPlainText(),
+             "接続先「本店」の変更には、次の「接続」から使われるものがあります。");
+    edit([&](QDialog &dialog) {
+        control<QComboBox>(dialog, "connectionEnvironment").setCurrentText("開発");
+        control<QCheckBox>(dialog, "connectionReadOnly").setChecked(false);
+    });
+    QCOMPARE(stage.session.profile.environment, Environment::Production);
+    QVERIFY(stage.session.profile.isReadOnly);
+}
+
+void ConnectionsTest::aLostServerComesBackWithTheNextClick()
+{
+    WindowStage stage;
+    stage.session.connectBy(
+        lasting([&](const QString &string, Pump &) { return stage.script.factory()(string); }), stage.pump);
+    QWidget &window = stage.connected<frmTarnwell>();
+    auto &error = control<QPlainTextEdit>(window, "txtError");
+    const QString away = "サーバーとの接続が切れました。\nLost connection";
+    const QString unreachable = "\nサーバーとの接続が切れていて、つなぎ直せません。\nCan't connect\n"
+                                "サーバーに届きません。サーバーが動いているか、名前とポート、"
+                                "ファイアウォールを確かめてください。";
+    stage.script.whyUnreachable = Failure("Can't connect", 2003);
+    stage.script.once("show databases;", Reply::failure("Lost connection", 2013));
+    stage.boxes.expectOk(away + unreachable);
+    press(window, {"cmdShowDb"});
+    stage.boxes.expectOk(unreachable.mid(1));
+    press(window, {"cmdShowDb"});
+    QCoreApplication::processEvents();
+    QVERIFY(!stage.session.gCn->isOpen());
+
+    stage.script.whyUnreachable.reset();
+    stage.script.sent.clear();
+    press(window, {"cmdShowDb"});
+    QCOMPARE(stage.items("lstDb"), QStringList("d"));
+    QCOMPARE(error.toPlainText(), "接続が切れたので、つなぎ直しました。");
+    QStringList logged;
+    for (const LoggedStatement &each : stage.session.statementLog->entries())
+        logged << each.statement;
+    QCOMPARE(logged.mid(logged.size() - stage.script.sent.size()), stage.script.sent);
 }
 
 QTEST_MAIN(ConnectionsTest)

@@ -65,7 +65,7 @@ void LastingTest::statementsLeaveTheirTraces_data()
     row({"begin", "insert into t values (1)"}, "トランザクション");
     row({"start transaction", "rollback to savepoint a"}, "トランザクション");
     row({"BEGIN", "commit"}, "");
-    row({"set autocommit=0"}, "トランザクション");
+    row({"set autocommit=0"}, "トランザクション autocommit=0 の設定（新しい接続では文ごとに確定します）");
     row({"set autocommit=0", "set autocommit = 1"}, "");
     row({"lock tables a write"}, "ロック");
     row({"lock tables a write", "unlock tables"}, "");
@@ -138,7 +138,11 @@ void LastingTest::whatMayHaveBeenDoneIsNotRepeated()
     const auto connection = openedByScript();
     m_script.once("insert into t values (1)", lost());
     m_script.sent.clear();
-    QVERIFY(errorOf([&] { connection->execute("insert into t values (1)"); }).isConnectionLost());
+    const Failure failure = errorOf([&] { connection->execute("insert into t values (1)"); });
+    QVERIFY(failure.isConnectionLost());
+    QCOMPARE(failure.description(),
+             "サーバーとの接続が切れました。\nMySQL server has gone away\n"
+             "文は実行されたかもしれません。送り直してはいないので、結果を確かめて下さい。");
     QCOMPARE(m_script.sent, QStringList("insert into t values (1)"));
     QVERIFY(!connection->isOpen());
 }
@@ -152,9 +156,13 @@ void LastingTest::anotherServerIsNoSubstitute()
     m_script.once("show tables", lost());
     QVERIFY(errorOf([&] { connection->execute("show tables"); }).isConnectionLost());
     QVERIFY(!connection->isOpen());
-    // Told once; then it is the user's choice.
-    connection->open();
-    connection->execute("show tables");
+    // Nor for who connects again as long as the lost one is not closed.
+    const auto another = m_session.makeConnection("server=a");
+    m_script.once(place, Reply::table({"a"}, {{"two"}}));
+    QVERIFY(errorOf([&] { another->open(); }).description().contains("別のサーバー"));
+    connection->close();
+    another->open();
+    another->execute("show tables");
 }
 
 void LastingTest::aReadOnlyConnectionStaysOne()

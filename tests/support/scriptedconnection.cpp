@@ -43,7 +43,12 @@ public:
         , m_string(std::move(string))
     {
     }
-    void open() override { m_isOpen = true; }
+    void open() override
+    {
+        if (m_script.whyUnreachable)
+            throw Failure(*m_script.whyUnreachable);
+        m_isOpen = true;
+    }
     void close() override { m_isOpen = false; }
     bool isOpen() const override { return m_isOpen; }
     QString connectionString() const override { return m_string; }

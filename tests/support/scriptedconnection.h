@@ -37,6 +37,7 @@ public:
     std::function<void(const QString &)> beforeAnswer;
     ServerInfo server{QStringLiteral("5.1.73-community-log"), false, 50173};
     Encryption encryption;
+    std::optional<Failure> whyUnreachable; // no connection can be opened
 
     // Statements that nothing was said about succeed without rows.
     RecordSet answer(const QString &statement);

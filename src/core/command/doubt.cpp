@@ -41,6 +41,18 @@ void reconnect(Session &session)
     session.gCn = std::move(connection);
 }
 
+QString wordsOfComingBack(const Session &session)
+{
+    if (!session.gCn || session.gCn->isOpen() || !session.comeBack || session.runner.isStopWanted())
+        return {};
+    try {
+        session.comeBack();
+        return QStringLiteral("\nつなぎ直しました。");
+    } catch (const Failure &failure) {
+        return failure.isInterrupted() ? QString() : u'\n' + failure.description();
+    }
+}
+
 ServerPlace serverPlace(Connection &connection)
 {
     const ServerInfo server = connection.server();

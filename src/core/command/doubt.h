@@ -16,6 +16,10 @@ Doubt doubtAfter(const Session &session, const Failure &error);
 // Failure and leaves gCn as it is when the server cannot be reached.
 void reconnect(Session &session);
 
+// Tries once to make the connection anew that what runs has just lost, and says how that ended, behind a line
+// break; empty where none was lost, or nobody comes back. Not while an UndoLog is open.
+QString wordsOfComingBack(const Session &session);
+
 // Which server a connection has reached, as far as it tells; and which cluster it belongs to.
 struct ServerPlace {
     QString server; // empty: not known

@@ -92,6 +92,7 @@ bool Runner::run(const QObject *owner, const QString &what, const Action &action
     if (isRunning() || !m_leavings.empty())
         return false;
     m_isRunning = true;
+    m_isUsed = false;
     m_owner = owner;
     m_what = what;
     m_notes.clear();

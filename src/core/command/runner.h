@@ -7,6 +7,7 @@
 #include <QPointer>
 
 #include <functional>
+#include <utility>
 #include <vector>
 
 // Everything that talks to a server runs here, one thing at a time, on the thread of the windows. While it
@@ -44,6 +45,9 @@ public:
     // What the statements of the action that runs, or ran last, left for the user to know; mostly nothing.
     QString notes() const { return m_notes; }
 
+    // True once for all that runs: whoever asks comes first, and nothing of it has been sent yet.
+    bool isFirstUse() const { return isRunning() && !std::exchange(m_isUsed, true); }
+
     // From stop() until what ran has ended, and has been left where somebody wants to leave.
     bool isStopWanted() const { return m_isStopWanted; }
     // Throws the Failure of an interruption once a stop is wanted; not inside of an undoing.
@@ -73,6 +77,7 @@ private:
     void end();
     void serve();
     bool m_isRunning = false;
+    mutable bool m_isUsed = false;
     QPointer<const QObject> m_owner; // of what runs
     QString m_what, m_notes;
     bool m_isStopWanted = false;

@@ -4,6 +4,7 @@
 #include "core/session/connectionstring.h"
 #include "core/sql/batch.h"
 #include "core/sql/sessionstate.h"
+#include "core/sql/statementlog.h"
 
 #include <map>
 #include <mutex>
@@ -14,29 +15,44 @@ namespace {
 
 const QString readOnlyKey = QStringLiteral("readonly");
 
-// Where the connections that were lost had led, by their strings: who comes back is to reach the same.
-// Several threads have connections of one factory.
+const QString readOnlySession = QStringLiteral("SET SESSION TRANSACTION READ ONLY");
+
+// Where the connections that were lost had led, by their strings: who comes back is to reach the same, as
+// long as the lost one is not closed. Several threads have connections of one factory.
 class LostPlaces {
 public:
-    void add(const QString &string, const ServerPlace &place)
+    void add(const QString &string, const ServerPlace &place, const Connection *lost)
     {
         const std::lock_guard lock(m_mutex);
-        m_places[string] = place;
+        m_places[string] = {place, lost};
     }
-    // Told once: who connects again after that knows it.
-    std::optional<ServerPlace> take(const QString &string)
+    std::optional<ServerPlace> find(const QString &string) const
     {
         const std::lock_guard lock(m_mutex);
-        const auto found = m_places.extract(string);
-        return found ? std::optional(found.mapped()) : std::nullopt;
+        const auto found = m_places.find(string);
+        return found == m_places.end() ? std::nullopt : std::optional(found->second.place);
+    }
+    void forget(const QString &string)
+    {
+        const std::lock_guard lock(m_mutex);
+        m_places.erase(string);
+    }
+    void forget(const Connection *lost)
+    {
+        const std::lock_guard lock(m_mutex);
+        std::erase_if(m_places, [lost](const auto &each) { return each.second.lost == lost; });
     }
 
 private:
-    std::mutex m_mutex;
-    std::map<QString, ServerPlace> m_places;
+    struct Place {
+        ServerPlace place;
+        const Connection *lost;
+    };
+    mutable std::mutex m_mutex;
+    std::map<QString, Place> m_places;
 };
 
-class LastingConnection : public Connection, public BatchSender {
+class LastingConnection : public Connection, public BatchSender, public LogsItself {
 public:
     LastingConnection(QString string, ConnectionFactory factory, std::shared_ptr<LostPlaces> lostPlaces)
         : m_given(std::move(string))
@@ -54,6 +70,7 @@ public:
     void close() override
     {
         m_isClosed = true;
+        m_lostPlaces->forget(this);
         if (m_inner)
             m_inner->close();
     }
@@ -71,6 +88,10 @@ public:
     Effect effect() const override { return m_inner ? m_inner->effect() : Effect(); }
     BatchOutcome executeAll(const std::vector<QByteArray> &statements) override;
     bool isBusy() const override { return m_inner && m_inner->isBusy(); }
+    void logInto(std::shared_ptr<StatementLog> log) override
+    {
+        m_factory = logged(m_factory, std::move(log));
+    }
     void cancel() override
     {
         m_isCancelled = true;
@@ -84,12 +105,12 @@ private:
     RecordSet sent(const QString &statement, const Send &send);
     void requireSamePlace();
     void comeBack();
-    [[noreturn]] void giveUp(const Failure &failure);
+    Failure given(const Failure &failure, bool mayBeDone);
 
     const QString m_given;
-    const bool m_isReadOnly;
+    bool m_isReadOnly;
     const QString m_string;
-    const ConnectionFactory m_factory;
+    ConnectionFactory m_factory;
     const std::shared_ptr<LostPlaces> m_lostPlaces;
     std::shared_ptr<Connection> m_inner; // an event may replace it while a statement waits
     ServerPlace m_place;
@@ -126,7 +147,7 @@ void LastingConnection::open()
     try {
         requireSamePlace();
         if (m_isReadOnly)
-            m_inner->execute(QStringLiteral("SET SESSION TRANSACTION READ ONLY"));
+            m_inner->execute(readOnlySession);
     } catch (const Failure &) {
         m_inner->close();
         throw;
@@ -136,10 +157,12 @@ void LastingConnection::open()
 void LastingConnection::requireSamePlace()
 {
     m_place = knownPlace(*m_inner);
-    const std::optional<ServerPlace> before = m_lostPlaces->take(m_given);
+    const std::optional<ServerPlace> before = m_lostPlaces->find(m_given);
     if (before && !isSame(*before, m_place))
-        throw Failure(QStringLiteral("再接続先は別のサーバーです(%1)。元のサーバー: %2")
+        throw Failure(QStringLiteral("再接続先は別のサーバーです(%1)。元のサーバー: %2"
+                                     "\nこのサーバーで続けるには、切断してから接続して下さい。")
                           .arg(m_place.server, before->server));
+    m_lostPlaces->forget(m_given);
 }
 
 RecordSet LastingConnection::execute(const QString &statement)
@@ -165,8 +188,8 @@ BatchOutcome LastingConnection::executeAll(const std::vector<QByteArray> &statem
         if (m_isCancelled)
             throw interruptedError();
     });
-    if (outcome.failure && outcome.failure->isConnectionLost())
-        inner->close();
+    if (outcome.failure && outcome.failure->isConnectionLost() && !m_isClosed)
+        outcome.failure = given(*outcome.failure, true);
     return outcome;
 }
 
@@ -180,18 +203,22 @@ RecordSet LastingConnection::sent(const QString &statement, const Send &send)
         m_state; // an event may destroy this while the statement waits
     try {
         RecordSet rows = send(*inner);
-        state->note(statement);
+        if (statement == readOnlySession)
+            m_isReadOnly = true; // from now on, as if it had been asked for from the beginning
+        else
+            state->note(statement);
         return rows;
     } catch (const Failure &failure) {
         if (!failure.isConnectionLost() || state.use_count() == 1 || m_isClosed)
             throw;
-        m_lostPlaces->add(m_given, m_place);
-        if (m_isCancelled || m_hasScript || !state->held().isEmpty() || !canBeRepeated(statement))
-            giveUp(failure);
+        m_lostPlaces->add(m_given, m_place, this);
+        const bool onlyReads = canBeRepeated(statement);
+        if (m_isCancelled || m_hasScript || !state->held().isEmpty() || !onlyReads)
+            throw given(failure, !onlyReads);
         try {
             comeBack();
         } catch (const Failure &) {
-            giveUp(failure); // its own words say what happened
+            throw given(failure, false); // who comes back next is told why it cannot
         }
     }
     return send(*m_inner);
@@ -210,15 +237,20 @@ void LastingConnection::comeBack()
         m_inner->execute(use);
 }
 
-void LastingConnection::giveUp(const Failure &failure)
+// Closed from now on, and the failure in words for the user.
+Failure LastingConnection::given(const Failure &failure, bool mayBeDone)
 {
-    const QStringList held = m_state->held();
+    QStringList held = m_state->held();
+    if (m_hasScript)
+        held << QStringLiteral("実行した SQL ファイルが接続に設定したもの");
     m_inner->close();
-    if (held.isEmpty())
-        throw failure;
-    throw Failure(failure.description() + QStringLiteral("\n接続とともに失われました: ") +
-                      held.join(QStringLiteral("、")),
-                  failure.number(), failure.state());
+    QStringList lines{QStringLiteral("サーバーとの接続が切れました。"), failure.description()};
+    if (mayBeDone)
+        lines << QStringLiteral(
+            "文は実行されたかもしれません。送り直してはいないので、結果を確かめて下さい。");
+    if (!held.isEmpty())
+        lines << QStringLiteral("接続とともに失われました: ") + held.join(QStringLiteral("、"));
+    return Failure(lines.join(u'\n'), failure.number(), failure.state());
 }
 
 } // namespace

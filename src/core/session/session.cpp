@@ -62,6 +62,10 @@ std::unique_ptr<Session> siblingOf(const Session &session, const QString &databa
 
 Connection &Session::connection() const
 {
+    if (runner.isFirstUse() && gCn && !gCn->isOpen() && comeBack) {
+        requireGoingOn();
+        comeBack();
+    }
     if (!gCn || !gCn->isOpen())
         throw Failure(QStringLiteral("サーバーに接続されていません。"), 0, QStringLiteral("08003"));
     requireGoingOn();

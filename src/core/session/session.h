@@ -60,8 +60,11 @@ struct Session {
     // As connectBy() made them, but neither stopped nor logged by this session: for its siblings.
     std::function<ConnectionFactory(Pump *)> plainFactory;
 
-    // The open connection; throws Failure when there is none, and once a stop is wanted: ask for it at each
-    // statement, so that none is sent after the stop but those that undo (see Undoing).
+    // Makes a connection that was lost anew, or throws Failure with words for the user; may be missing.
+    std::function<void()> comeBack;
+    // The open connection. One that was lost before comes back where what runs asks for it first: later it
+    // may count on what is gone. Throws Failure when there is none, and once a stop is wanted: ask for it at
+    // each statement, so that none is sent after the stop but those that undo (see Undoing).
     Connection &connection() const;
     // Asked between two steps; throws the Failure of an interruption once a stop is wanted.
     void requireGoingOn() const { runner.requireGoingOn(); }

@@ -74,7 +74,7 @@ void SessionState::note(const QString &statement)
     else if (first == u"set" && second != u"global" && second != u"password" && second != u"persist") {
         if (all.contains(u"autocommit") || all.contains(u"@@autocommit"))
             m_isWithoutAutocommit =
-                statement.contains(u'0') || statement.contains(u"off", Qt::CaseInsensitive);
+                statement.contains(u'0') || all.contains(u"off") || all.contains(u"false");
         else if (namesUserVariable(all))
             m_hasUserVariables = true;
         else
@@ -92,6 +92,7 @@ QStringList SessionState::held() const
     QStringList texts;
     const std::pair<bool, QString> parts[] = {
         {m_hasTransaction || m_isWithoutAutocommit, QStringLiteral("トランザクション")},
+        {m_isWithoutAutocommit, QStringLiteral("autocommit=0 の設定（新しい接続では文ごとに確定します）")},
         {m_hasLocks, QStringLiteral("ロック")},
         {m_hasTemporaryTables, QStringLiteral("一時テーブル")},
         {m_hasUserVariables, QStringLiteral("ユーザー変数")},

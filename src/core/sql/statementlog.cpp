@@ -143,7 +143,13 @@ void StatementLog::clear()
 
 ConnectionFactory logged(ConnectionFactory factory, std::shared_ptr<StatementLog> log)
 {
-    return [factory = std::move(factory), log = std::move(log)](const QString &connectionString) {
-        return std::make_unique<LoggedConnection>(factory(connectionString), log);
+    return [factory = std::move(factory),
+            log = std::move(log)](const QString &connectionString) -> std::unique_ptr<Connection> {
+        std::unique_ptr<Connection> connection = factory(connectionString);
+        if (auto *own = dynamic_cast<LogsItself *>(connection.get())) {
+            own->logInto(log);
+            return connection;
+        }
+        return std::make_unique<LoggedConnection>(std::move(connection), log);
     };
 }

@@ -39,5 +39,13 @@ private:
     std::uint64_t m_revision = 0;
 };
 
+// A connection that sends statements of its own, or one more than once, and notes all of them itself.
+class LogsItself {
+public:
+    virtual ~LogsItself() = default;
+    // Before it is opened.
+    virtual void logInto(std::shared_ptr<StatementLog> log) = 0;
+};
+
 // The same connections, with every statement noted in the log.
 ConnectionFactory logged(ConnectionFactory factory, std::shared_ptr<StatementLog> log);
