@@ -9,7 +9,6 @@
 #include <QHBoxLayout>
 #include <QLabel>
 #include <QPushButton>
-#include <QShortcut>
 #include <QVBoxLayout>
 
 namespace {
@@ -58,8 +57,9 @@ public:
         layout->addWidget(m_text, 1);
         layout->addLayout(buttons);
         resize(680, 440);
-        // The text box takes this key, too.
-        connect(new QShortcut(Qt::Key_Escape, this), &QShortcut::activated, this, &QDialog::reject);
+        // Else the text box takes the key that leaves the dialog.
+        if (QsciCommand *command = m_text->standardCommands()->boundTo(Qt::Key_Escape))
+            command->setKey(0);
     }
 
     void reject() override
