@@ -9,6 +9,7 @@
 #include <QHBoxLayout>
 #include <QLabel>
 #include <QPushButton>
+#include <QShortcut>
 #include <QVBoxLayout>
 
 namespace {
@@ -57,9 +58,11 @@ public:
         layout->addWidget(m_text, 1);
         layout->addLayout(buttons);
         resize(680, 440);
-        // Else the text box takes the key that leaves the dialog.
+        // The text box takes the key that leaves the dialog: as a command of its own, and without one as a
+        // character.
         if (QsciCommand *command = m_text->standardCommands()->boundTo(Qt::Key_Escape))
             command->setKey(0);
+        connect(new QShortcut(Qt::Key_Escape, this), &QShortcut::activated, this, &QDialog::reject);
     }
 
     void reject() override
