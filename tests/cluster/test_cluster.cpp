@@ -121,6 +121,8 @@ void ClusterTest::setUp()
     m_cluster->run("create or replace database d; use d;"
                    "create table t (a int auto_increment primary key, b varchar(40));"
                    "insert into t (b) select concat('行', seq) from seq_1_to_50;");
+    // Another node may take a moment to have it.
+    m_cluster->run("select count(*) from d.t", {}, 1);
 }
 
 QString ClusterTest::sumOf(const QString &table)
