@@ -186,7 +186,8 @@ int main(int argc, char *argv[])
                               "create table bench.edited (id int primary key, n int, name varchar(20), "
                               "price decimal(10,2)) select seq as id, 0 as n, 'before' as name, 1.5 as price "
                               "from seq_1_to_%1")
-                   .arg(pageRows));
+                   .arg(pageRows),
+               benchDatabase());
     bool isWithin = true;
     for (const Job &job : jobs)
         for (const QString &driver : {QStringLiteral("native"), QStringLiteral("odbc")}) {
