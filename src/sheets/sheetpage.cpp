@@ -288,7 +288,8 @@ void SheetPage::format(KeywordCase keywords)
     const bool isPart = from != to;
     const QByteArray part = isPart ? text.mid(from, to - from) : text;
     const QByteArray formatted = formattedSql(part, m_editor->mode(), keywords);
-    if (formatted != part)
+    // A layout that would change what is run is none.
+    if (formatted != part && haveSameTokens(part, formatted, m_editor->mode(), true))
         m_editor->replace(isPart ? from : 0, isPart ? to : static_cast<int>(text.size()), formatted);
 }
 
