@@ -27,8 +27,11 @@ MYSQL *connectTo(int port, const QString &database)
 std::size_t readAll(MYSQL *handle, const QByteArray &statement, std::FILE *file = nullptr)
 {
     std::size_t bytes = 0;
-    mysql_real_query(handle, statement.constData(), static_cast<unsigned long>(statement.size()));
-    MYSQL_RES *rows = mysql_use_result(handle);
+    const bool isRefused =
+        mysql_real_query(handle, statement.constData(), static_cast<unsigned long>(statement.size())) != 0;
+    MYSQL_RES *rows = isRefused ? nullptr : mysql_use_result(handle);
+    if (!rows && !isRefused && mysql_field_count(handle) == 0)
+        return 0; // a statement without rows
     if (!rows) {
         std::fprintf(stderr, "%s\n", mysql_error(handle));
         std::exit(1);
