@@ -45,7 +45,10 @@ void CommandMenus::add(const CommandRow &row, std::function<void()> carryOut)
     action->setObjectName(QStringLiteral("action_") + QLatin1String(row.id));
     action->setShortcut(QKeySequence(QLatin1String(row.key)));
     m_window.addAction(action); // its key works before any menu was opened
-    auto *button = m_window.findChild<QPushButton *>(QLatin1String(row.id));
+    if (m_buttons.isEmpty())
+        for (QPushButton *each : m_window.findChildren<QPushButton *>())
+            m_buttons.insert(each->objectName(), each);
+    QPushButton *button = m_buttons.value(QLatin1String(row.id));
     if (button) {
         connect(button, &QPushButton::clicked, this, [carryOut = std::move(carryOut)] { carryOut(); });
         connect(action, &QAction::triggered, button, &QPushButton::click);

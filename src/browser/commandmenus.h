@@ -3,6 +3,7 @@
 #include "browser/commandpalette.h"
 #include "core/command/command.h"
 
+#include <QHash>
 #include <QObject>
 
 #include <functional>
@@ -58,6 +59,7 @@ private:
     QWidget &m_window;
     const Session &m_session;
     const TarnwellControls &m_controls;
+    QHash<QString, QPushButton *> m_buttons; // of the window, by name
     std::vector<Offer> m_offers;
     std::vector<std::pair<Menu, std::function<void(QMenu &)>>> m_extensions;
 };

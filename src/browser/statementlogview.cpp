@@ -1,6 +1,7 @@
 #include "browser/statementlogview.h"
 
 #include "controls/grid/flexgrid.h"
+#include "controls/window/building.h"
 
 #include <QApplication>
 #include <QHBoxLayout>
@@ -59,10 +60,23 @@ private:
 StatementLogView::StatementLogView(std::shared_ptr<StatementLog> log, QWidget *parent)
     : QWidget(parent)
     , m_log(std::move(log))
-    , m_grid(new FlexGrid)
     , m_timer(new QTimer(this))
 {
     setObjectName(QStringLiteral("statementLog"));
+    m_timer->setInterval(250);
+    connect(m_timer, &QTimer::timeout, this, &StatementLogView::refresh);
+}
+
+void StatementLogView::setVisible(bool isOn)
+{
+    if (isOn && !m_grid)
+        build(); // before the splitter asks how low it may be
+    QWidget::setVisible(isOn);
+}
+
+void StatementLogView::build()
+{
+    m_grid = new FlexGrid;
     m_grid->setObjectName(QStringLiteral("statementLogGrid"));
     m_grid->setAccessibleName(QStringLiteral("送信した文"));
     m_grid->setPlaceholderText(QStringLiteral("送信した文はまだありません"));
@@ -82,14 +96,13 @@ StatementLogView::StatementLogView(std::shared_ptr<StatementLog> log, QWidget *p
     layout->setContentsMargins({});
     layout->addWidget(m_grid);
     layout->addLayout(buttons);
+    followInTabOrder(*this, {m_grid, toConsole, clear});
 
     connect(toConsole, &QPushButton::clicked, this, &StatementLogView::sendToConsole);
     connect(clear, &QPushButton::clicked, this, [this] {
         m_log->clear();
         refresh();
     });
-    m_timer->setInterval(250);
-    connect(m_timer, &QTimer::timeout, this, &StatementLogView::refresh);
 }
 
 void StatementLogView::showEvent(QShowEvent *event)

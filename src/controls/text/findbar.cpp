@@ -1,6 +1,7 @@
 #include "controls/text/findbar.h"
 
 #include "controls/text/scintilla.h"
+#include "controls/window/building.h"
 
 #include <QHBoxLayout>
 #include <QKeyEvent>
@@ -19,12 +20,18 @@ constexpr int largeText = 4 * 1024 * 1024;
 FindBar::FindBar(QAbstractScrollArea *host)
     : QWidget(host)
     , m_host(host)
-    , m_line(new QLineEdit(this))
-    , m_message(new QLabel(this))
 {
     setObjectName(QStringLiteral("findBar"));
     setAutoFillBackground(true);
     setCursor(Qt::ArrowCursor);
+    m_host->installEventFilter(this);
+    hide();
+}
+
+void FindBar::build()
+{
+    m_line = new QLineEdit(this);
+    m_message = new QLabel(this);
     m_line->setObjectName(QStringLiteral("findText"));
     m_line->setPlaceholderText(QStringLiteral("検索"));
     m_line->setAccessibleName(QStringLiteral("検索する文字"));
@@ -34,6 +41,7 @@ FindBar::FindBar(QAbstractScrollArea *host)
     layout->setSpacing(2);
     layout->addWidget(m_line);
     layout->addWidget(m_message);
+    QList<QWidget *> order{m_line};
     const auto addButton = [&](const char *name, const QString &face, const QString &tip, auto clicked) {
         auto *button = new QToolButton(this);
         button->setObjectName(QLatin1String(name));
@@ -42,6 +50,7 @@ FindBar::FindBar(QAbstractScrollArea *host)
         button->setAccessibleName(tip);
         button->setAutoRaise(true);
         layout->addWidget(button);
+        order << button;
         connect(button, &QToolButton::clicked, this, clicked);
     };
     addButton("findPrevious", QStringLiteral("▲"), QStringLiteral("前を検索 (Shift+F3)"),
@@ -52,14 +61,15 @@ FindBar::FindBar(QAbstractScrollArea *host)
         hide();
         m_host->setFocus();
     });
+    followInTabOrder(*m_host, order);
     connect(m_line, &QLineEdit::textEdited, this, [this] { request(true, true); });
     m_line->installEventFilter(this);
-    m_host->installEventFilter(this);
-    hide();
 }
 
 void FindBar::open(const QString &text)
 {
+    if (!m_line)
+        build();
     if (!text.isEmpty())
         m_line->setText(text);
     m_message->clear();
@@ -72,13 +82,14 @@ void FindBar::open(const QString &text)
 
 void FindBar::showMessage(const QString &message)
 {
-    m_message->setText(message);
+    if (m_message)
+        m_message->setText(message);
     place();
 }
 
 QString FindBar::text() const
 {
-    return m_line->text();
+    return m_line ? m_line->text() : QString();
 }
 
 bool FindBar::eventFilter(QObject *watched, QEvent *event)

@@ -9,7 +9,8 @@ class QLineEdit;
 class QsciScintilla;
 
 // A small line at the upper right corner of a text or grid: Ctrl+F opens it, F3 and Shift+F3 go on,
-// Escape closes it. What is looked for, and where, is its owner's business.
+// Escape closes it. What is looked for, and where, is its owner's business. Every text and grid has one, and
+// few are ever opened: what it consists of is made then.
 class FindBar : public QWidget {
     Q_OBJECT
 
@@ -28,13 +29,14 @@ protected:
     bool eventFilter(QObject *watched, QEvent *event) override;
 
 private:
+    void build();
     bool handleHostKey(QEvent *event);
     void place();
     void request(bool isForward, bool isTyping);
 
     QAbstractScrollArea *m_host;
-    QLineEdit *m_line;
-    QLabel *m_message;
+    QLineEdit *m_line = nullptr; // until it is opened
+    QLabel *m_message = nullptr;
 };
 
 // Gives a text box its find bar.

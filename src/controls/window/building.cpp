@@ -37,3 +37,14 @@ QButtonGroup *makeOptionGroup(QWidget *window, const QList<QRadioButton *> &opti
     }
     return group;
 }
+
+void followInTabOrder(QWidget &place, const QList<QWidget *> &made)
+{
+    QWidget *before = &place;
+    while (before->focusPolicy() == Qt::NoFocus)
+        before = before->previousInFocusChain();
+    for (QWidget *each : made) {
+        QWidget::setTabOrder(before, each);
+        before = each;
+    }
+}

@@ -33,6 +33,9 @@ QString plainTip(const QString &text);
 // alone leads to the first until one of them had the focus.
 QButtonGroup *makeOptionGroup(QWidget *window, const QList<QRadioButton *> &options);
 
+// Behind `place` in the order of Tab, for what was made after its window.
+void followInTabOrder(QWidget &place, const QList<QWidget *> &made);
+
 // Items of a list with signs for what cannot be seen. The items keep their texts, for the commands.
 class VisibleItems : public QStyledItemDelegate {
 public:
