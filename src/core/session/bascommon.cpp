@@ -163,7 +163,9 @@ QString sLoadSettings(Session &session)
     if (!file.refusal().isEmpty())
         return file.refusal();
     withdrawFromOthers(session.gIniPath);
-    return isFirstTime
+    // Where a package of the system put it, nobody expects to write.
+    const bool isOfSystem = session.programFolder.startsWith(QStringLiteral("/usr/"));
+    return isFirstTime && !isOfSystem
                ? QStringLiteral("プログラムのフォルダーに書き込めないため、設定は「%1」に保存します。")
                      .arg(QDir::toNativeSeparators(session.settingsFolder))
                : whyLeftAlone(session.gVariableFile);
