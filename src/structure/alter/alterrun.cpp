@@ -42,10 +42,8 @@ QString doneWords(AlterWay way)
 QString sizeWords(const TableSize &size)
 {
     if (size.rows < 0)
-        return QStringLiteral("行数不明");
-    const QLocale locale;
-    return QStringLiteral("約 %1 行、%2")
-        .arg(locale.toString(size.rows), locale.formattedDataSize(size.bytes));
+        return rowWords(size);
+    return rowWords(size) + QStringLiteral("、") + QLocale().formattedDataSize(size.bytes);
 }
 
 class Run {
@@ -104,8 +102,9 @@ private:
             return m_dialogue.confirm(question, Icon::Information);
         return m_dialogue.warn(
             question +
-            QStringLiteral("\r\n次の列などは、値とともに失われます。元には戻せません。\r\n%1\r\n続けますか？")
-                .arg(dropped.join(QStringLiteral("\r\n"))));
+            QStringLiteral(
+                "\r\n次の列などは、値とともに失われます (%1)。元には戻せません。\r\n%2\r\n続けますか？")
+                .arg(rowWords(m_request.size), dropped.join(QStringLiteral("\r\n"))));
     }
 
     void runAll()
@@ -247,6 +246,12 @@ QString withWay(const QString &statement, AlterWay way, SqlMode mode)
            (way == AlterWay::Instant ? QStringLiteral(" ALGORITHM=INSTANT")
                                      : QStringLiteral(" ALGORITHM=INPLACE, LOCK=NONE")) +
            (isBare ? QStringLiteral(" ") : QStringLiteral(", ")) + words.text(name + 1, words.size());
+}
+
+QString rowWords(const TableSize &size)
+{
+    return size.rows < 0 ? QStringLiteral("行数不明")
+                         : QStringLiteral("約 %1 行").arg(QLocale().toString(size.rows));
 }
 
 QString costWords(const ServerInfo &server, const TableSize &size)

@@ -11,6 +11,9 @@ QString withWay(const QString &statement, AlterWay way, SqlMode mode);
 // What is said before anything is run.
 QString costWords(const ServerInfo &server, const TableSize &size);
 
+// "約 5,000 行"
+QString rowWords(const TableSize &size);
+
 struct AlterReport {
     bool isBegun = false; // false: the user said no
     bool isAsWanted = false;

@@ -20,18 +20,20 @@ QPushButton *button(const char *name, const QString &text)
     return made;
 }
 
-// What a column may have become; no data: not chosen yet.
-QComboBox *choices(const LostColumn &column, int number)
+// What a column may have become. Either answer may be the wrong one, so the user gives it: no data until
+// then.
+QComboBox *choices(const LostColumn &column, int number, const QString &rows)
 {
     auto *box = new QComboBox;
     box->setObjectName(QStringLiteral("alterRename_%1").arg(number));
-    box->setAccessibleName(QStringLiteral("列「%1」").arg(column.name));
-    if (column.guess < 0)
-        box->addItem(QStringLiteral("選んで下さい"));
-    for (const QString &name : column.candidates)
-        box->addItem(QStringLiteral("名前を「%1」に変える").arg(visibleName(name)), name);
-    box->addItem(QStringLiteral("削除する (値は失われます)"), QString());
-    box->setCurrentIndex(std::max(column.guess, 0));
+    box->setAccessibleName(QStringLiteral("列「%1」").arg(visibleName(column.name)));
+    box->addItem(QStringLiteral("選んで下さい"));
+    for (qsizetype i = 0; i < column.candidates.size(); ++i)
+        box->addItem(QStringLiteral("名前を「%1」に変える (値は残ります)%2")
+                         .arg(visibleName(column.candidates[i]),
+                              i == column.guess ? QStringLiteral(" ← 同じ位置、同じ型") : QString()),
+                     column.candidates[i]);
+    box->addItem(QStringLiteral("削除する (%1の値は失われます)").arg(rows), QString());
     return box;
 }
 
@@ -67,7 +69,10 @@ AlterWindow::AlterWindow(Session &session, AlterRequest request, Propose propose
     showRunning(false);
     showStatement();
     resize(760, 560);
-    m_text->setFocus();
+    if (m_names.empty())
+        m_text->setFocus();
+    else
+        m_names.front().second->setFocus();
 }
 
 void AlterWindow::buildLayout()
@@ -106,7 +111,7 @@ void AlterWindow::askForNames(QFormLayout &form)
     for (const LostColumn &column : lostColumns(m_request.from, m_request.to, m_request.table.mode)) {
         if (column.candidates.isEmpty())
             continue;
-        QComboBox *box = choices(column, static_cast<int>(m_names.size()));
+        QComboBox *box = choices(column, static_cast<int>(m_names.size()), rowWords(m_request.size));
         auto *label = new QLabel(QStringLiteral("なくなった列「%1」は").arg(visibleName(column.name)));
         label->setTextFormat(Qt::PlainText);
         label->setBuddy(box);
