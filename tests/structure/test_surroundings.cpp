@@ -17,6 +17,8 @@ private Q_SLOTS:
     void namesAreReadAsTheServerReadsThem_data();
     void namesAreReadAsTheServerReadsThem();
     void aTableIsRenamedOnceItsUsersAreTold();
+    void aRenameWithoutAnAnswerIsReadBack_data();
+    void aRenameWithoutAnAnswerIsReadBack();
     void aPictureHoldsWhatIsChosen();
 
 private:
@@ -78,7 +80,8 @@ void SurroundingsTest::namesAreReadAsTheServerReadsThem()
 void SurroundingsTest::aTableIsRenamedOnceItsUsersAreTold()
 {
     TestServer &server = m_servers.of(TestServer::Brand::MariaDb);
-    server.run("create database r; create table r.a(x int); create view r.v as select x from r.a;");
+    server.run("drop database if exists r; create database r; create table r.a(x int); create view r.v as "
+               "select x from r.a;");
     RealStage stage(server, nativeDriverName(), "r");
     stage.dialogue.agrees = false;
     const QString question = QString("サーバー 127.0.0.1:%1 の `r`.`a` の名前を `b``c` "
@@ -91,6 +94,43 @@ void SurroundingsTest::aTableIsRenamedOnceItsUsersAreTold()
     stage.dialogue.expectConfirm(question, Icon::Critical, true);
     QVERIFY(renameTable(stage.session, stage.dialogue, "r", "a", "b`c"));
     QCOMPARE(server.run("show full tables where table_type='BASE TABLE'", "r"), "b`c\tBASE TABLE\n");
+}
+
+void SurroundingsTest::aRenameWithoutAnAnswerIsReadBack_data()
+{
+    const Rows<bool, bool, QString> row; // done, lost; what is told
+    row("stopped", false, false, "Query execution was interrupted\n名前は、まだ a です。");
+    row("stopped when it was done", true, false, "");
+    row("lost when it was done", true, true, "");
+    row("lost", false, true,
+        "Lost connection\n名前は、まだ a です。接続が切れても、サーバーは変更を続けていることがあります。");
+}
+
+void SurroundingsTest::aRenameWithoutAnAnswerIsReadBack()
+{
+    const auto [isDone, isLost, expected] = fetched<bool, bool, QString>();
+    TestServer &server = m_servers.of(TestServer::Brand::MariaDb);
+    server.run("drop database if exists r; create database r; create table r.a(x int);");
+    RealStage stage(server, nativeDriverName(), "r");
+    WrappedConnection::into(stage.session,
+                            [&, done = isDone, lost = isLost](Connection &inner, const QString &statement) {
+                                if (!statement.startsWith("RENAME"))
+                                    return inner.execute(statement);
+                                if (done)
+                                    inner.execute(statement);
+                                if (!lost)
+                                    throw interruptedError();
+                                inner.close();
+                                throw Failure("Lost connection", 2013);
+                            });
+    stage.dialogue.agrees = true;
+    QString told;
+    try {
+        QVERIFY(renameTable(stage.session, stage.dialogue, "r", "a", "b"));
+    } catch (const Failure &error) {
+        told = error.description();
+    }
+    QCOMPARE(told, expected);
 }
 
 void SurroundingsTest::aPictureHoldsWhatIsChosen()

@@ -1,9 +1,12 @@
 #include "structure/surroundings/renametable.h"
 
 #include "core/command/definition.h"
+#include "core/command/doubt.h"
 #include "core/command/writing.h"
 #include "core/sql/statements.h"
 #include "structure/surroundings/surroundings.h"
+
+#include <array>
 
 namespace {
 
@@ -38,6 +41,41 @@ QString questionFor(Session &session, const QString &database, const QString &ol
            lines.join(QStringLiteral("\r\n"));
 }
 
+bool exists(Connection &connection, const QString &database, const QString &name)
+{
+    constexpr int noSuchTable = 1146;
+    try {
+        return !readDefinition(connection, showCreateTable(quotedName(database, name))).kind.isEmpty();
+    } catch (const Failure &error) {
+        if (error.number() != noSuchTable)
+            throw;
+        return false;
+    }
+}
+
+// After an answer that did not come. Throws Failure where the table still has its old name, or nobody can
+// tell.
+void settle(Session &session, const ServerPlace &place, const Failure &error, Doubt doubt,
+            const std::array<QString, 3> &names)
+{
+    const auto &[database, oldName, newName] = names;
+    const Undoing afterAStop(session);
+    QString words;
+    try {
+        if (doubt == Doubt::AnswerLost)
+            reconnect(session, place);
+        if (!exists(session.connection(), database, oldName) &&
+            exists(session.connection(), database, newName))
+            return;
+        words = QStringLiteral("名前は、まだ %1 です。").arg(oldName);
+        if (doubt == Doubt::AnswerLost)
+            words += QStringLiteral("接続が切れても、サーバーは変更を続けていることがあります。");
+    } catch (const Failure &unread) {
+        words = QStringLiteral("今の名前を読めません: ") + unread.description();
+    }
+    throw Failure(error.description() + u'\n' + words, error.number(), error.state());
+}
+
 } // namespace
 
 bool renameTable(Session &session, Dialogue &dialogue, const QString &database, const QString &oldName,
@@ -45,12 +83,15 @@ bool renameTable(Session &session, Dialogue &dialogue, const QString &database, 
 {
     if (!dialogue.warn(questionFor(session, database, oldName, newName)) || !mayWrite(session, dialogue))
         return false;
-    Connection &connection = session.connection();
-    connection.execute(QStringLiteral("RENAME TABLE %1 TO %2")
-                           .arg(quotedName(database, oldName), quotedName(database, newName)));
-    // A server that writes names in small letters has it under another one.
-    if (readDefinition(connection, showCreateTable(quotedName(database, newName))).kind.isEmpty())
-        throw Failure(QStringLiteral("名前を変えた後のテーブルが見つかりません: ") +
-                      quotedName(database, newName));
+    const ServerPlace place = serverPlace(session.connection());
+    try {
+        session.connection().execute(QStringLiteral("RENAME TABLE %1 TO %2")
+                                         .arg(quotedName(database, oldName), quotedName(database, newName)));
+    } catch (const Failure &error) {
+        const Doubt doubt = doubtAfter(session, error);
+        if (doubt == Doubt::None)
+            throw;
+        settle(session, place, error, doubt, {database, oldName, newName});
+    }
     return true;
 }
