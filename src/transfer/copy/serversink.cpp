@@ -3,11 +3,15 @@
 #include "core/command/script.h"
 #include "core/sql/passwords.h"
 #include "core/sql/splitter.h"
+#include "core/sql/statements.h"
 
-ServerSink::ServerSink(Session &session, Rewrite rewrite)
+ServerSink::ServerSink(Session &session, const QString &database, const QStringList &replaced,
+                       Rewrite rewrite)
     : m_session(session)
     , m_rewrite(std::move(rewrite))
     , m_mode(sqlModeOf(session.connection()))
+    , m_staging(session, database, replaced,
+                [this](const QString &statement) { sendRewritten(statement.toStdString()); })
 {
 }
 
@@ -17,22 +21,30 @@ void ServerSink::write(std::string_view script)
     splitter.feed(script);
     splitter.finish();
     while (const std::optional<ScriptPiece> piece = splitter.next()) {
-        std::string text(piece->text);
-        if (m_rewrite)
-            m_rewrite(text);
-        send(text);
-        if (!maySetSqlMode(text))
+        sendRewritten(std::string(piece->text));
+        if (!maySetSqlMode(piece->text))
             continue;
         m_mode = sqlModeOf(m_session.connection());
         splitter.setMode(m_mode);
     }
 }
 
-void ServerSink::insert(std::string_view statement)
+// What did not arrive must not be taken for the whole.
+void ServerSink::endRows(const DumpObject &table, qint64 rows)
 {
+    RecordSet counted =
+        m_session.connection().execute(QStringLiteral("SELECT COUNT(*) FROM ") + quotedName(table.name));
+    const qint64 arrived = counted.isOpen() && !counted.isEof() ? counted.text(0).toLongLong() : 0;
+    if (arrived != rows)
+        throw Failure(
+            QStringLiteral("%1 行を読みましたが、コピー先に入ったのは %2 行です。").arg(rows).arg(arrived));
+}
+
+void ServerSink::sendRewritten(std::string statement)
+{
+    if (m_rewrite)
+        m_rewrite(statement);
     send(statement);
-    const qint64 touched = m_session.connection().effect().rowsTouched;
-    m_rows = m_rows && touched >= 0 ? std::optional(*m_rows + touched) : std::nullopt;
 }
 
 void ServerSink::send(std::string_view statement)

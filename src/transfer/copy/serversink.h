@@ -2,6 +2,7 @@
 
 #include "core/session/session.h"
 #include "core/sql/lexer.h"
+#include "transfer/copy/staging.h"
 #include "transfer/dump/dumpsink.h"
 
 #include <functional>
@@ -12,18 +13,23 @@ public:
     // Changes a statement of the structure before it is sent; true when it did.
     using Rewrite = std::function<bool(std::string &statement)>;
 
-    ServerSink(Session &session, Rewrite rewrite);
+    // `replaced`: the tables and sequences of the database that are to change places with the copied ones.
+    ServerSink(Session &session, const QString &database, const QStringList &replaced, Rewrite rewrite);
 
     void write(std::string_view script) override;
-    void insert(std::string_view statement) override;
-    // That the server says it has put in; no value where it does not say.
-    std::optional<qint64> rows() const { return m_rows; }
+    void insert(std::string_view statement) override { send(statement); }
+    DumpObject placed(const DumpObject &object) override { return m_staging.beside(object); }
+    void endRows(const DumpObject &table, qint64 rows) override;
+    void endTables() override { m_staging.changePlaces(); }
+
+    Staging &staging() { return m_staging; }
 
 private:
     void send(std::string_view statement);
+    void sendRewritten(std::string statement);
 
     Session &m_session;
     const Rewrite m_rewrite;
     SqlMode m_mode; // of the session: how quotes are read
-    std::optional<qint64> m_rows = 0;
+    Staging m_staging;
 };

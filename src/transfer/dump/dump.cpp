@@ -10,6 +10,8 @@
 #include <QDir>
 #include <QRegularExpression>
 
+#include <algorithm>
+
 namespace {
 
 QString now()
@@ -59,7 +61,7 @@ private:
     void close();
     void write(const QString &text) { m_sink->write(text.toStdString()); }
     void writeObject(const DumpObject &object);
-    void writeRows(const DumpObject &table);
+    void writeRows(const DumpObject &table, const DumpObject &made);
     void copyRows(const DumpObject &table, const QString &select, InsertWriter &writer);
     void requireUnchanged(const DumpObject &object);
     void writeLoader();
@@ -89,15 +91,20 @@ DumpReport Dump::run()
         m_status.expectedRows += m_options.hasRows && object.hasOwnRows() ? object.expectedRows : 0;
     if (!m_target.isFolder)
         open(m_target.path);
-    for (const DumpObject &object : plan) {
-        tell(object);
-        openFor(object);
-        writeObject(object);
+    const auto behindTables = std::ranges::upper_bound(plan, DumpKind::Table, {}, &DumpObject::kind);
+    for (auto object = plan.begin(); object != plan.end(); ++object) {
+        if (object == behindTables && !m_target.isFolder)
+            m_sink->endTables();
+        tell(*object);
+        openFor(*object);
+        writeObject(*object);
         if (m_target.isFolder)
             close();
         ++m_status.finished;
         ++m_report.objects;
     }
+    if (behindTables == plan.end() && !m_target.isFolder)
+        m_sink->endTables();
     // What no snapshot holds; tables have been looked at beside their rows.
     for (const DumpObject &object : plan)
         if (object.kind != DumpKind::Table || !m_options.hasRows)
@@ -158,11 +165,12 @@ void Dump::tell(const DumpObject &object)
 
 void Dump::writeObject(const DumpObject &object)
 {
+    const DumpObject made = m_sink->placed(object);
     if (m_options.hasStructure)
-        write(objectScript(object, m_options));
+        write(objectScript(made, m_options));
     if (object.kind == DumpKind::Sequence && m_options.hasRows)
         write(QStringLiteral("SELECT SETVAL(%1, %2, 0);\n")
-                  .arg(quotedName(object.name),
+                  .arg(quotedName(made.name),
                        execute(QStringLiteral("SELECT next_not_cached_value FROM ") + quotedName(object.name))
                            .text(0)));
     if (object.kind != DumpKind::Table || !m_options.hasRows)
@@ -175,8 +183,10 @@ void Dump::writeObject(const DumpObject &object)
         m_report.outsideSnapshot << object.name;
     // The savepoint gives the lock on the table back, which keeps others from changing it.
     execute(QStringLiteral("SAVEPOINT tarnwell"));
-    writeRows(object);
+    const qint64 before = m_report.rows;
+    writeRows(object, made);
     requireUnchanged(object);
+    m_sink->endRows(made, m_report.rows - before);
     execute(QStringLiteral("ROLLBACK TO SAVEPOINT tarnwell"));
 }
 
@@ -192,7 +202,7 @@ QStringList periodOf(const QString &createText)
             match.captured(2).replace(QStringLiteral("``"), QStringLiteral("`"))};
 }
 
-void Dump::writeRows(const DumpObject &table)
+void Dump::writeRows(const DumpObject &table, const DumpObject &made)
 {
     Connection &connection = m_session.connection();
     StoredColumns stored = readStoredColumns(connection, m_options.database, table.name);
@@ -209,7 +219,7 @@ void Dump::writeRows(const DumpObject &table)
         write(historyOn());
     }
     if (!stored.columns.empty()) {
-        InsertWriter writer(table.name, stored.columns, isNamed, m_options.insertBytes,
+        InsertWriter writer(made.name, stored.columns, isNamed, m_options.insertBytes,
                             [this](std::string_view statement) { m_sink->insert(statement); });
         QString select = QStringLiteral("SELECT %1 FROM %2").arg(writer.selected(), quotedName(table.name));
         if (withHistory)

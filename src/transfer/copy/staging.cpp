@@ -1,0 +1,203 @@
+#include "transfer/copy/staging.h"
+
+#include "core/command/definition.h"
+#include "core/command/doubt.h"
+#include "core/sql/statements.h"
+#include "core/sql/tabledefinition.h"
+
+#include <QUuid>
+
+#include <algorithm>
+
+namespace {
+
+QString newMark()
+{
+    constexpr qsizetype enough = 12;
+    return QUuid::createUuid().toString(QUuid::Id128).left(enough);
+}
+
+} // namespace
+
+Staging::Staging(Session &to, QString database, QStringList replaced,
+                 std::function<void(const QString &)> send)
+    : m_to(to)
+    , m_database(std::move(database))
+    , m_replaced(std::move(replaced))
+    , m_send(std::move(send))
+    , m_mark(QStringLiteral("tarnwell_%1_").arg(newMark()))
+{
+}
+
+DumpObject Staging::beside(const DumpObject &object)
+{
+    if (!isUsed() || object.kind > DumpKind::Table)
+        return object;
+    DumpObject made = object;
+    made.name = m_mark + QStringLiteral("new%1").arg(m_places.size());
+    Place place{object.keyword, object.name, {}, made.name, {}};
+    if (m_replaced.contains(object.name))
+        place.old = m_mark + QStringLiteral("old%1").arg(m_places.size());
+    if (object.kind == DumpKind::Table) {
+        place.table = sideTable(object.definition.text, made.name, readingMode(object.definition.sqlMode),
+                                m_to.connection().server());
+        made.definition.text = place.table.create;
+    } else {
+        const SqlTokens words(object.definition.text, {}); // CREATE SEQUENCE name ...
+        made.definition.text =
+            QStringLiteral("CREATE SEQUENCE ") + quotedName(made.name) + u' ' + words.text(3, words.size());
+    }
+    m_places.push_back(place);
+    return made;
+}
+
+void Staging::changePlaces()
+{
+    if (!isUsed())
+        return;
+    requireFreeNames();
+    // Foreign keys of tables that stay would follow an old table to its other name. They keep the name that
+    // they refer to where that table is dropped, with the checks off.
+    const QStringList referredTo = namesReferredTo();
+    QStringList moves, old;
+    for (const Place &place : m_places) {
+        if (referredTo.contains(place.name, Qt::CaseInsensitive))
+            continue;
+        const QString move = QStringLiteral("%1 TO %2");
+        if (!place.old.isEmpty()) {
+            moves << move.arg(quotedName(place.name), quotedName(place.old));
+            old << QStringLiteral("DROP %1 %2").arg(place.keyword, quotedName(place.old));
+        }
+        moves << move.arg(quotedName(place.side), quotedName(place.name));
+    }
+    m_stage = Stage::Changing;
+    if (!moves.isEmpty())
+        m_send(QStringLiteral("RENAME TABLE ") + moves.join(QStringLiteral(", ")));
+    m_stage = Stage::Changed;
+    for (const Place &place : m_places) {
+        if (!referredTo.contains(place.name, Qt::CaseInsensitive))
+            continue;
+        if (!place.old.isEmpty())
+            m_send(QStringLiteral("DROP %1 %2").arg(place.keyword, quotedName(place.name)));
+        m_send(QStringLiteral("RENAME TABLE %1 TO %2").arg(quotedName(place.side), quotedName(place.name)));
+    }
+    for (const QString &statement : std::as_const(old))
+        m_send(statement);
+    constexpr int firstWithHistory = 100304;
+    const ServerInfo server = m_to.connection().server();
+    if (server.isMariaDb && server.number >= firstWithHistory)
+        m_send(QStringLiteral("SET system_versioning_alter_history=KEEP"));
+    for (const Place &place : m_places)
+        if (!place.table.clauses.isEmpty())
+            m_send(QStringLiteral("ALTER TABLE %1 %2")
+                       .arg(quotedName(place.name), place.table.clauses.join(QStringLiteral(", "))));
+    m_stage = Stage::Done;
+}
+
+// Names of foreign keys are for the whole database: one that a table has which stays would be refused only
+// when the others have changed places.
+void Staging::requireFreeNames()
+{
+    RecordSet rows = m_to.connection().execute(
+        QStringLiteral("SELECT CONSTRAINT_NAME, TABLE_NAME FROM information_schema.TABLE_CONSTRAINTS WHERE "
+                       "CONSTRAINT_SCHEMA=%1 AND CONSTRAINT_TYPE='FOREIGN KEY'")
+            .arg(quotedText(m_database)));
+    for (; rows.isOpen() && !rows.isEof(); rows.moveNext())
+        for (const Place &place : m_places)
+            if (!m_replaced.contains(rows.text(1), Qt::CaseInsensitive) &&
+                place.table.foreignKeys.contains(rows.text(0), Qt::CaseInsensitive))
+                throw Failure(
+                    QStringLiteral("「%1」の外部キーの名前「%2」は、コピー先の「%3」が使っています。")
+                        .arg(place.name, rows.text(0), rows.text(1)));
+}
+
+QStringList Staging::namesReferredTo()
+{
+    QStringList own;
+    for (const QString &name : m_replaced)
+        own << quotedText(name);
+    return column(QStringLiteral("SELECT DISTINCT REFERENCED_TABLE_NAME FROM "
+                                 "information_schema.KEY_COLUMN_USAGE WHERE REFERENCED_TABLE_SCHEMA=%1 AND "
+                                 "NOT (TABLE_SCHEMA=%1 AND TABLE_NAME IN (%2))")
+                      .arg(quotedText(m_database), own.join(u',')));
+}
+
+QStringList Staging::column(const QString &statement)
+{
+    QStringList values;
+    RecordSet rows = m_to.connection().execute(statement);
+    for (; rows.isOpen() && !rows.isEof(); rows.moveNext())
+        values << rows.text(0);
+    return values;
+}
+
+QString Staging::inDatabase(const QString &name) const
+{
+    return quotedName(m_database, name);
+}
+
+QString Staging::giveUp()
+{
+    if (m_stage == Stage::Done || m_places.empty())
+        return {};
+    try {
+        const Undoing undoing(m_to);
+        try {
+            settleDoubt();
+        } catch (const Failure &failure) {
+            if (!failure.isConnectionLost())
+                throw;
+            reconnect(m_to);
+            settleDoubt();
+        }
+        return wordsOnPlaces();
+    } catch (const Failure &failure) {
+        return QStringLiteral("\r\nコピー先に作業用のテーブル「%1…」が残っているかもしれません。\r\n%2")
+            .arg(m_mark, failure.description());
+    }
+}
+
+// The one statement that changes the places is carried out as a whole or not at all.
+void Staging::settleDoubt()
+{
+    const QStringList there = column(
+        QStringLiteral("SELECT TABLE_NAME FROM information_schema.TABLES WHERE TABLE_SCHEMA=%1 AND LEFT("
+                       "TABLE_NAME, %2)=%3")
+            .arg(quotedText(m_database))
+            .arg(m_mark.size())
+            .arg(quotedText(m_mark)));
+    if (m_stage == Stage::Changing &&
+        std::ranges::any_of(m_places, [&](const Place &place) { return !there.contains(place.side); }))
+        m_stage = Stage::Changed;
+    const bool isOver = m_stage >= Stage::Changed;
+    for (Place &place : m_places) {
+        if (!there.contains(place.old))
+            place.old.clear();
+        if (!there.contains(place.side)) {
+            place.side.clear();
+        } else if (!isOver) {
+            m_to.connection().execute(
+                QStringLiteral("DROP %1 %2").arg(place.keyword, inDatabase(place.side)));
+            place.side.clear();
+        }
+    }
+}
+
+QString Staging::wordsOnPlaces()
+{
+    if (m_stage < Stage::Changed)
+        return QStringLiteral("\r\nコピー先のテーブルは、前のままです。");
+    QString words = QStringLiteral("\r\nコピー先のテーブルは、新しい行に入れ替わっています。");
+    for (const Place &place : m_places) {
+        if (!place.old.isEmpty())
+            words += QStringLiteral("\r\n前の「%1」が「%2」に残っています。").arg(place.name, place.old);
+        if (!place.side.isEmpty())
+            words +=
+                QStringLiteral("\r\n新しい「%1」は「%2」にあります。RENAME TABLE で名前を変えてください。")
+                    .arg(place.name, place.side);
+        if (!place.table.foreignKeys.isEmpty())
+            words += QStringLiteral("\r\n「%1」の外部キーを確かめてください: %2")
+                         .arg(place.name, place.table.foreignKeys.join(QStringLiteral(", ")));
+    }
+    return words;
+}

@@ -1,0 +1,51 @@
+#pragma once
+
+#include "core/session/session.h"
+#include "transfer/copy/sidetable.h"
+#include "transfer/dump/dumpplan.h"
+
+#include <functional>
+#include <vector>
+
+// Tables and sequences that a copy puts in the place of others. They are made and filled beside the old ones,
+// which stay as they are until all is there; then they change places, and the old ones are dropped last.
+class Staging {
+public:
+    // `replaced`: what of them there is; nothing: the copied ones are made under their own names. `send`
+    // sends a statement as the copy does.
+    Staging(Session &to, QString database, QStringList replaced,
+            std::function<void(const QString &statement)> send);
+
+    bool isUsed() const { return !m_replaced.isEmpty(); }
+    // The object as it is made, a table or sequence beside the one that it is to replace.
+    DumpObject beside(const DumpObject &object);
+    // Throws Failure; giveUp() then says what there is.
+    void changePlaces();
+    bool hasChangedPlaces() const { return m_stage >= Stage::Changed; }
+    // After a failure: drops what was made beside the old tables where those still have their places. In
+    // words, what the target has then.
+    QString giveUp();
+
+private:
+    enum class Stage { Filling, Changing, Changed, Done };
+    struct Place {
+        QString keyword, name;
+        SideTable table;
+        QString side, old; // names
+    };
+
+    void requireFreeNames();
+    QStringList namesReferredTo();
+    QStringList column(const QString &statement);
+    QString inDatabase(const QString &name) const;
+    void settleDoubt();
+    QString wordsOnPlaces();
+
+    Session &m_to;
+    const QString m_database;
+    const QStringList m_replaced;
+    const std::function<void(const QString &)> m_send;
+    const QString m_mark; // in all names that this makes
+    std::vector<Place> m_places;
+    Stage m_stage = Stage::Filling;
+};
