@@ -28,6 +28,21 @@ QString exported(const ExportOptions &options, const std::vector<Field> &fields,
     return QString::fromUtf8(readFile(options.path));
 }
 
+// A session whose entries lead to the server, built in.
+struct LocalStage {
+    explicit LocalStage(const TestServer &server)
+    {
+        session.connectBy(createConnection, pump);
+        session.gDsn = noDataSource();
+        session.gDriver = nativeDriverName();
+        session.gServer = "127.0.0.1";
+        session.gPort = QString::number(server.port());
+        session.gUser = session.gPass = "demo";
+    }
+    BlockingPump pump;
+    Session session;
+};
+
 } // namespace
 
 class CsvTest : public QObject {
@@ -44,6 +59,8 @@ private Q_SLOTS:
     void rowsThatDoNotFitAreTold();
     void rowsGoByLoadDataLocal_data();
     void rowsGoByLoadDataLocal();
+    void whatEndsALocalLoadIsTold_data();
+    void whatEndsALocalLoadIsTold();
     void aBreakSaysWhatIsIn_data();
     void aBreakSaysWhatIsIn();
     void aScriptIsLookedAtFirst();
@@ -260,14 +277,7 @@ void CsvTest::rowsGoByLoadDataLocal()
     server.run(
         "SET GLOBAL local_infile=1; DROP DATABASE IF EXISTS c; CREATE DATABASE c CHARACTER SET utf8mb4; "
         "USE c; CREATE TABLE t(id INT PRIMARY KEY, v VARCHAR(9)); INSERT INTO t VALUES(1,'old')");
-    BlockingPump pump;
-    Session session;
-    session.connectBy(createConnection, pump);
-    session.gDsn = noDataSource();
-    session.gDriver = nativeDriverName();
-    session.gServer = "127.0.0.1";
-    session.gPort = QString::number(server.port());
-    session.gUser = session.gPass = "demo";
+    LocalStage stage(server);
     ImportOptions options;
     options.path = m_folder.filePath("local.csv");
     writeFile(options.path, "id,v\n" + lines);
@@ -276,12 +286,62 @@ void CsvTest::rowsGoByLoadDataLocal()
     options.columns = {{"id", 0}, {"v", 1}};
     options.duplicates = duplicates;
     options.isLocal = true;
-    const ImportReport report = importCsv(session, options, noReport);
+    const ImportReport report = importCsv(stage.session, options, noReport);
     QCOMPARE(report.errors, errors);
     QCOMPARE(server.run("SELECT GROUP_CONCAT(id, ':', IFNULL(HEX(v), '-') ORDER BY id) FROM c.t").trimmed(),
              after);
     if (errors == 1 && duplicates == Duplicates::Stop && lines.startsWith("2"))
         QVERIFY(readFile(report.errorFile).contains("3,\"Data t"));
+}
+
+void CsvTest::whatEndsALocalLoadIsTold_data()
+{
+    const Rows<TestServer::Brand, QString, QString> row;
+    using enum TestServer::Brand;
+    row("MariaDB, connection killed", MariaDb, "KILL %1", "");
+    row("MariaDB, query killed", MariaDb, "KILL QUERY %1", "interrupted");
+    row("MySQL 9, connection killed", MySql9, "KILL %1", "");
+    row("MySQL 9, query killed", MySql9, "KILL QUERY %1", "interrupted");
+    row("MySQL 5.6, connection killed", MySql56, "KILL %1", "");
+    row("MySQL 5.6, query killed", MySql56, "KILL QUERY %1", "interrupted");
+    row("stopped", MariaDb, "stop", "中断");
+}
+
+void CsvTest::whatEndsALocalLoadIsTold()
+{
+    const auto [brand, meanwhile, words] = fetched<TestServer::Brand, QString, QString>();
+    SKIP_WITHOUT(brand);
+    TestServer &server = m_servers.of(brand);
+    server.run("SET GLOBAL local_infile=1; DROP DATABASE IF EXISTS c; CREATE DATABASE c; "
+               "CREATE TABLE c.t(id INT PRIMARY KEY, v VARCHAR(200))");
+    LocalStage stage(server);
+    ImportOptions options;
+    options.path = m_folder.filePath("long.csv");
+    QByteArray lines = "id,v\n";
+    for (int i = 0; i < 400'000; ++i)
+        lines += QByteArray::number(i) + ',' + QByteArray(100, 'x') + '\n';
+    writeFile(options.path, lines);
+    options.database = "c";
+    options.table = "t";
+    options.columns = {{"id", 0}, {"v", 1}};
+    options.isLocal = true;
+    QString told;
+    try {
+        importCsv(stage.session, options, [&](const TransferStatus &status) {
+            if (status.rows != 256 * 400)
+                return;
+            if (meanwhile == u"stop")
+                throw interruptedError("中断");
+            server.run(meanwhile.arg(
+                server.run("SELECT ID FROM information_schema.PROCESSLIST WHERE INFO LIKE 'LOAD%'")
+                    .trimmed()));
+        });
+    } catch (const Failure &error) {
+        told = error.description();
+    }
+    QVERIFY2(told.contains(words) && told.contains("何も確定していません"), qPrintable(told));
+    stage.session.gCn.reset();
+    QTRY_COMPARE_WITH_TIMEOUT(server.run("SELECT COUNT(*) FROM c.t").trimmed(), "0", 20000);
 }
 
 void CsvTest::aBreakSaysWhatIsIn_data()

@@ -1,6 +1,7 @@
 #include "core/command/runner.h"
 
 #include "core/sql/batch.h"
+#include "core/sql/localsource.h"
 
 #include <QScopeGuard>
 
@@ -22,7 +23,7 @@ bool contains(const QObject &outer, const QObject *inner)
 
 } // namespace
 
-class Runner::StoppableConnection : public Connection, public BatchSender {
+class Runner::StoppableConnection : public Connection, public BatchSender, public LocalSender {
 public:
     StoppableConnection(Runner &runner, std::unique_ptr<Connection> connection)
         : m_runner(runner)
@@ -65,6 +66,11 @@ public:
     }
     Effect effect() const override { return m_connection->effect(); }
     BatchOutcome executeAll(const std::vector<QByteArray> &statements) override;
+    RecordSet executeLocal(const QString &statement, const LocalSource &source) override
+    {
+        m_runner.requireGoingOn();
+        return ::executeLocal(*m_connection, statement, source);
+    }
     bool isBusy() const override { return m_connection->isBusy(); }
     void cancel() override { m_connection->cancel(); }
 

@@ -1,12 +1,13 @@
 #include "core/driver/sshtunnel.h"
 #include "core/session/connectionstring.h"
 #include "core/sql/batch.h"
+#include "core/sql/localsource.h"
 
 #include <utility>
 
 namespace {
 
-class TunnelledConnection : public Connection, public BatchSender {
+class TunnelledConnection : public Connection, public BatchSender, public LocalSender {
 public:
     TunnelledConnection(QString string, WaitingFactory factory, Pump &pump, std::shared_ptr<Tunnels> tunnels)
         : m_given(std::move(string))
@@ -39,6 +40,10 @@ public:
             return RecordSet();
         });
         return outcome;
+    }
+    RecordSet executeLocal(const QString &statement, const LocalSource &source) override
+    {
+        return send([&](Connection &inner) { return ::executeLocal(inner, statement, source); });
     }
     bool nextResult(RecordSet &result) override
     {

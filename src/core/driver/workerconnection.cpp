@@ -222,6 +222,14 @@ RecordSet WorkerConnection::executeText(const QByteArray &statement)
     });
 }
 
+RecordSet WorkerConnection::executeLocal(const QString &statement, const LocalSource &source)
+{
+    return *receive([statement, source](Driver &driver, std::unique_ptr<DriverResult> &result) {
+        result = driver.executeLocal(statement, source);
+        return true;
+    });
+}
+
 bool WorkerConnection::nextResult(RecordSet &result)
 {
     result.close();

@@ -3,9 +3,10 @@
 #include "core/driver/pump.h"
 #include "core/driver/workerthread.h"
 #include "core/sql/batch.h"
+#include "core/sql/localsource.h"
 
 // A connection whose driver is used by a thread of its own, so that the windows live while the server thinks.
-class WorkerConnection : public Connection, public BatchSender {
+class WorkerConnection : public Connection, public BatchSender, public LocalSender {
 public:
     // Makes the driver for each open(); throws Failure when the connection string is wrong.
     using DriverFactory = std::function<std::unique_ptr<Driver>()>;
@@ -23,6 +24,7 @@ public:
     RecordSet executeText(const QByteArray &statement) override;
     bool nextResult(RecordSet &result) override;
     BatchOutcome executeAll(const std::vector<QByteArray> &statements) override;
+    RecordSet executeLocal(const QString &statement, const LocalSource &source) override;
     Effect effect() const override { return m_line ? m_line->effect : Effect(); }
     bool isBusy() const override { return m_line && m_line->waiting; }
     void cancel() override;

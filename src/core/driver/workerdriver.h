@@ -1,6 +1,7 @@
 #pragma once
 
 #include "core/sql/connection.h"
+#include "core/sql/localsource.h"
 #include "core/sql/rowblock.h"
 
 #include <QString>
@@ -55,6 +56,11 @@ public:
     virtual std::unique_ptr<DriverResult> executeText(const QByteArray &statement)
     {
         return execute(QString::fromUtf8(statement));
+    }
+    // One that asks for what the source gives.
+    virtual std::unique_ptr<DriverResult> executeLocal(const QString &, const LocalSource &)
+    {
+        throw Failure(QStringLiteral("この接続では LOAD DATA LOCAL を使えません。"));
     }
     // False: there is no further one. The rows of the last one are not wanted any more.
     virtual bool nextResult(std::unique_ptr<DriverResult> &) { return false; }

@@ -3,6 +3,7 @@
 #include "core/command/doubt.h"
 #include "core/session/connectionstring.h"
 #include "core/sql/batch.h"
+#include "core/sql/localsource.h"
 #include "core/sql/sessionstate.h"
 #include "core/sql/statementlog.h"
 
@@ -52,7 +53,7 @@ private:
     std::map<QString, Place> m_places;
 };
 
-class LastingConnection : public Connection, public BatchSender, public LogsItself {
+class LastingConnection : public Connection, public BatchSender, public LocalSender, public LogsItself {
 public:
     LastingConnection(QString string, ConnectionFactory factory, std::shared_ptr<LostPlaces> lostPlaces)
         : m_given(std::move(string))
@@ -80,6 +81,10 @@ public:
     Encryption encryption() const override { return m_inner ? m_inner->encryption() : Encryption(); }
     RecordSet execute(const QString &statement) override;
     RecordSet executeText(const QByteArray &statement) override;
+    RecordSet executeLocal(const QString &statement, const LocalSource &source) override
+    {
+        return sent(statement, [&](Connection &inner) { return ::executeLocal(inner, statement, source); });
+    }
     bool nextResult(RecordSet &result) override
     {
         const std::shared_ptr<Connection> inner = m_inner; // an event may replace it

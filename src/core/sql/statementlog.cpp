@@ -1,6 +1,7 @@
 #include "core/sql/statementlog.h"
 
 #include "core/sql/batch.h"
+#include "core/sql/localsource.h"
 #include "core/sql/passwords.h"
 
 #include <QElapsedTimer>
@@ -10,7 +11,7 @@ namespace {
 // What is kept of a statement; one of megabytes is no reading matter.
 constexpr qsizetype longest = 10'000;
 
-class LoggedConnection : public Connection, public BatchSender {
+class LoggedConnection : public Connection, public BatchSender, public LocalSender {
 public:
     LoggedConnection(std::unique_ptr<Connection> connection, std::shared_ptr<StatementLog> log)
         : m_connection(std::move(connection))
@@ -35,6 +36,11 @@ public:
     bool nextResult(RecordSet &result) override { return m_connection->nextResult(result); }
     Effect effect() const override { return m_connection->effect(); }
     BatchOutcome executeAll(const std::vector<QByteArray> &statements) override;
+    RecordSet executeLocal(const QString &statement, const LocalSource &source) override
+    {
+        return noted(statement,
+                     [&](Connection &connection) { return ::executeLocal(connection, statement, source); });
+    }
     bool isBusy() const override { return m_connection->isBusy(); }
     void cancel() override { m_connection->cancel(); }
 

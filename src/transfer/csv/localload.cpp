@@ -3,54 +3,46 @@
 #include "core/driver/connect.h"
 #include "core/session/basconnection.h"
 #include "core/session/connectionstring.h"
-#include "core/session/wholefile.h"
+#include "core/sql/localsource.h"
 #include "core/sql/statements.h"
 
 #include <QRegularExpression>
+#include <QUuid>
 
 #include <algorithm>
 #include <utility>
 
 LocalLoad::LocalLoad()
+    : m_name(QStringLiteral("tarnwell-") + QUuid::createUuid().toString(QUuid::WithoutBraces))
 {
-    if (!m_file.open())
-        throw Failure(QStringLiteral("一時ファイルを作れません。\n") + m_file.errorString());
 }
 
 void LocalLoad::addValue(std::string_view text)
 {
-    if (text.find_first_of(std::string_view("\\\t\n\r\0", 5)) == text.npos)
-        return addField(text);
-    std::string escaped;
-    for (const char c : text) {
-        if (c == '\\' || c == '\t' || c == '\n' || c == '\0')
-            escaped += '\\';
-        escaped += c == '\0' ? '0' : c;
+    constexpr std::string_view special("\\\t\n\0", 4);
+    std::size_t from = 0;
+    addField({});
+    for (std::size_t at = text.find_first_of(special); at != text.npos;
+         at = text.find_first_of(special, from)) {
+        m_rows += text.substr(from, at - from);
+        m_rows += '\\';
+        m_rows += text[at] == '\0' ? '0' : text[at];
+        from = at + 1;
     }
-    addField(escaped);
+    m_rows += text.substr(from);
 }
 
 void LocalLoad::addField(std::string_view text)
 {
     if (std::exchange(m_isInRow, true))
-        m_buffer += '\t';
-    m_buffer += text;
+        m_rows += '\t';
+    m_rows += text;
 }
 
 void LocalLoad::endRow()
 {
-    m_buffer += '\n';
+    m_rows += '\n';
     m_isInRow = false;
-    constexpr std::size_t enough = 256 * 1024;
-    if (m_buffer.size() >= enough)
-        flush();
-}
-
-void LocalLoad::flush()
-{
-    if (!writeAll(m_file, {m_buffer.data(), static_cast<qsizetype>(m_buffer.size())}) || !m_file.flush())
-        throw Failure(QStringLiteral("一時ファイルに書き込めません。\n") + m_file.errorString());
-    m_buffer.clear();
 }
 
 void LocalLoad::connect(Session &session) const
@@ -59,19 +51,35 @@ void LocalLoad::connect(Session &session) const
         throw Failure(
             QStringLiteral("LOAD DATA LOCAL は「%1」の接続でだけ使えます。").arg(nativeDriverName()));
     auto connection = session.makeConnection(connectionStringOf(session) + QStringLiteral(";LOCALFILE=") +
-                                             connectionValue(m_file.fileName()));
+                                             connectionValue(m_name));
     connection->open();
     session.gCn = std::move(connection);
 }
 
-LocalLoad::Outcome LocalLoad::send(Connection &connection, const QString &table, const QString &columns,
-                                   bool skipsDuplicates)
+std::size_t LocalLoad::give(char *to, std::size_t room, const AddRow &addRow)
 {
-    flush();
+    if (m_given == m_rows.size()) {
+        m_rows.clear();
+        m_given = 0;
+        constexpr std::size_t enough = 64 * 1024;
+        while (!m_isAtEnd && m_rows.size() < enough)
+            m_isAtEnd = !addRow();
+    }
+    const std::size_t size = std::min(room, m_rows.size() - m_given);
+    std::copy_n(m_rows.data() + m_given, size, to);
+    m_given += size;
+    return size;
+}
+
+LocalLoad::Outcome LocalLoad::send(Connection &connection, const QString &table, const QString &columns,
+                                   bool skipsDuplicates, const AddRow &addRow)
+{
     connection.execute(QStringLiteral("SET max_error_count=1000"));
-    connection.execute(QStringLiteral("LOAD DATA LOCAL INFILE %1 %2INTO TABLE %3 CHARACTER SET utf8mb4 (%4)")
-                           .arg(quotedText(m_file.fileName()),
-                                skipsDuplicates ? QStringLiteral("IGNORE ") : QString(), table, columns));
+    executeLocal(
+        connection,
+        QStringLiteral("LOAD DATA LOCAL INFILE %1 %2INTO TABLE %3 CHARACTER SET utf8mb4 (%4)")
+            .arg(quotedText(m_name), skipsDuplicates ? QStringLiteral("IGNORE ") : QString(), table, columns),
+        [&](char *to, std::size_t room) { return give(to, room, addRow); });
     const Effect effect = connection.effect();
     Outcome outcome{effect.rowsTouched, std::max(effect.warnings, 0), {}};
     if (outcome.warnings == 0)

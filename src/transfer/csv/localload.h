@@ -2,17 +2,19 @@
 
 #include "core/session/session.h"
 
-#include <QTemporaryFile>
-
+#include <functional>
 #include <string>
 #include <string_view>
 #include <vector>
 
-// Rows on their way into a table by LOAD DATA LOCAL: gathered in a file of its own, which the server may ask
-// for once. It takes no row for an error: what it changes to make it fit, it only warns of.
+// Rows on their way into a table by LOAD DATA LOCAL: no file holds them, the server gets them as they are
+// made. It takes no row for an error: what it changes to make it fit, it only warns of.
 class LocalLoad {
 public:
-    LocalLoad(); // throws Failure, as all here
+    LocalLoad();
+
+    // Replaces the session's connection by one over which the server may ask for the rows. Throws Failure.
+    void connect(Session &session) const;
 
     void addNull() { addField("\\N"); }
     void addValue(std::string_view text);
@@ -28,16 +30,18 @@ public:
         qint64 warnings = 0; // of which the first are listed
         std::vector<Warning> firstWarnings;
     };
-    // Replaces the session's connection by one over which the server may ask for the file.
-    void connect(Session &session) const;
-    // Table and columns in quotes.
-    Outcome send(Connection &connection, const QString &table, const QString &columns, bool skipsDuplicates);
+    // Adds the next row; false: there is none. Called on the connection's thread. Throws Failure.
+    using AddRow = std::function<bool()>;
+    // Table and columns in quotes. Throws Failure.
+    Outcome send(Connection &connection, const QString &table, const QString &columns, bool skipsDuplicates,
+                 const AddRow &addRow);
 
 private:
     void addField(std::string_view text);
-    void flush();
+    std::size_t give(char *to, std::size_t room, const AddRow &addRow);
 
-    QTemporaryFile m_file;
-    std::string m_buffer;
-    bool m_isInRow = false;
+    const QString m_name; // that the server asks for
+    std::string m_rows;   // not given yet, from m_given on
+    std::size_t m_given = 0;
+    bool m_isInRow = false, m_isAtEnd = false;
 };

@@ -1,20 +1,21 @@
 #include "core/driver/native/localfile.h"
 
-#include "core/sql/statements.h"
-
-#include <QFile>
-
+#include <memory>
+#include <new>
 #include <utility>
 
+namespace {
+
 // What the library asks for in turn: begin, read until nothing comes, where something failed its words, end.
-struct LocalFile::Reader {
-    QFile file;
-    QString error;
+struct Reader {
+    LocalSource source;
+    std::optional<Failure> &failure;
 };
 
-LocalFile::LocalFile(const QString &path)
-    : m_path(path.toStdString())
-    , m_statement((QStringLiteral("LOAD DATA LOCAL INFILE ") + quotedText(path) + u' ').toStdString())
+} // namespace
+
+LocalFile::LocalFile(const QString &name)
+    : m_name(name.toStdString())
 {
 }
 
@@ -23,32 +24,42 @@ void LocalFile::serveOn(MYSQL *handle)
     mysql_set_local_infile_handler(handle, begin, read, end, fail, this);
 }
 
-void LocalFile::expect(std::string_view statement)
+void LocalFile::offer(const LocalSource &source)
 {
-    m_isExpected = statement.starts_with(m_statement);
+    m_source = source;
+    m_failure.reset();
+}
+
+void LocalFile::requireNoFailure() const
+{
+    if (m_failure)
+        throw Failure(*m_failure);
 }
 
 int LocalFile::begin(void **reader, const char *name, void *self)
 {
     auto &own = *static_cast<LocalFile *>(self);
-    auto *made = new Reader;
-    *reader = made;
-    if (!std::exchange(own.m_isExpected, false) || name != own.m_path)
-        made->error = QStringLiteral("サーバーが、頼んでいないファイル「%1」を求めました。渡していません。")
-                          .arg(QString::fromUtf8(name));
-    else if (made->file.setFileName(QString::fromStdString(own.m_path));
-             !made->file.open(QIODevice::ReadOnly))
-        made->error = made->file.errorString();
-    return made->error.isEmpty() ? 0 : 1;
+    auto made = std::make_unique<Reader>(Reader{std::exchange(own.m_source, nullptr), own.m_failure});
+    if (!made->source || name != own.m_name)
+        own.m_failure =
+            Failure(QStringLiteral("サーバーが、頼んでいないファイル「%1」を求めました。渡していません。")
+                        .arg(QString::fromUtf8(name)));
+    *reader = made.release();
+    return own.m_failure ? 1 : 0;
 }
 
+// Exceptions must not pass through the library.
 int LocalFile::read(void *reader, char *buffer, unsigned size)
 {
     auto &own = *static_cast<Reader *>(reader);
-    const auto count = static_cast<int>(own.file.read(buffer, size));
-    if (count < 0)
-        own.error = own.file.errorString();
-    return count;
+    try {
+        return static_cast<int>(own.source(buffer, size));
+    } catch (const Failure &failure) {
+        own.failure = failure;
+    } catch (const std::bad_alloc &) {
+        own.failure = Failure(QStringLiteral("メモリが足りません。"));
+    }
+    return -1;
 }
 
 void LocalFile::end(void *reader)
@@ -59,6 +70,6 @@ void LocalFile::end(void *reader)
 int LocalFile::fail(void *reader, char *words, unsigned size)
 {
     constexpr int fileNotFound = 2; // as the library's own handler numbers it
-    qstrncpy(words, static_cast<Reader *>(reader)->error.toUtf8().constData(), size);
+    qstrncpy(words, static_cast<Reader *>(reader)->failure->description().toUtf8().constData(), size);
     return fileNotFound;
 }

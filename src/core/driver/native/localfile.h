@@ -1,29 +1,32 @@
 #pragma once
 
-#include <QString>
+#include "core/sql/localsource.h"
 
 #include <mysql.h>
+#include <optional>
 #include <string>
-#include <string_view>
 
-// Lets a server read one file of this machine, once for each statement that names it, and nothing else: any
+// Lets a server read what one statement offers, once and under one name, and no file of this machine: any
 // server may answer any statement by asking for any file.
 class LocalFile {
 public:
-    explicit LocalFile(const QString &path);
+    explicit LocalFile(const QString &name);
 
     // The handle does not outlive it.
     void serveOn(MYSQL *handle);
-    // Of every statement, before it is sent.
-    void expect(std::string_view statement);
+    // For the statement that is sent next.
+    void offer(const LocalSource &source);
+    void withdraw() { m_source = nullptr; }
+    // Throws what the source has thrown since it was offered.
+    void requireNoFailure() const;
 
 private:
-    struct Reader;
     static int begin(void **reader, const char *name, void *self);
     static int read(void *reader, char *buffer, unsigned size);
     static void end(void *reader);
     static int fail(void *reader, char *words, unsigned size);
 
-    const std::string m_path, m_statement; // how the statement that asks for it begins
-    bool m_isExpected = false;
+    const std::string m_name;
+    LocalSource m_source; // empty: nothing is offered, or it is being read
+    std::optional<Failure> m_failure;
 };

@@ -4,6 +4,8 @@
 #include "core/driver/workerdriver.h"
 #include "core/sql/resultlimits.h"
 
+#include <QScopeGuard>
+
 namespace {
 
 // A server with skip-character-set-client-handshake, as many in Japan, takes no notice of what the library
@@ -55,14 +57,27 @@ std::unique_ptr<DriverResult> NativeDriver::executeText(const QByteArray &statem
     return send(statement, true);
 }
 
+std::unique_ptr<DriverResult> NativeDriver::executeLocal(const QString &statement, const LocalSource &source)
+{
+    if (!m_localFile)
+        return Driver::executeLocal(statement, source);
+    m_localFile->offer(source);
+    const auto isOver = qScopeGuard([this] { m_localFile->withdraw(); });
+    try {
+        return execute(statement);
+    } catch (const Failure &) {
+        // What the source failed with says more than what was made of it on the way through the library.
+        m_localFile->requireNoFailure();
+        throw;
+    }
+}
+
 std::unique_ptr<DriverResult> NativeDriver::send(const QByteArray &text, bool keepsFurther)
 {
     if (m_streaming)
         m_streaming->takeRest();
     dropUnread();
     m_keepsFurther = keepsFurther;
-    if (m_localFile)
-        m_localFile->expect({text.constData(), static_cast<std::size_t>(text.size())});
     sendNative(m_handle.get(), {text.constData(), static_cast<std::size_t>(text.size())});
     return currentResult(NativeResult::mayBeKilled(text));
 }

@@ -20,6 +20,7 @@ public:
     Opened connect() override;
     std::unique_ptr<DriverResult> execute(const QString &statement) override;
     std::unique_ptr<DriverResult> executeText(const QByteArray &statement) override;
+    std::unique_ptr<DriverResult> executeLocal(const QString &statement, const LocalSource &source) override;
     bool nextResult(std::unique_ptr<DriverResult> &result) override;
     Effect effect() const override { return effectOf(m_handle.get()); }
     void settle() override;

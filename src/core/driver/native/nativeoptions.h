@@ -13,7 +13,7 @@ struct NativeOptions {
     unsigned port = 3306;
     unsigned connectSeconds = 20;
     TlsOptions tls;
-    QString localFile;                   // the one file of this machine that the server may read; empty: none
+    QString localFile; // the name under which the server may read what is offered; empty: never
     bool handlesExpiredPassword = false; // connects with one; the server then takes nothing but a new one
 
     // Throws Failure for a key that it does not know and for a port that is no number.

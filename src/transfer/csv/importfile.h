@@ -1,0 +1,42 @@
+#pragma once
+
+#include "transfer/csv/csvimport.h"
+#include "transfer/transferfile.h"
+
+#include <memory>
+
+// Rows that do not come into a table, with their lines and reasons, in a file beside the one that they are
+// of.
+class ErrorList {
+public:
+    explicit ErrorList(const QString &pathOfRows);
+
+    void add(const CsvRow &row, const QString &why); // throws Failure
+    void finish();                                   // the same
+    qint64 count() const { return m_count; }
+    // Empty while there are none.
+    QString path() const { return m_count > 0 ? m_path : QString(); }
+
+private:
+    const QString m_path;
+    std::unique_ptr<TransferFile> m_file;
+    qint64 m_count = 0;
+};
+
+// The rows of the file that have as many values as its header, or its first row. Throws Failure.
+class ImportFile {
+public:
+    // Others go into the list, where there is one.
+    ImportFile(const ImportOptions &options, ErrorList *errors);
+
+    bool next(CsvRow &row);
+    qint64 lastLine() const { return m_lastLine; } // of the row that was read last, whatever it was
+    TransferStatus status() const;
+
+private:
+    CsvReader m_reader;
+    const QString m_table;
+    ErrorList *m_errors;
+    std::size_t m_fieldCount = 0;
+    qint64 m_rows = 0, m_lastLine = 0;
+};
