@@ -27,6 +27,8 @@ KeyedList::KeyedList(const char *name, const QString &title, const std::vector<K
     verticalHeader()->hide();
     horizontalHeader()->setStretchLastSection(!isLastNumber);
     horizontalHeader()->setHighlightSections(false);
+    // Painting, it asks whether columns are chosen as a whole, and the answer goes through all their rows.
+    horizontalHeader()->setSelectionModel(new QItemSelectionModel(m_rows, this));
     horizontalHeader()->setSortIndicatorClearable(true);
     horizontalHeader()->setSortIndicator(-1, Qt::AscendingOrder);
     setSortingEnabled(true);
@@ -42,12 +44,16 @@ KeyedList::KeyedList(const char *name, const QString &title, const std::vector<K
     connect(this, &QAbstractItemView::doubleClicked, this, &KeyedList::activatedRow);
 }
 
-void KeyedList::show(std::vector<KeyedRow> rows)
+void KeyedList::show(KeyedTable table)
 {
-    m_rows->update(std::move(rows));
+    {
+        const QSignalBlocker untilAllIsUpdated(this);
+        m_rows->update(std::move(table));
+    }
     if (!m_hasWidths && m_rows->rowCount() > 0)
         fitColumns();
     viewport()->update(); // the placeholder
+    Q_EMIT choiceChanged();
 }
 
 void KeyedList::fitRowHeight()
@@ -71,14 +77,22 @@ void KeyedList::fitColumns()
     }
 }
 
+// As shown. QItemSelectionModel::selectedRows() asks each row against each range of them, which takes seconds
+// for thousands that are scattered.
+std::vector<int> KeyedList::chosenRows() const
+{
+    std::vector<int> shown;
+    for (const QItemSelectionRange &range : selectionModel()->selection())
+        for (int row = range.top(); row <= range.bottom(); ++row)
+            shown.push_back(row);
+    std::ranges::sort(shown);
+    return shown;
+}
+
 QStringList KeyedList::chosenKeys() const
 {
-    QList<int> shown;
-    for (const QModelIndex &index : selectionModel()->selectedRows())
-        shown << index.row();
-    std::ranges::sort(shown);
     QStringList keys;
-    for (const int row : shown)
+    for (const int row : chosenRows())
         keys << m_rows->row(row).key;
     return keys;
 }
@@ -106,11 +120,7 @@ QString KeyedList::chosenText() const
     for (int column = 0; column < m_rows->columnCount(); ++column)
         titles << m_rows->headerData(column, Qt::Horizontal, Qt::DisplayRole).toString();
     lines << titles.join(u'\t');
-    QList<int> shown;
-    for (const QModelIndex &index : selectionModel()->selectedRows())
-        shown << index.row();
-    std::ranges::sort(shown);
-    for (const int row : shown) {
+    for (const int row : chosenRows()) {
         QStringList cells = m_rows->row(row).cells;
         for (QString &cell : cells)
             cell.replace(u'\t', u' ')
@@ -123,7 +133,7 @@ QString KeyedList::chosenText() const
 
 void KeyedList::copy() const
 {
-    if (selectionModel()->hasSelection())
+    if (hasChosen())
         QApplication::clipboard()->setText(chosenText());
 }
 

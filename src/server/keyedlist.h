@@ -15,7 +15,8 @@ public:
     KeyedRows &rows() { return *m_rows; }
     const KeyedRows &rows() const { return *m_rows; }
     // As KeyedRows::update(); the first rows decide how wide the columns are.
-    void show(std::vector<KeyedRow> rows);
+    void show(KeyedTable table);
+    bool hasChosen() const { return selectionModel()->hasSelection(); }
     // Keys of the chosen rows in the order shown, and of the one that the cursor is in (empty: none).
     QStringList chosenKeys() const;
     QString currentKey() const;
@@ -27,7 +28,7 @@ public:
     void copy() const;
 
 Q_SIGNALS:
-    void choiceChanged();
+    void choiceChanged(); // also once after each show()
     void activatedRow(); // a double click, or Enter
 
 protected:
@@ -36,6 +37,7 @@ protected:
     void changeEvent(QEvent *event) override;
 
 private:
+    std::vector<int> chosenRows() const;
     void fitRowHeight();
     void fitColumns();
 

@@ -4,9 +4,11 @@
 #include "controls/window/building.h"
 
 #include <QFont>
-#include <QHash>
 
 #include <algorithm>
+#include <array>
+#include <charconv>
+#include <cmath>
 #include <limits>
 #include <numeric>
 #include <utility>
@@ -22,14 +24,28 @@ bool holds(const QString &cell, const QString &filter)
     return isAscii ? cell.contains(filter, Qt::CaseInsensitive) : comparable(cell).contains(filter);
 }
 
+// QString::toDouble() takes ten times as long.
 double numberOf(const QString &text)
 {
-    bool isNumber = false;
-    const double number = text.toDouble(&isNumber);
+    std::array<char, 40> signs{};
+    const qsizetype length = std::min<qsizetype>(text.size(), signs.size());
+    std::transform(text.begin(), text.begin() + length, signs.begin(), [](QChar c) { return c.toLatin1(); });
+    double number = 0;
+    const auto end = std::from_chars(signs.data(), signs.data() + length, number);
+    const bool isNumber =
+        end.ec == std::errc() && end.ptr == signs.data() + text.size() && !std::isnan(number);
     return isNumber ? number : -std::numeric_limits<double>::infinity();
 }
 
 } // namespace
+
+KeyedTable::KeyedTable(std::vector<KeyedRow> all)
+    : rows(std::move(all))
+{
+    places.reserve(static_cast<qsizetype>(rows.size()));
+    for (std::size_t i = 0; i < rows.size(); ++i)
+        places.insert(rows[i].key, static_cast<int>(i));
+}
 
 KeyedRows::KeyedRows(std::vector<KeyedColumn> columns, QObject *parent)
     : QAbstractTableModel(parent)
@@ -170,39 +186,52 @@ void KeyedRows::show(Order order)
     rearrange(std::move(order));
 }
 
-// places: where the stored rows stand in the new ones, -1 for those that are gone and not shown any more.
-void KeyedRows::replaceRows(std::vector<KeyedRow> rows, const std::vector<int> &places)
+// Where the stored rows stand there, -1 for those that are gone. Most stand behind the one before them, and
+// are found without their key.
+std::vector<int> KeyedRows::placesIn(const KeyedTable &table) const
 {
-    int first = rowCount(), last = -1;
-    for (int shown = 0; shown < rowCount(); ++shown) {
-        int &stored = m_order[static_cast<std::size_t>(shown)];
-        const KeyedRow &before = m_rows[static_cast<std::size_t>(stored)];
-        stored = places[static_cast<std::size_t>(stored)];
-        const KeyedRow &after = rows[static_cast<std::size_t>(stored)];
-        if (before.cells == after.cells && before.isMarked == after.isMarked)
-            continue;
-        first = std::min(first, shown);
-        last = shown;
+    std::vector<int> places;
+    places.reserve(m_rows.size());
+    std::size_t next = 0;
+    for (const KeyedRow &row : m_rows) {
+        const bool isNext = next < table.rows.size() && table.rows[next].key == row.key;
+        places.push_back(isNext ? static_cast<int>(next) : table.places.value(row.key, -1));
+        next = static_cast<std::size_t>(std::max(0, places.back() + 1));
     }
-    m_rows = std::move(rows);
-    if (last >= 0)
+    return places;
+}
+
+// No row that is shown is gone.
+void KeyedRows::replaceRows(KeyedTable table, const std::vector<int> &places)
+{
+    const auto isSame = [&](int shown) {
+        const auto stored = static_cast<std::size_t>(m_order[static_cast<std::size_t>(shown)]);
+        const KeyedRow &before = m_rows[stored],
+                       &after = table.rows[static_cast<std::size_t>(places[stored])];
+        return before.cells == after.cells && before.isMarked == after.isMarked;
+    };
+    int first = 0, last = rowCount() - 1;
+    while (first <= last && isSame(first))
+        ++first;
+    while (last > first && isSame(last))
+        --last;
+    for (int &stored : m_order)
+        stored = places[static_cast<std::size_t>(stored)];
+    m_rows = std::move(table.rows);
+    m_places = std::move(table.places);
+    if (first <= last)
         Q_EMIT dataChanged(index(first, 0), index(last, columnCount() - 1));
 }
 
-void KeyedRows::update(std::vector<KeyedRow> rows)
+void KeyedRows::update(KeyedTable table)
 {
-    QHash<QString, int> found;
-    for (std::size_t i = 0; i < rows.size(); ++i)
-        found.insert(rows[i].key, static_cast<int>(i));
-    std::vector<int> places;
-    for (const KeyedRow &row : m_rows)
-        places.push_back(found.value(row.key, -1));
+    const std::vector<int> places = placesIn(table);
     Order staying;
     for (const int row : m_order)
         if (places[static_cast<std::size_t>(row)] >= 0)
             staying.push_back(row);
     show(std::move(staying));
-    replaceRows(std::move(rows), places);
+    replaceRows(std::move(table), places);
     show(wantedOrder());
 }
 

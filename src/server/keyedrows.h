@@ -1,6 +1,7 @@
 #pragma once
 
 #include <QAbstractTableModel>
+#include <QHash>
 
 #include <functional>
 #include <vector>
@@ -10,6 +11,16 @@ struct KeyedRow {
     QString key;
     QStringList cells;
     bool isMarked = false;
+};
+
+// All rows of one reading. Thousands are made on the thread that read them: their index costs more than all
+// that is left for the windows'.
+struct KeyedTable {
+    KeyedTable() = default;
+    KeyedTable(std::vector<KeyedRow> rows); // NOLINT(google-explicit-constructor): that is all there is to it
+
+    std::vector<KeyedRow> rows;
+    QHash<QString, int> places; // of the keys; each stands for one of the rows
 };
 
 struct KeyedColumn {
@@ -27,14 +38,16 @@ public:
 
     explicit KeyedRows(std::vector<KeyedColumn> columns, QObject *parent = nullptr);
 
-    // All rows, as they are now; each key stands for one of them.
-    void update(std::vector<KeyedRow> rows);
+    // All rows, as they are now.
+    void update(KeyedTable table);
     // Rows without the text in any cell are not shown, nor those that do not meet the condition.
     void setFilter(const QString &text);
     void setCondition(std::function<bool(const KeyedRow &row)> condition);
     // The shown row; valid until the next of the above.
     const KeyedRow &row(int shown) const;
     int storedCount() const { return static_cast<int>(m_rows.size()); }
+    // Its place in the last update(), shown or not; -1: it was not there.
+    int place(const QString &key) const { return m_places.value(key, -1); }
 
     // By a column, or -1 for the server's order.
     void sort(int column, Qt::SortOrder order = Qt::AscendingOrder) override;
@@ -50,10 +63,12 @@ private:
     Order wantedOrder() const;
     void show(Order order);
     void rearrange(Order order);
-    void replaceRows(std::vector<KeyedRow> rows, const std::vector<int> &places);
+    std::vector<int> placesIn(const KeyedTable &table) const;
+    void replaceRows(KeyedTable table, const std::vector<int> &places);
 
     const std::vector<KeyedColumn> m_columns;
     std::vector<KeyedRow> m_rows; // in the server's order
+    QHash<QString, int> m_places; // of their keys
     Order m_order;
     QString m_filter;
     std::function<bool(const KeyedRow &)> m_condition;

@@ -237,7 +237,7 @@ void PrivilegePage::showChoice()
     for (QWidget *each : std::initializer_list<QWidget *>{m_kind, m_database, m_object})
         each->setEnabled(!isRole);
     m_grant->setEnabled(hasAccount && m_privilege->currentIndex() >= 0);
-    m_revoke->setEnabled(hasAccount && m_rights->selectionModel()->hasSelection());
+    m_revoke->setEnabled(hasAccount && m_rights->hasChosen());
     m_create->setEnabled(!m_reading.server.version.isEmpty());
 }
 

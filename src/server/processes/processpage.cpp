@@ -15,6 +15,7 @@
 #include <QSplitter>
 #include <QVBoxLayout>
 
+#include <algorithm>
 #include <map>
 
 namespace {
@@ -126,30 +127,31 @@ void ProcessPage::connectControls()
 
 void ProcessPage::refresh()
 {
-    ask([reader = m_reader](Session &session) { return reader->read(session); },
-        [this](ProcessList list) { show(std::move(list)); });
+    ask(
+        [reader = m_reader](Session &session) {
+            ProcessList list = reader->read(session);
+            std::vector<KeyedRow> rows;
+            rows.reserve(list.processes.size());
+            for (const Process &each : list.processes)
+                rows.push_back(rowOf(each));
+            return Reading{std::move(list), std::move(rows)};
+        },
+        [this](Reading reading) { show(std::move(reading)); });
 }
 
-void ProcessPage::show(ProcessList list)
+void ProcessPage::show(Reading reading)
 {
-    m_list = std::move(list);
-    std::vector<KeyedRow> rows;
-    m_places.clear();
-    for (const Process &each : m_list.processes) {
-        m_places.insert(each.id, rows.size());
-        rows.push_back(rowOf(each));
-    }
-    m_table->show(std::move(rows));
+    m_list = std::move(reading.list);
+    m_table->show(std::move(reading.table));
     tellProblem(m_list.missing);
     if (!m_wanted.isEmpty())
         m_table->choose(std::exchange(m_wanted, {}));
-    showChoice();
 }
 
 const Process *ProcessPage::process(const QString &id) const
 {
-    const auto found = m_places.constFind(id);
-    return found == m_places.constEnd() ? nullptr : &m_list.processes[*found];
+    const int place = m_table->rows().place(id);
+    return place < 0 ? nullptr : &m_list.processes[static_cast<std::size_t>(place)];
 }
 
 const Process *ProcessPage::current() const
@@ -157,21 +159,27 @@ const Process *ProcessPage::current() const
     return process(m_table->currentKey());
 }
 
+bool ProcessPage::isTarget(const QString &id, Kill kill) const
+{
+    const Process *each = process(id);
+    return each && each->owner != Process::Owner::ThisWindow && (kill == Kill::Session || each->isRunning());
+}
+
 QStringList ProcessPage::targets(Kill kill) const
 {
-    QStringList ids;
-    for (const QString &id : m_table->chosenKeys())
-        if (const Process *each = process(id);
-            each && each->owner != Process::Owner::ThisWindow && (kill == Kill::Session || each->isRunning()))
-            ids << id;
+    QStringList ids = m_table->chosenKeys();
+    ids.removeIf([this, kill](const QString &id) { return !isTarget(id, kill); });
     return ids;
 }
 
 void ProcessPage::showChoice()
 {
-    m_killStatement->setEnabled(!targets(Kill::Statement).isEmpty());
-    m_killSession->setEnabled(!targets(Kill::Session).isEmpty());
-    m_copy->setEnabled(m_table->selectionModel()->hasSelection());
+    const QStringList chosen = m_table->chosenKeys();
+    for (const auto &[button, kill] :
+         {std::pair(m_killStatement, Kill::Statement), {m_killSession, Kill::Session}})
+        button->setEnabled(
+            std::ranges::any_of(chosen, [&](const QString &id) { return isTarget(id, kill); }));
+    m_copy->setEnabled(m_table->hasChosen());
     const Process *shown = current();
     m_explain->setEnabled(shown && shown->isRunning() && !shown->statement.isEmpty() &&
                           shown->owner != Process::Owner::ThisWindow);

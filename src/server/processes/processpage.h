@@ -1,9 +1,8 @@
 #pragma once
 
+#include "server/keyedrows.h"
 #include "server/processes/processreading.h"
 #include "server/serverpage.h"
-
-#include <QHash>
 
 class KeyedList;
 class QCheckBox;
@@ -26,14 +25,20 @@ protected:
     void refresh() override;
 
 private:
+    struct Reading {
+        ProcessList list;
+        KeyedTable table; // of its sessions, in the same order
+    };
+
     void buildLayout();
     void connectControls();
-    void show(ProcessList list);
+    void show(Reading reading);
     void showChoice();
     void showWhole(const Process &process);
     const Process *process(const QString &id) const;
     const Process *current() const;
-    // The chosen ones that this can be done to.
+    // Whether this can be done to the session; the chosen ones of that kind.
+    bool isTarget(const QString &id, Kill kill) const;
     QStringList targets(Kill kill) const;
     void kill(Kill kill);
     QString question(Kill kill, const QStringList &ids) const;
@@ -43,7 +48,6 @@ private:
     // Used in the connection's thread alone.
     const std::shared_ptr<ProcessReader> m_reader = std::make_shared<ProcessReader>();
     ProcessList m_list;
-    QHash<QString, std::size_t> m_places; // of the numbers in the list
     KeyedList *m_table;
     QLineEdit *m_filter;
     QCheckBox *m_onlyRunning;

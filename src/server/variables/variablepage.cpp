@@ -180,7 +180,7 @@ void VariablePage::showChoice()
     const Variable *variable = variableOf(m_list, m_table->currentKey());
     m_set->setEnabled(variable);
     m_toSheet->setEnabled(variable && variable->session && around().openInSheet);
-    m_copy->setEnabled(m_table->selectionModel()->hasSelection());
+    m_copy->setEnabled(m_table->hasChosen());
     m_export->setEnabled(!m_list.variables.empty());
     m_about->setText(variable ? visibleText(variable->about) : QString());
 }
