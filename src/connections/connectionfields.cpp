@@ -81,6 +81,8 @@ ConnectionFields::ConnectionFields(QWidget *parent)
     , m_sshKey(made<QLineEdit>("connectionSshKey"))
     , m_keepAlive(made<QSpinBox>("connectionKeepAlive"))
     , m_isReadOnly(made<QCheckBox>("connectionReadOnly", QStringLiteral("読み取り専用の接続にする")))
+    , m_isSafe(made<QCheckBox>("connectionSafeMode",
+                               QStringLiteral("SQLシートを安全モードで始める（本番では、はじめからオン）")))
     , m_note(made<QPlainTextEdit>("connectionNote"))
 {
     for (const auto &[title, colour] : colours)
@@ -101,7 +103,19 @@ ConnectionFields::ConnectionFields(QWidget *parent)
     connect(m_name, &QLineEdit::textChanged, this, &ConnectionFields::edited);
     for (const QComboBox *box : {m_colour, m_environment})
         connect(box, &QComboBox::currentIndexChanged, this, &ConnectionFields::edited);
+    m_isSafe->setToolTip(QStringLiteral("WHERE のない UPDATE・DELETE、DROP、TRUNCATE の前に確かめます"));
+    connect(m_isSafe, &QCheckBox::clicked, this,
+            [this](bool isOn) { m_isSafeChosen = isOn != isProduction(); });
+    connect(m_environment, &QComboBox::currentIndexChanged, this, [this] {
+        if (!m_isSafeChosen)
+            m_isSafe->setChecked(isProduction());
+    });
     showKind();
+}
+
+bool ConnectionFields::isProduction() const
+{
+    return m_environment->currentIndex() == static_cast<int>(Environment::Production);
 }
 
 QWidget *ConnectionFields::serverPage()
@@ -183,6 +197,7 @@ QWidget *ConnectionFields::otherPage()
     auto *page = new QWidget;
     auto *form = new QFormLayout(page);
     form->addRow(m_isReadOnly);
+    form->addRow(m_isSafe);
     addRow(*form, QStringLiteral("接続を保つ信号"), m_keepAlive);
     addRow(*form, QStringLiteral("メモ"), m_note);
     return page;
@@ -244,6 +259,8 @@ void ConnectionFields::show(const ConnectionProfile &profile)
     m_sshUser->setText(profile.ssh.user);
     m_sshKey->setText(profile.ssh.keyFile);
     m_isReadOnly->setChecked(profile.isReadOnly);
+    m_isSafeChosen = profile.isSafe != isProduction();
+    m_isSafe->setChecked(profile.isSafe);
     m_keepAlive->setValue(profile.keepAlive);
     m_note->setPlainText(profile.note);
 }
@@ -273,6 +290,7 @@ ConnectionProfile ConnectionFields::profile(ConnectionProfile profile) const
     profile.ssh = {m_ssh->text().trimmed(), m_sshPort->text().trimmed(), m_sshUser->text().trimmed(),
                    m_sshKey->text().trimmed()};
     profile.isReadOnly = m_isReadOnly->isChecked();
+    profile.isSafe = m_isSafe->isChecked();
     profile.keepAlive = m_keepAlive->value();
     profile.note = m_note->toPlainText();
     return profile;

@@ -36,6 +36,7 @@ private:
     QWidget *otherPage();
     QWidget *fileRow(QLineEdit &line, const QString &title, bool isFolder = false);
     void showKind();
+    bool isProduction() const;
     void showColour(const QString &colour);
 
     QLineEdit *m_name, *m_server, *m_port, *m_user, *m_password, *m_database;
@@ -44,6 +45,7 @@ private:
     QCheckBox *m_clearText;
     QLineEdit *m_ssh, *m_sshPort, *m_sshUser, *m_sshKey;
     QSpinBox *m_keepAlive;
-    QCheckBox *m_isReadOnly;
+    QCheckBox *m_isReadOnly, *m_isSafe;
+    bool m_isSafeChosen = false; // by the user, whatever the environment
     QPlainTextEdit *m_note;
 };

@@ -306,6 +306,7 @@ ConnectionProfile inUse(ConnectionProfile used, const ConnectionProfile &saved)
     if (used.environment != Environment::Production)
         used.environment = saved.environment;
     used.isReadOnly |= saved.isReadOnly;
+    used.isSafe = saved.isSafe;
     used.keepAlive = saved.keepAlive;
     used.keeping = saved.keeping;
     used.password = saved.password;

@@ -1,13 +1,18 @@
 #include "sheets/safemode.h"
 
+#include "core/command/script.h"
+#include "core/command/writing.h"
+#include "core/sql/splitter.h"
 #include "core/sql/words.h"
+
+#include <QSet>
 
 namespace {
 
 class Words {
 public:
-    explicit Words(const QByteArray &statement)
-        : m_words(sqlWords(QString::fromUtf8(statement)))
+    Words(const QByteArray &statement, SqlMode mode)
+        : m_words(sqlWords(QString::fromUtf8(statement), mode))
     {
     }
 
@@ -44,7 +49,9 @@ private:
 std::optional<Danger> rowsDanger(const Words &words, const QString &verb)
 {
     const std::size_t place = words.find(verb);
-    if (place == words.size() || words.has(QStringLiteral("where")) || words.has(QStringLiteral("limit")))
+    const bool isLock = words.at(0) == u"with" && place > 0 && words.at(place - 1) == u"for"; // of a SELECT
+    if (place == words.size() || isLock || words.has(QStringLiteral("where")) ||
+        words.has(QStringLiteral("limit")))
         return {};
     const std::size_t from = words.find(QStringLiteral("from"));
     const QStringList passed{"low_priority", "ignore", "quick"};
@@ -63,15 +70,41 @@ std::optional<Danger> dropDanger(const Words &words)
                   words.at(kind) == u"table" ? name : QString()};
 }
 
+// Whether the text may go on in another mode than it began in. found: each is told once.
+bool addRisks(Risks &risks, QSet<QString> &found, const QByteArray &text, bool isScript, SqlMode mode)
+{
+    const std::string_view view(text.constData(), static_cast<std::size_t>(text.size()));
+    std::vector<ScriptPiece> pieces{{.text = view}};
+    if (isScript)
+        pieces = scriptPieces(view, mode);
+    bool maySetMode = false;
+    for (const ScriptPiece &piece : pieces) {
+        const QByteArray statement(piece.text.data(), static_cast<qsizetype>(piece.text.size()));
+        const bool isSource = piece.kind == ScriptPiece::Kind::Source;
+        maySetMode |= isSource || maySetSqlMode(piece.text);
+        constexpr qsizetype enough = 10'000;
+        risks.mayChange |= isSource || mayChange(QString::fromUtf8(statement.left(enough)), mode);
+        if (isSource)
+            continue;
+        if (const std::optional<Danger> danger = dangerOf(statement, mode);
+            danger && !found.contains(danger->what)) {
+            found.insert(danger->what);
+            risks.dangers.push_back(*danger);
+        }
+    }
+    return maySetMode;
+}
+
 } // namespace
 
-std::optional<Danger> dangerOf(const QByteArray &statement)
+std::optional<Danger> dangerOf(const QByteArray &statement, SqlMode mode)
 {
-    const Words words(statement);
+    const Words words(statement, mode);
     const QString verb = words.at(0);
     if (verb == u"update" || verb == u"delete")
         return rowsDanger(words, verb);
-    if (verb == u"with" || verb == u"analyze") { // MariaDB carries an analysed statement out
+    // MariaDB carries an analysed statement out.
+    if (verb == u"with" || verb == u"analyze" || (verb == u"set" && words.at(1) == u"statement")) {
         if (const std::optional<Danger> update = rowsDanger(words, QStringLiteral("update")))
             return update;
         return rowsDanger(words, QStringLiteral("delete"));
@@ -83,4 +116,17 @@ std::optional<Danger> dangerOf(const QByteArray &statement)
         return Danger{QStringLiteral("TRUNCATE ") + table, table};
     }
     return {};
+}
+
+// Which mode a script sets can only be known by running it, so it is then read in each.
+Risks risksOf(const QByteArray &text, bool isScript, SqlMode mode)
+{
+    Risks risks;
+    QSet<QString> found;
+    if (!addRisks(risks, found, text, isScript, mode))
+        return risks;
+    for (const bool hasAnsiQuotes : {false, true})
+        for (const bool hasPlainBackslashes : {false, true})
+            addRisks(risks, found, text, isScript, {hasAnsiQuotes, hasPlainBackslashes});
+    return risks;
 }

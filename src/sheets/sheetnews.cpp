@@ -70,9 +70,8 @@ void SheetPage::take(const SheetNews &news)
     case Kind::Failed:
         takeFailure(news);
         break;
-    case Kind::Counted:
-        m_counts = news.texts;
-        m_areCounted = true;
+    case Kind::Looked:
+        m_looked = news;
         break;
     case Kind::Names:
         m_completion.setNames(news.texts);
@@ -228,6 +227,6 @@ void SheetPage::takeFinish(const SheetNews &news)
     Q_EMIT finished();
     if (std::exchange(m_wantsWords, false))
         m_completion.offer();
-    if (std::exchange(m_areCounted, false) && !news.isStopped)
-        askAndRun(std::exchange(m_counts, {}));
+    if (const std::optional<SheetNews> looked = std::exchange(m_looked, {}); looked && !news.isStopped)
+        askAndRun(*looked);
 }

@@ -145,6 +145,7 @@ void SheetPage::start(const std::function<void(SheetWorker &)> &work)
 
 void SheetPage::stop()
 {
+    m_waitingRun.reset();
     if (isEditing())
         m_settings->runner.stop();
     else if (m_isRunning)
@@ -195,55 +196,32 @@ void SheetPage::runPieces(const QByteArray &text, int offset, bool isScript, con
     if (!m_results->mayBeginRun())
         return;
     m_sent.clear();
-    m_dangers.clear();
     m_statementCount = static_cast<qsizetype>(pieces.size());
     m_offset = offset;
-    m_waitingRun = {text, isScript, options.goesOnAtErrors, QFileInfo(m_contents.path).path()};
-    bool mayChangeSomething = false;
-    for (const ScriptPiece &piece : pieces) {
-        const QByteArray statement(piece.text.data(), static_cast<qsizetype>(piece.text.size()));
-        const bool isSource = piece.kind == ScriptPiece::Kind::Source;
-        mayChangeSomething |= isSource || mayChange(QString::fromUtf8(statement.left(10'000)));
-        if (options.isSafe && !isSource)
-            if (std::optional<Danger> danger = dangerOf(statement))
-                m_dangers.push_back(std::move(*danger));
-    }
-    if (mayChangeSomething && !confirmsWriting(settings(), m_around.dialogue))
-        return;
     m_editor->clearError();
-    if (m_dangers.empty())
-        return runWaiting();
-    QStringList tables;
-    for (const Danger &danger : m_dangers)
-        if (!danger.table.isEmpty())
-            tables << danger.table;
-    start([tables](SheetWorker &running) { running.countRows(tables); });
-}
-
-void SheetPage::runWaiting()
-{
-    m_walk.end();
-    m_results->beginRun();
-    start([run = std::exchange(m_waitingRun, {})](SheetWorker &running) { running.run(run); });
+    m_waitingRun = {text, isScript, options.goesOnAtErrors, options.isSafe,
+                    QFileInfo(m_contents.path).path()};
+    // How the server reads the text is only known when it is connected.
+    start([run = *m_waitingRun](SheetWorker &running) { running.look(run); });
 }
 
 // Once for the whole run.
-void SheetPage::askAndRun(QStringList counts)
+void SheetPage::askAndRun(const SheetNews &looked)
 {
-    constexpr qsizetype most = 10; // lines of a question
-    QStringList lines;
-    for (const Danger &danger : std::exchange(m_dangers, {})) {
-        const QString count = danger.table.isEmpty() || counts.isEmpty() ? QString() : counts.takeFirst();
-        lines << QStringLiteral("・") + danger.what +
-                     (count.isEmpty() ? QString() : QStringLiteral("：") + count);
-    }
-    if (const qsizetype more = lines.size() - most; more > 0)
-        lines = lines.mid(0, most) << QStringLiteral("・ほか %1 文").arg(more);
-    if (m_around.dialogue.confirm(QStringLiteral("多くの行や定義が失われる文です。\r\n") +
-                                      lines.join(QStringLiteral("\r\n")) +
-                                      QStringLiteral("\r\n実行しますか？"),
-                                  Icon::Critical))
-        runWaiting();
+    const std::optional<SheetRun> run = std::exchange(m_waitingRun, {});
+    if (!run) // stopped
+        return;
+    if (looked.mayChange && !confirmsWriting(settings(), m_around.dialogue))
+        return;
+    if (!looked.texts.isEmpty() &&
+        !m_around.dialogue.confirm(QStringLiteral("多くの行や定義が失われる文です。\r\n") +
+                                       looked.texts.join(QStringLiteral("\r\n")) +
+                                       QStringLiteral("\r\n実行しますか？"),
+                                   Icon::Critical))
+        return;
+    m_walk.end();
+    m_results->beginRun();
+    start([run = *run](SheetWorker &running) { running.run(run); });
 }
 
 void SheetPage::runScript(const ScriptOptions &options)

@@ -7,7 +7,6 @@
 #include "core/sql/format.h"
 #include "sheets/drafts.h"
 #include "sheets/historywalk.h"
-#include "sheets/safemode.h"
 #include "sheets/sheeteditor.h"
 #include "sheets/sheetservices.h"
 #include "sheets/sheetthread.h"
@@ -92,6 +91,7 @@ public:
         m_settings->profile.colour = profile.colour;
         m_settings->profile.environment = profile.environment;
         m_settings->profile.isReadOnly = profile.isReadOnly;
+        m_settings->profile.isSafe = profile.isSafe;
     }
 
 Q_SIGNALS:
@@ -113,7 +113,7 @@ private:
     void start(const std::function<void(SheetWorker &)> &work);
     void runPieces(const QByteArray &text, int offset, bool isScript, const SheetOptions &options);
     void runWaiting();
-    void askAndRun(QStringList counts);
+    void askAndRun(const SheetNews &looked);
     void send(const QString &statement);
     void take(const SheetNews &news);
     void takeFields(const SheetNews &news);
@@ -141,13 +141,12 @@ private:
     std::shared_ptr<Session> m_settings;
     std::unique_ptr<SheetThread> m_thread;
     std::vector<Sent> m_sent;
-    qsizetype m_statementCount = 0; // of the run, as far as it is known before
-    int m_offset = 0;               // of its text in the editor
-    SheetRun m_waitingRun;          // for the answer about its dangers
-    std::vector<Danger> m_dangers;
+    qsizetype m_statementCount = 0;       // of the run, as far as it is known before
+    int m_offset = 0;                     // of its text in the editor
+    std::optional<SheetRun> m_waitingRun; // until it is known what is to be asked about it
+    std::optional<SheetNews> m_looked;    // that
     QElapsedTimer m_clock;
     QString m_database, m_progress, m_draftFailure, m_lastSeconds;
     bool m_isRunning = false, m_isInTransaction = false, m_isAutocommit = true, m_wantsWords = false;
-    bool m_isResultTold = false, m_hasGrid = false, m_areCounted = false;
-    QStringList m_counts; // of the rows of m_dangers
+    bool m_isResultTold = false, m_hasGrid = false;
 };

@@ -73,8 +73,8 @@ SheetWindow::SheetWindow(Session &session, SheetServices services, std::unique_p
     setWorksWhileRunning(this); // on connections of its own, in other threads
     buildLayout();
     m_goesOn->setChecked(m_settings.isOn(QStringLiteral("GoOnAtErrors"), false));
-    m_safeMode->setChecked(m_session.profile.environment == Environment::Production ||
-                           m_settings.isOn(QStringLiteral("SafeMode"), true));
+    // Where no saved connection says it, as it was chosen last.
+    m_safeModes[QString()] = m_settings.isOn(QStringLiteral("SafeMode"), true);
     connectControls();
     addKeys();
     restoreDrafts();
@@ -108,8 +108,7 @@ void SheetWindow::connectControls()
     connect(m_autocommit, &QCheckBox::clicked, this, [this](bool isOn) { page()->setAutocommit(isOn); });
     connect(m_goesOn, &QCheckBox::toggled, this,
             [this](bool isOn) { m_settings.keep(QStringLiteral("GoOnAtErrors"), isOn); });
-    connect(m_safeMode, &QCheckBox::toggled, this,
-            [this](bool isOn) { m_settings.keep(QStringLiteral("SafeMode"), isOn); });
+    connect(m_safeMode, &QCheckBox::clicked, this, &SheetWindow::setSafe);
     connect(m_recent->menu(), &QMenu::aboutToShow, this, [this] { fillRecent(*m_recent->menu()); });
     connect(m_tabs, &QTabWidget::currentChanged, this, [this] {
         showState();
@@ -196,7 +195,7 @@ void SheetWindow::propose(const QString &text)
 
 SheetOptions SheetWindow::options() const
 {
-    return {.goesOnAtErrors = m_goesOn->isChecked(), .isSafe = m_safeMode->isChecked()};
+    return {.goesOnAtErrors = m_goesOn->isChecked(), .isSafe = isSafe()};
 }
 
 void SheetWindow::showState()
@@ -217,6 +216,7 @@ void SheetWindow::showState()
     m_edit->setEnabled(shown->mayEditResult());
     m_pin->setEnabled(shown->hasGrid());
     m_pin->setChecked(shown->isResultPinned());
+    m_safeMode->setChecked(isSafe());
     m_state->setText(shown->state());
     if (m_profile != shown->profile()) {
         m_profile = shown->profile();
@@ -224,8 +224,24 @@ void SheetWindow::showState()
     }
 }
 
+// As chosen here for this connection, else as it was saved.
+bool SheetWindow::isSafe() const
+{
+    const ConnectionProfile &profile = page()->profile();
+    return m_safeModes.value(profile.id, profile.isSafe);
+}
+
+void SheetWindow::setSafe(bool isOn)
+{
+    const ConnectionProfile &profile = page()->profile();
+    m_safeModes[profile.id] = isOn;
+    if (!profile.isSaved())
+        m_settings.keep(QStringLiteral("SafeMode"), isOn);
+}
+
 void SheetWindow::takeMarks(const ConnectionProfile &profile)
 {
+    m_safeModes.remove(profile.id);
     for (int i = 0; i < m_tabs->count(); ++i)
         pageAt(i)->takeMarks(profile);
     showState();
@@ -277,6 +293,14 @@ void SheetWindow::closeSheet(int index)
     delete closing;
     if (m_tabs->count() == 0)
         addSheet();
+}
+
+// A sheet without a connection yet goes by what the main window has chosen since.
+void SheetWindow::changeEvent(QEvent *event)
+{
+    QWidget::changeEvent(event);
+    if (event->type() == QEvent::ActivationChange && isActiveWindow())
+        showState();
 }
 
 void SheetWindow::closeEvent(QCloseEvent *event)

@@ -4,6 +4,7 @@
 #include "sheets/sheetpage.h"
 #include "sheets/sheetsettings.h"
 
+#include <QHash>
 #include <QWidget>
 
 #include <functional>
@@ -35,6 +36,7 @@ public:
     void propose(const QString &text);
 
 protected:
+    void changeEvent(QEvent *event) override;
     void closeEvent(QCloseEvent *event) override;
 
 private:
@@ -52,6 +54,8 @@ private:
     SheetPage *add(std::unique_ptr<Draft> draft);
     SheetOptions options() const;
     void showState();
+    bool isSafe() const;
+    void setSafe(bool isOn);
     void showTitles();
     void closeSheet(int index);
     // close: carried out later, when a commit comes first.
@@ -73,6 +77,7 @@ private:
     QToolButton *m_recent, *m_format;
     QCheckBox *m_autocommit, *m_goesOn, *m_safeMode;
     QLabel *m_state, *m_transaction;
-    ConnectionProfile m_profile; // whose strip the window shows
-    int m_number = 0;            // of the last sheet without a file
+    QHash<QString, bool> m_safeModes; // chosen here, by the connection's id
+    ConnectionProfile m_profile;      // whose strip the window shows
+    int m_number = 0;                 // of the last sheet without a file
 };

@@ -23,7 +23,7 @@ struct SheetNews {
         Rows,        // of the result that began last
         ResultEnded, // of rows or without
         Failed,      // of statement: text, errorLine
-        Counted,     // texts: one about each table that was asked for
+        Looked,      // mayChange; texts: what is to be asked about before the run
         Names,       // texts: table and column by turns
         ScriptMoved, // progress
         ScriptEnded, // report
@@ -43,6 +43,7 @@ struct SheetNews {
     SqlMode mode; // as the server now reads statements
     ScriptProgress progress;
     std::shared_ptr<ScriptReport> report;
+    bool mayChange = false; // something on the server
     bool isStopped = false;
     bool isConnectionLost = false;
 };
@@ -52,7 +53,8 @@ struct SheetRun {
     QByteArray text;
     bool isScript = true; // else it is one statement, whatever it holds
     bool goesOnAtErrors = false;
-    QString folder; // of scripts without one
+    bool isSafe = false; // what takes many rows away is asked about
+    QString folder;      // of scripts without one
 };
 
 // A sheet's connection, in a thread of its own: so one sheet runs while another is written, and the other
@@ -67,13 +69,14 @@ public:
     Pump &pump() { return m_pump; }
     void use(std::unique_ptr<Session> session); // before the thread begins
 
+    // What is to be asked before it is run, as the server reads it.
+    void look(const SheetRun &run);
     void run(const SheetRun &run);
     void runScriptFile(const ScriptOptions &options);
     // COMMIT, ROLLBACK.
     void sendAlone(const QString &statement);
     // Now, and of every connection that is made later.
     void setAutocommit(bool isOn);
-    void countRows(const QStringList &tables);
     void readNames();
     // Lets others use the connection that is open; what went wrong.
     std::optional<Failure> lend(const std::function<void(Connection &)> &work);
@@ -103,6 +106,7 @@ private:
     // What the action throws is told as the failure of the statement that was begun last.
     void runAlone(const std::function<void()> &action);
     void requireConnection();
+    QString countedRows(const QString &table);
     void runPiece(const ScriptPiece &piece, const SheetRun &run);
     void send(const QByteArray &statement);
     void runSource(const QByteArray &name, const SheetRun &run);

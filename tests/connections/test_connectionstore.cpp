@@ -25,6 +25,7 @@ ConnectionProfile shop()
     profile.ssh = {"gate.example", "22", "me", "/home/me/.ssh/id"};
     profile.keepAlive = 60;
     profile.isReadOnly = true;
+    profile.isSafe = false; // although it is production
     profile.keeping = PasswordKeeping::File;
     profile.password = " !秘密\n!";
     profile.note = "一行目\n二行目";
@@ -38,6 +39,7 @@ class ConnectionStoreTest : public QObject {
 
 private Q_SLOTS:
     void keepsEverythingAndWhatLaterVersionsWrote();
+    void productionIsSafeUnlessItSaysOtherwise();
     void twoProgramsLoseNothingOfEachOther();
     void whatIsDamagedIsKeptAside_data();
     void whatIsDamagedIsKeptAside();
@@ -74,6 +76,19 @@ void ConnectionStoreTest::keepsEverythingAndWhatLaterVersionsWrote()
     QCOMPARE(again.lastUsed().size(), 1u);
     again.remove(*again.find(profile.id));
     QVERIFY(again.profiles().empty() && again.lastUsed().empty());
+}
+
+void ConnectionStoreTest::productionIsSafeUnlessItSaysOtherwise()
+{
+    for (const auto &[json, isSafe] :
+         std::initializer_list<std::pair<QJsonObject, bool>>{{{}, false},
+                                                             {{{"safeMode", true}}, true},
+                                                             {{{"environment", "production"}}, true},
+                                                             {{{"environment", "yet unknown"}}, true}}) {
+        const ConnectionProfile profile = ConnectionProfile::of(json);
+        QCOMPARE(profile.isSafe, isSafe);
+        QCOMPARE(profile.object().contains("safeMode"), json.contains("safeMode"));
+    }
 }
 
 void ConnectionStoreTest::twoProgramsLoseNothingOfEachOther()

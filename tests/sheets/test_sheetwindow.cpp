@@ -1,6 +1,7 @@
 #include "controls/grid/flexgrid.h"
 #include "core/driver/connect.h"
 #include "rows/resultrows.h"
+#include "sheets/safemode.h"
 #include "sheets/sheetresults.h"
 #include "sheets/sheetwindow.h"
 #include "support/gui/stage.h"
@@ -27,6 +28,7 @@ private Q_SLOTS:
     void oneRunsWhileAnotherIsWrittenAndStopped();
     void whatIsNotCommittedIsAskedAbout();
     void whatTakesManyRowsIsAskedAboutOnce();
+    void safeModeIsTheConnectionsOwn();
     void dangersAreFound_data();
     void dangersAreFound();
     void whatWasTypedIsThereAgain();
@@ -212,6 +214,42 @@ void SheetWindowTest::whatTakesManyRowsIsAskedAboutOnce()
                  "0");
 }
 
+void SheetWindowTest::safeModeIsTheConnectionsOwn()
+{
+    const auto &box = control<QCheckBox>(*m_window, "safeMode");
+    QVERIFY(box.isChecked()); // without a saved connection
+    ConnectionProfile &profile = m_stage->session.profile;
+    profile.id = "1";
+    m_window->addSheet();
+    QVERIFY(!box.isChecked());
+    profile.isSafe = true;
+    m_window->takeMarks(profile);
+    QVERIFY(box.isChecked());
+    // The server's mode counts from the first statement, and those that the text itself sets.
+    const char *hidden = "select '\\'; delete from t; -- '";
+    m_server.run("set global sql_mode = 'NO_BACKSLASH_ESCAPES'");
+    type(hidden);
+    m_dialogue->expectConfirm("多くの行や定義が失われる文です。\r\n・DELETE t（WHERE なし）：3 行\r\n"
+                              "実行しますか？",
+                              Icon::Critical, false);
+    run();
+    m_server.run("set global sql_mode = default");
+    m_window->addSheet();
+    type(hidden);
+    run(); // a text and a comment there
+    m_dialogue->expectConfirm("多くの行や定義が失われる文です。\r\n・DELETE t（WHERE なし）：3 行\r\n"
+                              "実行しますか？",
+                              Icon::Critical, false);
+    type("set sql_mode = 'NO_BACKSLASH_ESCAPES'; " + QString(hidden));
+    run();
+    QCOMPARE(m_server.run("select count(*) from d.t").trimmed().right(1), "3");
+    // The choice for one connection says nothing about another.
+    press(*m_window, {"safeMode"});
+    profile.id = "2";
+    m_window->addSheet();
+    QVERIFY(box.isChecked());
+}
+
 void SheetWindowTest::dangersAreFound_data()
 {
     QTest::addColumn<QString>("what");
@@ -229,6 +267,8 @@ void SheetWindowTest::dangersAreFound_data()
     as("DROP TABLE IF EXISTS t", "DROP TABLE t", "t");
     as("drop database d", "DROP DATABASE d");
     as("drop temporary table t");
+    as("with c as (select 1) select a from c for update");
+    as("set statement max_statement_time = 9 for update t set a = 1", "UPDATE t（WHERE なし）", "t");
     as("insert into t values ('delete from t')");
 }
 

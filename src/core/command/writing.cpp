@@ -59,7 +59,7 @@ bool confirmsWriting(const Session &session, Dialogue &dialogue)
     return mayWriteHere(session, dialogue) && mayWriteOnReplica(session, dialogue);
 }
 
-bool mayChange(const QString &statement)
+bool mayChange(const QString &statement, SqlMode mode)
 {
     static const QStringList reading{"select",   "show",  "desc",     "describe", "explain",
                                      "help",     "use",   "set",      "with",     "values",
@@ -76,7 +76,7 @@ bool mayChange(const QString &statement)
     static const QStringList anywhere{"tx_read_only", "transaction_read_only", "read write", "outfile",
                                       "dumpfile"};
     QStringList words;
-    for (const SqlWord &word : sqlWords(statement))
+    for (const SqlWord &word : sqlWords(statement, mode))
         if (word.kind == TokenKind::Word)
             words << word.small;
     if (words.isEmpty() || !reading.contains(words.first()))

@@ -2,6 +2,7 @@
 
 #include "core/command/dialogue.h"
 #include "core/session/session.h"
+#include "core/sql/lexer.h"
 
 // Asked before anything is changed on the server. A connection that is read-only refuses, one to a production
 // server asks once more. A server that is for reading does not refuse an account with all
@@ -15,4 +16,4 @@ bool confirmsWriting(const Session &session, Dialogue &dialogue);
 QString serverName(const Session &session);
 
 // Whether a statement of the user's may change something, judged by its words: in doubt it may.
-bool mayChange(const QString &statement);
+bool mayChange(const QString &statement, SqlMode mode = {});

@@ -150,6 +150,7 @@ ConnectionProfile ConnectionProfile::of(const QJsonObject &stored)
     take(sshTexts, ssh, profile.ssh);
     profile.keepAlive = object.take(u"keepAlive").toInt();
     profile.isReadOnly = object.take(u"readOnly").toBool();
+    profile.isSafe = object.take(u"safeMode").toBool(profile.environment == Environment::Production);
     profile.unknown = object;
     return profile;
 }
@@ -175,6 +176,8 @@ QJsonObject ConnectionProfile::object() const
         object[u"keepAlive"] = keepAlive;
     if (isReadOnly)
         object[u"readOnly"] = true;
+    if (isSafe != (environment == Environment::Production))
+        object[u"safeMode"] = isSafe;
     return object;
 }
 

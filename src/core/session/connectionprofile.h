@@ -41,6 +41,7 @@ struct ConnectionProfile {
     SshOptions ssh;
     int keepAlive = 0; // seconds between two signs of life; 0: none are sent
     bool isReadOnly = false;
+    bool isSafe = false; // sheets ask before what takes many rows away; as a rule in production
     PasswordKeeping keeping = PasswordKeeping::Ask;
     QString password; // only where it is kept in the file
     QString note;
