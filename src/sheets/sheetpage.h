@@ -112,7 +112,6 @@ private:
     void takeEditingEnd();
     void start(const std::function<void(SheetWorker &)> &work);
     void runPieces(const QByteArray &text, int offset, bool isScript, const SheetOptions &options);
-    void runWaiting();
     void askAndRun(const SheetNews &looked);
     void send(const QString &statement);
     void take(const SheetNews &news);

@@ -317,8 +317,8 @@ void GridTest::brokenLinesAreCopiedAndSearchedWhole()
     CellViewer viewer(nullptr);
     viewer.setAttribute(Qt::WA_DeleteOnClose, false);
     auto &text = control<ValueTextBox>(viewer, "cellText");
-    const std::string value =
-        std::string(497, 'a') + "日本語" + std::string(498, 'b') + "Needle" + std::string(70000, 'c');
+    std::string value(497, 'a');
+    value.append("日本語").append(498, 'b').append("Needle").append(70000, 'c');
     for (const std::string &each : {value.substr(0, 1200), value}) {
         viewer.showValue({"memo"}, {each}, 1);
         QVERIFY(text.isBroken());
