@@ -122,7 +122,6 @@ private:
     // Edited definitions that are about to be replaced go into the console's history. True when it took any.
     bool keepEdits(bool ofTable, bool ofRoutine);
     // Errors that the action leaves to the window are shown with the server's words.
-    void guarded(const Runner::Action &action);
     // The same as the one thing that runs; a click that comes while another runs is dropped.
     void runAlone(const QObject *control, const QString &what, const Runner::Action &action);
     void run(const Command &command);

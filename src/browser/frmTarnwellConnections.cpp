@@ -1,12 +1,15 @@
-// The main window's saved connections.
+// The main window's connection: connecting and disconnecting, and the saved ones.
 #include "browser/frmTarnwell.h"
+#include "browser/newpassworddialog.h"
 #include "connections/connectionadvice.h"
 #include "connections/connectionstore.h"
 #include "connections/connectionswindow.h"
 #include "connections/keepalive.h"
 #include "connections/keystore.h"
 #include "connections/passwordquestion.h"
+#include "console/frmSql.h"
 #include "core/command/doubt.h"
+#include "core/command/pendingundo.h"
 #include "core/session/basconnection.h"
 #include "core/sql/listitem.h"
 #include "server/serverwindow.h"
@@ -29,6 +32,114 @@ QString menuText(const ConnectionProfile &profile)
 }
 
 } // namespace
+
+void frmTarnwell::cmdConnect_Click()
+{
+    const QString missing = m_panel.missingEntry();
+    if (!missing.isEmpty()) {
+        m_dialogue.refuse(missing);
+        return;
+    }
+    m_panel.takeEntries();
+    if (!completeProfile())
+        return;
+    m_dialogue.setLastError({}, true);
+    runAlone(m_controls.cmdConnect, m_controls.cmdConnect->text(), [this] { connectNow(); });
+}
+
+void frmTarnwell::connectNow()
+{
+    showNextStep(m_controls, NextStep::Connecting);
+    m_controls.cmdClose->setEnabled(true); // gives it up
+    std::optional<Failure> failure;
+    {
+        const BusyPointer busy(m_dialogue);
+        failure = m_panel.connect();
+    }
+    if (!failure) {
+        showConnected();
+        noteConnectionUsed();
+        settlePending();
+        return;
+    }
+    showNextStep(m_controls, NextStep::Connect);
+    m_dialogue.setLastError(withAdvice(*failure, effectiveTls(m_session)), true);
+    if (!m_session.runner.isStopWanted())
+        m_dialogue.refuse(QStringLiteral("接続失敗"));
+    if (isPasswordExpired(m_session, *failure) && renewsPassword())
+        return connectNow();
+    sConnectMode(false);
+}
+
+// The account may log in again once it has another password.
+bool frmTarnwell::renewsPassword()
+{
+    const QString password = askForNewPassword(this);
+    if (password.isEmpty())
+        return false;
+    try {
+        const BusyPointer busy(m_dialogue);
+        renewPassword(m_session, password);
+    } catch (const Failure &error) {
+        m_dialogue.setLastError(error.description(), true);
+        m_dialogue.refuse(error.description());
+        return false;
+    }
+    m_controls.txtPass->setText(password);
+    m_dialogue.setLastError({}, true);
+    return true;
+}
+
+// What an earlier start of the program has left half done on this server.
+void frmTarnwell::settlePending()
+{
+    try {
+        settlePendingUndoLogs(m_session, m_dialogue);
+    } catch (const Failure &error) {
+        m_dialogue.setLastError(error.description(), true);
+    }
+}
+
+void frmTarnwell::showConnected()
+{
+    m_session.gIsLocalServer = namesLocalServer(m_session.gCn->connectionString());
+    sConnectMode(true);
+    TarnwellControls &c = m_controls;
+    for (QPushButton *button :
+         {c.cmdDropDb, c.cmdExec, c.cmdBackup, c.cmdRestore, c.cmdCheckTable, c.cmdRepairTable,
+          c.cmdOptimizeTable, c.cmdCopyDb, c.cmdDropTable, c.cmdCreateTable, c.cmdInOut, c.cmdScriptBackUp,
+          c.cmdDataGet, c.cmdDropProc, c.cmdCreateProc})
+        button->setEnabled(false);
+    c.cmdShowDb->setFocus();
+}
+
+void frmTarnwell::cmdClose_Click()
+{
+    m_session.runner.leave(this, [this] {
+        if (m_rows.mayLeave())
+            disconnectNow();
+    });
+}
+
+void frmTarnwell::disconnectNow()
+{
+    keepEdits(true, true);
+    if (m_keepAlive)
+        m_keepAlive->stop();
+    if (m_session.profile.isSaved() && m_session.profile.keeping != PasswordKeeping::File)
+        m_controls.txtPass->clear(); // it is asked for each time, or the key store has it
+    sDisconnect(m_session);
+    sConnectMode(false);
+    showSurroundings();
+    m_controls.cmdConnect->setFocus();
+    if (m_console)
+        m_console->showDisconnected();
+    m_session.gDbName.clear();
+    m_session.gIsLocalServer = false;
+    m_session.role = {};
+    m_panel.showRole();
+    m_controls.lblPreTable->clear();
+}
 
 void frmTarnwell::openConnections()
 {

@@ -34,7 +34,7 @@ void frmTarnwell::serveChoice(const ChosenList &list)
 {
     m_dialogue.setLastError({}, true);
     const bool hasKept = keepEdits(&list != m_controls.lstProcFunc, &list != m_controls.lstTables);
-    guarded([&] {
+    tellingFailure(m_session, m_dialogue, [&] {
         const BusyPointer busy(m_dialogue);
         if (&list == m_controls.lstDb)
             m_lists.lstDb_Click();
@@ -62,22 +62,9 @@ bool frmTarnwell::keepEdits(bool ofTable, bool ofRoutine)
     return hasKept;
 }
 
-void frmTarnwell::guarded(const Runner::Action &action)
-{
-    try {
-        action();
-    } catch (const Failure &error) {
-        // What the user has stopped needs no box.
-        const QString words = error.description() + wordsOfComingBack(m_session);
-        m_dialogue.setLastError(words, false);
-        if (!m_session.runner.isStopWanted())
-            m_dialogue.refuse(words);
-    }
-}
-
 void frmTarnwell::runAlone(const QObject *control, const QString &what, const Runner::Action &action)
 {
-    m_session.runner.run(control, what, [&] { guarded(action); });
+    m_session.runner.run(control, what, [&] { tellingFailure(m_session, m_dialogue, action); });
 }
 
 void frmTarnwell::run(const Command &command)

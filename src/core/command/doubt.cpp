@@ -1,5 +1,6 @@
 #include "core/command/doubt.h"
 
+#include "core/command/dialogue.h"
 #include "core/session/basconnection.h"
 #include "core/sql/statements.h"
 
@@ -50,6 +51,20 @@ QString wordsOfComingBack(const Session &session)
         return QStringLiteral("\nつなぎ直しました。");
     } catch (const Failure &failure) {
         return failure.isInterrupted() ? QString() : u'\n' + failure.description();
+    }
+}
+
+bool tellingFailure(Session &session, Dialogue &dialogue, const Runner::Action &action)
+{
+    try {
+        action();
+        return true;
+    } catch (const Failure &error) {
+        const QString words = error.description() + wordsOfComingBack(session);
+        dialogue.setLastError(words, false);
+        if (!session.runner.isStopWanted())
+            dialogue.refuse(words);
+        return false;
     }
 }
 

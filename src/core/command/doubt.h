@@ -20,6 +20,11 @@ void reconnect(Session &session);
 // break; empty where none was lost, or nobody comes back. Not while an UndoLog is open.
 QString wordsOfComingBack(const Session &session);
 
+class Dialogue;
+// Carries the action out; where it fails, the words stand in the window and in a box, unless the user has
+// stopped it. False: it failed.
+bool tellingFailure(Session &session, Dialogue &dialogue, const Runner::Action &action);
+
 // Which server a connection has reached, as far as it tells; and which cluster it belongs to.
 struct ServerPlace {
     QString server; // empty: not known
