@@ -11,9 +11,10 @@
 
 using Kind = RowChange::Kind;
 
-RowGrid::RowGrid(FlexGrid &grid)
+RowGrid::RowGrid(FlexGrid &grid, const Runner &runner)
     : QObject(&grid)
     , m_grid(grid)
+    , m_runner(runner)
 {
     m_grid.setItemDelegate(new RowDelegate(*this));
     m_grid.installEventFilter(this);
@@ -226,6 +227,20 @@ QString RowGrid::tip(int row) const
 {
     const RowEdits::Edit *edit = m_edits.of(row);
     return edit ? edit->refusal : QString();
+}
+
+bool RowGrid::takesFile(int row, int index) const
+{
+    return mayEdit(row, index) && ::takesFile(column(index));
+}
+
+QString RowGrid::load(int row, int index, const QByteArray &bytes)
+{
+    if (m_runner.isRunning())
+        return QStringLiteral("ほかの処理を実行しています。");
+    if (const QString refusal = whyNoValue(column(index), bytes); !refusal.isEmpty())
+        return refusal;
+    return setValue(row, index, bytes) ? QString() : QStringLiteral("この値は変更できません。");
 }
 
 void RowGrid::addRow()

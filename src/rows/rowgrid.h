@@ -16,7 +16,8 @@ class RowGrid : public QObject, private GridEdits {
     Q_OBJECT
 
 public:
-    explicit RowGrid(FlexGrid &grid);
+    // While the runner runs, what is saved must not change: no file is taken then.
+    RowGrid(FlexGrid &grid, const Runner &runner);
     ~RowGrid() override;
 
     // The rows that the grid shows now are rows of the table. Without edits, until the next fields are set.
@@ -65,6 +66,8 @@ private:
     bool mayEdit(int row, int column) const override;
     Mark mark(int row, int column) const override;
     QString tip(int row) const override;
+    bool takesFile(int row, int column) const override;
+    QString load(int row, int column, const QByteArray &bytes) override;
 
     const TableColumn &column(int index) const { return m_table.columns[static_cast<std::size_t>(index)]; }
     bool isAdded(int row) const { return row >= m_readRows; }
@@ -76,6 +79,7 @@ private:
     std::set<int> selectedRows() const;
 
     FlexGrid &m_grid;
+    const Runner &m_runner;
     TableShape m_table;
     bool m_isBegun = false;
     int m_readRows = 0; // rows beyond are added ones

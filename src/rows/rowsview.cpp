@@ -35,7 +35,7 @@ RowsView::RowsView(Session &session, Dialogue &dialogue, RowsPane &pane)
     , m_session(session)
     , m_dialogue(dialogue)
     , m_pane(pane)
-    , m_rows(pane.grid)
+    , m_rows(pane.grid, session.runner)
     , m_savings(session, dialogue, m_rows)
     , m_lastConditions(session)
 {
@@ -63,20 +63,14 @@ RowsView::RowsView(Session &session, Dialogue &dialogue, RowsPane &pane)
     showState();
 }
 
-// Errors are shown with the server's words; what the user has stopped needs no box.
 void RowsView::run(const QString &what, const std::function<void()> &action)
 {
     m_session.runner.run(&m_pane, what, [&] {
-        try {
+        tellingFailure(m_session, m_dialogue, [&] {
             const BusyPointer busy(m_dialogue);
             m_dialogue.setLastError({}, false);
             action();
-        } catch (const Failure &error) {
-            const QString words = error.description() + wordsOfComingBack(m_session);
-            m_dialogue.setLastError(words, false);
-            if (!m_session.runner.isStopWanted())
-                m_dialogue.refuse(words);
-        }
+        });
     });
 }
 

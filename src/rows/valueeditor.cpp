@@ -1,13 +1,14 @@
 #include "rows/valueeditor.h"
 
+#include "controls/grid/valuefile.h"
 #include "controls/window/building.h"
+#include "core/session/wholefile.h"
 #include "rows/lineends.h"
 #include "rows/rowgrid.h"
 
 #include <QCheckBox>
 #include <QDialog>
 #include <QDialogButtonBox>
-#include <QFile>
 #include <QFileDialog>
 #include <QJsonArray>
 #include <QJsonDocument>
@@ -15,6 +16,7 @@
 #include <QListWidget>
 #include <QPlainTextEdit>
 #include <QPushButton>
+#include <QStringDecoder>
 #include <QVBoxLayout>
 
 namespace {
@@ -72,7 +74,7 @@ ValueEditor::ValueEditor(QWidget *parent, const TableColumn &column, const RowVa
     layout->addWidget(m_text, 1);
     layout->addWidget(m_words);
     layout->addWidget(m_isNull);
-    if (column.kind == ValueKind::Bytes || column.kind == ValueKind::Text || column.kind == ValueKind::Json)
+    if (takesFile(column))
         layout->addWidget(fileButtons());
     layout->addWidget(m_buttons);
     m_words->setTextFormat(Qt::PlainText);
@@ -136,15 +138,14 @@ QWidget *ValueEditor::fileButtons()
 
 void ValueEditor::readFile()
 {
-    const QString path = QFileDialog::getOpenFileName(this, QStringLiteral("値をファイルから読む"));
+    const QString path = QFileDialog::getOpenFileName(this, valueFileTitle());
     if (path.isEmpty())
         return;
-    QFile file(path);
-    if (!file.open(QIODevice::ReadOnly)) {
-        m_words->setText(file.errorString());
-        return;
-    }
-    m_bytes = file.readAll();
+    const ValueFile file = readValueFile(path);
+    const QString refusal = file.failure.isEmpty() ? whyNoValue(m_column, file.bytes) : file.failure;
+    if (!refusal.isEmpty())
+        return m_words->setText(refusal);
+    m_bytes = file.bytes;
     m_isNull->setChecked(false);
     showBytes();
     check();
@@ -155,10 +156,8 @@ void ValueEditor::writeFile()
     const QString path = QFileDialog::getSaveFileName(this, QStringLiteral("値をファイルに書く"));
     if (path.isEmpty())
         return;
-    QFile file(path);
-    const QByteArray bytes = current().value_or(QByteArray());
-    if (!file.open(QIODevice::WriteOnly) || file.write(bytes) != bytes.size() || !file.flush())
-        m_words->setText(file.errorString());
+    if (const QString failure = saveWholeFile(path, current().value_or(QByteArray())); !failure.isEmpty())
+        m_words->setText(failure);
 }
 
 void ValueEditor::check()
@@ -229,6 +228,23 @@ std::optional<RowValue> askForValue(QWidget *parent, const TableColumn &column, 
 {
     ValueEditor editor(parent->window(), column, value);
     return editor.exec() == QDialog::Accepted ? editor.edited() : std::nullopt;
+}
+
+bool takesFile(const TableColumn &column)
+{
+    return !column.isSet && (column.kind == ValueKind::Bytes || column.kind == ValueKind::Text ||
+                             column.kind == ValueKind::Json);
+}
+
+QString whyNoValue(const TableColumn &column, const QByteArray &bytes)
+{
+    if (column.kind == ValueKind::Bytes)
+        return {};
+    QStringDecoder utf8(QStringDecoder::Utf8, QStringDecoder::Flag::Stateless);
+    const QString text = utf8(bytes);
+    if (utf8.hasError())
+        return QStringLiteral("文字の列です。UTF-8 の文字として読めません。");
+    return column.kind == ValueKind::Json ? whyNotJson(text) : QString();
 }
 
 QString whyNotJson(const QString &text)

@@ -1,6 +1,7 @@
 #include "controls/grid/cellviewer.h"
 #include "controls/grid/flexgrid.h"
 #include "controls/grid/gridcopy.h"
+#include "controls/grid/gridmenu.h"
 #include "controls/grid/gridsort.h"
 #include "controls/grid/valuetextbox.h"
 #include "support/gui/boxes.h"
@@ -204,7 +205,7 @@ void GridTest::copiesWhatIsSelected()
     QCOMPARE(grid.selectedText(CopyFormat::TabSeparated), "1\t\n\tNULL");
     QCOMPARE(grid.selectedText(CopyFormat::Csv), "a,c\n1,\n3,\n");
     grid.setTableName("t");
-    const std::unique_ptr<QMenu> menu(grid.createMenu());
+    const std::unique_ptr<QMenu> menu(createGridMenu(grid));
     menu->findChild<QAction *>("copyInsert")->trigger();
     QVERIFY(QApplication::clipboard()->text().startsWith("INSERT INTO `t` (`a`, `c`) VALUES ("));
     grid.clearSelection();

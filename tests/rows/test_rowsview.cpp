@@ -1,6 +1,8 @@
+#include "controls/grid/cellviewer.h"
 #include "rows/celleditors.h"
 #include "rows/lineends.h"
 #include "rows/rowsview.h"
+#include "support/files.h"
 #include "support/gui/stage.h"
 #include "support/rows.h"
 #include "support/scripteddialogue.h"
@@ -8,6 +10,7 @@
 #include <QClipboard>
 #include <QDialog>
 #include <QPlainTextEdit>
+#include <QPushButton>
 #include <QTimer>
 #include <QTreeWidget>
 
@@ -116,6 +119,7 @@ private Q_SLOTS:
     void pagesGoOnBehindAnyRow_data();
     void pagesGoOnBehindAnyRow();
     void whatIsEditedIsSavedAndTakenBack();
+    void aFileBecomesTheValueThatIsLookedAt();
     void aBlockIsPastedAndMayBeDropped();
     void untouchedLinesKeepTheirEnds_data();
     void untouchedLinesKeepTheirEnds();
@@ -246,6 +250,39 @@ void RowsViewTest::whatIsEditedIsSavedAndTakenBack()
     QCOMPARE(m_server.run("select * from d.t"), before);
     QCOMPARE(RowHistory(viewer.session).savings().size(), 2u); // the taking back, too
     QVERIFY(RowHistory(viewer.session).savings().back().isUndone);
+}
+
+void RowsViewTest::aFileBecomesTheValueThatIsLookedAt()
+{
+    m_server.run("alter table d.t add photo blob");
+    Viewer viewer(m_server);
+    viewer.read("t");
+    const QString text = viewer.folder.filePath("text"), bytes = viewer.folder.filePath("bytes");
+    writeFile(text, "あ");
+    writeFile(bytes, QByteArray("\xff\x00", 2));
+    Boxes boxes;
+    const auto load = [&](const QString &path) {
+        auto *window = viewer.pane.findChild<CellViewer *>();
+        boxes.expectFile(path);
+        control<QPushButton>(*window, "cellLoad").click();
+        return control<QLabel>(*window, "cellSummary").text();
+    };
+    viewer.grid.openCell(viewer.grid.model()->index(0, 1));
+    viewer.grid.sortByColumn(0, Qt::DescendingOrder); // the cell stands elsewhere now
+    QVERIFY(load(bytes).endsWith("UTF-8 の文字として読めません。"));
+    QVERIFY(load(text).contains("を値にしました (3 バイト)"));
+    viewer.grid.openCell(viewer.grid.model()->index(2, 6));
+    QVERIFY(load(bytes).contains("を値にしました (2 バイト)"));
+    QCOMPARE(viewer.grid.text(2, 6), "0xFF00");
+    // Nothing changes under a saving.
+    viewer.session.runner.run(&viewer.pane, "saving",
+                              [&] { QVERIFY(load(text).endsWith("ほかの処理を実行しています。")); });
+    viewer.press("Ctrl+S");
+    QCOMPARE(m_server.run("select name, hex(photo) from d.t where id=1"), "あ\tFF00\n");
+    // The rows may stand elsewhere: what is open is not known to be one of them.
+    QVERIFY(!control<QPushButton>(*viewer.pane.findChild<CellViewer *>(), "cellLoad").isVisible());
+    viewer.grid.openCell(viewer.grid.model()->index(2, 0));
+    QVERIFY(!control<QPushButton>(*viewer.pane.findChild<CellViewer *>(), "cellLoad").isVisible());
 }
 
 void RowsViewTest::aBlockIsPastedAndMayBeDropped()

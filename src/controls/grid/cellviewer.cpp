@@ -1,6 +1,7 @@
 #include "controls/grid/cellviewer.h"
 
 #include "controls/grid/jsontree.h"
+#include "controls/grid/valuefile.h"
 #include "controls/grid/valuetextbox.h"
 #include "controls/window/building.h"
 #include "controls/window/stopping.h"
@@ -16,6 +17,7 @@
 #include <QImageReader>
 #include <QKeyEvent>
 #include <QLabel>
+#include <QPointer>
 #include <QPushButton>
 #include <QScrollArea>
 #include <QStringDecoder>
@@ -56,6 +58,7 @@ CellViewer::CellViewer(QWidget *window)
     , m_tree(new JsonTree("cellTree"))
     , m_characterSet(made<QComboBox>("cellCharacterSet"))
     , m_save(made<QPushButton>("cellSave", QStringLiteral("ファイルに保存(&S)...")))
+    , m_loadButton(made<QPushButton>("cellLoad", QStringLiteral("ファイルから(&F)...")))
 {
     setObjectName(QStringLiteral("cellViewer"));
     setAttribute(Qt::WA_DeleteOnClose);
@@ -96,11 +99,13 @@ void CellViewer::connectControls()
     auto *close = made<QPushButton>("cellClose", QStringLiteral("閉じる"));
     connect(close, &QPushButton::clicked, this, &QWidget::close);
     connect(m_save, &QPushButton::clicked, this, &CellViewer::save);
+    connect(m_loadButton, &QPushButton::clicked, this, &CellViewer::load);
     connect(m_characterSet, &QComboBox::activated, this, &CellViewer::showText);
     connect(m_tabs, &QTabWidget::currentChanged, this, &CellViewer::fillTab);
     auto *bottom = new QHBoxLayout;
     bottom->addWidget(m_summary, 1);
     bottom->addWidget(m_characterSet);
+    bottom->addWidget(m_loadButton);
     bottom->addWidget(m_save);
     bottom->addWidget(copy);
     bottom->addWidget(close);
@@ -121,6 +126,7 @@ void CellViewer::showValue(const Field &field, const Cell &value, int rowNumber)
     m_characterSet->setCurrentIndex(0);
     m_characterSet->setVisible(m_isBinary);
     m_save->setEnabled(!value.isNull);
+    offerLoading({});
     setWindowTitle(QStringLiteral("%1 (%2行目)").arg(field.name).arg(rowNumber));
     showText();
     if (value.isNull)
@@ -202,6 +208,33 @@ void CellViewer::save()
     const QString failure = saveWholeFile(path, viewOf(m_bytes));
     m_summary->setText(failure.isEmpty() ? QStringLiteral("%1 に保存しました").arg(path)
                                          : QStringLiteral("保存できませんでした: ") + failure);
+}
+
+void CellViewer::offerLoading(const Load &load)
+{
+    m_load = load;
+    m_loadButton->setVisible(bool(load));
+}
+
+void CellViewer::load()
+{
+    const QPointer<CellViewer> self(this); // other windows live on while the file is chosen
+    const QString path = QFileDialog::getOpenFileName(this, valueFileTitle());
+    if (!self || path.isEmpty())
+        return;
+    const Load load = m_load; // showing the new value gives another one
+    const ValueFile file = readValueFile(path);
+    QString refusal = file.failure;
+    if (!load)
+        refusal = QStringLiteral("表の行が変わりました。値を開き直して下さい。");
+    else if (refusal.isEmpty())
+        refusal = load(file.bytes);
+    m_summary->setText(
+        refusal.isEmpty()
+            ? QStringLiteral("%1 を値にしました (%L2 バイト)。表の「保存」でサーバーに書き込みます")
+                  .arg(path)
+                  .arg(file.bytes.size())
+            : QStringLiteral("読み込みませんでした: ") + refusal);
 }
 
 // The value itself, without the line breaks that are only for showing.

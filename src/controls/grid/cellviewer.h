@@ -5,6 +5,7 @@
 
 #include <QWidget>
 
+#include <functional>
 #include <string>
 #include <string_view>
 
@@ -26,6 +27,10 @@ public:
 
     // The value is copied. rowNumber counts from 1 and only names the cell.
     void showValue(const Field &field, const Cell &value, int rowNumber);
+    // Who takes the bytes of a file as the value: an empty text when it did, else why not. Null: nobody, as
+    // after each showValue().
+    using Load = std::function<QString(const QByteArray &bytes)>;
+    void offerLoading(const Load &load);
 
 protected:
     void keyPressEvent(QKeyEvent *event) override;
@@ -37,6 +42,7 @@ private:
     void connectControls();
     void copyValue() const;
     void save();
+    void load();
     void showText();
     void showPicture();
     void showJson();
@@ -55,7 +61,8 @@ private:
     ValueTextBox *m_formatted;
     JsonTree *m_tree;
     QComboBox *m_characterSet;
-    QPushButton *m_save;
+    QPushButton *m_save, *m_loadButton;
+    Load m_load;
 };
 
 // Lines of 16 bytes: offset, hexadecimal, readable characters.

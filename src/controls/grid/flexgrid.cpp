@@ -4,6 +4,7 @@
 #include "controls/grid/cellviewer.h"
 #include "controls/grid/flexgridmodel.h"
 #include "controls/grid/gridcopy.h"
+#include "controls/grid/gridmenu.h"
 #include "controls/grid/gridsearch.h"
 #include "controls/grid/textwidth.h"
 #include "controls/text/findbar.h"
@@ -21,7 +22,6 @@ namespace {
 
 // Rows that decide a column's first width, and those that a double click on its edge looks at.
 constexpr int rowsForWidth = 100;
-constexpr int laterRowsForWidth = 20;
 constexpr int rowsForFit = 2000;
 constexpr int narrowestColumn = 40;
 constexpr int widestFirstColumn = 320;
@@ -73,7 +73,7 @@ void FlexGrid::buildHeaders()
 
 void FlexGrid::buildSearch()
 {
-    connect(m_findBar, &FindBar::opening, this, [this] { m_findBar->open({}); });
+    connect(m_findBar, &FindBar::opening, this, &FlexGrid::openSearch);
     connect(m_findBar, &FindBar::findRequested, m_search,
             [this](const QString &text, bool isForward, bool isTyping) {
                 const QModelIndex from = currentIndex();
@@ -104,6 +104,7 @@ void FlexGrid::setRedraw(bool isOn)
 void FlexGrid::setFields(const std::vector<Field> &fields)
 {
     m_search->stop();
+    keepFromLoading();
     m_noRows = QStringLiteral("行はありません");
     m_statement.clear();
     m_model->setFields(fields);
@@ -178,11 +179,13 @@ PackedRows FlexGrid::rows() const
 void FlexGrid::replaceRows(PackedRows rows)
 {
     m_search->stop();
+    keepFromLoading();
     m_model->replaceRows(std::move(rows));
 }
 
-void FlexGrid::setEdits(const GridEdits *edits)
+void FlexGrid::setEdits(GridEdits *edits)
 {
+    keepFromLoading();
     m_model->setEdits(edits);
 }
 
@@ -220,22 +223,8 @@ void FlexGrid::setNoRowsText(const QString &text)
 
 int FlexGrid::fittingWidth(int column, int mostRows) const
 {
-    const TextWidth header(horizontalHeader()->font());
-    const TextWidth body(font());
-    int width = header.of(fieldName(column)) + header.of(u"MM"); // room for the sort mark
-    const auto fitRow = [&](int row) {
-        const Cell &cell = m_model->cell(row, column);
-        width = std::max(width, body.of(cell.isNull ? QStringLiteral("NULL") : cellLine(cell.bytes, 1000)));
-    };
-    const int all = m_model->rowCount();
-    const int rows = std::min(mostRows, all);
-    for (int row = 0; row < rows; ++row)
-        fitRow(row);
-    // Numbers that count up are wider further down.
-    if (rows > 0 && rows < all)
-        for (int i = 1; i <= laterRowsForWidth; ++i)
-            fitRow(static_cast<int>(qint64(all - 1) * i / laterRowsForWidth));
-    return std::clamp(width + 12, narrowestColumn, widestColumn);
+    const int width = ::fittingWidth(*m_model, column, mostRows, horizontalHeader()->font(), font());
+    return std::clamp(width, narrowestColumn, widestColumn);
 }
 
 int FlexGrid::sizeHintForColumn(int column) const
@@ -300,6 +289,16 @@ QString FlexGrid::selectedText(CopyFormat format) const
     return copiedSelection(*m_model, selectionModel()->selection(), format, m_tableName);
 }
 
+void FlexGrid::openSearch()
+{
+    m_findBar->open({});
+}
+
+bool FlexGrid::mayExport() const
+{
+    return isSignalConnected(QMetaMethod::fromSignal(&FlexGrid::exportRequested));
+}
+
 void FlexGrid::copy(CopyFormat format)
 {
     if (!selectionModel()->hasSelection())
@@ -338,58 +337,12 @@ void fillGrid(FlexGrid &grid, RecordSet &&rows)
     source.close();
 }
 
-QMenu *FlexGrid::createMenu()
-{
-    auto *menu = new QMenu(this);
-    menu->setObjectName(QStringLiteral("gridMenu"));
-    const bool hasSelection = selectionModel()->hasSelection();
-    const QModelIndex cell = currentIndex();
-    const auto add = [&](QMenu *to, const QString &text, const char *name, bool isEnabled, auto run) {
-        QAction *action = to->addAction(text, this, run);
-        action->setObjectName(QLatin1String(name));
-        action->setEnabled(isEnabled);
-        return action;
-    };
-    const auto addCopy = [&](QMenu *to, const QString &text, const char *name, CopyFormat format) {
-        return add(to, text, name, hasSelection, [this, format] { copy(format); });
-    };
-    addCopy(menu, QStringLiteral("コピー(&C)"), "copy", CopyFormat::TabSeparated)
-        ->setShortcut(QKeySequence::Copy);
-    QMenu *forms = menu->addMenu(QStringLiteral("形式を選んでコピー(&F)"));
-    addCopy(forms, QStringLiteral("タブ区切り、見出しつき(&T)"), "copyWithHeader",
-            CopyFormat::TabSeparatedWithHeader);
-    addCopy(forms, QStringLiteral("CSV(&C)"), "copyCsv", CopyFormat::Csv);
-    addCopy(forms, QStringLiteral("Markdown(&M)"), "copyMarkdown", CopyFormat::Markdown);
-    addCopy(forms, QStringLiteral("JSON(&J)"), "copyJson", CopyFormat::Json);
-    addCopy(forms, QStringLiteral("INSERT文(&I)"), "copyInsert", CopyFormat::Insert);
-    if (isSignalConnected(QMetaMethod::fromSignal(&FlexGrid::exportRequested)))
-        add(menu, QStringLiteral("ファイルに書き出し(&R)..."), "exportRows", columnCount() > 0,
-            [this] { Q_EMIT exportRequested(); });
-    menu->addSeparator();
-    add(menu, QStringLiteral("すべて選択(&A)"), "selectAll", m_model->rowCount() > 0, [this] {
-        selectAll();
-    })->setShortcut(QKeySequence::SelectAll);
-    add(menu, QStringLiteral("検索(&S)..."), "find", m_model->rowCount() > 0, [this] {
-        m_findBar->open({});
-    })->setShortcut(QKeySequence::Find);
-    add(menu, QStringLiteral("値を表示(&V)..."), "openCell", cell.isValid(),
-        [this, cell = QPersistentModelIndex(cell)] { openCell(cell); });
-    menu->addSeparator();
-    add(menu, QStringLiteral("列の幅を合わせる(&W)"), "fitColumns", columnCount() > 0, [this] {
-        for (int column = 0; column < columnCount(); ++column)
-            resizeColumnToContents(column);
-    });
-    add(menu, QStringLiteral("元の順に戻す(&O)"), "serverOrder", m_model->sortedColumn() >= 0,
-        [this] { sortByColumn(-1, Qt::AscendingOrder); });
-    return menu;
-}
-
 void FlexGrid::contextMenuEvent(QContextMenuEvent *event)
 {
     // The last one stays until now: an action of it may have waited for the server, and where it were deleted
     // meanwhile, the menu's own handling of the click would go on in freed memory.
     delete findChild<QMenu *>(QStringLiteral("gridMenu"), Qt::FindDirectChildrenOnly);
-    QMenu *menu = createMenu();
+    QMenu *menu = createGridMenu(*this);
     Q_EMIT menuOpening(menu);
     menu->popup(event->globalPos());
     event->accept();
@@ -401,9 +354,35 @@ void FlexGrid::openCell(const QModelIndex &cell)
         return;
     if (!m_viewer)
         m_viewer = new CellViewer(window());
-    const Cell &value = m_model->cell(cell.row(), cell.column());
-    m_viewer->showValue(m_model->fields()[static_cast<std::size_t>(cell.column())], value, cell.row() + 1);
+    showInViewer(storedRow(cell.row()), cell.column(), cell.row() + 1);
     m_viewer->show();
     m_viewer->raise();
     m_viewer->activateWindow();
+}
+
+void FlexGrid::showInViewer(int storedRow, int column, int rowNumber)
+{
+    GridEdits *edits = m_model->edits();
+    std::vector<Cell> cells;
+    const PackedRows held = rows();
+    held.read(storedRow, cells);
+    if (edits)
+        edits->apply(storedRow, cells);
+    const auto place = static_cast<std::size_t>(column);
+    m_viewer->showValue(fields()[place], cells[place], rowNumber);
+    keepFromLoading();
+    if (edits && edits->takesFile(storedRow, column))
+        m_viewer->offerLoading([=, this](const QByteArray &bytes) {
+            const QString refusal = edits->load(storedRow, column, bytes);
+            if (refusal.isEmpty())
+                showInViewer(storedRow, column, rowNumber);
+            return refusal;
+        });
+}
+
+// What the viewer shows may be of another row now, or of none.
+void FlexGrid::keepFromLoading()
+{
+    if (m_viewer)
+        m_viewer->offerLoading({});
 }

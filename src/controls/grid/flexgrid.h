@@ -51,7 +51,7 @@ public:
     void replaceRows(PackedRows rows);
     // What stands over the rows while they are edited; cells that it lets be edited are not opened by a
     // double click. Null: nothing. It goes with the rows, at the next fields.
-    void setEdits(const GridEdits *edits);
+    void setEdits(GridEdits *edits);
     void editsChanged();
     int storedRow(int row) const; // its place in rows()
     // Bytes held for the rows, spare room included.
@@ -70,8 +70,10 @@ public:
     // The selected cells in one of the forms; every whole value.
     QString selectedText(CopyFormat format) const;
     void sortByColumn(int column, Qt::SortOrder direction); // column -1: the server's order
-    // The context menu, as it would open now; the caller owns it.
-    QMenu *createMenu();
+    // Copies the selected cells.
+    void copy(CopyFormat format);
+    void openSearch();
+    bool mayExport() const; // somebody takes exportRequested()
     // Shows a cell's whole value in a window of its own, "cellViewer".
     void openCell(const QModelIndex &cell);
     int sizeHintForColumn(int column) const override;
@@ -81,8 +83,6 @@ public:
 Q_SIGNALS:
     // The context menu is about to open: what is to be in it can be added.
     void menuOpening(QMenu *menu);
-
-Q_SIGNALS:
     // The menu offers it where somebody is connected.
     void exportRequested();
 
@@ -100,7 +100,8 @@ private:
     int fittingWidth(int column, int mostRows) const;
     void clickHeader(int column);
     void showSortMark();
-    void copy(CopyFormat format);
+    void showInViewer(int storedRow, int column, int rowNumber);
+    void keepFromLoading();
 
     FlexGridModel *m_model;
     FindBar *m_findBar;

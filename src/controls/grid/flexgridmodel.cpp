@@ -93,7 +93,7 @@ void FlexGridModel::replaceRows(PackedRows rows)
     sortRows(sortedBy, m_sortDirection);
 }
 
-void FlexGridModel::setEdits(const GridEdits *edits)
+void FlexGridModel::setEdits(GridEdits *edits)
 {
     m_edits = edits;
     editsChanged();

@@ -26,7 +26,8 @@ public:
     void replaceRows(PackedRows rows);
 
     // Null: what was read is what is shown. Until the next fields are set, or it ends.
-    void setEdits(const GridEdits *edits);
+    void setEdits(GridEdits *edits);
+    GridEdits *edits() const { return m_edits; }
     void editsChanged();
     int storedRow(int shownRow) const; // its place in rows()
 
@@ -59,7 +60,7 @@ private:
 
     std::vector<Field> m_fields;
     PackedRows m_rows;
-    const GridEdits *m_edits = nullptr;
+    GridEdits *m_edits = nullptr;
     int m_shownRows = 0;
     std::vector<std::uint32_t> m_order; // shown row to stored row; rows beyond it stand where they are
     int m_sortedColumn = -1;

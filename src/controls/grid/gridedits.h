@@ -2,6 +2,7 @@
 
 #include "core/sql/rowblock.h"
 
+#include <QByteArray>
 #include <QString>
 
 // What stands over the rows of a grid while they are edited. Rows are counted as in FlexGrid::rows(), not as
@@ -25,4 +26,7 @@ public:
     virtual Mark mark(int row, int column) const = 0;
     // What there is to say of a row; mostly nothing.
     virtual QString tip(int row) const = 0;
+    // Whether the bytes of a file may become the cell's value; and makes them so: empty, or why not.
+    virtual bool takesFile(int row, int column) const = 0;
+    virtual QString load(int row, int column, const QByteArray &bytes) = 0;
 };

@@ -5,6 +5,8 @@
 
 #include <array>
 
+class FlexGridModel;
+
 // Estimates how wide texts are drawn, by adding up characters: fast enough for hundreds of columns.
 class TextWidth {
 public:
@@ -16,3 +18,7 @@ private:
     int m_wide;   // Japanese and the like
     int m_narrow; // half-width katakana, accented letters
 };
+
+// What a column needs for its name, a sort mark, its first rows, and some further down.
+int fittingWidth(const FlexGridModel &model, int column, int mostRows, const QFont &header,
+                 const QFont &body);
