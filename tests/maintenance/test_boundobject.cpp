@@ -11,6 +11,8 @@ private Q_SLOTS:
     void aChangeKeepsWhatTheTextDoesNotSay();
     void aRefusedChangeLeavesEverything_data() { TestServers::addRows(); }
     void aRefusedChangeLeavesEverything();
+    void aCutInTheMiddleLeavesTheOldOrTheNew_data() { TestServers::addRows(); }
+    void aCutInTheMiddleLeavesTheOldOrTheNew();
 
 private:
     TestServers m_servers{
@@ -69,6 +71,35 @@ void BoundObjectTest::aRefusedChangeLeavesEverything()
                               "create trigger second after delete on t for each row set @x = 1"));
     QVERIFY(dropBoundObject(stage.session, stage.dialogue, {true, "d", "second"}));
     QVERIFY_EXCEPTION_THROWN(readBoundObject(stage.session, {true, "d", "second"}), Failure);
+}
+
+// The old one is dropped by then.
+void BoundObjectTest::aCutInTheMiddleLeavesTheOldOrTheNew()
+{
+    QFETCH(TestServer::Brand, brand);
+    SKIP_WITHOUT(brand);
+    RealStage stage(m_servers.of(brand), nativeDriverName());
+    for (const auto &[object, from, to] :
+         {std::tuple(m_trigger, "new.b", "new.a"), {m_event, "delete from t", "delete low_priority from t"}})
+        for (const bool isMade : {false, true}) {
+            const QString shown = readBoundObject(stage.session, object);
+            QString edited = shown;
+            edited.replace(from, to);
+            WrappedConnection::into(
+                stage.session, [&, text = QString(to)](Connection &inner, const QString &statement) {
+                    const bool isNew = statement.startsWith("CREATE") && statement.contains(text);
+                    if (isNew && !isMade)
+                        inner.close();
+                    RecordSet rows = inner.execute(statement);
+                    if (isNew) {
+                        inner.close();
+                        throw Failure("Lost connection", 2013);
+                    }
+                    return rows;
+                });
+            QCOMPARE(changeBoundObject(stage.session, stage.dialogue, object, shown, edited), isMade);
+            QCOMPARE(readBoundObject(stage.session, object), isMade ? edited : shown);
+        }
 }
 
 QTEST_MAIN(BoundObjectTest)

@@ -33,8 +33,8 @@ Question isMissing(const QString &showCreateStatement)
 
 bool isSo(Connection &connection, const Question &question)
 {
-    // Tables, routines, triggers; a database that is gone takes all of them along.
-    static constexpr int noSuchThing[] = {1146, 1305, 1360, 1049};
+    // Tables, routines, triggers, events; a database that is gone takes all of them along.
+    static constexpr int noSuchThing[] = {1146, 1305, 1360, 1539, 1049};
     constexpr int brokenView = 1356; // but it is there
     if (question.statement.isEmpty())
         return true;
