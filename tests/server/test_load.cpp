@@ -2,6 +2,7 @@
 #include "server/load/loadpage.h"
 #include "server/serverwindow.h"
 #include "support/gui/stage.h"
+#include "support/testreplica.h"
 
 #include <QSpinBox>
 #include <QTabWidget>
@@ -16,6 +17,7 @@ private Q_SLOTS:
     void countersBecomeLines();
     void linesAndValuesAreShown_data() { TestServers::addRows(); }
     void linesAndValuesAreShown();
+    void aReplicaThatReceivesNothingHasNoDelay();
 
 private:
     TestServers m_servers;
@@ -87,6 +89,32 @@ void LoadTest::linesAndValuesAreShown()
     QVERIFY2(perSecond > 0.2 && perSecond < 3, qPrintable(QString::number(perSecond)));
     stage.type("statusFilter", "uptime");
     QVERIFY(list.rows().rowCount() >= 1 && list.rows().rowCount() < 4);
+}
+
+// Its server says "0 seconds behind" then.
+void LoadTest::aReplicaThatReceivesNothingHasNoDelay()
+{
+    TestReplica servers;
+    Stage stage(Stage::Server::Real);
+    stage.enter(nativeDriverName(), servers.replica.port(), "demo", "demo");
+    auto *window = new ServerWindow(stage.session, {}, std::make_unique<ScriptedDialogue>());
+    window->setAttribute(Qt::WA_DeleteOnClose, false);
+    stage.open(window);
+    stage.control<QSpinBox>("refreshSeconds")->setValue(1);
+    auto *pages = stage.control<QTabWidget>("serverPages");
+    auto *load = stage.control<LoadPage>("loadPage");
+    pages->setCurrentWidget(load);
+    QTRY_VERIFY_WITH_TIMEOUT(stage.control<QWidget>("plot_7")->isVisible(), 20'000);
+    servers.replica.run("stop slave io_thread");
+    const auto problem = [](const QWidget *page) { return control<QLabel>(*page, "pageProblem").text(); };
+    QTRY_VERIFY_WITH_TIMEOUT(problem(load).contains("動いていない"), 20'000);
+    QVERIFY(std::isnan(load->history().lines(7)[0].points.last().y()));
+    auto *replication = stage.control<QWidget>("replicationPage");
+    pages->setCurrentWidget(replication);
+    QTRY_VERIFY_WITH_TIMEOUT(
+        problem(replication).startsWith(servers.sourceName() + ": 受信 No、適用 Yes、遅れ 不明"), 20'000);
+    servers.replica.run("start slave io_thread");
+    QTRY_VERIFY_WITH_TIMEOUT(problem(replication).isEmpty(), 20'000);
 }
 
 QTEST_MAIN(LoadTest)

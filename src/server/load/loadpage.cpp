@@ -22,6 +22,12 @@ void LoadPage::refresh()
     ask([reader = m_reader](Session &session) { return reader->readWithDelay(session); },
         [this](const StatusSample &sample) {
             m_history.add(sample);
+            tellProblem(
+                sample.stoppedReplication.isEmpty()
+                    ? QString()
+                    : QStringLiteral("「%1」からのレプリケーションが動いていないので、遅れは分かりません。"
+                                     "「レプリケーションとログ」で理由が分かります。")
+                          .arg(visibleName(sample.stoppedReplication)));
             if (isVisible())
                 showPlots();
         });

@@ -24,13 +24,29 @@ StatusSample StatusReader::read(Session &session)
     return sample;
 }
 
+namespace {
+
+void noteReplication(const std::vector<ReplicationSource> &sources, StatusSample &sample)
+{
+    for (const ReplicationSource &each : sources) {
+        if (each.delay)
+            sample.replicationDelay = std::max(sample.replicationDelay.value_or(0), *each.delay);
+        else if (!each.isOfGroup())
+            sample.stoppedReplication = each.name.isEmpty() ? each.address : each.name;
+    }
+    if (!sample.stoppedReplication.isEmpty())
+        sample.replicationDelay.reset();
+}
+
+} // namespace
+
 StatusSample StatusReader::readWithDelay(Session &session)
 {
     StatusSample sample = read(session);
     if (!m_mayAskForDelay)
         return sample;
     try {
-        sample.replicationDelay = readReplicationDelay(session.connection());
+        noteReplication(readReplicationSources(session.connection()), sample);
     } catch (const Failure &failure) {
         if (failure.isConnectionLost() || failure.isInterrupted())
             throw;

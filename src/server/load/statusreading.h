@@ -10,7 +10,10 @@
 struct StatusSample {
     qint64 time = 0; // milliseconds since 1970, by this machine's clock
     QHash<QString, QString> values;
-    std::optional<double> replicationDelay; // seconds; none: it is no replica, or may not be asked
+    // Seconds, of the source that is farthest ahead; none: it is no replica, may not be asked, or one of its
+    // sources is not followed, and is named then.
+    std::optional<double> replicationDelay;
+    QString stoppedReplication;
 
     double number(const QString &name) const; // not a number where there is none
 };

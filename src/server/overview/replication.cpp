@@ -1,44 +1,89 @@
 #include "server/overview/replication.h"
 
 #include "core/command/replicationstatus.h"
+#include "core/sql/listitem.h"
+#include "core/sql/passwords.h"
 #include "server/overview/overviewreading.h"
 
 namespace {
 
-// Each version has fields of its own: one row for each of them.
-void addFields(RecordSet rows, const QString &what, std::vector<KeyedRow> &shown)
+// SHOW REPLICAS of a source that was started with show-replica-auth-info.
+bool isSecret(const QString &field)
 {
-    for (int number = 1; rows.isOpen() && !rows.isEof(); rows.moveNext(), ++number) {
-        QString name = textOf(rows, "Connection_name");
-        if (name.isEmpty())
-            name = textOf(rows, "Channel_Name");
-        const QString of = what + (name.isEmpty() ? QString::number(number) : name);
-        for (int i = 0; i < rows.fieldCount(); ++i) {
-            const QString field = rows.fieldName(i);
-            const bool tellsFault = field.startsWith(u"Last_", Qt::CaseInsensitive) &&
-                                    field.endsWith(u"Error", Qt::CaseInsensitive);
-            const QString value = rows.isNull(i) ? QStringLiteral("NULL") : rows.text(i);
-            shown.push_back({of + u'\t' + field,
-                             {of, field, value},
-                             (tellsFault && !value.isEmpty()) ||
-                                 (field.endsWith(u"_Running", Qt::CaseInsensitive) && value != u"Yes")});
-        }
+    return field.compare(u"Password", Qt::CaseInsensitive) == 0;
+}
+
+// The statement that could not be applied stands at the end of its error. The words before it may speak of
+// passwords ("using password: YES") without telling one.
+QString maskedError(const QString &error)
+{
+    static const QString mark = QStringLiteral("Query: '");
+    const qsizetype at = error.indexOf(mark);
+    if (at < 0)
+        return error;
+    const qsizetype from = at + mark.size(), end = error.endsWith(u'\'') ? error.size() - 1 : error.size();
+    return error.left(from) + maskedPasswords(error.mid(from, end - from)) + error.mid(end);
+}
+
+// Each version has fields of its own: one row for each of them.
+void addFields(const RecordSet &rows, const QString &of, std::vector<KeyedRow> &shown)
+{
+    for (int i = 0; i < rows.fieldCount(); ++i) {
+        const QString field = rows.fieldName(i);
+        if (isSecret(field))
+            continue;
+        const bool tellsFault =
+            field.startsWith(u"Last_", Qt::CaseInsensitive) && field.endsWith(u"Error", Qt::CaseInsensitive);
+        const QString text = rows.isNull(i) ? QStringLiteral("NULL") : rows.text(i);
+        const QString value = tellsFault ? maskedError(text) : text;
+        shown.push_back({of + u'\t' + field,
+                         {of, field, value},
+                         (tellsFault && !value.isEmpty()) ||
+                             (field.endsWith(u"_Running", Qt::CaseInsensitive) && value != u"Yes")});
     }
+}
+
+void addAllFields(RecordSet rows, const QString &what, std::vector<KeyedRow> &shown)
+{
+    for (int number = 1; rows.isOpen() && !rows.isEof(); rows.moveNext(), ++number)
+        addFields(rows, what + QString::number(number), shown);
+}
+
+QString summaryOf(const ReplicationSource &source)
+{
+    QString text =
+        QStringLiteral("%1: 受信 %2、適用 %3、遅れ %4")
+            .arg(source.name.isEmpty() ? source.address
+                                       : source.name + QStringLiteral(" (%1)").arg(source.address),
+                 source.receiving, source.applying,
+                 source.delay ? QStringLiteral("%1 秒").arg(*source.delay) : QStringLiteral("不明"));
+    if (!source.error.isEmpty())
+        text += QStringLiteral("。") + maskedError(source.error);
+    return visibleText(text);
 }
 
 Overview::Answer readSources(Connection &connection)
 {
     Overview::Answer answer;
-    RecordSet rows = connection.execute(replicationWords(connection.server()).question);
-    addFields(std::move(rows), QStringLiteral("接続 "), answer.rows);
+    const ReplicationWords words = replicationWords(connection.server());
+    RecordSet rows = connection.execute(words.question);
+    QStringList running, stopped;
+    for (; !rows.isEof(); rows.moveNext()) {
+        const ReplicationSource source = replicationSourceOf(rows, words);
+        (source.isRunning() || source.isOfGroup() ? running : stopped) << summaryOf(source);
+        addFields(rows, QStringLiteral("接続 ") + (source.name.isEmpty() ? source.address : source.name),
+                  answer.rows);
+    }
+    answer.problem = stopped.join(u'\n');
+    answer.note = running.join(u'\n');
     return answer;
 }
 
 Overview::Answer readReplicas(Connection &connection)
 {
     Overview::Answer answer;
-    addFields(askOneOf(connection, {QStringLiteral("show replicas"), QStringLiteral("show slave hosts")}),
-              QStringLiteral("レプリカ "), answer.rows);
+    addAllFields(askOneOf(connection, {QStringLiteral("show replicas"), QStringLiteral("show slave hosts")}),
+                 QStringLiteral("レプリカ "), answer.rows);
     answer.note = QStringLiteral("自分を登録したレプリカだけが見えます。");
     return answer;
 }
@@ -52,7 +97,7 @@ Overview::Answer readCluster(Connection &connection)
         answer.rows.push_back({rows.text(0), {QStringLiteral("Galera"), rows.text(0), rows.text(1)}});
     const ServerInfo server = connection.server();
     if (!server.isMariaDb && server.number >= 50700)
-        addFields(
+        addAllFields(
             connection.execute(QStringLiteral("select * from performance_schema.replication_group_members "
                                               "where member_id <> ''")),
             QStringLiteral("メンバー "), answer.rows);
