@@ -137,6 +137,8 @@ QStringList VariablePage::row(const Variable &variable) const
     QStringList marks;
     if (variable.isChanged)
         marks << variable.origin;
+    if (variable.mayBeChanged)
+        marks << QStringLiteral("SET (全体か接続だけかは不明)");
     if (variable.session && variable.global && variable.session != variable.global)
         marks << QStringLiteral("接続だけ違う");
     const Variable *other = variableOf(m_other, variable.name);

@@ -113,6 +113,23 @@ void readValues(Connection &connection, const QString &statement, std::optional<
     }
 }
 
+// DYNAMIC is whatever somebody set, also for his own session alone, and what the server set for itself. Who
+// it was is NULL then.
+void noteSetting(const RecordSet &rows, Variable &variable)
+{
+    const std::optional<QString> user = textOf(rows, QStringLiteral("set_user"));
+    if (!user) {
+        variable.origin = QStringLiteral("自動");
+        return;
+    }
+    variable.isChanged = !variable.session;
+    variable.mayBeChanged = variable.session.has_value();
+    variable.about =
+        joined({variable.about, QStringLiteral("最後の SET: %1@%2、%3")
+                                    .arg(*user, textOf(rows, QStringLiteral("set_host")).value_or(QString()),
+                                         rows.text(QStringLiteral("set_time")).section(u'.', 0, 0))});
+}
+
 // MySQL 8 and later say where a value comes from; one that was compiled in is the default one.
 bool readOrigins(Connection &connection, Variables &variables)
 {
@@ -126,14 +143,16 @@ bool readOrigins(Connection &connection, Variables &variables)
         Variable &each = found->second;
         const QString source = rows.text(QStringLiteral("variable_source"));
         each.origin = originText(source);
-        // A SET of this session alone is told as DYNAMIC, too.
-        each.isChanged = source != u"COMPILED";
+        each.about = joined({each.about,
+                             rangeText(textOf(rows, QStringLiteral("min_value")).value_or(QString()),
+                                       textOf(rows, QStringLiteral("max_value")).value_or(QString())),
+                             textOf(rows, QStringLiteral("variable_path")).value_or(QString())});
         if (source == u"COMPILED")
             each.preset = each.global;
-        const QString path = textOf(rows, QStringLiteral("variable_path")).value_or(QString());
-        each.about = joined({rangeText(textOf(rows, QStringLiteral("min_value")).value_or(QString()),
-                                       textOf(rows, QStringLiteral("max_value")).value_or(QString())),
-                             path});
+        else if (source == u"DYNAMIC")
+            noteSetting(rows, each);
+        else
+            each.isChanged = true;
     }
     return isTold;
 }
@@ -150,8 +169,8 @@ void readDescriptions(Connection &connection, Variables &variables)
         each.kind = kindOf(rows.text(QStringLiteral("data_type")));
         if (rows.text(QStringLiteral("variable_scope")) == u"GLOBAL")
             each.session.reset(); // SHOW repeats the global value there
-        each.about = joined(
-            {rows.text(QStringLiteral("data_type")), each.about, rows.text(QStringLiteral("documentation"))});
+        each.about =
+            joined({rows.text(QStringLiteral("data_type")), rows.text(QStringLiteral("documentation"))});
     }
 }
 
@@ -213,11 +232,15 @@ VariableList readVariables(Connection &connection)
     }
     if (!server.isMariaDb && server.number >= 80000) {
         list.hasPersist = true;
+        readDescriptions(connection, variables); // first: whether a variable has a value for each session
         list.tellsPresets = readOrigins(connection, variables);
-        readDescriptions(connection, variables);
     }
     list.escapes = !firstText(connection, QStringLiteral("select @@sql_mode"))
                         .contains(QStringLiteral("NO_BACKSLASH_ESCAPES"));
+    // The only password that servers show in one.
+    if (const auto secret = variables.find(QStringLiteral("report_password"));
+        secret != variables.end() && !secret->second.global.value_or(QString()).isEmpty())
+        secret->second.global = QStringLiteral("***");
     for (auto &[name, variable] : variables)
         list.variables.push_back(std::move(variable));
     return list;

@@ -13,8 +13,9 @@ struct Variable {
 
     QString name; // in small letters
     std::optional<QString> session, global, preset;
-    bool isChanged = false; // the global value is not the default one
-    QString origin;         // where the global value comes from
+    bool isChanged = false;    // the global value is not the default one
+    bool mayBeChanged = false; // it was set for all or for one session: the server does not tell which
+    QString origin;            // where the global value comes from
     Kind kind = Kind::Unknown;
     bool isReadOnly = false; // as far as the server tells
     QString about;           // what it takes and means; mostly empty
