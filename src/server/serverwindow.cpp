@@ -17,6 +17,7 @@
 #include <QHBoxLayout>
 #include <QLabel>
 #include <QPushButton>
+#include <QScreen>
 #include <QShortcut>
 #include <QSpinBox>
 #include <QTabWidget>
@@ -58,6 +59,7 @@ ServerWindow::ServerWindow(const Session &session, ServerServices services,
     connectControls();
     showServer(*this, session.profile);
     restoreSize(*this, m_settingsFile, sizeKey, standardSize);
+    resize(size().boundedTo(screen()->availableSize())); // it needs no more than half of its standard width
 }
 
 ServerWindow::~ServerWindow()

@@ -59,8 +59,10 @@ ServerAccount accountOf(const RecordSet &rows)
                           tlsText(rows),
                           expiryText(rows),
                           limitsText(rows),
-                          textOf(rows, "default_role"),
+                          {},
                           textOf(rows, "account_locked") == u"Y"};
+    if (const QString role = textOf(rows, "default_role"); !role.isEmpty()) // of MariaDB, where it is one
+        account.defaultRoles = {{role, {}}};
     // CREATE ROLE of MySQL makes an account that nobody can log in with.
     const int hash = rows.fieldIndex(QStringLiteral("authentication_string"));
     if (account.isLocked && hash >= 0 && textOf(rows, "authentication_string").isEmpty())
@@ -81,11 +83,8 @@ void readRoles(Connection &connection, std::vector<ServerAccount> &accounts)
     RecordSet rows = connection.execute(
         QStringLiteral("select user, host, default_role_user, default_role_host from mysql.default_roles"));
     for (; !rows.isEof(); rows.moveNext())
-        if (const auto account = find(rows.text(0), rows.text(1)); account != accounts.end()) {
-            if (!account->defaultRoles.isEmpty())
-                account->defaultRoles += QStringLiteral(", ");
-            account->defaultRoles += AccountName{rows.text(2), rows.text(3)}.shown();
-        }
+        if (const auto account = find(rows.text(0), rows.text(1)); account != accounts.end())
+            account->defaultRoles.push_back({rows.text(2), rows.text(3)});
 }
 
 // MariaDB, since 10.4, keeps what its mysql.user does not show.
@@ -163,9 +162,32 @@ std::vector<KnownPrivilege> readPrivileges(Connection &connection)
     return privileges;
 }
 
+namespace {
+
+// MySQL's SHOW GRANTS tells nothing of default roles, MariaDB's does.
+QStringList readRights(Connection &connection, const AccountName &account)
+{
+    QStringList lines = readGrantLines(connection, account);
+    const ServerInfo server = connection.server();
+    if (server.isMariaDb || server.number < 80000)
+        return lines;
+    try {
+        const QString created =
+            connection.execute(QStringLiteral("show create user ") + account.quoted()).text(0);
+        if (const QStringList roles = defaultRolesOf(created); !roles.isEmpty())
+            lines << defaultRoleStatement(roles, account, false);
+    } catch (const Failure &failure) {
+        if (!isMissingRight(failure))
+            throw;
+    }
+    return lines;
+}
+
+} // namespace
+
 RightsChanged changeRights(Connection &connection, const AccountName &account, const QStringList &statements)
 {
-    const QStringList before = readGrantLines(connection, account);
+    const QStringList before = readRights(connection, account);
     RightsChanged changed;
     try {
         for (const QString &statement : statements)
@@ -175,7 +197,7 @@ RightsChanged changeRights(Connection &connection, const AccountName &account, c
             throw;
         changed.refusal = failure.description();
     }
-    const QStringList after = readGrantLines(connection, account);
+    const QStringList after = readRights(connection, account);
     std::ranges::copy_if(before, std::back_inserter(changed.gone),
                          [&](const QString &line) { return !after.contains(line); });
     std::ranges::copy_if(after, std::back_inserter(changed.come),

@@ -7,7 +7,8 @@
 struct ServerAccount {
     AccountName name;
     bool isRole = false;
-    QString plugin, tls, expiry, limits, defaultRoles;
+    QString plugin, tls, expiry, limits;
+    std::vector<AccountName> defaultRoles = {};
     bool isLocked = false;
 };
 
@@ -27,7 +28,8 @@ struct KnownPrivilege {
 };
 std::vector<KnownPrivilege> readPrivileges(Connection &connection);
 
-// Sends one statement that changes the account's rights; what SHOW GRANTS says differently afterwards.
+// Sends statements that change the account's rights; what SHOW GRANTS, and of default roles the account
+// itself, says differently afterwards.
 struct RightsChanged {
     QStringList gone, come; // lines
     QString refusal;        // empty: the server took it

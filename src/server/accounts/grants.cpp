@@ -42,6 +42,23 @@ QStringList partsOf(const QString &list)
     return parts;
 }
 
+QString withColumns(const QString &privilege, const QStringList &names)
+{
+    QStringList quoted;
+    for (const QString &name : names)
+        quoted << quotedName(name);
+    return QStringLiteral("%1 (%2)").arg(privilege, quoted.join(QStringLiteral(", ")));
+}
+
+// MySQL 5.6 tells names of columns as they are: "SELECT (a, b c)".
+QString withQuotedColumns(const QString &privilege)
+{
+    static const QRegularExpression form(QStringLiteral("^([A-Z]+) \\(([^`]+)\\)$"));
+    const QRegularExpressionMatch match = form.match(privilege);
+    return match.hasMatch() ? withColumns(match.captured(1), match.captured(2).split(QStringLiteral(", ")))
+                            : privilege;
+}
+
 } // namespace
 
 QString AccountName::quoted() const
@@ -67,7 +84,7 @@ std::vector<Grant> grantsOf(const QString &line)
         match.capturedStart(4) < 0 ? QString() : line.mid(match.capturedStart(4), match.capturedLength(4));
     std::vector<Grant> grants;
     for (const QString &each : partsOf(line.mid(match.capturedStart(2), match.capturedLength(2))))
-        grants.push_back({each, scope,
+        grants.push_back({withQuotedColumns(each), scope,
                           rest.contains(u" WITH GRANT OPTION") || rest.contains(u" WITH ADMIN OPTION"),
                           match.captured(1) == u"REVOKE"});
     return grants;
@@ -92,4 +109,31 @@ QString revokeStatement(const Grant &grant, const AccountName &account)
     return QStringLiteral("REVOKE ") + privilege +
            (grant.isRole() ? QString() : QStringLiteral(" ON ") + grant.scope) + QStringLiteral(" FROM ") +
            account.quoted();
+}
+
+QString onColumns(const QString &privilege, const QString &columns)
+{
+    QStringList names;
+    for (QString name : partsOf(columns)) {
+        if (name.size() > 1 && name.startsWith(u'`') && name.endsWith(u'`'))
+            name = name.mid(1, name.size() - 2).replace(QStringLiteral("``"), QStringLiteral("`"));
+        if (!name.isEmpty())
+            names << name;
+    }
+    return names.isEmpty() ? privilege : withColumns(privilege, names);
+}
+
+QString defaultRoleStatement(const QStringList &roles, const AccountName &account, bool isMariaDb)
+{
+    return QStringLiteral("SET DEFAULT ROLE ") +
+           (roles.isEmpty() ? QStringLiteral("NONE") : roles.join(QStringLiteral(", "))) +
+           (isMariaDb ? QStringLiteral(" FOR ") : QStringLiteral(" TO ")) + account.quoted();
+}
+
+QStringList defaultRolesOf(const QString &createUser)
+{
+    static const QRegularExpression form(QStringLiteral(" DEFAULT ROLE (.+?) REQUIRE "));
+    const QRegularExpressionMatch match = form.match(bare(createUser));
+    return match.hasMatch() ? partsOf(createUser.mid(match.capturedStart(1), match.capturedLength(1)))
+                            : QStringList();
 }

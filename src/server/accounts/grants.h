@@ -30,3 +30,10 @@ std::vector<Grant> grantsOf(const QString &line);
 // The statements for one right or role.
 QString grantStatement(const Grant &grant, const AccountName &account);
 QString revokeStatement(const Grant &grant, const AccountName &account);
+// The right on some columns alone: "SELECT (`a`, `b,c`)" of "a, `b,c`". Without columns the right itself.
+QString onColumns(const QString &privilege, const QString &columns);
+// The roles, as statements take them, that the account has when it connects. MariaDB and MySQL word it
+// differently, and MariaDB takes one at most.
+QString defaultRoleStatement(const QStringList &roles, const AccountName &account, bool isMariaDb);
+// Those of a SHOW CREATE USER of MySQL.
+QStringList defaultRolesOf(const QString &createUser);

@@ -6,6 +6,7 @@
 #include "core/sql/statements.h"
 #include "server/accounts/accountcreation.h"
 #include "server/accounts/createaccountwindow.h"
+#include "server/accounts/defaultrolewindow.h"
 #include "server/keyedlist.h"
 
 #include <QCheckBox>
@@ -30,13 +31,21 @@ std::vector<KeyedColumn> accountColumns()
             {QStringLiteral("制限")}};
 }
 
+QString shownRoles(const ServerAccount &account)
+{
+    QStringList roles;
+    for (const AccountName &each : account.defaultRoles)
+        roles << each.shown();
+    return roles.join(QStringLiteral(", "));
+}
+
 KeyedRow rowOf(const ServerAccount &account)
 {
     QString kind = account.isRole ? QStringLiteral("役割") : QStringLiteral("アカウント");
     if (account.isLocked && !account.isRole)
         kind += QStringLiteral("（ロック）");
     return {account.name.quoted(),
-            {account.name.shown(), kind, account.defaultRoles, account.plugin, account.tls, account.expiry,
+            {account.name.shown(), kind, shownRoles(account), account.plugin, account.tls, account.expiry,
              account.limits}};
 }
 
@@ -83,11 +92,13 @@ PrivilegePage::PrivilegePage(const ServerSurroundings &around)
     , m_privilege(made<QComboBox>("privilegeChoice"))
     , m_database(made<QLineEdit>("privilegeDatabase", QStringLiteral("*")))
     , m_object(made<QLineEdit>("privilegeObject", QStringLiteral("*")))
+    , m_columns(made<QLineEdit>("privilegeColumns"))
     , m_kind(made<QComboBox>("privilegeObjectKind"))
     , m_grantable(made<QCheckBox>("privilegeGrantable", QStringLiteral("他へ与えられる")))
     , m_grant(made<QPushButton>("grantPrivilege", QStringLiteral("与える...")))
     , m_revoke(made<QPushButton>("revokePrivilege", QStringLiteral("選んだ権限を取り上げる...")))
     , m_create(made<QPushButton>("createAccount", QStringLiteral("アカウントを作る...")))
+    , m_defaultRoles(made<QPushButton>("setDefaultRoles", QStringLiteral("既定の役割...")))
     , m_note(made<QLabel>("privilegeNote"))
 {
     buildLayout();
@@ -109,6 +120,10 @@ void PrivilegePage::buildLayout()
     m_database->setToolTip(QStringLiteral("* はサーバー全体です。名前の _ と % は任意の文字を表します"));
     m_object->setAccessibleName(QStringLiteral("表かルーチン"));
     m_object->setToolTip(QStringLiteral("* はデータベース全体です"));
+    m_columns->setAccessibleName(QStringLiteral("列"));
+    m_columns->setPlaceholderText(QStringLiteral("列 (a, b)。空: 表全体"));
+    m_columns->setToolTip(QStringLiteral("列の名前をカンマで並べると、その列だけへの権限になります "
+                                         "(SELECT、INSERT、UPDATE、REFERENCES)"));
     m_kind->setAccessibleName(QStringLiteral("対象の種類"));
     m_note->setTextFormat(Qt::PlainText);
     m_note->setWordWrap(true);
@@ -119,11 +134,12 @@ void PrivilegePage::buildLayout()
     split->setChildrenCollapsible(false);
     split->setSizes({480, 520});
     auto *entry = new QHBoxLayout;
-    for (QWidget *each :
-         std::initializer_list<QWidget *>{m_privilege, m_kind, m_database, m_object, m_grantable, m_grant})
-        entry->addWidget(each, each == m_database || each == m_object ? 1 : 0);
+    for (QWidget *each : std::initializer_list<QWidget *>{m_privilege, m_kind, m_database, m_object,
+                                                          m_columns, m_grantable, m_grant})
+        entry->addWidget(each, qobject_cast<QLineEdit *>(each) ? 1 : 0);
     auto *buttons = new QHBoxLayout;
     buttons->addWidget(m_create);
+    buttons->addWidget(m_defaultRoles);
     buttons->addStretch(1);
     buttons->addWidget(m_revoke);
     content()->addWidget(split, 1);
@@ -138,9 +154,11 @@ void PrivilegePage::connectControls()
             &PrivilegePage::showAccount);
     connect(m_rights, &KeyedList::choiceChanged, this, &PrivilegePage::showChoice);
     connect(m_privilege, &QComboBox::currentIndexChanged, this, &PrivilegePage::showChoice);
+    connect(m_kind, &QComboBox::currentIndexChanged, this, &PrivilegePage::showChoice);
     connect(m_object, &QLineEdit::textChanged, this, &PrivilegePage::showChoice);
     connect(m_grant, &QPushButton::clicked, this, &PrivilegePage::grant);
     connect(m_revoke, &QPushButton::clicked, this, &PrivilegePage::revoke);
+    connect(m_defaultRoles, &QPushButton::clicked, this, &PrivilegePage::setDefaultRoles);
     connect(m_create, &QPushButton::clicked, this, &PrivilegePage::createAccount);
 }
 
@@ -236,9 +254,19 @@ void PrivilegePage::showChoice()
     const bool hasAccount = current();
     for (QWidget *each : std::initializer_list<QWidget *>{m_kind, m_database, m_object})
         each->setEnabled(!isRole);
+    m_columns->setEnabled(takesColumns());
+    m_defaultRoles->setEnabled(hasAccount && std::ranges::any_of(m_grants, &Grant::isRole));
     m_grant->setEnabled(hasAccount && m_privilege->currentIndex() >= 0);
     m_revoke->setEnabled(hasAccount && m_rights->hasChosen());
     m_create->setEnabled(!m_reading.server.version.isEmpty());
+}
+
+bool PrivilegePage::takesColumns() const
+{
+    static const QStringList ofColumns{"SELECT", "INSERT", "UPDATE", "REFERENCES"};
+    const QString table = m_object->text().trimmed();
+    return ofColumns.contains(m_privilege->currentText()) && m_kind->currentIndex() == 0 &&
+           !table.isEmpty() && table != u"*";
 }
 
 Grant PrivilegePage::wantedGrant() const
@@ -249,7 +277,8 @@ Grant PrivilegePage::wantedGrant() const
         const QString text = line.text().trimmed();
         return text.isEmpty() || text == u"*" ? QStringLiteral("*") : quotedName(text);
     };
-    return {m_privilege->currentText(),
+    return {takesColumns() ? onColumns(m_privilege->currentText(), m_columns->text())
+                           : m_privilege->currentText(),
             m_kind->currentData().toString() + part(*m_database) + u'.' + part(*m_object),
             m_grantable->isChecked(), false};
 }
@@ -270,6 +299,23 @@ void PrivilegePage::revoke()
             statements << revokeStatement(each, account->name);
     if (!statements.isEmpty())
         change(account->name, statements);
+}
+
+void PrivilegePage::setDefaultRoles()
+{
+    const ServerAccount *account = current();
+    if (!account)
+        return;
+    QStringList roles, before;
+    for (const Grant &each : m_grants)
+        if (each.isRole())
+            roles << each.privilege;
+    for (const AccountName &each : account->defaultRoles)
+        before << each.quoted();
+    auto *window = new DefaultRoleWindow(account->name, roles, before, m_reading.server.isMariaDb, this);
+    connect(window, &DefaultRoleWindow::chosen, this,
+            [this, name = account->name](const QString &statement) { change(name, {statement}); });
+    window->open();
 }
 
 bool PrivilegePage::isAgreed(const QString &what, const AccountName &account,

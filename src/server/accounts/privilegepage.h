@@ -43,8 +43,10 @@ private:
     void offerPrivileges();
     const ServerAccount *current() const;
     Grant wantedGrant() const;
+    bool takesColumns() const; // what is chosen to be granted
     void grant();
     void revoke();
+    void setDefaultRoles();
     void createAccount();
     void create(const AccountName &account, const QStringList &statements);
     // Asks, sends, and says what SHOW GRANTS says differently then.
@@ -58,9 +60,9 @@ private:
     KeyedList *m_accounts, *m_rights;
     QLineEdit *m_accountFilter, *m_rightFilter;
     QComboBox *m_privilege;
-    QLineEdit *m_database, *m_object;
+    QLineEdit *m_database, *m_object, *m_columns;
     QComboBox *m_kind;
     QCheckBox *m_grantable;
-    QPushButton *m_grant, *m_revoke, *m_create;
+    QPushButton *m_grant, *m_revoke, *m_create, *m_defaultRoles;
     QLabel *m_note;
 };
