@@ -178,6 +178,8 @@ void frmTarnwell::showSurroundings()
 
 void frmTarnwell::editRelated(const RelatedThing &thing)
 {
+    if (m_session.runner.isRunning())
+        return;
     const BoundObject object = boundObject(thing);
     QString text = newBoundText(object.isTrigger, thing.object);
     if (!object.name.isEmpty()) {
@@ -198,7 +200,7 @@ void frmTarnwell::dropRelated(const RelatedThing &thing)
 void frmTarnwell::renameShown()
 {
     const QString database = m_controls.lstDb->currentText(), table = m_controls.lblTableName->text();
-    if (!m_rows.mayLeave())
+    if (m_session.runner.isRunning() || !m_rows.mayLeave())
         return;
     const QString name =
         QInputDialog::getText(this, QStringLiteral("名前の変更"),

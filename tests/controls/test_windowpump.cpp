@@ -192,6 +192,14 @@ void TestWindowPump::everyWindowCanBeLeft()
     }
     QVERIFY(!viewer);
 
+    // What lies upon the run of another ends before that can.
+    runner.run(&main, "x", [&] {
+        StoppableDialog dialog(runner, &main);
+        QTimer::singleShot(0, &dialog, &QDialog::reject);
+        QTimer::singleShot(2000, &dialog, &QDialog::accept);
+        QCOMPARE(dialog.exec(), QDialog::Rejected);
+    });
+
     // Escape in any other window only stops.
     Worker worker;
     connect(&runner, &Runner::stopWanted, &main, [&] { worker.stop(); });

@@ -108,6 +108,7 @@ void SearchTest::aNewerTextTakesThePlaceOfAnOlderOne()
     real.open(window);
     const QAbstractItemModel &rows = *real.control<HitList>("searchHits")->model();
     const QLabel &state = *real.control<QLabel>("searchState");
+    QTest::keySequence(real.control<HitList>("searchHits"), QKeySequence::Copy); // where nothing is
     window->offer("d", {});
     // All at once, as one who types fast: what was begun is given up.
     for (const char *text : {"o", "or", "zip"}) {

@@ -64,7 +64,8 @@ bool EscapeStops::eventFilter(QObject *watched, QEvent *event)
 
 void StoppableDialog::reject()
 {
-    if (m_runner.isRunning())
+    // What others run may wait for this dialog: it was opened while that ran, and lies upon it.
+    if (m_runner.isRunning(this))
         m_runner.leave(this, [this] { QDialog::reject(); });
     else
         QDialog::reject();

@@ -44,7 +44,8 @@ int HitRows::columnCount(const QModelIndex &parent) const
 
 QVariant HitRows::data(const QModelIndex &index, int role) const
 {
-    if (role != Qt::DisplayRole && role != Qt::ToolTipRole)
+    const bool isText = role == Qt::DisplayRole || role == Qt::ToolTipRole;
+    if (!isText || !index.isValid()) // Ctrl+C asks where nothing is chosen, too
         return {};
     const SearchHit &found = hit(index.row());
     const std::array texts{titleOf(found.kind), found.database, found.object,
