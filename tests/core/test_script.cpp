@@ -113,6 +113,13 @@ void ScriptTest::errorsAreToldWithTheirLines()
     QCOMPARE(report.firstErrors.back().line, 8); // the innermost run had inserted it already
     for (const ScriptError &error : report.firstErrors)
         QVERIFY(!error.statement.contains("geheim"));
+    // Behind a statement that is too long to be copied.
+    report =
+        run({.path = write("l.sql", "insert into t values (length('" + QByteArray("x\n").repeated(1'000'000) +
+                                        "'));insert\ninto nowhere values (1);insert into t values (3)"),
+             .goesOnAtErrors = true});
+    QCOMPARE(report.firstErrors[0].line, 1'000'001);
+    QCOMPARE(value("select group_concat(a) from t"), "1,2,3,2000000");
 }
 
 void ScriptTest::aTransactionIsTakenBackAsAWhole()
@@ -145,13 +152,17 @@ void ScriptTest::aStopEndsALongScript()
 
 void ScriptTest::aLostConnectionEndsTheScript()
 {
-    const ScriptReport report =
-        run({.path = write("k.sql", "insert into t values (1);\nkill connection_id();\n"
-                                    "insert into t values (2);"),
-             .goesOnAtErrors = true});
-    QVERIFY(!report.isComplete);
-    QVERIFY(report.errors > 0);
-    QCOMPARE(m_server.run("select count(*) from d.t").trimmed().right(1), "1");
+    for (const bool isInTransaction : {true, false}) {
+        init();
+        const ScriptReport report =
+            run({.path = write("k.sql", "insert into t values (1);\nkill connection_id();\n"
+                                        "insert into t values (2);"),
+                 .isInTransaction = isInTransaction,
+                 .goesOnAtErrors = true});
+        QVERIFY(!report.isComplete && !report.isTakenBack);
+        QVERIFY(report.errors > 0);
+        QTRY_COMPARE(m_server.run("select count(*) from d.t").trimmed(), isInTransaction ? "0" : "1");
+    }
 }
 
 void ScriptTest::brokenFilesAreTold()

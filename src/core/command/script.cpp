@@ -12,7 +12,6 @@
 
 namespace {
 
-constexpr std::size_t bytesAtOnce = 256 * 1024;
 // The protocol takes no larger statement.
 constexpr std::size_t longestStatement = 1024 * 1024 * 1024;
 constexpr std::size_t mostErrors = 1000;
@@ -97,13 +96,13 @@ void Run::runFile(const QString &path, int depth)
     ScriptFile file(path, m_options.encoding);
     StatementSplitter splitter(m_mode);
     for (bool isAtEnd = false; !isAtEnd;) {
-        // As many as wait already: see pendingBytes().
-        const QByteArray bytes = file.read(std::max(bytesAtOnce, splitter.pendingBytes()));
+        QByteArray bytes = file.read(splitter.wantedBytes());
         isAtEnd = bytes.isEmpty();
         if (isAtEnd)
             splitter.finish();
         else
             splitter.feed({bytes.constData(), static_cast<std::size_t>(bytes.size())});
+        bytes = {};
         while (const std::optional<ScriptPiece> piece = splitter.next()) {
             m_session.requireGoingOn();
             runPiece(path, *piece, depth, splitter);
@@ -118,16 +117,19 @@ void Run::runFile(const QString &path, int depth)
 
 void Run::runPiece(const QString &path, const ScriptPiece &piece, int depth, StatementSplitter &splitter)
 {
-    QByteArray text(piece.text.data(), static_cast<qsizetype>(piece.text.size()));
     const bool isSource = piece.kind == ScriptPiece::Kind::Source;
-    if (!isSource) {
-        if (std::string rewritten; m_options.rewrite && m_options.rewrite(rewritten = piece.text))
-            text = QByteArray::fromStdString(rewritten);
-        m_batch.push_back(text);
-        m_lines.push_back(piece.line);
-        m_batchBytes += text.size();
-    }
     const bool endsBatch = isSource || maySetSqlMode(piece.text);
+    QByteArray text = splitter.take(piece);
+    if (!isSource) {
+        // What is longer is rows, and would be held once more.
+        constexpr qsizetype longestRewritten = 16 * 1024 * 1024;
+        if (std::string rewritten; m_options.rewrite && text.size() <= longestRewritten &&
+                                   m_options.rewrite(rewritten = text.toStdString()))
+            text = QByteArray::fromStdString(rewritten);
+        m_batchBytes += text.size();
+        m_batch.push_back(endsBatch ? text : std::exchange(text, {}));
+        m_lines.push_back(piece.line);
+    }
     constexpr qsizetype enoughBytes = 64 * 1024;
     if (endsBatch || m_batch.size() >= m_batchSize || m_batchBytes >= enoughBytes)
         sendBatch(path);
@@ -142,7 +144,7 @@ void Run::runPiece(const QString &path, const ScriptPiece &piece, int depth, Sta
         m_mode = sqlModeOf(m_session.connection());
         splitter.setMode(m_mode);
     } catch (const Failure &failure) {
-        refuse(path, piece.line, piece.text, failure);
+        refuse(path, piece.line, {text.constData(), static_cast<std::size_t>(text.size())}, failure);
     }
 }
 

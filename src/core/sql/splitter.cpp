@@ -37,27 +37,53 @@ bool isQuoted(std::string_view text)
 
 void StatementSplitter::feed(std::string_view bytes)
 {
-    m_line += std::count(m_buffer.begin() + m_counted, m_buffer.begin() + m_begin, '\n');
-    m_buffer.erase(0, static_cast<std::size_t>(m_begin));
-    m_buffer += bytes;
+    dropGiven();
+    m_buffer.append(bytes.data(), static_cast<qsizetype>(bytes.size()));
+    m_lexer.goOn(text(), m_lexer.place());
+}
+
+void StatementSplitter::dropGiven()
+{
+    const std::string_view counted = this->bytes(m_counted, m_begin);
+    m_line += std::count(counted.begin(), counted.end(), '\n');
+    m_buffer.remove(0, m_begin);
     if (m_first >= 0)
         m_first -= m_begin;
     const qsizetype place = m_lexer.place() - m_begin;
     m_dropped += std::exchange(m_begin, 0);
     m_counted = 0;
-    m_lexer.goOn(m_buffer, place);
+    m_lexer.goOn(text(), place);
+}
+
+QByteArray StatementSplitter::take(const ScriptPiece &piece)
+{
+    constexpr std::size_t copied = 1024 * 1024;
+    const auto size = static_cast<qsizetype>(piece.text.size());
+    if (piece.text.size() < copied)
+        return {piece.text.data(), size};
+    const qsizetype start = piece.text.data() - m_buffer.constData();
+    QByteArray taken = m_buffer;
+    dropGiven(); // from now on the buffer is another one, with what stands behind
+    taken.truncate(start + size);
+    taken.remove(0, start);
+    return taken;
+}
+
+std::size_t StatementSplitter::wantedBytes() const
+{
+    constexpr std::size_t least = 256 * 1024, most = 64 * 1024 * 1024;
+    return std::clamp(pendingBytes() / 4, least, most);
 }
 
 std::string_view StatementSplitter::bytes(qsizetype from, qsizetype to) const
 {
-    return std::string_view(m_buffer).substr(static_cast<std::size_t>(from),
-                                             static_cast<std::size_t>(to - from));
+    return text().substr(static_cast<std::size_t>(from), static_cast<std::size_t>(to - from));
 }
 
 bool StatementSplitter::isComplete(qsizetype end) const
 {
     const auto behind = std::max(lookAhead, static_cast<qsizetype>(m_delimiter.size()));
-    return m_isFinished || end + behind <= static_cast<qsizetype>(m_buffer.size());
+    return m_isFinished || end + behind <= m_buffer.size();
 }
 
 // False: the token may go on in what has not come yet.
@@ -110,7 +136,7 @@ std::optional<ScriptPiece> StatementSplitter::next()
     if (!m_isFinished || m_first < 0)
         return {};
     m_isClosed = m_isClosed && !m_lexer.isInVersion();
-    const qsizetype end = static_cast<qsizetype>(m_buffer.size());
+    const qsizetype end = m_buffer.size();
     return piece(ScriptPiece::Kind::Statement, trimmed(bytes(m_first, end)), end);
 }
 
@@ -119,18 +145,14 @@ qsizetype StatementSplitter::delimiterIn(const Token &token) const
 {
     const bool isOpen = !m_lexer.isInVersion() && token.kind != TokenKind::VersionEnd;
     if (m_delimiter == ";")
-        return isOpen && token.kind == TokenKind::Sign &&
-                       m_buffer[static_cast<std::size_t>(token.start)] == ';'
-                   ? token.start
-                   : -1;
+        return isOpen && token.kind == TokenKind::Sign && m_buffer[token.start] == ';' ? token.start : -1;
     if (!isOpen)
         return -1;
     // A word goes on where a delimiter of letters or "$" begins: "end$$".
     const bool mayHoldOne = token.kind == TokenKind::Word || token.kind == TokenKind::Sign;
     const qsizetype last = token.start + (mayHoldOne ? token.length : 1);
-    const std::string_view text(m_buffer);
     for (qsizetype place = token.start; place < last; ++place)
-        if (text.substr(static_cast<std::size_t>(place)).starts_with(m_delimiter))
+        if (text().substr(static_cast<std::size_t>(place)).starts_with(m_delimiter))
             return place;
     return -1;
 }
@@ -138,10 +160,10 @@ qsizetype StatementSplitter::delimiterIn(const Token &token) const
 // Nothing: the line's end has not come yet.
 std::optional<StatementSplitter::Line> StatementSplitter::restOfLine(qsizetype from) const
 {
-    const auto found = m_buffer.find('\n', static_cast<std::size_t>(from));
+    const std::size_t found = text().find('\n', static_cast<std::size_t>(from));
     if (found == std::string::npos && !m_isFinished)
         return {};
-    const auto end = static_cast<qsizetype>(std::min(found, m_buffer.size()));
+    const auto end = static_cast<qsizetype>(std::min(found, text().size()));
     return Line{end, trimmed(bytes(from, end))};
 }
 
@@ -188,7 +210,8 @@ bool StatementSplitter::readsCommand(const Token &first, std::optional<ScriptPie
 
 ScriptPiece StatementSplitter::piece(ScriptPiece::Kind kind, std::string_view text, qsizetype end)
 {
-    m_line += std::count(m_buffer.begin() + m_counted, m_buffer.begin() + m_first, '\n');
+    const std::string_view counted = bytes(m_counted, m_first);
+    m_line += std::count(counted.begin(), counted.end(), '\n');
     m_counted = m_first;
     const ScriptPiece piece{kind, text, m_dropped + m_first, m_dropped + end, m_line, m_isClosed};
     m_first = -1;

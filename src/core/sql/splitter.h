@@ -2,6 +2,8 @@
 
 #include "core/sql/lexer.h"
 
+#include <QByteArray>
+
 #include <optional>
 #include <string>
 #include <string_view>
@@ -38,9 +40,14 @@ public:
 
     // For what has not been given yet.
     void setMode(SqlMode mode) { m_lexer.setMode(mode); }
-    // Bytes that wait for their statement's end. To give as many at once as are kept already keeps the time
-    // for long statements in bounds: an open quote is read again from its start.
-    std::size_t pendingBytes() const { return m_buffer.size() - static_cast<std::size_t>(m_begin); }
+    // The text of the piece that was given last. A long one is handed over as it lies there, so that a
+    // gigabyte is held once; the piece's own text is no longer valid then.
+    QByteArray take(const ScriptPiece &piece);
+    // Bytes that wait for their statement's end.
+    std::size_t pendingBytes() const { return static_cast<std::size_t>(m_buffer.size() - m_begin); }
+    // How many are best given at once. More for long statements, because an open quote is read again from its
+    // start; not too many, because those that belong to the next ones are held beside the statement.
+    std::size_t wantedBytes() const;
 
 private:
     struct Line {
@@ -56,7 +63,13 @@ private:
     ScriptPiece piece(ScriptPiece::Kind kind, std::string_view text, qsizetype end);
     std::string_view bytes(qsizetype from, qsizetype to) const;
 
-    std::string m_buffer;
+    void dropGiven();
+    std::string_view text() const
+    {
+        return {m_buffer.constData(), static_cast<std::size_t>(m_buffer.size())};
+    }
+
+    QByteArray m_buffer;    // not a string: that one is copied to grow
     qint64 m_dropped = 0;   // bytes of the script in front of the buffer
     qsizetype m_begin = 0;  // of what has not been given yet
     qsizetype m_first = -1; // of the statement's first letter; -1: none yet

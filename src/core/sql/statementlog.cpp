@@ -10,6 +10,8 @@ namespace {
 
 // What is kept of a statement; one of megabytes is no reading matter.
 constexpr qsizetype longest = 10'000;
+// Of what is longer, rows mostly, only the beginning: thousands of them would take tens of megabytes.
+constexpr qsizetype longestReadable = 64 * 1024;
 
 class LoggedConnection : public Connection, public BatchSender, public LocalSender {
 public:
@@ -30,8 +32,11 @@ public:
     }
     RecordSet executeText(const QByteArray &statement) override
     {
-        return noted(QString::fromUtf8(statement.left(longest + 1)),
-                     [&](Connection &connection) { return connection.executeText(statement); });
+        const bool isReadable = statement.size() <= longestReadable;
+        const std::string_view text(statement.constData(), static_cast<std::size_t>(statement.size()));
+        return noted(
+            isReadable ? QString::fromUtf8(statement.left(longest + 1)) : maskedBeginning(text),
+            [&](Connection &connection) { return connection.executeText(statement); }, !isReadable);
     }
     bool nextResult(RecordSet &result) override { return m_connection->nextResult(result); }
     Effect effect() const override { return m_connection->effect(); }
@@ -46,14 +51,16 @@ public:
 
 private:
     void note(const QByteArray &statement, std::size_t further, qint64 microseconds, const Failure *failure);
-    RecordSet noted(const QString &statement, const std::function<RecordSet(Connection &)> &send);
+    // isPart: of a longer one.
+    RecordSet noted(const QString &statement, const std::function<RecordSet(Connection &)> &send,
+                    bool isPart = false);
 
     std::unique_ptr<Connection> m_connection;
     std::shared_ptr<StatementLog> m_log;
 };
 
 RecordSet LoggedConnection::noted(const QString &statement,
-                                  const std::function<RecordSet(Connection &)> &send)
+                                  const std::function<RecordSet(Connection &)> &send, bool isPart)
 {
     LoggedStatement entry;
     entry.time = QDateTime::currentDateTime();
@@ -74,7 +81,7 @@ RecordSet LoggedConnection::noted(const QString &statement,
         entry.microseconds = clock.nsecsElapsed() / 1000;
         // The server quotes what it refuses, so its words may hold the password too, also one behind the
         // part that was looked at.
-        entry.error = statement.size() > longest || holdsPassword(statement)
+        entry.error = isPart || statement.size() > longest || holdsPassword(statement)
                           ? withoutQuotedPart(error.description())
                           : error.description();
         log->add(std::move(entry));
@@ -112,8 +119,9 @@ void LoggedConnection::note(const QByteArray &statement, std::size_t further, qi
         entry.statement += QStringLiteral(" （ほか %1 文）").arg(further);
     entry.microseconds = microseconds;
     if (failure)
-        entry.error = holdsPassword(QString::fromUtf8(statement)) ? withoutQuotedPart(failure->description())
-                                                                  : failure->description();
+        entry.error = statement.size() > longest || holdsPassword(QString::fromUtf8(statement))
+                          ? withoutQuotedPart(failure->description())
+                          : failure->description();
     m_log->add(std::move(entry));
 }
 
