@@ -147,10 +147,11 @@ QString dumpTailMark()
 QString objectScript(const DumpObject &object, const DumpOptions &options)
 {
     QString text = QStringLiteral("\n-- %1 %2\n\n").arg(object.keyword, oneLine(object.name));
+    text +=
+        sessionOf(object.definition); // for the DROP, too: that of a package is one of the Oracle mode only
     if (options.drops && (options.dropsOnly.isEmpty() || options.dropsOnly.contains(nameOf(object))))
         text += dropStatement(object);
-    return text + sessionOf(object.definition) + createScript(object, options) +
-           sessionAgain(object.definition);
+    return text + createScript(object, options) + sessionAgain(object.definition);
 }
 
 QString historyOn()

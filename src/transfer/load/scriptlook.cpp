@@ -2,6 +2,7 @@
 
 #include "core/sql/lexer.h"
 #include "core/sql/splitter.h"
+#include "transfer/load/scriptmode.h"
 
 #include <QRegularExpression>
 
@@ -10,7 +11,6 @@
 
 namespace {
 
-constexpr std::size_t bytesAtOnce = 256 * 1024;
 constexpr int mostDropsTold = 12;
 constexpr std::size_t lastBytes = 4096;
 
@@ -45,13 +45,16 @@ public:
     }
 
     void takeHead(const QByteArray &head);
-    void takeStatement(std::string_view statement);
+    // True when what follows is to be read in another mode().
+    bool takeStatement(std::string_view statement);
+    SqlMode mode() const { return m_mode.mode(); }
     void takeTail(const QByteArray &tail);
 
 private:
     void takeWords(const QStringList &words);
 
     ScriptLook &m_look;
+    ScriptMode m_mode;
 };
 
 void Look::takeHead(const QByteArray &head)
@@ -70,15 +73,16 @@ void Look::takeHead(const QByteArray &head)
     m_look.isOfDumpTool = !m_look.writer.isEmpty();
 }
 
-void Look::takeStatement(std::string_view statement)
+bool Look::takeStatement(std::string_view statement)
 {
     if (statement.size() > longestLookedAt || startsWith(statement, "insert"))
-        return;
+        return false;
     const QString text = QString::fromUtf8(statement.data(), static_cast<qsizetype>(statement.size()));
     constexpr qsizetype enoughWords = 12;
     takeWords(wordsOf(text, enoughWords));
     addNewCollations(m_look.newCollations, text);
     m_look.setsGtids = m_look.setsGtids || isOfGtids(statement);
+    return m_mode.take(text);
 }
 
 void Look::takeWords(const QStringList &words)
@@ -124,7 +128,7 @@ ScriptLook lookAtScript(const QString &path, const std::function<void(qint64, qi
     QByteArray tail;
     bool isFirst = true, isClosed = true;
     for (bool isAtEnd = false; !isAtEnd;) {
-        const QByteArray bytes = file.read(std::max(bytesAtOnce, splitter.pendingBytes()));
+        const QByteArray bytes = file.read(splitter.wantedBytes());
         isAtEnd = bytes.isEmpty();
         if (std::exchange(isFirst, false)) {
             taker.takeHead(bytes.left(lastBytes));
@@ -137,8 +141,8 @@ ScriptLook lookAtScript(const QString &path, const std::function<void(qint64, qi
             splitter.feed({bytes.constData(), static_cast<std::size_t>(bytes.size())});
         while (const std::optional<ScriptPiece> piece = splitter.next()) {
             isClosed = piece->isClosed;
-            if (piece->kind == ScriptPiece::Kind::Statement)
-                taker.takeStatement(piece->text);
+            if (piece->kind == ScriptPiece::Kind::Statement && taker.takeStatement(piece->text))
+                splitter.setMode(taker.mode());
         }
         onProgress(file.bytesRead(), file.byteCount());
     }
