@@ -7,11 +7,11 @@
 #include "browser/objectlists.h"
 #include "browser/sheetroom.h"
 #include "browser/tabledetail.h"
+#include "controls/dialogue/savedconnections.h"
 #include "controls/dialogue/widgetdialogue.h"
 #include "controls/window/serverstrip.h"
 #include "core/command/command.h"
 #include "rows/rowsview.h"
-#include "transfer/copy/copytargets.h"
 
 #include <QPointer>
 #include <QWidget>
@@ -23,7 +23,6 @@ class ServerWindow;
 class SearchWindow;
 class SurroundingsPane;
 class frmSql;
-struct SavedServers;
 struct RelatedThing;
 struct SearchHit;
 
@@ -69,7 +68,6 @@ private:
     void noteConnectionUsed();
     void showPassword(const QString &password);
     // None: nothing is kept, or the key store cannot be read, which `why` says.
-    SavedServers savedServers();
     void comeBack();
     void comeBackWhenIdle();
     void cmdConnect_Click();
@@ -95,7 +93,7 @@ private:
     void openPalette();
     void openDump();
     void openTableDump();
-    CopyTargets copyTargets();
+    SavedConnections savedConnections();
     void openCopy();
     void openTableCopy();
     void openLoad();

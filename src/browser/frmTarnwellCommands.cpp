@@ -184,7 +184,7 @@ void frmTarnwell::openServer()
         delete m_server;
     if (!m_server)
         m_server = new ServerWindow(
-            m_session, {[this](const QString &statement) { m_sheets.propose(statement); }, savedServers()});
+            m_session, {[this](const QString &statement) { m_sheets.propose(statement); }, savedConnections()});
     m_server->show();
     m_server->raise();
     m_server->activateWindow();
@@ -285,12 +285,12 @@ void frmTarnwell::openTableDump()
 
 void frmTarnwell::openCopy()
 {
-    openCopyWindow(m_session, selection(), false, copyTargets());
+    openCopyWindow(m_session, selection(), false, savedConnections());
 }
 
 void frmTarnwell::openTableCopy()
 {
-    openCopyWindow(m_session, selection(), true, copyTargets());
+    openCopyWindow(m_session, selection(), true, savedConnections());
 }
 
 void frmTarnwell::openLoad()

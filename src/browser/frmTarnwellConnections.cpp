@@ -252,10 +252,11 @@ bool frmTarnwell::completeProfile()
     return password.has_value();
 }
 
-CopyTargets frmTarnwell::copyTargets()
+// For further connections, beside the one of the panel.
+SavedConnections frmTarnwell::savedConnections()
 {
     return {
-        readConnections().profiles(),
+        [this] { return readConnections().profiles(); },
         [&session = m_session](const ConnectionProfile &profile, QWidget *window) -> std::optional<QString> {
             if (profile.kind == ConnectionKind::DataSource)
                 return QString();
@@ -263,15 +264,6 @@ CopyTargets frmTarnwell::copyTargets()
             const std::optional<QString> kept = keptPassword(profile, session.runner, *window, why);
             return kept ? kept : askForPassword(window, passwordQuestion(profile, profile.user, why));
         }};
-}
-
-// For further connections, beside the one of the panel.
-SavedServers frmTarnwell::savedServers()
-{
-    return {[this] { return readConnections().profiles(); },
-            [this](const ConnectionProfile &profile) {
-                return copyTargets().password(profile, m_server ? static_cast<QWidget *>(m_server) : this);
-            }};
 }
 
 void frmTarnwell::findProfile()

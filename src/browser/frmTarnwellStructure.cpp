@@ -89,7 +89,7 @@ void frmTarnwell::showAlter()
 
 void frmTarnwell::openCompare()
 {
-    bringToFront(*new CompareWindow(m_session, {copyTargets(), m_controls.lstDb->texts(),
+    bringToFront(*new CompareWindow(m_session, {savedConnections(), m_controls.lstDb->texts(),
                                                 [this](const QString &text) { m_sheets.propose(text); }}));
 }
 

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "controls/dialogue/savedconnections.h"
 #include "core/command/dialogue.h"
 #include "core/session/serverlink.h"
 
@@ -12,20 +13,13 @@
 class QLabel;
 class QVBoxLayout;
 
-// The servers that connections are saved for.
-struct SavedServers {
-    std::function<std::vector<ConnectionProfile>()> list;
-    // Of a connection, from where it is kept or the user; none: given up.
-    std::function<std::optional<QString>(const ConnectionProfile &profile)> password;
-};
-
 // What the pages share.
 struct ServerSurroundings {
     ServerLink &link;
     Dialogue &dialogue; // titled as the window
     std::function<void(const QString &statement)> openInSheet;
     std::shared_ptr<StatementLog> log; // for what changes something on the server
-    SavedServers savedServers;
+    SavedConnections savedConnections;
 };
 
 // One page of the server window. The window asks it to refresh itself when it comes to the front and then

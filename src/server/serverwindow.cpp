@@ -50,7 +50,7 @@ ServerWindow::ServerWindow(const Session &session, ServerServices services,
     setAttribute(Qt::WA_DeleteOnClose);
     setWorksWhileRunning(this); // on a connection of its own, in another thread
     for (ServerPage *page : makeServerPages({*m_link, *m_dialogue, std::move(services.openInSheet),
-                                             session.statementLog, std::move(services.savedServers)})) {
+                                             session.statementLog, std::move(services.savedConnections)})) {
         m_pages->addTab(page, page->title());
         connect(page, &ServerPage::processWanted, this, &ServerWindow::showProcess);
         connect(page, &ServerPage::refreshed, this, [this, page] { noteRefresh(page); });

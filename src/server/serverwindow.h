@@ -19,7 +19,7 @@ class QTimer;
 // What the window needs of the program beside its session.
 struct ServerServices {
     std::function<void(const QString &statement)> openInSheet;
-    SavedServers savedServers = {};
+    SavedConnections savedConnections = {};
 };
 
 // What the server is doing, page by page, over a connection of its own. The page that is shown is read anew

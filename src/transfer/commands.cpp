@@ -37,10 +37,10 @@ void openDumpWindow(Session &session, const Selection &selection, bool isTableOn
     show(new DumpWindow(session, session.gDbName, namesOf(selection), chosenOf(selection, isTableOnly)));
 }
 
-void openCopyWindow(Session &session, const Selection &selection, bool isTableOnly, CopyTargets targets)
+void openCopyWindow(Session &session, const Selection &selection, bool isTableOnly, SavedConnections saved)
 {
     show(new CopyWindow(session, session.gDbName, namesOf(selection), chosenOf(selection, isTableOnly),
-                        std::move(targets)));
+                        std::move(saved)));
 }
 
 void openLoadWindow(Session &session)

@@ -1,7 +1,7 @@
 #pragma once
 
+#include "controls/dialogue/savedconnections.h"
 #include "core/command/command.h"
-#include "transfer/copy/copytargets.h"
 
 #include <memory>
 #include <span>
@@ -14,7 +14,7 @@ class QWidget;
 // Of the database that the selection names; with its tables and views, `isTableOnly`: only the chosen one
 // ticked.
 void openDumpWindow(Session &session, const Selection &selection, bool isTableOnly);
-void openCopyWindow(Session &session, const Selection &selection, bool isTableOnly, CopyTargets targets);
+void openCopyWindow(Session &session, const Selection &selection, bool isTableOnly, SavedConnections saved);
 void openLoadWindow(Session &session);
 void openCsvImportWindow(Session &session, const Selection &selection);
 // Lets the menu of every grid of the window write its rows into a file.

@@ -55,7 +55,7 @@ private:
     std::unique_ptr<Stage> m_stage;
     ServerPage *m_page = nullptr; // that was opened
     ScriptedDialogue *m_dialogue = nullptr;
-    SavedServers m_saved;
+    SavedConnections m_saved;
 };
 
 void ServerPagesTest::open(TestServer &server, const char *pageName, const QString &account)
@@ -143,7 +143,7 @@ void ServerPagesTest::variablesAreComparedWithAnotherServers()
     profile.port = QString::number(other.port());
     profile.user = "demo";
     m_saved = {[profile] { return std::vector<ConnectionProfile>{profile}; },
-               [](const ConnectionProfile &) { return std::optional<QString>("demo"); }};
+               [](auto &, auto *) { return std::optional<QString>("demo"); }};
     open(m_servers.of(TestServer::Brand::MariaDb), "variablePage");
     m_saved = {};
     QTRY_COMPARE_WITH_TIMEOUT(cell("variableList", "max_error_count", 2).isEmpty(), false, 20'000);

@@ -123,9 +123,9 @@ void CompareTest::aWindowShowsBothSidesAndMakesASheet()
     other.user = "demo", other.database = "r";
     QString password = "wrong", sheet;
     CompareServices services;
-    services.others.connections = {other};
+    services.saved.list = [&] { return std::vector{other}; };
     services.databases = {"l", "r"};
-    services.others.password = [&](const ConnectionProfile &, QWidget *) { return std::optional(password); };
+    services.saved.password = [&](const ConnectionProfile &, QWidget *) { return std::optional(password); };
     services.propose = [&](const QString &text) { sheet = text; };
     stage.open(new CompareWindow(stage.session, services));
     auto &report = *stage.control<QPlainTextEdit>("transferReport");

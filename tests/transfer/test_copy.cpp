@@ -289,10 +289,11 @@ void CopyTest::theWindowAsksForTheTarget()
     profile.server = "127.0.0.1";
     profile.port = QString::number(target.port());
     profile.user = "demo";
-    CopyTargets targets{{profile, profile}, [](auto &, auto *) { return QString("demo"); }};
-    targets.connections[0].isReadOnly = true;
-    targets.connections[1].environment = Environment::Production;
-    stage.open(new CopyWindow(stage.session, "d", {"t"}, {}, targets));
+    std::vector targets{profile, profile};
+    targets[0].isReadOnly = true;
+    targets[1].environment = Environment::Production;
+    const SavedConnections saved{[&] { return targets; }, [](auto &, auto *) { return QString("demo"); }};
+    stage.open(new CopyWindow(stage.session, "d", {"t"}, {}, saved));
     QString told;
     const auto run = [&](int connection) {
         stage.control<QComboBox>("copyConnection")->setCurrentIndex(connection);

@@ -286,9 +286,8 @@ void VariablePage::exportAll()
 void VariablePage::offerServers()
 {
     m_servers->addItem(QStringLiteral("（比べない）"));
-    if (around().savedServers.list)
-        for (const ConnectionProfile &each : around().savedServers.list())
-            m_servers->addItem(visibleName(each.name), each.id);
+    for (const ConnectionProfile &each : around().savedConnections.all())
+        m_servers->addItem(visibleName(each.name), each.id);
 }
 
 void VariablePage::compare()
@@ -296,10 +295,10 @@ void VariablePage::compare()
     const QString id = m_servers->currentData().toString();
     if (id.isEmpty())
         return endComparing({});
-    for (const ConnectionProfile &profile : around().savedServers.list()) {
+    for (const ConnectionProfile &profile : around().savedConnections.all()) {
         if (profile.id != id)
             continue;
-        const std::optional<QString> password = around().savedServers.password(profile);
+        const std::optional<QString> password = around().savedConnections.password(profile, this);
         if (!password)
             return;
         const std::unique_ptr<Session> there = siblingOf(around().link.settings(), {});

@@ -104,6 +104,7 @@ struct CompareWindow::Read {
 CompareWindow::CompareWindow(Session &session, CompareServices services)
     : TransferWindow(session, "compareWindow", QStringLiteral("データベースの比較"), "startCompare")
     , m_services(std::move(services))
+    , m_others(m_services.saved.all())
     , m_left(makeSide("compareLeftConnection", "compareLeftDatabase"))
     , m_right(makeSide("compareRightConnection", "compareRightDatabase"))
     , m_characterSets(tick("compareCharacterSets", QStringLiteral("文字セットと照合順序"), true))
@@ -131,7 +132,7 @@ CompareWindow::Side CompareWindow::makeSide(const char *connection, const char *
 {
     const Side side{made<QComboBox>(connection), made<QComboBox>(database)};
     side.connection->addItem(QStringLiteral("今の接続 (%1)").arg(serverName(m_session)));
-    for (const ConnectionProfile &profile : m_services.others.connections)
+    for (const ConnectionProfile &profile : m_others)
         side.connection->addItem(visibleName(profile.name));
     side.database->setEditable(true);
     connect(side.connection, &QComboBox::currentIndexChanged, this, [this, side] { offerDatabases(side); });
@@ -142,7 +143,7 @@ CompareWindow::Side CompareWindow::makeSide(const char *connection, const char *
 const ConnectionProfile *CompareWindow::profile(const Side &side) const
 {
     const int at = side.connection->currentIndex();
-    return at < 1 ? nullptr : &m_services.others.connections[static_cast<std::size_t>(at) - 1];
+    return at < 1 ? nullptr : &m_others[static_cast<std::size_t>(at) - 1];
 }
 
 void CompareWindow::offerDatabases(const Side &side)
@@ -209,7 +210,7 @@ std::unique_ptr<Session> CompareWindow::sessionOf(const Side &side)
     if (!other)
         return session;
     if (!m_passwords.contains(other->id)) {
-        const std::optional<QString> password = m_services.others.password(*other, this);
+        const std::optional<QString> password = m_services.saved.password(*other, this);
         if (!password)
             return nullptr;
         m_passwords[other->id] = *password;

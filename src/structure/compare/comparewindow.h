@@ -1,7 +1,7 @@
 #pragma once
 
+#include "controls/dialogue/savedconnections.h"
 #include "structure/compare/databasecompare.h"
-#include "transfer/copy/copytargets.h"
 #include "transfer/transferwindow.h"
 
 #include <QMap>
@@ -14,7 +14,7 @@ class SqlTextBox;
 
 // What the window needs of the program beside its session.
 struct CompareServices {
-    CopyTargets others;                               // the saved connections
+    SavedConnections saved;
     QStringList databases;                            // of the session's server
     std::function<void(const QString &text)> propose; // into an SQL sheet
 };
@@ -51,7 +51,8 @@ private:
     void makeStatements();
 
     CompareServices m_services;
-    QMap<QString, QString> m_passwords; // by the connection's id
+    const std::vector<ConnectionProfile> m_others; // that are saved
+    QMap<QString, QString> m_passwords;            // by the connection's id
     Side m_left, m_right;
     QCheckBox *m_characterSets, *m_tableOptions, *m_definers;
     QTreeWidget *m_list;

@@ -29,10 +29,11 @@ QString textOf(const ConnectionProfile &connection)
 } // namespace
 
 CopyWindow::CopyWindow(Session &session, const QString &database, const QStringList &objects,
-                       const QStringList &chosen, CopyTargets targets)
+                       const QStringList &chosen, SavedConnections saved)
     : TransferWindow(session, "copyWindow", QStringLiteral("別の接続へコピー - ") + database, "startCopy")
     , m_database(database)
-    , m_targets(std::move(targets))
+    , m_saved(std::move(saved))
+    , m_targets(m_saved.all())
     , m_objects(new ObjectChoice(QStringLiteral("copy"), objects, chosen))
     , m_connection(made<QComboBox>("copyConnection"))
     , m_targetDatabase(made<QLineEdit>("copyDatabase", database))
@@ -61,10 +62,10 @@ CopyWindow::~CopyWindow() = default;
 
 void CopyWindow::fillConnections()
 {
-    for (const ConnectionProfile &connection : m_targets.connections)
+    for (const ConnectionProfile &connection : m_targets)
         m_connection->addItem(textOf(connection));
     m_connection->setCurrentIndex(-1);
-    m_connection->setPlaceholderText(m_targets.connections.empty()
+    m_connection->setPlaceholderText(m_targets.empty()
                                          ? QStringLiteral("保存した接続がありません（「接続先」で作れます）")
                                          : QStringLiteral("選んでください"));
     m_targetDatabase->setPlaceholderText(QStringLiteral("なければ作ります"));
@@ -110,14 +111,13 @@ void CopyWindow::start()
 {
     if (const QString missing = whatIsMissing(); !missing.isEmpty())
         return tell(missing, true);
-    const ConnectionProfile &connection =
-        m_targets.connections[static_cast<std::size_t>(m_connection->currentIndex())];
+    const ConnectionProfile &connection = m_targets[static_cast<std::size_t>(m_connection->currentIndex())];
     m_from = siblingOf(m_session, {});
     m_to = siblingOf(m_session, {});
     useProfile(*m_to, connection, {});
     if (connection.isReadOnly && !confirmsWriting(*m_to, dialogue()))
         return;
-    const std::optional<QString> password = m_targets.password(connection, this);
+    const std::optional<QString> password = m_saved.password(connection, this);
     if (!password)
         return;
     m_to->gPass = *password;

@@ -1,7 +1,7 @@
 #pragma once
 
+#include "controls/dialogue/savedconnections.h"
 #include "transfer/copy/copy.h"
-#include "transfer/copy/copytargets.h"
 #include "transfer/transferwindow.h"
 
 class ObjectChoice;
@@ -16,7 +16,7 @@ class CopyWindow : public TransferWindow {
 
 public:
     CopyWindow(Session &session, const QString &database, const QStringList &objects,
-               const QStringList &chosen, CopyTargets targets);
+               const QStringList &chosen, SavedConnections saved);
     ~CopyWindow() override;
 
 protected:
@@ -32,7 +32,8 @@ private:
     void copy(const TargetLook &look);
 
     const QString m_database;
-    const CopyTargets m_targets;
+    const SavedConnections m_saved;
+    const std::vector<ConnectionProfile> m_targets; // that can be chosen
     ObjectChoice *m_objects;
     QComboBox *m_connection;
     QLineEdit *m_targetDatabase;
