@@ -14,6 +14,24 @@
 #include <QLocale>
 #include <QPlainTextEdit>
 #include <QPushButton>
+#include <QScreen>
+#include <QScrollArea>
+#include <QShowEvent>
+
+namespace {
+
+// On a small screen, or where all is drawn larger, the form scrolls and the buttons stay in view.
+QScrollArea *scrolling(QWidget *form)
+{
+    auto *area = new QScrollArea;
+    area->setWidget(form);
+    area->setWidgetResizable(true);
+    area->setFrameShape(QFrame::NoFrame);
+    area->setFocusPolicy(Qt::NoFocus);
+    return area;
+}
+
+} // namespace
 
 TransferWindow::TransferWindow(Session &session, const char *name, const QString &title,
                                const char *startName)
@@ -47,7 +65,7 @@ TransferWindow::TransferWindow(Session &session, const char *name, const QString
     buttons->addWidget(m_start);
     buttons->addWidget(m_stop);
     auto *layout = new QVBoxLayout(this);
-    layout->addWidget(m_formArea, 1);
+    layout->addWidget(scrolling(m_formArea), 1);
     layout->addLayout(buttons);
     layout->addWidget(m_report);
 
@@ -164,6 +182,19 @@ void TransferWindow::keyPressEvent(QKeyEvent *event)
         close();
 }
 
+void TransferWindow::showEvent(QShowEvent *event)
+{
+    QWidget::showEvent(event);
+    if (event->spontaneous())
+        return;
+    constexpr QSize frame(16, 48); // with the title
+    resize(size().boundedTo(screen()->availableSize() - frame));
+    for (QWidget *next = m_formArea->nextInFocusChain(); next != m_formArea; next = next->nextInFocusChain())
+        if (m_formArea->isAncestorOf(next) && next->isVisible() && next->isEnabled() &&
+            (next->focusPolicy() & Qt::TabFocus) != 0)
+            return next->setFocus();
+}
+
 bool TransferWindow::mayReplace(const QString &path)
 {
     return !QFileInfo(path).isFile() || // what is none is refused when the run begins
@@ -196,6 +227,7 @@ QHBoxLayout *pathRow(const char *buttonName, QLineEdit *line, const std::functio
     button->setAccessibleName(QStringLiteral("ﾌｧｲﾙを選択"));
     button->setMaximumWidth(40);
     QObject::connect(button, &QPushButton::clicked, button, browse);
+    line->setAccessibleName(QStringLiteral("パス"));
     auto *row = new QHBoxLayout;
     row->addWidget(line);
     row->addWidget(button);

@@ -29,6 +29,7 @@ protected:
 
     void closeEvent(QCloseEvent *event) override;
     void keyPressEvent(QKeyEvent *event) override;
+    void showEvent(QShowEvent *event) override;
 
     // A button was pressed: calls begin() unless something is missing, which it tells.
     virtual void start() = 0;

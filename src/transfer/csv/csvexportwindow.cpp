@@ -78,6 +78,7 @@ void CsvExportWindow::fillChoices()
     m_separator->addItem(QStringLiteral("セミコロン ;"), u';');
     m_separator->addItem(QStringLiteral("縦棒 |"), u'|');
     m_lineEnd->addItems({QStringLiteral("CR LF (Windows)"), QStringLiteral("LF")});
+    m_form->setAccessibleName(QStringLiteral("形式"));
     m_header->setChecked(true);
     m_nullText->setPlaceholderText(QStringLiteral("（空。空文字列は \"\" と書きます）"));
     m_table->setText(m_source->table);

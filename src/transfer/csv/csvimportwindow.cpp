@@ -81,6 +81,11 @@ void CsvImportWindow::fillChoices()
     m_mapping->setHorizontalHeaderLabels({QStringLiteral("テーブルの列"), QStringLiteral("ファイルの列")});
     m_mapping->horizontalHeader()->setSectionResizeMode(QHeaderView::Stretch);
     m_mapping->verticalHeader()->hide();
+    m_mapping->setTabKeyNavigation(false); // to the boxes in its cells, and out of it
+    m_encoding->setAccessibleName(QStringLiteral("文字コード"));
+    m_separator->setAccessibleName(QStringLiteral("区切り"));
+    m_mapping->setAccessibleName(QStringLiteral("列の対応"));
+    m_preview->setAccessibleName(QStringLiteral("ファイルの最初の行"));
     m_mapping->setVisible(!m_table.isEmpty());
     m_newTable->setVisible(m_table.isEmpty());
 }
@@ -248,12 +253,15 @@ void CsvImportWindow::showRows()
 void CsvImportWindow::fillMapping(const QStringList &fileColumns)
 {
     m_mapping->setRowCount(static_cast<int>(m_columns.size()));
+    QWidget *before = m_mapping;
     for (int row = 0; row < m_mapping->rowCount(); ++row) {
         const TableColumn &column = m_columns[static_cast<std::size_t>(row)];
         auto *name = new QTableWidgetItem(column.name + QStringLiteral("  ") + column.type);
         name->setFlags(Qt::ItemIsEnabled);
         m_mapping->setItem(row, 0, name);
         auto *choice = new QComboBox;
+        choice->setObjectName(QStringLiteral("importColumn_%1").arg(row));
+        choice->setAccessibleName(QStringLiteral("「%1」に入れるファイルの列").arg(column.name));
         choice->addItem(QStringLiteral("（入れない）"));
         choice->addItems(fileColumns);
         qsizetype at = row < fileColumns.size() && !m_header->isChecked() ? row : -1;
@@ -264,6 +272,7 @@ void CsvImportWindow::fillMapping(const QStringList &fileColumns)
         choice->setCurrentIndex(static_cast<int>(at) + 1);
         connect(choice, &QComboBox::currentIndexChanged, this, &CsvImportWindow::checkTypes);
         m_mapping->setCellWidget(row, 1, choice);
+        setTabOrder(std::exchange(before, choice), choice);
     }
     checkTypes();
 }
