@@ -3,6 +3,7 @@
 #include "support/cuttingproxy.h"
 #include "support/files.h"
 #include "support/rows.h"
+#include "support/smalldisk.h"
 #include "support/testserver.h"
 #include "transfer/csv/csvexport.h"
 #include "transfer/csv/csvimport.h"
@@ -51,8 +52,12 @@ class CsvTest : public QObject {
 private Q_SLOTS:
     void eachFormHoldsEachValue();
     void nothingIsReplacedSilently();
+    void whatEndsAnExportLeavesNoFile_data();
+    void whatEndsAnExportLeavesNoFile();
     void aFileIsReadAsItWasWritten_data();
     void aFileIsReadAsItWasWritten();
+    void charactersAreWhole_data();
+    void charactersAreWhole();
     void aRowHasAnEnd();
     void whatIsExportedIsImported();
     void rowsThatDoNotFitAreTold_data();
@@ -116,6 +121,50 @@ void CsvTest::nothingIsReplacedSilently()
     QVERIFY(readFile(options.path).endsWith("2,caf?\r\n"));
 }
 
+void CsvTest::whatEndsAnExportLeavesNoFile_data()
+{
+    const Rows<QString, QString> row;
+    row("connection cut", "KILL %1", "行目まで書いた後で終わりました。ファイルは残していません");
+    row("disk full", {}, "書き込めません");
+    row("stopped", "stop", "中断");
+}
+
+void CsvTest::whatEndsAnExportLeavesNoFile()
+{
+    const auto [meanwhile, words] = fetched<QString, QString>();
+    TestServer &server = m_servers.of(TestServer::Brand::MariaDb);
+    LocalStage stage(server);
+    stage.session.gCn = stage.session.makeConnection(server.nativeString("mysql"));
+    stage.session.gCn->open();
+    const QTemporaryDir folder;
+    ExportOptions options = excelPreset();
+    options.path = folder.filePath("rows.csv");
+    writeFile(options.path, "the old one");
+    const SmallDisk disk(meanwhile.isEmpty() ? 3'000'000 : 0);
+    int times = 0;
+    QString told;
+    try {
+        exportStatement(stage.session, "SELECT seq, REPEAT('x', 100) FROM seq_1_to_200000", options,
+                        [&](const TransferStatus &) {
+                            if (++times != 3) // in the midst of the rows
+                                return;
+                            if (meanwhile == u"stop")
+                                throw interruptedError("中断");
+                            if (!meanwhile.isEmpty())
+                                server.run(meanwhile.arg(
+                                    server
+                                        .run("SELECT ID FROM information_schema.PROCESSLIST WHERE INFO "
+                                             "LIKE 'SELECT seq%'")
+                                        .trimmed()));
+                        });
+    } catch (const Failure &error) {
+        told = error.description();
+    }
+    QVERIFY2(told.contains(words), qPrintable(told));
+    QCOMPARE(QDir(folder.path()).entryList(QDir::Files), QStringList{"rows.csv"});
+    QCOMPARE(readFile(options.path), "the old one");
+}
+
 void CsvTest::aFileIsReadAsItWasWritten_data()
 {
     QTest::addColumn<QByteArray>("bytes");
@@ -164,6 +213,34 @@ ImportReport CsvTest::import(const ImportOptions &options)
 }
 
 // A quote that is never closed would bring the whole file into memory, and the preview's into the window.
+void CsvTest::charactersAreWhole_data()
+{
+    const Rows<QByteArray, FileEncoding, QString> row;
+    // The pieces that a file is read in end within it.
+    const QString pair = QString(128 * 1024 - 3, 'x') + QString("😀");
+    const QByteArray bytes(reinterpret_cast<const char *>(pair.utf16()), pair.size() * 2);
+    row("a pair in two pieces", "\xFF\xFE" + bytes + QByteArray("\n\0", 2), FileEncoding::Utf16, pair);
+    row("half of a pair", "\xFF\xFE" + bytes.chopped(2), FileEncoding::Utf16, "文字の途中");
+    row("half of a unit", "\xFF\xFE" + bytes.chopped(1), FileEncoding::Utf16, "文字の途中");
+    row("half of CP932", "a\n\x95", FileEncoding::Cp932, "文字の途中");
+}
+
+void CsvTest::charactersAreWhole()
+{
+    const auto [bytes, encoding, expected] = fetched<QByteArray, FileEncoding, QString>();
+    const QString path = m_folder.filePath("whole.csv");
+    writeFile(path, bytes);
+    QString read;
+    try {
+        CsvReader reader(path, {.encoding = encoding});
+        for (CsvRow csvRow; reader.next(csvRow);)
+            read = QString::fromStdString(csvRow.fields[0].text);
+    } catch (const Failure &failure) {
+        read = failure.description();
+    }
+    QVERIFY(read.endsWith(expected) || read.contains(expected));
+}
+
 void CsvTest::aRowHasAnEnd()
 {
     const QString path = m_folder.filePath("open.csv");
@@ -238,15 +315,17 @@ void CsvTest::rowsThatDoNotFitAreTold()
                "CREATE TABLE t(id INT PRIMARY KEY, v VARCHAR(5)); INSERT INTO t VALUES(1,'old')");
     ImportOptions options;
     options.path = m_folder.filePath("bad.csv");
-    writeFile(options.path, "id,v\n1,a\n2,b\nx,c\n4,toolong\n5\n6,f\n");
+    server.run("ALTER TABLE c.t ADD n DECIMAL(4,1)");
+    writeFile(options.path, "id,v,n\n1,a,\n2,b,0.25\nx,c,\n4,toolong,\n5\n6,f,1\n");
     options.database = "c";
     options.table = "t";
-    options.columns = {{"id", 0}, {"v", 1}};
+    options.columns = {{"id", 0}, {"v", 1}, {"n", 2}};
     options.duplicates = duplicates;
     options.keepsGoodRows = keepsGoodRows;
     const ImportReport report = import(options);
     QCOMPARE(report.errors, errors);
     QCOMPARE(report.isTakenBack, !keepsGoodRows);
+    QCOMPARE(report.changed, keepsGoodRows ? 1 : 0); // rounded
     QCOMPARE(server.run("SELECT GROUP_CONCAT(id, ':', v ORDER BY id) FROM c.t").trimmed(), after);
     const QString told = QString::fromUtf8(readFile(report.errorFile));
     QVERIFY2(told.contains("\r\n4,") || told.contains(QChar(0xfeff) + QString("4,")), qPrintable(told));
@@ -350,10 +429,10 @@ void CsvTest::aBreakSaysWhatIsIn_data()
     // said, and the rows that are there.
     const Rows<int, CuttingProxy::Cut, int, QString, QString> row;
     using enum CuttingProxy::Cut;
-    row("within the rows", 5, Request, 0, "何も確定していません", "0");
-    row("before the commit", 6, Request, 0, "3 行目までが入ったかどうかは", "0");
-    row("behind the commit", 6, Answer, 0, "3 行目までが入ったかどうかは", "2");
-    row("with nothing left to commit", 8, Request, 1, "3 行目までは確定しています", "2");
+    row("within the rows", 6, Request, 0, "何も確定していません", "0");
+    row("before the commit", 7, Request, 0, "3 行目までが入ったかどうかは", "0");
+    row("behind the commit", 7, Answer, 0, "3 行目までが入ったかどうかは", "2");
+    row("with nothing left to commit", 9, Request, 1, "3 行目までは確定しています", "2");
 }
 
 void CsvTest::aBreakSaysWhatIsIn()
@@ -411,6 +490,11 @@ void CsvTest::aScriptIsLookedAtFirst()
     QVERIFY(isOfGtids("SET @@GLOBAL.GTID_PURGED=/*!80000 '+'*/ '';") &&
             isOfGtids("SET @@SESSION.SQL_LOG_BIN= 0"));
     QVERIFY(!isOfGtids("SET @MYSQLDUMP_TEMP_LOG_BIN = @@SESSION.SQL_LOG_BIN"));
+    // Quotes are read as the script sets the mode.
+    writeFile(path,
+              "SET @old=@@sql_mode, sql_mode='ANSI_QUOTES,NO_BACKSLASH_ESCAPES';\nSELECT '\\', \"'\";\n"
+              "SET @TARNWELL_MODE='x'; /*!50003 SET sql_mode = @old */;\nSELECT '\\'', \"\\\"\";\n",
+              QIODevice::Append);
     writeFile(path, "-- Dump completed on 2026-01-01\n", QIODevice::Append);
     QVERIFY(lookAtScript(path, [](qint64, qint64) {}).isComplete);
 }

@@ -4,13 +4,13 @@
 #include "support/files.h"
 #include "support/rows.h"
 #include "support/serverprograms.h"
+#include "support/smalldisk.h"
 #include "transfer/dump/dump.h"
 #include "transfer/transferfile.h"
 
 #include <QTemporaryDir>
 
-#include <csignal>
-#include <sys/resource.h>
+#include <optional>
 
 namespace {
 
@@ -197,13 +197,7 @@ void DumpTest::aFailureLeavesNoFile()
                "INSERT INTO x SELECT seq, REPEAT('x', 1000) FROM seq_1_to_20000;");
     const QTemporaryDir folder;
     writeFile(folder.filePath("d.sql"), "the old one");
-    rlimit unlimited{};
-    getrlimit(RLIMIT_FSIZE, &unlimited);
-    std::signal(SIGXFSZ, SIG_IGN);
-    if (diskBytes > 0) {
-        const rlimit small{static_cast<rlim_t>(diskBytes), unlimited.rlim_max};
-        setrlimit(RLIMIT_FSIZE, &small);
-    }
+    auto disk = std::make_optional<SmallDisk>(diskBytes);
     int times = 0;
     QString told;
     try {
@@ -223,7 +217,7 @@ void DumpTest::aFailureLeavesNoFile()
     } catch (const Failure &error) {
         told = error.description();
     }
-    setrlimit(RLIMIT_FSIZE, &unlimited);
+    disk.reset();
     QVERIFY2(told.contains(words), qPrintable(told));
     QCOMPARE(QDir(folder.path()).entryList(QDir::Files), QStringList{"d.sql"});
     QCOMPARE(readFile(folder.filePath("d.sql")), "the old one");

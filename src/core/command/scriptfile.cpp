@@ -36,12 +36,15 @@ QByteArray ScriptFile::read(std::size_t size)
     QByteArray bytes = readRaw(size);
     if (!std::exchange(m_isBegun, true))
         chooseEncoding(bytes, m_encoding);
-    if (!m_decoder || bytes.isEmpty())
+    if (!m_decoder)
         return bytes;
-    QByteArray text = QString(m_decoder->decode(bytes)).toUtf8();
+    if (bytes.isEmpty() && m_decoder->endsWithin())
+        throw Failure(m_path + QStringLiteral(": ファイルは文字の途中で終わっています。"));
+    const QByteArray text = m_decoder->take(bytes);
     if (m_decoder->hasError())
         throw Failure(m_path + QStringLiteral(": 選ばれた文字コードで読めない文字があります。"));
-    return text;
+    // A piece that gives nothing yet is not the end.
+    return text.isEmpty() && !bytes.isEmpty() ? read(size) : text;
 }
 
 QByteArray ScriptFile::readRaw(std::size_t size)
@@ -62,9 +65,9 @@ void ScriptFile::chooseEncoding(QByteArray &first, Encoding encoding)
     if (first.startsWith("\xef\xbb\xbf"))
         first.remove(0, 3);
     else if (first.startsWith("\xff\xfe") || first.startsWith("\xfe\xff"))
-        m_decoder.emplace(QStringDecoder::Utf16);
+        m_decoder.emplace(PieceDecoder::Encoding::Utf16);
     else if (encoding == Encoding::Cp932)
-        m_decoder.emplace("windows-31j");
+        m_decoder.emplace(PieceDecoder::Encoding::Cp932);
 }
 
 qint64 ScriptFile::bytesRead() const

@@ -1,8 +1,9 @@
 #pragma once
 
+#include "core/session/piecedecoder.h"
+
 #include <QByteArray>
 #include <QString>
-#include <QStringDecoder>
 
 #include <memory>
 #include <optional>
@@ -37,5 +38,5 @@ private:
     gzFile_s *m_file = nullptr;
     qint64 m_byteCount = 0;
     bool m_isBegun = false;
-    std::optional<QStringDecoder> m_decoder;
+    std::optional<PieceDecoder> m_decoder;
 };

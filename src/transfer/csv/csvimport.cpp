@@ -6,6 +6,8 @@
 #include "transfer/csv/importfile.h"
 #include "transfer/csv/localload.h"
 
+#include <QRegularExpression>
+
 #include <algorithm>
 #include <optional>
 
@@ -37,6 +39,7 @@ private:
     void noteWarnings(const std::vector<LocalLoad::Warning> &warnings);
     void send();
     void sendRows(std::size_t first, std::size_t last);
+    void noteChanges(std::size_t first);
     QByteArray statementFor(std::size_t first, std::size_t last) const;
     void commitIfDue();
     void commit();
@@ -115,6 +118,7 @@ void Import::prepare()
         throw Failure(QStringLiteral("バイナリや BIT の列には、LOAD DATA LOCAL で取り込めません。"));
     m_head = m_columns->insertHead();
     m_tail = m_columns->insertTail(m_options.duplicates);
+    connection().execute(QStringLiteral("SET max_error_count=%1").arg(rowsPerStatement));
     connection().execute(QStringLiteral("START TRANSACTION"));
 }
 
@@ -200,6 +204,8 @@ void Import::sendRows(std::size_t first, std::size_t last)
         const bool skips = m_options.duplicates == Duplicates::Skip && touched >= 0;
         m_report.rows += skips ? touched : count;
         m_report.skipped += skips ? count - touched : 0;
+        if (connection().effect().warnings > 0)
+            noteChanges(first);
         return;
     } catch (const Failure &error) {
         constexpr int deadlock = 1213, lockWait = 1205; // these may have taken the transaction back
@@ -215,6 +221,21 @@ void Import::sendRows(std::size_t first, std::size_t last)
     const std::size_t middle = first + (last - first) / 2;
     sendRows(first, middle);
     sendRows(middle, last);
+}
+
+// However strict, a server rounds a number to the digits of its column, and only notes that.
+void Import::noteChanges(std::size_t first)
+{
+    constexpr int dataTruncated = 1265;
+    static const QRegularExpression place(QStringLiteral(" at row (\\d+)$"));
+    RecordSet rows = connection().execute(QStringLiteral("SHOW WARNINGS"));
+    for (; rows.isOpen() && !rows.isEof(); rows.moveNext()) {
+        const std::size_t row = place.match(rows.text(2)).captured(1).toULongLong();
+        if (rows.text(1).toInt() != dataTruncated || row == 0 || first + row > m_rowCount)
+            continue;
+        ++m_report.changed;
+        m_errors.addChanged(m_rows[first + row - 1], rows.text(2));
+    }
 }
 
 QByteArray Import::statementFor(std::size_t first, std::size_t last) const
@@ -289,7 +310,7 @@ void Import::end()
         connection().execute(QStringLiteral("ROLLBACK"));
         if (m_options.createsTable)
             connection().execute(QStringLiteral("DROP TABLE ") + quotedName(m_options.table));
-        m_report.rows = m_report.skipped = 0;
+        m_report.rows = m_report.skipped = m_report.changed = 0;
     }
     m_errors.finish();
 }
@@ -307,6 +328,10 @@ QString textOf(const ImportReport &report)
                                       : QStringLiteral("%1 行を取り込みました。").arg(report.rows);
     if (report.skipped > 0)
         text += QStringLiteral("\nキーが重複する %1 行は飛ばしました。").arg(report.skipped);
+    if (report.changed > 0)
+        text += QStringLiteral("\nサーバーが値を丸めた行: %1 行。行番号は「%2」にあります。")
+                    .arg(report.changed)
+                    .arg(report.errorFile);
     if (report.errors > 0)
         text += QStringLiteral("\n入らなかった行: %1 行。行番号と理由は「%2」にあります。")
                     .arg(report.errors)

@@ -72,7 +72,8 @@ CsvFormat guessedFormat(const QByteArray &start)
                                 ? QString(QStringDecoder(QStringDecoder::Utf16)(start)).toUtf8()
                                 : start;
     format.separator = guessedSeparator(text);
-    const QString firstLine = QString::fromUtf8(text.left(text.indexOf('\n')));
+    const QString firstLine = QString::fromUtf8(text.left(static_cast<qsizetype>(
+        std::string_view(text.constData(), static_cast<std::size_t>(text.size())).find_first_of("\r\n"))));
     static const QRegularExpression number(QStringLiteral("^\"?-?[\\d.]+\"?\\s*$"));
     const QStringList values = firstLine.split(QLatin1Char(format.separator));
     format.hasHeader = std::ranges::none_of(values, [](const QString &value) {
@@ -92,9 +93,9 @@ CsvReader::CsvReader(const QString &path, const CsvFormat &format, qint64 mostRo
     if (!m_file.open(QIODevice::ReadOnly))
         throw Failure(QStringLiteral("ファイル「%1」を開けません。\r\n%2").arg(path, m_file.errorString()));
     if (format.encoding == FileEncoding::Utf16)
-        m_decoder.emplace(QStringDecoder::Utf16);
+        m_decoder.emplace(PieceDecoder::Encoding::Utf16);
     else if (format.encoding == FileEncoding::Cp932)
-        m_decoder.emplace("windows-31j");
+        m_decoder.emplace(PieceDecoder::Encoding::Cp932);
 }
 
 bool CsvReader::fill()
@@ -105,8 +106,11 @@ bool CsvReader::fill()
         if (m_file.error() != QFile::NoError)
             throw Failure(QStringLiteral("ファイル「%1」を読めません。\r\n%2")
                               .arg(m_file.fileName(), m_file.errorString()));
-        if (m_bytes.isEmpty())
+        if (m_bytes.isEmpty()) {
+            if (m_decoder && m_decoder->endsWithin())
+                throw Failure(QStringLiteral("ファイルは %1 行目の文字の途中で終わっています。").arg(m_line));
             return false;
+        }
         m_rowBytes += m_bytes.size();
         if (m_rowBytes > m_mostRowBytes + pieceBytes)
             throw Failure(
@@ -115,7 +119,7 @@ bool CsvReader::fill()
         if (!std::exchange(m_isBegun, true) && m_bytes.startsWith(utf8Mark))
             m_at = utf8Mark.size();
         if (m_decoder) {
-            m_bytes = QString((*m_decoder)(m_bytes)).toUtf8();
+            m_bytes = m_decoder->take(m_bytes);
             if (m_decoder->hasError())
                 throw Failure(QStringLiteral("%1 行目より後に、選んだ文字コードでは読めない文字があります。")
                                   .arg(m_line));

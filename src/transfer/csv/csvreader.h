@@ -1,8 +1,9 @@
 #pragma once
 
+#include "core/session/piecedecoder.h"
+
 #include <QFile>
 #include <QString>
-#include <QStringDecoder>
 
 #include <optional>
 #include <string>
@@ -56,7 +57,7 @@ private:
     const CsvFormat m_format;
     const qint64 m_mostRowBytes;
     qint64 m_rowBytes = 0; // that were read since the row began
-    std::optional<QStringDecoder> m_decoder;
+    std::optional<PieceDecoder> m_decoder;
     QByteArray m_bytes;
     qsizetype m_at = 0;
     qint64 m_line = 1, m_rowLine = 1;

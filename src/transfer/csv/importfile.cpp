@@ -7,15 +7,25 @@ ErrorList::ErrorList(const QString &pathOfRows)
 
 void ErrorList::add(const CsvRow &row, const QString &why)
 {
+    ++m_count;
+    write(row, why);
+}
+
+void ErrorList::addChanged(const CsvRow &row, const QString &how)
+{
+    write(row, QStringLiteral("入りましたが、値が変わりました: ") + how);
+}
+
+void ErrorList::write(const CsvRow &row, const QString &words)
+{
     if (!m_file) {
         m_file = std::make_unique<TransferFile>(m_path);
         m_file->write("\xEF\xBB\xBF");
     }
-    ++m_count;
     const auto quoted = [](QString text) {
         return (u'"' + text.replace(u'"', QStringLiteral("\"\"")) + u'"').toStdString();
     };
-    std::string line = std::to_string(row.line) + "," + quoted(why);
+    std::string line = std::to_string(row.line) + "," + quoted(words);
     for (const CsvField &field : row.fields)
         line += "," + quoted(QString::fromStdString(field.text));
     m_file->write(line + "\r\n");

@@ -12,12 +12,16 @@ public:
     explicit ErrorList(const QString &pathOfRows);
 
     void add(const CsvRow &row, const QString &why); // throws Failure
-    void finish();                                   // the same
-    qint64 count() const { return m_count; }
-    // Empty while there are none.
-    QString path() const { return m_count > 0 ? m_path : QString(); }
+    // A row that is in the table, though not as the file has it.
+    void addChanged(const CsvRow &row, const QString &how);
+    void finish();                           // the same
+    qint64 count() const { return m_count; } // without the changed ones
+    // Empty while there are none at all.
+    QString path() const { return m_file ? m_path : QString(); }
 
 private:
+    void write(const CsvRow &row, const QString &words);
+
     const QString m_path;
     std::unique_ptr<TransferFile> m_file;
     qint64 m_count = 0;

@@ -74,7 +74,6 @@ std::size_t LocalLoad::give(char *to, std::size_t room, const AddRow &addRow)
 LocalLoad::Outcome LocalLoad::send(Connection &connection, const QString &table, const QString &columns,
                                    bool skipsDuplicates, const AddRow &addRow)
 {
-    connection.execute(QStringLiteral("SET max_error_count=1000"));
     executeLocal(
         connection,
         QStringLiteral("LOAD DATA LOCAL INFILE %1 %2INTO TABLE %3 CHARACTER SET utf8mb4 (%4)")
