@@ -1,6 +1,7 @@
 #include "controls/text/sqltextbox.h"
 #include "core/command/showntext.h"
 #include "structure/alter/alterwindow.h"
+#include "structure/alter/quietlosses.h"
 #include "structure/alter/restoredtext.h"
 #include "support/gui/stage.h"
 
@@ -62,6 +63,8 @@ private Q_SLOTS:
     void whatWasShownIsRestored();
     void theCheapestWayIsAskedFor_data();
     void theCheapestWayIsAskedFor();
+    void whatNoServerRefusesIsTold_data();
+    void whatNoServerRefusesIsTold();
     void rowsAndChildrenAreKept_data() { TestServers::addRows(); }
     void rowsAndChildrenAreKept();
     void aQuestionNamesWhatIsLost();
@@ -69,6 +72,7 @@ private Q_SLOTS:
     void anInterruptedAlterIsReadBack_data();
     void anInterruptedAlterIsReadBack();
     void copyingIsAskedAbout();
+    void whatOthersHaveChangedIsNotChangedBack();
 
 private:
     TestServers m_servers;
@@ -111,6 +115,39 @@ void AlterWindowTest::theCheapestWayIsAskedFor()
     const auto [statement, expected] = fetched<QString, QString>();
     QCOMPARE(withWay(statement, AlterWay::InPlace, {}), expected);
     QCOMPARE(withWay(statement, AlterWay::AsServerLikes, {}), statement);
+    // No server does these at once, but one says so.
+    const bool isPartitioning = statement.contains("PARTITION");
+    QCOMPARE(withWay(statement, AlterWay::Instant, {}) == statement, isPartitioning || expected == statement);
+}
+
+void AlterWindowTest::whatNoServerRefusesIsTold_data()
+{
+    const Rows<QString, bool> row;
+    row("d INT", "d: decimal(8,3) → INT", true);
+    row("d DECIMAL(5,3)", "", true); // refused where it does not fit
+    row("CHANGE d new DECIMAL(9,2) NOT NULL", "d: decimal(8,3) → DECIMAL(9,2)", false);
+    row("f INT", "f: double → INT", true);
+    row("f FLOAT", "f: double → FLOAT", true);
+    row("n BIGINT UNSIGNED", "", true);
+    row("n DOUBLE", "", true);
+    row("dt DATETIME(3)", "dt: datetime(6) → DATETIME(3)", true);
+    row("dt DATE", "dt: datetime(6) → DATE", true);
+    row("v DATE", "v: varchar(20) → DATE", true);
+    row("v TEXT CHARACTER SET latin1", "", true); // refused, too
+    row("v BINARY(20)", "v: varchar(20) → BINARY(20)", true);
+}
+
+void AlterWindowTest::whatNoServerRefusesIsTold()
+{
+    const QString clause = QTest::currentDataTag();
+    const auto [loss, isModify] = fetched<QString, bool>();
+    const TableDefinition from =
+        tableDefinition("CREATE TABLE `t` (\n  `d` decimal(8,3) DEFAULT 1.5,\n  `f` double,\n  `n` int(11),\n"
+                        "  `dt` datetime(6),\n  `v` varchar(20) COMMENT 'int'\n)",
+                        {});
+    const QString statement =
+        "ALTER TABLE d.t ADD x INT, " + (isModify ? "MODIFY COLUMN " : QString()) + clause;
+    QCOMPARE(quietLosses(statement, from, {}).join('|'), loss);
 }
 
 void AlterWindowTest::rowsAndChildrenAreKept()
@@ -224,6 +261,17 @@ void AlterWindowTest::copyingIsAskedAbout()
     QVERIFY2(stage.user->lastQuestion.contains("ALGORITHM=INPLACE") &&
                  stage.user->lastQuestion.contains("行、"),
              qPrintable(stage.user->lastQuestion));
+}
+
+void AlterWindowTest::whatOthersHaveChangedIsNotChangedBack()
+{
+    TestServer &server = m_servers.of(Brand::MariaDb);
+    AlterStage stage(server);
+    AlterStage::edit(stage.selection.txtField, {"  x int(11)", "  x bigint(20)"});
+    QVERIFY(stage.open());
+    server.run("ALTER TABLE t MODIFY x INT DEFAULT 7", "d");
+    QVERIFY(stage.run().contains("この文を作った後に変更されています"));
+    QVERIFY(server.run("SHOW CREATE TABLE t", "d").contains("`x` int(11) DEFAULT 7"));
 }
 
 QTEST_MAIN(AlterWindowTest)

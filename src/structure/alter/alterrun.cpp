@@ -7,6 +7,7 @@
 #include "core/command/writing.h"
 #include "core/sql/splitter.h"
 #include "core/sql/statements.h"
+#include "structure/alter/quietlosses.h"
 
 #include <QLocale>
 
@@ -65,6 +66,10 @@ public:
         const BusyPointer busy(m_dialogue);
         Doubt doubt = Doubt::None;
         try {
+            if (!isAsItWas())
+                return {false, false, true,
+                        QStringLiteral("ﾃｰﾌﾞﾙの定義は、この文を作った後に変更されています。実行していません。"
+                                       "閉じて、一覧から選び直して下さい。")};
             m_place = serverPlace(m_session.connection());
             // Values that do not fit fail instead of being cut.
             const QString mode =
@@ -92,19 +97,35 @@ private:
     {
         if (!mayWrite(m_session, m_dialogue))
             return false;
-        QStringList dropped;
-        for (const QString &statement : m_statements)
+        QStringList dropped, rounded;
+        for (const QString &statement : m_statements) {
             dropped += droppedBy(statement, m_request.table.mode);
-        const QString question =
-            QStringLiteral("サーバー %1 のﾃｰﾌﾞﾙ %2.%3 を変更します。")
-                .arg(serverName(m_session), m_request.table.database, m_request.table.name);
-        if (dropped.isEmpty())
+            rounded += quietLosses(statement, m_request.from, m_request.table.mode);
+        }
+        QString question = QStringLiteral("サーバー %1 のﾃｰﾌﾞﾙ %2.%3 を変更します。")
+                               .arg(serverName(m_session), m_request.table.database, m_request.table.name);
+        if (dropped.isEmpty() && rounded.isEmpty())
             return m_dialogue.confirm(question, Icon::Information);
-        return m_dialogue.warn(
-            question +
-            QStringLiteral(
-                "\r\n次の列などは、値とともに失われます (%1)。元には戻せません。\r\n%2\r\n続けますか？")
-                .arg(rowWords(m_request.size), dropped.join(QStringLiteral("\r\n"))));
+        const auto list = [](const QString &title, const QStringList &lines) {
+            return lines.isEmpty() ? QString()
+                                   : QStringLiteral("\r\n") + title + QStringLiteral("\r\n") +
+                                         lines.join(QStringLiteral("\r\n"));
+        };
+        question += list(QStringLiteral("次の列などは、値とともに失われます (%1)。元には戻せません。")
+                             .arg(rowWords(m_request.size)),
+                         dropped);
+        question += list(QStringLiteral("次の列の値は、丸めや切り捨て、補いで変わることがあります。"
+                                        "サーバーは断りません。元には戻せません。"),
+                         rounded);
+        return m_dialogue.warn(question + QStringLiteral("\r\n続けますか？"));
+    }
+
+    // What others have changed meanwhile, the statements would change back.
+    bool isAsItWas()
+    {
+        const QString show =
+            QStringLiteral("SHOW CREATE TABLE ") + quotedName(m_request.table.database, m_request.table.name);
+        return isAsShown(readDefinition(m_session.connection(), show).text, withCrLf(m_request.serverText));
     }
 
     void runAll()
@@ -180,7 +201,8 @@ private:
             if (doubt == Doubt::AnswerLost)
                 reconnect(m_session, m_place);
             const QString now = readNow();
-            if (isAsShown(now, withCrLf(m_request.serverText))) {
+            report.isUnchanged = isAsShown(now, withCrLf(m_request.serverText));
+            if (report.isUnchanged) {
                 m_words << QStringLiteral("ﾃｰﾌﾞﾙの定義は、実行前と同じです。");
                 if (doubt == Doubt::AnswerLost)
                     m_words << QStringLiteral("接続が切れても、サーバーは変更を続けていることがあります。");
@@ -235,9 +257,14 @@ QString withWay(const QString &statement, AlterWay way, SqlMode mode)
     name += words.is(name, u"IF") ? 2 : 0;
     name += words.is(name + 1, u".") ? 2 : 0;
     const bool isAlter = words.is(0, u"ALTER") && words.is(1, u"TABLE") && name + 1 < words.size();
-    for (std::size_t at = name; at < words.size(); ++at)
+    for (std::size_t at = name; at < words.size(); ++at) {
         if (words.is(at, u"ALGORITHM") || words.is(at, u"LOCK"))
             return statement;
+        // MariaDB 10.11 takes INSTANT for these and copies the table all the same; INPLACE it refuses.
+        const bool isPartitioning = words.is(at, u"PARTITION") || words.is(at, u"PARTITIONING");
+        if (isPartitioning && way == AlterWay::Instant)
+            return statement;
+    }
     if (!isAlter || way == AlterWay::AsServerLikes)
         return statement;
     // Before these alone stands no comma.

@@ -17,7 +17,8 @@ QString rowWords(const TableSize &size);
 struct AlterReport {
     bool isBegun = false; // false: the user said no
     bool isAsWanted = false;
-    QString words; // what became of it, with the server's own words and all differences
+    bool isUnchanged = false; // the table is as it was before
+    QString words;            // what became of it, with the server's own words and all differences
 };
 // Runs the statements of the text, each in the cheapest way that the server takes, within the session's
 // runner; asks first, and again before others would have to wait. However it ends, the table is read back.

@@ -128,6 +128,8 @@ void AlterWindow::showStatement()
     QString missing;
     for (const auto &[name, box] : m_names) {
         const QVariant became = box->currentData();
+        if (!missing.isEmpty())
+            break;
         if (!became.isValid())
             missing = QStringLiteral("列「%1」の名前を変えたのか、削除したのかを選んで下さい。").arg(name);
         else if (renames.values().contains(became.toString()) && !became.toString().isEmpty())
@@ -146,6 +148,7 @@ void AlterWindow::showStatement()
                                ? QStringLiteral("編集した定義は、サーバーの定義と違いません。")
                                : missing);
     m_run->setEnabled(missing.isEmpty());
+    m_sheet->setEnabled(missing.isEmpty());
 }
 
 void AlterWindow::showRunning(bool isRunning)
