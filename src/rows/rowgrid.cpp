@@ -1,11 +1,8 @@
 #include "rows/rowgrid.h"
 
 #include "rows/celleditors.h"
+#include "rows/rowkeys.h"
 #include "rows/valueeditor.h"
-
-#include <QApplication>
-#include <QClipboard>
-#include <QKeyEvent>
 
 #include <algorithm>
 
@@ -17,7 +14,7 @@ RowGrid::RowGrid(FlexGrid &grid, const Runner &runner)
     , m_runner(runner)
 {
     m_grid.setItemDelegate(new RowDelegate(*this));
-    m_grid.installEventFilter(this);
+    m_grid.installEventFilter(new RowKeys(*this));
     connect(&m_grid, &FlexGrid::doubleClicked, this, &RowGrid::editCell);
     // Other rows come: these end with their edits.
     connect(m_grid.model(), &QAbstractItemModel::modelReset, this, [this] {
@@ -369,34 +366,4 @@ void RowGrid::editCell(const QModelIndex &cell)
     } else {
         m_grid.edit(cell);
     }
-}
-
-bool RowGrid::eventFilter(QObject *watched, QEvent *event)
-{
-    if (event->type() != QEvent::KeyPress || !m_isBegun)
-        return QObject::eventFilter(watched, event);
-    // A line that edits a cell passes on what it has no use for, Enter too, which would open the cell's
-    // window.
-    if (QApplication::focusWidget() != &m_grid &&
-        m_grid.viewport()->isAncestorOf(QApplication::focusWidget()))
-        return true;
-    const auto *key = static_cast<QKeyEvent *>(event);
-    const bool hasControl = key->modifiers() == Qt::ControlModifier;
-    if (key->key() == Qt::Key_F2)
-        editCell(m_grid.currentIndex());
-    else if (!mayWrite())
-        return false;
-    else if (key->key() == Qt::Key_Insert && hasControl)
-        addRow();
-    else if (key->key() == Qt::Key_D && hasControl)
-        duplicateRow();
-    else if (key->key() == Qt::Key_0 && hasControl)
-        setNull();
-    else if (key->key() == Qt::Key_Delete && key->modifiers() == Qt::NoModifier)
-        deleteRows();
-    else if (key->matches(QKeySequence::Paste))
-        paste(QApplication::clipboard()->text());
-    else
-        return false;
-    return true;
 }

@@ -58,9 +58,6 @@ Q_SIGNALS:
     void changed();
     void told(const QString &words); // why something was not done
 
-protected:
-    bool eventFilter(QObject *watched, QEvent *event) override;
-
 private:
     void apply(int row, std::vector<Cell> &cells) const override;
     bool mayEdit(int row, int column) const override;

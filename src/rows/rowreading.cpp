@@ -2,6 +2,8 @@
 
 #include "core/sql/statements.h"
 
+#include <algorithm>
+
 namespace {
 
 constexpr std::size_t mostRowsAtOnce = 100;
@@ -82,4 +84,23 @@ bool isOnServer(Connection &connection, const TableShape &table, const std::vect
     RecordSet rows = connection.execute(
         QStringLiteral("select count(*) from %1 where %2").arg(table.qualified(), sameRow(table, values)));
     return rows.text(0) == u"1";
+}
+
+Standing standingOf(Connection &connection, const TableShape &table, const std::vector<RowValue> &before,
+                    const std::vector<RowValue> &after)
+{
+    if (before == after)
+        return Standing::Unclear;
+    const auto isThere = [&](const std::vector<RowValue> &values) {
+        if (values.empty())
+            return false;
+        const auto rows =
+            selectRows(connection, table,
+                       QStringLiteral(" where %1 lock in share mode").arg(keyCondition(table, values)));
+        return std::ranges::find(rows, values) != rows.end();
+    };
+    const bool isBefore = isThere(before), isAfter = isThere(after);
+    if (isBefore == isAfter && (isAfter || (!before.empty() && !after.empty())))
+        return Standing::Unclear;
+    return isAfter || (after.empty() && !isBefore) ? Standing::After : Standing::Before;
 }

@@ -19,5 +19,9 @@ std::map<QByteArray, std::vector<RowValue>> rowsByKey(Connection &connection, co
                                                       const std::vector<std::vector<RowValue>> &rows,
                                                       const QString &lock, bool isExact = false);
 QByteArray keyBytes(const TableShape &table, const std::vector<RowValue> &values);
+// How one row stands on the server: as before a change, or as after it; empty: it was, or is, not there.
+enum class Standing { Before, After, Unclear };
+Standing standingOf(Connection &connection, const TableShape &table, const std::vector<RowValue> &before,
+                    const std::vector<RowValue> &after);
 // Whether this very row is there.
 bool isOnServer(Connection &connection, const TableShape &table, const std::vector<RowValue> &values);

@@ -1,8 +1,8 @@
 #include "rows/rowsaver.h"
 
-#include "core/command/sessionvariables.h"
 #include "core/sql/statements.h"
 #include "rows/rowreading.h"
+#include "rows/savingsession.h"
 
 #include <algorithm>
 
@@ -17,42 +17,7 @@ bool changesFloat(const TableShape &table, const RowChange &change)
     });
 }
 
-// What the user's own SQL may have left is put aside: a value that does not fit must be refused, not cut, an
-// AUTO_INCREMENT column takes the 0 that it is given, texts come and go in UTF-8, no row that is asked for is
-// left out, and a COMMIT neither begins another transaction nor ends the connection.
-void setVariables(Connection &connection, SessionVariables &variables, const QStringList &withoutModes)
-{
-    const QString mode = QStringLiteral("sql_mode"), results = QStringLiteral("character_set_results"),
-                  collation = QStringLiteral("collation_connection"), utf8 = QStringLiteral("utf8mb4");
-    std::vector<SessionVariable> wanted{
-        {QStringLiteral("character_set_client"), variableLiteral(utf8)},
-        {QStringLiteral("sql_select_limit"), QStringLiteral("18446744073709551615")},
-        {QStringLiteral("completion_type"), QStringLiteral("'NO_CHAIN'")}};
-    QStringList names{mode, collation, results};
-    for (const SessionVariable &variable : wanted)
-        names << variable.name;
-    variables.read(connection, names);
-    if (variables.before(results) != u"NULL") // texts come as the columns hold them
-        wanted.push_back({results, variableLiteral(utf8)});
-    if (!variables.before(collation).startsWith(utf8))
-        wanted.push_back({collation, QStringLiteral("'utf8mb4_general_ci'")});
-    wanted.push_back({mode, variableLiteral(changedMode(variables.before(mode), withoutModes,
-                                                        {QStringLiteral("STRICT_ALL_TABLES"),
-                                                         QStringLiteral("NO_AUTO_VALUE_ON_ZERO")}))});
-    variables.set(connection, wanted);
-}
-
 const QString savepoint = QStringLiteral("tarnwell_rows");
-
-// Or one begins with the next statement.
-bool isInTransactionOfUser(Connection &connection)
-{
-    RecordSet rows = connection.executeText("select @@autocommit");
-    const bool isAutomatic = rows.text(0) == u"1";
-    while (!rows.isEof())
-        rows.moveNext();
-    return !isAutomatic || connection.effect().isInTransaction.value_or(false);
-}
 
 QString unknownWhetherSaved()
 {
@@ -110,10 +75,10 @@ void RowSaver::begin()
             "この接続では、確定していないトランザクションが続いています (または autocommit=0)。"
             "先に commit または rollback をして下さい。"));
     m_place = serverPlace(connection);
-    setVariables(connection, m_variables,
-                 m_options.allowsZeroDates
-                     ? QStringList{QStringLiteral("NO_ZERO_DATE"), QStringLiteral("NO_ZERO_IN_DATE")}
-                     : QStringList());
+    setSavingVariables(connection, m_variables,
+                       m_options.allowsZeroDates
+                           ? QStringList{QStringLiteral("NO_ZERO_DATE"), QStringLiteral("NO_ZERO_IN_DATE")}
+                           : QStringList());
 }
 
 void RowSaver::end()
@@ -340,7 +305,8 @@ void RowSaver::settle()
 {
     Standing standing = Standing::Unclear;
     for (std::size_t index = 0; index < m_changes.size() && standing == Standing::Unclear; ++index)
-        standing = standingOf(index);
+        standing =
+            standingOf(m_session.connection(), m_table, m_changes[index].before, asRead(m_after[index]));
     const QString lost = QStringLiteral("確定の返事を受け取れませんでした (%1)。\n").arg(m_report.words);
     if (standing == Standing::After) {
         m_report.ending = SaveReport::Ending::Saved;
@@ -351,27 +317,6 @@ void RowSaver::settle()
         m_report.ending = SaveReport::Ending::Unknown;
         m_report.words = lost + unknownWhetherSaved();
     }
-}
-
-// How the row of one change stands on the server: as before it, or as after.
-RowSaver::Standing RowSaver::standingOf(std::size_t index)
-{
-    const std::vector<RowValue> &before = m_changes[index].before;
-    const std::vector<RowValue> after = asRead(m_after[index]);
-    if (before == after)
-        return Standing::Unclear;
-    const auto isThere = [this](const std::vector<RowValue> &values) {
-        if (values.empty())
-            return false;
-        const auto rows =
-            selectRows(m_session.connection(), m_table,
-                       QStringLiteral(" where %1 lock in share mode").arg(keyCondition(m_table, values)));
-        return std::ranges::find(rows, values) != rows.end();
-    };
-    const bool isBefore = isThere(before), isAfter = isThere(after);
-    if (isBefore == isAfter && (isAfter || (!before.empty() && !after.empty())))
-        return Standing::Unclear;
-    return isAfter || (after.empty() && !isBefore) ? Standing::After : Standing::Before;
 }
 
 void RowSaver::findConflicts()

@@ -65,8 +65,6 @@ private:
     void readBackOne(std::size_t index);
     void commit();
     void takeBack(Doubt doubt);
-    enum class Standing { Before, After, Unclear };
-    Standing standingOf(std::size_t index);
     void settle();
     void fail(const Failure &error);
     void findConflicts();
