@@ -49,7 +49,8 @@ std::optional<ScriptOptions> askForScript(QWidget *window, const QString &folder
     line->addWidget(path, 1);
     line->addWidget(browse);
     auto *encoding = made<QComboBox>("scriptEncoding");
-    encoding->addItems({QStringLiteral("UTF-8（ダンプ）"), QStringLiteral("シフトJIS (CP932)")});
+    encoding->addItems(
+        {QStringLiteral("UTF-8（ダンプ）"), QStringLiteral("シフトJIS (CP932)"), QStringLiteral("EUC-JP")});
     auto *transaction =
         made<QCheckBox>("scriptInTransaction", QStringLiteral("ひとつのトランザクションで実行する"));
     transaction->setToolTip(QStringLiteral(
@@ -75,8 +76,7 @@ std::optional<ScriptOptions> askForScript(QWidget *window, const QString &folder
         return {};
     ScriptOptions options;
     options.path = path->text();
-    options.encoding =
-        encoding->currentIndex() == 1 ? ScriptFile::Encoding::Cp932 : ScriptFile::Encoding::Bytes;
+    options.encoding = static_cast<ScriptFile::Encoding>(encoding->currentIndex());
     options.isInTransaction = transaction->isChecked();
     options.goesOnAtErrors = goesOn->isChecked();
     return options;

@@ -1,7 +1,7 @@
 #include "sheets/sheetpage.h"
 
 #include "core/command/writing.h"
-#include "core/session/codepage.h"
+#include "core/session/filetext.h"
 #include "core/session/wholefile.h"
 #include "sheets/sheetresults.h"
 
@@ -47,7 +47,7 @@ SheetPage::SheetPage(const SheetSurroundings &surroundings, std::unique_ptr<Draf
     m_editor->setAccessibleName(QStringLiteral("SQL文"));
     buildLayout();
     addKeys();
-    restore(m_draft->contents());
+    restore(SheetContents::of(m_draft->contents()));
     if (m_contents.name.isEmpty())
         m_contents.name = name;
     m_draftTimer->setSingleShot(true);
@@ -110,7 +110,7 @@ void SheetPage::keepDraft()
     m_draftTimer->stop();
     m_contents.text = QString::fromUtf8(m_editor->bytes());
     m_contents.cursor = m_editor->cursorPlace();
-    const QString failure = m_draft->save(m_contents);
+    const QString failure = m_draft->save(m_contents.object());
     if (std::exchange(m_draftFailure, failure) != failure)
         Q_EMIT changed();
 }
@@ -214,10 +214,9 @@ void SheetPage::askAndRun(const SheetNews &looked)
     if (looked.mayChange && !confirmsWriting(settings(), m_around.dialogue))
         return;
     if (!looked.texts.isEmpty() &&
-        !m_around.dialogue.confirm(QStringLiteral("多くの行や定義が失われる文です。\r\n") +
-                                       looked.texts.join(QStringLiteral("\r\n")) +
-                                       QStringLiteral("\r\n実行しますか？"),
-                                   Icon::Critical))
+        !m_around.dialogue.warn(
+            serverName(settings()) + QStringLiteral(": 多くの行や定義が失われる文です。\r\n") +
+            looked.texts.join(QStringLiteral("\r\n")) + QStringLiteral("\r\n実行しますか？")))
         return;
     m_walk.end();
     m_results->beginRun();
@@ -322,10 +321,12 @@ QString SheetPage::open(const QString &path)
         return path + QStringLiteral(": とても長い行があるため、") + otherWay;
     SheetContents contents;
     contents.path = path;
-    contents.text = fromCodePage(bytes);
+    const FileText text = fileText(bytes);
+    contents.text = text.text;
     if (contents.text.contains(QChar::Null))
         return path + QStringLiteral(": NUL文字を含むため、SQL文として読み込めません。");
-    contents.encoding = encodingOf(bytes);
+    contents.encoding = text.encoding;
+    contents.isDamaged = text.isDamaged;
     contents.name = m_contents.name;
     restore(contents);
     m_contents.isChanged = false;
@@ -337,11 +338,14 @@ QString SheetPage::open(const QString &path)
 QString SheetPage::save(const QString &path)
 {
     const QByteArray bytes = m_editor->bytes();
-    const QString failure = saveWholeFile(path, encoded(bytes, m_contents.encoding));
+    const QByteArray written = encoded(bytes, m_contents.encoding);
+    const QString failure = saveWholeFile(path, written);
     if (!failure.isEmpty())
         return failure;
     m_contents.path = path;
-    m_contents.isChanged = false;
+    if (written.startsWith("\xef\xbb\xbf"))
+        m_contents.encoding = FileText::Encoding::Utf8Mark;
+    m_contents.isChanged = m_contents.isDamaged = false;
     keepDraft();
     Q_EMIT changed();
     return {};
@@ -369,6 +373,9 @@ QString SheetPage::state() const
         parts << m_lastSeconds;
     if (!m_database.isEmpty())
         parts << m_database;
+    if (m_contents.encoding != FileText::Encoding::Utf8 || m_contents.isDamaged)
+        parts << encodingName(m_contents.encoding) +
+                     (m_contents.isDamaged ? QStringLiteral("（読めない文字があります）") : QString());
     if (const SheetResult *result = m_results->shown(); result && !result->editor())
         parts << (result->table().name.isEmpty()
                       ? QStringLiteral("読み取り専用: ") + result->table().why

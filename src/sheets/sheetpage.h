@@ -3,10 +3,11 @@
 #include "controls/text/wordcompletion.h"
 #include "controls/window/windowpump.h"
 #include "core/command/dialogue.h"
+#include "core/session/draft.h"
 #include "core/session/historystore.h"
 #include "core/sql/format.h"
-#include "sheets/drafts.h"
 #include "sheets/historywalk.h"
+#include "sheets/sheetcontents.h"
 #include "sheets/sheeteditor.h"
 #include "sheets/sheetservices.h"
 #include "sheets/sheetthread.h"
@@ -58,6 +59,8 @@ public:
     QString open(const QString &path);
     QString save(const QString &path);
     QString path() const { return m_contents.path; }
+    // Its file holds what could not be read, and would lose it by being saved.
+    bool isDamaged() const { return m_contents.isDamaged; }
     // In the place of all, or of what is chosen; what stood there comes back by undo.
     void put(const QString &text);
     void insert(const QString &text);

@@ -46,6 +46,7 @@ SheetThread::SheetThread(const Session &session, const QString &database)
     own->runner.moveToThread(m_thread.get());
     m_worker->use(std::move(own));
     m_worker->moveToThread(m_thread.get());
+    m_thread->setObjectName(QStringLiteral("sheet"));
     m_thread->start();
 }
 

@@ -347,6 +347,11 @@ bool SheetWindow::saveFile()
                              QStringLiteral("SQL ファイル (*.sql)"));
     if (path.isEmpty())
         return false;
+    if (page()->isDamaged() && path == page()->path() &&
+        !m_dialogue->confirm(path + QStringLiteral(": 読めない文字がありました。\r\n保存すると、その部分は"
+                                                   "ファイルから失われます。上書きしますか？"),
+                             Icon::Critical))
+        return false;
     const QString failure = page()->save(path);
     if (failure.isEmpty())
         m_settings.noteRecent(path);

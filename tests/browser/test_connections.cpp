@@ -56,6 +56,16 @@ void ConnectionsTest::aNewConnectionIsMadeKeptAndUsed()
         type(dialog, "connectionDatabase", "stock");
         control<QAbstractButton>(dialog, "testConnection").click();
         QVERIFY(control<QLabel>(dialog, "connectionResult").text().contains("MySQL 5.1.73"));
+        auto &isSafe = control<QCheckBox>(dialog, "connectionSafeMode");
+        auto &environment = control<QComboBox>(dialog, "connectionEnvironment");
+        environment.setCurrentText("本番");
+        QVERIFY(isSafe.isChecked());
+        environment.setCurrentText("検証");
+        QVERIFY(!isSafe.isChecked());
+        isSafe.click();
+        environment.setCurrentText("本番");
+        environment.setCurrentText("指定なし");
+        QVERIFY(isSafe.isChecked()); // as it was chosen
         control<QAbstractButton>(dialog, "copyConnection").click();
         type(dialog, "connectionServer", "db3");
         auto &list = control<QTreeWidget>(dialog, "connectionList");
@@ -76,6 +86,7 @@ void ConnectionsTest::aNewConnectionIsMadeKeptAndUsed()
     ConnectionStore store(connectionsFile(stage.session));
     store.read();
     QCOMPARE(store.profiles().size(), 2u);
+    QVERIFY(std::ranges::all_of(store.profiles(), &ConnectionProfile::isSafe));
     QMenu *menu = control<QMenuBar>(window, "menuBar").actions().first()->menu();
     Q_EMIT menu->aboutToShow();
     QCOMPARE(menu->actions().last()->text(), "倉庫");

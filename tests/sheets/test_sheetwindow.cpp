@@ -34,6 +34,7 @@ private Q_SLOTS:
     void whatWasTypedIsThereAgain();
     void aFileKeepsItsEncoding_data();
     void aFileKeepsItsEncoding();
+    void whatCouldNotBeReadIsSaidBeforeItIsLost();
     void aFileIsRunInPlaceOfAStatement();
     void aLostConnectionIsMadeAnew();
     void rowsOfOneTableAreEdited();
@@ -201,7 +202,8 @@ void SheetWindowTest::whatIsNotCommittedIsAskedAbout()
 void SheetWindowTest::whatTakesManyRowsIsAskedAboutOnce()
 {
     type("delete from t; drop table t;");
-    const QString question = "多くの行や定義が失われる文です。\r\n・DELETE t（WHERE なし）：3 行\r\n"
+    const QString question = m_stage->session.gServer + u':' + m_stage->session.gPort +
+                             ": 多くの行や定義が失われる文です。\r\n・DELETE t（WHERE なし）：3 行\r\n"
                              "・DROP TABLE t：3 行\r\n実行しますか？";
     m_dialogue->expectConfirm(question, Icon::Critical, false);
     run();
@@ -226,20 +228,19 @@ void SheetWindowTest::safeModeIsTheConnectionsOwn()
     m_window->takeMarks(profile);
     QVERIFY(box.isChecked());
     // The server's mode counts from the first statement, and those that the text itself sets.
+    const QString question = m_stage->session.gServer + u':' + m_stage->session.gPort +
+                             ": 多くの行や定義が失われる文です。\r\n・DELETE t（WHERE なし）：3 行\r\n"
+                             "実行しますか？";
     const char *hidden = "select '\\'; delete from t; -- '";
     m_server.run("set global sql_mode = 'NO_BACKSLASH_ESCAPES'");
     type(hidden);
-    m_dialogue->expectConfirm("多くの行や定義が失われる文です。\r\n・DELETE t（WHERE なし）：3 行\r\n"
-                              "実行しますか？",
-                              Icon::Critical, false);
+    m_dialogue->expectConfirm(question, Icon::Critical, false);
     run();
     m_server.run("set global sql_mode = default");
     m_window->addSheet();
     type(hidden);
     run(); // a text and a comment there
-    m_dialogue->expectConfirm("多くの行や定義が失われる文です。\r\n・DELETE t（WHERE なし）：3 行\r\n"
-                              "実行しますか？",
-                              Icon::Critical, false);
+    m_dialogue->expectConfirm(question, Icon::Critical, false);
     type("set sql_mode = 'NO_BACKSLASH_ESCAPES'; " + QString(hidden));
     run();
     QCOMPARE(m_server.run("select count(*) from d.t").trimmed().right(1), "3");
@@ -319,6 +320,9 @@ void SheetWindowTest::aFileKeepsItsEncoding_data()
     row("UTF-16", QByteArray("\xff\xfe'\0\"o'\0", 8));
     row("UTF-16, big", QByteArray("\xfe\xff\0'o\"\0'", 8));
     row("CP932", QByteArray("select '\x8a\xbf'"));
+    row("EUC-JP", QByteArray("-- \xb4\xc1\xbb\xfa\xa4\xce\xce\xf3\n\xb4\xc1"));
+    row("EUC-JP, no kana", QByteArray("select '\xb4\xc1\xc6\xfc\xcb\xdc'"));
+    row("ISO-2022-JP", QByteArray("select '\x1b$B4A\x1b(B';\nselect 1"));
     row("large", QByteArray("select 1;\n").repeated(200'000) + "漢");
 }
 
@@ -337,10 +341,31 @@ void SheetWindowTest::aFileKeepsItsEncoding()
         if (start == 0)
             QCOMPARE(page().open(path), QString());
         QVERIFY(page().editor().contents().contains("漢"));
+        QVERIFY(!page().isDamaged());
         QCOMPARE(page().save(path), QString());
         QCOMPARE(readFile(path), bytes);
         delete m_window;
         open();
+    }
+}
+
+void SheetWindowTest::whatCouldNotBeReadIsSaidBeforeItIsLost()
+{
+    QCOMPARE(fileText("-- \xc3\xde\xb0\xc0").text, "-- ﾃﾞｰﾀ"); // which EUC-JP has letters for, too
+    const QString path = m_stage->folder.filePath("text.sql");
+    for (const QByteArray &bytes : {QByteArray("select '\x8a\xbf\xff'"),  // of no encoding
+                                    QByteArray("select '\x8a\xbf' \x8a"), // ends within a character
+                                    QByteArray("\xef\xbb\xbfselect '\xff'"), QByteArray("\xff\xfes\0e", 5)}) {
+        writeFile(path, bytes);
+        QCOMPARE(page().open(path), QString());
+        delete m_window;
+        open();
+        QVERIFY(control<QLabel>(*m_window, "sheetState").text().contains("読めない文字"));
+        m_dialogue->expectConfirm(path + ": 読めない文字がありました。\r\n保存すると、その部分は"
+                                         "ファイルから失われます。上書きしますか？",
+                                  Icon::Critical, false);
+        QTest::keyClick(m_window, Qt::Key_S, Qt::ControlModifier);
+        QCOMPARE(readFile(path), bytes);
     }
 }
 
@@ -456,13 +481,25 @@ void SheetWindowTest::theServersModeIsFollowed()
     QCOMPARE(page().editor().contents(), "SELECT 'a\\'\r\nFROM t\r\nWHERE a");
 }
 
-// Nobody waits for that.
+// Nobody waits for that: the sheet's thread lives on until the server has heard of it.
 void SheetWindowTest::aClosedSheetEndsWhatItRan()
 {
+    const auto threads = [] {
+        int count = 0;
+        for (const QString &task : QDir("/proc/self/task").entryList(QDir::Dirs | QDir::NoDotAndDotDot))
+            count += readFile("/proc/self/task/" + task + "/comm") == "sheet\n" ? 1 : 0;
+        return count;
+    };
+    QTRY_COMPARE(threads(), 0); // those of other tests have ended
     type("select sleep(60)");
     press(*m_window, {"runSheet"});
     QTRY_VERIFY(m_server.run("show processlist").contains("sleep(60)"));
+    m_server.freeze();
     delete m_window;
+    const int left = threads();
+    m_server.resume();
+    QVERIFY(left > 0);
+    QTRY_COMPARE_WITH_TIMEOUT(threads(), 0, 20'000);
     QTRY_VERIFY_WITH_TIMEOUT(!m_server.run("show processlist").contains("sleep(60)"), 10'000);
 }
 

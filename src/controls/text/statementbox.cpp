@@ -1,6 +1,6 @@
 #include "controls/text/statementbox.h"
 
-#include "core/session/codepage.h"
+#include "core/session/filetext.h"
 
 #include <QDropEvent>
 #include <QFile>
@@ -58,7 +58,7 @@ void StatementBox::load(const QString &path)
 {
     QFile file(path);
     if (file.open(QIODevice::ReadOnly)) {
-        const QString text = fromCodePage(file.readAll());
+        const auto [text, encoding, isDamaged] = fileText(file.readAll());
         // The editor would end the statement there without a word.
         if (text.contains(QChar::Null)) {
             Q_EMIT refused(path + QStringLiteral(": NUL文字を含むため、SQL文として読み込めません。"));
@@ -66,6 +66,8 @@ void StatementBox::load(const QString &path)
         }
         if (file.error() == QFileDevice::NoError) {
             replaceContents(text);
+            if (isDamaged)
+                Q_EMIT refused(path + QStringLiteral(": 読めない文字があります。"));
             return;
         }
     }

@@ -68,6 +68,8 @@ void ScriptFile::chooseEncoding(QByteArray &first, Encoding encoding)
         m_decoder.emplace(PieceDecoder::Encoding::Utf16);
     else if (encoding == Encoding::Cp932)
         m_decoder.emplace(PieceDecoder::Encoding::Cp932);
+    else if (encoding == Encoding::EucJp)
+        m_decoder.emplace(PieceDecoder::Encoding::EucJp);
 }
 
 qint64 ScriptFile::bytesRead() const

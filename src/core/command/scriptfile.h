@@ -16,7 +16,8 @@ class ScriptFile {
 public:
     enum class Encoding {
         Bytes, // as they stand; a byte order mark decides first
-        Cp932
+        Cp932,
+        EucJp
     };
 
     // Throws Failure with the system's words.

@@ -4,8 +4,9 @@
 
 PieceDecoder::PieceDecoder(Encoding encoding)
     : m_encoding(encoding)
-    , m_decoder(encoding == Encoding::Utf16 ? QStringDecoder(QStringDecoder::Utf16)
-                                            : QStringDecoder("windows-31j"))
+    , m_decoder(encoding == Encoding::Utf16   ? QStringDecoder(QStringDecoder::Utf16)
+                : encoding == Encoding::EucJp ? QStringDecoder("EUC-JP")
+                                              : QStringDecoder("windows-31j"))
 {
 }
 

@@ -7,7 +7,7 @@
 // Makes UTF-8 of a file that is read in pieces: a character may end in another one than it begins in.
 class PieceDecoder {
 public:
-    enum class Encoding { Cp932, Utf16 };
+    enum class Encoding { Cp932, EucJp, Utf16 };
 
     explicit PieceDecoder(Encoding encoding);
 
