@@ -1,5 +1,6 @@
 #pragma once
 
+#include "console/consoledraft.h"
 #include "console/frmSqlControls.h"
 #include "console/history.h"
 #include "console/run.h"
@@ -69,6 +70,7 @@ private:
     void withStop(const Runner::Action &action);
     void reconnect();
     void execute();
+    void showRunTime();
     void noteRun(const std::optional<QString> &failure, qint64 rows);
     void showFailure(const QString &description);
     RunRequest request() const;
@@ -84,6 +86,7 @@ private:
     ConsoleRun m_run;
     WordCompletion m_completion;
     History m_history;
+    ConsoleDraft m_draft;
     FontScaling *m_fonts;
     bool m_isLoaded = false;
     std::size_t m_resultView = 1; // of optRecord: text or grid, as it was last looked at

@@ -21,12 +21,21 @@ qsizetype characterCount(const QStringList &texts)
                            [](qsizetype sum, const QString &text) { return sum + text.size(); });
 }
 
+QString folderOf(const Session &session)
+{
+    return session.settingsFolder.isEmpty() ? session.programFolder : session.settingsFolder;
+}
+
 } // namespace
 
 QString historyFile(const Session &session)
 {
-    return (session.settingsFolder.isEmpty() ? session.programFolder : session.settingsFolder) +
-           QStringLiteral("/history.json");
+    return folderOf(session) + QStringLiteral("/history.json");
+}
+
+QString consoleDrafts(const Session &session)
+{
+    return folderOf(session) + QStringLiteral("/console");
 }
 
 History::History(QString path)

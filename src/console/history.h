@@ -6,6 +6,8 @@
 
 // Where the history is kept.
 QString historyFile(const Session &session);
+// And what is being written.
+QString consoleDrafts(const Session &session);
 
 // The statements that were run or written in vain, oldest first, kept in a file of their own over restarts.
 // None that holds a password is ever taken in. A file that cannot be read or written costs the history,

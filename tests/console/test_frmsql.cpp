@@ -71,6 +71,7 @@ private Q_SLOTS:
     void variablesAreReadWithOneStatementAndDeletedInBothLists();
     void aDroppedFileReplacesTheStatement();
     void statementsComeBackAfterARestart();
+    void whatWasBeingWrittenSurvivesAKill();
     void twoProgramsShareTheHistory();
 };
 
@@ -412,6 +413,26 @@ void FrmSqlTest::statementsComeBackAfterARestart()
         QTest::keyClick(&box, key.key(), key.keyboardModifiers());
     }
     QCOMPARE(console.script.sent.mid(console.script.sent.size() - 2), (QStringList{"do 9", "do 9"}));
+}
+
+void FrmSqlTest::whatWasBeingWrittenSurvivesAKill()
+{
+    ConsoleFixture console;
+    console.open();
+    console.type("select 漢 -- draft");
+    const QDir folder(console.folder.filePath("console"));
+    QTRY_COMPARE_WITH_TIMEOUT(folder.entryList({"*.json"}).size(), 1, 5000);
+    const QString path = folder.filePath(folder.entryList({"*.json"}).first());
+    QVERIFY(!(QFile::permissions(path) & (QFile::ReadGroup | QFile::ReadOther)));
+    QVERIFY(Draft::left(folder.path()).empty()); // for another program
+    const QByteArray kept = readFile(path);
+    console.window->close();
+    delete console.window;
+    QVERIFY(!QFile::exists(path)); // it is in the history now
+
+    writeFile(path, kept);
+    console.open();
+    QCOMPARE(console.control<SqlTextBox>("txtSql").contents(), "select 漢 -- draft");
 }
 
 void FrmSqlTest::twoProgramsShareTheHistory()
