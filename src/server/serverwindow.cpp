@@ -135,6 +135,8 @@ void ServerWindow::tick()
     if (m_link->isRefused() || !m_nextAttempt.hasExpired())
         return;
     const bool isAway = !m_link->problem().isEmpty();
+    if (page()->isWaiting() && !isAway)
+        m_state->setText(QStringLiteral("サーバーの答えを待っています (Esc で中断)"));
     for (int i = 0; i < m_pages->count(); ++i)
         if (pageAt(i)->gathers() || (pageAt(i) == page() && (page()->followsClock() || isAway)))
             pageAt(i)->startRefresh();

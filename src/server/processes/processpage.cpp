@@ -223,8 +223,9 @@ QString ProcessPage::question(Kill kill, const QStringList &ids) const
         if (!each)
             continue;
         QString line = QStringLiteral("・%1 %2@%3").arg(id, each->user, each->host);
-        if (!each->statement.isEmpty())
-            line += QStringLiteral(": ") + each->statement.simplified().left(mostOfStatement);
+        line += QStringLiteral(": ") + (each->statement.isEmpty() // a replica's "Binlog Dump" as well
+                                            ? each->command
+                                            : each->statement.simplified().left(mostOfStatement));
         lines << visibleItem(line);
     }
     if (ids.size() > mostNamed)
