@@ -62,7 +62,9 @@ ServerAccount accountOf(const RecordSet &rows)
                           {},
                           textOf(rows, "account_locked") == u"Y"};
     if (const QString role = textOf(rows, "default_role"); !role.isEmpty()) // of MariaDB, where it is one
-        account.defaultRoles = {{role, {}}};
+        account.defaultRoles = {{role}};
+    if (account.isRole)
+        account.name.host.reset();
     // CREATE ROLE of MySQL makes an account that nobody can log in with.
     const int hash = rows.fieldIndex(QStringLiteral("authentication_string"));
     if (account.isLocked && hash >= 0 && textOf(rows, "authentication_string").isEmpty())
@@ -117,6 +119,7 @@ AccountName ownName(Connection &connection)
 AccountList readAccountList(Connection &connection)
 {
     AccountList list;
+    list.own = ownName(connection);
     try {
         RecordSet rows = connection.execute(QStringLiteral("select * from mysql.user order by user, host"));
         for (; !rows.isEof(); rows.moveNext())
@@ -131,7 +134,7 @@ AccountList readAccountList(Connection &connection)
             throw;
         list.missing = wordsOf(failure);
         if (list.accounts.empty())
-            list.accounts.push_back({ownName(connection), {}, {}, {}, {}, {}, {}, {}});
+            list.accounts.push_back({list.own, {}, {}, {}, {}, {}, {}, {}});
     }
     return list;
 }

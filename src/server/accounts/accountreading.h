@@ -15,6 +15,7 @@ struct ServerAccount {
 struct AccountList {
     std::vector<ServerAccount> accounts;
     QString missing; // what may not be read, for the user; empty: nothing
+    AccountName own; // that of the connection
 };
 // Of an account that may not read them all, at least its own. Throws Failure, as all here.
 AccountList readAccountList(Connection &connection);

@@ -121,17 +121,18 @@ void CreateAccountWindow::connectControls()
 NewAccount CreateAccountWindow::account() const
 {
     const bool isRole = m_isRole->isChecked();
-    return {.name = {m_user->text(), isRole && m_server.isMariaDb ? QString() : m_host->text()},
-            .isRole = isRole,
-            .plugin = m_plugin->currentData().toString(),
-            .password = m_password->text(),
-            .tls = m_tls->currentData().toString(),
-            .expiry = static_cast<NewAccount::Expiry>(m_expiry->currentData().toInt()),
-            .days = m_days->value(),
-            .statementsPerHour = m_statementsPerHour->value(),
-            .changesPerHour = m_changesPerHour->value(),
-            .connectionsPerHour = m_connectionsPerHour->value(),
-            .connections = m_connections->value()};
+    return {
+        .name = {m_user->text(), isRole && m_server.isMariaDb ? std::optional<QString>() : m_host->text()},
+        .isRole = isRole,
+        .plugin = m_plugin->currentData().toString(),
+        .password = m_password->text(),
+        .tls = m_tls->currentData().toString(),
+        .expiry = static_cast<NewAccount::Expiry>(m_expiry->currentData().toInt()),
+        .days = m_days->value(),
+        .statementsPerHour = m_statementsPerHour->value(),
+        .changesPerHour = m_changesPerHour->value(),
+        .connectionsPerHour = m_connectionsPerHour->value(),
+        .connections = m_connections->value()};
 }
 
 QStringList CreateAccountWindow::statements() const

@@ -63,12 +63,12 @@ QString withQuotedColumns(const QString &privilege)
 
 QString AccountName::quoted() const
 {
-    return host.isEmpty() ? quotedName(user) : quotedName(user) + u'@' + quotedName(host);
+    return host ? quotedName(user) + u'@' + quotedName(*host) : quotedName(user);
 }
 
 QString AccountName::shown() const
 {
-    return host.isEmpty() ? user : user + u'@' + host;
+    return host ? user + u'@' + *host : user;
 }
 
 std::vector<Grant> grantsOf(const QString &line)

@@ -3,13 +3,16 @@
 #include <QString>
 #include <QStringList>
 
+#include <optional>
 #include <vector>
 
-// An account or a role; a role of MariaDB has no host.
+// An account or a role. A role of MariaDB has no host; an account of MySQL may have an empty one, and is
+// another than that of the host "%", which a name alone would mean.
 struct AccountName {
-    QString user, host;
+    QString user;
+    std::optional<QString> host = {};
 
-    QString quoted() const; // as statements take it: "`u`@`%`", "`r`"
+    QString quoted() const; // as statements take it: "`u`@`%`", "`u`@``", "`r`"
     QString shown() const;  // "u@%", "r"
     bool operator==(const AccountName &) const = default;
 };

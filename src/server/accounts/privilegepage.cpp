@@ -182,8 +182,8 @@ void PrivilegePage::show(Reading reading)
     m_accounts->show(std::move(rows));
     tellProblem(m_reading.list.missing);
     offerPrivileges();
-    if (!m_wanted.isEmpty())
-        m_accounts->choose(std::exchange(m_wanted, {}));
+    if (m_wanted)
+        choose(*std::exchange(m_wanted, {}));
     showAccount();
 }
 
@@ -191,7 +191,16 @@ void PrivilegePage::goTo(const AccountName &account)
 {
     m_accountFilter->clear();
     m_accounts->setFocus();
-    m_wanted = m_accounts->choose(account.quoted()) ? QString() : account.quoted();
+    if (!choose(account))
+        m_wanted = account;
+}
+
+// Whoever asks does not know that a name without a host is one of MariaDB's roles.
+bool PrivilegePage::choose(const AccountName &account)
+{
+    const bool mayBeRole = account.host && account.host->isEmpty();
+    return m_accounts->choose(account.quoted()) ||
+           (mayBeRole && m_accounts->choose(AccountName{account.user}.quoted()));
 }
 
 void PrivilegePage::offerPrivileges()
@@ -324,9 +333,14 @@ bool PrivilegePage::isAgreed(const QString &what, const AccountName &account,
     const Session &settings = around().link.settings();
     if (!confirmsWriting(settings, around().dialogue))
         return false;
+    constexpr qsizetype mostShown = 15; // a box higher than the screen has no buttons
     QStringList lines{what.arg(serverName(settings), visibleName(account.shown()))};
-    for (const QString &each : statements)
+    if (account == m_reading.list.own)
+        lines << QStringLiteral("この画面が今使っているアカウントです。");
+    for (const QString &each : statements.mid(0, mostShown))
         lines << visibleText(maskedPasswords(each));
+    if (statements.size() > mostShown)
+        lines << QStringLiteral("ほか %1 個の文").arg(statements.size() - mostShown);
     lines << QStringLiteral("続けますか？");
     return around().dialogue.warn(lines.join(QStringLiteral("\r\n")));
 }

@@ -41,6 +41,7 @@ private:
     void showGrants(const AccountName &account, const QStringList &lines);
     void showChoice();
     void offerPrivileges();
+    bool choose(const AccountName &account);
     const ServerAccount *current() const;
     Grant wantedGrant() const;
     bool takesColumns() const; // what is chosen to be granted
@@ -55,8 +56,8 @@ private:
     void note(const QStringList &statements, const QString &refusal) const;
 
     Reading m_reading;
-    QString m_wanted;            // account to be gone to once it is read
-    std::vector<Grant> m_grants; // of the chosen account, as listed
+    std::optional<AccountName> m_wanted; // to be gone to once it is read
+    std::vector<Grant> m_grants;         // of the chosen account, as listed
     KeyedList *m_accounts, *m_rights;
     QLineEdit *m_accountFilter, *m_rightFilter;
     QComboBox *m_privilege;
