@@ -8,6 +8,25 @@ function(tarnwell_library room)
     add_library(tarnwell_${room} STATIC ${sources})
     target_include_directories(tarnwell_${room} PUBLIC ${PROJECT_SOURCE_DIR}/src)
     target_link_libraries(tarnwell_${room} PUBLIC ${ARG_LIBRARIES} PRIVATE tarnwell_warnings)
+    if(NOT room STREQUAL core)
+        tarnwell_precompiled(tarnwell_${room})
+    endif()
+endfunction()
+
+# tarnwell_precompiled(target): the headers that nearly every file of the windows reads, read once. A compiler cache
+# keeps nothing across folders with them, so where one is used it does their work.
+function(tarnwell_precompiled target)
+    if(CMAKE_CXX_COMPILER_LAUNCHER)
+        return()
+    endif()
+    if(target STREQUAL tarnwell_controls)
+        target_precompile_headers(${target} PRIVATE
+            <QAction> <QApplication> <QDialog> <QJsonObject> <QLineEdit> <QMainWindow> <QPlainTextEdit> <QSettings>
+            <QStringList> <QTableView> <QVBoxLayout>
+            <algorithm> <array> <functional> <map> <memory> <optional> <set> <string> <variant> <vector>)
+    else()
+        target_precompile_headers(${target} REUSE_FROM tarnwell_controls)
+    endif()
 endfunction()
 
 # tarnwell_tests(core): one ctest per test_*.cpp of tests/core, each a Qt test program of its own.
@@ -25,6 +44,7 @@ function(tarnwell_tests room)
                               tarnwell_warnings)
         if(TARGET tarnwell_gui_test_support AND NOT room STREQUAL "core")
             target_link_libraries(${name} PRIVATE tarnwell_gui_test_support)
+            tarnwell_precompiled(${name})
         endif()
         add_test(NAME ${name} COMMAND ${name})
         set_tests_properties(${name} PROPERTIES TIMEOUT 300
