@@ -1,22 +1,17 @@
 #include "transfer/transferfile.h"
 
+#include "core/session/fileclaim.h"
 #include "core/session/wholefile.h"
 #include "core/sql/failure.h"
 
 #include <QFileInfo>
 
 #include <array>
-#include <filesystem>
 #include <zlib.h>
 
 namespace {
 
 constexpr std::size_t bufferBytes = 256 * 1024;
-
-std::filesystem::path systemPath(const QString &path)
-{
-    return QFile::encodeName(path).toStdString();
-}
 
 } // namespace
 
@@ -71,7 +66,14 @@ TransferFile::TransferFile(const QString &path)
         fail(QStringLiteral("同じ名前のフォルダーがあります。"));
     if (QFileInfo::exists(path) && !QFileInfo(path).isFile())
         fail(QStringLiteral("ファイルではありません。")); // a device, whose place a file would take
-    if (!m_file.open(QIODevice::WriteOnly | QIODevice::Truncate | QIODevice::Unbuffered))
+    // Emptied only once it is ours: two that write into one file would mix their bytes.
+    if (!m_file.open(QIODevice::ReadWrite | QIODevice::Unbuffered))
+        fail(m_file.errorString());
+    if (!claimForWriting(m_file)) {
+        m_file.close();
+        fail(QStringLiteral("ほかの処理が同じファイルに書いています。"));
+    }
+    if (!m_file.resize(0))
         fail(m_file.errorString());
     if (path.endsWith(u".gz", Qt::CaseInsensitive)) {
         m_compressor = std::make_unique<Compressor>();
@@ -127,14 +129,10 @@ void TransferFile::finish()
         });
     if (!syncToDisk(m_file))
         fail(m_file.errorString());
-    const QString partial = m_file.fileName();
-    m_file.close();
     m_isFinished = true;
-    std::error_code error;
-    std::filesystem::rename(systemPath(partial), systemPath(m_path), error);
-    if (error)
+    if (const QString words = renameClaimed(m_file, m_path); !words.isEmpty())
         throw Failure(QStringLiteral("ファイル「%1」は書き終えましたが、「%2」に名前を変えられません。\r\n%3")
-                          .arg(partial, m_path, QString::fromStdString(error.message())));
+                          .arg(m_file.fileName(), m_path, words));
 }
 
 void TransferFile::fail(const QString &why) const

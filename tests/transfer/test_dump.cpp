@@ -52,6 +52,7 @@ private Q_SLOTS:
     void anotherServerTakesIt_data();
     void anotherServerTakesIt();
     void chosenPartsOnly();
+    void oneWritesAFileAtATime();
     void aFailureLeavesNoFile_data();
     void aFailureLeavesNoFile();
 
@@ -169,6 +170,20 @@ void DumpTest::chosenPartsOnly()
         "a2\nz\n8\n9\ntr\n");
     options.objects = {"gone"};
     QVERIFY_EXCEPTION_THROWN(dumpFrom(server, options, {folder.filePath("d.sql"), false}), Failure);
+}
+
+void DumpTest::oneWritesAFileAtATime()
+{
+    const QTemporaryDir folder;
+    const QString path = folder.filePath("d.sql");
+    writeFile(path + ".partial", "of a program that was killed");
+    TransferFile first(path);
+    QVERIFY_EXCEPTION_THROWN(TransferFile(path).finish(), Failure);
+    first.write("whole");
+    first.finish();
+    TransferFile(path).write("given up");
+    QCOMPARE(readFile(path), "whole");
+    QCOMPARE(QDir(folder.path()).entryList(QDir::Files), QStringList{"d.sql"});
 }
 
 void DumpTest::aFailureLeavesNoFile_data()
