@@ -188,7 +188,11 @@ void TransferWindow::showEvent(QShowEvent *event)
     if (event->spontaneous())
         return;
     constexpr QSize frame(16, 48); // with the title
-    resize(size().boundedTo(screen()->availableSize() - frame));
+    if (const QSize room = size().boundedTo(screen()->availableSize() - frame); room != size()) {
+        constexpr int fewLines = 64;
+        m_report->setMaximumHeight(fewLines); // the form needs the room
+        resize(room);
+    }
     for (QWidget *next = m_formArea->nextInFocusChain(); next != m_formArea; next = next->nextInFocusChain())
         if (m_formArea->isAncestorOf(next) && next->isVisible() && next->isEnabled() &&
             (next->focusPolicy() & Qt::TabFocus) != 0)
