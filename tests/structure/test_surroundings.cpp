@@ -84,11 +84,14 @@ void SurroundingsTest::aTableIsRenamedOnceItsUsersAreTold()
                "select x from r.a;");
     RealStage stage(server, nativeDriverName(), "r");
     stage.dialogue.agrees = false;
-    const QString question = QString("サーバー 127.0.0.1:%1 の `r`.`a` の名前を `b``c` "
-                                     "にします。\r\n\r\n次のものがこの名前を使っています。"
-                                     "外部キーはサーバーが付け替えますが、ほかは古い名前のまま残り、動かなく"
-                                     "なります。\r\n\r\n・ビュー v")
-                                 .arg(server.port());
+    const QString question =
+        QString(
+            "サーバー 127.0.0.1:%1 の `r`.`a` の名前を `b``c` "
+            "にします。\r\n\r\n引用符なしでは書けない名前です。引用符を付けずに文を作る"
+            "コマンド（定義の表示や変更など）は使えなくなります。\r\n\r\n次のものがこの名前を使っています。"
+            "外部キーはサーバーが付け替えますが、ほかは古い名前のまま残り、動かなく"
+            "なります。\r\n\r\n・ビュー v")
+            .arg(server.port());
     stage.dialogue.expectConfirm(question, Icon::Critical, false);
     QVERIFY(!renameTable(stage.session, stage.dialogue, "r", "a", "b`c"));
     stage.dialogue.expectConfirm(question, Icon::Critical, true);

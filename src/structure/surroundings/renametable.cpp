@@ -3,6 +3,7 @@
 #include "core/command/definition.h"
 #include "core/command/doubt.h"
 #include "core/command/writing.h"
+#include "core/sql/names.h"
 #include "core/sql/statements.h"
 #include "structure/surroundings/surroundings.h"
 
@@ -22,6 +23,17 @@ QString lineOf(const RelatedThing &thing)
     }
 }
 
+// Whether the commands that name it without quotes would refuse it.
+bool isAwkward(const QString &database, const QString &name)
+{
+    try {
+        requireOwnName(database, name);
+        return false;
+    } catch (const Failure &) {
+        return true;
+    }
+}
+
 QString questionFor(Session &session, const QString &database, const QString &oldName, const QString &newName)
 {
     constexpr qsizetype mostLines = 20;
@@ -30,6 +42,9 @@ QString questionFor(Session &session, const QString &database, const QString &ol
         lines << lineOf(thing);
     QString question = QStringLiteral("サーバー %1 の %2 の名前を %3 にします。")
                            .arg(serverName(session), quotedName(database, oldName), quotedName(newName));
+    if (isAwkward(database, newName))
+        question += QStringLiteral("\r\n\r\n引用符なしでは書けない名前です。引用符を付けずに文を作る"
+                                   "コマンド（定義の表示や変更など）は使えなくなります。");
     if (lines.isEmpty())
         return question;
     const qsizetype count = lines.size();
