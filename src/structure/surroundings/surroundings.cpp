@@ -42,6 +42,15 @@ void forRows(Session &session, const QString &statement, Take take)
         take(rows);
 }
 
+// What `make` makes of each row.
+template <class Make>
+std::vector<RelatedThing> readThings(Session &session, const QString &statement, Make make)
+{
+    std::vector<RelatedThing> things;
+    forRows(session, statement, [&](const RecordSet &rows) { things.push_back(make(rows)); });
+    return things;
+}
+
 // "table_schema='d' and table_name='t'"
 QString isTable(const QString &database, const QString &table, const char *schemaColumn = "table_schema",
                 const char *nameColumn = "table_name")
@@ -101,33 +110,31 @@ std::vector<RelatedThing> readIndexesOf(Session &session, const QString &databas
                                 "performance_schema.table_io_waits_summary_by_index_usage where "
                                 "index_name is not null and ") +
                      isTable(database, table, "object_schema", "object_name"));
-    std::vector<RelatedThing> things;
-    forRows(session,
-            QStringLiteral("select index_name, group_concat(column_name order by seq_in_index separator "
-                           "', '), max(non_unique), max(index_type) from information_schema.statistics "
-                           "where %1 group by index_name order by index_name<>'PRIMARY', index_name")
-                .arg(isTable(database, table)),
-            [&](const RecordSet &rows) {
-                const QString name = rows.text(0);
-                QString details = u'(' + text(rows, 1) + u')' +
-                                  (rows.text(2) == u"0" ? QStringLiteral(" 一意") : QString()) + u' ' +
-                                  rows.text(3);
-                if (sizes.contains(name))
-                    details += u' ' + QLocale().formattedDataSize(sizes[name].toLongLong());
-                if (uses.contains(name))
-                    details += uses[name] == u"0" ? QStringLiteral("　サーバーの起動から未使用")
-                                                  : QStringLiteral("　使用 %1 回").arg(uses[name]);
-                things.push_back({Kind::Fact, name, details});
-            });
-    return things;
+    return readThings(
+        session,
+        QStringLiteral("select index_name, group_concat(column_name order by seq_in_index separator "
+                       "', '), max(non_unique), max(index_type) from information_schema.statistics "
+                       "where %1 group by index_name order by index_name<>'PRIMARY', index_name")
+            .arg(isTable(database, table)),
+        [&](const RecordSet &rows) {
+            const QString name = rows.text(0);
+            QString details = u'(' + text(rows, 1) + u')' +
+                              (rows.text(2) == u"0" ? QStringLiteral(" 一意") : QString()) + u' ' +
+                              rows.text(3);
+            if (sizes.contains(name))
+                details += u' ' + QLocale().formattedDataSize(sizes[name].toLongLong());
+            if (uses.contains(name))
+                details += uses[name] == u"0" ? QStringLiteral("　サーバーの起動から未使用")
+                                              : QStringLiteral("　使用 %1 回").arg(uses[name]);
+            return RelatedThing{Kind::Fact, name, details};
+        });
 }
 
 // isFrom: of the table; else those of others that refer to it.
 std::vector<RelatedThing> readForeignKeys(Session &session, const QString &database, const QString &table,
                                           bool isFrom)
 {
-    std::vector<RelatedThing> things;
-    forRows(
+    return readThings(
         session,
         QStringLiteral(
             "select k.constraint_name, k.table_schema, k.table_name, group_concat(k.column_name order by "
@@ -147,30 +154,28 @@ std::vector<RelatedThing> readForeignKeys(Session &session, const QString &datab
                                                      : rows.text(schema) + u'.' + rows.text(schema + 1);
             };
             const int other = isFrom ? 4 : 1;
-            things.push_back(
-                {Kind::Table, rows.text(0),
-                 QStringLiteral("%1(%2) → %3(%4)　ON UPDATE %5　ON DELETE %6")
-                     .arg(qualified(1), rows.text(3), qualified(4), rows.text(6), rows.text(7), rows.text(8)),
-                 rows.text(other), rows.text(other + 1)});
+            return RelatedThing{
+                Kind::Table, rows.text(0),
+                QStringLiteral("%1(%2) → %3(%4)　ON UPDATE %5　ON DELETE %6")
+                    .arg(qualified(1), rows.text(3), qualified(4), rows.text(6), rows.text(7), rows.text(8)),
+                rows.text(other), rows.text(other + 1)};
         });
-    return things;
 }
 
 std::vector<RelatedThing> readTriggersOf(Session &session, const QString &database, const QString &table)
 {
-    std::vector<RelatedThing> things;
-    forRows(session,
-            QStringLiteral("select trigger_name, action_timing, event_manipulation, event_object_table, "
-                           "definer from information_schema.triggers where %1 order by event_object_table, "
-                           "trigger_name")
-                .arg(isTable(database, table, "event_object_schema", "event_object_table")),
-            [&](const RecordSet &rows) {
-                things.push_back({Kind::Trigger, rows.text(0),
-                                  QStringLiteral("%1 %2 ON %3　%4")
-                                      .arg(rows.text(1), rows.text(2), rows.text(3), rows.text(4)),
-                                  database, rows.text(0)});
-            });
-    return things;
+    return readThings(
+        session,
+        QStringLiteral("select trigger_name, action_timing, event_manipulation, event_object_table, "
+                       "definer from information_schema.triggers where %1 order by event_object_table, "
+                       "trigger_name")
+            .arg(isTable(database, table, "event_object_schema", "event_object_table")),
+        [&](const RecordSet &rows) {
+            return RelatedThing{
+                Kind::Trigger, rows.text(0),
+                QStringLiteral("%1 %2 ON %3　%4").arg(rows.text(1), rows.text(2), rows.text(3), rows.text(4)),
+                database, rows.text(0)};
+        });
 }
 
 // Of a table those that name it.
@@ -198,26 +203,24 @@ std::vector<RelatedThing> readEventsOf(Session &session, const QString &database
 
 std::vector<RelatedThing> readPartitions(Session &session, const QString &database, const QString &table)
 {
-    std::vector<RelatedThing> things;
-    forRows(session,
-            QStringLiteral("select coalesce(subpartition_name, partition_name), partition_method, "
-                           "partition_expression, partition_description, table_rows, data_length from "
-                           "information_schema.partitions where partition_name is not null and %1 order by "
-                           "partition_ordinal_position, subpartition_ordinal_position")
-                .arg(isTable(database, table)),
-            [&](const RecordSet &rows) {
-                things.push_back({Kind::Fact, rows.text(0),
-                                  QStringLiteral("%1(%2) %3　%4 行　%5")
-                                      .arg(text(rows, 1), text(rows, 2), text(rows, 3), text(rows, 4),
-                                           sizeText(rows, 5))});
-            });
-    return things;
+    return readThings(
+        session,
+        QStringLiteral("select coalesce(subpartition_name, partition_name), partition_method, "
+                       "partition_expression, partition_description, table_rows, data_length from "
+                       "information_schema.partitions where partition_name is not null and %1 order by "
+                       "partition_ordinal_position, subpartition_ordinal_position")
+            .arg(isTable(database, table)),
+        [&](const RecordSet &rows) {
+            return RelatedThing{
+                Kind::Fact, rows.text(0),
+                QStringLiteral("%1(%2) %3　%4 行　%5")
+                    .arg(text(rows, 1), text(rows, 2), text(rows, 3), text(rows, 4), sizeText(rows, 5))};
+        });
 }
 
 // Those of this level and below; a global right reaches everything.
 std::vector<RelatedThing> readGrants(Session &session, const QString &database, const QString &table)
 {
-    std::vector<RelatedThing> things;
     QStringList parts{QStringLiteral("select grantee, privilege_type, '%1' as place from "
                                      "information_schema.schema_privileges where %2 like table_schema")
                           .arg(QStringLiteral("データベース"), textLiteral(database))};
@@ -228,15 +231,14 @@ std::vector<RelatedThing> readGrants(Session &session, const QString &database, 
               << QStringLiteral("select grantee, concat(privilege_type, '(', column_name, ')'), '列' from "
                                 "information_schema.column_privileges where ") +
                      isTable(database, table);
-    forRows(
+    return readThings(
         session,
         QStringLiteral("select grantee, place, group_concat(privilege_type order by privilege_type "
                        "separator ', ') from (%1) as granted group by grantee, place order by grantee")
             .arg(parts.join(QStringLiteral(" union all "))),
-        [&](const RecordSet &rows) {
-            things.push_back({Kind::Fact, rows.text(0), rows.text(1) + QStringLiteral(": ") + rows.text(2)});
+        [](const RecordSet &rows) {
+            return RelatedThing{Kind::Fact, rows.text(0), rows.text(1) + QStringLiteral(": ") + rows.text(2)};
         });
-    return things;
 }
 
 std::vector<RelatedThing> readNaming(Session &session, const QString &database, const QString &table)
