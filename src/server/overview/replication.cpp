@@ -5,6 +5,8 @@
 #include "core/sql/passwords.h"
 #include "server/overview/overviewreading.h"
 
+#include <map>
+
 namespace {
 
 // SHOW REPLICAS of a source that was started with show-replica-auth-info.
@@ -88,13 +90,27 @@ Overview::Answer readReplicas(Connection &connection)
     return answer;
 }
 
-// Galera tells of itself in its status, MySQL's groups in a table.
+// Galera tells of itself in its status, MySQL's groups in a table. MariaDB has the words of the former
+// without a cluster, too, and no provider then.
 Overview::Answer readCluster(Connection &connection)
 {
+    static const std::map<QString, QString> healthy{
+        {QStringLiteral("wsrep_ready"), QStringLiteral("ON")},
+        {QStringLiteral("wsrep_connected"), QStringLiteral("ON")},
+        {QStringLiteral("wsrep_cluster_status"), QStringLiteral("Primary")},
+        {QStringLiteral("wsrep_local_state_comment"), QStringLiteral("Synced")}};
     Overview::Answer answer;
+    bool hasProvider = false;
     for (RecordSet rows = connection.execute(QStringLiteral("show global status like 'wsrep\\_%'"));
-         !rows.isEof(); rows.moveNext())
-        answer.rows.push_back({rows.text(0), {QStringLiteral("Galera"), rows.text(0), rows.text(1)}});
+         !rows.isEof(); rows.moveNext()) {
+        const QString name = rows.text(0), value = rows.text(1);
+        hasProvider |= name == u"wsrep_provider_name" && !value.isEmpty();
+        const auto wanted = healthy.find(name);
+        const bool isMarked = wanted != healthy.end() && value != wanted->second;
+        answer.rows.push_back({name, {QStringLiteral("Galera"), name, value}, isMarked});
+    }
+    if (!hasProvider)
+        answer.rows.clear();
     const ServerInfo server = connection.server();
     if (!server.isMariaDb && server.number >= 50700)
         addAllFields(
