@@ -116,18 +116,21 @@ bool KeyedList::choose(const QString &key)
 
 QString KeyedList::chosenText() const
 {
-    QStringList lines, titles;
-    for (int column = 0; column < m_rows->columnCount(); ++column)
-        titles << m_rows->headerData(column, Qt::Horizontal, Qt::DisplayRole).toString();
-    lines << titles.join(u'\t');
-    for (const int row : chosenRows()) {
-        QStringList cells = m_rows->row(row).cells;
-        for (QString &cell : cells)
-            cell.replace(u'\t', u' ')
-                .replace(QStringLiteral("\r\n"), QStringLiteral(" "))
-                .replace(u'\n', u' ');
-        lines << cells.join(u'\t');
-    }
+    const auto line = [this](const auto &cell) {
+        QStringList cells;
+        for (int column = 0; column < m_rows->columnCount(); ++column)
+            if (!isColumnHidden(column))
+                cells << cell(column)
+                             .replace(u'\t', u' ')
+                             .replace(QStringLiteral("\r\n"), QStringLiteral(" "))
+                             .replace(u'\n', u' ');
+        return cells.join(u'\t');
+    };
+    QStringList lines{line([this](int column) {
+        return m_rows->headerData(column, Qt::Horizontal, Qt::DisplayRole).toString();
+    })};
+    for (const int row : chosenRows())
+        lines << line([this, row](int column) { return m_rows->row(row).cells[column]; });
     return lines.join(u'\n') + u'\n';
 }
 

@@ -23,7 +23,7 @@ public:
     // Goes there; false where it is not shown.
     bool choose(const QString &key);
     void setPlaceholderText(const QString &text);
-    // The chosen rows, whole values, with the titles.
+    // The chosen rows, whole values, with the titles; what is hidden is left out.
     QString chosenText() const;
     void copy() const;
 

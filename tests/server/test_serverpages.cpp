@@ -124,6 +124,9 @@ void ServerPagesTest::variablesAreSetAndReadBack()
     QCOMPARE(cell("variableList", "foreign_key_checks", 4), "");
 
     m_dialogue->agrees = true;
+    setVariable("max_error_count", VariableScope::Session, "-1"); // taken as 0, with a warning
+    QVERIFY2(label("variableNote").contains("→ 「0」\nTruncated incorrect max_error_count value"),
+             qPrintable(label("variableNote")));
     setVariable("sql_mode", VariableScope::Global, "no such mode");
     QVERIFY(label("variableNote").startsWith("サーバーが断りました。sql_mode の値は "));
     if (brand == TestServer::Brand::MySql9) {

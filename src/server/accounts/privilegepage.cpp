@@ -330,6 +330,7 @@ void PrivilegePage::setDefaultRoles()
 bool PrivilegePage::isAgreed(const QString &what, const AccountName &account,
                              const QStringList &statements) const
 {
+    m_note->clear(); // of what was done before
     const Session &settings = around().link.settings();
     if (!confirmsWriting(settings, around().dialogue))
         return false;

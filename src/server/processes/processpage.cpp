@@ -236,6 +236,7 @@ QString ProcessPage::question(Kill kill, const QStringList &ids) const
 
 void ProcessPage::kill(Kill kill)
 {
+    m_note->clear(); // of what was done before
     // As it is now: the list goes on being read while the box waits.
     const QStringList ids = targets(kill);
     const ProcessList list = m_list;

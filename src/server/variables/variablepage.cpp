@@ -147,7 +147,9 @@ QStringList VariablePage::row(const Variable &variable) const
             variable.global.value_or(QString()),
             variable.preset.value_or(QString()),
             marks.join(QStringLiteral("、")),
-            !other ? QStringLiteral("（ありません）") : other->global.value_or(QString())};
+            m_otherName.isEmpty() ? QString()
+            : !other              ? QStringLiteral("（ありません）")
+                                  : other->global.value_or(QString())};
 }
 
 void VariablePage::showRows()
@@ -200,6 +202,7 @@ void VariablePage::set()
 // What is shown as the old value is the one that the server has now.
 void VariablePage::prepare(const Variable &variable, VariableScope scope, const QString &statement)
 {
+    m_note->clear(); // of what was done before
     // A session that is one's own may be set, but not so that a read-only connection writes.
     const Session &settings = around().link.settings();
     const bool changesServer = scope != VariableScope::Session;
@@ -234,13 +237,14 @@ void VariablePage::send(const Variable &variable, VariableScope scope, const QSt
 {
     struct Result {
         std::optional<QString> after;
-        QString refusal;
+        QString refusal, warnings;
     };
     ask(
         [=, name = variable.name](Session &session) {
             Result result;
             try {
                 session.connection().execute(statement);
+                result.warnings = readWarnings(session.connection());
             } catch (const Failure &failure) {
                 if (failure.isConnectionLost() || failure.isInterrupted())
                     throw;
@@ -252,10 +256,13 @@ void VariablePage::send(const Variable &variable, VariableScope scope, const QSt
         [=, this, name = variable.name](const Result &result) {
             around().log->add({QDateTime::currentDateTime(), maskedPasswords(statement), 0, -1,
                                maskedPasswords(result.refusal)});
-            m_note->setText(result.refusal.isEmpty()
-                                ? QStringLiteral("%1: %2 → %3").arg(name, shown(before), shown(result.after))
-                                : QStringLiteral("サーバーが断りました。%1 の値は %2 です: %3")
-                                      .arg(name, shown(result.after), result.refusal));
+            const QString warnings = result.warnings.isEmpty() ? QString() : u'\n' + result.warnings;
+            m_note->setText(
+                result.refusal.isEmpty()
+                    ? QStringLiteral("%1: %2 → %3").arg(name, shown(before), shown(result.after)) +
+                          visibleText(warnings)
+                    : QStringLiteral("サーバーが断りました。%1 の値は %2 です: %3")
+                          .arg(name, shown(result.after), result.refusal));
             refresh();
         });
 }

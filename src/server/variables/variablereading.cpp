@@ -273,6 +273,15 @@ std::optional<QString> readVariable(Connection &connection, VariableScope scope,
     return rows.isEof() || rows.isNull(0) ? std::optional<QString>() : rows.text(0);
 }
 
+QString readWarnings(Connection &connection)
+{
+    QStringList lines; // MySQL 8 and 9 refuse to tell over ODBC
+    for (RecordSet rows = tried(connection, QStringLiteral("show warnings")); rows.isOpen() && !rows.isEof();
+         rows.moveNext())
+        lines << rows.text(QStringLiteral("message"));
+    return lines.join(u'\n');
+}
+
 QString exportText(const std::vector<const Variable *> &variables)
 {
     const auto cell = [](QString text) {

@@ -38,6 +38,9 @@ QString setVariableStatement(VariableScope scope, const VariableList &list, cons
                              const std::optional<QString> &value);
 // The whole value at the scope, as the server has it now; none where it has none.
 std::optional<QString> readVariable(Connection &connection, VariableScope scope, const QString &name);
+// What the server says of a value that it took, but not as it stood: "Truncated incorrect max_connections
+// value". Empty: nothing.
+QString readWarnings(Connection &connection);
 
 // The variables with all values, one a line, parted by TABs.
 QString exportText(const std::vector<const Variable *> &variables);
