@@ -47,6 +47,8 @@ void ConnectionAdviceTest::whatIsWrongIsExplained_data()
     row("user", "パスワードが違います", [](auto &profile) { profile.user = "nobody"; });
     row("port", "届きません", [](auto &profile) { profile.port = "1"; });
     row("name", "名前が見つかりません", [](auto &profile) { profile.server = "no-such-host.invalid"; });
+    row("options in the name", "「;」は使えません",
+        [](auto &profile) { profile.server = "127.0.0.1;local-infile=1"; });
     row("database", "データベースはありません", [](auto &profile) { profile.database = "none"; });
     row("no rights", "権限がありません", [](auto &profile) {
         profile.user = "plain";
