@@ -1,6 +1,7 @@
 #include "connections/connectionadvice.h"
 
 #include <QDir>
+#include <QFile>
 #include <QFileInfo>
 
 namespace {
@@ -51,12 +52,62 @@ constexpr Advice advices[] = {
     {2026, tlsRefused},
 };
 
-// The library names no file in its words.
-QString unreadable(const TlsOptions &tls)
+// What the library says of a connection that it will not encrypt.
+constexpr std::pair<const char *, QStringView> tlsAdvices[] = {
+    {"key values mismatch", u"「自分の証明書」と「自分の鍵」が組になっていません。"},
+    {"cipher match", u"「暗号スイート」の名前を、この機械の OpenSSL が知りません。"},
+    {"Fingerprint",
+     u"サーバーの証明書の指紋が、控えてあるものと違います。証明書が替わったのか、別のサーバーなのかを"
+     u"管理者に確かめてください。"},
+    {"self-signed certificate",
+     u"サーバーの証明書は、信じている認証局のものではありません。「認証局の証明書」を確かめてください。"},
+    {"unable to get local issuer",
+     u"サーバーの証明書は、信じている認証局のものではありません。「認証局の証明書」を確かめてください。"},
+    {"expired", u"サーバーの証明書の期限が切れています。管理者に更新を頼んでください。"},
+};
+
+QString whatIsWrongWith(const QString &path, bool isKey)
 {
-    for (const QString &path : {tls.authority, tls.authorityFolder, tls.certificate, tls.key})
-        if (!path.isEmpty() && !QFileInfo(path).isReadable())
-            return path;
+    constexpr qint64 most = 1024 * 1024;
+    QFile file(path);
+    if (QFileInfo(path).isDir() || !file.open(QIODevice::ReadOnly))
+        return QStringLiteral("ファイル「%1」を読めません。場所と、読む権限を確かめてください。");
+    const QByteArray bytes = file.read(most);
+    if (!bytes.contains(isKey ? "PRIVATE KEY-----" : "CERTIFICATE-----"))
+        return isKey ? QStringLiteral("ファイル「%1」に PEM の秘密鍵がありません。")
+                     : QStringLiteral("ファイル「%1」に PEM の証明書がありません。");
+    if (isKey && bytes.contains("ENCRYPTED"))
+        return QStringLiteral("鍵のファイル「%1」にはパスフレーズが掛かっています。"
+                              "掛かっていない鍵だけを使えます。");
+    return {};
+}
+
+// The library names no file in its words.
+QString whatIsWrongWithFiles(const TlsOptions &tls)
+{
+    const std::pair<QString, bool> files[] = {
+        {tls.authority, false}, {tls.certificate, false}, {tls.key, true}};
+    for (const auto &[path, isKey] : files)
+        if (const QString words = path.isEmpty() ? QString() : whatIsWrongWith(path, isKey); !words.isEmpty())
+            return words.arg(QDir::toNativeSeparators(path));
+    if (const QFileInfo folder(tls.authorityFolder);
+        !tls.authorityFolder.isEmpty() && !(folder.isDir() && folder.isReadable()))
+        return QStringLiteral("フォルダー「%1」を読めません。場所と、読む権限を確かめてください。")
+            .arg(QDir::toNativeSeparators(tls.authorityFolder));
+    // One file may hold both; named as either of them it serves for the other, too.
+    const QString both = tls.certificate.isEmpty() ? tls.key : tls.certificate;
+    if (tls.certificate.isEmpty() != tls.key.isEmpty() && !whatIsWrongWith(both, tls.key.isEmpty()).isEmpty())
+        return QStringLiteral("「自分の証明書」と「自分の鍵」は、両方を指定してください。");
+    return {};
+}
+
+QString tlsAdvice(const QString &words, const TlsOptions &tls)
+{
+    if (const QString wrong = whatIsWrongWithFiles(tls); !wrong.isEmpty())
+        return wrong;
+    for (const auto &[part, text] : tlsAdvices)
+        if (words.contains(QLatin1String(part)))
+            return text.toString();
     return {};
 }
 
@@ -65,11 +116,10 @@ QString unreadable(const TlsOptions &tls)
 QString connectionAdvice(const Failure &failure, const TlsOptions &tls)
 {
     if (failure.number() == 2026)
-        if (const QString path = unreadable(tls); !path.isEmpty())
-            return QStringLiteral("ファイル「%1」を読めません。場所と、読む権限を確かめてください。")
-                .arg(QDir::toNativeSeparators(path));
-    // The words of our own watch over the login, under the number of a connection that was cut.
-    if (failure.number() == 2013 && failure.description().contains(u"TLSに対応していない"))
+        if (const QString advice = tlsAdvice(failure.description(), tls); !advice.isEmpty())
+            return advice;
+    // The words of our own watch over the login, under the number of whatever came of that.
+    if (failure.description().contains(u"TLSに対応していない"))
         return QStringLiteral("「暗号化」の求め方か、サーバーの設定を変えてください。");
     for (const Advice &advice : advices)
         if (advice.number == failure.number())
