@@ -2,7 +2,7 @@
 #include "core/driver/sshtunnel.h"
 #include "core/session/basconnection.h"
 #include "core/session/connectionstring.h"
-#include "support/files.h"
+#include "support/certificates.h"
 #include "support/loopback.h"
 
 #include <QProcess>
@@ -22,6 +22,8 @@ private Q_SLOTS:
     void init();
     void cleanupTestCase();
     void statementsGoThroughOneTunnel();
+    void theServersCertificateIsVerifiedThroughIt_data();
+    void theServersCertificateIsVerifiedThroughIt();
     void whatGoesWrongIsSaid_data();
     void whatGoesWrongIsSaid();
     void aTunnelThatDiesIsMadeAnew();
@@ -99,7 +101,9 @@ void SshTunnelTest::initTestCase()
     m_user = getuid() == 0 ? "nobody" : qEnvironmentVariable("USER");
     makeKeys();
     startSshd();
-    m_server.emplace();
+    if (hasOpenssl())
+        makeCertificates(m_folder.path());
+    m_server.emplace(hasOpenssl() ? serverCertificateOptions(m_folder.path()) : QStringList());
     // The user's own settings, hosts and keys have no part in this.
     writeProgram("ssh", QStringLiteral("echo $$ >>%1/pids; exec %2 -F none -o UserKnownHostsFile=%1/known "
                                        "-o IdentitiesOnly=yes \"$@\"")
@@ -160,6 +164,32 @@ void SshTunnelTest::statementsGoThroughOneTunnel()
     QCOMPARE(valueOf(*second, "select substring_index(user(), '@', 1)"), "demo");
     QVERIFY(!namesLocalServer(first->connectionString()));
     QCOMPARE(processes().size(), 1);
+}
+
+void SshTunnelTest::theServersCertificateIsVerifiedThroughIt_data()
+{
+    const Rows<QString, QString, QString> row;
+    row("its name", "localhost", "ca", "");
+    row("another name for it", "127.0.0.1", "ca", "「サーバー」の名前 (127.0.0.1)");
+    row("another authority", "localhost", "other", "certificate");
+}
+
+// It is for the name that the other machine knows the server by, not for the tunnel's end here.
+void SshTunnelTest::theServersCertificateIsVerifiedThroughIt()
+{
+    if (!hasOpenssl())
+        QSKIP("openssl is not installed");
+    const auto [host, authority, refusal] = fetched<QString, QString, QString>();
+    const QString demands = withoutKey(string(), "server") + ";server=" + host +
+                            ";FORCETLS=1;SSLVERIFY=1;SSLCA=" + path(authority + ".pem");
+    const auto connection = through(demands);
+    if (refusal.isEmpty()) {
+        connection->open();
+        QVERIFY(connection->encryption().isVerified);
+    } else {
+        const Failure failure = errorOf([&] { connection->open(); });
+        QVERIFY2(failure.description().contains(refusal), qPrintable(failure.description()));
+    }
 }
 
 void SshTunnelTest::whatGoesWrongIsSaid_data()

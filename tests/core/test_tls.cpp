@@ -1,8 +1,6 @@
 #include "connectiontests.h"
-#include "support/files.h"
+#include "support/certificates.h"
 
-#include <QProcess>
-#include <QStandardPaths>
 #include <QTemporaryDir>
 
 #include <optional>
@@ -21,7 +19,6 @@ private Q_SLOTS:
 
 private:
     QString path(const char *file) const { return m_folder.filePath(QLatin1String(file)); }
-    void openssl(const QString &arguments);
     QString string(const QString &host, const QString &more,
                    const QString &user = QStringLiteral("demo")) const
     {
@@ -35,36 +32,17 @@ private:
     HookPump m_pump;
 };
 
-void TlsTest::openssl(const QString &arguments)
-{
-    QProcess process;
-    process.setWorkingDirectory(m_folder.path());
-    process.start("openssl", arguments.split(u' '));
-    QVERIFY2(process.waitForFinished() && process.exitCode() == 0,
-             process.readAllStandardError().constData());
-    if (arguments.contains("-fingerprint"))
-        m_fingerprint = QString::fromLatin1(process.readAll()).trimmed().section(u'=', 1);
-}
-
 void TlsTest::initTestCase()
 {
-    if (QStandardPaths::findExecutable("openssl").isEmpty())
+    if (!hasOpenssl())
         QSKIP("openssl is not installed");
-    writeFile(path("names"), "subjectAltName=DNS:localhost");
-    for (const char *authority : {"ca", "other"})
-        openssl(QStringLiteral(
-                    "req -x509 -newkey rsa:2048 -nodes -keyout %1.key -out %1.pem -days 2 -subj /CN=%1")
-                    .arg(QLatin1String(authority)));
-    for (const char *owner : {"server", "user"}) {
-        openssl(QStringLiteral("req -newkey rsa:2048 -nodes -keyout %1.key -out %1.csr -subj /CN=%1")
-                    .arg(QLatin1String(owner)));
-        openssl(QStringLiteral("x509 -req -in %1.csr -CA ca.pem -CAkey ca.key -CAcreateserial -days 2 "
-                               "-extfile names -out %1.pem")
-                    .arg(QLatin1String(owner)));
-    }
-    openssl("x509 -in server.pem -noout -fingerprint -sha1");
-    m_server.emplace(QStringList{"--ssl", "--ssl-ca=" + path("ca.pem"), "--ssl-cert=" + path("server.pem"),
-                                 "--ssl-key=" + path("server.key")});
+    makeCertificates(m_folder.path());
+    m_fingerprint =
+        QString::fromLatin1(openssl(m_folder.path(), "x509 -in server.pem -noout -fingerprint -sha1")
+                                .trimmed()
+                                .split('=')
+                                .last());
+    m_server.emplace(serverCertificateOptions(m_folder.path()));
     m_server->run("create user c identified by 'demo' require x509");
 }
 
