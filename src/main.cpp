@@ -10,13 +10,17 @@
 
 int main(int argc, char *argv[])
 {
+    // What Qt warns of would stand among the words of ssh, which the user reads.
+    const bool answersSsh = qEnvironmentVariableIsSet("TARNWELL_ASKPASS");
+    if (answersSsh)
+        qputenv("QT_LOGGING_RULES", "*.warning=false");
     QApplication application(argc, argv);
     QApplication::setApplicationName(QStringLiteral("Tarnwell"));
     QApplication::setApplicationVersion(QStringLiteral(TARNWELL_VERSION));
     QApplication::setDesktopFileName(QStringLiteral("org.tarnwell.Tarnwell"));
     applyProgramStyle();
 
-    if (qEnvironmentVariableIsSet("TARNWELL_ASKPASS"))
+    if (answersSsh)
         return answerSsh();
 
     WindowPump pump;

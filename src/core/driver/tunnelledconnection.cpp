@@ -135,7 +135,7 @@ void TunnelledConnection::open()
     m_pump.wait(tunnel->decided());
     m_isOpening = false;
     if (std::exchange(m_isCancelled, false))
-        throw interruptedError();
+        throw interruptedError(QStringLiteral("処理を中断しました。"));
     if (!tunnel->isUp())
         throw withSshWords(
             Failure(QStringLiteral("SSH トンネルを開けませんでした。"), 0, QStringLiteral("08001")), *tunnel);
