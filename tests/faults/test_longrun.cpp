@@ -79,8 +79,7 @@ const QStringList openers{"cmdExec",       "cmdCreateUser",    "cmdRestore", "cm
                           "openCsvImport", "showSurroundings", "showAlter",  "showOwnTable"};
 const QStringList windows{"frmSql",        "serverWindow", "connectionsWindow", "sheetWindow",
                           "historyWindow", "searchWindow", "diagramWindow",     "compareWindow",
-                          "dumpWindow",    "copyWindow",   "loadWindow",        "csvImportWindow",
-                          "alterWindow"};
+                          "dumpWindow",    "copyWindow",   "loadWindow",        "csvImportWindow"};
 
 bool isUsable(const QWidget &widget)
 {
