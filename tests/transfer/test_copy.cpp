@@ -277,7 +277,8 @@ void CopyTest::theWindowAsksForTheTarget()
     for (TestServer *server : {&source, &target})
         server->run("DROP DATABASE IF EXISTS d; CREATE DATABASE d; CREATE TABLE d.t(a INT PRIMARY KEY)");
     source.run("INSERT INTO d.t VALUES(1),(2)");
-    target.run("INSERT INTO d.t VALUES(3)");
+    target.run(
+        "INSERT INTO d.t VALUES(3); CREATE TABLE d.tarnwell_0123456789ab_new0(a INT)"); // of one killed
 
     Stage stage(Stage::Server::Real);
     stage.enter(nativeDriverName(), source.port(), "demo", "demo");
@@ -316,7 +317,9 @@ void CopyTest::theWindowAsksForTheTarget()
         QString("本番のサーバー「there」(127.0.0.1:%1) を変更します。\r\n続けますか？").arg(target.port()),
         QMessageBox::Ok);
     run(1);
-    QCOMPARE(told, "データベース「d」に 1 個のオブジェクト、2 行をコピーしました。");
+    QCOMPARE(told,
+             "データベース「d」に 1 個のオブジェクト、2 行をコピーしました。\n以前に途中で終わったコピーの"
+             "作業用のテーブルが残っています: tarnwell_0123456789ab_new0");
     QCOMPARE(target.run("SELECT a FROM d.t"), "1\n2\n");
     // The log of the program has the statements of both ends.
     QStringList logged;

@@ -217,11 +217,16 @@ QString copyObjects(Session &from, Session &to, const CopyOptions &options, cons
                 last = status;
                 report(status);
             });
+        const QStringList left = sink->staging().leftBehind();
         return QStringLiteral("データベース「%1」に %2 個のオブジェクト、%3 行をコピーしました。")
                    .arg(options.database)
                    .arg(done.objects)
                    .arg(done.rows) +
-               notesOf(done);
+               notesOf(done) +
+               (left.isEmpty()
+                    ? QString()
+                    : QStringLiteral("\n以前に途中で終わったコピーの作業用のテーブルが残っています: ") +
+                          left.join(QStringLiteral(", ")));
     } catch (const Failure &error) {
         throw Failure(error.description() + whatIsThere(last, hasBegun, sink), error.number(), error.state());
     }

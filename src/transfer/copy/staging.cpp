@@ -122,6 +122,13 @@ QStringList Staging::namesReferredTo()
                       .arg(quotedText(m_database), own.join(u',')));
 }
 
+QStringList Staging::leftBehind()
+{
+    return column(QStringLiteral("SELECT TABLE_NAME FROM information_schema.TABLES WHERE TABLE_SCHEMA=%1 AND "
+                                 "TABLE_NAME REGEXP '^tarnwell_[0-9a-f]{12}_(new|old)[0-9]+$' ORDER BY 1")
+                      .arg(quotedText(m_database)));
+}
+
 QStringList Staging::column(const QString &statement)
 {
     QStringList values;

@@ -22,6 +22,8 @@ public:
     // Throws Failure; giveUp() then says what there is.
     void changePlaces();
     bool hasChangedPlaces() const { return m_stage >= Stage::Changed; }
+    // Names of tables that a copy has left in the database which did not live to end.
+    QStringList leftBehind();
     // After a failure: drops what was made beside the old tables where those still have their places. In
     // words, what the target has then.
     QString giveUp();

@@ -90,8 +90,8 @@ void Import::readRows()
 void Import::tellNowAndThen()
 {
     constexpr qint64 rowsBetweenReports = 256;
-    if (const TransferStatus status = m_file->status(); status.rows % rowsBetweenReports == 0)
-        m_tell(status);
+    if (m_file->rows() % rowsBetweenReports == 0)
+        m_tell(m_file->status());
 }
 
 void Import::prepare()

@@ -147,14 +147,19 @@ bool CsvReader::readField(CsvField &field)
         for (int c = peek();; c = peek()) {
             if (c == atEnd)
                 throw Failure(QStringLiteral("%1 行目の「\"」が閉じていません。").arg(opened));
-            ++m_at;
             if (c == '"') {
+                ++m_at;
                 if (peek() != '"')
                     break;
+                field.text += '"';
                 ++m_at;
+                continue;
             }
-            m_line += c == '\n';
-            field.text += static_cast<char>(c);
+            const char *const begin = m_bytes.constData() + m_at;
+            const char *const stop = std::find(begin, m_bytes.constData() + m_bytes.size(), '"');
+            m_line += std::count(begin, stop, '\n');
+            field.text.append(begin, stop);
+            m_at += stop - begin;
         }
     }
     for (int c = peek(); c != atEnd; c = peek()) {

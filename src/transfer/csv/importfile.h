@@ -35,7 +35,8 @@ public:
 
     bool next(CsvRow &row);
     qint64 lastLine() const { return m_lastLine; } // of the row that was read last, whatever it was
-    TransferStatus status() const;
+    qint64 rows() const { return m_rows; }
+    TransferStatus status() const; // asks the system: not for every row
 
 private:
     CsvReader m_reader;

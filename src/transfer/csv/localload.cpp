@@ -19,17 +19,17 @@ LocalLoad::LocalLoad()
 
 void LocalLoad::addValue(std::string_view text)
 {
-    constexpr std::string_view special("\\\t\n\0", 4);
-    std::size_t from = 0;
+    const auto isSpecial = [](char c) { return c == '\\' || c == '\t' || c == '\n' || c == '\0'; };
     addField({});
-    for (std::size_t at = text.find_first_of(special); at != text.npos;
-         at = text.find_first_of(special, from)) {
-        m_rows += text.substr(from, at - from);
+    auto from = text.begin();
+    for (auto at = std::find_if(from, text.end(), isSpecial); at != text.end();
+         at = std::find_if(from, text.end(), isSpecial)) {
+        m_rows.append(from, at);
         m_rows += '\\';
-        m_rows += text[at] == '\0' ? '0' : text[at];
+        m_rows += *at == '\0' ? '0' : *at;
         from = at + 1;
     }
-    m_rows += text.substr(from);
+    m_rows.append(from, text.end());
 }
 
 void LocalLoad::addField(std::string_view text)
