@@ -95,7 +95,8 @@ void CompareTest::whatDoesNotCountIsNoDifference()
         "CREATE DATABASE r CHARACTER SET latin1;"
         "CREATE TABLE l.t (a VARCHAR(9), b INT) COMMENT='x'; CREATE TABLE r.t (a VARCHAR(9), b BIGINT);"
         "CREATE TABLE l.u (a VARCHAR(9)) ENGINE=MyISAM; CREATE TABLE r.u (a VARCHAR(9) CHARACTER SET ucs2);"
-        "CREATE DEFINER=x@y VIEW l.v AS SELECT 1 AS a; CREATE VIEW r.v AS SELECT 1 AS a");
+        "CREATE DEFINER=x@y VIEW l.v AS SELECT 1 AS a; CREATE VIEW r.v AS SELECT 1 AS a;"
+        "CREATE PROCEDURE l.made_alike() SELECT 1; CREATE PROCEDURE r.made_alike() SELECT 1");
     RealStage stage(server, nativeDriverName(), {});
     const DatabaseObjects l = read(stage.session.connection(), "l"),
                           r = read(stage.session.connection(), "r");
@@ -134,8 +135,14 @@ void CompareTest::aWindowShowsBothSidesAndMakesASheet()
     stage.click("startCompare");
     QTRY_VERIFY2(report.toPlainText().contains("失敗"), qPrintable(report.toPlainText()));
     QVERIFY(!stage.isEnabled("makeStatements"));
-
+    // So the databases cannot be listed either; with the right one, what is typed stays.
+    const auto &databases = *stage.control<QComboBox>("compareRightDatabase");
+    stage.click("listRightDatabases");
+    QTRY_VERIFY2(report.toPlainText().contains("Access denied"), qPrintable(report.toPlainText()));
     password = "demo"; // it is asked for once more
+    stage.click("listRightDatabases");
+    QTRY_VERIFY(databases.findText("l") >= 0);
+    QCOMPARE(databases.currentText(), "r");
     stage.click("startCompare");
     QTRY_COMPARE(list.topLevelItemCount(), 11);
     list.setCurrentItem(list.topLevelItem(2));

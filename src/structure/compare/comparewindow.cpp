@@ -3,9 +3,11 @@
 #include "controls/text/sqltextbox.h"
 #include "controls/window/building.h"
 #include "controls/window/desktopcolours.h"
+#include "controls/window/windowsize.h"
 #include "core/command/writing.h"
 #include "core/session/basconnection.h"
 #include "core/sql/statements.h"
+#include "structure/search/namesearch.h"
 
 #include <QCheckBox>
 #include <QComboBox>
@@ -105,8 +107,8 @@ CompareWindow::CompareWindow(Session &session, CompareServices services)
     : TransferWindow(session, "compareWindow", QStringLiteral("データベースの比較"), "startCompare")
     , m_services(std::move(services))
     , m_others(m_services.saved.all())
-    , m_left(makeSide("compareLeftConnection", "compareLeftDatabase"))
-    , m_right(makeSide("compareRightConnection", "compareRightDatabase"))
+    , m_left(makeSide("compareLeftConnection", "compareLeftDatabase", "listLeftDatabases"))
+    , m_right(makeSide("compareRightConnection", "compareRightDatabase", "listRightDatabases"))
     , m_characterSets(tick("compareCharacterSets", QStringLiteral("文字セットと照合順序"), true))
     , m_tableOptions(tick("compareTableOptions", QStringLiteral("テーブルのオプション"), true))
     , m_definers(tick("compareDefiners", QStringLiteral("DEFINER"), true))
@@ -123,19 +125,22 @@ CompareWindow::CompareWindow(Session &session, CompareServices services)
         connect(box, &QCheckBox::toggled, this, &CompareWindow::showObjects);
     connect(m_make, &QPushButton::clicked, this, &CompareWindow::makeStatements);
     m_make->setEnabled(false);
-    resize(1000, 760);
+    restoreSize(*this, m_session.gIniPath, sizeKey, standardSize);
 }
 
 CompareWindow::~CompareWindow() = default;
 
-CompareWindow::Side CompareWindow::makeSide(const char *connection, const char *database)
+CompareWindow::Side CompareWindow::makeSide(const char *connection, const char *database, const char *list)
 {
-    const Side side{made<QComboBox>(connection), made<QComboBox>(database)};
+    const Side side{made<QComboBox>(connection), made<QComboBox>(database),
+                    made<QPushButton>(list, QStringLiteral("一覧を読む"))};
+    side.list->setToolTip(QStringLiteral("この接続につないで、データベースの一覧を読みます"));
     side.connection->addItem(QStringLiteral("今の接続 (%1)").arg(serverName(m_session)));
     for (const ConnectionProfile &profile : m_others)
         side.connection->addItem(visibleName(profile.name));
     side.database->setEditable(true);
     connect(side.connection, &QComboBox::currentIndexChanged, this, [this, side] { offerDatabases(side); });
+    connect(side.list, &QPushButton::clicked, this, [this, side] { listDatabases(side); });
     offerDatabases(side);
     return side;
 }
@@ -149,10 +154,41 @@ const ConnectionProfile *CompareWindow::profile(const Side &side) const
 void CompareWindow::offerDatabases(const Side &side)
 {
     const ConnectionProfile *other = profile(side);
+    m_links.remove(side.database); // of another connection
+    side.list->setEnabled(other);
     side.database->clear();
     if (!other)
         side.database->addItems(m_services.databases);
     side.database->setEditText(other ? other->database : m_session.gDbName);
+}
+
+void CompareWindow::listDatabases(const Side &side)
+{
+    const std::unique_ptr<Session> session = sessionOf(side);
+    if (!session)
+        return;
+    auto link = std::make_shared<ServerLink>(*session);
+    m_links[side.database] = link;
+    side.list->setEnabled(false);
+    tell(QStringLiteral("データベースの一覧を読んでいます…"), false);
+    const auto end = [this, side](const QString &words, bool hasFailed) {
+        side.list->setEnabled(true);
+        tell(words, hasFailed);
+    };
+    link->ask(
+        *link, [](Session &own) { return searchableDatabases(own); },
+        [side, end](const QStringList &names) {
+            const QString typed = side.database->currentText();
+            side.database->clear();
+            side.database->addItems(names);
+            side.database->setEditText(typed);
+            end(QStringLiteral("%L1 個のデータベースから選べます。").arg(names.size()), false);
+        },
+        [this, side, end](const Failure &failure) {
+            if (const ConnectionProfile *other = profile(side))
+                m_passwords.remove(other->id); // it may be the wrong one
+            end(failure.description(), true);
+        });
 }
 
 void CompareWindow::buildForm()
@@ -162,10 +198,14 @@ void CompareWindow::buildForm()
          {std::pair{QStringLiteral("左"), m_left}, {QStringLiteral("右"), m_right}}) {
         auto *group = new QGroupBox(title);
         auto *rows = new QFormLayout(group);
-        side.connection->setAccessibleName(title + QStringLiteral("の接続"));
+        side.connection->setAccessibleDescription(title + QStringLiteral("の接続"));
         side.database->setAccessibleName(title + QStringLiteral("のデータベース"));
         rows->addRow(QStringLiteral("接続"), side.connection);
-        rows->addRow(QStringLiteral("データベース"), side.database);
+        side.list->setAccessibleName(title + QStringLiteral("のデータベースの一覧を読む"));
+        auto *databases = new QHBoxLayout;
+        databases->addWidget(side.database, 1);
+        databases->addWidget(side.list);
+        rows->addRow(QStringLiteral("データベース"), databases);
         sides->addWidget(group, 1);
     }
     auto *counts = new QHBoxLayout;
@@ -189,7 +229,7 @@ void CompareWindow::buildForm()
     both->setStretchFactor(1, 1);
 
     m_direction->addItems({QStringLiteral("右を左と同じにする"), QStringLiteral("左を右と同じにする")});
-    m_direction->setAccessibleName(QStringLiteral("文の向き"));
+    m_direction->setAccessibleDescription(QStringLiteral("文の向き"));
     m_make->setToolTip(QStringLiteral("印を付けたものの文を、SQLシートに入れます。実行はしません"));
     auto *making = new QHBoxLayout;
     making->addWidget(m_direction);
@@ -275,6 +315,9 @@ void CompareWindow::showObjects()
         m_list->resizeColumnToContents(column);
     m_make->setEnabled(!m_objects.empty());
     QStringList words = m_read->left.unreadable + m_read->right.unreadable;
+    if (m_characterSets->isChecked() && m_read->left.collation != m_read->right.collation)
+        words << QStringLiteral("データベースの既定の照合順序が違います: 左 %1、右 %2 (文は作りません)")
+                     .arg(m_read->left.collation, m_read->right.collation);
     words.prepend(m_objects.empty() ? QStringLiteral("違いはありません。(左 %1、右 %2)")
                                           .arg(m_read->left.objects.size())
                                           .arg(m_read->right.objects.size())
@@ -301,6 +344,12 @@ void CompareWindow::markDifferences()
     const QStringList left = linesOf(*m_leftText), right = linesOf(*m_rightText);
     mark(*m_leftText, left, right);
     mark(*m_rightText, right, left);
+}
+
+void CompareWindow::closeEvent(QCloseEvent *event)
+{
+    keepSize(*this, m_session.gIniPath, sizeKey, standardSize);
+    TransferWindow::closeEvent(event);
 }
 
 void CompareWindow::changeEvent(QEvent *event)

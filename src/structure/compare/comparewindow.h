@@ -1,6 +1,7 @@
 #pragma once
 
 #include "controls/dialogue/savedconnections.h"
+#include "core/session/serverlink.h"
 #include "structure/compare/databasecompare.h"
 #include "transfer/transferwindow.h"
 
@@ -32,15 +33,21 @@ protected:
     void start() override;
     void ended(bool hasFailed) override;
     void changeEvent(QEvent *event) override;
+    void closeEvent(QCloseEvent *event) override;
 
 private:
+    static inline const QString sizeKey = QStringLiteral("compare");
+    static constexpr QSize standardSize{900, 720};
+
     // One of the two: which connection, and which database.
     struct Side {
         QComboBox *connection, *database;
+        QPushButton *list; // reads which databases another server has
     };
-    Side makeSide(const char *connection, const char *database);
+    Side makeSide(const char *connection, const char *database, const char *list);
     void buildForm();
     void offerDatabases(const Side &side);
+    void listDatabases(const Side &side);
     const ConnectionProfile *profile(const Side &side) const; // null: the session's own connection
     std::unique_ptr<Session> sessionOf(const Side &side);
     CompareOptions options() const;
@@ -51,8 +58,9 @@ private:
     void makeStatements();
 
     CompareServices m_services;
-    const std::vector<ConnectionProfile> m_others; // that are saved
-    QMap<QString, QString> m_passwords;            // by the connection's id
+    const std::vector<ConnectionProfile> m_others;          // that are saved
+    QMap<QString, QString> m_passwords;                     // by the connection's id
+    QMap<QComboBox *, std::shared_ptr<ServerLink>> m_links; // that read the databases for a box
     Side m_left, m_right;
     QCheckBox *m_characterSets, *m_tableOptions, *m_definers;
     QTreeWidget *m_list;

@@ -10,17 +10,22 @@
 
 namespace {
 
-bool isSameObject(const DumpObject &left, const DumpObject &right, const CompareOptions &options)
+// A routine made again takes the default of the database that it comes into: this is no difference of its
+// own.
+bool isSameObject(const DumpObject &left, const QString &leftDefault, const DumpObject &right,
+                  const QString &rightDefault, const CompareOptions &options)
 {
-    const auto plain = [&](const DumpObject &object) {
+    const auto plain = [&](const DumpObject &object, const QString &databaseDefault) {
         ObjectDefinition definition = object.definition;
+        if (definition.databaseCollation == databaseDefault)
+            definition.databaseCollation.clear();
         if (!options.hasDefiners)
             definition.text = withoutDefiner(definition.text, readingMode(definition.sqlMode));
         if (!options.hasCharacterSets)
             definition.characterSet = definition.collation = definition.databaseCollation = QString();
         return definition;
     };
-    return plain(left) == plain(right);
+    return plain(left, leftDefault) == plain(right, rightDefault);
 }
 
 QStringList tableDifferences(const DumpObject &left, const DumpObject &right, const CompareOptions &options)
@@ -47,6 +52,8 @@ DatabaseObjects readDatabase(Connection &connection, const QString &database, co
     // Other names and quotes than these cannot be told apart.
     connection.execute(setStatement(exactVariables(read.info)));
     connection.execute(useStatement(database));
+    if (RecordSet rows = connection.execute(QStringLiteral("SELECT @@collation_database")); !rows.isEof())
+        read.collation = rows.text(0);
     DumpOptions options;
     options.database = database;
     TransferStatus status;
@@ -89,7 +96,8 @@ std::vector<ComparedObject> compare(const DatabaseObjects &left, const DatabaseO
         const DumpObject &same = *other->second;
         const bool isTable = object.kind == DumpKind::Table;
         const QStringList lines = isTable ? tableDifferences(object, same, options) : QStringList();
-        if (isTable ? !lines.isEmpty() : !isSameObject(object, same, options))
+        if (isTable ? !lines.isEmpty()
+                    : !isSameObject(object, left.collation, same, right.collation, options))
             found.push_back({Where::Differs, object.kind, object.keyword, object.name, object, same, lines});
         others.erase(other);
     }

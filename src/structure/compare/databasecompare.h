@@ -18,6 +18,7 @@ struct CompareOptions {
 struct DatabaseObjects {
     QString server; // for the user
     QString database;
+    QString collation; // its default
     ServerInfo info;
     std::vector<DumpObject> objects;
     QStringList unreadable; // with the server's words
