@@ -25,7 +25,8 @@
 
 namespace {
 
-constexpr std::chrono::milliseconds pauseInTyping(200);
+// What runs is stopped by the next search, which takes the server a while: then more letters are waited for.
+constexpr std::chrono::milliseconds pauseInTyping(40), pauseWhileSearching(200);
 
 } // namespace
 
@@ -75,7 +76,7 @@ void SearchWindow::buildLayout()
     m_text->setPlaceholderText(QStringLiteral("探す文字"));
     m_text->setAccessibleName(m_text->placeholderText());
     m_text->setClearButtonEnabled(true);
-    m_databases->setAccessibleName(QStringLiteral("探すデータベース"));
+    m_databases->setAccessibleDescription(QStringLiteral("探すデータベース"));
     m_databases->addItem(QStringLiteral("すべて (システムを除く)"));
     m_databases->setSizeAdjustPolicy(QComboBox::AdjustToContents);
     m_tables->setAccessibleName(QStringLiteral("値を探すテーブル"));
@@ -123,7 +124,6 @@ void SearchWindow::buildLayout()
 void SearchWindow::connectControls()
 {
     m_pause->setSingleShot(true);
-    m_pause->setInterval(pauseInTyping);
     connect(m_pause, &QTimer::timeout, this, &SearchWindow::start);
     connect(m_text, &QLineEdit::textChanged, this, &SearchWindow::type);
     connect(m_text, &QLineEdit::returnPressed, this, &SearchWindow::start);
@@ -239,7 +239,7 @@ void SearchWindow::type()
 {
     if (isOfValues())
         return end(database().isEmpty() ? QStringLiteral("値を探すデータベースを選んで下さい。") : QString());
-    m_pause->start();
+    m_pause->start(isSearching() ? pauseWhileSearching : pauseInTyping);
 }
 
 void SearchWindow::start()
