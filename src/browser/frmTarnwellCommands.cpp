@@ -39,7 +39,7 @@ std::span<const frmTarnwell::WindowCommand> frmTarnwell::windowCommands()
           Needs::Connection | Needs::MayWrite},
          &W::applyDefinition},
         {{"showAlter", u"ALTER文を表示", "Ctrl+Shift+S", Menu::Table, Needs::Table}, &W::showAlter},
-        {{"openCompare", u"データベースの比較...", "", Menu::Database, Needs::Databases},
+        {{"openCompare", u"データベースの比較...", "Ctrl+Shift+K", Menu::Database, Needs::Databases},
          &W::openCompare},
         {{"showOwnTable", u"サーバーの定義", "", Menu::Table, Needs::Table}, &W::showOwnTable},
         {{"showOwnRoutine", u"ﾙｰﾁﾝのサーバーの定義", "", Menu::Table, Needs::Routine}, &W::showOwnRoutine},

@@ -75,7 +75,8 @@ void frmTarnwell::showAlter()
         return;
     if (request->to.name != request->from.name) {
         reload(Reload::Objects);
-    } else {
+    } else if (!window.report().isUnchanged) { // else the edited text stays, to be mended
+
         keepEdits(true, false);
         runAlone(m_controls.lstTables, QStringLiteral("一覧の読み込み"), [this] {
             const BusyPointer busy(m_dialogue);

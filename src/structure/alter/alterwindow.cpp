@@ -10,6 +10,7 @@
 #include <QLabel>
 #include <QPlainTextEdit>
 #include <QPushButton>
+#include <QScreen>
 
 namespace {
 
@@ -68,7 +69,7 @@ AlterWindow::AlterWindow(Session &session, AlterRequest request, Propose propose
     setStopsRunningCommand(m_close, true);
     showRunning(false);
     showStatement();
-    resize(760, 560);
+    resize(QSize(760, 560).boundedTo(screen()->availableSize()));
     if (m_names.empty())
         m_text->setFocus();
     else
