@@ -7,6 +7,10 @@
 #include "inout/frmInOut.h"
 #include "maintenance/backup/frmRestore.h"
 #include "maintenance/frmCreateDB.h"
+#include "structure/alter/alterwindow.h"
+#include "structure/compare/comparewindow.h"
+#include "structure/diagram/diagramwindow.h"
+#include "structure/search/searchwindow.h"
 #include "support/gui/stage.h"
 #include "users/frmUserAdd.h"
 
@@ -41,6 +45,13 @@ QWidget *inOut(WindowStage &stage, const char *direction)
     QWidget &window = stage.open(new frmInOut(stage.session, "[TABLE]\tt", nullptr, stage.dialogue));
     press(window, {direction});
     return &window;
+}
+
+// It would go with its closing.
+QWidget &lasting(WindowStage &stage, QWidget *window)
+{
+    window->setAttribute(Qt::WA_DeleteOnClose, false);
+    return stage.open(window);
 }
 
 // Every window, in each state that shows other controls.
@@ -79,6 +90,22 @@ QMap<QByteArray, Open> scenes()
         viewer->setAttribute(Qt::WA_DeleteOnClose, false);
         viewer->showValue({"a"}, {"x"}, 1);
         return &stage.open(viewer);
+    };
+    all["search"] = [](WindowStage &stage) { return &lasting(stage, new SearchWindow(stage.session)); };
+    all["picture"] = [](WindowStage &stage) {
+        return &lasting(stage, new DiagramWindow(stage.session, "d", "t"));
+    };
+    all["comparison"] = [](WindowStage &stage) {
+        return &lasting(stage, new CompareWindow(stage.session, {}));
+    };
+    all["alter"] = [](WindowStage &stage) {
+        const AlterRequest request{{"d", "t", {}, {}},
+                                   {},
+                                   {},
+                                   tableDefinition("CREATE TABLE `t` (\n  `a` int\n)", {}),
+                                   tableDefinition("CREATE TABLE `t` (\n  `b` int\n)", {}),
+                                   {}};
+        return &stage.open(new AlterWindow(stage.session, request, {}, nullptr));
     };
     return all;
 }
@@ -228,6 +255,8 @@ void WindowsTest::enterAndEscapeEndDialogs_data()
                                        {"create database", "cmdOk"},
                                        {"out", "cmdOut"},
                                        {"in", ""},
+                                       {"comparison", ""},
+                                       {"alter", ""},
                                        {"users, new", ""}})
         QTest::newRow(name) << scenes().value(name) << QLatin1String(button).toString();
 }

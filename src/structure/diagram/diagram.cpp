@@ -1,5 +1,6 @@
 #include "structure/diagram/diagram.h"
 
+#include "core/sql/listitem.h"
 #include "structure/search/searchtext.h"
 
 #include <QXmlStreamWriter>
@@ -186,7 +187,7 @@ QByteArray svgOf(const PlacedDiagram &diagram, double line)
             path += QStringLiteral(" %1 %2").arg(link.curve[i].x()).arg(link.curve[i].y());
         svg.writeStartElement(QStringLiteral("path"));
         with({{"d", path}, {"fill", QStringLiteral("none")}, {"stroke", QStringLiteral("#666")}});
-        svg.writeTextElement(QStringLiteral("title"), link.name);
+        svg.writeTextElement(QStringLiteral("title"), visibleName(link.name));
         svg.writeEndElement();
         svg.writeEmptyElement(QStringLiteral("circle"));
         with({{"cx", number(link.curve.last().x())},
@@ -210,7 +211,7 @@ QByteArray svgOf(const PlacedDiagram &diagram, double line)
                 svg.writeAttribute(QStringLiteral("font-weight"), QStringLiteral("bold"));
             else if (table.keys.contains(text))
                 svg.writeAttribute(QStringLiteral("text-decoration"), QStringLiteral("underline"));
-            svg.writeCharacters(text);
+            svg.writeCharacters(visibleName(text)); // no control characters, which no XML can hold
             svg.writeEndElement();
             y += line;
         }

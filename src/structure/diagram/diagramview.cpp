@@ -1,7 +1,9 @@
 #include "structure/diagram/diagramview.h"
 
 #include "controls/window/building.h"
+#include "core/sql/listitem.h"
 
+#include <QAccessibleWidget>
 #include <QGraphicsPathItem>
 #include <QGraphicsRectItem>
 #include <QKeyEvent>
@@ -16,11 +18,18 @@ constexpr double margin = 6, smallest = 0.05, largest = 8;
 
 void addText(QGraphicsItem &box, const QString &text, const QFont &font, const QColor &colour, double y)
 {
-    auto *item = new QGraphicsSimpleTextItem(text, &box);
+    auto *item = new QGraphicsSimpleTextItem(visibleName(text), &box);
     item->setFont(font);
     item->setBrush(colour);
     item->setPos(box.boundingRect().x() + margin, y);
     item->setAcceptedMouseButtons(Qt::NoButton);
+}
+
+// Views of scenes have no role of their own that a screen reader could tell.
+QAccessibleInterface *accessible(const QString &, QObject *object)
+{
+    auto *view = qobject_cast<DiagramView *>(object);
+    return view ? new QAccessibleWidget(view, QAccessible::Graphic, view->accessibleName()) : nullptr;
 }
 
 } // namespace
@@ -28,6 +37,7 @@ void addText(QGraphicsItem &box, const QString &text, const QFont &font, const Q
 DiagramView::DiagramView(const char *name)
 {
     setObjectName(QLatin1String(name));
+    QAccessible::installFactory(accessible); // before anybody asks for it
     setAccessibleName(QStringLiteral("テーブルの図"));
     setScene(new QGraphicsScene(this));
     setRenderHint(QPainter::Antialiasing);

@@ -101,6 +101,8 @@ void DiagramWindow::connectControls()
     connect(m_save, &QPushButton::clicked, this, &DiagramWindow::save);
     connect(&m_dot, &QProcess::finished, this, &DiagramWindow::takeLayout);
     connect(&m_dot, &QProcess::errorOccurred, this, &DiagramWindow::tellMissing);
+    connect(m_tables, &QListWidget::itemActivated, this,
+            [this](const QListWidgetItem *item) { Q_EMIT opened(m_database, item->text()); });
     connect(m_view, &DiagramView::opened, this, [this](const QString &table) {
         const auto dot = table.indexOf(u'.');
         if (m_tables->findItems(table, Qt::MatchExactly).isEmpty() && dot > 0)
