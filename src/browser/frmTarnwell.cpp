@@ -71,6 +71,8 @@ frmTarnwell::frmTarnwell(Session &session)
     // From the event loop: the windows that ran something are still on the stack.
     connect(&session.runner, &Runner::idle, this, &frmTarnwell::comeBackWhenIdle, Qt::QueuedConnection);
     connect(&session.runner, &Runner::started, this, [this] { m_hasTriedToComeBack = false; });
+    // Who has given up a server that does not answer shall not find the window waiting for it again.
+    connect(&session.runner, &Runner::stopWanted, this, [this] { m_hasTriedToComeBack = true; });
     session.comeBack = [this] { comeBack(); };
     connect(new WindowActivation(this), &WindowActivation::activated, this,
             [this] { m_panel.chooseSaved(); });

@@ -137,7 +137,7 @@ private:
     CommandMenus m_menus;
     QPointer<frmSql> m_console;
     bool m_keepsPassword = false;      // the asked one, in the key store, once it has proven right
-    bool m_hasTriedToComeBack = false; // since something ran last
+    bool m_hasTriedToComeBack = false; // or given it up, since something ran last
     KeepAlive *m_keepAlive = nullptr;
     ServerStrips *m_strips = nullptr; // made for the first saved connection
     SheetRoom m_sheets;

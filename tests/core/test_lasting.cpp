@@ -1,4 +1,5 @@
 #include "connectiontests.h"
+#include "core/command/doubt.h"
 #include "core/session/basconnection.h"
 #include "core/session/lastingconnection.h"
 #include "core/sql/sessionstate.h"
@@ -13,24 +14,24 @@ private Q_SLOTS:
     void statementsLeaveTheirTraces();
     void onlyHarmlessReadingIsRepeated_data();
     void onlyHarmlessReadingIsRepeated();
-    void readingGoesOnOverANewConnection_data() { addBothConnections(); }
+    void readingGoesOnOverANewConnection_data() { TestServers::addConnectionRows(); }
     void readingGoesOnOverANewConnection();
+    void whatDiesWithTheSessionIsSaid_data();
+    void whatDiesWithTheSessionIsSaid();
     void whatMayHaveBeenDoneIsNotRepeated();
     void anotherServerIsNoSubstitute();
-    void aReadOnlyConnectionStaysOne_data() { addBothConnections(); }
+    void aFailedAttemptAnswersForTheNextOne();
+    void aReadOnlyConnectionStaysOne_data() { TestServers::addConnectionRows(); }
     void aReadOnlyConnectionStaysOne();
 
 private:
+    static constexpr int refusedInReadOnly = 1792;
     static Reply lost() { return Reply::failure("MySQL server has gone away", 2006); }
-    void useServer()
-    {
-        if (!m_server)
-            m_server.emplace();
-    }
+    void useServer(TestServer::Brand brand = TestServer::Brand::MariaDb) { m_server = &m_servers.of(brand); }
     std::unique_ptr<Connection> openedByServer(const QString &more = {})
     {
         m_session.connectBy(lasting(createConnection), m_pump);
-        QFETCH(bool, isBuiltIn);
+        QFETCH(const bool, isBuiltIn);
         auto connection = m_session.makeConnection(m_server->connectionString(isBuiltIn) + more);
         connection->open();
         return connection;
@@ -51,8 +52,16 @@ private:
     Session m_session;
     Script m_script;
     HookPump m_pump;
-    std::optional<TestServer> m_server;
+    TestServers m_servers{
+        {}, [](TestServer &server) { server.run("create database d; create table d.t (a int)"); }};
+    TestServer *m_server = nullptr;
 };
+
+// What every statement counts on.
+const QString surroundings =
+    "select concat_ws('|', database(), @@sql_mode, @@autocommit, @@character_set_client, "
+    "@@character_set_connection, @@character_set_results, @@collation_connection, @@sql_auto_is_null, "
+    "@@time_zone, @@sql_safe_updates)";
 
 void LastingTest::statementsLeaveTheirTraces_data()
 {
@@ -117,20 +126,50 @@ void LastingTest::onlyHarmlessReadingIsRepeated()
 
 void LastingTest::readingGoesOnOverANewConnection()
 {
-    useServer();
-    m_server->run("create database if not exists d");
+    QFETCH(const TestServer::Brand, brand);
+    SKIP_WITHOUT(brand);
+    useServer(brand);
     const auto connection = openedByServer();
     connection->execute("use d");
+    const QString before = valueOf(*connection, surroundings);
     drop(*connection);
-    QCOMPARE(valueOf(*connection, "select database()"), "d");
+    QCOMPARE(valueOf(*connection, "show tables"), "t");
+    QCOMPARE(valueOf(*connection, surroundings), before);
+}
 
-    connection->execute("set @kept = 5");
+void LastingTest::whatDiesWithTheSessionIsSaid_data()
+{
+    TestServers::addConnectionRows();
+}
+
+void LastingTest::whatDiesWithTheSessionIsSaid()
+{
+    QFETCH(const TestServer::Brand, brand);
+    SKIP_WITHOUT(brand);
+    useServer(brand);
+    QFETCH(const bool, isBuiltIn);
+    const auto connection = openedByServer();
+    connection->execute("use d");
+    const QString before = valueOf(*connection, surroundings);
+    for (const char *leaving : {"set @kept = 5", "create temporary table x (a int)",
+                                "select get_lock('a', 1)", "start transaction"})
+        connection->execute(leaving);
+    connection->execute("insert into t values (1)");
     drop(*connection);
     const Failure failure = errorOf([&] { connection->execute("select 1"); });
     QVERIFY(failure.isConnectionLost());
-    QVERIFY2(failure.description().endsWith("\n接続とともに失われました: ユーザー変数"),
+    QVERIFY2(failure.description().endsWith(
+                 "\n接続とともに失われました: トランザクション、ロック、一時テーブル、ユーザー変数"),
              qPrintable(failure.description()));
     QVERIFY(!connection->isOpen());
+
+    m_session.gDbName = "d";
+    m_session.gDsn = m_server->connectionString(isBuiltIn);
+    reconnect(m_session);
+    QCOMPARE(valueOf(*m_session.gCn, surroundings), before);
+    QCOMPARE(valueOf(*m_session.gCn, "select count(*) from t"), "0");
+    m_session.gCn->close();
+    m_session.gCn.reset();
 }
 
 void LastingTest::whatMayHaveBeenDoneIsNotRepeated()
@@ -156,8 +195,8 @@ void LastingTest::anotherServerIsNoSubstitute()
     m_script.once("show tables", lost());
     QVERIFY(errorOf([&] { connection->execute("show tables"); }).isConnectionLost());
     QVERIFY(!connection->isOpen());
-    // Nor for who connects again as long as the lost one is not closed.
-    const auto another = m_session.makeConnection("server=a");
+    // Nor for who connects again as long as the lost one is not closed, with the database chosen meanwhile.
+    const auto another = m_session.makeConnection("server=a;database=d");
     m_script.once(place, Reply::table({"a"}, {{"two"}}));
     QVERIFY(errorOf([&] { another->open(); }).description().contains("別のサーバー"));
     connection->close();
@@ -165,11 +204,24 @@ void LastingTest::anotherServerIsNoSubstitute()
     another->execute("show tables");
 }
 
+// A host that is silent costs a whole timeout each time.
+void LastingTest::aFailedAttemptAnswersForTheNextOne()
+{
+    const auto connection = openedByScript();
+    m_script.once("show tables", lost());
+    m_script.whyUnreachable = Failure("silent", 2013);
+    QVERIFY(errorOf([&] { connection->execute("show tables"); }).isConnectionLost());
+    m_script.whyUnreachable.reset();
+    const auto another = m_session.makeConnection("server=a;database=d");
+    QCOMPARE(errorOf([&] { another->open(); }).description(), "silent");
+    another->open();
+}
+
 void LastingTest::aReadOnlyConnectionStaysOne()
 {
-    useServer();
-    m_server->run("create database if not exists d; create table if not exists d.t (a int)");
-    constexpr int refusedInReadOnly = 1792;
+    QFETCH(const TestServer::Brand, brand);
+    SKIP_WITHOUT(brand);
+    useServer(brand);
     const auto connection = openedByServer(";READONLY=1");
     for (int i = 0; i < 2; ++i) {
         QCOMPARE(errorOf([&] { connection->execute("insert into d.t values (1)"); }).number(),

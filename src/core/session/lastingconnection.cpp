@@ -7,6 +7,7 @@
 #include "core/sql/sessionstate.h"
 #include "core/sql/statementlog.h"
 
+#include <chrono>
 #include <map>
 #include <mutex>
 #include <optional>
@@ -18,39 +19,55 @@ const QString readOnlyKey = QStringLiteral("readonly");
 
 const QString readOnlySession = QStringLiteral("SET SESSION TRANSACTION READ ONLY");
 
-// Where the connections that were lost had led, by their strings: who comes back is to reach the same, as
+// Where the connections that were lost had led, by their ways: who comes back is to reach the same, as
 // long as the lost one is not closed. Several threads have connections of one factory.
 class LostPlaces {
 public:
-    void add(const QString &string, const ServerPlace &place, const Connection *lost)
+    void add(const QString &way, const ServerPlace &place, const Connection *lost)
     {
         const std::lock_guard lock(m_mutex);
-        m_places[string] = {place, lost};
+        m_places[way] = {place, lost};
     }
-    std::optional<ServerPlace> find(const QString &string) const
+    std::optional<ServerPlace> find(const QString &way) const
     {
         const std::lock_guard lock(m_mutex);
-        const auto found = m_places.find(string);
+        const auto found = m_places.find(way);
         return found == m_places.end() ? std::nullopt : std::optional(found->second.place);
-    }
-    void forget(const QString &string)
-    {
-        const std::lock_guard lock(m_mutex);
-        m_places.erase(string);
     }
     void forget(const Connection *lost)
     {
         const std::lock_guard lock(m_mutex);
         std::erase_if(m_places, [lost](const auto &each) { return each.second.lost == lost; });
     }
+    void addRefusal(const QString &way, const Failure &failure)
+    {
+        const std::lock_guard lock(m_mutex);
+        m_refusals.insert_or_assign(way, Refusal{failure, std::chrono::steady_clock::now()});
+    }
+    // Who tries again right behind a failed attempt is told what came of that one, once: a host that is
+    // silent costs a whole timeout each time.
+    std::optional<Failure> takeRefusal(const QString &way)
+    {
+        constexpr std::chrono::seconds moment{1};
+        const std::lock_guard lock(m_mutex);
+        const auto refusal = m_refusals.extract(way);
+        return refusal && std::chrono::steady_clock::now() - refusal.mapped().time < moment
+                   ? std::optional(refusal.mapped().failure)
+                   : std::nullopt;
+    }
 
 private:
+    struct Refusal {
+        Failure failure;
+        std::chrono::steady_clock::time_point time;
+    };
     struct Place {
         ServerPlace place;
         const Connection *lost;
     };
     mutable std::mutex m_mutex;
     std::map<QString, Place> m_places;
+    std::map<QString, Refusal> m_refusals;
 };
 
 class LastingConnection : public Connection, public BatchSender, public LocalSender, public LogsItself {
@@ -59,6 +76,7 @@ public:
         : m_given(std::move(string))
         , m_isReadOnly(ConnectionString(m_given).value(readOnlyKey) == u"1")
         , m_string(m_isReadOnly ? withoutKey(m_given, readOnlyKey) : m_given)
+        , m_way(withoutKey(m_string, QStringLiteral("database")))
         , m_factory(std::move(factory))
         , m_lostPlaces(std::move(lostPlaces))
     {
@@ -115,6 +133,7 @@ private:
     const QString m_given;
     bool m_isReadOnly;
     const QString m_string;
+    const QString m_way; // to the server, whatever database is chosen there
     ConnectionFactory m_factory;
     const std::shared_ptr<LostPlaces> m_lostPlaces;
     std::shared_ptr<Connection> m_inner; // an event may replace it while a statement waits
@@ -144,6 +163,8 @@ bool isSame(const ServerPlace &left, const ServerPlace &right)
 
 void LastingConnection::open()
 {
+    if (const std::optional<Failure> refusal = m_lostPlaces->takeRefusal(m_way))
+        throw Failure(*refusal);
     m_isCancelled = m_isClosed = m_hasScript = false;
     m_inner = m_factory(m_string);
     m_inner->open();
@@ -162,12 +183,12 @@ void LastingConnection::open()
 void LastingConnection::requireSamePlace()
 {
     m_place = knownPlace(*m_inner);
-    const std::optional<ServerPlace> before = m_lostPlaces->find(m_given);
+    const std::optional<ServerPlace> before = m_lostPlaces->find(m_way);
     if (before && !isSame(*before, m_place))
         throw Failure(QStringLiteral("再接続先は別のサーバーです(%1)。元のサーバー: %2"
                                      "\nこのサーバーで続けるには、切断してから接続して下さい。")
                           .arg(m_place.server, before->server));
-    m_lostPlaces->forget(m_given);
+    m_lostPlaces->forget(this); // it is back itself; another one that is lost may still be to come
 }
 
 RecordSet LastingConnection::execute(const QString &statement)
@@ -216,14 +237,16 @@ RecordSet LastingConnection::sent(const QString &statement, const Send &send)
     } catch (const Failure &failure) {
         if (!failure.isConnectionLost() || state.use_count() == 1 || m_isClosed)
             throw;
-        m_lostPlaces->add(m_given, m_place, this);
+        m_lostPlaces->add(m_way, m_place, this);
         const bool onlyReads = canBeRepeated(statement);
         if (m_isCancelled || m_hasScript || !state->held().isEmpty() || !onlyReads)
             throw given(failure, !onlyReads);
         try {
             comeBack();
-        } catch (const Failure &) {
-            throw given(failure, false); // who comes back next is told why it cannot
+        } catch (const Failure &refusal) {
+            if (!refusal.isInterrupted())
+                m_lostPlaces->addRefusal(m_way, refusal);
+            throw given(failure, false);
         }
     }
     return send(*m_inner);
