@@ -98,6 +98,14 @@ void ConnectionPanel::showProfile()
     cboDSNList_Click();
 }
 
+bool ConnectionPanel::shows(const ConnectionProfile &profile) const
+{
+    return profile.leadsTo(trimmedBlanks(c.cboDSNList->currentText()),
+                           trimmedBlanks(c.cboDrivers->currentText()), trimmedBlanks(c.txtServer->text()),
+                           trimmedBlanks(c.txtPort->text())) &&
+           trimmedBlanks(c.txtUser->text()) == profile.user;
+}
+
 void ConnectionPanel::takeTexts()
 {
     m_session.gDsn = c.cboDSNList->currentText();

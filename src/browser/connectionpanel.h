@@ -23,6 +23,7 @@ public:
     // The refusal for the first empty entry; empty when all are there.
     QString missingEntry() const;
     void showProfile(); // the session's saved connection, in all boxes
+    bool shows(const ConnectionProfile &profile) const;
     // Into the session, for a connection; a saved one that they do not lead to any more is left.
     void takeEntries();
     void takeTexts(); // the same as they stand, for the console's next one

@@ -57,7 +57,10 @@ private:
     void offerCommands();
 
     void openConnections();
-    void takeEditsOfConnection();
+    void takeMarks(const ConnectionProfile &saved);
+    void takeEdits(const ConnectionStore &store);
+    void showEdits(const ConnectionProfile &saved);
+    bool mayLeaveFor(const ConnectionProfile &profile, bool connectsNow);
     void keepAlive();
     ConnectionStore readConnections();
     void offerLastConnections(QMenu &menu);

@@ -2,7 +2,6 @@
 #include "browser/frmTarnwell.h"
 #include "browser/newpassworddialog.h"
 #include "connections/connectionadvice.h"
-#include "connections/connectionstore.h"
 #include "connections/connectionswindow.h"
 #include "connections/keepalive.h"
 #include "connections/keystore.h"
@@ -10,6 +9,7 @@
 #include "console/frmSql.h"
 #include "core/command/doubt.h"
 #include "core/command/pendingundo.h"
+#include "core/command/writing.h"
 #include "core/session/basconnection.h"
 #include "core/sql/listitem.h"
 #include "server/serverwindow.h"
@@ -54,6 +54,8 @@ void frmTarnwell::connectNow()
     std::optional<Failure> failure;
     {
         const BusyPointer busy(m_dialogue);
+        if (!m_session.profile.isReadOnly)
+            m_session.writeBans->remove(m_session.profile.id);
         failure = m_panel.connect();
     }
     if (!failure) {
@@ -139,6 +141,7 @@ void frmTarnwell::disconnectNow()
     m_session.role = {};
     m_panel.showRole();
     m_controls.lblPreTable->clear();
+    takeEdits(readConnections());
 }
 
 void frmTarnwell::openConnections()
@@ -147,25 +150,39 @@ void frmTarnwell::openConnections()
         return;
     ConnectionsWindow window(m_session, m_session.profile.id, this);
     window.exec();
+    const ConnectionStore store = readConnections();
+    for (const ConnectionProfile &saved : store.profiles())
+        if (const ConnectionProfile *old = window.before().find(saved.id); old && *old != saved)
+            takeMarks(saved);
+    takeEdits(store);
     if (const auto &choice = window.choice())
         useConnection(choice->profile, choice->typedPassword, choice->connectsNow);
-    else
-        takeEditsOfConnection();
+}
+
+// Sheets and the server window may stand on another server than the panel's.
+void frmTarnwell::takeMarks(const ConnectionProfile &saved)
+{
+    if (saved.isReadOnly)
+        m_session.writeBans->add(saved.id);
+    m_sheets.takeMarks(saved);
+    if (m_server)
+        m_server->takeMarks(saved);
 }
 
 // The connection that stands goes by what has been edited, as far as it can.
-void frmTarnwell::takeEditsOfConnection()
+void frmTarnwell::takeEdits(const ConnectionStore &store)
 {
-    const ConnectionStore store = readConnections();
     const ConnectionProfile *saved = store.find(m_session.profile.id);
-    if (!m_session.gCn || !saved || *saved == m_session.profile)
+    if (!saved || *saved == m_session.profile)
         return;
+    if (!m_session.gCn)
+        return showEdits(*saved);
     ConnectionProfile &profile = m_session.profile;
     const bool mayWriteNoMore = saved->isReadOnly && !profile.isReadOnly;
     profile = inUse(profile, *saved);
+    takeMarks(profile);
     if (m_strips)
         m_strips->update();
-    m_sheets.takeMarks(profile);
     keepAlive();
     if (mayWriteNoMore) {
         m_menus.turnWritingOff();
@@ -178,6 +195,16 @@ void frmTarnwell::takeEditsOfConnection()
             QStringLiteral("接続先「%1」の変更には、次の「接続」から使われるものがあります。")
                 .arg(profile.name),
             false);
+}
+
+// In the panel, unless something else has been typed there.
+void frmTarnwell::showEdits(const ConnectionProfile &saved)
+{
+    if (!m_panel.shows(m_session.profile))
+        return;
+    const bool isKeptInFile = saved.keeping == PasswordKeeping::File;
+    useProfile(m_session, saved, isKeptInFile ? saved.password : m_controls.txtPass->text());
+    m_panel.showProfile();
 }
 
 ConnectionStore frmTarnwell::readConnections()
@@ -221,8 +248,11 @@ void frmTarnwell::addConnections(std::vector<PaletteEntry> &entries)
 void frmTarnwell::useConnection(const ConnectionProfile &profile, const QString &password, bool connectsNow)
 {
     m_session.runner.leave(this, [=, this] {
-        if (m_session.gCn)
+        if (m_session.gCn) {
+            if (!mayLeaveFor(profile, connectsNow))
+                return;
             disconnectNow();
+        }
         useProfile(m_session, profile, password);
         m_panel.showProfile();
         if (connectsNow)
@@ -230,13 +260,24 @@ void frmTarnwell::useConnection(const ConnectionProfile &profile, const QString 
     });
 }
 
+// Who only looks at another connection's entries may not know that the one that stands ends by it.
+bool frmTarnwell::mayLeaveFor(const ConnectionProfile &profile, bool connectsNow)
+{
+    const QString name = m_session.profile.isSaved() ? m_session.profile.name : serverName(m_session);
+    if (!connectsNow &&
+        !m_dialogue.confirm(QStringLiteral("「%1」との接続を切って、「%2」を入力欄に写しますか？")
+                                .arg(visibleName(name), visibleName(profile.name)),
+                            Icon::Information))
+        return false;
+    return m_rows.mayLeave();
+}
+
 // What was typed may lead to a saved connection, as after a start: its colour, its way and what it may do
 // belong to the server, however the user came there. False: the user was asked for the password and gave up.
 bool frmTarnwell::completeProfile()
 {
     ConnectionProfile &profile = m_session.profile;
-    if (!profile.isSaved())
-        findProfile();
+    findProfile();
     if (!profile.isSaved() || profile.kind == ConnectionKind::DataSource || !m_session.gPass.isEmpty())
         return true;
     const bool isOwnUser = m_session.gUser == profile.user; // whose password is kept
@@ -266,34 +307,34 @@ SavedConnections frmTarnwell::savedConnections()
         }};
 }
 
+// As it is saved now: another program, or the one that stood until now, may have kept its edits from it.
 void frmTarnwell::findProfile()
 {
     ConnectionStore store(connectionsFile(m_session));
-    if (const QString words = store.read(); !words.isEmpty())
+    const QString words = store.read();
+    if (!words.isEmpty())
         m_dialogue.inform(words);
+    const auto leadsHere = [this](const ConnectionProfile &each) {
+        return each.leadsTo(m_session.gDsn, m_session.gDriver, m_session.gServer, m_session.gPort);
+    };
+    if (m_session.profile.isSaved()) {
+        const ConnectionProfile *saved = store.find(m_session.profile.id);
+        if (saved && leadsHere(*saved))
+            m_session.profile = *saved;
+        if (saved || !words.isEmpty()) // a damaged file lifts no demand
+            return;
+        m_session.profile = {};
+    }
     std::vector<ConnectionProfile> candidates = store.lastUsed();
     candidates.resize(std::min<std::size_t>(candidates.size(), 1));
     // By way of another machine, the same name is another server.
     std::ranges::copy_if(store.profiles(), std::back_inserter(candidates),
                          [](const ConnectionProfile &each) { return !each.ssh.isUsed(); });
-    const auto found = std::ranges::find_if(candidates, [this](const ConnectionProfile &each) {
-        return each.leadsTo(m_session.gDsn, m_session.gDriver, m_session.gServer, m_session.gPort);
-    });
+    const auto found = std::ranges::find_if(candidates, leadsHere);
     if (found == candidates.end())
         return;
     m_session.profile = *found;
     m_session.gDbName = found->database;
-}
-
-void frmTarnwell::keepAlive()
-{
-    if (!m_keepAlive && m_session.profile.keepAlive > 0) {
-        m_keepAlive = new KeepAlive(m_session, this);
-        connect(m_keepAlive, &KeepAlive::failed, this,
-                [this](const QString &words) { m_dialogue.setLastError(words, false); });
-    }
-    if (m_keepAlive)
-        m_keepAlive->start(m_session.profile.keepAlive);
 }
 
 void frmTarnwell::noteConnectionUsed()
@@ -319,43 +360,4 @@ void frmTarnwell::showPassword(const QString &password)
 {
     m_session.gPass = password;
     m_controls.txtPass->setText(password);
-}
-
-// What the server kept for the lost connection is gone, which its failure has said. Lists and database stay.
-void frmTarnwell::comeBack()
-{
-    if (std::exchange(m_hasTriedToComeBack, true))
-        throw interruptedError(); // said already why it cannot
-    try {
-        const BusyPointer busy(m_dialogue);
-        reconnect(m_session);
-    } catch (const Failure &failure) {
-        if (failure.isInterrupted())
-            throw;
-        // The state of a connection that does not exist: for those who ask what kind of failure it is.
-        throw Failure(QStringLiteral("サーバーとの接続が切れていて、つなぎ直せません。\n") +
-                          withAdvice(failure, effectiveTls(m_session)),
-                      failure.number(), QStringLiteral("08003"));
-    }
-    m_hasTriedToComeBack = false;
-    m_controls.encryption->showOf(m_session.gCn.get());
-    m_panel.showRole();
-    m_dialogue.setLastError(QStringLiteral("接続が切れたので、つなぎ直しました。"), false);
-}
-
-// For those who only said that the connection was lost.
-void frmTarnwell::comeBackWhenIdle()
-{
-    if (m_hasTriedToComeBack || !m_session.gCn || m_session.gCn->isOpen())
-        return;
-    const QString before = m_controls.txtError->toPlainText();
-    const bool hasRun = m_session.runner.run(this, QStringLiteral("再接続"), [&] {
-        try {
-            comeBack();
-        } catch (const Failure &failure) {
-            m_dialogue.setLastError(failure.description(), false);
-        }
-    });
-    if (hasRun && !before.isEmpty())
-        m_dialogue.setLastError(before + u'\n' + m_controls.txtError->toPlainText(), false);
 }

@@ -300,13 +300,8 @@ std::vector<ConnectionProfile> ConnectionStore::lastUsed() const
 
 ConnectionProfile inUse(ConnectionProfile used, const ConnectionProfile &saved)
 {
-    used.name = saved.name;
+    used.takeMarks(saved);
     used.folder = saved.folder;
-    used.colour = saved.colour;
-    if (used.environment != Environment::Production)
-        used.environment = saved.environment;
-    used.isReadOnly |= saved.isReadOnly;
-    used.isSafe = saved.isSafe;
     used.keepAlive = saved.keepAlive;
     used.keeping = saved.keeping;
     used.password = saved.password;

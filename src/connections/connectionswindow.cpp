@@ -18,6 +18,7 @@ ConnectionsWindow::ConnectionsWindow(Session &session, const QString &chosenId, 
     : StoppableDialog(session.runner, parent)
     , m_session(session)
     , m_store(connectionsFile(session))
+    , m_before(m_store)
     , m_dialogue(this, {})
     , m_list(made<ConnectionList>("connectionList"))
     , m_filter(made<QLineEdit>("connectionFilter"))
@@ -44,6 +45,7 @@ ConnectionsWindow::ConnectionsWindow(Session &session, const QString &chosenId, 
     m_list->installEventFilter(this);
     m_filter->installEventFilter(this);
     tell(m_store.read());
+    m_before = m_store;
     fill(chosenId);
     m_list->setFocus();
     resize(QSize(820, 560).boundedTo(screen()->availableSize() - QSize(40, 60)));

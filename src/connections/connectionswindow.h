@@ -26,6 +26,7 @@ public:
         bool connectsNow = false; // else it only fills the panel
     };
     const std::optional<Choice> &choice() const { return m_choice; }
+    const ConnectionStore &before() const { return m_before; } // as it was when the window was opened
 
 protected:
     void done(int result) override;
@@ -54,7 +55,7 @@ private:
     void choose(bool connectsNow);
 
     Session &m_session;
-    ConnectionStore m_store;
+    ConnectionStore m_store, m_before;
     WidgetDialogue m_dialogue;
     ConnectionList *m_list;
     QLineEdit *m_filter;

@@ -73,6 +73,13 @@ bool ServerWindow::isOf(const Session &session) const
     return m_connection == connectionStringOf(session);
 }
 
+void ServerWindow::takeMarks(const ConnectionProfile &profile)
+{
+    m_link->takeMarks(profile);
+    if (m_link->settings().profile.id == profile.id)
+        showServer(*this, m_link->settings().profile);
+}
+
 void ServerWindow::buildLayout()
 {
     m_seconds->setRange(1, 60);

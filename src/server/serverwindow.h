@@ -38,6 +38,7 @@ public:
     void showAccount(const QString &user, const QString &host);
     // Whether it shows what the session's connection leads to.
     bool isOf(const Session &session) const;
+    void takeMarks(const ConnectionProfile &profile);
 
 protected:
     void showEvent(QShowEvent *event) override;

@@ -88,13 +88,8 @@ public:
     const ConnectionProfile &profile() const { return settings().profile; }
     void takeMarks(const ConnectionProfile &profile)
     {
-        if (!m_settings || m_settings->profile.id != profile.id)
-            return;
-        m_settings->profile.name = profile.name;
-        m_settings->profile.colour = profile.colour;
-        m_settings->profile.environment = profile.environment;
-        m_settings->profile.isReadOnly = profile.isReadOnly;
-        m_settings->profile.isSafe = profile.isSafe;
+        if (m_settings)
+            m_settings->profile.takeMarks(profile);
     }
 
 Q_SIGNALS:

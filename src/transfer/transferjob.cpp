@@ -65,7 +65,7 @@ private:
 void TransferJob::OwnSessions::add(const Session &session, const QString &database)
 {
     std::unique_ptr<Session> own = siblingOf(session, database, m_pump);
-    own->makeConnection = own->runner.stoppable(logged(session.plainFactory(&m_pump), m_log));
+    own->makeConnection = own->runner.stoppable(logged(own->heedingFactory(&m_pump), m_log));
     m_pump.stops(own->runner);
     m_windowsLog = session.statementLog;
     m_sessions.push_back(std::move(own));

@@ -1,5 +1,6 @@
 #include "browser/frmTarnwell.h"
 #include "connections/connectionstore.h"
+#include "core/command/writing.h"
 #include "core/session/lastingconnection.h"
 #include "support/files.h"
 #include "support/gui/stage.h"
@@ -20,6 +21,8 @@ private Q_SLOTS:
     void productionAsksOnceMore();
     void aReadOnlyConnectionTurnsWritingOff();
     void whatIsEditedHoldsForTheConnectionThatStands();
+    void whatAnotherProgramEditedHoldsForTheNextConnection();
+    void showingAnotherConnectionInThePanelAsksFirst();
     void aLostServerComesBackWithTheNextClick();
 
 private:
@@ -194,6 +197,54 @@ void ConnectionsTest::whatIsEditedHoldsForTheConnectionThatStands()
     });
     QCOMPARE(stage.session.profile.environment, Environment::Production);
     QVERIFY(stage.session.profile.isReadOnly);
+    // The next one has all of it, and so has the panel that it is made from.
+    press(window, {"cmdClose"});
+    QCOMPARE(control<QLineEdit>(window, "txtPort").text(), "3310");
+    press(window, {"cmdConnect"});
+    QVERIFY(window.windowTitle().endsWith(" - ［開発］本店"));
+    QVERIFY(stage.script.connectionStrings.last().contains("port=3310") &&
+            !stage.script.connectionStrings.last().contains("READONLY"));
+    QVERIFY(!stage.session.writeBans->contains(profile.id));
+}
+
+void ConnectionsTest::whatAnotherProgramEditedHoldsForTheNextConnection()
+{
+    WindowStage stage;
+    const ConnectionProfile before = saved(stage, "店", PasswordKeeping::File);
+    QWidget &window = stage.open(new frmTarnwell(stage.session));
+    control<QComboBox>(window, "cboDrivers").setCurrentText(before.driver());
+    stage.connect("db1");
+    ConnectionProfile now = before;
+    now.tls.mode = TlsMode::Required;
+    ConnectionStore theirs(connectionsFile(stage.session));
+    theirs.put(now, before);
+    stage.session.gCn->close(); // it breaks: what comes back is the one that stood
+    press(window, {"cmdShowDb"});
+    QVERIFY(!stage.script.connectionStrings.last().contains("FORCETLS"));
+    press(window, {"cmdClose", "cmdConnect"});
+    QVERIFY(stage.script.connectionStrings.last().contains("FORCETLS=1"));
+    theirs.remove(now);
+    press(window, {"cmdClose", "cmdConnect"});
+    QVERIFY(!stage.session.profile.isSaved());
+    QVERIFY(!stage.script.connectionStrings.last().contains("FORCETLS"));
+}
+
+void ConnectionsTest::showingAnotherConnectionInThePanelAsksFirst()
+{
+    WindowStage stage;
+    saved(stage, "店", PasswordKeeping::File);
+    QWidget &window = stage.connected<frmTarnwell>();
+    for (const auto &[answer, isStill] : {std::pair(QMessageBox::Cancel, true), {QMessageBox::Ok, false}}) {
+        stage.boxes.expectDialog("connectionsWindow", [](QDialog &dialog) {
+            control<QAbstractButton>(dialog, "fillConnection").click();
+        });
+        stage.boxes.expect(QStringLiteral("「%1」との接続を切って、「店」を入力欄に写しますか？")
+                               .arg(serverName(stage.session)),
+                           answer);
+        control<QAbstractButton>(window, "openConnections").click();
+        QCOMPARE(stage.session.gCn != nullptr, isStill);
+        QCOMPARE(control<QLineEdit>(window, "txtServer").text() == "db1", !isStill);
+    }
 }
 
 void ConnectionsTest::aLostServerComesBackWithTheNextClick()

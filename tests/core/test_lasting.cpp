@@ -23,6 +23,8 @@ private Q_SLOTS:
     void aFailedAttemptAnswersForTheNextOne();
     void aReadOnlyConnectionStaysOne_data() { TestServers::addConnectionRows(); }
     void aReadOnlyConnectionStaysOne();
+    void siblingsOfAConnectionThatBecomesReadOnlyDoSo_data() { addBothConnections(); }
+    void siblingsOfAConnectionThatBecomesReadOnlyDoSo();
 
 private:
     static constexpr int refusedInReadOnly = 1792;
@@ -229,6 +231,41 @@ void LastingTest::aReadOnlyConnectionStaysOne()
         drop(*connection);
         QCOMPARE(valueOf(*connection, "select count(*) from d.t"), "0");
     }
+}
+
+// Each as the windows make them: the first one's own, a sheet's with its thread, and one that stands idle in
+// a transaction.
+void LastingTest::siblingsOfAConnectionThatBecomesReadOnlyDoSo()
+{
+    useServer();
+    QFETCH(const bool, isBuiltIn);
+    Session first;
+    first.connectBy(lasting(createConnection), m_pump);
+    first.gDsn = m_server->connectionString(isBuiltIn);
+    first.profile.id = "a";
+    const std::unique_ptr<Session> sibling = siblingOf(first, "d"), other = siblingOf(first, "d", m_pump);
+    const std::unique_ptr<Session> elsewhere = siblingOf(first, "d");
+    elsewhere->profile.id = "b";
+    for (Session *session : {&first, sibling.get(), other.get(), elsewhere.get()})
+        QVERIFY(!tryConnecting(*session));
+    const QString insert = "insert into d.t values (1)";
+    other->gCn->execute("begin");
+    other->gCn->execute(insert);
+
+    first.writeBans->add("a");
+    QCOMPARE(errorOf([&] { first.gCn->execute(insert); }).number(), refusedInReadOnly);
+    QCOMPARE(errorOf([&] { sibling->gCn->executeText(insert.toUtf8()); }).number(), refusedInReadOnly);
+    other->gCn->execute("rollback");
+    QCOMPARE(errorOf([&] { other->gCn->execute(insert); }).number(), refusedInReadOnly);
+    drop(*sibling->gCn);
+    valueOf(*sibling->gCn, "select 1");
+    QCOMPARE(errorOf([&] { sibling->gCn->execute(insert); }).number(), refusedInReadOnly);
+    elsewhere->gCn->execute("delete from d.t");
+
+    first.writeBans->remove("a");
+    QVERIFY(!tryConnecting(first));
+    first.gCn->execute("delete from d.t");
+    QCOMPARE(errorOf([&] { sibling->gCn->execute(insert); }).number(), refusedInReadOnly);
 }
 
 QTEST_GUILESS_MAIN(LastingTest)

@@ -134,6 +134,18 @@ bool ConnectionProfile::leadsTo(const QString &chosenSource, const QString &chos
            port == chosenPort;
 }
 
+void ConnectionProfile::takeMarks(const ConnectionProfile &saved)
+{
+    if (id != saved.id)
+        return;
+    name = saved.name;
+    colour = saved.colour;
+    if (environment != Environment::Production)
+        environment = saved.environment;
+    isReadOnly |= saved.isReadOnly;
+    isSafe = saved.isSafe;
+}
+
 ConnectionProfile ConnectionProfile::of(const QJsonObject &stored)
 {
     QJsonObject object = stored;

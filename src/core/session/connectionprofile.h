@@ -57,6 +57,9 @@ struct ConnectionProfile {
     bool leadsTo(const QString &dataSource, const QString &driver, const QString &server,
                  const QString &port) const;
 
+    // Of the same one as it is saved now: how it is shown, and what it may do where that is less.
+    void takeMarks(const ConnectionProfile &saved);
+
     // As it stands in the file. What makes no sense reads as the default.
     static ConnectionProfile of(const QJsonObject &object);
     QJsonObject object() const;

@@ -70,7 +70,11 @@ private:
     std::map<QString, Refusal> m_refusals;
 };
 
-class LastingConnection : public Connection, public BatchSender, public LocalSender, public LogsItself {
+class LastingConnection : public Connection,
+                          public BatchSender,
+                          public LocalSender,
+                          public LogsItself,
+                          public HeedsWriteBans {
 public:
     LastingConnection(QString string, ConnectionFactory factory, std::shared_ptr<LostPlaces> lostPlaces)
         : m_given(std::move(string))
@@ -115,6 +119,7 @@ public:
     {
         m_factory = logged(m_factory, std::move(log));
     }
+    void heed(std::function<bool()> isBanned) override { m_isBanned = std::move(isBanned); }
     void cancel() override
     {
         m_isCancelled = true;
@@ -127,11 +132,13 @@ private:
     using Send = std::function<RecordSet(Connection &)>;
     RecordSet sent(const QString &statement, const Send &send);
     void requireSamePlace();
+    void heedBan(Connection &inner);
     void comeBack();
     Failure given(const Failure &failure, bool mayBeDone);
 
     const QString m_given;
     bool m_isReadOnly;
+    std::function<bool()> m_isBanned = [] { return false; };
     const QString m_string;
     const QString m_way; // to the server, whatever database is chosen there
     ConnectionFactory m_factory;
@@ -172,10 +179,24 @@ void LastingConnection::open()
         return; // it takes one statement only
     try {
         requireSamePlace();
+        m_isReadOnly |= m_isBanned();
         if (m_isReadOnly)
             m_inner->execute(readOnlySession);
     } catch (const Failure &) {
         m_inner->close();
+        throw;
+    }
+}
+
+void LastingConnection::heedBan(Connection &inner)
+{
+    if (m_isReadOnly || !m_isBanned())
+        return;
+    m_isReadOnly = true; // events may destroy this while the statement waits
+    try {
+        inner.execute(readOnlySession);
+    } catch (const Failure &) {
+        inner.close(); // no use that may not keep from writing
         throw;
     }
 }
@@ -210,6 +231,7 @@ BatchOutcome LastingConnection::executeAll(const std::vector<QByteArray> &statem
     const std::shared_ptr<Connection> inner = m_inner;
     if (!inner || !inner->isOpen())
         throw Failure(QStringLiteral("サーバーに接続されていません。"), 0, QStringLiteral("08003"));
+    heedBan(*inner);
     BatchOutcome outcome = ::executeAll(*inner, statements, [this] {
         if (m_isCancelled)
             throw interruptedError();
@@ -228,6 +250,8 @@ RecordSet LastingConnection::sent(const QString &statement, const Send &send)
     const std::shared_ptr<SessionState> state =
         m_state; // an event may destroy this while the statement waits
     try {
+        if (statement != readOnlySession)
+            heedBan(*inner);
         RecordSet rows = send(*inner);
         if (statement == readOnlySession)
             m_isReadOnly = true; // from now on, as if it had been asked for from the beginning

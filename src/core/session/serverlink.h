@@ -12,9 +12,9 @@
 
 class QThread;
 
-// A further connection of the session's settings, in a thread of its own: questions are answered one after the other
-// while the windows go on, whatever runs in them. A connection that was lost is made anew by the next
-// question. All calls come from the thread of the windows, and so do the answers.
+// A further connection of the session's settings, in a thread of its own: questions are answered one after
+// the other while the windows go on, whatever runs in them. A connection that was lost is made anew by the
+// next question. All calls come from the thread of the windows, and so do the answers.
 class ServerLink : public QObject {
     Q_OBJECT
 
@@ -27,6 +27,7 @@ public:
 
     // What the connection is made with: the windows may go to another server.
     const Session &settings() const { return *m_settings; }
+    void takeMarks(const ConnectionProfile &profile) { m_settings->profile.takeMarks(profile); }
 
     // `question` is carried out on the connection's thread over the session's open connection, and may throw
     // Failure. Then `show` gets what it returned, or `refuse` the failure; neither when the asker has gone.

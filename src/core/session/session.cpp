@@ -16,6 +16,7 @@ std::unique_ptr<Session> sameSettings(const Session &session, const QString &dat
     sibling->gPort = session.gPort;
     sibling->tls = session.tls;
     sibling->profile = session.profile;
+    sibling->writeBans = session.writeBans;
     sibling->gDbName = database;
     sibling->gTextPath = session.gTextPath;
     sibling->gIniPath = session.gIniPath;
@@ -35,13 +36,25 @@ void Session::connectBy(PumpedFactory factory, Pump &pump)
             return factory(string, *chosen);
         };
     };
-    makeConnection = runner.stoppable(logged(plainFactory(nullptr), statementLog));
+    makeConnection = runner.stoppable(logged(heedingFactory(), statementLog));
 }
 
 void Session::connectBy(ConnectionFactory factory)
 {
     plainFactory = [factory = std::move(factory)](Pump *) { return factory; };
-    makeConnection = runner.stoppable(logged(plainFactory(nullptr), statementLog));
+    makeConnection = runner.stoppable(logged(heedingFactory(), statementLog));
+}
+
+// The saved connection is looked up when one is made: until then the session may be led elsewhere.
+ConnectionFactory Session::heedingFactory(Pump *pump) const
+{
+    return [this, make = plainFactory(pump)](const QString &string) {
+        std::unique_ptr<Connection> connection = make(string);
+        auto *heeding = dynamic_cast<HeedsWriteBans *>(connection.get());
+        if (heeding && profile.isSaved())
+            heeding->heed([bans = writeBans, id = profile.id] { return bans->contains(id); });
+        return connection;
+    };
 }
 
 std::unique_ptr<Session> siblingOf(const Session &session, const QString &database)
@@ -49,14 +62,14 @@ std::unique_ptr<Session> siblingOf(const Session &session, const QString &databa
     auto sibling = sameSettings(session, database);
     sibling->statementLog = session.statementLog;
     sibling->makeConnection =
-        sibling->runner.stoppable(logged(session.plainFactory(nullptr), session.statementLog));
+        sibling->runner.stoppable(logged(sibling->heedingFactory(), session.statementLog));
     return sibling;
 }
 
 std::unique_ptr<Session> siblingOf(const Session &session, const QString &database, Pump &pump)
 {
     auto sibling = sameSettings(session, database);
-    sibling->makeConnection = sibling->runner.stoppable(session.plainFactory(&pump));
+    sibling->makeConnection = sibling->runner.stoppable(sibling->heedingFactory(&pump));
     return sibling;
 }
 

@@ -4,6 +4,7 @@
 #include "core/command/serverrole.h"
 #include "core/driver/pump.h"
 #include "core/session/connectionprofile.h"
+#include "core/session/writebans.h"
 #include "core/sql/statementlog.h"
 
 #include <QString>
@@ -31,7 +32,8 @@ struct Session {
     QString gDsn, gDriver, gServer, gUser, gPass, gPort;
     TlsOptions tls;            // of every connection, saved ones and data sources included
     ConnectionProfile profile; // the saved connection that the values above lead to; mostly none
-    QString gDbName;           // database chosen in the main window; empty: none
+    std::shared_ptr<WriteBans> writeBans = std::make_shared<WriteBans>(); // its siblings have the same
+    QString gDbName; // database chosen in the main window; empty: none
     QString gNoTextNoGrid, gMemo1, gMemo2, gFont, gTextEditor, gTextPath, gDelimiter;
     QString gInOutPath;
     std::vector<variablename> gVariables;
@@ -59,6 +61,8 @@ struct Session {
     void connectBy(ConnectionFactory factory);
     // As connectBy() made them, but neither stopped nor logged by this session: for its siblings.
     std::function<ConnectionFactory(Pump *)> plainFactory;
+    // The same, but the connections heed the bans on writing. For this session, and not beyond it.
+    ConnectionFactory heedingFactory(Pump *pump = nullptr) const;
 
     // Makes a connection that was lost anew, or throws Failure with words for the user; may be missing.
     std::function<void()> comeBack;
