@@ -11,7 +11,7 @@ void frmTarnwell::keepAlive()
 {
     if (!m_keepAlive && m_session.profile.keepAlive > 0) {
         m_keepAlive = new KeepAlive(m_session, this);
-        connect(m_keepAlive, &KeepAlive::failed, this,
+        connect(m_keepAlive, &KeepAlive::told, this,
                 [this](const QString &words) { m_dialogue.setLastError(words, false); });
     }
     if (m_keepAlive)

@@ -18,7 +18,8 @@ public:
     void stop() { m_timer.stop(); }
 
 Q_SIGNALS:
-    void failed(const QString &words);
+    // That it failed, or waits for long; empty: the answer has come after all.
+    void told(const QString &words);
 
 private:
     void send();
