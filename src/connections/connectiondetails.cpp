@@ -3,6 +3,7 @@
 #include "connections/connectionadvice.h"
 #include "connections/connectiontest.h"
 #include "connections/keystore.h"
+#include "connections/passwordquestion.h"
 #include "controls/dialogue/widgetdialogue.h"
 #include "controls/window/building.h"
 #include "core/session/session.h"
@@ -67,25 +68,29 @@ QString ConnectionDetails::keepPassword(const ConnectionProfile &before, const C
     return words;
 }
 
-// The typed one, else what the key store has.
-QString ConnectionDetails::password(const ConnectionProfile &profile)
+// The typed one, else the kept one, else the user is asked; none: given up.
+std::optional<QString> ConnectionDetails::password(const ConnectionProfile &profile)
 {
     const QString typed = m_fields->password();
-    if (!typed.isEmpty() || profile.keeping != PasswordKeeping::Desktop)
+    if (!typed.isEmpty() || profile.kind == ConnectionKind::DataSource)
         return typed;
     QString why;
-    return KeyStore().read(profile.id, why).value_or(QString());
+    const std::optional<QString> kept = keptPassword(profile, m_session.runner, *this, why);
+    return kept ? kept : askForPassword(window(), passwordQuestion(profile, profile.user, why));
 }
 
 void ConnectionDetails::test(const ConnectionProfile &shown)
 {
     const ConnectionProfile profile = m_fields->profile(shown);
+    const std::optional<QString> typedOrKept = password(profile);
+    if (!typedOrKept)
+        return;
     m_session.runner.run(this, QStringLiteral("接続テスト"), [&] {
         m_result->setText(QStringLiteral("接続しています･･･"));
         WidgetDialogue dialogue(window(), {});
         const BusyPointer busy(dialogue);
         try {
-            m_result->setText(tryConnection(m_session, profile, password(profile)));
+            m_result->setText(tryConnection(m_session, profile, *typedOrKept));
         } catch (const Failure &error) {
             m_result->setText(visibleText(withAdvice(error, profile.tls)));
         }

@@ -23,7 +23,7 @@ public:
     void test(const ConnectionProfile &shown);
 
 private:
-    QString password(const ConnectionProfile &profile);
+    std::optional<QString> password(const ConnectionProfile &profile);
 
     Session &m_session;
     ConnectionFields *m_fields;

@@ -4,6 +4,7 @@
 #include "controls/window/building.h"
 #include "core/sql/listitem.h"
 
+#include <QCollator>
 #include <QPainter>
 #include <QSignalBlocker>
 #include <QStyle>
@@ -26,13 +27,17 @@ public:
     {
         if (isFolder(*this) != isFolder(other))
             return isFolder(other);
-        return QString::localeAwareCompare(text(0), other.text(0)) < 0;
+        QCollator order; // db2 before db10
+        order.setNumericMode(true);
+        return order.compare(text(0), other.text(0)) < 0;
     }
 };
 
 QString shownName(const ConnectionProfile &profile)
 {
-    const QString name = profile.name.isEmpty() ? profile.server + profile.source : profile.name;
+    QString name = profile.name.isEmpty() ? profile.server + profile.source : profile.name;
+    if (name.isEmpty())
+        name = QStringLiteral("（名前なし）");
     const QString environment = environmentText(profile.environment);
     return visibleName(name) +
            (environment.isEmpty() ? QString() : QStringLiteral("（%1）").arg(environment));

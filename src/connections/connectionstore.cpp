@@ -34,7 +34,8 @@ std::vector<ConnectionProfile> profilesOf(const QJsonValue &list, bool &isDamage
     for (const QJsonValue &value : list.toArray()) {
         ConnectionProfile profile = ConnectionProfile::of(value.toObject());
         isDamaged |= !value.isObject();
-        if (profile.name.isEmpty() && profile.server.isEmpty() && profile.source.isEmpty())
+        if (profile.id.isEmpty() && profile.name.isEmpty() && profile.server.isEmpty() &&
+            profile.source.isEmpty())
             continue;
         giveOwnId(profile, profiles);
         profiles.push_back(std::move(profile));

@@ -57,7 +57,13 @@ void ConnectionsTest::aNewConnectionIsMadeKeptAndUsed()
         type(dialog, "connectionUser", "me");
         type(dialog, "connectionPassword", "pw");
         type(dialog, "connectionDatabase", "stock");
+        type(dialog, "connectionPassword", {});
+        stage.boxes.expectDialog("passwordQuestion", [](QDialog &question) {
+            type(question, "passwordAnswer", "pw");
+            question.accept();
+        });
         control<QAbstractButton>(dialog, "testConnection").click();
+        type(dialog, "connectionPassword", "pw");
         QVERIFY(control<QLabel>(dialog, "connectionResult").text().contains("MySQL 5.1.73"));
         auto &isSafe = control<QCheckBox>(dialog, "connectionSafeMode");
         auto &environment = control<QComboBox>(dialog, "connectionEnvironment");
