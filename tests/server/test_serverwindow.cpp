@@ -45,6 +45,17 @@ private:
     std::thread m_thread;
 };
 
+// Something happens while the question waits.
+struct SlowUser : ScriptedDialogue {
+    std::function<void()> meanwhile = [] {};
+
+    bool confirm(const QString &question, Icon icon) override
+    {
+        meanwhile();
+        return ScriptedDialogue::confirm(question, icon);
+    }
+};
+
 } // namespace
 
 // The server's window with its connection on servers of each brand.
@@ -95,14 +106,14 @@ private:
                                          "create user visitor@'%' identified by 'demo'");
                           }};
     std::unique_ptr<Stage> m_stage;
-    ScriptedDialogue *m_dialogue = nullptr;
+    SlowUser *m_dialogue = nullptr;
 };
 
 void ServerWindowTest::open(TestServer &server, const QString &account)
 {
     m_stage = std::make_unique<Stage>(Stage::Server::Real);
     m_stage->enter(nativeDriverName(), server.port(), account, "demo");
-    auto dialogue = std::make_unique<ScriptedDialogue>();
+    auto dialogue = std::make_unique<SlowUser>();
     m_dialogue = dialogue.get();
     auto *window = new ServerWindow(m_stage->session, {}, std::move(dialogue));
     window->setAttribute(Qt::WA_DeleteOnClose, false);
@@ -187,12 +198,28 @@ void ServerWindowTest::missingRightsAreTold()
 void ServerWindowTest::theServerIsWaitedFor()
 {
     TestServer server;
+    server.run("create database d");
     open(server);
     QTRY_COMPARE_WITH_TIMEOUT(list("processList").rows().rowCount() > 0, true, 20'000);
     server.kill();
     QTRY_VERIFY_WITH_TIMEOUT(label("serverState").startsWith("接続が切れています"), 20'000);
     server.start();
     QTRY_VERIFY_WITH_TIMEOUT(label("serverState").contains("に読みました"), 30'000);
+    // What was chosen before is left alone, since numbers begin anew, and that stays to be read.
+    const OtherSession chosen(server, "select sleep(64)");
+    QTRY_VERIFY_WITH_TIMEOUT(cell(chosen.id, 10).contains("sleep(64)"), 20'000);
+    QVERIFY(list("processList").choose(chosen.id));
+    m_dialogue->agrees = true;
+    m_dialogue->meanwhile = [&] {
+        server.kill();
+        QTRY_VERIFY_WITH_TIMEOUT(label("serverState").startsWith("接続が切れています"), 20'000);
+        server.start();
+        QTRY_VERIFY_WITH_TIMEOUT(label("serverState").contains("に読みました"), 30'000);
+    };
+    m_stage->click("killSession");
+    QTRY_VERIFY_WITH_TIMEOUT(label("processNote").contains("何も止めていません"), 20'000);
+    QTest::qWait(1500); // read again meanwhile
+    QVERIFY(label("processNote").contains("何も止めていません"));
 }
 
 // Thousands of sessions are updated where they stand: what is chosen stays, nothing is built anew.

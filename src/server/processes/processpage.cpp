@@ -242,9 +242,24 @@ void ProcessPage::kill(Kill kill)
     const ProcessList list = m_list;
     if (ids.isEmpty() || !around().dialogue.warn(question(kill, ids)))
         return;
-    ask([=, reader = m_reader](Session &session) { return killProcesses(session, *reader, list, ids, kill); },
-        [this, kill](const std::vector<KillOutcome> &outcomes) {
-            tellOutcomes(outcomes, kill);
+    struct Result {
+        std::vector<KillOutcome> outcomes;
+        QString whyNone; // above the list the next reading would wipe it away
+    };
+    ask(
+        [=, reader = m_reader](Session &session) {
+            try {
+                return Result{killProcesses(session, *reader, list, ids, kill), {}};
+            } catch (const Failure &failure) {
+                if (failure.isConnectionLost() || failure.isInterrupted())
+                    throw;
+                return Result{{}, failure.description()};
+            }
+        },
+        [this, kill](const Result &result) {
+            tellOutcomes(result.outcomes, kill);
+            if (!result.whyNone.isEmpty())
+                m_note->setText(result.whyNone);
             refresh();
         });
 }
