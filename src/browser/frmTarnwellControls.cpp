@@ -2,12 +2,16 @@
 
 #include "controls/lists/filterline.h"
 #include "controls/window/building.h"
+#include "controls/window/narrow.h"
 
 #include <QGridLayout>
 #include <QHBoxLayout>
 #include <QVBoxLayout>
 
 namespace {
+
+// Lower than a style's own: the window is to fit on 1366 x 768 at 150 %.
+constexpr QMargins frameMargins{9, 4, 9, 6};
 
 QPushButton *button(const char *name, const QString &text, const QString &tip)
 {
@@ -69,6 +73,7 @@ FilterLine *filterLine(const char *name, QListWidget &list, const QString &title
 void layOutConnection(TarnwellControls &c)
 {
     auto *all = new QHBoxLayout(c.Frame1);
+    all->setContentsMargins(frameMargins);
     auto *layout = new QGridLayout;
     all->addLayout(layout, 1);
     const auto put = [&](QWidget *label, QWidget *box, int line, int place) {
@@ -170,10 +175,13 @@ void layOutRoutinePanel(TarnwellControls &c)
 void layOutCommands(TarnwellControls &c)
 {
     auto *layout = new QHBoxLayout(c.Frame2);
+    layout->setContentsMargins(frameMargins);
     for (QPushButton *command :
          {c.cmdCheckTable, c.cmdRepairTable, c.cmdOptimizeTable, c.cmdBackup, c.cmdRestore, c.cmdCopyDb,
-          c.cmdScriptBackUp, c.cmdExec, c.openSheets, c.cmdInOut})
+          c.cmdScriptBackUp, c.cmdExec, c.openSheets, c.cmdInOut}) {
+        letBeNarrow(*command);
         layout->addWidget(command);
+    }
 }
 
 QWidget *statusArea(TarnwellControls &c)
@@ -197,10 +205,13 @@ QWidget *statusArea(TarnwellControls &c)
 
 void layOut(TarnwellControls &c, QWidget *window)
 {
-    // Hidden before they are laid out: what is not shown at first shall not make the window taller.
+    // Hidden and low before they are laid out: what is not shown at first shall not make the window taller.
     for (QWidget *view : std::initializer_list<QWidget *>{c.txtField, c.flGrid_Status, c.flGrid_Data,
                                                           c.lblRecordCount, c.picProc})
         view->hide();
+    for (QWidget *list : std::initializer_list<QWidget *>{c.lstDb, c.lstTables, c.lstProcFunc, c.flGrid_Field,
+                                                          c.flGrid_Index, c.flGrid_Status})
+        letBeLow(*list);
     layOutConnection(c);
     layOutTablePanel(c);
     layOutRoutinePanel(c);
@@ -232,6 +243,8 @@ void layOut(TarnwellControls &c, QWidget *window)
     c.showLog->setCheckable(true);
 
     auto *all = new QVBoxLayout(window);
+    all->setContentsMargins(8, 4, 8, 4);
+    all->setSpacing(4);
     all->addWidget(c.Frame1);
     all->addWidget(withLog, 1);
     all->addWidget(c.Frame2);

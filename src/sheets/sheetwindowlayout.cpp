@@ -1,4 +1,5 @@
 // Where the controls of the sheets' window stand.
+#include "controls/window/narrow.h"
 #include "sheets/sheetwindow.h"
 
 #include <QActionGroup>
@@ -27,6 +28,9 @@ void SheetWindow::buildLayout()
     m_transaction->setFont(bold);
     m_state->setTextFormat(Qt::PlainText);
     m_state->setTextInteractionFlags(Qt::TextSelectableByMouse);
+    for (QPushButton *button : {m_runStatement, m_runSheet, m_stop, m_commit, m_rollback, m_open, m_save,
+                                m_script, m_history, m_edit, m_pin})
+        letBeNarrow(*button);
     auto *run = new QHBoxLayout;
     for (QWidget *control :
          std::initializer_list<QWidget *>{m_runStatement, m_runSheet, m_stop, m_goesOn, m_safeMode})

@@ -13,10 +13,10 @@ namespace {
 const QString section = QStringLiteral("Window");
 const QString maximized = QStringLiteral("maximized");
 
-// Room on the screen. A window may be wider than that, as wide as is standard: that much it needs.
-QSize room(const QWidget &window, QSize standard)
+// On the screen, or what a window that has been shown cannot do without.
+QSize room(const QWidget &window)
 {
-    return window.screen()->availableSize().expandedTo({standard.width(), 0});
+    return window.screen()->availableSize().expandedTo(window.minimumSize());
 }
 
 QString asText(QSize size)
@@ -41,7 +41,7 @@ void restoreSize(QWidget &window, const QString &settingsFile, const QString &ke
     const QRegularExpressionMatch match = form.match(kept);
     const QSize size =
         match.hasMatch() ? QSize(match.captured(1).toInt(), match.captured(2).toInt()) : standard;
-    window.resize(size.boundedTo(room(window, standard)));
+    window.resize(size.boundedTo(room(window)));
     if (kept == maximized)
         window.setWindowState(Qt::WindowMaximized);
 }
@@ -52,7 +52,7 @@ void keepSize(const QWidget &window, const QString &settingsFile, const QString 
     ProfileFile file(settingsFile);
     const QString before = file.value(section, key);
     const QString now = window.isMaximized() ? maximized : asText(window.size());
-    const QString untouched = asText(standard.boundedTo(room(window, standard)));
+    const QString untouched = asText(standard.boundedTo(room(window)));
     if (now == before || (before.isEmpty() && now == untouched))
         return;
     file.setValue(section, key, now);

@@ -1,0 +1,11 @@
+#pragma once
+
+class QPushButton;
+class QWidget;
+
+// For small screens, of which a desktop that is scaled leaves little.
+
+// Lets a button become as narrow as its text; styles keep it wider, whatever stands beside it.
+void letBeNarrow(QPushButton &button);
+// Lets a list or grid become as low as its header and a row.
+void letBeLow(QWidget &list);
