@@ -28,6 +28,7 @@ ConsoleRun::Result ConsoleRun::execute(const RunRequest &request)
     if (!m_rows.isOpen()) {
         m_views.grid.clearGrid();
         m_views.text.clearText();
+        m_views.showCount(0);
         return Result::NoRows;
     }
     const auto isOver = qScopeGuard([this] { m_rows.close(); });

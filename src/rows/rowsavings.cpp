@@ -148,12 +148,13 @@ QString RowSavings::save()
         }
     };
     SaveReport report = RowSaver(m_session, table, changes, options).save(keep);
-    if (isNotKept && report.saved.empty() &&
-        m_dialogue.confirm(
-            QStringLiteral("元に戻すための記録を書けません。\r\n%1\r\n記録なしで保存しますか？")
-                .arg(report.words),
-            Icon::Critical))
+    if (isNotKept && report.saved.empty()) {
+        if (!m_dialogue.warn(
+                QStringLiteral("元に戻すための記録を書けません。\r\n%1\r\n記録なしで保存しますか？")
+                    .arg(report.words)))
+            return {};
         report = RowSaver(m_session, table, changes, options).save([](auto &&...) {});
+    }
     if (report.saved.empty() && report.ending != SaveReport::Ending::Unknown)
         history.drop(kept.id);
     m_rows.take(changes, report);
