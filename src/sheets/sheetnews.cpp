@@ -151,6 +151,7 @@ void SheetPage::takeEnd(const SheetNews &news)
 
 void SheetPage::takeFailure(const SheetNews &news)
 {
+    m_hasFailed = true;
     const QString words = news.isStopped ? QStringLiteral("処理を中断しました") : news.text;
     m_results->say(QTime::currentTime().toString() + QStringLiteral("  ") + nameOf(news.statement) +
                    QStringLiteral("エラー: ") + words);

@@ -131,6 +131,7 @@ void SheetPage::start(const std::function<void(SheetWorker &)> &work)
     if (isRunning())
         return;
     m_isRunning = true;
+    m_hasFailed = false;
     m_clock.start();
     m_clockTimer->start();
     m_progress.clear();
@@ -296,7 +297,7 @@ void SheetPage::commitAndThen(const std::function<void()> &action)
     connect(
         this, &SheetPage::finished, this,
         [this, action] {
-            if (!m_isInTransaction) // from the event loop: the action may close this sheet
+            if (!m_hasFailed) // from the event loop: the action may close this sheet
                 QMetaObject::invokeMethod(this, action, Qt::QueuedConnection);
         },
         Qt::SingleShotConnection);

@@ -145,5 +145,6 @@ private:
     QElapsedTimer m_clock;
     QString m_database, m_progress, m_draftFailure, m_lastSeconds;
     bool m_isRunning = false, m_isInTransaction = false, m_isAutocommit = true, m_wantsWords = false;
+    bool m_hasFailed = false; // something of what ran last
     bool m_isResultTold = false, m_hasGrid = false;
 };

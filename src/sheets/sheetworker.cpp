@@ -71,6 +71,8 @@ void SheetWorker::runAlone(const std::function<void()> &action)
             requireConnection();
             action();
         } catch (const Failure &failure) {
+            if (failure.isConnectionLost() && !std::exchange(m_isElsewhere, false))
+                sDisconnect(*m_session); // and its transaction is gone
             fail(failure);
         } catch (const std::bad_alloc &) {
             fail(Failure(QStringLiteral("メモリが不足しています。")));
@@ -290,6 +292,7 @@ void SheetWorker::runScriptFile(const ScriptOptions &options)
         // A connection of its own: what the script sets ends with it.
         const std::unique_ptr<Session> own = siblingOf(*m_session, m_session->gDbName, m_pump);
         m_running = own.get();
+        m_isElsewhere = true;
         const auto isOver = qScopeGuard([this] { m_running = m_session.get(); });
         SheetNews ended;
         ended.kind = SheetNews::Kind::ScriptEnded;
@@ -306,6 +309,7 @@ void SheetWorker::runScriptFile(const ScriptOptions &options)
                 }));
         });
         sDisconnect(*own);
+        m_isElsewhere = false;
         Q_EMIT came(ended);
     });
 }

@@ -129,4 +129,5 @@ private:
     bool m_wasConnected = false;
     bool m_isAutocommit = true;
     bool m_mayHaveMoved = false; // to another default database
+    bool m_isElsewhere = false;  // what runs has a connection of its own
 };

@@ -196,6 +196,17 @@ void SheetWindowTest::whatIsNotCommittedIsAskedAbout()
     run("commitSheet");
     QVERIFY(!control<QLabel>(*m_window, "transactionSign").isVisible());
     QCOMPARE(m_server.run("select count(*) from d.t where a = 9").trimmed().right(1), "1");
+    // A commit that fails closes nothing.
+    type("select connection_id(); insert into t values (10)");
+    run();
+    m_server.run("kill " + firstCells().value(0));
+    m_dialogue->expectChoice("シート 1 *: 確定していない変更があります。",
+                             "コミットして閉じる|ロールバックして閉じる", 0);
+    QVERIFY(!m_window->close());
+    QTRY_VERIFY(!page().isRunning() && !page().isInTransaction());
+    QCoreApplication::processEvents();
+    QVERIFY(m_window->isVisible());
+    QVERIFY2(messages().contains("エラー"), qPrintable(messages()));
     QVERIFY(m_window->close());
 }
 
