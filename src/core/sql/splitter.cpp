@@ -37,22 +37,22 @@ bool isQuoted(std::string_view text)
 
 void StatementSplitter::feed(std::string_view bytes)
 {
-    dropGiven();
+    const qsizetype place = m_lexer.place() - m_begin;
+    m_buffer.remove(0, noteGiven());
     m_buffer.append(bytes.data(), static_cast<qsizetype>(bytes.size()));
-    m_lexer.goOn(text(), m_lexer.place());
+    m_lexer.goOn(text(), place);
 }
 
-void StatementSplitter::dropGiven()
+// What has been given is about to leave the buffer: so many bytes.
+qsizetype StatementSplitter::noteGiven()
 {
-    const std::string_view counted = this->bytes(m_counted, m_begin);
+    const std::string_view counted = bytes(m_counted, m_begin);
     m_line += std::count(counted.begin(), counted.end(), '\n');
-    m_buffer.remove(0, m_begin);
     if (m_first >= 0)
         m_first -= m_begin;
-    const qsizetype place = m_lexer.place() - m_begin;
-    m_dropped += std::exchange(m_begin, 0);
+    m_dropped += m_begin;
     m_counted = 0;
-    m_lexer.goOn(text(), place);
+    return std::exchange(m_begin, 0);
 }
 
 QByteArray StatementSplitter::take(const ScriptPiece &piece)
@@ -62,8 +62,12 @@ QByteArray StatementSplitter::take(const ScriptPiece &piece)
     if (piece.text.size() < copied)
         return {piece.text.data(), size};
     const qsizetype start = piece.text.data() - m_buffer.constData();
-    QByteArray taken = m_buffer;
-    dropGiven(); // from now on the buffer is another one, with what stands behind
+    const qsizetype place = m_lexer.place() - m_begin;
+    QByteArray behind = m_buffer.sliced(m_begin);
+    noteGiven();
+    // Never shared: Qt 6.4 copies the whole to remove a part of it.
+    QByteArray taken = std::exchange(m_buffer, std::move(behind));
+    m_lexer.goOn(text(), place);
     taken.truncate(start + size);
     taken.remove(0, start);
     return taken;

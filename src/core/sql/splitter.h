@@ -63,7 +63,7 @@ private:
     ScriptPiece piece(ScriptPiece::Kind kind, std::string_view text, qsizetype end);
     std::string_view bytes(qsizetype from, qsizetype to) const;
 
-    void dropGiven();
+    qsizetype noteGiven();
     std::string_view text() const
     {
         return {m_buffer.constData(), static_cast<std::size_t>(m_buffer.size())};
