@@ -328,10 +328,10 @@ void ServerPagesTest::rightsAreGrantedAndRevoked()
             settle();
             QCOMPARE(cell("accountList", "`visitor`@`%`", 2),
                      isOn ? role.section('`', 1, 1) + (isMySql9 ? "@%" : "") : "");
-            QCOMPARE(label("privilegeNote")
-                         .startsWith(isOn ? "加わりました: SET DEFAULT ROLE " + role
-                                          : "消えました: SET DEFAULT ROLE " + role),
-                     true);
+            const QString note = label("privilegeNote");
+            QVERIFY2(note.startsWith(
+                         (isOn ? "加わりました: SET DEFAULT ROLE " : "消えました: SET DEFAULT ROLE ") + role),
+                     qPrintable(note));
         }
         QVERIFY(list("grantList").choose(role + "\t\t00"));
         m_stage->click("revokePrivilege");

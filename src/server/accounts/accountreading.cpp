@@ -1,6 +1,7 @@
 #include "server/accounts/accountreading.h"
 
 #include "core/sql/passwords.h"
+#include "core/sql/statements.h"
 #include "server/serverpage.h"
 
 #include <QRegularExpression>
@@ -175,9 +176,15 @@ QStringList readRights(Connection &connection, const AccountName &account)
     if (server.isMariaDb || server.number < 80000)
         return lines;
     try {
-        const QString created =
-            connection.execute(QStringLiteral("show create user ") + account.quoted()).text(0);
-        if (const QStringList roles = defaultRolesOf(created); !roles.isEmpty())
+        // Not from SHOW CREATE USER, where they stand behind a hash that may hold any byte.
+        QStringList roles;
+        RecordSet rows = connection.execute(
+            QStringLiteral("select default_role_user, default_role_host from mysql.default_roles "
+                           "where user=%1 and host=%2")
+                .arg(quotedText(account.user), quotedText(account.host.value_or(QString()))));
+        for (; !rows.isEof(); rows.moveNext())
+            roles << AccountName{rows.text(0), rows.text(1)}.quoted();
+        if (!roles.isEmpty())
             lines << defaultRoleStatement(roles, account, false);
     } catch (const Failure &failure) {
         if (!isMissingRight(failure))

@@ -129,11 +129,3 @@ QString defaultRoleStatement(const QStringList &roles, const AccountName &accoun
            (roles.isEmpty() ? QStringLiteral("NONE") : roles.join(QStringLiteral(", "))) +
            (isMariaDb ? QStringLiteral(" FOR ") : QStringLiteral(" TO ")) + account.quoted();
 }
-
-QStringList defaultRolesOf(const QString &createUser)
-{
-    static const QRegularExpression form(QStringLiteral(" DEFAULT ROLE (.+?) REQUIRE "));
-    const QRegularExpressionMatch match = form.match(bare(createUser));
-    return match.hasMatch() ? partsOf(createUser.mid(match.capturedStart(1), match.capturedLength(1)))
-                            : QStringList();
-}

@@ -38,5 +38,3 @@ QString onColumns(const QString &privilege, const QString &columns);
 // The roles, as statements take them, that the account has when it connects. MariaDB and MySQL word it
 // differently, and MariaDB takes one at most.
 QString defaultRoleStatement(const QStringList &roles, const AccountName &account, bool isMariaDb);
-// Those of a SHOW CREATE USER of MySQL.
-QStringList defaultRolesOf(const QString &createUser);
