@@ -172,8 +172,8 @@ int main(int argc, char *argv[])
 
     WindowPump pump;
     Session session;
-    // It holds no settings: the windows look as they do at the first start. The restore's picture wants backups
-    // there (*.frm, may be empty), customers.frm among them.
+    // It holds no settings: the windows look as they do at the first start. The restore's picture wants
+    // backups there (*.frm, may be empty), customers.frm among them.
     session.programFolder = QDir::homePath();
     session.connectBy(createConnection, pump);
     frmTarnwell window(session);
