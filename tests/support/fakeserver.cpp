@@ -20,8 +20,8 @@ const QByteArray publicKey("-----BEGIN PUBLIC KEY-----\n"
 QByteArray number(quint64 value, int bytes)
 {
     QByteArray text;
-    for (int i = 0; i < bytes; ++i)
-        text += static_cast<char>(value >> (8 * i));
+    for (; bytes > 0; --bytes, value >>= 8)
+        text += static_cast<char>(value);
     return text;
 }
 
