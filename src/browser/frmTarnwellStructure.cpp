@@ -1,6 +1,7 @@
 // What the main window offers of its objects' structure: changing, comparing, searching, and going to what
 // was found.
 #include "browser/frmTarnwell.h"
+#include "controls/window/building.h"
 #include "maintenance/boundobjectdialog.h"
 #include "structure/alter/alterwindow.h"
 #include "structure/compare/comparewindow.h"
@@ -150,6 +151,7 @@ void frmTarnwell::toggleSurroundings()
         m_surroundings = new SurroundingsPane(m_session);
         splitter->addWidget(m_surroundings);
         splitter->setSizes({150, 600, 250});
+        followInTabOrder(*m_controls.cmdDropProc, m_surroundings->controls()); // the last one to its left
         connect(m_surroundings, &SurroundingsPane::opened, this, [this](const RelatedThing &thing) {
             openHit({hitKind(thing.kind), thing.database, thing.object, thing.object, {}, {}});
         });
@@ -158,7 +160,7 @@ void frmTarnwell::toggleSurroundings()
         connect(m_surroundings, &SurroundingsPane::closed, m_surroundings, &QWidget::hide);
     }
     m_surroundings->show();
-    m_surroundings->setFocus();
+    m_surroundings->controls().first()->setFocus();
     showSurroundings();
 }
 

@@ -78,6 +78,11 @@ QMap<QByteArray, Open> scenes()
             press(window, {button});
             return &window;
         };
+    all["main, surroundings"] = [](WindowStage &stage) {
+        QWidget &window = stage.connected<frmTarnwell>();
+        window.findChild<QAction *>("action_showSurroundings")->trigger();
+        return &window;
+    };
     for (const char *view : {"optRecord_0", "optRecord_1", "optRecord_2", "optRecord_3"})
         all[QByteArray("console, ") + view] = [view](WindowStage &stage) { return &console(stage, view); };
     all["find bar"] = [](WindowStage &stage) {

@@ -69,7 +69,11 @@ void SurroundingsPane::buildLayout()
     layout->addWidget(m_title);
     layout->addWidget(m_tree, 1);
     layout->addLayout(buttons);
-    setFocusProxy(m_tree);
+}
+
+QList<QWidget *> SurroundingsPane::controls() const
+{
+    return {m_tree, m_newTrigger, m_newEvent, m_change, m_drop};
 }
 
 bool SurroundingsPane::isOf(const Session &session) const

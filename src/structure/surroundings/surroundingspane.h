@@ -22,6 +22,9 @@ public:
     bool isOf(const Session &session) const;
     // Both empty: nothing is chosen. The same again: read anew.
     void showOf(const QString &database, const QString &table);
+    // What Tab is to walk through, from above. The pane has no focus proxy: Tab would enter it a second time
+    // where the pane itself stands in the order (Qt 6.4).
+    QList<QWidget *> controls() const;
 
 Q_SIGNALS:
     void opened(const RelatedThing &thing); // a table, view or routine is to be shown
