@@ -2,9 +2,8 @@
 // loop sends the same statements.
 #include "bareloops.h"
 #include "benchdata.h"
+#include "benchsession.h"
 #include "controls/grid/flexgrid.h"
-#include "core/driver/connect.h"
-#include "core/session/basconnection.h"
 #include "core/sql/statements.h"
 #include "measurement.h"
 #include "rows/rowreading.h"
@@ -17,30 +16,12 @@
 #include <QClipboard>
 #include <QElapsedTimer>
 #include <QInputDialog>
-#include <QTemporaryDir>
 #include <QTest>
 #include <QTimer>
 
 namespace {
 
 constexpr int pageRows = 1000;
-
-struct Opened {
-    explicit Opened(const QStringList &arguments)
-    {
-        session.connectBy(createConnection, pump);
-        session.gDsn = noDataSource();
-        session.gDriver =
-            arguments[2] == u"native" ? nativeDriverName() : QStringLiteral("MySQL ODBC 3.51 Driver");
-        session.gServer = QStringLiteral("127.0.0.1");
-        session.gPort = arguments[5];
-        session.gUser = session.gPass = QStringLiteral("demo");
-        if (!fConnect(session))
-            qFatal("no connection");
-    }
-    BlockingPump pump;
-    Session session;
-};
 
 Measurement timed(const std::function<void()> &job)
 {
@@ -72,9 +53,8 @@ Measurement bare(const QStringList &arguments, const QStringList &statements)
 // A pane as the main window has it: with all that one click costs, but for painting.
 struct Shown {
     explicit Shown(const QStringList &arguments)
-        : opened(arguments)
+        : opened(arguments[2], arguments[5])
     {
-        opened.session.settingsFolder = folder.path(); // what takes a saving back is written, too
         dialogue.agrees = true;
         QObject::connect(&view, &RowsView::readWanted, &view, [this] { read(); });
     }
@@ -102,8 +82,7 @@ struct Shown {
         QTest::keyClick(&grid, Qt::Key_G, Qt::ControlModifier);
     }
 
-    Opened opened;
-    QTemporaryDir folder;
+    BenchSession opened;
     ScriptedDialogue dialogue;
     QString table;
     FlexGrid &grid = *new FlexGrid;

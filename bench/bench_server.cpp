@@ -1,7 +1,6 @@
 // The server's window on a server of 5,000 sessions: for how long it stands still while the list is read
 // anew; and what it costs to leave it open.
-#include "core/driver/connect.h"
-#include "core/session/basconnection.h"
+#include "benchsession.h"
 #include "measurement.h"
 #include "server/keyedlist.h"
 #include "server/serverpage.h"
@@ -16,7 +15,6 @@
 #include <QPushButton>
 #include <QSpinBox>
 #include <QTabWidget>
-#include <QTemporaryDir>
 #include <QTest>
 #include <QTimer>
 #include <QWindow>
@@ -53,17 +51,10 @@ public:
 
 class Window {
 public:
-    explicit Window(int port)
+    explicit Window(const QString &port)
+        : m_open(QStringLiteral("native"), port)
     {
-        m_session.programFolder = m_folder.path();
-        m_session.gIniPath = m_folder.filePath(QStringLiteral("Tarnwell.ini"));
-        m_session.connectBy(createConnection, m_pump);
-        m_session.gDsn = noDataSource();
-        m_session.gDriver = nativeDriverName();
-        m_session.gServer = QStringLiteral("127.0.0.1");
-        m_session.gPort = QString::number(port);
-        m_session.gUser = m_session.gPass = QStringLiteral("demo");
-        m_window = new ServerWindow(m_session, {});
+        m_window = new ServerWindow(m_open.session, {});
         m_window->setAttribute(Qt::WA_DeleteOnClose, false);
         m_timer.callOnTimeout(&m_timer, [this] { comeRound(); });
     }
@@ -115,9 +106,7 @@ private:
             QCoreApplication::processEvents(QEventLoop::WaitForMoreEvents);
     }
 
-    QTemporaryDir m_folder;
-    BlockingPump m_pump;
-    Session m_session;
+    BenchSession m_open;
     ServerWindow *m_window;
     QTimer m_timer;
     QElapsedTimer m_clock;
@@ -215,7 +204,7 @@ Measurement growth(Window &window, const QString &page)
 int doOneJob(const QStringList &arguments)
 {
     const QString &kind = arguments[1], &detail = arguments[2];
-    Window window(arguments[3].toInt());
+    Window window(arguments[3]);
     double stall = 0;
     Measurement result = measure([&] { stall = window.stallIn([&] { window.open(); }); });
     result.stallMilliseconds = stall;

@@ -2,9 +2,8 @@
 // separated values beside a bare loop and the client program.
 #include "bareloops.h"
 #include "benchdata.h"
+#include "benchsession.h"
 #include "core/command/script.h"
-#include "core/driver/connect.h"
-#include "core/session/basconnection.h"
 #include "measurement.h"
 #include "support/testserver.h"
 #include "table.h"
@@ -134,17 +133,8 @@ constexpr Ours ourJobs[] = {{"dump", dumpRows, false},
 
 Measurement runOurs(const Ours &ours, const Job &job)
 {
-    BlockingPump pump;
-    Session session;
-    session.connectBy(createConnection, pump);
-    session.gDsn = noDataSource();
-    session.gDriver = nativeDriverName();
-    session.gServer = QStringLiteral("127.0.0.1");
-    session.gPort = QString::number(job.port);
-    session.gUser = session.gPass = QStringLiteral("demo");
-    session.gDbName = benchDatabase();
-    if (!fConnect(session))
-        std::exit(1);
+    BenchSession open(QStringLiteral("native"), QString::number(job.port), benchDatabase());
+    Session &session = open.session;
     if (ours.fillsTable)
         emptyTable(session);
     return measure([&] { session.runner.run(nullptr, {}, [&] { ours.run(session, job); }); });
