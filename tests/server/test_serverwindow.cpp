@@ -14,25 +14,17 @@
 namespace {
 
 // A user's session with a statement of its own, on a thread until it is stopped.
-class OtherSession {
+class OtherSession : private Pump {
 public:
-    OtherSession(const TestServer &server, QString statement)
-        : m_connection(createConnection(server.nativeString("d"), m_pump))
+    OtherSession(const TestServer &server, const QString &statement)
+        : m_connection(createConnection(server.nativeString("d"), *this))
+        , m_thread([this, statement] { run(statement); })
     {
-        m_connection->open();
-        id = m_connection->execute("select connection_id()").text(0);
-        m_thread = std::thread([this, statement = std::move(statement)] {
-            try {
-                m_connection->execute(statement);
-            } catch (const Failure &error) {
-                failure = error.description();
-            }
-            hasEnded = true;
-        });
+        QVERIFY(m_isOpen.waitFor(std::chrono::seconds(20)));
     }
-    ~OtherSession()
+    ~OtherSession() override
     {
-        m_connection->cancel();
+        m_isLeft = true;
         m_thread.join();
     }
 
@@ -40,9 +32,29 @@ public:
     std::atomic<bool> hasEnded = false;
 
 private:
-    BlockingPump m_pump;
+    void run(const QString &statement)
+    {
+        try {
+            m_connection->open();
+            id = m_connection->execute("select connection_id()").text(0);
+            m_isOpen.finish();
+            m_connection->execute(statement);
+        } catch (const Failure &error) {
+            failure = error.description();
+        }
+        hasEnded = true;
+    }
+    void wait(Completion &completion) override
+    {
+        while (!completion.waitFor(std::chrono::milliseconds(20)))
+            if (m_isLeft)
+                m_connection->cancel();
+    }
+
     std::unique_ptr<Connection> m_connection;
-    std::thread m_thread;
+    Completion m_isOpen;
+    std::atomic<bool> m_isLeft = false;
+    std::thread m_thread; // uses all of the above
 };
 
 // Something happens while the question waits.
