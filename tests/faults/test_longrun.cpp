@@ -16,7 +16,7 @@
 
 namespace {
 
-#if defined(__SANITIZE_ADDRESS__)
+#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
 constexpr bool isSanitized = true;
 #else
 constexpr bool isSanitized = false;
@@ -114,6 +114,9 @@ public:
     // What a user would have to say to be connected; called now and then.
     std::function<void()> connectAgain;
 
+    // Notes the windows that are shown, each of which may be closed by the next action.
+    void look();
+
     // No more actions of its own; open boxes are still answered, so that what runs comes to its end.
     void finish() { m_isFinishing = true; }
     int actions() const { return m_actions; }
@@ -162,6 +165,13 @@ void Monkey::note(const char *what, const QWidget &widget, const QString &detail
     std::fflush(m_log);
 }
 
+void Monkey::look()
+{
+    for (const QWidget *window : QApplication::topLevelWidgets())
+        if (window->isVisible())
+            m_seen.insert(window->objectName());
+}
+
 void Monkey::act()
 {
     // A new timer each time: one that is running its slot does not fire in the box that the slot opens.
@@ -173,9 +183,7 @@ void Monkey::act()
         return;
     ++m_depth;
     ++m_actions;
-    for (const QWidget *window : QApplication::topLevelWidgets())
-        if (window->isVisible())
-            m_seen.insert(window->objectName());
+    look();
     auto *dialog = qobject_cast<QDialog *>(modal);
     const bool isBox = qobject_cast<QMessageBox *>(dialog) || qobject_cast<QFileDialog *>(dialog);
     if (popup)
@@ -334,13 +342,14 @@ void LongRunTest::walk(TestServer &server, Monkey &monkey, int actions, int seco
     QElapsedTimer clock;
     clock.start();
     const int until = monkey.actions() + actions;
-    monkey.connectAgain();
     // Every window once, the rest by chance.
     for (const QString &opener : openers) {
-        // Again each time: the monkey that answers a box may have chosen another.
+        // Again each time: the monkey that answers a box may have left the server or chosen another table.
+        monkey.connectAgain();
         stage.control<ChosenList>("lstDb")->choose("play1");
         stage.control<ChosenList>("lstTables")->setCurrentRow(0);
         stage.window->findChild<QAction *>("action_" + opener)->trigger();
+        monkey.look();
     }
     while (monkey.actions() < until && clock.elapsed() < seconds * 1000)
         QTest::qWait(20);
