@@ -1,10 +1,31 @@
 #include "structure/diagram/diagram.h"
+#include "structure/diagram/diagramview.h"
+#include "structure/diagram/diagramwindow.h"
 #include "structure/surroundings/renametable.h"
 #include "structure/surroundings/surroundings.h"
 #include "support/gui/stage.h"
 
 #include <QProcess>
 #include <QStandardPaths>
+
+#define SKIP_WITHOUT_GRAPHVIZ                                                                                \
+    if (QStandardPaths::findExecutable("dot").isEmpty())                                                     \
+    QSKIP("Graphviz is not installed")
+
+namespace {
+
+QByteArray laidOut(const Diagram &diagram, bool isRound)
+{
+    QProcess process;
+    process.start("dot", dotArguments(isRound, diagram.tables.size()));
+    process.write(
+        dotGraph(diagram, {[](const QString &text) { return 7.0 * double(text.size()); }, 14, true}));
+    process.closeWriteChannel();
+    process.waitForFinished();
+    return process.readAllStandardOutput();
+}
+
+} // namespace
 
 // What hangs together with a table, on servers of each brand.
 class SurroundingsTest : public QObject {
@@ -20,6 +41,9 @@ private Q_SLOTS:
     void aRenameWithoutAnAnswerIsReadBack_data();
     void aRenameWithoutAnAnswerIsReadBack();
     void aPictureHoldsWhatIsChosen();
+    void aPictureIsNoStrip_data();
+    void aPictureIsNoStrip();
+    void aPictureIsSavedAsItsNameSays();
 
 private:
     TestServers m_servers{
@@ -145,15 +169,8 @@ void SurroundingsTest::aPictureHoldsWhatIsChosen()
     QCOMPARE(partOf(all, {"parent"}, false).tables.size(), 1u);
     const Diagram part = partOf(all, {"parent"}, true);
     QCOMPARE(part.tables.size(), 2u);
-    const QString dot = QStandardPaths::findExecutable("dot");
-    if (dot.isEmpty())
-        QSKIP("Graphviz is not installed");
-    QProcess process;
-    process.start(dot, {"-Tplain"});
-    process.write(dotGraph(part, {[](const QString &text) { return 7.0 * double(text.size()); }, 14, true}));
-    process.closeWriteChannel();
-    QVERIFY(process.waitForFinished());
-    const QByteArray plain = process.readAllStandardOutput();
+    SKIP_WITHOUT_GRAPHVIZ;
+    const QByteArray plain = laidOut(part, false);
     const auto picture = placed(part, plain, true);
     QVERIFY(picture);
     QCOMPARE(picture->links.front().name, "up");
@@ -163,6 +180,72 @@ void SurroundingsTest::aPictureHoldsWhatIsChosen()
     QVERIFY(!parent.place.intersects(picture->tables.back().place));
     QVERIFY(svgOf(*picture, 14).contains(">parent</text>"));
     QVERIFY(!placed(part, plain.left(plain.indexOf("edge")), true));
+}
+
+void SurroundingsTest::aPictureIsNoStrip_data()
+{
+    const Rows<int, bool, bool> row; // tables; whether all the others refer to the first; whether ranks do
+    row("few in ranks", 5, true, true);
+    row("the children of one table", 31, true, false);
+    row("without keys", 60, false, true);
+}
+
+void SurroundingsTest::aPictureIsNoStrip()
+{
+    const auto [count, haveKeys, doRanks] = fetched<int, bool, bool>();
+    SKIP_WITHOUT_GRAPHVIZ;
+    Diagram diagram;
+    for (int i = 0; i < count; ++i) {
+        diagram.tables.push_back({QString::number(i), QStringList(3 + i % 7, "column int"), {}});
+        if (haveKeys && i > 0)
+            diagram.links.push_back({QString::number(i), "0", "f"});
+    }
+    const auto inRanks = placed(diagram, laidOut(diagram, false), true);
+    QVERIFY(inRanks && isStrip(*inRanks) != doRanks);
+    const auto picture = doRanks ? inRanks : placed(diagram, laidOut(diagram, true), true);
+    QVERIFY(picture && !isStrip(*picture));
+    QCOMPARE(picture->links.size(), diagram.links.size());
+    const QRectF all = QRectF({0, 0}, picture->size).adjusted(-1, -1, 1, 1);
+    for (const PlacedTable &each : picture->tables) {
+        QVERIFY(all.contains(each.place));
+        for (const PlacedTable &other : picture->tables)
+            QVERIFY(&each == &other || !each.place.intersects(other.place));
+    }
+}
+
+void SurroundingsTest::aPictureIsSavedAsItsNameSays()
+{
+    SKIP_WITHOUT_GRAPHVIZ;
+    Stage stage(Stage::Server::Real);
+    stage.enter(nativeDriverName(), m_servers.of(TestServer::Brand::MariaDb).port(), "demo", "demo");
+    auto *window = new DiagramWindow(stage.session, "d", "");
+    window->setAttribute(Qt::WA_DeleteOnClose, false);
+    stage.open(window);
+    auto &view = *stage.control<DiagramView>("diagramView");
+    const auto &state = *stage.control<QLabel>("diagramState");
+    QTRY_VERIFY2(state.text().startsWith("3 テーブル、2 外部キー"), qPrintable(state.text()));
+    QSignalSpy opened(window, &DiagramWindow::opened);
+    for (const PlacedTable &table : view.diagram().tables)
+        QTest::mouseClick(view.viewport(), Qt::LeftButton, {}, view.mapFromScene(table.place.center()));
+    QStringList tables;
+    for (const QVariantList &each : opened)
+        tables << each.at(0).toString() + u'.' + each.at(1).toString();
+    tables.sort();
+    QCOMPARE(tables, (QStringList{"d.child", "d.parent", "d.t"}));
+
+    Boxes boxes;
+    const auto saved = [&](const QString &name) {
+        const QString path = stage.folder.filePath(name);
+        boxes.expectFile(path);
+        stage.click("saveDiagram");
+        return readFile(path);
+    };
+    QVERIFY(saved("p.svg").contains(">parent</text>"));
+    QVERIFY(!QImage::fromData(saved("p.PNG"), "PNG").isNull());
+    const QByteArray pdf = saved("p.pdf");
+    QVERIFY(pdf.startsWith("%PDF-") && pdf.trimmed().endsWith("%%EOF"));
+    QCOMPARE(saved("p.txt"), "(no file)");
+    QVERIFY2(state.text().startsWith("保存できませんでした: ファイル名の終わりは"), qPrintable(state.text()));
 }
 
 QTEST_MAIN(SurroundingsTest)

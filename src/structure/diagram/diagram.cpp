@@ -101,8 +101,9 @@ Diagram partOf(const Diagram &diagram, const QSet<QString> &chosen, bool withNei
 
 QByteArray dotGraph(const Diagram &diagram, const DiagramMeasure &measure)
 {
-    QString graph = QStringLiteral("digraph {\nrankdir=LR; nodesep=0.4; ranksep=0.8;\n"
-                                   "node [shape=box fixedsize=true label=\"\"];\nedge [dir=none];\n");
+    QString graph =
+        QStringLiteral("digraph {\nrankdir=LR; nodesep=0.4; ranksep=0.8; pack=20; packmode=\"graph\";\n"
+                       "node [shape=box fixedsize=true label=\"\"];\nedge [dir=none];\n");
     std::map<QString, std::size_t> places;
     for (std::size_t i = 0; i < diagram.tables.size(); ++i) {
         const DiagramTable &table = diagram.tables[i];
@@ -118,6 +119,27 @@ QByteArray dotGraph(const Diagram &diagram, const DiagramMeasure &measure)
     for (const DiagramLink &link : diagram.links)
         graph += QStringLiteral("n%1 -> n%2;\n").arg(places[link.from]).arg(places[link.to]);
     return (graph + QStringLiteral("}\n")).toUtf8();
+}
+
+QStringList dotArguments(bool isRound, std::size_t tables)
+{
+    // Around 300 tables curves take 20 seconds, straight lines half a second.
+    constexpr std::size_t mostWithCurves = 100;
+    QStringList arguments{QStringLiteral("-Tplain")};
+    if (isRound)
+        arguments +=
+            {QStringLiteral("-Ksfdp"), QStringLiteral("-Goverlap=prism"), QStringLiteral("-Gsep=+12"),
+             QStringLiteral("-Gsplines=") +
+                 (tables <= mostWithCurves ? QStringLiteral("true") : QStringLiteral("line"))};
+    return arguments;
+}
+
+bool isStrip(const PlacedDiagram &diagram)
+{
+    constexpr double highest = 2, widest = 4; // screens are wide
+    constexpr std::size_t fewTables = 6;
+    const double width = diagram.size.width(), height = diagram.size.height();
+    return diagram.tables.size() > fewTables && (height > width * highest || width > height * widest);
 }
 
 std::optional<PlacedDiagram> placed(const Diagram &diagram, const QByteArray &plain, bool withColumns)

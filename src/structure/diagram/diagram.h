@@ -56,5 +56,10 @@ struct DiagramMeasure {
 QByteArray dotGraph(const Diagram &diagram, const DiagramMeasure &measure);
 // Its answer (dot -Tplain); nothing where it is none.
 std::optional<PlacedDiagram> placed(const Diagram &diagram, const QByteArray &plain, bool withColumns);
+// How it is called for a graph of so many tables: in ranks along the keys, or around those with the most of
+// them.
+QStringList dotArguments(bool isRound, std::size_t tables);
+// Ranks put the 30 children of one table into a column that nobody can look at.
+bool isStrip(const PlacedDiagram &diagram);
 // The same as an SVG file.
 QByteArray svgOf(const PlacedDiagram &diagram, double line);

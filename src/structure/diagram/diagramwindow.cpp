@@ -152,7 +152,13 @@ void DiagramWindow::layOut()
         return m_state->setText(QStringLiteral("図にするテーブルを選んで下さい。"));
     }
     m_state->setText(QStringLiteral("配置中…　Esc で中止します"));
-    m_dot.start(QStringLiteral("dot"), {QStringLiteral("-Tplain")});
+    m_strip.reset();
+    startLayout(false);
+}
+
+void DiagramWindow::startLayout(bool isRound)
+{
+    m_dot.start(QStringLiteral("dot"), dotArguments(isRound, m_part.tables.size()));
     m_dot.write(dotGraph(m_part, m_view->measure(m_columns->isChecked())));
     m_dot.closeWriteChannel();
 }
@@ -160,14 +166,24 @@ void DiagramWindow::layOut()
 void DiagramWindow::takeLayout()
 {
     const auto diagram = placed(m_part, m_dot.readAllStandardOutput(), m_columns->isChecked());
-    if (!diagram)
-        return m_state->setText(QStringLiteral("配置できませんでした。") +
-                                QString::fromUtf8(m_dot.readAllStandardError()).simplified());
-    m_view->showDiagram(*diagram);
+    if (diagram && !m_strip && isStrip(*diagram)) {
+        m_strip = diagram;
+        return startLayout(true);
+    }
+    if (diagram || m_strip)
+        showLayout(diagram ? *diagram : *m_strip);
+    else
+        m_state->setText(QStringLiteral("配置できませんでした。") +
+                         QString::fromUtf8(m_dot.readAllStandardError()).simplified());
+}
+
+void DiagramWindow::showLayout(const PlacedDiagram &diagram)
+{
+    m_view->showDiagram(diagram);
     m_save->setEnabled(true);
     m_state->setText(QStringLiteral("%L1 テーブル、%L2 外部キー　クリックでテーブルを開きます")
-                         .arg(diagram->tables.size())
-                         .arg(diagram->links.size()));
+                         .arg(diagram.tables.size())
+                         .arg(diagram.links.size()));
 }
 
 void DiagramWindow::tellMissing(QProcess::ProcessError error)

@@ -39,7 +39,9 @@ private:
     void read(const QString &table);
     void listTables(const QString &table);
     void layOut();
+    void startLayout(bool isRound);
     void takeLayout();
+    void showLayout(const PlacedDiagram &diagram);
     void tellMissing(QProcess::ProcessError error);
     void stopLayout();
     void save();
@@ -48,6 +50,7 @@ private:
     const QString m_settingsFile, m_database;
     std::unique_ptr<ServerLink> m_link;
     Diagram m_all, m_part;
+    std::optional<PlacedDiagram> m_strip; // what ranks gave, while it is laid out around the middle
     QProcess m_dot;
     QListWidget *m_tables;
     QCheckBox *m_neighbours, *m_columns;
