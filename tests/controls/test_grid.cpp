@@ -107,6 +107,7 @@ private Q_SLOTS:
     void cellViewerShowsTextBytesAndPicture();
     void brokenLinesAreCopiedAndSearchedWhole();
     void jsonIsLaidOutAsItIsWritten();
+    void aLargeValueIsShownAsFarAsItSays();
     void bytesAreReadInAChosenCharacterSet();
     void sortsByValue();
     void equalRowsKeepTheServersOrderBothWays();
@@ -359,6 +360,39 @@ void GridTest::jsonIsLaidOutAsItIsWritten()
     QCOMPARE(list->child(0)->text(1), "あ");
     viewer.showValue({"j"}, {"text"}, 1);
     QVERIFY(!tree.isVisibleTo(&viewer) && tree.topLevelItemCount() == 0);
+}
+
+// The window goes on while it is read, and says of what it shows no more than that.
+void GridTest::aLargeValueIsShownAsFarAsItSays()
+{
+    CellViewer viewer(nullptr);
+    viewer.setAttribute(Qt::WA_DeleteOnClose, false);
+    auto &tabs = control<QTabWidget>(viewer, "cellTabs");
+    auto &tree = control<QTreeWidget>(viewer, "cellTree");
+    const auto &summary = control<QLabel>(viewer, "cellSummary");
+    std::string json = "[";
+    for (int i = 0; i < 6000; ++i)
+        json += '"' + std::string(999, 'x') + "日本語\",";
+    const std::string broken = json;
+    json.back() = ']';
+    const std::string large = json + std::string(ValueTextBox::mostShown - json.size() - 1, ' ') + "日";
+    viewer.showValue({"j"}, {json}, 1);
+    tabs.setCurrentIndex(3);
+    viewer.showValue({"j"}, {broken}, 1); // while the one before is read
+    tabs.setCurrentIndex(3);
+    QTRY_COMPARE(control<ValueTextBox>(viewer, "cellJson").text(), "JSON として読めません");
+    QCOMPARE(tree.topLevelItemCount(), 0);
+    viewer.showValue({"j"}, {json}, 1);
+    tabs.setCurrentIndex(4);
+    QTRY_COMPARE(tree.topLevelItemCount(), 1);
+    QCOMPARE(tree.topLevelItem(0)->text(1), "[6,000]");
+    QVERIFY2(!summary.text().contains("テキストは"), qPrintable(summary.text()));
+    viewer.showValue({"j"}, {large}, 1);
+    QVERIFY2(summary.text().contains("テキストは先頭の16 MBのみ"), qPrintable(summary.text()));
+    auto &text = control<ValueTextBox>(viewer, "cellText");
+    text.selectAll();
+    QVERIFY(text.selectedValue().toStdString() == large.substr(0, large.size() - 3)); // no half character
+    tabs.setCurrentIndex(4); // and it goes while it is read
 }
 
 void GridTest::bytesAreReadInAChosenCharacterSet()

@@ -24,7 +24,6 @@
 #include <QTabWidget>
 
 #include <algorithm>
-#include <charconv>
 
 namespace {
 
@@ -116,7 +115,10 @@ void CellViewer::connectControls()
 
 void CellViewer::showValue(const Field &field, const Cell &value, int rowNumber)
 {
+    m_reading = {};
+    ++m_readings;
     m_tree->showJson(nullptr); // it points into the old value
+    m_formatted->setValue({});
     m_json.reset();
     m_name = field.name;
     m_isBinary = field.kind == FieldKind::Binary && !value.isNull;
@@ -138,18 +140,24 @@ void CellViewer::showValue(const Field &field, const Cell &value, int rowNumber)
 void CellViewer::showText()
 {
     const QByteArray set = m_characterSet->currentData().toByteArray();
-    bool isReadable = true;
+    m_isReadable = true;
     if (set.isEmpty()) {
         m_text->setValue(m_value);
     } else {
         QStringDecoder decoder(set.constData());
-        const QString text = decoder(viewOf(m_bytes));
-        isReadable = decoder.isValid() && !decoder.hasError();
-        m_text->setValue(text.toStdString());
+        const std::size_t read = std::min(m_bytes.size(), ValueTextBox::mostShown);
+        const QString text = decoder(viewOf(m_bytes).first(static_cast<qsizetype>(read)));
+        m_isReadable = decoder.isValid() && !decoder.hasError();
+        m_text->setValue(text.toStdString(), read < m_bytes.size());
         m_tabs->setCurrentIndex(TextTab);
     }
+    showSummary();
+}
+
+void CellViewer::showSummary()
+{
     QString summary = QStringLiteral("%L1 バイト").arg(m_bytes.size());
-    if (!isReadable)
+    if (!m_isReadable)
         summary += QStringLiteral("　この文字セットでは読めない所があります");
     if (m_isBinary && m_bytes.size() == 16)
         summary += QStringLiteral("　UUID %1 (時刻を入れ替えたものなら %2)")
@@ -158,6 +166,11 @@ void CellViewer::showText()
         summary += QStringLiteral("　長い行は%1文字で区切って表示").arg(m_text->longestLine());
     if (m_bytes.size() > mostHexBytes)
         summary += QStringLiteral("　16進は先頭の1 MBのみ");
+    const QString most = QStringLiteral("先頭の%1 MBのみ").arg(ValueTextBox::mostShown / 1024 / 1024);
+    if (m_text->isCut())
+        summary += QStringLiteral("　テキストは") + most + QStringLiteral(" (全体は保存かコピーで)");
+    if (m_formatted->isCut())
+        summary += QStringLiteral("　整形したJSONは") + most + QStringLiteral(" (全体は木で)");
     m_summary->setText(summary);
 }
 
@@ -191,12 +204,43 @@ void CellViewer::fillTab(int tab)
         m_hex->setWholeText(hexDump(std::string_view(m_bytes).substr(0, mostHexBytes)));
         m_hasHex = true;
     } else if ((tab == JsonTab || tab == TreeTab) && !m_hasJson) {
-        if (!m_json)
-            m_json = parseJson(m_value);
-        m_formatted->setValue(m_json ? formattedJson(*m_json) : "JSON として読めません");
-        m_tree->showJson(m_json ? &*m_json : nullptr);
         m_hasJson = true;
+        if (m_json) {
+            m_formatted->setValue(formattedJson(*m_json));
+            m_tree->showJson(&*m_json);
+        } else {
+            m_formatted->setValue("読んでいます…");
+            readJson();
+        }
     }
+}
+
+struct CellViewer::ReadJson {
+    std::optional<JsonPart> json;
+    std::string formatted;
+};
+
+// 60 MB take seconds.
+void CellViewer::readJson()
+{
+    m_reading = std::jthread([this, number = m_readings](const std::stop_token &stop) {
+        auto read = std::make_shared<ReadJson>();
+        read->json = parseJson(m_value, stop);
+        if (read->json)
+            read->formatted = formattedJson(*read->json, ValueTextBox::mostShown);
+        QMetaObject::invokeMethod(this, [this, read, number] {
+            if (number == m_readings)
+                takeJson(*read);
+        });
+    });
+}
+
+void CellViewer::takeJson(ReadJson &read)
+{
+    m_json = std::move(read.json);
+    m_formatted->setValue(m_json ? read.formatted : "JSON として読めません");
+    m_tree->showJson(m_json ? &*m_json : nullptr);
+    showSummary();
 }
 
 // The bytes as they are, whatever the text is shown in.
@@ -279,14 +323,21 @@ std::string hexDump(std::string_view bytes)
 
 std::string bytesOfLiteral(std::string_view text)
 {
-    if (!isHexLiteral(text))
+    if (text.size() <= 2 || text.size() % 2 != 0 || !text.starts_with("0x"))
         return std::string(text);
-    std::string bytes;
-    bytes.reserve(text.size() / 2);
-    for (std::size_t i = 2; i < text.size(); i += 2) {
-        unsigned value = 0;
-        std::from_chars(text.data() + i, text.data() + i + 2, value, 16);
-        bytes += static_cast<char>(value);
+    // In one go: isHexLiteral() alone takes half a second for 60 MB.
+    const auto digit = [](char sign) {
+        const char letter = static_cast<char>(sign | 0x20);
+        return sign >= '0' && sign <= '9'       ? sign - '0'
+               : letter >= 'a' && letter <= 'f' ? letter - 'a' + 10
+                                                : -1;
+    };
+    std::string bytes(text.size() / 2 - 1, '\0');
+    for (std::size_t i = 0; i < bytes.size(); ++i) {
+        const int high = digit(text[2 * i + 2]), low = digit(text[2 * i + 3]);
+        if (high < 0 || low < 0)
+            return std::string(text);
+        bytes[i] = static_cast<char>(high << 4 | low);
     }
     return bytes;
 }

@@ -6,8 +6,10 @@
 #include <QWidget>
 
 #include <functional>
+#include <memory>
 #include <string>
 #include <string_view>
+#include <thread>
 
 class JsonTree;
 class QComboBox;
@@ -47,11 +49,16 @@ private:
     void showPicture();
     void showJson();
     void fillTab(int tab);
+    void readJson();
+    struct ReadJson;
+    void takeJson(ReadJson &read);
+    void showSummary();
 
     std::string m_value; // as the server words it
     std::string m_bytes; // what it stands for: hex digits of a binary column as the bytes they mean
     std::optional<JsonPart> m_json;                               // of m_value
     bool m_isBinary = false, m_hasHex = false, m_hasJson = false; // the last two: the tab is filled
+    bool m_isReadable = true;                                     // in the character set chosen
     QString m_name;                                               // of the column
     QLabel *m_summary;
     QTabWidget *m_tabs;
@@ -63,6 +70,8 @@ private:
     QComboBox *m_characterSet;
     QPushButton *m_save, *m_loadButton;
     Load m_load;
+    int m_readings = 0;
+    std::jthread m_reading; // of a large m_value as JSON; to be stopped before that changes
 };
 
 // Lines of 16 bytes: offset, hexadecimal, readable characters.

@@ -9,8 +9,9 @@ constexpr int deepest = 500;
 // Reads from left to right; each function gives false where the text is no JSON.
 class JsonReader {
 public:
-    explicit JsonReader(std::string_view text)
+    JsonReader(std::string_view text, const std::stop_token &stop)
         : m_text(text)
+        , m_stop(stop)
     {
     }
     bool readAll(JsonPart &part) { return readValue(part, 0) && (skipBlanks(), m_at == m_text.size()); }
@@ -70,7 +71,7 @@ private:
     }
     bool readValue(JsonPart &part, int depth)
     {
-        if (depth > deepest)
+        if (depth > deepest || m_stop.stop_requested())
             return false;
         switch (sign()) {
         case '{':
@@ -87,10 +88,11 @@ private:
     }
 
     std::string_view m_text;
+    const std::stop_token &m_stop;
     std::size_t m_at = 0;
 };
 
-void append(std::string &out, const JsonPart &part, std::size_t depth)
+void append(std::string &out, const JsonPart &part, std::size_t depth, std::size_t most)
 {
     if (!part.key.empty())
         (out += part.key) += ": ";
@@ -100,10 +102,10 @@ void append(std::string &out, const JsonPart &part, std::size_t depth)
     }
     const bool isObject = part.kind == JsonPart::Kind::Object;
     out += isObject ? '{' : '[';
-    for (std::size_t i = 0; i < part.parts.size(); ++i) {
+    for (std::size_t i = 0; i < part.parts.size() && out.size() <= most; ++i) {
         out += i == 0 ? "\n" : ",\n";
         out.append((depth + 1) * 2, ' ');
-        append(out, part.parts[i], depth + 1);
+        append(out, part.parts[i], depth + 1, most);
     }
     if (!part.parts.empty())
         (out += '\n').append(depth * 2, ' ');
@@ -112,17 +114,17 @@ void append(std::string &out, const JsonPart &part, std::size_t depth)
 
 } // namespace
 
-std::optional<JsonPart> parseJson(std::string_view utf8)
+std::optional<JsonPart> parseJson(std::string_view utf8, const std::stop_token &stop)
 {
     JsonPart all;
-    if (!JsonReader(utf8).readAll(all))
+    if (!JsonReader(utf8, stop).readAll(all))
         return {};
     return all;
 }
 
-std::string formattedJson(const JsonPart &json)
+std::string formattedJson(const JsonPart &json, std::size_t most)
 {
     std::string out;
-    append(out, json, 0);
+    append(out, json, 0, most);
     return out;
 }

@@ -1,6 +1,8 @@
 #pragma once
 
+#include <limits>
 #include <optional>
+#include <stop_token>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -16,7 +18,8 @@ struct JsonPart {
     std::vector<JsonPart> parts = {};
 };
 
-// Nothing where the text is no JSON, or nested deeper than anybody could look into.
-std::optional<JsonPart> parseJson(std::string_view utf8);
-// A line for each part, indented.
-std::string formattedJson(const JsonPart &json);
+// Nothing where the text is no JSON, or nested deeper than anybody could look into, or where it was stopped.
+std::optional<JsonPart> parseJson(std::string_view utf8, const std::stop_token &stop = {});
+// A line for each part, indented; of what is longer than `most` bytes no more than the beginning and a
+// little.
+std::string formattedJson(const JsonPart &json, std::size_t most = std::numeric_limits<std::size_t>::max());

@@ -20,9 +20,13 @@ ValueTextBox::ValueTextBox(const char *name, const QString &title)
     setAccessibleName(title);
 }
 
-void ValueTextBox::setValue(std::string utf8)
+void ValueTextBox::setValue(std::string_view utf8, bool isBeginning)
 {
-    m_value = std::move(utf8);
+    m_isCut = isBeginning || utf8.size() > mostShown;
+    std::size_t end = std::min(utf8.size(), mostShown);
+    while (end < utf8.size() && end > 0 && (static_cast<unsigned char>(utf8[end]) & 0xc0) == 0x80)
+        --end; // not within a character
+    m_value = utf8.substr(0, end);
     const bool isLarge = m_value.size() > mostWrapped;
     m_longestLine = isLarge ? longestLargeLine : longestWrappedLine;
     BrokenLines lines = withShortLines(m_value, m_longestLine);

@@ -13,7 +13,11 @@ class ValueTextBox : public ResultTextBox {
 public:
     explicit ValueTextBox(const char *name, const QString &title);
 
-    void setValue(std::string utf8);
+    // Of a value of more than mostShown bytes no more than that is shown, searched and copied: the
+    // window would stand still for it.
+    static constexpr std::size_t mostShown = 16 * 1024 * 1024;
+    void setValue(std::string_view utf8, bool isBeginning = false); // isBeginning: it is cut already
+    bool isCut() const { return m_isCut; }
     std::size_t longestLine() const { return m_longestLine; }
     bool isBroken() const { return !m_breaks.empty(); }
     QString selectedValue() const;
@@ -32,7 +36,8 @@ private:
     qsizetype placeInValue(qsizetype shown) const;
     qsizetype placeShown(qsizetype inValue) const;
 
-    std::string m_value;
+    std::string m_value; // what is shown of it
+    bool m_isCut = false;
     std::vector<std::size_t> m_breaks; // places in the value that begin a line only here
     std::size_t m_longestLine = 0;     // in characters
 };
