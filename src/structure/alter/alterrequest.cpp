@@ -1,13 +1,15 @@
 #include "structure/alter/alterrequest.h"
 
 #include "core/command/definition.h"
+#include "core/command/doubt.h"
+#include "core/command/sessionvariables.h"
 #include "core/command/showntext.h"
 #include "core/sql/statements.h"
 #include "structure/alter/restoredtext.h"
 
 namespace {
 
-TableSize sizeOf(Connection &connection, const QString &database, const QString &table)
+TableSize estimatedSize(Connection &connection, const QString &database, const QString &table)
 {
     RecordSet rows = connection.execute(
         QStringLiteral("SELECT TABLE_ROWS, DATA_LENGTH + INDEX_LENGTH FROM information_schema.TABLES WHERE "
@@ -16,6 +18,38 @@ TableSize sizeOf(Connection &connection, const QString &database, const QString 
     if (!rows.isOpen() || rows.isEof() || rows.isNull(0))
         return {};
     return {rows.text(0).toLongLong(), rows.text(1).toLongLong()};
+}
+
+bool hasRows(Connection &connection, const QString &database, const QString &table)
+{
+    RecordSet rows =
+        connection.execute(QStringLiteral("SELECT 1 FROM %1 LIMIT 1").arg(quotedName(database, table)));
+    return rows.isOpen() && !rows.isEof();
+}
+
+// Counting would go through all rows.
+TableSize sizeOf(Session &session, const QString &database, const QString &table)
+{
+    TableSize size;
+    try {
+        // MySQL 8 says for a day what it once said: 0 rows of a table that has been filled since.
+        const ServerInfo server = session.connection().server();
+        const auto estimate = [&] { size = estimatedSize(session.connection(), database, table); };
+        if (!server.isMariaDb && server.number >= 80000)
+            withVariables(session, {},
+                          {{QStringLiteral("information_schema_stats_expiry"), QStringLiteral("0")}},
+                          estimate);
+        else
+            estimate();
+        // An estimate of nothing is no promise.
+        if (size.rows == 0 && hasRows(session.connection(), database, table))
+            size.rows = -1;
+    } catch (const Failure &error) {
+        if (doubtAfter(session, error) != Doubt::None)
+            throw;
+        return {}; // without the right to read the rows
+    }
+    return size;
 }
 
 QString valueOf(Connection &connection, const char *statement)
@@ -61,6 +95,6 @@ std::optional<AlterRequest> readAlterRequest(CommandContext &context, Outcome &o
     }
     request.from = tableDefinition(is.text, request.table.mode);
     request.to = tableDefinition(edited.text, request.table.mode);
-    request.size = sizeOf(connection, request.table.database, request.table.name);
+    request.size = sizeOf(context.session, request.table.database, request.table.name);
     return request;
 }
