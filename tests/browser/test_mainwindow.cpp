@@ -5,6 +5,7 @@
 #include <QDialogButtonBox>
 #include <QScopeGuard>
 #include <QSet>
+#include <QTreeWidget>
 
 namespace {
 
@@ -34,6 +35,8 @@ private Q_SLOTS:
     void everyObjectIsListedAndShown();
     void rowsAreShownUpToTheLimitOrTheStop();
     void batchesAndScriptsReachEveryTable();
+    void triggersAndEventsAreMadeChangedAndDropped_data();
+    void triggersAndEventsAreMadeChangedAndDropped();
     void anExpiredPasswordIsRenewed();
     void aConnectionUnderWayIsGivenUp();
     void aThinkingServerIsLeftAtOnce_data();
@@ -236,6 +239,60 @@ void MainWindowTest::batchesAndScriptsReachEveryTable()
     click("cmdScriptBackUp");
     QCOMPARE(QDir(folder.path()).entryList(QDir::Files),
              (QStringList{"f.func", "p.proc", "select.table", "列.table", "商品.table", "表示.view"}));
+}
+
+void MainWindowTest::triggersAndEventsAreMadeChangedAndDropped_data()
+{
+    const Rows<QByteArray, QString> row; // the button that makes one
+    row("trigger", "newTrigger", "TRIGGER x BEFORE INSERT ON 商品 FOR EACH ROW SET NEW.memo = 'a'");
+    row("event", "newEvent", "EVENT x ON SCHEDULE EVERY 1 DAY DO DELETE FROM 商品 WHERE memo = 'a'");
+}
+
+// In their window; what the server refuses loses neither the text there nor what stands on the server.
+void MainWindowTest::triggersAndEventsAreMadeChangedAndDropped()
+{
+    const auto [maker, definition] = fetched<QByteArray, QString>();
+    const auto stands = [this] {
+        return sql("SELECT action_statement FROM information_schema.triggers WHERE trigger_schema='店' UNION "
+                   "SELECT event_definition FROM information_schema.events WHERE event_schema='店'");
+    };
+    QString text, kept;
+    QStringList stood;
+    Boxes boxes;
+    boxes.agree({}, [&](QDialog &window) {
+        auto &box = *window.findChild<SqlTextBox *>("definitionText");
+        text = box.contents().contains("'a'") ? box.contents().replace("'a'", "'b'") : "CREATE " + definition;
+        for (const QString &each : {text + " )", text}) {
+            box.setContents(each);
+            window.findChild<QPushButton *>("applyDefinitionText")->click();
+            kept += window.isVisible() ? box.contents() : QString();
+            stood << stands();
+        }
+        if (window.isVisible())
+            window.reject();
+    });
+    openDatabase();
+    choose("lstTables", "[TABLE]\t商品");
+    m_stage->window->findChild<QAction *>("action_showSurroundings")->trigger();
+    auto &tree = *control<QTreeWidget>("surroundingsTree");
+    const auto shown = [&] { return tree.findItems("x", Qt::MatchExactly | Qt::MatchRecursive); };
+    QTRY_VERIFY(tree.topLevelItemCount() > 0);
+    click(maker.constData());
+    QCOMPARE(kept, text + " )");
+    QVERIFY2(stood[0].isEmpty() && stood[1].contains("'a'"), qPrintable(stood.join('|')));
+    QTRY_VERIFY(!shown().isEmpty());
+    tree.setCurrentItem(shown().front());
+    kept.clear();
+    click("changeRelated");
+    QCOMPARE(kept, text + " )");
+    QCOMPARE(stood[2], stood[1]);
+    QCOMPARE(stood[3], QString(stood[1]).replace("'a'", "'b'"));
+    QTRY_VERIFY(!shown().isEmpty());
+    tree.setCurrentItem(shown().front());
+    click("dropRelated");
+    QCOMPARE(stands(), "");
+    QVERIFY2(boxes.seen().last().contains("`店`.`x` を削除します。"), qPrintable(boxes.seen().last()));
+    QTRY_VERIFY(shown().isEmpty());
 }
 
 void MainWindowTest::anExpiredPasswordIsRenewed()
