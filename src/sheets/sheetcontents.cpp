@@ -1,5 +1,9 @@
 #include "sheets/sheetcontents.h"
 
+#include <QCryptographicHash>
+#include <QFile>
+#include <QFileInfo>
+
 namespace {
 
 using Encoding = FileText::Encoding;
@@ -12,6 +16,19 @@ Encoding encodingOf(int number)
 
 } // namespace
 
+QString hashOf(const QByteArray &bytes)
+{
+    return QString::fromLatin1(QCryptographicHash::hash(bytes, QCryptographicHash::Sha256).toHex());
+}
+
+QString hashOfFile(const QString &path)
+{
+    QFile file(path);
+    QCryptographicHash hash(QCryptographicHash::Sha256);
+    const bool isRead = QFileInfo(path).isFile() && file.open(QIODevice::ReadOnly) && hash.addData(&file);
+    return isRead ? QString::fromLatin1(hash.result().toHex()) : QString();
+}
+
 SheetContents SheetContents::of(const QJsonObject &json)
 {
     return {json["name"].toString(),
@@ -20,7 +37,8 @@ SheetContents SheetContents::of(const QJsonObject &json)
             json["isChanged"].toBool(),
             encodingOf(json["encoding"].toInt()),
             json["isDamaged"].toBool(),
-            json["cursor"].toInt()};
+            json["cursor"].toInt(),
+            json["fileHash"].toString()};
 }
 
 QJsonObject SheetContents::object() const
@@ -31,5 +49,6 @@ QJsonObject SheetContents::object() const
             {"isChanged", isChanged},
             {"encoding", static_cast<int>(encoding)},
             {"isDamaged", isDamaged},
-            {"cursor", cursor}};
+            {"cursor", cursor},
+            {"fileHash", fileHash}};
 }

@@ -328,6 +328,7 @@ QString SheetPage::open(const QString &path)
         return path + QStringLiteral(": NUL文字を含むため、SQL文として読み込めません。");
     contents.encoding = text.encoding;
     contents.isDamaged = text.isDamaged;
+    contents.fileHash = hashOf(bytes);
     contents.name = m_contents.name;
     restore(contents);
     m_contents.isChanged = false;
@@ -344,12 +345,19 @@ QString SheetPage::save(const QString &path)
     if (!failure.isEmpty())
         return failure;
     m_contents.path = path;
+    m_contents.fileHash = hashOf(written);
     if (written.startsWith("\xef\xbb\xbf"))
         m_contents.encoding = FileText::Encoding::Utf8Mark;
     m_contents.isChanged = m_contents.isDamaged = false;
     keepDraft();
     Q_EMIT changed();
     return {};
+}
+
+bool SheetPage::isFileOthers() const
+{
+    const QString now = hashOfFile(m_contents.path);
+    return !m_contents.fileHash.isEmpty() && !now.isEmpty() && now != m_contents.fileHash;
 }
 
 QString SheetPage::title() const

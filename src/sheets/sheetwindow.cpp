@@ -352,6 +352,10 @@ bool SheetWindow::saveFile()
                                                    "ファイルから失われます。上書きしますか？"),
                              Icon::Critical))
         return false;
+    if (path == page()->path() && page()->isFileOthers() &&
+        !m_dialogue->warn(path + QStringLiteral(": 開いた後に、ほかで変更されています。\r\n保存すると、"
+                                                "その変更は失われます。上書きしますか？")))
+        return false;
     const QString failure = page()->save(path);
     if (failure.isEmpty())
         m_settings.noteRecent(path);

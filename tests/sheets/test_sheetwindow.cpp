@@ -35,6 +35,7 @@ private Q_SLOTS:
     void aFileKeepsItsEncoding_data();
     void aFileKeepsItsEncoding();
     void whatCouldNotBeReadIsSaidBeforeItIsLost();
+    void whatOthersHaveWrittenIsNotOverwrittenUnasked();
     void aFileIsRunInPlaceOfAStatement();
     void aLostConnectionIsMadeAnew();
     void rowsOfOneTableAreEdited();
@@ -378,6 +379,32 @@ void SheetWindowTest::whatCouldNotBeReadIsSaidBeforeItIsLost()
         QTest::keyClick(m_window, Qt::Key_S, Qt::ControlModifier);
         QCOMPARE(readFile(path), bytes);
     }
+}
+
+void SheetWindowTest::whatOthersHaveWrittenIsNotOverwrittenUnasked()
+{
+    const QString path = m_stage->folder.filePath("text.sql");
+    writeFile(path, "select 1");
+    QCOMPARE(page().open(path), QString());
+    const auto edit = [this](const QString &text) {
+        type(text);
+        page().keepDraft();
+        delete m_window;
+        open();
+    };
+    edit("select 2");
+    QTest::keyClick(m_window, Qt::Key_S, Qt::ControlModifier);
+    QCOMPARE(readFile(path), "select 2");
+    writeFile(path, "select 3");
+    edit("select 4");
+    const QString question = path + ": 開いた後に、ほかで変更されています。\r\n保存すると、その変更は"
+                                    "失われます。上書きしますか？";
+    m_dialogue->expectConfirm(question, Icon::Critical, false);
+    QTest::keyClick(m_window, Qt::Key_S, Qt::ControlModifier);
+    QCOMPARE(readFile(path), "select 3");
+    m_dialogue->expectConfirm(question, Icon::Critical, true);
+    QTest::keyClick(m_window, Qt::Key_S, Qt::ControlModifier);
+    QCOMPARE(readFile(path), "select 4");
 }
 
 void SheetWindowTest::aFileIsRunInPlaceOfAStatement()
