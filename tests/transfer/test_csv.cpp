@@ -259,8 +259,10 @@ void CsvTest::aRowHasAnEnd()
 void CsvTest::whatIsExportedIsImported()
 {
     TestServer &server = m_servers.of(TestServer::Brand::MariaDb);
-    server.run("DROP DATABASE IF EXISTS c; CREATE DATABASE c; USE c; CREATE TABLE t(id INT PRIMARY KEY, v "
-               "VARCHAR(20), b VARBINARY(5), bits BIT(9), m DECIMAL(9,2), d DATETIME)");
+    server.run(
+        "DROP DATABASE IF EXISTS c; CREATE DATABASE c; USE c; CREATE TABLE t(id INT AUTO_INCREMENT "
+        "PRIMARY KEY, v VARCHAR(20), b VARBINARY(5), bits BIT(9), m DECIMAL(9,2), d DATETIME, s VARCHAR(9) "
+        "CHARACTER SET sjis)");
     ExportOptions out;
     out.path = m_folder.filePath("t.csv");
     exported(out,
@@ -269,27 +271,27 @@ void CsvTest::whatIsExportedIsImported()
               {"b", FieldKind::Binary},
               {"bits", FieldKind::Binary},
               {"m", FieldKind::Number},
-              {"d", FieldKind::Text}},
-             {{"1", "日本\\ 'x'\n", "0x00FF", "0x0101", "-1.50", "2026-01-02 03:04:05"},
-              {"2", std::nullopt, "", std::nullopt, std::nullopt, std::nullopt},
-              {"3", "", std::nullopt, std::nullopt, "0", std::nullopt}});
+              {"d", FieldKind::Text},
+              {"s", FieldKind::Text}},
+             {{"0", "日本\\ 'x'\n", "0x00FF", "0x0101", "-1.50", "2026-01-02 03:04:05", "0x41"},
+              {"2", std::nullopt, "", std::nullopt, std::nullopt, std::nullopt, "ソ"},
+              {"3", "", std::nullopt, std::nullopt, "0", std::nullopt, std::nullopt}});
     ImportOptions in;
     in.path = out.path;
     in.format = guessedFormat(readFile(out.path));
     in.database = "c";
     in.table = "t";
-    in.columns = {{"id", 0}, {"v", 1}, {"b", 2}, {"bits", 3}, {"m", 4}, {"d", 5}};
+    in.columns = {{"id", 0}, {"v", 1}, {"b", 2}, {"bits", 3}, {"m", 4}, {"d", 5}, {"s", 6}};
     QCOMPARE(import(in).rows, 3);
-    QCOMPARE(
-        server.run("SELECT id, HEX(v), HEX(b), bits+0, m, d FROM c.t ORDER BY id"),
-        "1\tE697A5E69CAC5C202778270A\t00FF\t257\t-1.50\t2026-01-02 03:04:05\n2\tNULL\t\tNULL\tNULL\tNULL\n"
-        "3\t\tNULL\tNULL\t0.00\tNULL\n");
+    QCOMPARE(server.run("SELECT id, HEX(v), HEX(b), bits+0, m, d, s FROM c.t ORDER BY id"),
+             "0\tE697A5E69CAC5C202778270A\t00FF\t257\t-1.50\t2026-01-02 03:04:05\t0x41\n"
+             "2\tNULL\t\tNULL\tNULL\tNULL\tソ\n3\t\tNULL\tNULL\t0.00\tNULL\tNULL\n");
     in.table = "made";
     in.createsTable = true;
     QCOMPARE(import(in).rows, 3);
     QCOMPARE(server.run("SELECT COLUMN_TYPE FROM information_schema.COLUMNS WHERE TABLE_SCHEMA='c' AND "
                         "TABLE_NAME='made' ORDER BY ORDINAL_POSITION"),
-             "int(11)\nvarchar(8)\nvarchar(6)\nvarchar(6)\ndecimal(3,2)\ndatetime(6)\n");
+             "int(11)\nvarchar(8)\nvarchar(6)\nvarchar(6)\ndecimal(3,2)\ndatetime(6)\nvarchar(4)\n");
 }
 
 void CsvTest::rowsThatDoNotFitAreTold_data()

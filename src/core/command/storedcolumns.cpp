@@ -30,6 +30,12 @@ bool isGenerated(const QString &extra)
     return words.match(extra).hasMatch();
 }
 
+bool isOfText(const StoredColumn &column)
+{
+    return column.type.endsWith(u"char") || column.type.endsWith(u"text") || column.type == u"enum" ||
+           column.type == u"set";
+}
+
 StoredColumns readStoredColumns(Connection &connection, const QString &database, const QString &table)
 {
     RecordSet rows = connection.execute(

@@ -21,6 +21,9 @@ struct StoredColumn {
     bool isInvisible = false; // "select *" and an INSERT without names leave it out
 };
 
+// Letters, though some character sets are sent as bytes.
+bool isOfText(const StoredColumn &column);
+
 // characterSet is empty for columns that have none.
 ValueForm valueForm(const QString &dataType, const QString &characterSet);
 

@@ -99,8 +99,10 @@ void Import::prepare()
     if (m_options.isLocal)
         m_local.emplace().connect(m_session);
     connection().execute(useStatement(m_options.database));
-    // Strict, so that a value that does not fit is refused; with backslash escapes, for the literals.
-    connection().execute(QStringLiteral("SET sql_mode='STRICT_ALL_TABLES,NO_ENGINE_SUBSTITUTION'"));
+    // Strict, so that a value that does not fit is refused; with backslash escapes, for the literals. A 0 of
+    // an AUTO_INCREMENT column stays 0.
+    connection().execute(
+        QStringLiteral("SET sql_mode='STRICT_ALL_TABLES,NO_AUTO_VALUE_ON_ZERO,NO_ENGINE_SUBSTITUTION'"));
     if (m_options.createsTable) {
         connection().execute(createTableFor(m_options, m_tell));
         m_hasNewTable = true;

@@ -29,7 +29,7 @@ ImportColumns::ImportColumns(Connection &connection, const ImportOptions &option
         Column target{quotedName(column.name).toStdString(), static_cast<std::size_t>(column.field)};
         if (found->type == u"bit")
             target.taking = Taking::Bits;
-        else if (found->form == ValueForm::Bytes)
+        else if (found->form == ValueForm::Bytes && !isOfText(*found))
             target.taking = Taking::Bytes;
         m_names += (m_names.empty() ? "" : ",") + target.name;
         m_columns.push_back(target);

@@ -36,12 +36,6 @@ void appendHex(std::string &to, std::string_view bytes)
     }
 }
 
-bool isOfText(const StoredColumn &column)
-{
-    return column.type.endsWith(u"char") || column.type.endsWith(u"text") || column.type == u"enum" ||
-           column.type == u"set";
-}
-
 } // namespace
 
 void appendTextLiteral(std::string &to, std::string_view bytes)
