@@ -85,7 +85,7 @@ TransferFile::TransferFile(const QString &path)
 
 TransferFile::~TransferFile()
 {
-    if (!m_isFinished && m_file.isOpen())
+    if (!m_isNamed && (m_isComplete || m_file.isOpen()))
         m_file.remove();
 }
 
@@ -121,6 +121,21 @@ void TransferFile::store(std::string_view bytes)
 
 void TransferFile::finish()
 {
+    writeRest();
+    takeName();
+}
+
+void TransferFile::complete()
+{
+    writeRest();
+    m_file.close();
+    m_isComplete = true;
+    m_compressor.reset();
+    m_buffer = {};
+}
+
+void TransferFile::writeRest()
+{
     flush();
     if (m_compressor)
         m_compressor->compress({}, true, [this](std::string_view part) {
@@ -129,7 +144,11 @@ void TransferFile::finish()
         });
     if (!syncToDisk(m_file))
         fail(m_file.errorString());
-    m_isFinished = true;
+}
+
+void TransferFile::takeName()
+{
+    m_isNamed = true;
     if (const QString words = renameClaimed(m_file, m_path); !words.isEmpty())
         throw Failure(QStringLiteral("ファイル「%1」は書き終えましたが、「%2」に名前を変えられません。\r\n%3")
                           .arg(m_file.fileName(), m_path, words));

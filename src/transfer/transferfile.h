@@ -20,17 +20,21 @@ public:
     void write(std::string_view bytes);
     // Waits until the disk has everything, and takes the place of what had the name.
     void finish();
+    // The same in two steps, for one of many files that take their names together; nothing is open between.
+    void complete();
+    void takeName();
     const QString &path() const { return m_path; }
 
 private:
     class Compressor;
     void store(std::string_view bytes);
     void flush();
+    void writeRest();
     [[noreturn]] void fail(const QString &why) const;
 
     QString m_path;
     QFile m_file;
     std::unique_ptr<Compressor> m_compressor;
     std::string m_buffer;
-    bool m_isFinished = false;
+    bool m_isComplete = false, m_isNamed = false;
 };

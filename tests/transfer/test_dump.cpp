@@ -6,6 +6,7 @@
 #include "support/serverprograms.h"
 #include "support/smalldisk.h"
 #include "transfer/dump/dump.h"
+#include "transfer/dump/hiddenobjects.h"
 #include "transfer/transferfile.h"
 
 #include <QTemporaryDir>
@@ -51,6 +52,8 @@ private Q_SLOTS:
     void awkwardValuesComeBack();
     void anotherServerTakesIt_data();
     void anotherServerTakesIt();
+    void whatTheAccountIsNotShownIsTold_data();
+    void whatTheAccountIsNotShownIsTold();
     void chosenPartsOnly();
     void oneWritesAFileAtATime();
     void aFailureLeavesNoFile_data();
@@ -152,6 +155,35 @@ void DumpTest::anotherServerTakesIt()
     QCOMPARE(target.run(portable), source.run(portable));
 }
 
+void DumpTest::whatTheAccountIsNotShownIsTold_data()
+{
+    QTest::addColumn<QString>("rights");
+    QTest::addColumn<QStringList>("kinds");
+    row("of the tables", QString("SELECT, SHOW VIEW ON `d_b`.*"),
+        QStringList{"トリガー", "ルーチン", "イベント"});
+    row("all of the database", QString("ALL PRIVILEGES ON `d\\_b`.*"), QStringList());
+    row("of all databases", QString("SELECT, TRIGGER, EVENT ON *.*"), QStringList());
+    row("of another one", QString("ALL PRIVILEGES ON `d\\_`.*"),
+        QStringList{"テーブルとビュー", "トリガー", "ルーチン", "イベント"});
+}
+
+void DumpTest::whatTheAccountIsNotShownIsTold()
+{
+    QFETCH(QString, rights);
+    QFETCH(QStringList, kinds);
+    TestServer &server = m_servers.of(TestServer::Brand::MariaDb);
+    server.run("DROP DATABASE IF EXISTS d; CREATE DATABASE d; DROP USER IF EXISTS few@'%'; CREATE USER "
+               "few@'%'; GRANT " +
+               rights + " TO few@'%'");
+    BlockingPump pump;
+    const auto connection =
+        createConnection(server.nativeString().replace("uid=demo;pwd=demo", "uid=few"), pump);
+    connection->open();
+    DumpOptions options;
+    options.database = "d_b";
+    QCOMPARE(kindsNotAllShown(*connection, options), kinds);
+}
+
 void DumpTest::chosenPartsOnly()
 {
     TestServer &server = m_servers.of(TestServer::Brand::MariaDb);
@@ -191,14 +223,19 @@ void DumpTest::aFailureLeavesNoFile_data()
     QTest::addColumn<QString>("meanwhile");
     QTest::addColumn<qint64>("diskBytes");
     QTest::addColumn<QString>("words");
+    QTest::addColumn<bool>("isFolder");
     const qint64 plenty = -1;
-    row("table changed", QString("ALTER TABLE d.y ADD more INT"), plenty, QString("TABLE「y」の定義が"));
-    row("view changed", QString("ALTER VIEW d.a2 AS SELECT 1 AS id"), plenty, QString("VIEW「a2」の定義が"));
+    row("table changed", QString("ALTER TABLE d.y ADD more INT"), plenty, QString("TABLE「y」の定義が"),
+        false);
+    row("view changed", QString("ALTER VIEW d.a2 AS SELECT 1 AS id"), plenty, QString("VIEW「a2」の定義が"),
+        false);
     row("routine changed", QString("ALTER PROCEDURE d.p COMMENT 'new'"), plenty,
-        QString("PROCEDURE「p」の定義が"));
-    row("connection cut", QString("kill"), plenty, QString("テーブル「x」の"));
-    row("disk full", QString(), qint64{300'000}, QString("書き込めません"));
-    row("stopped", QString("stop"), plenty, QString("中断"));
+        QString("PROCEDURE「p」の定義が"), false);
+    row("connection cut", QString("kill"), plenty, QString("テーブル「x」の"), false);
+    row("disk full", QString(), qint64{300'000}, QString("書き込めません"), false);
+    row("stopped", QString("stop"), plenty, QString("中断"), false);
+    row("routine changed, a folder", QString("ALTER PROCEDURE d.p COMMENT 'new'"), plenty,
+        QString("PROCEDURE「p」の定義が"), true);
 }
 
 void DumpTest::aFailureLeavesNoFile()
@@ -206,18 +243,22 @@ void DumpTest::aFailureLeavesNoFile()
     QFETCH(QString, meanwhile);
     QFETCH(qint64, diskBytes);
     QFETCH(QString, words);
+    QFETCH(bool, isFolder);
     TestServer &server = m_servers.of(TestServer::Brand::MariaDb);
     server.run(QString(objectsSetUp) +
                "CREATE TABLE x(id INT PRIMARY KEY, t LONGTEXT); CREATE TABLE y(id INT);"
                "INSERT INTO x SELECT seq, REPEAT('x', 1000) FROM seq_1_to_20000;");
     const QTemporaryDir folder;
-    writeFile(folder.filePath("d.sql"), "the old one");
+    const QStringList files =
+        isFolder ? QStringList{"load.sql", "table-x.sql", "view-a1.sql"} : QStringList{"d.sql"};
+    for (const QString &file : files)
+        writeFile(folder.filePath(file), "the old one");
     auto disk = std::make_optional<SmallDisk>(diskBytes);
     int times = 0;
     QString told;
     try {
-        dumpFrom(server, wholeDatabase(), {folder.filePath("d.sql"), false}, true,
-                 [&](const TransferStatus &status) {
+        dumpFrom(server, wholeDatabase(), {isFolder ? folder.path() : folder.filePath("d.sql"), isFolder},
+                 true, [&](const TransferStatus &status) {
                      if (status.object != u"x" || times++ != 1) // in the midst of its rows
                          return;
                      if (meanwhile == u"stop")
@@ -234,8 +275,9 @@ void DumpTest::aFailureLeavesNoFile()
     }
     disk.reset();
     QVERIFY2(told.contains(words), qPrintable(told));
-    QCOMPARE(QDir(folder.path()).entryList(QDir::Files), QStringList{"d.sql"});
-    QCOMPARE(readFile(folder.filePath("d.sql")), "the old one");
+    QCOMPARE(QDir(folder.path()).entryList(QDir::Files), files);
+    for (const QString &file : files)
+        QCOMPARE(readFile(folder.filePath(file)), "the old one");
 }
 
 QTEST_GUILESS_MAIN(DumpTest)

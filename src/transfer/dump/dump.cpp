@@ -3,6 +3,7 @@
 #include "core/command/tablekind.h"
 #include "core/sql/statements.h"
 #include "transfer/dump/dumptext.h"
+#include "transfer/dump/hiddenobjects.h"
 #include "transfer/dump/insertwriter.h"
 #include "transfer/transferfile.h"
 
@@ -32,6 +33,8 @@ public:
         m_file.write(";\n");
     }
     void finish() { m_file.finish(); }
+    void complete() { m_file.complete(); }
+    void takeName() { m_file.takeName(); }
 
 private:
     TransferFile m_file;
@@ -56,6 +59,7 @@ public:
 private:
     RecordSet execute(const QString &statement) { return m_session.connection().execute(statement); }
     void prepareSession();
+    QString head();
     void open(const QString &path);
     void openFor(const DumpObject &object);
     void close();
@@ -74,7 +78,10 @@ private:
     const ReportProgress &m_tell;
     QString m_createDatabase;
     std::unique_ptr<FileSink> m_file;
-    QStringList m_files; // of a folder, in the order to load them
+    QStringList m_names; // of a folder's files, in the order to load them
+    // They take their names together: with some of them new, the dump that was there would be none any more.
+    std::vector<std::unique_ptr<FileSink>> m_complete;
+    std::unique_ptr<FileSink> m_loader; // open from the beginning, so that nobody else begins in the folder
     TransferStatus m_status;
     DumpReport m_report;
 };
@@ -86,10 +93,13 @@ DumpReport Dump::run()
     if (m_options.createsDatabase)
         m_createDatabase =
             execute(QStringLiteral("SHOW CREATE DATABASE ") + quotedName(m_options.database)).text(1);
+    m_report.notAllShown = kindsNotAllShown(m_session.connection(), m_options);
     m_status.objects = static_cast<int>(plan.size());
     for (const DumpObject &object : plan)
         m_status.expectedRows += m_options.hasRows && object.hasOwnRows() ? object.expectedRows : 0;
-    if (!m_target.isFolder)
+    if (m_target.isFolder)
+        m_loader = std::make_unique<FileSink>(QDir(m_target.path).filePath(QStringLiteral("load.sql")));
+    else
         open(m_target.path);
     const auto behindTables = std::ranges::upper_bound(plan, DumpKind::Table, {}, &DumpObject::kind);
     for (auto object = plan.begin(); object != plan.end(); ++object) {
@@ -134,7 +144,12 @@ void Dump::open(const QString &path)
         m_file = std::make_unique<FileSink>(path);
         m_sink = m_file.get();
     }
-    write(dumpHead(m_session.connection().server(), m_options, now(), m_createDatabase));
+    write(head());
+}
+
+QString Dump::head()
+{
+    return dumpHead(m_session.connection().server(), m_options, now(), m_createDatabase);
 }
 
 void Dump::openFor(const DumpObject &object)
@@ -143,7 +158,7 @@ void Dump::openFor(const DumpObject &object)
         return;
     const QString word = object.keyword.toLower().replace(u' ', u'-');
     const QString name = word + u'-' + fileNameOf(object.name) + QStringLiteral(".sql");
-    m_files << name;
+    m_names << name;
     open(QDir(m_target.path).filePath(name));
 }
 
@@ -152,9 +167,11 @@ void Dump::close()
     write(dumpTail(now()));
     if (!m_file)
         return;
-    m_file->finish();
-    m_file.reset();
     m_sink = nullptr;
+    if (!m_target.isFolder)
+        return m_file->finish();
+    m_file->complete();
+    m_complete.push_back(std::move(m_file));
 }
 
 void Dump::tell(const DumpObject &object)
@@ -274,10 +291,14 @@ void Dump::requireUnchanged(const DumpObject &object)
 
 void Dump::writeLoader()
 {
-    open(QDir(m_target.path).filePath(QStringLiteral("load.sql")));
-    for (const QString &file : std::as_const(m_files))
-        write(QStringLiteral("SOURCE %1\n").arg(file));
-    close();
+    m_sink = m_loader.get();
+    write(head());
+    for (const QString &name : std::as_const(m_names))
+        write(QStringLiteral("SOURCE %1\n").arg(name));
+    write(dumpTail(now()));
+    for (const std::unique_ptr<FileSink> &file : m_complete)
+        file->takeName();
+    m_loader->finish();
 }
 
 } // namespace
@@ -312,5 +333,8 @@ QString notesOf(const DumpReport &report)
     if (!report.withoutRows.isEmpty())
         text += QStringLiteral("\n次のテーブルの行はほかのテーブルやサーバーにあるため、定義だけです: ") +
                 report.withoutRows.join(QStringLiteral(", "));
+    if (!report.notAllShown.isEmpty())
+        text += QStringLiteral("\nこのアカウントには見る権限が足りず、次のものは欠けているかもしれません: ") +
+                report.notAllShown.join(QStringLiteral(", "));
     return text;
 }

@@ -18,6 +18,7 @@ struct DumpReport {
     qint64 rows = 0;
     QStringList outsideSnapshot; // tables whose engine has no snapshot: others may have written meanwhile
     QStringList withoutRows;     // whose rows are those of other tables or servers
+    QStringList notAllShown;     // kinds of objects that the account may lack the rights to see
 };
 
 // Dumps over the session's connection, which serves nothing else meanwhile, in one snapshot. Rows go to the
@@ -27,5 +28,5 @@ DumpReport dump(Session &session, const DumpOptions &options, const DumpTarget &
 // The same, in one piece, into whatever takes it.
 DumpReport dump(Session &session, const DumpOptions &options, DumpSink &sink, const ReportProgress &report);
 QString textOf(const DumpReport &report, const DumpTarget &target);
-// Of tables that are not as one might expect, a line each.
+// Of what is not as one might expect, a line each.
 QString notesOf(const DumpReport &report);
