@@ -57,10 +57,27 @@ void sendInTwo(Session &session, const GlobalGrant &grant, const QString &clause
         grantAndSetPassword(session, grant, clause);
 }
 
-void sendWithPassword(Session &session, const GlobalGrant &grant, const QString &clause)
+// GRANT with a password would make that the only way in, and MariaDB's own plugin its form.
+bool hasOtherWayIn(Session &session, const Account &account)
 {
+    constexpr int firstWithSeveral = 100400;
+    const ServerInfo server = session.connection().server();
+    if (!server.isMariaDb || server.number < firstWithSeveral)
+        return false;
+    const RecordSet rows = session.connection().execute(showCreateUser(account));
+    return rows.isOpen() && rows.text(0).contains(u" IDENTIFIED VIA ");
+}
+
+// password: as it stands between single quotes.
+void sendWithPassword(Session &session, const GlobalGrant &grant, const QString &password)
+{
+    const QString clause = passwordClause(password);
     if (revokesByName(session))
         return sendInTwo(session, grant, clause);
+    if (!grant.isNew && hasOtherWayIn(session, grant.account)) {
+        sendGrant(session, grant);
+        return sendSecretly(session, setPassword(grant.account, password));
+    }
     constexpr int syntaxError = 1064;
     try {
         sendSecretly(session, grantGlobally(grant.list, grant.account, clause, grant.suffix));
@@ -90,6 +107,6 @@ void sendGlobalGrant(Session &session, const GlobalGrant &grant)
     if (grant.password.isEmpty())
         sendGrant(session, grant);
     else
-        sendWithPassword(session, grant, passwordClause(quoted(session, grant.password)));
+        sendWithPassword(session, grant, quoted(session, grant.password));
     session.connection().execute(flushPrivileges());
 }

@@ -77,6 +77,12 @@ QString passwordClause(const QString &password)
     return QStringLiteral("   IDENTIFIED BY '") + password + u'\'';
 }
 
+QString setPassword(const Account &account, const QString &password)
+{
+    return QStringLiteral("SET PASSWORD FOR ") + accountName(account) + QStringLiteral(" = PASSWORD('") +
+           password + QStringLiteral("')");
+}
+
 QString grantGlobally(const QString &list, const Account &account, const QString &clause,
                       const QString &suffix)
 {

@@ -22,7 +22,9 @@ QString selectDatabaseGrant(const Account &account, const QString &database);
 QString selectTableGrants(const Account &account);
 QString selectTableGrant(const Account &account, const QString &database, const QString &table);
 
+// password: as it stands between single quotes.
 QString passwordClause(const QString &password);
+QString setPassword(const Account &account, const QString &password);
 // list: as privilegeList() builds it; clause and suffix may be empty.
 QString grantGlobally(const QString &list, const Account &account, const QString &clause,
                       const QString &suffix);

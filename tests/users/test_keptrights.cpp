@@ -210,14 +210,20 @@ void KeptRightsTest::whatIsEditedChangesAndNothingElse()
 
 void KeptRightsTest::aPasswordIsChangedAlone()
 {
-    const QString before = run("show grants for hidden");
+    if (m_brand == Brand::MariaDb) // as its packages make root
+        run("alter user hidden identified via mysql_native_password using 'invalid' or unix_socket");
+    static const QRegularExpression hash("'(\\*[0-9A-F]+|invalid)'");
+    const auto rights = [this] {
+        const QString more = m_brand == Brand::MariaDb ? "; show create user hidden" : "";
+        return run("show grants for hidden" + more).remove(hash);
+    };
+    const QString before = rights();
     UserStage stage(m_server->nativeString());
     stage.choose("lstUser", "%\thidden");
     stage.type("txtPassword", "n'e\\nu😀");
     stage.does(change, "cmdGrantEdit", changed);
     QVERIFY(m_server->accepts("hidden", "n'e\\nu😀"));
-    static const QRegularExpression hash("'\\*[0-9A-F]+'");
-    QCOMPARE(run("show grants for hidden").remove(hash), QString(before).remove(hash));
+    QCOMPARE(rights(), before);
 }
 
 void KeptRightsTest::aFailedChangeLeavesTheAccountAsItWas()
