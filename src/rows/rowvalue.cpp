@@ -221,8 +221,11 @@ QString sameValue(const TableColumn &column, const RowValue &value)
                                                 : sameBytes(name, *value);
     case ValueKind::Opaque:
         return QStringLiteral("hex(%1)='%2'").arg(name, QString::fromLatin1(value->toHex().toUpper()));
-    case ValueKind::Approximate: // 0.1 is not the FLOAT that is shown as 0.1
-    case ValueKind::Time:        // MySQL 9 refuses to compare with '0000-00-00'
+    case ValueKind::Approximate:
+        // As text: 0.1 is not the FLOAT that is shown as 0.1. MySQL 9 casts what it shows as 0.00000001 to
+        // 1e-8.
+        return QStringLiteral("cast(%1 as char)+0e0=%2").arg(name, literal(column, value));
+    case ValueKind::Time: // MySQL 9 refuses to compare with '0000-00-00'
         return QStringLiteral("cast(%1 as char)=%2").arg(name, textLiteral(*value));
     case ValueKind::Text:
     case ValueKind::Json:
