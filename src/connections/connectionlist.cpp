@@ -2,6 +2,7 @@
 
 #include "controls/lists/filterline.h"
 #include "controls/window/building.h"
+#include "core/session/connectionstring.h"
 #include "core/sql/listitem.h"
 
 #include <QCollator>
@@ -35,7 +36,7 @@ public:
 
 QString shownName(const ConnectionProfile &profile)
 {
-    QString name = profile.name.isEmpty() ? profile.server + profile.source : profile.name;
+    QString name = profile.name.isEmpty() ? profile.server + shownSource(profile.source) : profile.name;
     if (name.isEmpty())
         name = QStringLiteral("（名前なし）");
     const QString environment = environmentText(profile.environment);

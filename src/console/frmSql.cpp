@@ -7,6 +7,7 @@
 #include "controls/window/stopping.h"
 #include "controls/window/windowsize.h"
 #include "core/session/basconnection.h"
+#include "core/session/connectionstring.h"
 #include "core/sql/statements.h"
 
 #include <QCloseEvent>
@@ -142,7 +143,7 @@ void frmSql::showState()
 {
     c.encryption->showOf(m_session.gCn.get());
     if (m_session.gDsn != noDataSource())
-        c.lblState->setText(m_session.gDsn + QStringLiteral(":接続OK"));
+        c.lblState->setText(shownSource(m_session.gDsn) + QStringLiteral(":接続OK"));
     else if (m_session.gDbName.isEmpty())
         c.lblState->setText(QStringLiteral("ﾃﾞｰﾀﾍﾞｰｽが選択されていません。"));
     else

@@ -1,6 +1,7 @@
 #include "core/command/writing.h"
 
 #include "core/session/basconnection.h"
+#include "core/session/connectionstring.h"
 #include "core/sql/statements.h"
 #include "core/sql/words.h"
 
@@ -9,7 +10,7 @@
 QString serverName(const Session &session)
 {
     return trimmedBlanks(session.gDsn) == noDataSource() ? session.gServer + u':' + session.gPort
-                                                         : session.gDsn;
+                                                         : shownSource(session.gDsn);
 }
 
 namespace {

@@ -197,8 +197,6 @@ QJsonObject ConnectionProfile::objectWithoutPassword() const
 {
     ConnectionProfile shown = *this;
     shown.password.clear();
-    if (shown.source.contains(u'='))
-        for (const char *key : {"pwd", "password"})
-            shown.source = withoutKey(shown.source, QLatin1String(key));
+    shown.source = shownSource(shown.source);
     return shown.object();
 }

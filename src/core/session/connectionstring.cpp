@@ -65,6 +65,13 @@ QString withoutKey(const QString &text, const QString &key)
     return pieces.join(u';');
 }
 
+QString shownSource(const QString &source)
+{
+    if (!source.contains(u'='))
+        return source;
+    return withoutKey(withoutKey(source, QStringLiteral("pwd")), QStringLiteral("password"));
+}
+
 std::chrono::seconds connectLimit(const ConnectionString &string)
 {
     constexpr unsigned usual = 20, most = 3600;

@@ -27,6 +27,9 @@ private:
 // The text without the pieces of a key, which is given in lower case.
 QString withoutKey(const QString &text, const QString &key);
 
+// A data source as it may be shown and noted: as a connection string it may hold a password.
+QString shownSource(const QString &source);
+
 // How long a connect may take: CONN_TIMEOUT in seconds, else 20 seconds.
 std::chrono::seconds connectLimit(const ConnectionString &string);
 
