@@ -1,9 +1,11 @@
 #include "rows/rowhistory.h"
 
 #include "core/session/basconnection.h"
+#include "core/session/connectionstring.h"
 #include "core/session/wholefile.h"
 #include "core/sql/statements.h"
 
+#include <QCryptographicHash>
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
@@ -61,6 +63,7 @@ QByteArray lineOf(const RowSaving &saving)
                            {"database", saving.database},
                            {"table", saving.table},
                            {"what", saving.what},
+                           {"timeZone", saving.timeZone},
                            {"columns", QJsonArray::fromStringList(saving.columns)},
                            {"changes", changes},
                            {"statements", QJsonArray::fromStringList(saving.statements)},
@@ -81,6 +84,7 @@ std::optional<RowSaving> savingOfLine(const QByteArray &line)
     saving.database = json["database"].toString();
     saving.table = json["table"].toString();
     saving.what = json["what"].toString();
+    saving.timeZone = json["timeZone"].toString();
     saving.columns = json["columns"].toVariant().toStringList();
     for (const QJsonValue &change : json["changes"].toArray())
         saving.inverse.push_back(changeOf(change.toObject()));
@@ -101,10 +105,12 @@ QByteArray contentsOf(const QString &path)
 void append(const QString &path, const QByteArray &line)
 {
     QFile file(path);
-    if (!file.open(QIODevice::Append | QIODevice::Unbuffered))
+    if (!file.open(QIODevice::ReadWrite | QIODevice::Append | QIODevice::Unbuffered))
         throw Failure(file.errorString());
     file.setPermissions(QFileDevice::ReadOwner | QFileDevice::WriteOwner);
-    if (!writeAll(file, line))
+    // Half a line, of a full disk or a program that was killed, would take this one along.
+    const bool isBehindHalf = file.size() > 0 && file.seek(file.size() - 1) && file.read(1) != "\n";
+    if (!writeAll(file, isBehindHalf ? '\n' + line : line))
         throw Failure(file.errorString());
 }
 
@@ -134,8 +140,17 @@ QString fileStemOf(const Session &session)
     static const QRegularExpression unsafe(QStringLiteral("[^\\w.-]+"),
                                            QRegularExpression::UseUnicodePropertiesOption);
     const bool hasSource = trimmedBlanks(session.gDsn) != noDataSource();
-    QString name = hasSource ? session.gDsn : session.gServer + u'_' + session.gPort + u'_' + session.gUser;
-    return name.replace(unsafe, QStringLiteral("_")).left(80);
+    QString name =
+        hasSource ? shownSource(session.gDsn) : session.gServer + u'_' + session.gPort + u'_' + session.gUser;
+    // Behind two tunnels the same address is two servers.
+    if (!hasSource && session.profile.ssh.isUsed())
+        name += u'_' + session.profile.ssh.host + u'_' + session.profile.ssh.port;
+    name.replace(unsafe, QStringLiteral("_"));
+    constexpr qsizetype longest = 80;
+    if (name.size() <= longest)
+        return name;
+    const QByteArray hash = QCryptographicHash::hash(name.toUtf8(), QCryptographicHash::Sha256).toHex();
+    return name.left(longest - 9) + u'-' + QString::fromLatin1(hash.left(8));
 }
 
 RowHistory::RowHistory(const Session &session)

@@ -10,7 +10,8 @@ struct RowSaving {
     QString id;
     QDateTime time;
     QString database, table;
-    QString what; // "変更 2, 追加 1"
+    QString what;     // "変更 2, 追加 1"
+    QString timeZone; // of the session: in another one a TIMESTAMP's text is another moment
     QStringList columns;
     std::vector<RowChange> inverse;
     QStringList statements;  // of the inverse, for the user to read; long ones are cut

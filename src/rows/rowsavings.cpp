@@ -1,5 +1,6 @@
 #include "rows/rowsavings.h"
 
+#include "core/command/sessionvariables.h"
 #include "core/command/writing.h"
 #include "rows/conflictdialog.h"
 
@@ -140,8 +141,9 @@ QString RowSavings::save()
     RowHistory::Kept kept;
     bool isNotKept = false;
     const auto keep = [&](const TableShape &whole, const std::vector<RowChange> &inverse) {
+        const RowSaving undoing = saving(whole, inverse);
         try {
-            kept = history.add(savingOf(whole, inverse));
+            kept = history.add(undoing);
         } catch (const Failure &) {
             isNotKept = true;
             throw;
@@ -196,10 +198,25 @@ QString RowSavings::settleConflicts(const SaveReport &report)
     return m_rows.changeCount() > 0 ? QStringLiteral("確かめて、もう一度保存して下さい") : QString();
 }
 
+RowSaving RowSavings::saving(const TableShape &whole, const std::vector<RowChange> &inverse)
+{
+    RowSaving saving = savingOf(whole, inverse);
+    saving.timeZone = m_session.connection().execute(QStringLiteral("select @@session.time_zone")).text(0);
+    return saving;
+}
+
 void RowSavings::undo(const RowSaving &saving)
 {
     if (!mayWrite(m_session, m_dialogue))
         return;
+    if (saving.timeZone.isEmpty()) // kept by an older version
+        return undoChanges(saving);
+    withVariables(m_session, {}, {{QStringLiteral("time_zone"), variableLiteral(saving.timeZone)}},
+                  [&] { undoChanges(saving); });
+}
+
+void RowSavings::undoChanges(const RowSaving &saving)
+{
     const TableShape table = shapeOfColumns(
         withUnreadColumns(readTableShape(m_session.connection(), saving.database, saving.table)),
         saving.columns);
@@ -212,7 +229,7 @@ void RowSavings::undo(const RowSaving &saving)
         const SaveReport report =
             RowSaver(m_session, table, changes, {.allowsZeroDates = true})
                 .save([&](const TableShape &whole, const std::vector<RowChange> &inverse) {
-                    kept = history.add(savingOf(whole, inverse));
+                    kept = history.add(this->saving(whole, inverse));
                 });
         undone += report.saved.size();
         if (report.ending == SaveReport::Ending::Saved) {

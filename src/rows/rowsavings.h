@@ -21,6 +21,8 @@ private:
     bool maySendMissing(const std::vector<RowChange> &changes);
     bool mayChangeOthers(const std::vector<RowChange> &changes);
     QString settleConflicts(const SaveReport &report);
+    RowSaving saving(const TableShape &whole, const std::vector<RowChange> &inverse);
+    void undoChanges(const RowSaving &saving);
 
     Session &m_session;
     Dialogue &m_dialogue;

@@ -119,6 +119,7 @@ private Q_SLOTS:
     void pagesGoOnBehindAnyRow_data();
     void pagesGoOnBehindAnyRow();
     void whatIsEditedIsSavedAndTakenBack();
+    void halfASavingTakesNoOtherAlong();
     void aFileBecomesTheValueThatIsLookedAt();
     void aBlockIsPastedAndMayBeDropped();
     void untouchedLinesKeepTheirEnds_data();
@@ -212,6 +213,7 @@ void RowsViewTest::pagesGoOnBehindAnyRow()
 
 void RowsViewTest::whatIsEditedIsSavedAndTakenBack()
 {
+    m_server.run("alter table d.t add at timestamp null default '2020-01-01 00:00:00'");
     Viewer viewer(m_server);
     viewer.pane.rowsWhere->setText(where);
     viewer.read("t", 100);
@@ -241,6 +243,7 @@ void RowsViewTest::whatIsEditedIsSavedAndTakenBack()
                          QDir(viewer.folder.path()).entryList({"*.undo"}).value(0));
     QVERIFY(!(file.permissions() & (QFileDevice::ReadGroup | QFileDevice::ReadOther)));
 
+    viewer.session.connection().execute("set time_zone='+03:00'"); // of the rows that come back
     QTimer::singleShot(0, qApp, [] {
         QWidget *dialog = qApp->activeModalWidget();
         control<QAbstractButton>(*dialog, "undoSaving").click();
@@ -250,6 +253,30 @@ void RowsViewTest::whatIsEditedIsSavedAndTakenBack()
     QCOMPARE(m_server.run("select * from d.t"), before);
     QCOMPARE(RowHistory(viewer.session).savings().size(), 2u); // the taking back, too
     QVERIFY(RowHistory(viewer.session).savings().back().isUndone);
+}
+
+void RowsViewTest::halfASavingTakesNoOtherAlong()
+{
+    const QTemporaryDir folder;
+    Session session;
+    session.settingsFolder = folder.path();
+    session.gDsn = "driver={x};pwd=secret";
+    RowHistory history(session);
+    RowSaving saving;
+    saving.inverse = {{RowChange::Kind::Deleted, 0, {RowValue("1")}, {}}};
+    history.add(saving);
+    const QString file = QDir(folder.path()).entryList({"*.undo"}).value(0);
+    QVERIFY(file.contains("driver") && !file.contains("secret"));
+    writeFile(folder.filePath(file), readFile(folder.filePath(file)) + "{\"id\": "); // of a full disk
+    history.add(saving);
+    QCOMPARE(history.savings().size(), 2u);
+
+    session.gDsn = noDataSource();
+    session.gServer = "127.0.0.1";
+    session.profile.ssh.host = "one";
+    const QString one = fileStemOf(session);
+    session.profile.ssh.host = "two";
+    QVERIFY(fileStemOf(session) != one);
 }
 
 void RowsViewTest::aFileBecomesTheValueThatIsLookedAt()
