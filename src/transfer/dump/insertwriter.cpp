@@ -122,6 +122,8 @@ void InsertWriter::addValue(std::string_view bytes, Literal literal)
     switch (literal) {
     case Literal::Bare:
         m_rows += bytes;
+        if (bytes == "-0") // a whole number has no such zero
+            m_rows += "e0";
         return;
     case Literal::Hex:
         if (isHexLiteral(bytes))
