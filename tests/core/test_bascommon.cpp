@@ -35,6 +35,8 @@ void BasCommonTest::filesAreRead_data()
     row("no value", QByteArray("[DataBase]\r\ndriver=\r\n[Query]\r\nserver=a\r\n"), none + '|');
     row("case, blanks, LF, =", QByteArray("[database]\nDRIVER= a=b \nServer=h\nserver=i\n"), "a=b|h|");
     row("password one lower", QByteArray("[DataBase]\r\npass=`ab\r\n"), none + "|abc");
+    row("password that was changed by hand", QByteArray("[DataBase]\r\npass=`a\r\npassquoted=\"b \"\r\n"),
+        none + "|ab");
     row("password cut at NUL", QByteArray("[DataBase]\r\npass=`\0a\r\n", 22), none + "|a");
     row("CP932", server("\x93\xfa\x96\x7b"), none + "日本|");
     row("UTF-8", server("日本"), none + "日本|");
@@ -65,6 +67,8 @@ void BasCommonTest::everySettingSurvivesARoundTrip_data()
     row("CP932 that looks like UTF-8", "ﾃｽﾃｽ", "abc", QByteArray("[DataBase]"));
     row("stored as a byte order mark", "abc", QString(QChar(0xFF00)), QByteArray());
     row("stored with blanks of other kinds", "abc", "、a¡", QByteArray());
+    row("stored with blanks at its ends", "abc", "!!a!", QByteArray());
+    row("stored as a blank", "abc", "!", QByteArray());
     row("next to the surrogates", "abc", QString(QChar(0xE000)), QByteArray());
 }
 

@@ -33,6 +33,27 @@ constexpr Setting settings[] = {
 
 constexpr int bufferSize = 200;
 
+// A value loses the blanks at its ends, and those of a password are disguised "!": such a one stands in
+// quotes beside it, for as long as the two agree.
+const QString quotedPassKey = QStringLiteral("passquoted");
+
+QString withBlanks(const ProfileFile &file, const QString &section, const QString &stored)
+{
+    const QString quoted = file.value(section, quotedPassKey);
+    if (quoted.size() < 2 || !quoted.startsWith(u'"') || !quoted.endsWith(u'"'))
+        return stored;
+    const QString whole = quoted.mid(1, quoted.size() - 2);
+    return trimmedBlanks(whole) == stored ? whole : stored;
+}
+
+void keepBlanks(ProfileFile &file, const QString &section, const QString &stored)
+{
+    if (trimmedBlanks(stored) != stored)
+        file.setValue(section, quotedPassKey, u'"' + stored + u'"');
+    else if (file.holds(section, quotedPassKey))
+        file.setValue(section, quotedPassKey, {});
+}
+
 QString shifted(const QString &text, int step)
 {
     QString result;
@@ -149,8 +170,10 @@ QString sLoadSettings(Session &session)
     const ProfileFile file(session.gIniPath);
     session.settingsAsRead.clear();
     for (const Setting &setting : settings) {
-        const QString text =
-            fIniRead(file, QLatin1String(setting.section), QLatin1String(setting.key), {}, bufferSize);
+        const QLatin1String section(setting.section);
+        QString text = fIniRead(file, section, QLatin1String(setting.key), {}, bufferSize);
+        if (setting.isPassword)
+            text = withBlanks(file, section, text);
         if (!text.isEmpty())
             session.*setting.value = setting.isPassword ? shiftedUp(text) : text;
         session.settingsAsRead << session.*setting.value;
@@ -182,8 +205,12 @@ QString sSaveSettings(const Session &session)
         const QString value = isKeptElsewhere ? QString() : session.*setting.value;
         const QLatin1String section(setting.section), key(setting.key);
         const bool isAsRead = place < session.settingsAsRead.size() && session.settingsAsRead[place] == value;
-        if (!isAsRead || !file.holds(section, key))
-            fIniWrite(file, section, key, setting.isPassword ? shiftedDown(value) : value);
+        if (!isAsRead || !file.holds(section, key)) {
+            const QString stored = setting.isPassword ? shiftedDown(value) : value;
+            fIniWrite(file, section, key, stored);
+            if (setting.isPassword)
+                keepBlanks(file, section, stored);
+        }
         ++place;
     }
     const QString failure = file.save();
