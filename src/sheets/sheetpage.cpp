@@ -101,6 +101,8 @@ void SheetPage::restore(const SheetContents &contents)
 {
     m_contents = contents;
     m_editor->setContents(contents.text);
+    m_editor->setEolMode(contents.text.contains(QStringLiteral("\r\n")) ? QsciScintilla::EolWindows
+                                                                        : QsciScintilla::EolUnix);
     m_editor->SendScintilla(QsciScintilla::SCI_EMPTYUNDOBUFFER);
     m_editor->setCursorPlace(contents.cursor);
 }

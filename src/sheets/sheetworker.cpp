@@ -170,7 +170,6 @@ void SheetWorker::runPiece(const ScriptPiece &piece, const SheetRun &run)
     begun.statement = m_statement;
     begun.place = static_cast<int>(piece.start);
     begun.sent = QByteArray(piece.text.data(), static_cast<qsizetype>(piece.text.size()));
-    begun.sent.replace("\r\n", "\n");
     try {
         heedStop();
         Q_EMIT came(begun);

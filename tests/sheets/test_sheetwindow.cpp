@@ -35,6 +35,7 @@ private Q_SLOTS:
     void aFileKeepsItsEncoding_data();
     void aFileKeepsItsEncoding();
     void whatCouldNotBeReadIsSaidBeforeItIsLost();
+    void lineEndsAreTheFiles();
     void whatOthersHaveWrittenIsNotOverwrittenUnasked();
     void aFileIsRunInPlaceOfAStatement();
     void aLostConnectionIsMadeAnew();
@@ -378,6 +379,22 @@ void SheetWindowTest::whatCouldNotBeReadIsSaidBeforeItIsLost()
                                   Icon::Critical, false);
         QTest::keyClick(m_window, Qt::Key_S, Qt::ControlModifier);
         QCOMPARE(readFile(path), bytes);
+    }
+}
+
+void SheetWindowTest::lineEndsAreTheFiles()
+{
+    const QString path = m_stage->folder.filePath("text.sql");
+    writeFile(path, "select hex('a\r\nb')");
+    QCOMPARE(page().open(path), QString());
+    run();
+    QCOMPARE(firstCells(), QStringList("610D0A62"));
+    for (const QByteArray &end : {QByteArray("\n"), QByteArray("\r\n")}) {
+        writeFile(path, "select 1" + end + "from t");
+        QCOMPARE(page().open(path), QString());
+        QTest::keyClick(&page().editor(), Qt::Key_Return);
+        QCOMPARE(page().save(path), QString());
+        QCOMPARE(readFile(path), end + "select 1" + end + "from t");
     }
 }
 
