@@ -289,6 +289,13 @@ void CsvTest::whatIsExportedIsImported()
     in.table = "made";
     in.createsTable = true;
     QCOMPARE(import(in).rows, 3);
+    // An empty line may have been a row.
+    ImportOptions one = in;
+    one.path = m_folder.filePath("one.csv");
+    writeFile(one.path, "v\na\n\n\nb\n");
+    one.table = "one";
+    one.columns = {{"v", 0}};
+    QVERIFY(textOf(import(one)).startsWith("2 行を取り込みました。\n空の行 2 行は読み飛ばしました。"));
     QCOMPARE(server.run("SELECT COLUMN_TYPE FROM information_schema.COLUMNS WHERE TABLE_SCHEMA='c' AND "
                         "TABLE_NAME='made' ORDER BY ORDINAL_POSITION"),
              "int(11)\nvarchar(8)\nvarchar(6)\nvarchar(6)\ndecimal(3,2)\ndatetime(6)\nvarchar(4)\n");

@@ -305,6 +305,7 @@ void Import::end()
     m_report.errors = std::max(m_report.errors, m_errors.count());
     m_report.listedErrors = m_errors.count();
     m_report.errorFile = m_errors.path();
+    m_report.empty = m_file->emptyRows();
     m_report.isTakenBack = m_report.errors > 0 && !m_options.keepsGoodRows;
     if (!m_report.isTakenBack) {
         commit();
@@ -330,6 +331,10 @@ QString textOf(const ImportReport &report)
                                       : QStringLiteral("%1 行を取り込みました。").arg(report.rows);
     if (report.skipped > 0)
         text += QStringLiteral("\nキーが重複する %1 行は飛ばしました。").arg(report.skipped);
+    if (report.empty > 0)
+        text += QStringLiteral("\n空の行 %1 行は読み飛ばしました。NULL の行なら、書き出すときに NULL の"
+                               "文字を決めてください。")
+                    .arg(report.empty);
     if (report.changed > 0)
         text += QStringLiteral("\nサーバーが値を丸めた行: %1 行。行番号は「%2」にあります。")
                     .arg(report.changed)

@@ -30,6 +30,7 @@ struct ImportOptions {
 struct ImportReport {
     qint64 rows = 0; // that are in the table now, replaced ones included
     qint64 skipped = 0;
+    qint64 empty = 0;   // lines of a file with one column, which may have been NULLs
     qint64 changed = 0; // of them, with a value that the server has rounded
     qint64 errors = 0;
     qint64 listedErrors = 0; // in the file: the server lists only the first ones, and counts to 65535

@@ -200,5 +200,6 @@ bool CsvReader::next(CsvRow &row)
         row.fields.resize(count);
         if (count > 1 || row.fields[0].isQuoted || !row.fields[0].text.empty())
             return true;
+        ++m_emptyLines;
     }
 }

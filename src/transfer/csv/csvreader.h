@@ -43,6 +43,7 @@ public:
 
     // False at the end. Empty lines are passed over. Throws where a quote is never closed.
     bool next(CsvRow &row);
+    qint64 emptyLines() const { return m_emptyLines; } // passed over so far
     qint64 byteCount() const { return m_file.size(); }
     qint64 bytesRead() const { return m_file.pos(); }
 
@@ -60,6 +61,6 @@ private:
     std::optional<PieceDecoder> m_decoder;
     QByteArray m_bytes;
     qsizetype m_at = 0;
-    qint64 m_line = 1, m_rowLine = 1;
+    qint64 m_line = 1, m_rowLine = 1, m_emptyLines = 0;
     bool m_isBegun = false;
 };

@@ -36,6 +36,8 @@ public:
     bool next(CsvRow &row);
     qint64 lastLine() const { return m_lastLine; } // of the row that was read last, whatever it was
     qint64 rows() const { return m_rows; }
+    // Passed over where a row has one value, which is missing in them.
+    qint64 emptyRows() const { return m_fieldCount == 1 ? m_reader.emptyLines() : 0; }
     TransferStatus status() const; // asks the system: not for every row
 
 private:
