@@ -1,11 +1,13 @@
 #include "core/session/lastingconnection.h"
 
 #include "core/command/doubt.h"
+#include "core/command/writing.h"
 #include "core/session/connectionstring.h"
 #include "core/sql/batch.h"
 #include "core/sql/localsource.h"
 #include "core/sql/sessionstate.h"
 #include "core/sql/statementlog.h"
+#include "core/sql/words.h"
 
 #include <chrono>
 #include <map>
@@ -132,7 +134,7 @@ private:
     using Send = std::function<RecordSet(Connection &)>;
     RecordSet sent(const QString &statement, const Send &send);
     void requireSamePlace();
-    void heedBan(Connection &inner);
+    bool heedBan(Connection &inner);
     void comeBack();
     Failure given(const Failure &failure, bool mayBeDone);
 
@@ -168,6 +170,18 @@ bool isSame(const ServerPlace &left, const ServerPlace &right)
            (left.cluster.isMember() && left.cluster.name == right.cluster.name);
 }
 
+// READ ONLY holds from the next transaction on: the open one could still write. Whether it is kept or taken
+// back is for the user to say.
+void requireEnd(const SessionState &state, const QString &statement)
+{
+    constexpr int refusedInReadOnly = 1792; // the server's number for the same
+    if (state.mustEndTransaction() && mayChange(statement) && bareWords(statement).value(0) != u"xa")
+        throw Failure(
+            QStringLiteral("この接続は読み取り専用になりました。開いているトランザクションにも、も"
+                           "う書き込めません。\nCOMMIT で確定するか、ROLLBACK で取り消して下さい。"),
+            refusedInReadOnly, QStringLiteral("25006"));
+}
+
 void LastingConnection::open()
 {
     if (const std::optional<Failure> refusal = m_lostPlaces->takeRefusal(m_way))
@@ -188,17 +202,21 @@ void LastingConnection::open()
     }
 }
 
-void LastingConnection::heedBan(Connection &inner)
+// True: from now on it keeps from writing.
+bool LastingConnection::heedBan(Connection &inner)
 {
     if (m_isReadOnly || !m_isBanned())
-        return;
+        return false;
     m_isReadOnly = true; // events may destroy this while the statement waits
+    const std::shared_ptr<SessionState> state = m_state;
     try {
         inner.execute(readOnlySession);
+        state->keepFromWriting(inner.effect().isInTransaction);
     } catch (const Failure &) {
         inner.close(); // no use that may not keep from writing
         throw;
     }
+    return true;
 }
 
 void LastingConnection::requireSamePlace()
@@ -231,7 +249,11 @@ BatchOutcome LastingConnection::executeAll(const std::vector<QByteArray> &statem
     const std::shared_ptr<Connection> inner = m_inner;
     if (!inner || !inner->isOpen())
         throw Failure(QStringLiteral("サーバーに接続されていません。"), 0, QStringLiteral("08003"));
+    const std::shared_ptr<SessionState> state = m_state;
     heedBan(*inner);
+    if (state->mustEndTransaction())
+        for (const QByteArray &statement : statements)
+            requireEnd(*state, QString::fromUtf8(statement));
     BatchOutcome outcome = ::executeAll(*inner, statements, [this] {
         if (m_isCancelled)
             throw interruptedError();
@@ -250,13 +272,11 @@ RecordSet LastingConnection::sent(const QString &statement, const Send &send)
     const std::shared_ptr<SessionState> state =
         m_state; // an event may destroy this while the statement waits
     try {
-        if (statement != readOnlySession)
-            heedBan(*inner);
+        if (heedBan(*inner) && statement == readOnlySession)
+            return {};
+        requireEnd(*state, statement);
         RecordSet rows = send(*inner);
-        if (statement == readOnlySession)
-            m_isReadOnly = true; // from now on, as if it had been asked for from the beginning
-        else
-            state->note(statement);
+        state->note(statement, inner->effect().isInTransaction);
         return rows;
     } catch (const Failure &failure) {
         if (!failure.isConnectionLost() || state.use_count() == 1 || m_isClosed)

@@ -51,7 +51,7 @@ bool isHarmless(const QString &word)
 
 } // namespace
 
-void SessionState::note(const QString &statement)
+void SessionState::note(const QString &statement, std::optional<bool> isInTransaction)
 {
     const QStringList all = bareWords(statement);
     const QString first = all.value(0), second = all.value(1);
@@ -85,6 +85,14 @@ void SessionState::note(const QString &statement)
     const bool assigns = all.contains(u":=") || contains(all, u":", u"=") || all.contains(u"into");
     if (assigns && namesUserVariable(all))
         m_hasUserVariables = true;
+    const bool endsOne =
+        (first == u"commit" || first == u"rollback") && !all.contains(u"to") && !all.contains(u"chain");
+    m_mustEnd = m_mustEnd && isInTransaction.value_or(!endsOne);
+}
+
+void SessionState::keepFromWriting(std::optional<bool> isInTransaction)
+{
+    m_mustEnd = isInTransaction.value_or(m_hasTransaction || m_isWithoutAutocommit);
 }
 
 QStringList SessionState::held() const
