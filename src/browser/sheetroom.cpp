@@ -84,10 +84,10 @@ bool SheetRoom::close()
     return !m_window || m_window->close();
 }
 
-HistoryStore *SheetRoom::history()
+HistoryStore *SheetRoom::history(const QString &justRun)
 {
     if (!m_history && m_whyNoHistory.isEmpty())
-        m_history = openHistoryStore(m_session, m_whyNoHistory);
+        m_history = openHistoryStore(m_session, m_whyNoHistory, justRun);
     return m_history.get();
 }
 
@@ -104,7 +104,7 @@ QString SheetRoom::openHistory(QWidget *parent, std::function<void(const QString
 
 void SheetRoom::remember(HistoryEntry entry)
 {
-    HistoryStore *store = holdsPassword(entry.statement) ? nullptr : history();
+    HistoryStore *store = holdsPassword(entry.statement) ? nullptr : history(entry.statement);
     if (!store)
         return;
     entry.time = QDateTime::currentDateTime();

@@ -35,7 +35,7 @@ public:
 
 private:
     void show();
-    HistoryStore *history();
+    HistoryStore *history(const QString &justRun = {});
     SheetServices services();
     QStringList lastStatements();
 

@@ -36,12 +36,12 @@ void HistoryTest::twoProgramsShareOneHistory()
     QTemporaryDir folder;
     QFile old(folder.filePath("history.json"));
     QVERIFY(old.open(QIODevice::WriteOnly));
-    old.write(R"(["select 'old'", "set password = 'geheim'"])");
+    old.write(R"(["select 'old'", "set password = 'geheim'", "select 'now'"])");
     old.close();
     Session session;
     session.settingsFolder = folder.path();
     QString why;
-    const std::unique_ptr<HistoryStore> first = openHistoryStore(session, why);
+    const std::unique_ptr<HistoryStore> first = openHistoryStore(session, why, "select 'now'");
     QVERIFY2(first, qPrintable(why));
     const std::unique_ptr<HistoryStore> second = openHistoryStore(session, why);
     QVERIFY2(second, qPrintable(why));
@@ -67,7 +67,7 @@ void HistoryTest::itIsBoundedButForFavourites()
     Session session;
     session.settingsFolder = folder.path();
     QString why;
-    const std::unique_ptr<HistoryStore> store = openHistoryStore(session, why, 1'000);
+    const std::unique_ptr<HistoryStore> store = openHistoryStore(session, why, {}, 1'000);
     QVERIFY2(store, qPrintable(why));
     store->add(entry("favourite"));
     store->setName(store->find({}, 1)[0].id, "x");

@@ -12,14 +12,15 @@
 
 namespace {
 
-void takeOver(const QString &json, HistoryStore &store)
+void takeOver(const QString &json, HistoryStore &store, const QString &justRun)
 {
     QFile file(json);
     if (!whyLeftAlone(json).isEmpty() || !file.open(QIODevice::ReadOnly))
         return;
     const QDateTime time = QFileInfo(json).lastModified();
     for (const QJsonValue &value : QJsonDocument::fromJson(file.readAll()).array())
-        if (const QString text = value.toString(); !text.isEmpty() && !holdsPassword(text)) {
+        if (const QString text = value.toString();
+            !text.isEmpty() && text != justRun && !holdsPassword(text)) {
             HistoryEntry entry;
             entry.time = time;
             entry.statement = text;
@@ -29,7 +30,8 @@ void takeOver(const QString &json, HistoryStore &store)
 
 } // namespace
 
-std::unique_ptr<HistoryStore> openHistoryStore(const Session &session, QString &why, int most)
+std::unique_ptr<HistoryStore> openHistoryStore(const Session &session, QString &why, const QString &justRun,
+                                               int most)
 {
     auto *module = qobject_cast<HistoryModule *>(loadModule(QStringLiteral("tarnwell_history"), why));
     if (!module)
@@ -39,6 +41,6 @@ std::unique_ptr<HistoryStore> openHistoryStore(const Session &session, QString &
     const bool isNew = !QFileInfo::exists(path);
     std::unique_ptr<HistoryStore> store = module->open(path, most, why);
     if (store && isNew)
-        takeOver(folder + QStringLiteral("/history.json"), *store);
+        takeOver(folder + QStringLiteral("/history.json"), *store, justRun);
     return store;
 }

@@ -42,5 +42,7 @@ Q_DECLARE_INTERFACE(HistoryModule, "tarnwell.HistoryModule/1")
 
 struct Session;
 // The store beside the settings, its module loaded with it. What an older program kept as history.json is
-// taken over once. Null: `why` has the words.
-std::unique_ptr<HistoryStore> openHistoryStore(const Session &session, QString &why, int most = 20'000);
+// taken over once, but for the statement that has just been run: it is about to be added with what came of
+// it. Null: `why` has the words.
+std::unique_ptr<HistoryStore> openHistoryStore(const Session &session, QString &why, const QString &justRun = {},
+                                               int most = 20'000);
