@@ -181,6 +181,18 @@ void CopyTest::tablesChangePlaces()
     });
     QVERIFY2(words.contains("「here」は、コピー先の「stays」が") && words.contains("前のままです"),
              qPrintable(words));
+    // And so is a key that the server refuses.
+    const char *keyed = "USE d; CREATE TABLE q(id %1 PRIMARY KEY); CREATE TABLE e(id INT PRIMARY KEY%2);";
+    source.run(QString(keyed).arg("INT", ", FOREIGN KEY (id) REFERENCES q(id)"));
+    target.run(QString(keyed).arg("VARCHAR(9)", "") + "INSERT INTO e VALUES(7)");
+    const QString refusal = wordsOf([&] {
+        Ends fourth(source.nativeString(), target.nativeString());
+        fourth.options.what.objects = QStringList("e");
+        fourth.copy(fourth.look());
+    });
+    QVERIFY2(refusal.contains("「e」の外部キー (e_ibfk_1)") && refusal.contains("前のままです"),
+             qPrintable(refusal));
+    QCOMPARE(target.run("SELECT id FROM d.e"), "7\n");
     QVERIFY(!target.run("USE d; SHOW TABLES").contains("tarnwell"));
 }
 

@@ -63,6 +63,7 @@ public:
         if (words.is(2, u"FOREIGN")) {
             m_table.clauses << QStringLiteral("ADD ") + part.trimmed();
             m_table.foreignKeys << words.name(1);
+            addKey(words);
             return {};
         }
         if (!words.is(2, u"CHECK") || !m_renamesChecks)
@@ -75,6 +76,17 @@ public:
     SideTable m_table;
 
 private:
+    // From "CONSTRAINT name FOREIGN KEY (" on.
+    void addKey(const SqlTokens &words)
+    {
+        constexpr std::size_t columns = 4;
+        const std::size_t parent = words.behindGroup(columns) + 1;
+        const bool isOfOther = words.is(parent + 1, u".");
+        m_table.keys.push_back({words.text(columns - 2, parent) + u' ',
+                                isOfOther ? QString() : words.name(parent),
+                                words.text(isOfOther ? parent : parent + 1, words.size())});
+    }
+
     QString sideCheck(const QString &name, const QString &part)
     {
         // The server renames what bears such a name together with its table.

@@ -56,6 +56,8 @@ void Staging::changePlaces()
     if (!isUsed())
         return;
     requireFreeNames();
+    keepHistory();
+    tryForeignKeys();
     // Foreign keys of tables that stay would follow an old table to its other name. They keep the name that
     // they refer to where that table is dropped, with the checks off.
     const QStringList referredTo = namesReferredTo();
@@ -83,15 +85,68 @@ void Staging::changePlaces()
     }
     for (const QString &statement : std::as_const(old))
         m_send(statement);
+    for (Place &place : m_places)
+        addClauses(place);
+    m_stage = Stage::Done;
+}
+
+// Of tables with a history.
+void Staging::keepHistory()
+{
     constexpr int firstWithHistory = 100304;
     const ServerInfo server = m_to.connection().server();
     if (server.isMariaDb && server.number >= firstWithHistory)
         m_send(QStringLiteral("SET system_versioning_alter_history=KEEP"));
+}
+
+// Once the tables have changed places and the old ones are gone it would be too late to learn that the server
+// refuses one: for want of a privilege, or of a key that it refers to.
+void Staging::tryForeignKeys()
+{
+    int count = 0;
+    for (const Place &place : m_places) {
+        QStringList adds, drops;
+        for (const SideForeignKey &key : place.table.keys) {
+            const QString name = quotedName(m_mark + QStringLiteral("key%1").arg(count++));
+            const QString parent = key.parent.isEmpty() ? QString() : quotedName(sideOf(key.parent));
+            adds << QStringLiteral("ADD CONSTRAINT ") + name + u' ' + key.head + parent + key.tail;
+            drops << QStringLiteral("DROP FOREIGN KEY ") + name;
+        }
+        const QString alter = QStringLiteral("ALTER TABLE %1 ").arg(quotedName(place.side));
+        try {
+            for (const QStringList &clauses : {adds, drops})
+                if (!clauses.isEmpty())
+                    m_send(alter + clauses.join(QStringLiteral(", ")));
+        } catch (const Failure &failure) {
+            if (failure.isInterrupted() || failure.isConnectionLost())
+                throw;
+            throw Failure(QStringLiteral("「%1」の外部キー (%2) をコピー先に作れません。\r\n%3")
+                              .arg(place.name, place.table.foreignKeys.join(QStringLiteral(", ")),
+                                   failure.description()),
+                          failure.number(), failure.state());
+        }
+    }
+}
+
+QString Staging::sideOf(const QString &name) const
+{
     for (const Place &place : m_places)
-        if (!place.table.clauses.isEmpty())
-            m_send(QStringLiteral("ALTER TABLE %1 %2")
-                       .arg(quotedName(place.name), place.table.clauses.join(QStringLiteral(", "))));
-    m_stage = Stage::Done;
+        if (place.name.compare(name, Qt::CaseInsensitive) == 0)
+            return place.side;
+    return name;
+}
+
+QString Staging::completion(const Place &place) const
+{
+    return QStringLiteral("ALTER TABLE %1 %2")
+        .arg(inDatabase(place.name), place.table.clauses.join(QStringLiteral(", ")));
+}
+
+void Staging::addClauses(Place &place)
+{
+    if (!place.table.clauses.isEmpty())
+        m_send(completion(place));
+    place.isComplete = true;
 }
 
 // Names of foreign keys are for the whole database: one that a table has which stays would be refused only
@@ -177,7 +232,16 @@ void Staging::settleDoubt()
         std::ranges::any_of(m_places, [&](const Place &place) { return !there.contains(place.side); }))
         m_stage = Stage::Changed;
     const bool isOver = m_stage >= Stage::Changed;
+    // Of those that are dropped one may still refer to another.
+    m_to.connection().execute(QStringLiteral("SET foreign_key_checks=0"));
+    const QStringList keys =
+        column(QStringLiteral("SELECT CONSTRAINT_NAME FROM information_schema.TABLE_CONSTRAINTS WHERE "
+                              "CONSTRAINT_SCHEMA=%1 AND CONSTRAINT_TYPE='FOREIGN KEY'")
+                   .arg(quotedText(m_database)));
     for (Place &place : m_places) {
+        // All clauses of a table are one statement, whose answer may have been lost.
+        if (isOver && !place.table.foreignKeys.isEmpty() && keys.contains(place.table.foreignKeys.first()))
+            place.isComplete = true;
         if (!there.contains(place.old))
             place.old.clear();
         if (!there.contains(place.side)) {
@@ -202,9 +266,10 @@ QString Staging::wordsOnPlaces()
             words +=
                 QStringLiteral("\r\n新しい「%1」は「%2」にあります。RENAME TABLE で名前を変えてください。")
                     .arg(place.name, place.side);
-        if (!place.table.foreignKeys.isEmpty())
-            words += QStringLiteral("\r\n「%1」の外部キーを確かめてください: %2")
-                         .arg(place.name, place.table.foreignKeys.join(QStringLiteral(", ")));
+        if (!place.isComplete && !place.table.clauses.isEmpty())
+            words += QStringLiteral("\r\n「%1」には、外部キーなどがまだありません。次の文で加えられます。"
+                                    "\r\n%2;")
+                         .arg(place.name, completion(place));
     }
     return words;
 }

@@ -33,10 +33,16 @@ private:
     struct Place {
         QString keyword, name;
         SideTable table;
-        QString side, old; // names
+        QString side, old;       // names
+        bool isComplete = false; // with its clauses
     };
 
     void requireFreeNames();
+    void tryForeignKeys();
+    void keepHistory();
+    void addClauses(Place &place);
+    QString completion(const Place &place) const;
+    QString sideOf(const QString &name) const;
     QStringList namesReferredTo();
     QStringList column(const QString &statement);
     QString inDatabase(const QString &name) const;
