@@ -69,6 +69,8 @@ private:
     bool completeProfile();
     void findProfile();
     void noteConnectionUsed();
+    void askAgain(const Failure &failure);
+    QString keepPassword();
     void showPassword(const QString &password);
     // None: nothing is kept, or the key store cannot be read, which `why` says.
     void comeBack();
@@ -139,7 +141,7 @@ private:
     DataViewer m_viewer;
     CommandMenus m_menus;
     QPointer<frmSql> m_console;
-    bool m_keepsPassword = false;      // the asked one, in the key store, once it has proven right
+    QString m_keepsPasswordOf; // saved connection whose password is kept anew once it has proven right
     bool m_hasTriedToComeBack = false; // or given it up, since something ran last
     KeepAlive *m_keepAlive = nullptr;
     ServerStrips *m_strips = nullptr; // made for the first saved connection

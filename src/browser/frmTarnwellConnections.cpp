@@ -71,6 +71,21 @@ void frmTarnwell::connectNow()
     if (isPasswordExpired(m_session, *failure) && renewsPassword())
         return connectNow();
     sConnectMode(false);
+    askAgain(*failure);
+}
+
+// A refused password stays as it was typed, marked: the next key replaces it. Where it had been kept, the one
+// that proves right is kept in its place.
+void frmTarnwell::askAgain(const Failure &failure)
+{
+    constexpr int accessDenied = 1045, accessDeniedWithoutPassword = 1698;
+    if (failure.number() != accessDenied && failure.number() != accessDeniedWithoutPassword)
+        return;
+    const ConnectionProfile &profile = m_session.profile;
+    if (profile.isSaved() && m_session.gUser == profile.user && profile.keeping != PasswordKeeping::Ask)
+        m_keepsPasswordOf = profile.id;
+    m_controls.txtPass->setFocus();
+    m_controls.txtPass->selectAll();
 }
 
 // The account may log in again once it has another password.
@@ -190,11 +205,15 @@ void frmTarnwell::takeEdits(const ConnectionStore &store)
             m_session.connection().execute(QStringLiteral("SET SESSION TRANSACTION READ ONLY"));
         });
     }
+    QStringList words;
     if (*saved != profile)
-        m_dialogue.setLastError(
-            QStringLiteral("接続先「%1」の変更には、次の「接続」から使われるものがあります。")
-                .arg(profile.name),
-            false);
+        words << QStringLiteral("接続先「%1」の変更には、次の「接続」から使われるものがあります。")
+                     .arg(profile.name);
+    if (mayWriteNoMore && m_session.gCn && m_session.gCn->effect().isInTransaction.value_or(false))
+        words << QStringLiteral("開いているトランザクションがあります。COMMIT か ROLLBACK で終えて下さい。"
+                                "それまで、書き込む文は断ります。");
+    if (!words.isEmpty())
+        m_dialogue.setLastError(words.join(u'\n'), false);
 }
 
 // In the panel, unless something else has been typed there.
@@ -289,7 +308,8 @@ bool frmTarnwell::completeProfile()
     const std::optional<QString> password =
         askForPassword(this, passwordQuestion(profile, m_session.gUser, why));
     showPassword(password.value_or(QString()));
-    m_keepsPassword = password && isOwnUser && profile.keeping == PasswordKeeping::Desktop;
+    if (password && isOwnUser && profile.keeping == PasswordKeeping::Desktop)
+        m_keepsPasswordOf = profile.id;
     return password.has_value();
 }
 
@@ -343,9 +363,7 @@ void frmTarnwell::noteConnectionUsed()
     if (!m_session.profile.isSaved())
         return;
     QString words = ConnectionStore(connectionsFile(m_session)).use(m_session.profile.id);
-    // Asked for because the key store has none yet; now it is known to be right.
-    if (std::exchange(m_keepsPassword, false))
-        words += KeyStore().write(m_session.profile.id, m_session.gPass);
+    words += keepPassword();
     if (!words.isEmpty())
         m_dialogue.setLastError(words, false);
     if (const QString database = m_session.profile.database; !database.isEmpty())
@@ -353,6 +371,20 @@ void frmTarnwell::noteConnectionUsed()
             reload(Reload::Databases);
             m_controls.lstDb->choose(database);
         });
+}
+
+// Asked for because there was none or a wrong one; now it is known to be right.
+QString frmTarnwell::keepPassword()
+{
+    ConnectionProfile &profile = m_session.profile;
+    if (std::exchange(m_keepsPasswordOf, {}) != profile.id || m_session.gUser != profile.user)
+        return {};
+    if (profile.keeping == PasswordKeeping::Desktop)
+        return KeyStore().write(profile.id, m_session.gPass);
+    const ConnectionProfile before = profile;
+    if (profile.keeping == PasswordKeeping::File)
+        profile.password = m_session.gPass;
+    return profile == before ? QString() : ConnectionStore(connectionsFile(m_session)).put(profile, before);
 }
 
 // In the box as well: the console takes it from there.

@@ -88,10 +88,16 @@ void ConnectionList::fill(const std::vector<ConnectionProfile> &profiles, const 
     filter(m_filter);
     QTreeWidgetItem *chosen = find(idToChoose);
     const std::vector<QTreeWidgetItem *> all = connections();
-    const auto seen = std::ranges::find_if(all, [](const auto *each) { return !each->isHidden(); });
     if (!chosen && !all.empty())
-        chosen = seen == all.end() ? all.front() : *seen;
+        chosen = firstSeen() ? firstSeen() : all.front();
     setCurrentItem(chosen);
+}
+
+QTreeWidgetItem *ConnectionList::firstSeen() const
+{
+    const std::vector<QTreeWidgetItem *> all = connections();
+    const auto seen = std::ranges::find_if(all, [](const auto *each) { return !each->isHidden(); });
+    return seen == all.end() ? nullptr : *seen;
 }
 
 void ConnectionList::describe(const ConnectionProfile &profile)
@@ -119,6 +125,14 @@ void ConnectionList::filter(const QString &text)
         if (isSeen && item->parent())
             item->parent()->setHidden(false);
     }
+    // Enter goes by what is chosen: that is never one that is not seen, unless there is no other.
+    if (QTreeWidgetItem *seen = firstSeen(); seen && currentItem() && currentItem()->isHidden())
+        setCurrentItem(seen);
+}
+
+bool ConnectionList::showsChosen() const
+{
+    return currentItem() && !currentItem()->isHidden();
 }
 
 QString ConnectionList::chosenId() const

@@ -17,12 +17,15 @@ public:
     void fill(const std::vector<ConnectionProfile> &profiles, const QString &idToChoose);
     // The one of that id as it is now; its place stays until it is filled anew.
     void describe(const ConnectionProfile &profile);
+    // One that is hidden by it stays the chosen one only where all are.
     void filter(const QString &text);
     QString chosenId() const; // empty: none
+    bool showsChosen() const;
     QStringList folders() const;
 
 private:
     QTreeWidgetItem *folderItem(const QString &folder);
+    QTreeWidgetItem *firstSeen() const;
     QTreeWidgetItem *find(const QString &id) const;
     std::vector<QTreeWidgetItem *> connections() const;
 

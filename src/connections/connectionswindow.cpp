@@ -47,7 +47,7 @@ ConnectionsWindow::ConnectionsWindow(Session &session, const QString &chosenId, 
     tell(m_store.read());
     m_before = m_store;
     fill(chosenId);
-    m_list->setFocus();
+    m_filter->setFocus(); // a part of the name and Enter are enough
     resize(QSize(820, 560).boundedTo(screen()->availableSize() - QSize(40, 60)));
 }
 
@@ -261,7 +261,7 @@ void ConnectionsWindow::fillPanel()
 
 void ConnectionsWindow::choose(bool connectsNow)
 {
-    if (!isChosen() || m_session.runner.isRunning() || !keep())
+    if (!isChosen() || !m_list->showsChosen() || m_session.runner.isRunning() || !keep())
         return;
     m_choice = {m_shown, fields().password(), connectsNow};
     accept();

@@ -18,6 +18,7 @@ private Q_SLOTS:
     void init() { failOnAnyWarning(); }
     void aNewConnectionIsMadeKeptAndUsed();
     void whatIsTypedTakesTheMarksOfItsServer();
+    void aRefusedPasswordIsTypedAnewAndTheRightOneKept();
     void productionAsksOnceMore();
     void aReadOnlyConnectionTurnsWritingOff();
     void whatIsEditedHoldsForTheConnectionThatStands();
@@ -79,12 +80,12 @@ void ConnectionsTest::aNewConnectionIsMadeKeptAndUsed()
         type(dialog, "connectionServer", "db3");
         auto &list = control<QTreeWidget>(dialog, "connectionList");
         QCOMPARE(list.topLevelItemCount(), 2);
+        // The chosen one is db3, which this hides: Enter must not lead there.
         control<QLineEdit>(dialog, "connectionFilter").setText("DB2");
         QVERIFY(list.topLevelItem(1)->isHidden() != list.topLevelItem(0)->isHidden());
-        list.setCurrentItem(list.topLevelItem(list.topLevelItem(0)->isHidden() ? 1 : 0));
         QCOMPARE(control<QLineEdit>(dialog, "connectionServer").text(), "db2");
         type(dialog, "connectionPassword", "pw"); // nobody was told to keep it
-        QTest::keyClick(&list, Qt::Key_Return);
+        QTest::keyClick(&control<QLineEdit>(dialog, "connectionFilter"), Qt::Key_Return);
     });
     control<QAbstractButton>(window, "openConnections").click();
     QTRY_VERIFY(stage.session.gCn);
@@ -122,6 +123,26 @@ void ConnectionsTest::whatIsTypedTakesTheMarksOfItsServer()
     QVERIFY(!stage.session.gCn);
     stage.connect("another");
     QVERIFY(stage.session.gCn && !stage.session.profile.isSaved());
+}
+
+void ConnectionsTest::aRefusedPasswordIsTypedAnewAndTheRightOneKept()
+{
+    WindowStage stage;
+    const ConnectionProfile profile = saved(stage, "店", PasswordKeeping::File);
+    QWidget &window = stage.open(new frmTarnwell(stage.session));
+    control<QComboBox>(window, "cboDrivers").setCurrentText(profile.driver());
+    stage.script.whyUnreachable = Failure("Access denied", 1045, "28000");
+    stage.boxes.expectOk("接続失敗");
+    stage.connect("db1");
+    const auto &password = control<QLineEdit>(window, "txtPass");
+    QVERIFY(window.focusWidget() == &password && password.selectedText() == password.text());
+    stage.script.whyUnreachable.reset();
+    QTest::keyClicks(window.focusWidget(), "right");
+    press(window, {"cmdConnect"});
+    QVERIFY(stage.script.connectionStrings.last().contains("pwd=right"));
+    ConnectionStore store(connectionsFile(stage.session));
+    store.read();
+    QCOMPARE(store.find(profile.id)->password, "right");
 }
 
 void ConnectionsTest::productionAsksOnceMore()
