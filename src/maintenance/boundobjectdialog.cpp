@@ -9,7 +9,6 @@
 #include <QHBoxLayout>
 #include <QLabel>
 #include <QPushButton>
-#include <QShortcut>
 #include <QVBoxLayout>
 
 namespace {
@@ -58,17 +57,12 @@ public:
         layout->addWidget(m_text, 1);
         layout->addLayout(buttons);
         resize(680, 440);
-        // The text box takes the key that leaves the dialog: as a command of its own, and without one as a
-        // character.
-        if (QsciCommand *command = m_text->standardCommands()->boundTo(Qt::Key_Escape))
-            command->setKey(0);
-        connect(new QShortcut(Qt::Key_Escape, this), &QShortcut::activated, this, &QDialog::reject);
     }
 
     void reject() override
     {
         if (m_session.runner.isRunning(this) || m_text->contents() == m_shown ||
-            m_dialogue.confirm(QStringLiteral("編集した定義を捨てます。"), Icon::Critical))
+            m_dialogue.warn(QStringLiteral("編集した定義を捨てます。")))
             StoppableDialog::reject();
     }
 

@@ -81,17 +81,6 @@ void SheetEditor::clearError()
     markerDeleteAll(m_errorMark);
 }
 
-// Escape stops the sheet; Scintilla would keep it for itself, also where there is no list to close.
-bool SheetEditor::event(QEvent *event)
-{
-    const bool isEscape = event->type() == QEvent::ShortcutOverride &&
-                          static_cast<QKeyEvent *>(event)->key() == Qt::Key_Escape && !isListActive();
-    if (!isEscape)
-        return StatementBox::event(event);
-    event->ignore();
-    return true;
-}
-
 void SheetEditor::changeEvent(QEvent *event)
 {
     StatementBox::changeEvent(event);

@@ -36,7 +36,6 @@ Q_SIGNALS:
 protected:
     void load(const QString &path) override { Q_EMIT fileDropped(path); }
     void changeEvent(QEvent *event) override;
-    bool event(QEvent *event) override;
     void showEvent(QShowEvent *event) override;
 
 private:

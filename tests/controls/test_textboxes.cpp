@@ -2,6 +2,7 @@
 #include "controls/text/sqltextbox.h"
 #include "support/gui/boxes.h"
 
+#include <QDialog>
 #include <QLineEdit>
 #include <QTest>
 
@@ -23,6 +24,7 @@ private Q_SLOTS:
     void init() { failOnAnyWarning(); }
     void contentsComeOutWithCrLfEvenOfAReadOnlyBox();
     void loadingIsNoEditThatUndoTakesBack();
+    void escapeLeavesTheDialogAroundThem();
     void findGoesOnAndRound();
     void inputMethodSeesOneLine();
     void largeTextArrivesWholeUnlessTheBoxIsRefilled();
@@ -57,6 +59,17 @@ void TestTextBoxes::loadingIsNoEditThatUndoTakesBack()
     while (box.isUndoAvailable())
         QTest::keyClick(&box, Qt::Key_Z, Qt::ControlModifier);
     QCOMPARE(box.contents(), "select 1");
+}
+
+void TestTextBoxes::escapeLeavesTheDialogAroundThem()
+{
+    QDialog dialog;
+    SqlTextBox box(&dialog);
+    dialog.show();
+    QVERIFY(QTest::qWaitForWindowActive(&dialog));
+    box.setFocus();
+    QTest::keyClick(dialog.windowHandle(), Qt::Key_Escape);
+    QVERIFY(dialog.isHidden());
 }
 
 void TestTextBoxes::findGoesOnAndRound()

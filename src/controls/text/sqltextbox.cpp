@@ -92,6 +92,18 @@ void SqlTextBox::contextMenuEvent(QContextMenuEvent *event)
     menu.exec(event->globalPos());
 }
 
+// Scintilla would keep Escape for itself, also where it has no list to close.
+bool SqlTextBox::event(QEvent *event)
+{
+    const bool isOverride = event->type() == QEvent::ShortcutOverride;
+    const bool isWindows = (isOverride || event->type() == QEvent::KeyPress) &&
+                           static_cast<QKeyEvent *>(event)->key() == Qt::Key_Escape && !isListActive();
+    const bool isTaken = (isOverride && isWindows) || QsciScintilla::event(event);
+    if (isWindows)
+        event->ignore();
+    return isTaken;
+}
+
 void SqlTextBox::keyPressEvent(QKeyEvent *event)
 {
     const bool isTab = event->key() == Qt::Key_Tab || event->key() == Qt::Key_Backtab;

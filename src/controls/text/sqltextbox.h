@@ -3,7 +3,7 @@
 #include "controls/text/scintilla.h"
 
 // A text of several lines in SQL: highlighting, undo, find with Ctrl+F, Japanese input. Its actions() stand
-// in its context menu. Tab indents; Ctrl+Tab and Ctrl+Shift+Tab leave the box.
+// in its context menu. Tab indents; Ctrl+Tab and Ctrl+Shift+Tab leave the box, and Escape is its window's.
 class SqlTextBox : public QsciScintilla {
     Q_OBJECT
 
@@ -18,6 +18,7 @@ public:
     void setReadOnly(bool isReadOnly) override;
 
 protected:
+    bool event(QEvent *event) override;
     void showEvent(QShowEvent *event) override;
     void changeEvent(QEvent *event) override;
     void contextMenuEvent(QContextMenuEvent *event) override;
