@@ -134,7 +134,7 @@ const HistoryEntry *HistoryWindow::chosen() const
 void HistoryWindow::putChosen()
 {
     if (const HistoryEntry *entry = chosen()) {
-        m_put(entry->statement);
+        m_put(QString(entry->statement)); // the list may be read anew meanwhile
         accept();
     }
 }
@@ -144,12 +144,14 @@ void HistoryWindow::nameChosen()
     const HistoryEntry *entry = chosen();
     if (!entry)
         return;
+    // What was typed into the filter a moment ago reads the list anew meanwhile.
+    const auto id = entry->id;
     bool isGiven = false;
     const QString name =
         QInputDialog::getText(this, windowTitle(), QStringLiteral("お気に入りの名前（空なら外します）"),
                               QLineEdit::Normal, entry->name, &isGiven);
     if (isGiven)
-        m_store.setName(entry->id, name.trimmed());
+        m_store.setName(id, name.trimmed());
     read();
 }
 

@@ -1,9 +1,17 @@
 #include "core/session/historystore.h"
 #include "core/session/session.h"
+#include "sheets/historywindow.h"
+#include "support/gui/control.h"
 
+#include <QApplication>
 #include <QFile>
+#include <QInputDialog>
+#include <QLineEdit>
+#include <QPushButton>
+#include <QTableWidget>
 #include <QTemporaryDir>
 #include <QTest>
+#include <QTimer>
 
 // One history for all programs of a folder.
 class HistoryTest : public QObject {
@@ -13,6 +21,7 @@ private Q_SLOTS:
     void twoProgramsShareOneHistory();
     void itIsBoundedButForFavourites();
     void whatCannotBeOpenedIsSaid();
+    void theChosenOneIsNamedAndPut();
 
 private:
     static HistoryEntry entry(const QString &statement)
@@ -93,5 +102,38 @@ void HistoryTest::whatCannotBeOpenedIsSaid()
     QVERIFY(!why.isEmpty());
 }
 
-QTEST_GUILESS_MAIN(HistoryTest)
+void HistoryTest::theChosenOneIsNamedAndPut()
+{
+    QTemporaryDir folder;
+    Session session;
+    session.settingsFolder = folder.path();
+    QString why, put;
+    const std::unique_ptr<HistoryStore> store = openHistoryStore(session, why);
+    QVERIFY2(store, qPrintable(why));
+    for (const char *statement : {"select 1", "select 2", "show tables"})
+        store->add(entry(statement));
+    auto *window = new HistoryWindow(*store, nullptr, [&](const QString &statement) { put = statement; });
+    window->show();
+    auto &list = control<QTableWidget>(*window, "historyList");
+    QCOMPARE(list.rowCount(), 3);
+    list.selectRow(1); // "select 2"
+    // The letters typed last are looked for while the name is asked for already.
+    control<QLineEdit>(*window, "historyFilter").setText("tables");
+    QTimer::singleShot(0, window, [&] {
+        auto *box = qobject_cast<QInputDialog *>(QApplication::activeModalWidget());
+        QVERIFY(box);
+        QTRY_COMPARE(list.rowCount(), 1);
+        box->setTextValue("二");
+        box->accept();
+    });
+    control<QPushButton>(*window, "historyName").click();
+    QCOMPARE(store->find("二", 10).front().statement, "select 2");
+    control<QLineEdit>(*window, "historyFilter").clear();
+    QTRY_COMPARE(list.rowCount(), 3);
+    Q_EMIT list.cellDoubleClicked(0, 0); // the favourite stands first
+    QCOMPARE(put, "select 2");
+    QVERIFY(!window->isVisible());
+}
+
+QTEST_MAIN(HistoryTest)
 #include "test_history.moc"

@@ -346,7 +346,7 @@ bool PrivilegePage::isAgreed(const QString &what, const AccountName &account,
     return around().dialogue.warn(lines.join(QStringLiteral("\r\n")));
 }
 
-void PrivilegePage::change(const AccountName &account, const QStringList &statements)
+void PrivilegePage::change(AccountName account, const QStringList &statements)
 {
     if (!isAgreed(QStringLiteral("サーバー %1 で、%2 の権限を変えます。"), account, statements))
         return;

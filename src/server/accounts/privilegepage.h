@@ -51,7 +51,8 @@ private:
     void createAccount();
     void create(const AccountName &account, const QStringList &statements);
     // Asks, sends, and says what SHOW GRANTS says differently then.
-    void change(const AccountName &account, const QStringList &statements);
+    // By value: while it asks, the page may be read anew.
+    void change(AccountName account, const QStringList &statements);
     bool isAgreed(const QString &what, const AccountName &account, const QStringList &statements) const;
     void note(const QStringList &statements, const QString &refusal) const;
 
