@@ -32,6 +32,7 @@ private:
     void readRows();
     Connection &connection() { return m_session.connection(); }
     void prepare();
+    void wantAllWarnings();
     void take(const CsvRow &row);
     void tellNowAndThen();
     void addLocally(const CsvRow &row);
@@ -120,8 +121,22 @@ void Import::prepare()
         throw Failure(QStringLiteral("バイナリや BIT の列には、LOAD DATA LOCAL で取り込めません。"));
     m_head = m_columns->insertHead();
     m_tail = m_columns->insertTail(m_options.duplicates);
-    connection().execute(QStringLiteral("SET max_error_count=%1").arg(rowsPerStatement));
+    wantAllWarnings();
     connection().execute(QStringLiteral("START TRANSACTION"));
+}
+
+// MySQL 9 lets only administrators change it: for others a statement has no more rows than can be warned of.
+void Import::wantAllWarnings()
+{
+    try {
+        connection().execute(QStringLiteral("SET max_error_count=%1").arg(rowsPerStatement));
+    } catch (const Failure &failure) {
+        constexpr int needsPrivilege = 1227;
+        if (failure.number() != needsPrivilege)
+            throw;
+        const int most = connection().execute(QStringLiteral("SELECT @@max_error_count")).text(0).toInt();
+        m_mostRows = std::min(m_mostRows, static_cast<std::size_t>(std::max(most, 2)));
+    }
 }
 
 void Import::take(const CsvRow &row)
