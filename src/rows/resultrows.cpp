@@ -49,7 +49,9 @@ bool ResultRows::begin(const QString &database, const QString &table)
     for (const Field &field : m_grid.fields())
         names << field.name;
     return run(QStringLiteral("編集の準備"), [&] {
-        m_rows.begin(shapeOfColumns(readTableShape(m_session.connection(), database, table), names));
+        TableShape shape = shapeOfColumns(readTableShape(m_session.connection(), database, table), names);
+        heedConnection(shape, m_session.profile);
+        m_rows.begin(shape);
         m_grid.setTableName(table);
     });
 }

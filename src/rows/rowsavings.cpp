@@ -123,11 +123,10 @@ bool RowSavings::mayChangeOthers(const std::vector<RowChange> &changes)
     }
     reached.removeDuplicates();
     return reached.isEmpty() ||
-           m_dialogue.confirm(
+           m_dialogue.warn(
                QStringLiteral("外部キーにより、次のテーブルの行もサーバーが変更または削除することが"
                               "あります。それらは「元に戻す」では戻りません。\r\n%1\r\n続けますか？")
-                   .arg(reached.join(QStringLiteral("\r\n"))),
-               Icon::Critical);
+                   .arg(reached.join(QStringLiteral("\r\n"))));
 }
 
 QString RowSavings::save()

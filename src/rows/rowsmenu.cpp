@@ -58,7 +58,7 @@ void addRowEditing(QMenu *menu, RowGrid &rows)
         [&rows] { rows.setNull(); });
     add(menu, QStringLiteral("空の文字列にする(&M)"), "setEmptyText", {}, mayEditCell,
         [&rows] { rows.setEmptyText(); });
-    add(menu, QStringLiteral("行を追加(&A)"), "addRow", Qt::CTRL | Qt::Key_Insert, mayEdit,
+    add(menu, QStringLiteral("行を追加(&B)"), "addRow", Qt::CTRL | Qt::Key_Insert, mayEdit,
         [&rows] { rows.addRow(); });
     add(menu, QStringLiteral("行を複製(&D)"), "duplicateRow", Qt::CTRL | Qt::Key_D, mayEditCell,
         [&rows] { rows.duplicateRow(); });
@@ -110,7 +110,7 @@ void RowsView::addFollowing(QMenu *menu, const QModelIndex &cell)
             add(menu,
                 QStringLiteral("参照先を開く: ") + QString(key.toTable).replace(u'&', QStringLiteral("&&")),
                 "openReferenced", {}, true, [this, key, row] { followTo(key, row); });
-    add(menu, QStringLiteral("参照元を開く(&R)..."), "openReferring", {}, table.whyReadOnly.isEmpty(),
+    add(menu, QStringLiteral("参照元を開く(&G)..."), "openReferring", {}, !table.key.empty(),
         [this, row] { followFrom(row); });
 }
 

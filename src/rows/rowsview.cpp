@@ -128,6 +128,7 @@ void RowsView::takeRows()
         shape.name = m_table;
         shape.whyReadOnly = error.description();
     }
+    heedConnection(shape, m_session.profile);
     for (ConditionLine *line : {m_pane.rowsWhere, m_pane.rowsOrder})
         line->setNames(names);
     m_rows.begin(shape);

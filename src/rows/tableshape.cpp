@@ -201,6 +201,12 @@ TableShape shapeOfColumns(const TableShape &table, const QStringList &columns)
     return shape;
 }
 
+void heedConnection(TableShape &table, const ConnectionProfile &profile)
+{
+    if (profile.isReadOnly && table.whyReadOnly.isEmpty())
+        table.whyReadOnly = QStringLiteral("接続先「%1」は読み取り専用の接続です").arg(profile.name);
+}
+
 TableShape withUnreadColumns(TableShape table)
 {
     table.columns.insert(table.columns.end(), table.unread.begin(), table.unread.end());

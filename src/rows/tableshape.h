@@ -1,5 +1,6 @@
 #pragma once
 
+#include "core/session/connectionprofile.h"
 #include "core/sql/connection.h"
 #include "rows/rowvalue.h"
 
@@ -43,6 +44,9 @@ std::vector<ForeignKey> readReferrers(Connection &connection, const TableShape &
 // The same for rows that hold only some of the columns, in another order: read-only where the key is not
 // among them.
 TableShape shapeOfColumns(const TableShape &table, const QStringList &columns);
+
+// Read-only, too, where the connection is.
+void heedConnection(TableShape &table, const ConnectionProfile &profile);
 
 // The table as it is read with all its columns.
 TableShape withUnreadColumns(TableShape table);

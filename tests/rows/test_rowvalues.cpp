@@ -164,13 +164,17 @@ void RowValuesTest::keysThatTellRowsApart()
     QFETCH(QString, definition);
     QFETCH(QString, key);
     m_connection->execute("create table `k``e y` (" + definition + ")");
-    const TableShape table = readTableShape(*m_connection, "d", "k`e y");
+    TableShape table = readTableShape(*m_connection, "d", "k`e y");
     QStringList columns;
     for (const int column : table.key)
         columns << table.columns[static_cast<std::size_t>(column)].name;
     QCOMPARE(columns.join(','), key);
     QCOMPARE(table.whyReadOnly.isEmpty(), !key.isEmpty());
     QVERIFY(table.isTransactional);
+    ConnectionProfile profile;
+    profile.isReadOnly = true;
+    heedConnection(table, profile);
+    QVERIFY(!table.whyReadOnly.isEmpty());
 }
 
 QTEST_GUILESS_MAIN(RowValuesTest)
