@@ -108,6 +108,7 @@ void frmTarnwell::cmdShowDb_Click()
         return;
     m_dialogue.setLastError({}, true);
     reload(Reload::Databases);
+    m_controls.lstDb->setFocus(); // one of them is what comes next
 }
 
 void frmTarnwell::showOwnTable()
@@ -212,7 +213,8 @@ void frmTarnwell::cmdDataGet_Click()
     } else if (m_rows.mayLeave()) {
         m_controls.optField[3]->setChecked(true);
         runAlone(button, button->text(), [this] { m_viewer.cmdDataGet_Click(); });
-        if (button->hasFocus() || m_controls.optField[3]->hasFocus())
+        // From the list, too, where the keys of the rows would mean the table.
+        if (!m_controls.rowsPane->isAncestorOf(focusWidget()))
             m_controls.flGrid_Data->setFocus();
     }
 }
