@@ -57,7 +57,7 @@ CommandPalette::CommandPalette(std::vector<PaletteEntry> entries, QWidget *paren
     auto *layout = new QVBoxLayout(this);
     layout->addWidget(m_text);
     layout->addWidget(m_list);
-    resize(fontMetrics().averageCharWidth() * 90, fontMetrics().height() * 24);
+    resize(fontMetrics().averageCharWidth() * 60, fontMetrics().height() * 24);
     m_text->installEventFilter(this);
     connect(m_text, &QLineEdit::textChanged, this, &CommandPalette::find);
     connect(m_text, &QLineEdit::returnPressed, this, &CommandPalette::choose);

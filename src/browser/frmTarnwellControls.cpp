@@ -6,6 +6,7 @@
 
 #include <QGridLayout>
 #include <QHBoxLayout>
+#include <QScrollArea>
 #include <QVBoxLayout>
 
 namespace {
@@ -212,6 +213,8 @@ void layOut(TarnwellControls &c, QWidget *window)
     for (QWidget *list : std::initializer_list<QWidget *>{c.lstDb, c.lstTables, c.lstProcFunc, c.flGrid_Field,
                                                           c.flGrid_Index, c.flGrid_Status})
         letBeLow(*list);
+    constexpr int fewRows = 100; // fewer could not be compared
+    c.flGrid_Data->setMinimumHeight(fewRows);
     layOutConnection(c);
     layOutTablePanel(c);
     layOutRoutinePanel(c);
@@ -246,7 +249,10 @@ void layOut(TarnwellControls &c, QWidget *window)
     all->setContentsMargins(8, 4, 8, 4);
     all->setSpacing(4);
     all->addWidget(c.Frame1);
-    all->addWidget(withLog, 1);
+    // With a strip above and the log open it is too high for 1366 x 768 at 150 %: what tells of errors stays.
+    QScrollArea *middle = scrolling(withLog);
+    middle->setMinimumHeight(150);
+    all->addWidget(middle, 1);
     all->addWidget(c.Frame2);
     all->addWidget(statusArea(c));
 }

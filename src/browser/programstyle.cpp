@@ -1,6 +1,7 @@
 #include "browser/programstyle.h"
 
 #include "controls/window/desktopcolours.h"
+#include "controls/window/windowsize.h"
 
 #include <QApplication>
 #include <QIcon>
@@ -11,6 +12,7 @@
 void applyProgramStyle()
 {
     applyDesktopColours();
+    keepWindowsOnScreen();
     // Decoding its pictures is a tenth of the start: the window stands first.
     QTimer::singleShot(150, qApp, [] {
         QIcon icon;

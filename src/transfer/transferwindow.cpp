@@ -2,6 +2,7 @@
 
 #include "controls/dialogue/percentbar.h"
 #include "controls/window/building.h"
+#include "controls/window/narrow.h"
 #include "controls/window/stopping.h"
 
 #include <QCheckBox>
@@ -14,24 +15,8 @@
 #include <QLocale>
 #include <QPlainTextEdit>
 #include <QPushButton>
-#include <QScreen>
 #include <QScrollArea>
 #include <QShowEvent>
-
-namespace {
-
-// On a small screen, or where all is drawn larger, the form scrolls and the buttons stay in view.
-QScrollArea *scrolling(QWidget *form)
-{
-    auto *area = new QScrollArea;
-    area->setWidget(form);
-    area->setWidgetResizable(true);
-    area->setFrameShape(QFrame::NoFrame);
-    area->setFocusPolicy(Qt::NoFocus);
-    return area;
-}
-
-} // namespace
 
 TransferWindow::TransferWindow(Session &session, const char *name, const QString &title,
                                const char *startName)
@@ -65,7 +50,7 @@ TransferWindow::TransferWindow(Session &session, const char *name, const QString
     buttons->addWidget(m_start);
     buttons->addWidget(m_stop);
     auto *layout = new QVBoxLayout(this);
-    layout->addWidget(scrolling(m_formArea), 1);
+    layout->addWidget(scrolling(m_formArea), 1); // the buttons stay in view
     layout->addLayout(buttons);
     layout->addWidget(m_report);
 
@@ -187,12 +172,10 @@ void TransferWindow::showEvent(QShowEvent *event)
     QWidget::showEvent(event);
     if (event->spontaneous())
         return;
-    constexpr QSize frame(16, 48); // with the title
-    if (const QSize room = size().boundedTo(screen()->availableSize() - frame); room != size()) {
-        constexpr int fewLines = 64;
+    constexpr int fewLines = 64;
+    layout()->activate();
+    if (m_formArea->sizeHint().height() > m_formArea->parentWidget()->height())
         m_report->setMaximumHeight(fewLines); // the form needs the room
-        resize(room);
-    }
     for (QWidget *next = m_formArea->nextInFocusChain(); next != m_formArea; next = next->nextInFocusChain())
         if (m_formArea->isAncestorOf(next) && next->isVisible() && next->isEnabled() &&
             (next->focusPolicy() & Qt::TabFocus) != 0)
@@ -202,8 +185,7 @@ void TransferWindow::showEvent(QShowEvent *event)
 bool TransferWindow::mayReplace(const QString &path)
 {
     return !QFileInfo(path).isFile() || // what is none is refused when the run begins
-           m_dialogue.confirm(QStringLiteral("ファイル「%1」は既に存在します。置き換えますか？").arg(path),
-                              Icon::Critical);
+           m_dialogue.warn(QStringLiteral("ファイル「%1」は既に存在します。置き換えますか？").arg(path));
 }
 
 QCheckBox *tick(const char *name, const QString &text, bool isOn, const QString &tip)

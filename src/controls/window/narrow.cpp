@@ -1,6 +1,7 @@
 #include "controls/window/narrow.h"
 
 #include <QPushButton>
+#include <QScrollArea>
 
 void letBeNarrow(QPushButton &button)
 {
@@ -11,4 +12,14 @@ void letBeNarrow(QPushButton &button)
 void letBeLow(QWidget &list)
 {
     list.setMinimumHeight(44);
+}
+
+QScrollArea *scrolling(QWidget *contents)
+{
+    auto *area = new QScrollArea;
+    area->setWidget(contents);
+    area->setWidgetResizable(true);
+    area->setFrameShape(QFrame::NoFrame);
+    area->setFocusPolicy(Qt::NoFocus);
+    return area;
 }

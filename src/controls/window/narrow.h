@@ -1,6 +1,7 @@
 #pragma once
 
 class QPushButton;
+class QScrollArea;
 class QWidget;
 
 // For small screens, of which a desktop that is scaled leaves little.
@@ -9,3 +10,5 @@ class QWidget;
 void letBeNarrow(QPushButton &button);
 // Lets a list or grid become as low as its header and a row.
 void letBeLow(QWidget &list);
+// Scrolls its contents where there is no room for them.
+QScrollArea *scrolling(QWidget *contents);

@@ -3,6 +3,8 @@
 #include "core/session/profilefile.h"
 #include "core/session/wholefile.h"
 
+#include <QApplication>
+#include <QEvent>
 #include <QRegularExpression>
 #include <QScreen>
 #include <QSplitter>
@@ -32,7 +34,37 @@ QString splitterKey(const QString &key, const QSplitter &splitter)
     return key + u'.' + splitter.objectName();
 }
 
+class ScreenFit : public QObject {
+public:
+    using QObject::QObject;
+
+protected:
+    bool eventFilter(QObject *watched, QEvent *event) override
+    {
+        if (event->type() == QEvent::Show && !event->spontaneous() && watched->isWidgetType())
+            fit(*static_cast<QWidget *>(watched));
+        return false;
+    }
+
+private:
+    static void fit(QWidget &widget)
+    {
+        constexpr QSize frame(16, 48); // with the title
+        const QSize room = widget.screen()->availableSize(), framed = room - frame;
+        const bool isDialog = widget.windowType() == Qt::Dialog;
+        // Others are as large as the user left them.
+        const bool isTooLarge = widget.size().boundedTo(isDialog ? framed : room) != widget.size();
+        if ((isDialog || widget.windowType() == Qt::Window) && isTooLarge)
+            widget.resize(widget.size().boundedTo(framed));
+    }
+};
+
 } // namespace
+
+void keepWindowsOnScreen()
+{
+    qApp->installEventFilter(new ScreenFit(qApp));
+}
 
 void restoreSize(QWidget &window, const QString &settingsFile, const QString &key, QSize standard)
 {

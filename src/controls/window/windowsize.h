@@ -15,3 +15,7 @@ void keepSize(const QWidget &window, const QString &settingsFile, const QString 
 // The same for the splitters below the window that have names: only those that the user moved are kept.
 void restoreSplitters(QWidget &window, const QString &settingsFile, const QString &key);
 void keepSplitters(const QWidget &window, const QString &settingsFile, const QString &key);
+
+// Every window that is shown from now on is made to fit the screen with its frame, as far as its contents
+// let it. Called once.
+void keepWindowsOnScreen();
