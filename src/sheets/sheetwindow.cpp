@@ -285,8 +285,7 @@ void SheetWindow::closeSheet(int index)
     if (!closing || !mayClose(*closing, [this, closing] { closeSheet(m_tabs->indexOf(closing)); }))
         return;
     if (closing->isChanged() && !closing->isEmpty() &&
-        !m_dialogue->confirm(closing->title() + QStringLiteral("\r\n保存していません。捨てて閉じますか？"),
-                             Icon::Critical))
+        !m_dialogue->warn(closing->title() + QStringLiteral("\r\n保存していません。捨てて閉じますか？")))
         return;
     closing->removeDraft();
     m_tabs->removeTab(index);
@@ -348,9 +347,8 @@ bool SheetWindow::saveFile()
     if (path.isEmpty())
         return false;
     if (page()->isDamaged() && path == page()->path() &&
-        !m_dialogue->confirm(path + QStringLiteral(": 読めない文字がありました。\r\n保存すると、その部分は"
-                                                   "ファイルから失われます。上書きしますか？"),
-                             Icon::Critical))
+        !m_dialogue->warn(path + QStringLiteral(": 読めない文字がありました。\r\n保存すると、その部分は"
+                                                "ファイルから失われます。上書きしますか？")))
         return false;
     if (path == page()->path() && page()->isFileOthers() &&
         !m_dialogue->warn(path + QStringLiteral(": 開いた後に、ほかで変更されています。\r\n保存すると、"

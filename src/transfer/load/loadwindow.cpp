@@ -170,8 +170,7 @@ bool LoadWindow::confirmsWhatWasFound()
     if (!unknownCollations(m_look->newCollations, m_server).isEmpty() && !m_replaces->isChecked())
         questions << QStringLiteral("このサーバーにない照合順序があり、その文は失敗します。");
     return questions.isEmpty() ||
-           dialogue().confirm(questions.join(QStringLiteral("\n\n")) + QStringLiteral("\n\n続けますか？"),
-                              Icon::Critical);
+           dialogue().warn(questions.join(QStringLiteral("\n\n")) + QStringLiteral("\n\n続けますか？"));
 }
 
 std::function<bool(std::string &)> LoadWindow::rewriting() const
