@@ -49,12 +49,13 @@ protected:
 private:
     static void fit(QWidget &widget)
     {
+        const bool isDialog = widget.windowType() == Qt::Dialog;
+        if (!isDialog && widget.windowType() != Qt::Window)
+            return;
         constexpr QSize frame(16, 48); // with the title
         const QSize room = widget.screen()->availableSize(), framed = room - frame;
-        const bool isDialog = widget.windowType() == Qt::Dialog;
         // Others are as large as the user left them.
-        const bool isTooLarge = widget.size().boundedTo(isDialog ? framed : room) != widget.size();
-        if ((isDialog || widget.windowType() == Qt::Window) && isTooLarge)
+        if (widget.size().boundedTo(isDialog ? framed : room) != widget.size())
             widget.resize(widget.size().boundedTo(framed));
     }
 };
