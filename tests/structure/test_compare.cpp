@@ -40,6 +40,8 @@ private Q_SLOTS:
     void statementsMakeOneLikeTheOther_data() { TestServers::addRows(); }
     void statementsMakeOneLikeTheOther();
     void whatDoesNotCountIsNoDifference();
+    void anotherServersWordsAreNoDifference_data();
+    void anotherServersWordsAreNoDifference();
     void aWindowShowsBothSidesAndMakesASheet();
 
 private:
@@ -108,6 +110,49 @@ void CompareTest::whatDoesNotCountIsNoDifference()
     const QString sheet = statementsFor(different, l, r, true, none);
     QVERIFY2(sheet.contains("ALTER TABLE `r`.`t`\n  MODIFY COLUMN `b` int(11) DEFAULT NULL;"),
              qPrintable(sheet));
+}
+
+void CompareTest::anotherServersWordsAreNoDifference_data()
+{
+    const Rows<Brand, Brand> row;
+    row("MariaDB and MySQL 5.6", Brand::MariaDb, Brand::MySql56);
+    row("MySQL 9 and MariaDB", Brand::MySql9, Brand::MariaDb);
+    row("MySQL 5.6 and 9", Brand::MySql56, Brand::MySql9);
+}
+
+void CompareTest::anotherServersWordsAreNoDifference()
+{
+    const auto [one, other] = fetched<Brand, Brand>();
+    const QString tables =
+        "DROP DATABASE IF EXISTS x; CREATE DATABASE x CHARACTER SET utf8mb4; USE x;"
+        "CREATE TABLE p (id INT PRIMARY KEY) COLLATE utf8mb4_general_ci;"
+        "CREATE TABLE t (a INT DEFAULT 1, b DECIMAL(5,2) DEFAULT -1.5, c YEAR, d TIMESTAMP NOT NULL DEFAULT "
+        "CURRENT_TIMESTAMP ON UPDATE CURRENT_TIMESTAMP, e VARCHAR(9) CHARACTER SET utf8, f TEXT CHARACTER "
+        "SET "
+        "latin1, KEY a (a), CONSTRAINT f FOREIGN KEY (a) REFERENCES p (id) ON DELETE CASCADE ON UPDATE NO "
+        "ACTION) COLLATE utf8mb4_general_ci ENGINE=InnoDB;"
+        "CREATE TABLE u (a VARCHAR(9), b ENUM('x') CHARACTER SET latin1) CHARSET utf8;";
+    const QString generated = "CREATE TABLE g (a INT, b INT AS ((a + 1) * 2) VIRTUAL) CHARSET utf8;",
+                  different = "CREATE TABLE v (a INT DEFAULT %1, b VARCHAR(9) COLLATE %2, c TINYINT(%3)) "
+                              "CHARSET utf8;";
+    std::vector<DatabaseObjects> sides;
+    std::vector<std::unique_ptr<RealStage>> stages;
+    for (const Brand brand : {one, other}) {
+        SKIP_WITHOUT(brand);
+        const bool isOther = brand == other, hasGenerated = one != Brand::MySql56 && other != Brand::MySql56;
+        m_servers.of(brand).run(tables + (hasGenerated ? generated : QString()) +
+                                different.arg(isOther ? "2" : "1",
+                                              isOther ? "latin1_bin" : "latin1_swedish_ci",
+                                              isOther ? "1" : "4"));
+        stages.push_back(std::make_unique<RealStage>(m_servers.of(brand), nativeDriverName(), QString()));
+        sides.push_back(read(stages.back()->session.connection(), "x"));
+    }
+    const auto found = compare(sides[0], sides[1], {});
+    QCOMPARE(lines(found), L{"!v"});
+    QCOMPARE(found[0].differences.size(), 6); // each column from both sides
+    m_servers.of(other).run(statementsFor(found, sides[0], sides[1], true, {}));
+    const auto left = compare(sides[0], read(stages[1]->session.connection(), "x"), {});
+    QVERIFY2(left.empty(), qPrintable(left.empty() ? QString() : left[0].differences.join('\n')));
 }
 
 void CompareTest::aWindowShowsBothSidesAndMakesASheet()

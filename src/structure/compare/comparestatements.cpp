@@ -17,7 +17,7 @@ public:
     {
     }
 
-    void add(const ComparedObject &object)
+    void add(const ComparedObject &object, const DefaultCollations &wanted)
     {
         const std::optional<DumpObject> &from = m_isTargetRight ? object.left : object.right;
         const std::optional<DumpObject> &to = m_isTargetRight ? object.right : object.left;
@@ -27,7 +27,7 @@ public:
             (isTable ? m_tableDrops : m_drops) << drop;
             m_dropped << visibleName(object.keyword + u' ' + object.name);
         } else if (isTable && to) {
-            addAlter(*to, *from);
+            addAlter(*to, *from, wanted);
         } else {
             DumpOptions as;
             as.drops = to.has_value();
@@ -56,16 +56,21 @@ public:
         if (!tables.isEmpty())
             text += QStringLiteral("SET foreign_key_checks=0;\n") + tables.join(QString()) +
                     QStringLiteral("SET foreign_key_checks=@OLD_FOREIGN_KEY_CHECKS;\n");
-        text += m_alters.join(QString());
+        // As the texts were read; and what does not fit into a column is refused.
+        if (!m_alters.isEmpty())
+            text += QStringLiteral("SET sql_mode='STRICT_ALL_TABLES,ALLOW_INVALID_DATES';\n") +
+                    m_alters.join(QString());
         return text + m_others.join(QString()) +
                QStringLiteral("\nSET sql_mode=@OLD_SQL_MODE, time_zone=@OLD_TIME_ZONE;\n");
     }
 
 private:
-    void addAlter(const DumpObject &is, const DumpObject &wanted)
+    void addAlter(const DumpObject &is, const DumpObject &wanted, const DefaultCollations &collations)
     {
         const TableDefinition from = tableDefinition(is.definition.text, {});
-        const TableDefinition to = likeness(from, tableDefinition(wanted.definition.text, {}), m_options);
+        const TableDefinition to =
+            likeness({from, m_target.collations}, {tableDefinition(wanted.definition.text, {}), collations},
+                     m_options);
         for (const LostColumn &lost : lostColumns(from, to, {}))
             m_dropped << visibleName(is.name + u'.' + lost.name);
         for (const QString &statement :
@@ -87,6 +92,6 @@ QString statementsFor(const std::vector<ComparedObject> &objects, const Database
 {
     Sheet sheet(target, isTargetRight, options);
     for (const ComparedObject &object : objects)
-        sheet.add(object);
+        sheet.add(object, source.collations);
     return sheet.text(source);
 }

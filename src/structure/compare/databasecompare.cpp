@@ -28,14 +28,18 @@ bool isSameObject(const DumpObject &left, const QString &leftDefault, const Dump
     return plain(left, leftDefault) == plain(right, rightDefault);
 }
 
-QStringList tableDifferences(const DumpObject &left, const DumpObject &right, const CompareOptions &options)
+QStringList tableDifferences(const DumpObject &left, const DefaultCollations &leftCollations,
+                             const DumpObject &right, const DefaultCollations &rightCollations,
+                             const CompareOptions &options)
 {
-    if (left.definition.text == right.definition.text)
+    if (left.definition.text == right.definition.text && leftCollations == rightCollations)
         return {};
     try {
         const TableDefinition mine = tableDefinition(left.definition.text, {});
-        return differences(mine, likeness(mine, tableDefinition(right.definition.text, {}), options), {},
-                           QStringLiteral("左: "), QStringLiteral("右: "));
+        return differences(mine,
+                           likeness({mine, leftCollations},
+                                    {tableDefinition(right.definition.text, {}), rightCollations}, options),
+                           {}, QStringLiteral("左: "), QStringLiteral("右: "));
     } catch (const Failure &) {
         return {QStringLiteral("定義")}; // no CREATE TABLE that can be taken apart
     }
@@ -54,6 +58,9 @@ DatabaseObjects readDatabase(Connection &connection, const QString &database, co
     connection.execute(useStatement(database));
     if (RecordSet rows = connection.execute(QStringLiteral("SELECT @@collation_database")); !rows.isEof())
         read.collation = rows.text(0);
+    for (RecordSet rows = connection.execute(QStringLiteral("SHOW CHARACTER SET")); !rows.isEof();
+         rows.moveNext())
+        read.collations[rows.text(0)] = rows.text(2);
     DumpOptions options;
     options.database = database;
     TransferStatus status;
@@ -95,7 +102,9 @@ std::vector<ComparedObject> compare(const DatabaseObjects &left, const DatabaseO
         }
         const DumpObject &same = *other->second;
         const bool isTable = object.kind == DumpKind::Table;
-        const QStringList lines = isTable ? tableDifferences(object, same, options) : QStringList();
+        const QStringList lines =
+            isTable ? tableDifferences(object, left.collations, same, right.collations, options)
+                    : QStringList();
         if (isTable ? !lines.isEmpty()
                     : !isSameObject(object, left.collation, same, right.collation, options))
             found.push_back({Where::Differs, object.kind, object.keyword, object.name, object, same, lines});

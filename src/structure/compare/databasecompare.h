@@ -14,12 +14,16 @@ struct CompareOptions {
     bool hasDefiners = true;
 };
 
+// The collation of each character set where none is named; servers differ in it.
+using DefaultCollations = QMap<QString, QString>;
+
 // What one database holds, as its server words it.
 struct DatabaseObjects {
     QString server; // for the user
     QString database;
     QString collation; // its default
     ServerInfo info;
+    DefaultCollations collations;
     std::vector<DumpObject> objects;
     QStringList unreadable; // with the server's words
 };

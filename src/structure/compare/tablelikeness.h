@@ -3,5 +3,10 @@
 #include "core/sql/tabledefinition.h"
 #include "structure/compare/databasecompare.h"
 
-// The wanted definition with the table's own words wherever the two differ only in what does not count.
-TableDefinition likeness(const TableDefinition &is, TableDefinition wanted, const CompareOptions &options);
+struct ServersTable {
+    TableDefinition table;
+    const DefaultCollations &collations;
+};
+// The wanted definition with the table's own words wherever the two differ only in what does not count, or in
+// what servers of another brand or version write of the same thing.
+TableDefinition likeness(const ServersTable &is, const ServersTable &wanted, const CompareOptions &options);
