@@ -303,6 +303,8 @@ void TableAlterTest::serversMakeOneOfTheOther_data()
         "CREATE TABLE t (a int, g geometry NOT NULL, SPATIAL KEY g (g)) ENGINE=MyISAM CHECKSUM=1 PACK_KEYS=1 "
         "DELAY_KEY_WRITE=1 MIN_ROWS=3 AVG_ROW_LENGTH=9",
         "CREATE TABLE t (a int, g geometry NOT NULL) ENGINE=MyISAM ROW_FORMAT=DYNAMIC", {});
+    row("a truth value is no number of one digit", "m59", "CREATE TABLE t (a tinyint(1), b int(5) zerofill)",
+        "CREATE TABLE t (a tinyint(4), b int(7) zerofill)", {});
     row("a key that rests", "9",
         "CREATE TABLE t (a int, b int, KEY k (a) INVISIBLE, KEY l ((a + b)), KEY m (b DESC))",
         "CREATE TABLE t (a int, x int, KEY k (a), KEY l ((a + x)), KEY m (x DESC) INVISIBLE)", {});

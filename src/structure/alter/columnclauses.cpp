@@ -6,11 +6,14 @@
 
 namespace {
 
-// The width that servers show of whole numbers, behind their type.
+// The width of whole numbers that only some servers show, behind the type. All of them show that of
+// tinyint(1), which stands for a truth value, and of numbers that are filled up to it.
 bool hasWidth(const SqlTokens &words)
 {
     const QString type = words.at(0).toLower();
-    return type.endsWith(u"int") && words.is(1, u"(");
+    const bool isShownByAll =
+        (type == u"tinyint" && words.at(2) == u"1") || words.is(4, u"ZEROFILL") || words.is(5, u"ZEROFILL");
+    return type.endsWith(u"int") && words.is(1, u"(") && !isShownByAll;
 }
 
 // What a column says without words that follow from the others.
