@@ -67,6 +67,8 @@ private Q_SLOTS:
     void whatNoServerRefusesIsTold();
     void rowsAndChildrenAreKept_data() { TestServers::addRows(); }
     void rowsAndChildrenAreKept();
+    void textsKeepTheirBackslashes_data() { TestServers::addRows(); }
+    void textsKeepTheirBackslashes();
     void aQuestionNamesWhatIsLost();
     void lostLettersAreAskedAbout();
     void anInterruptedAlterIsReadBack_data();
@@ -180,6 +182,27 @@ void AlterWindowTest::rowsAndChildrenAreKept()
              "1\t7\tseven\tNULL\n2\t8\teight\tNULL");
     QCOMPARE(server.run("SELECT COUNT(*) FROM child JOIN t ON child.t = t.id", "d").trimmed(), "2");
     QVERIFY(server.run("SHOW CREATE TABLE t", "d").contains("COMMENT 'a`b, c'"));
+}
+
+// SHOW CREATE TABLE writes two for one, whatever the session's mode says.
+void AlterWindowTest::textsKeepTheirBackslashes()
+{
+    QFETCH(Brand, brand);
+    SKIP_WITHOUT(brand);
+    TestServer &server = m_servers.of(brand);
+    AlterStage stage(server);
+    server.run("ALTER TABLE t MODIFY n VARCHAR(20) COMMENT 'c:\\\\d\\nit''s'", "d");
+    const auto comment = [&] {
+        return server.run("SELECT HEX(column_comment) FROM information_schema.columns WHERE column_name='n'");
+    };
+    const QString before = comment();
+    stage.session.connection().execute("SET sql_mode='NO_BACKSLASH_ESCAPES,ANSI_QUOTES'");
+    stage.clickTable("t");
+    AlterStage::edit(stage.selection.txtField, {"\"n\" varchar(20)", "\"n\" varchar(30)"});
+    QVERIFY2(stage.open(), qPrintable(stage.told()));
+    const QString report = stage.run();
+    QVERIFY2(report.contains("編集した定義と同じになりました"), qPrintable(report + stage.statement()));
+    QCOMPARE(comment(), before);
 }
 
 void AlterWindowTest::aQuestionNamesWhatIsLost()

@@ -72,7 +72,8 @@ std::optional<AlterRequest> readAlterRequest(CommandContext &context, Outcome &o
     };
     if (trimmedBlanks(selection.txtField).isEmpty() || request.table.name.isEmpty())
         return refuse(QStringLiteral("ﾃｰﾌﾞﾙを選択して下さい。"));
-    request.sqlMode = valueOf(connection, "select @@session.sql_mode");
+    request.sqlMode = changedMode(valueOf(connection, "select @@session.sql_mode"),
+                                  {QStringLiteral("NO_BACKSLASH_ESCAPES")}, {});
     request.table.mode = readingMode(request.sqlMode);
     const ObjectDefinition is =
         readDefinition(connection, QStringLiteral("SHOW CREATE TABLE ") +

@@ -13,7 +13,7 @@ struct TableSize {
 // A table of the server's and what it is to become.
 struct AlterRequest {
     AlteredTable table;
-    QString sqlMode;    // of the session
+    QString sqlMode;    // of the session, but for NO_BACKSLASH_ESCAPES: no server's SHOW CREATE heeds it
     QString serverText; // as the server has it now
     TableDefinition from, to;
     TableSize size;

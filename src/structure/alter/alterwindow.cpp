@@ -2,7 +2,9 @@
 
 #include "controls/text/sqltextbox.h"
 #include "controls/window/building.h"
+#include "core/command/sessionvariables.h"
 #include "core/command/writing.h"
+#include "core/sql/statements.h"
 
 #include <QComboBox>
 #include <QFormLayout>
@@ -60,7 +62,11 @@ AlterWindow::AlterWindow(Session &session, AlterRequest request, Propose propose
     buildLayout();
     connect(m_run, &QPushButton::clicked, this, &AlterWindow::run);
     connect(m_sheet, &QPushButton::clicked, this, [this] {
-        m_propose(m_text->contents());
+        QString text = m_text->contents();
+        if (text.contains(u'\\')) // a sheet has the server's own mode
+            text.prepend(setStatement({{QStringLiteral("sql_mode"), quotedText(m_request.sqlMode)}}) +
+                         QStringLiteral(";\n\n"));
+        m_propose(text);
         accept();
     });
     connect(m_stop, &QPushButton::clicked, this, [this] { m_session.runner.stop(); });
