@@ -14,20 +14,15 @@
 ConditionLine::ConditionLine(QWidget *parent)
     : QLineEdit(parent)
     , m_names(new QStringListModel(this))
-    , m_completer(new QCompleter(m_names, this))
     , m_openLastUsed(addAction(QIcon(), QLineEdit::TrailingPosition))
 {
-    m_completer->setWidget(this);
-    m_completer->setCaseSensitivity(Qt::CaseInsensitive);
     m_openLastUsed->setToolTip(QStringLiteral("前に使ったもの (Alt+↓)"));
     m_openLastUsed->setEnabled(false);
     connect(m_openLastUsed, &QAction::triggered, this, &ConditionLine::openLastUsed);
     connect(this, &QLineEdit::textEdited, this, &ConditionLine::completeWord);
-    connect(m_completer, qOverload<const QString &>(&QCompleter::activated), this,
-            &ConditionLine::insertWord);
 }
 
-// The start is spared the search for the icon.
+// The start is spared the search for the icon, and the making of the completer.
 void ConditionLine::showEvent(QShowEvent *event)
 {
     if (m_openLastUsed->icon().isNull())
@@ -54,8 +49,19 @@ int ConditionLine::startOfWord() const
     return start;
 }
 
+void ConditionLine::makeCompleter()
+{
+    m_completer = new QCompleter(m_names, this);
+    m_completer->setWidget(this);
+    m_completer->setCaseSensitivity(Qt::CaseInsensitive);
+    connect(m_completer, qOverload<const QString &>(&QCompleter::activated), this,
+            &ConditionLine::insertWord);
+}
+
 void ConditionLine::completeWord()
 {
+    if (!m_completer)
+        makeCompleter();
     const int start = startOfWord();
     m_completer->setCompletionPrefix(text().mid(start, cursorPosition() - start));
     const bool isKnown = m_completer->completionCount() == 1 &&
@@ -88,7 +94,7 @@ void ConditionLine::openLastUsed()
 
 void ConditionLine::keyPressEvent(QKeyEvent *event)
 {
-    if (m_completer->popup()->isVisible() &&
+    if (m_completer && m_completer->popup()->isVisible() &&
         (event->key() == Qt::Key_Return || event->key() == Qt::Key_Enter || event->key() == Qt::Key_Escape ||
          event->key() == Qt::Key_Tab)) {
         event->ignore(); // the list's

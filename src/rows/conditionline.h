@@ -22,13 +22,14 @@ protected:
     void keyPressEvent(QKeyEvent *event) override;
 
 private:
+    void makeCompleter();
     void completeWord();
     void insertWord(const QString &name);
     void openLastUsed();
     int startOfWord() const;
 
     QStringListModel *m_names;
-    QCompleter *m_completer;
+    QCompleter *m_completer = nullptr; // made for the first word
     QStringList m_lastUsed;
     QAction *m_openLastUsed;
 };

@@ -2,6 +2,7 @@
 
 #include <QApplication>
 #include <QEvent>
+#include <QIconEngine>
 #include <QPainter>
 #include <QProxyStyle>
 #include <QStyleOption>
@@ -37,11 +38,42 @@ protected:
     }
 };
 
-// Fusion frames its boxes in a colour darker than the window, which on a dark window is none.
-class FramedIndicators : public QProxyStyle {
+// A standard icon that is read when it is painted.
+class LateIcon : public QIconEngine {
+public:
+    explicit LateIcon(QStyle::StandardPixmap name)
+        : m_name(name)
+    {
+    }
+    QIconEngine *clone() const override { return new LateIcon(m_name); }
+    void paint(QPainter *painter, const QRect &place, QIcon::Mode mode, QIcon::State state) override
+    {
+        icon().paint(painter, place, Qt::AlignCenter, mode, state);
+    }
+    QPixmap pixmap(const QSize &size, QIcon::Mode mode, QIcon::State state) override
+    {
+        return icon().pixmap(size, mode, state);
+    }
+
+private:
+    QIcon icon() const { return QCommonStyle().standardIcon(m_name); }
+
+    QStyle::StandardPixmap m_name;
+};
+
+class ProgramStyle : public QProxyStyle {
 public:
     using QProxyStyle::QProxyStyle;
 
+    // Every menu bar asks for the arrow of menus that it has no room for, and the first picture of a process
+    // loads the readers of all kinds of pictures.
+    QIcon standardIcon(StandardPixmap name, const QStyleOption *option, const QWidget *widget) const override
+    {
+        return name == SP_ToolBarHorizontalExtensionButton ? QIcon(new LateIcon(name))
+                                                           : QProxyStyle::standardIcon(name, option, widget);
+    }
+
+    // Fusion frames its boxes in a colour darker than the window, which on a dark window is none.
     void drawPrimitive(PrimitiveElement element, const QStyleOption *option, QPainter *painter,
                        const QWidget *widget) const override
     {
@@ -71,7 +103,7 @@ QColor mixed(const QColor &over, const QColor &under, double part)
 void applyDesktopColours()
 {
     if (QApplication::style()->name() == u"fusion")
-        QApplication::setStyle(new FramedIndicators(QStringLiteral("fusion")));
+        QApplication::setStyle(new ProgramStyle(QStringLiteral("fusion")));
     QApplication::instance()->installEventFilter(new PaletteWatch(QApplication::instance()));
     makeHintsReadable();
 }

@@ -5,10 +5,11 @@
 
 #include <QApplication>
 #include <QEvent>
-#include <QRegularExpression>
 #include <QScreen>
 #include <QSplitter>
 #include <QWidget>
+
+#include <algorithm>
 
 namespace {
 
@@ -28,6 +29,7 @@ QString asText(QSize size)
 
 const char *const moved = "movedByUser";
 constexpr int largestPart = 10000;
+constexpr int leastSide = 100;
 
 QString splitterKey(const QString &key, const QSplitter &splitter)
 {
@@ -70,11 +72,11 @@ void keepWindowsOnScreen()
 void restoreSize(QWidget &window, const QString &settingsFile, const QString &key, QSize standard)
 {
     const QString kept = ProfileFile(settingsFile).value(section, key);
-    static const QRegularExpression form(QStringLiteral("^(\\d{3,5})x(\\d{3,5})$"));
-    const QRegularExpressionMatch match = form.match(kept);
-    const QSize size =
-        match.hasMatch() ? QSize(match.captured(1).toInt(), match.captured(2).toInt()) : standard;
-    window.resize(size.boundedTo(room(window)));
+    // No regular expression: the first of a process takes half a megabyte, and this is part of its start.
+    const QStringList sides = kept.split(u'x');
+    const QSize size(sides.value(0).toInt(), sides.value(1).toInt());
+    const bool isUsable = std::min(size.width(), size.height()) >= leastSide;
+    window.resize((isUsable ? size : standard).boundedTo(room(window)));
     if (kept == maximized)
         window.setWindowState(Qt::WindowMaximized);
 }
