@@ -49,6 +49,7 @@ void SheetPage::take(const SheetNews &news)
     using Kind = SheetNews::Kind;
     switch (news.kind) {
     case Kind::Connected:
+    case Kind::Told:
         if (!news.text.isEmpty())
             m_results->say(news.text);
         break;

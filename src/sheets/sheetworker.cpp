@@ -177,6 +177,8 @@ void SheetWorker::runPiece(const ScriptPiece &piece, const SheetRun &run)
             runSource(begun.sent, run);
         else
             send(begun.sent);
+        if (piece.kind == ScriptPiece::Kind::Statement && setsCharacterSet(piece.text))
+            keepUtf8();
         if (piece.kind == ScriptPiece::Kind::Source || maySetSqlMode(piece.text))
             m_mode = sqlModeOf(m_session->connection());
     } catch (const Failure &failure) {
@@ -187,6 +189,15 @@ void SheetWorker::runPiece(const ScriptPiece &piece, const SheetRun &run)
         fail(failure);
     }
     ++m_statement;
+}
+
+// A text from a file of another character set is UTF-8 here, whatever it says itself.
+void SheetWorker::keepUtf8()
+{
+    m_session->connection().execute(keepsUtf8());
+    tell(SheetNews::Kind::Told,
+         QStringLiteral("　　シートの文と結果は UTF-8 です。character_set_client と character_set_results を "
+                        "utf8mb4 に戻しました"));
 }
 
 void SheetWorker::runSource(const QByteArray &name, const SheetRun &run)

@@ -18,6 +18,7 @@
 struct SheetNews {
     enum class Kind {
         Connected,   // text: why anew, empty the first time
+        Told,        // text: for the user
         Began,       // statement, place, sent
         Fields,      // a result with rows begins
         Rows,        // of the result that began last
@@ -109,6 +110,7 @@ private:
     QString countedRows(const QString &table);
     void runPiece(const ScriptPiece &piece, const SheetRun &run);
     void send(const QByteArray &statement);
+    void keepUtf8();
     void runSource(const QByteArray &name, const SheetRun &run);
     void tellResult(RecordSet &rows);
     void sendRows(RecordSet &rows, SheetNews &end);

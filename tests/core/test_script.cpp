@@ -95,6 +95,12 @@ void ScriptTest::everythingAScriptHoldsReachesTheServer()
     const QString other = write("sjis.sql", "insert into t values (length('\x95\x5c'))"); // 表
     QVERIFY(run({.path = other, .encoding = ScriptFile::Encoding::Cp932}).isComplete);
     QCOMPARE(value("select a from t"), "3");
+    const QString named =
+        write("named.sql", "/*!40101 SET NAMES cp932 */;\n"
+                           "create table c as select hex(convert('\x95\x5c' using utf8)) a");
+    QVERIFY(run({.path = named, .encoding = ScriptFile::Encoding::Cp932}).isComplete);
+    QCOMPARE(value("select a from c"), "E8A1A8");
+    QVERIFY(!setsCharacterSet("create table character_set_client (a int)"));
 }
 
 void ScriptTest::errorsAreToldWithTheirLines()

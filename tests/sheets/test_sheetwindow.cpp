@@ -389,6 +389,10 @@ void SheetWindowTest::lineEndsAreTheFiles()
     QCOMPARE(page().open(path), QString());
     run();
     QCOMPARE(firstCells(), QStringList("610D0A62"));
+    type("set names cp932; select hex(convert('表' using utf8))"); // of a file in CP932
+    run();
+    QCOMPARE(firstCells(), QStringList("E8A1A8"));
+    QVERIFY(messages().contains("utf8mb4 に戻しました"));
     for (const QByteArray &end : {QByteArray("\n"), QByteArray("\r\n")}) {
         writeFile(path, "select 1" + end + "from t");
         QCOMPARE(page().open(path), QString());

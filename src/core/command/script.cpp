@@ -46,6 +46,7 @@ private:
     const std::function<void(const ScriptProgress &)> &m_onProgress;
     ScriptReport m_report;
     SqlMode m_mode;
+    bool m_givesUtf8 = false; // the file that is read
     QElapsedTimer m_clock;
     // What waits to be sent in one go, and how much that may be now: small statements go together, and those
     // that take their time one by one, for the progress and the stop.
@@ -103,9 +104,11 @@ void Run::runFile(const QString &path, int depth)
         else
             splitter.feed({bytes.constData(), static_cast<std::size_t>(bytes.size())});
         bytes = {};
+        m_givesUtf8 = file.givesUtf8();
         while (const std::optional<ScriptPiece> piece = splitter.next()) {
             m_session.requireGoingOn();
             runPiece(path, *piece, depth, splitter);
+            m_givesUtf8 = file.givesUtf8(); // another file may have been run
             tell(file, depth == 0);
         }
         if (isAtEnd)
@@ -118,7 +121,8 @@ void Run::runFile(const QString &path, int depth)
 void Run::runPiece(const QString &path, const ScriptPiece &piece, int depth, StatementSplitter &splitter)
 {
     const bool isSource = piece.kind == ScriptPiece::Kind::Source;
-    const bool endsBatch = isSource || maySetSqlMode(piece.text);
+    const bool namesSet = !isSource && m_givesUtf8 && setsCharacterSet(piece.text);
+    const bool endsBatch = isSource || namesSet || maySetSqlMode(piece.text);
     QByteArray text = splitter.take(piece);
     if (!isSource) {
         // What is longer is rows, and would be held once more.
@@ -141,6 +145,8 @@ void Run::runPiece(const QString &path, const ScriptPiece &piece, int depth, Sta
                 throw Failure(QStringLiteral("SOURCEの入れ子が深すぎます。"));
             runFile(QFileInfo(path).dir().filePath(QString::fromUtf8(text)), depth + 1);
         }
+        if (namesSet)
+            m_session.connection().execute(keepsUtf8());
         m_mode = sqlModeOf(m_session.connection());
         splitter.setMode(m_mode);
     } catch (const Failure &failure) {
@@ -233,4 +239,29 @@ bool maySetSqlMode(std::string_view statement)
     const auto isSame = [](char a, char b) { return (a | 0x20) == (b | 0x20); };
     return statement.size() < longest && std::search(statement.begin(), statement.end(), word.begin(),
                                                      word.end(), isSame) != statement.end();
+}
+
+bool setsCharacterSet(std::string_view statement)
+{
+    constexpr std::size_t longest = 4000;
+    static const QStringList words{"names", "charset", "character", "character_set_client",
+                                   "@@character_set_client"};
+    bool isSet = false;
+    for (BasicSqlLexer<char> lexer(statement); !lexer.isAtEnd() && statement.size() < longest;) {
+        const Token token = lexer.next();
+        const bool isPassedOver = token.kind == TokenKind::Blank || token.kind == TokenKind::Comment ||
+                                  token.kind == TokenKind::VersionStart;
+        const QString word = QString::fromLatin1(statement.data() + token.start, token.length).toLower();
+        if (isSet && token.kind == TokenKind::Word && words.contains(word))
+            return true;
+        if (!isSet && !isPassedOver && word != u"set")
+            break;
+        isSet = isSet || !isPassedOver;
+    }
+    return false;
+}
+
+QString keepsUtf8()
+{
+    return QStringLiteral("set character_set_client=utf8mb4, character_set_results=utf8mb4");
 }

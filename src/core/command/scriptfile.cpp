@@ -62,7 +62,8 @@ QByteArray ScriptFile::readRaw(std::size_t size)
 
 void ScriptFile::chooseEncoding(QByteArray &first, Encoding encoding)
 {
-    if (first.startsWith("\xef\xbb\xbf"))
+    m_hasUtf8Mark = first.startsWith("\xef\xbb\xbf");
+    if (m_hasUtf8Mark)
         first.remove(0, 3);
     else if (first.startsWith("\xff\xfe") || first.startsWith("\xfe\xff"))
         m_decoder.emplace(PieceDecoder::Encoding::Utf16);

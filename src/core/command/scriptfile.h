@@ -26,6 +26,8 @@ public:
 
     // The next bytes, about so many; nothing at the end. Throws Failure.
     QByteArray read(std::size_t size);
+    // Whatever character set a statement of it names, what is given is UTF-8; known once something was read.
+    bool givesUtf8() const { return m_decoder || m_hasUtf8Mark; }
     // Of the file as it lies there, packed or not.
     qint64 byteCount() const { return m_byteCount; }
     qint64 bytesRead() const;
@@ -38,6 +40,6 @@ private:
     const Encoding m_encoding;
     gzFile_s *m_file = nullptr;
     qint64 m_byteCount = 0;
-    bool m_isBegun = false;
+    bool m_isBegun = false, m_hasUtf8Mark = false;
     std::optional<PieceDecoder> m_decoder;
 };
