@@ -103,9 +103,14 @@ void CellLine::setNull(bool isNull)
 
 std::optional<RowValue> CellLine::edited() const
 {
-    if (m_isNull == !m_before && text() == m_textBefore)
+    if (isAsBefore())
         return {};
     return std::optional<RowValue>(std::in_place, m_isNull ? RowValue() : editedValue(m_column, text()));
+}
+
+QString CellLine::refusal() const
+{
+    return m_isNull || isAsBefore() ? QString() : whyNotEdited(m_column, text());
 }
 
 void CellLine::keyPressEvent(QKeyEvent *event)
@@ -172,6 +177,9 @@ QWidget *RowDelegate::createEditor(QWidget *parent, const QStyleOptionViewItem &
 void RowDelegate::setModelData(QWidget *editor, QAbstractItemModel *, const QModelIndex &index) const
 {
     const auto *box = qobject_cast<QComboBox *>(editor);
-    if (const auto edited = box ? chosenIn(*box) : qobject_cast<CellLine *>(editor)->edited())
+    const auto *line = qobject_cast<CellLine *>(editor);
+    if (line && !line->refusal().isEmpty())
+        Q_EMIT m_grid.told(line->refusal());
+    else if (const auto edited = box ? chosenIn(*box) : line->edited())
         m_grid.setValue(m_grid.grid().storedRow(index.row()), index.column(), *edited);
 }

@@ -23,11 +23,14 @@ public:
 
     // Nothing: left as it was.
     std::optional<RowValue> edited() const;
+    // Why what was edited is no value; empty: it is one, or nothing was edited.
+    QString refusal() const;
 
 protected:
     void keyPressEvent(QKeyEvent *event) override;
 
 private:
+    bool isAsBefore() const { return m_isNull == !m_before && text() == m_textBefore; }
     void setNull(bool isNull);
     void openCalendar();
 

@@ -254,8 +254,8 @@ void RowGrid::duplicateRow()
     const int row = m_grid.storedRow(cell.row());
     std::map<int, RowValue> values;
     for (int index = 0; index < static_cast<int>(m_table.columns.size()); ++index)
-        if (mayEdit(row, index) && !column(index).isAutoIncrement)
-            values[index] = value(row, index);
+        if (!column(index).isGenerated && !column(index).isAutoIncrement)
+            values[index] = value(row, index); // also what the grid itself does not edit
     addRowWith(values);
 }
 
@@ -341,13 +341,14 @@ void RowGrid::paste(const QString &block)
                 continue;
             }
             const bool isNull = line[i] == u"NULL" && column(index).isNullable;
-            if (!setValue(row, index, isNull ? RowValue() : editedValue(column(index), line[i])))
+            if ((!isNull && !whyNotEdited(column(index), line[i]).isEmpty()) ||
+                !setValue(row, index, isNull ? RowValue() : editedValue(column(index), line[i])))
                 ++skipped;
         }
     }
     if (skipped > 0)
         Q_EMIT told(
-            QStringLiteral("貼り付けられない列があるため、%1 個の値を入れませんでした。").arg(skipped));
+            QStringLiteral("貼り付けられない列や値があるため、%1 個の値を入れませんでした。").arg(skipped));
 }
 
 void RowGrid::editCell(const QModelIndex &cell)

@@ -140,7 +140,11 @@ QByteArray cellBytes(const TableColumn &column, const QByteArray &value)
         return value;
     RowBlock block(1);
     block.beginRow();
-    addBinaryCell(block, {value.constData(), static_cast<std::size_t>(value.size())});
+    const std::string_view bytes(value.constData(), static_cast<std::size_t>(value.size()));
+    if (column.kind == ValueKind::Bits)
+        addHexCell(block, bytes);
+    else
+        addBinaryCell(block, bytes);
     std::vector<Cell> cells;
     block.read(0, cells);
     return QByteArray(cells[0].bytes.data(), static_cast<qsizetype>(cells[0].bytes.size()));
@@ -158,6 +162,14 @@ QString editedText(const TableColumn &column, const RowValue &value)
     return bits;
 }
 
+QString whyNotEdited(const TableColumn &column, const QString &text)
+{
+    static const QRegularExpression bits(QStringLiteral("\\A([01]{1,64}|0x([0-9A-Fa-f]{2}){1,8})\\z"));
+    return column.kind != ValueKind::Bits || bits.match(text).hasMatch()
+               ? QString()
+               : QStringLiteral("ビットは 0 と 1 で書いて下さい: ") + text;
+}
+
 RowValue editedValue(const TableColumn &column, const QString &text)
 {
     const QByteArray bytes = text.toUtf8();
@@ -166,10 +178,9 @@ RowValue editedValue(const TableColumn &column, const QString &text)
             valueOfCell(column, {{bytes.constData(), static_cast<std::size_t>(bytes.size())}, false});
         return value;
     }
-    bool isNumber = false;
-    quint64 bits = text.toULongLong(&isNumber, 2);
-    if (!isNumber)
-        return bytes; // for the server to refuse
+    if (text.startsWith(u"0x")) // as the grid copies it
+        return QByteArray::fromHex(bytes.mid(2));
+    quint64 bits = text.toULongLong(nullptr, 2);
     QByteArray value;
     do {
         value.prepend(static_cast<char>(bits & 0xff));

@@ -59,6 +59,8 @@ QByteArray cellBytes(const TableColumn &column, const QByteArray &value);
 // text are "0x" and digits.
 QString editedText(const TableColumn &column, const RowValue &value);
 RowValue editedValue(const TableColumn &column, const QString &text);
+// Words on a text that is no value of the column; the server itself refuses most.
+QString whyNotEdited(const TableColumn &column, const QString &text);
 
 // A value as it is assigned: whatever it holds, it ends where it should, in every sql_mode.
 QString literal(const TableColumn &column, const RowValue &value);

@@ -220,8 +220,9 @@ bool needsWindow(const TableColumn &column, const RowValue &value)
                                        QStringLiteral("longtext")};
     return column.isSet || column.kind == ValueKind::Json || column.kind == ValueKind::Bytes ||
            longTypes.contains(column.type.toLower()) ||
-           (value && (value->size() > longestLine || value->contains('\n') || value->contains('\r') ||
-                      value->contains('\0')));
+           (value && column.kind != ValueKind::Bits &&
+            (value->size() > longestLine || value->contains('\n') || value->contains('\r') ||
+             value->contains('\0')));
 }
 
 std::optional<RowValue> askForValue(QWidget *parent, const TableColumn &column, const RowValue &value)

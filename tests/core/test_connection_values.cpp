@@ -100,7 +100,7 @@ void ConnectionValuesTest::everyTypeIsTheServersOwnText_data()
     add("double", "123456789e-20", "0.00000000000123456789", number);
     add("bit(1)", "b'1'", "0x01", binary);
     add("bit(20)", "b'1000001'", "0x000041", binary);
-    add("bit(8)", "b'1000001'", "A", binary);
+    add("bit(8)", "b'1000001'", "0x41", binary);
     add("date", "'0000-00-00'", "0000-00-00", text);
     add("datetime(6)", "'2024-02-29 12:34:56.789'", "2024-02-29 12:34:56.789000", text);
     add("time(6)", "'-00:00:01.5'", "-00:00:01.500000", text);

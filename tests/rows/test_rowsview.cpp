@@ -122,6 +122,7 @@ private Q_SLOTS:
     void halfASavingTakesNoOtherAlong();
     void aFileBecomesTheValueThatIsLookedAt();
     void aBlockIsPastedAndMayBeDropped();
+    void bitsAreWrittenAsBits();
     void untouchedLinesKeepTheirEnds_data();
     void untouchedLinesKeepTheirEnds();
     void aChosenDateLeavesTheTime_data();
@@ -333,6 +334,25 @@ void RowsViewTest::aBlockIsPastedAndMayBeDropped()
     viewer.press("Esc");
     QCOMPARE(viewer.grid.rowCount(), 7);
     QCOMPARE(viewer.grid.text(6, 1), QString("d"));
+}
+
+void RowsViewTest::bitsAreWrittenAsBits()
+{
+    m_server.run("alter table d.t add p point; update d.t set b=53, p=point(1,2) where id=1");
+    Viewer viewer(m_server);
+    viewer.read("t", 2);
+    QCOMPARE(viewer.grid.text(0, 5), QString("0x0000000000000035")); // not the text "5"
+    viewer.type(1, 5, "5");
+    QVERIFY2(viewer.state().contains("ビットは 0 と 1 で"), qPrintable(viewer.state()));
+    viewer.choose(1, 5);
+    QApplication::clipboard()->setText("0x0000000000000035"); // as it is copied
+    viewer.press("Ctrl+V");
+    viewer.choose(0, 0);
+    viewer.press("Ctrl+D");
+    viewer.type(0, 5, "101");
+    viewer.press("Ctrl+S");
+    QCOMPARE(m_server.run("select id, b+0, st_astext(p) from d.t where id in (1, 2, 8)"),
+             QString("1\t5\tPOINT(1 2)\n2\t53\tNULL\n8\t53\tPOINT(1 2)\n"));
 }
 
 void RowsViewTest::untouchedLinesKeepTheirEnds_data()

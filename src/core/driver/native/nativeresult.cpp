@@ -142,7 +142,7 @@ NativeColumns::NativeColumns(MYSQL_RES *rows)
         const std::optional<FieldKind> kind = kindOf(columns[i]);
         m_fields.push_back(
             {QString::fromUtf8(columns[i].name, columns[i].name_length), kind.value_or(FieldKind::Binary)});
-        m_areHex.push_back(!kind);
+        m_areHex.push_back(!kind || columns[i].type == MYSQL_TYPE_BIT); // 49 is not the text "1"
     }
 }
 

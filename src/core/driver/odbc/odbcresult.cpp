@@ -80,9 +80,21 @@ void OdbcResult::describe(SQLUSMALLINT number, Field &field, Column &column) con
         QString::fromUtf16(reinterpret_cast<const char16_t *>(name.data()), std::min(length, longest));
     field.kind = kindOf(type);
     column.type = field.kind == FieldKind::Binary ? SQL_C_BINARY : SQL_C_CHAR;
+    column.isHex = type == SQL_BIT || (type == SQL_BINARY && isOfBits(number));
     // The size counts characters.
     const std::size_t wanted = size > longestPlace ? longestPlace : size * 4 + 1;
     column.size = std::clamp(wanted, shortestPlace, longestPlace);
+}
+
+// They come as bytes, of which 49 is not the text "1".
+bool OdbcResult::isOfBits(SQLUSMALLINT number) const
+{
+    std::array<SQLWCHAR, 16> name{};
+    SQLSMALLINT length = 0;
+    return SQL_SUCCEEDED(SQLColAttributeW(m_handle.get(), number, SQL_DESC_TYPE_NAME, name.data(),
+                                          static_cast<SQLSMALLINT>(sizeof name), &length, nullptr)) &&
+           QString::fromUtf16(reinterpret_cast<const char16_t *>(name.data()))
+                   .compare(u"bit", Qt::CaseInsensitive) == 0;
 }
 
 void OdbcResult::bind()
@@ -167,7 +179,9 @@ void OdbcResult::addRow(RowBlock &block, std::size_t row)
         } else {
             bytes = {column.bytes.get() + row * column.size, static_cast<std::size_t>(column.lengths[row])};
         }
-        if (m_fields[i].kind == FieldKind::Binary)
+        if (column.isHex)
+            addHexCell(block, bytes);
+        else if (m_fields[i].kind == FieldKind::Binary)
             addBinaryCell(block, bytes);
         else
             block.addCell(bytes);

@@ -22,6 +22,7 @@ protected:
 private:
     // One column's places in the bound block, one after the other.
     struct Column {
+        bool isHex = false;
         SQLSMALLINT type = SQL_C_CHAR;
         std::size_t size = 0;          // of one place
         std::unique_ptr<char[]> bytes; // not zeroed: it is large, and most results are small
@@ -30,6 +31,7 @@ private:
     };
 
     void describe(SQLUSMALLINT number, Field &field, Column &column) const;
+    bool isOfBits(SQLUSMALLINT number) const;
     void bind();
     bool fetchRows();
     void addRow(RowBlock &block, std::size_t row);
