@@ -93,6 +93,7 @@ void CsvTest::eachFormHoldsEachValue()
     options.form = ExportForm::JsonLines;
     QVERIFY(exported(options, fields, rows)
                 .startsWith("{\"id\": 1, \"a,b\": \"x \\\"y\\\"\\n\"}\n{\"id\": 2, \"a,b\": null}\n"));
+    QCOMPARE(exported(options, {fields[0], fields[0]}, {{"1", "2"}}), "{\"id\": 1, \"id (2)\": 2}\n");
     options.form = ExportForm::Json;
     QVERIFY(exported(options, fields, {}).simplified() == "[ ]");
     options.form = ExportForm::Insert;
@@ -504,6 +505,13 @@ void CsvTest::aScriptIsLookedAtFirst()
               "SET @old=@@sql_mode, sql_mode='ANSI_QUOTES,NO_BACKSLASH_ESCAPES';\nSELECT '\\', \"'\";\n"
               "SET @TARNWELL_MODE='x'; /*!50003 SET sql_mode = @old */;\nSELECT '\\'', \"\\\"\";\n",
               QIODevice::Append);
+    // The one is no UTF-8 far behind its beginning, the other but for a value.
+    const QByteArray blanks(600'000, ' ');
+    for (const auto &[text, isCp932] :
+         {std::pair(QByteArray("'\x95\x5c'"), true), {"'表示' '\x89PNG'", false}}) {
+        writeFile(m_folder.filePath("late.sql"), "SELECT " + blanks + text);
+        QCOMPARE(lookAtScript(m_folder.filePath("late.sql"), [](qint64, qint64) {}).isTextOfCp932, isCp932);
+    }
     writeFile(path, "-- Dump completed on 2026-01-01\n", QIODevice::Append);
     QVERIFY(lookAtScript(path, [](qint64, qint64) {}).isComplete);
 }

@@ -4,6 +4,7 @@
 #include "core/sql/rowblock.h"
 
 #include <QItemSelection>
+#include <QSet>
 
 #include <algorithm>
 
@@ -165,9 +166,21 @@ std::string copiedValue(CopyFormat format, const Cell &cell, FieldKind kind)
     }
 }
 
+std::vector<Field> withDistinctNames(std::vector<Field> fields)
+{
+    QSet<QString> names;
+    for (Field &field : fields) {
+        const QString name = field.name;
+        for (int number = 2; names.contains(field.name); ++number)
+            field.name = name + QStringLiteral(" (%1)").arg(number);
+        names.insert(field.name);
+    }
+    return fields;
+}
+
 GridCopy::GridCopy(CopyFormat format, std::vector<Field> fields, const QString &table)
     : m_format(format)
-    , m_fields(std::move(fields))
+    , m_fields(format == CopyFormat::Json ? withDistinctNames(std::move(fields)) : std::move(fields))
 {
     for (const Field &field : m_fields) {
         const std::string name = field.name.toStdString();

@@ -30,6 +30,9 @@ private:
     bool m_hasRows = false;
 };
 
+// The fields as members of a JSON object, of which a reader keeps only one of a name: "id", "id (2)".
+std::vector<Field> withDistinctNames(std::vector<Field> fields);
+
 // One value in the form of the format; NULL becomes NULL, null or nothing.
 std::string copiedValue(CopyFormat format, const Cell &cell, FieldKind kind);
 

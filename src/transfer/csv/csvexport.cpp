@@ -39,7 +39,9 @@ ExportOptions excelPreset()
 
 RowExport::RowExport(const ExportOptions &options, const std::vector<Field> &fields)
     : m_options(options)
-    , m_fields(fields)
+    , m_fields(options.form == ExportForm::Json || options.form == ExportForm::JsonLines
+                   ? withDistinctNames(fields)
+                   : fields)
     , m_nullText(options.nullText.toStdString())
     , m_lineEnd(options.hasCrLf ? "\r\n" : "\n")
     , m_file(options.path)
@@ -47,7 +49,7 @@ RowExport::RowExport(const ExportOptions &options, const std::vector<Field> &fie
     m_encoder.emplace("windows-31j");
     if (options.encoding == TextEncoding::Cp932 && !m_encoder->isValid())
         throw Failure(QStringLiteral("CP932 はこの環境では使えません。"));
-    for (const Field &field : fields) {
+    for (const Field &field : m_fields) {
         const std::string name = field.name.toStdString();
         if (options.form == ExportForm::Separated)
             m_names.push_back(separatedText(name));

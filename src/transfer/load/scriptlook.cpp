@@ -110,12 +110,35 @@ void Look::takeTail(const QByteArray &tail)
     m_look.isComplete = !m_look.isOfDumpTool || tail.contains("-- Dump completed");
 }
 
-bool isUtf8(const QByteArray &bytes)
-{
-    QStringDecoder decoder(QStringDecoder::Utf8);
-    const QString text = decoder(bytes);
-    return !decoder.hasError() && (!text.isEmpty() || bytes.isEmpty());
-}
+// What stands beyond ASCII in a file that comes in pieces. Many UTF-8 texts could be read as CP932, too, and
+// some hold a value of bytes here and there: what there is more of decides.
+class Utf8Count {
+public:
+    void take(const QByteArray &bytes)
+    {
+        for (const char byte : bytes)
+            take(static_cast<unsigned char>(byte));
+    }
+    bool isRare() const { return m_others > m_letters; }
+
+private:
+    void take(unsigned char byte)
+    {
+        if (byte < 0x80 && m_missing == 0)
+            return;
+        const bool isContinuation = (byte & 0xc0) == 0x80;
+        if (isContinuation && m_missing > 0) {
+            m_letters += --m_missing == 0 ? 1 : 0;
+            return;
+        }
+        m_others += m_missing > 0 ? 1 : 0;
+        m_missing = byte < 0xc2 ? 0 : byte < 0xe0 ? 1 : byte < 0xf0 ? 2 : byte < 0xf5 ? 3 : 0;
+        m_others += byte >= 0x80 && m_missing == 0 ? 1 : 0;
+    }
+
+    qint64 m_letters = 0, m_others = 0;
+    int m_missing = 0; // of the letter that has begun
+};
 
 } // namespace
 
@@ -126,14 +149,14 @@ ScriptLook lookAtScript(const QString &path, const std::function<void(qint64, qi
     ScriptFile file(path, ScriptFile::Encoding::Bytes);
     StatementSplitter splitter;
     QByteArray tail;
+    Utf8Count letters;
     bool isFirst = true, isClosed = true;
     for (bool isAtEnd = false; !isAtEnd;) {
         const QByteArray bytes = file.read(splitter.wantedBytes());
         isAtEnd = bytes.isEmpty();
-        if (std::exchange(isFirst, false)) {
+        if (std::exchange(isFirst, false))
             taker.takeHead(bytes.left(lastBytes));
-            look.isTextOfCp932 = !isUtf8(bytes);
-        }
+        letters.take(bytes);
         tail = (tail + bytes).right(lastBytes);
         if (isAtEnd)
             splitter.finish();
@@ -147,6 +170,7 @@ ScriptLook lookAtScript(const QString &path, const std::function<void(qint64, qi
         onProgress(file.bytesRead(), file.byteCount());
     }
     taker.takeTail(tail);
+    look.isTextOfCp932 = letters.isRare();
     look.isComplete = look.isComplete && isClosed;
     return look;
 }

@@ -17,7 +17,7 @@ struct ScriptLook {
     QStringList databases; // that it makes or uses by name, in order
     QStringList dropped;   // "TABLE `a`", ...: what it drops if it is there; a part when there are many
     int drops = 0;
-    bool isTextOfCp932 = false; // no UTF-8, but all of it can be read as CP932
+    bool isTextOfCp932 = false; // most of it beyond ASCII is no UTF-8
     bool isOfDumpTool = false;  // one that marks its end
     bool isComplete = true;     // as far as that can be told
     bool isSandboxed = false;   // begins with the line that switches the client's own commands off
