@@ -232,6 +232,12 @@ UserControls::UserControls(QWidget &window)
         each->setUniformItemSizes(false);
         each->setTextElideMode(Qt::ElideNone);
     }
+    for (ChosenList *each : {lstUser, lstTable})
+        each->setPairs();
+    for (QPushButton *each : {cmdGrantEdit, cmdDelete, cmdDbGrantAdd, cmdDbGrantEdit, cmdDbGrantDel,
+                              cmdTableGrantAdd, cmdTableGrantEdit, cmdTableGrantDel})
+        each->setToolTip(QStringLiteral("USER一覧で、役割ではないﾕｰｻﾞｰを選択すると使えます。"));
+    cmdOk->setToolTip(QStringLiteral("USER一覧の「新規」を選択すると使えます。"));
     auto *frames = new QVBoxLayout;
     frames->addWidget(globalFrame(*this));
     frames->addWidget(databaseFrame(*this), 1);

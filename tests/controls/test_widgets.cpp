@@ -5,6 +5,7 @@
 #include "controls/lists/filterline.h"
 #include "controls/window/activation.h"
 #include "controls/window/building.h"
+#include "controls/window/windowsize.h"
 #include "support/gui/boxes.h"
 #include "support/gui/control.h"
 
@@ -16,6 +17,7 @@
 #include <QListWidget>
 #include <QPlainTextEdit>
 #include <QPushButton>
+#include <QScreen>
 #include <QScrollBar>
 #include <QSignalSpy>
 #include <QStyledItemDelegate>
@@ -60,6 +62,7 @@ private Q_SLOTS:
     void foldersAreEnteredByKeyAndMouse();
     void filterIgnoresCaseWidthAndTagAndOutlivesRefilling();
     void whatCannotBeSeenIsShownBySigns();
+    void noWindowIsLargerThanTheScreen();
     void keysAndDragsChooseAndTheFocusDoesNot();
     void boxesCarryCaptionAndAnswer();
     void longMessagesStayOnTheScreenAndAreNoMarkup();
@@ -114,6 +117,19 @@ void WidgetsTest::filterIgnoresCaseWidthAndTagAndOutlivesRefilling()
     QVERIFY(!passesFilter("abc", "a.c")); // it is no pattern
 }
 
+void WidgetsTest::noWindowIsLargerThanTheScreen()
+{
+    keepWindowsOnScreen();
+    QDialog dialog;
+    QWidget window;
+    for (QWidget *each : {static_cast<QWidget *>(&dialog), &window}) {
+        each->resize(9000, 200);
+        each->show();
+        QVERIFY(each->width() < each->screen()->availableSize().width());
+        QCOMPARE(each->height(), 200);
+    }
+}
+
 void WidgetsTest::whatCannotBeSeenIsShownBySigns()
 {
     ChosenList list;
@@ -122,6 +138,8 @@ void WidgetsTest::whatCannotBeSeenIsShownBySigns()
     QCOMPARE(list.texts(), QStringList{item}); // for the commands
     const auto *delegate = qobject_cast<QStyledItemDelegate *>(list.itemDelegate());
     QCOMPARE(delegate->displayText(item, {}), "[TABLE]\ta␉b␊‹U+202E›c␡");
+    list.setPairs();
+    QCOMPARE(delegate->displayText("localhost\tro\tot", {}), "localhost\tro␉ot");
 
     // A tip shows every character once, whatever it looks like.
     for (const QString text : {"a < b & c", "<b>x</b>", "a &lt; b", "x\n<i>y</i>"}) {

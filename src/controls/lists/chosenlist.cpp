@@ -1,6 +1,7 @@
 #include "controls/lists/chosenlist.h"
 
 #include "controls/window/building.h"
+#include "core/sql/listitem.h"
 
 #include <QApplication>
 #include <QMouseEvent>
@@ -13,13 +14,28 @@ namespace {
 // Rows as high as a grid's: a fallback font for Japanese makes them higher than others otherwise.
 class EvenRows : public VisibleItems {
 public:
-    using VisibleItems::VisibleItems;
+    explicit EvenRows(ChosenList *list)
+        : VisibleItems(list)
+        , m_list(*list)
+    {
+    }
+
+    QString displayText(const QVariant &value, const QLocale &locale) const override
+    {
+        const QString text = value.toString();
+        const qsizetype tab = m_list.hasPairs() ? text.indexOf(u'\t') : -1;
+        return tab < 0 ? VisibleItems::displayText(value, locale)
+                       : visibleName(text.left(tab)) + u'\t' + visibleName(text.mid(tab + 1));
+    }
 
     QSize sizeHint(const QStyleOptionViewItem &option, const QModelIndex &index) const override
     {
         const int width = QStyledItemDelegate::sizeHint(option, index).width();
         return {width, option.fontMetrics.height() + 6};
     }
+
+private:
+    const ChosenList &m_list;
 };
 
 } // namespace

@@ -25,6 +25,10 @@ public:
     // What an empty list says instead of items; screen readers tell it as its description.
     void setPlaceholderText(const QString &text);
 
+    // Items have two names with a tab between them, which is shown as the gap that it is.
+    void setPairs() { m_hasPairs = true; }
+    bool hasPairs() const { return m_hasPairs; }
+
     // Typed letters lead to the next item whose name, behind a tag like "[TABLE]", begins with them.
     void keyboardSearch(const QString &letters) override;
 
@@ -45,6 +49,6 @@ private:
 
     QString m_placeholder, m_typed;
     QElapsedTimer m_lastLetter;
-    bool m_isPressed = false;
+    bool m_isPressed = false, m_hasPairs = false;
     QPersistentModelIndex m_before; // the current one when the button went down
 };
