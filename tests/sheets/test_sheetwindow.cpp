@@ -24,6 +24,7 @@ private Q_SLOTS:
     void init();
     void cleanup();
     void everyResultIsATab();
+    void whatIsInsertedIsAStatementOfItsOwn();
     void anErrorMarksItsLine();
     void oneRunsWhileAnotherIsWrittenAndStopped();
     void whatIsNotCommittedIsAskedAbout();
@@ -143,6 +144,25 @@ void SheetWindowTest::everyResultIsATab()
     type("set sql_mode = ''; insert into t values ('x')");
     run();
     QVERIFY2(messages().contains("Warning 1366"), qPrintable(messages()));
+}
+
+void SheetWindowTest::whatIsInsertedIsAStatementOfItsOwn()
+{
+    open();
+    const struct {
+        const char *text;
+        int place;
+        const char *with;
+    } cases[] = {{"", 0, "do 1"},
+                 {"do 2", 0, "do 1;\ndo 2"},
+                 {"do 2;", 5, "do 2;\ndo 1"},
+                 {"do 2;\n\ndo 3", 6, "do 2;\ndo 1;\ndo 3"}};
+    for (const auto &each : cases) {
+        type(each.text);
+        page().editor().setCursorPlace(each.place);
+        page().insert("do 1");
+        QCOMPARE(page().editor().bytes(), QByteArray(each.with));
+    }
 }
 
 void SheetWindowTest::anErrorMarksItsLine()
