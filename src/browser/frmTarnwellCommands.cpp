@@ -2,6 +2,7 @@
 #include "about/frmAbout.h"
 #include "browser/frmTarnwell.h"
 #include "console/frmSql.h"
+#include "controls/window/narrow.h"
 #include "core/session/basconnection.h"
 #include "inout/frmInOut.h"
 #include "maintenance/commands.h"
@@ -184,8 +185,9 @@ void frmTarnwell::openServer()
     if (m_server && !m_server->isOf(m_session))
         delete m_server;
     if (!m_server)
-        m_server = new ServerWindow(
-            m_session, {[this](const QString &statement) { m_sheets.propose(statement); }, savedConnections()});
+        m_server =
+            new ServerWindow(m_session, {[this](const QString &statement) { m_sheets.propose(statement); },
+                                         savedConnections()});
     m_server->show();
     m_server->raise();
     m_server->activateWindow();
@@ -263,6 +265,8 @@ void frmTarnwell::refreshShown()
 void frmTarnwell::toggleLog()
 {
     m_controls.log->setVisible(m_controls.showLog->isChecked());
+    if (m_controls.log->isVisible())
+        bringIntoSight(*m_controls.log);
 }
 
 void frmTarnwell::openPalette()

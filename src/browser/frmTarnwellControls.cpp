@@ -140,8 +140,11 @@ void layOutTablePanel(TarnwellControls &c)
     auto *split = made<QSplitter>("splitTables", Qt::Horizontal);
     FilterLine *filter =
         filterLine("lstTables_Filter", *c.lstTables, QStringLiteral("テーブルとビューの絞り込み"));
-    split->addWidget(column(
-        {caption("Label2", QStringLiteral("table && view"), c.lstTables), filter, c.lstTables}, c.lstTables));
+    QWidget *tables = column(
+        {caption("Label2", QStringLiteral("table && view"), c.lstTables), filter, c.lstTables}, c.lstTables);
+    constexpr int tagAndName = 180; // also with the surroundings beside
+    tables->setMinimumWidth(tagAndName);
+    split->addWidget(tables);
     split->addWidget(tableDetail(c));
     split->setChildrenCollapsible(false);
     split->setStretchFactor(1, 1);

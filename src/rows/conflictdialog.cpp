@@ -17,7 +17,7 @@ namespace {
 
 using Kind = RowChange::Kind;
 
-enum Column { Row, Name, Before, Mine, Theirs, Staying, ColumnCount };
+enum Column { Row, Name, Before, Mine, Theirs, Staying };
 
 // The words for the two sorts of rows that cannot be changed.
 struct Words {
@@ -99,8 +99,12 @@ ConflictDialog::ConflictDialog(QWidget *parent, const TableShape &table,
         addConflict(conflict);
     m_tree->expandAll();
     const int letter = fontMetrics().averageCharWidth();
-    for (int column = 0; column < ColumnCount; ++column)
-        m_tree->setColumnWidth(column, letter * (column == Name ? 12 : 18));
+    // What is to stay is always seen; the values share the room.
+    m_tree->header()->setStretchLastSection(false);
+    for (const auto &[column, letters] : {std::pair(Row, 14), std::pair(Name, 12), std::pair(Staying, 8)})
+        m_tree->setColumnWidth(column, letter * letters);
+    for (const Column column : {Before, Mine, Theirs})
+        m_tree->header()->setSectionResizeMode(column, QHeaderView::Stretch);
     m_whole->setReadOnly(true);
     m_whole->setTabChangesFocus(true);
     m_whole->setAccessibleName(QStringLiteral("値の全体"));

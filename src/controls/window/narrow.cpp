@@ -2,6 +2,7 @@
 
 #include <QPushButton>
 #include <QScrollArea>
+#include <QTimer>
 
 void letBeNarrow(QPushButton &button)
 {
@@ -22,4 +23,13 @@ QScrollArea *scrolling(QWidget *contents)
     area->setFrameShape(QFrame::NoFrame);
     area->setFocusPolicy(Qt::NoFocus);
     return area;
+}
+
+void bringIntoSight(QWidget &widget)
+{
+    QTimer::singleShot(0, &widget, [&widget] {
+        for (QWidget *around = widget.parentWidget(); around; around = around->parentWidget())
+            if (auto *area = qobject_cast<QScrollArea *>(around))
+                area->ensureWidgetVisible(&widget);
+    });
 }

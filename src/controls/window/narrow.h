@@ -12,3 +12,5 @@ void letBeNarrow(QPushButton &button);
 void letBeLow(QWidget &list);
 // Scrolls its contents where there is no room for them.
 QScrollArea *scrolling(QWidget *contents);
+// Scrolls to it, once it has its place.
+void bringIntoSight(QWidget &widget);
