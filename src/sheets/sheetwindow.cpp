@@ -42,10 +42,12 @@ SheetWindow::SheetWindow(Session &session, SheetServices services, std::unique_p
                                          QStringLiteral("カーソルのある文を実行します (Ctrl+Enter)")))
     , m_runSheet(tipped<QPushButton>("runSheet", QStringLiteral("すべて実行"),
                                      QStringLiteral("選択範囲、なければ全体を実行します (F5)")))
-    , m_stop(tipped<QPushButton>("stopSheet", QStringLiteral("停止"), QStringLiteral("Shift+F5")))
-    , m_commit(tipped<QPushButton>("commitSheet", QStringLiteral("コミット"), QStringLiteral("COMMIT")))
-    , m_rollback(
-          tipped<QPushButton>("rollbackSheet", QStringLiteral("ロールバック"), QStringLiteral("ROLLBACK")))
+    , m_stop(tipped<QPushButton>("stopSheet", QStringLiteral("停止"),
+                                 QStringLiteral("実行中の文を止めます (Shift+F5)")))
+    , m_commit(tipped<QPushButton>("commitSheet", QStringLiteral("コミット"),
+                                   QStringLiteral("開いているトランザクションを確定します (COMMIT)")))
+    , m_rollback(tipped<QPushButton>("rollbackSheet", QStringLiteral("ロールバック"),
+                                     QStringLiteral("開いているトランザクションを取り消します (ROLLBACK)")))
     , m_open(tipped<QPushButton>("openScript", QStringLiteral("開く"),
                                  QStringLiteral("SQLファイルを新しいシートに開きます (Ctrl+O)")))
     , m_save(tipped<QPushButton>("saveScript", QStringLiteral("保存"), QStringLiteral("Ctrl+S")))

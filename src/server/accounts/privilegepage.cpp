@@ -124,6 +124,9 @@ void PrivilegePage::buildLayout()
     m_columns->setPlaceholderText(QStringLiteral("列 (a, b)。空: 表全体"));
     m_columns->setToolTip(QStringLiteral("列の名前をカンマで並べると、その列だけへの権限になります "
                                          "(SELECT、INSERT、UPDATE、REFERENCES)"));
+    m_grant->setToolTip(QStringLiteral("左で選んだアカウントに、この行の権限か役割を与えます"));
+    m_revoke->setToolTip(QStringLiteral("右の一覧で選んだ権限を、アカウントから取り上げます"));
+    m_defaultRoles->setToolTip(QStringLiteral("役割を持つアカウントで、接続したときに有効なものを選びます"));
     m_kind->setAccessibleName(QStringLiteral("対象の種類"));
     m_note->setTextFormat(Qt::PlainText);
     m_note->setWordWrap(true);

@@ -50,7 +50,7 @@ protected:
     {
         QTreeWidget::paintEvent(event);
         if (topLevelItemCount() == 0)
-            paintPlaceholder(*this, QStringLiteral("ロックを待つセッションはありません"));
+            paintPlaceholder(*this, accessibleDescription());
     }
 };
 
@@ -106,7 +106,6 @@ void LockPage::buildLayout()
     constexpr int widths[] = {130, 150, 170, 60, 180, 90};
     for (int column = 0; column < static_cast<int>(std::size(widths)); ++column)
         m_tree->setColumnWidth(column, widths[column]);
-    m_transactions->setPlaceholderText(QStringLiteral("開いているトランザクションはありません"));
     m_deadlock->setReadOnly(true);
     m_deadlock->setLineWrapMode(QPlainTextEdit::NoWrap);
     m_deadlock->setAccessibleName(QStringLiteral("最後のデッドロック"));
@@ -134,6 +133,10 @@ void LockPage::refresh()
 
 void LockPage::show(const LockPicture &picture)
 {
+    // Without the privileges others may wait all the same.
+    const QString where = picture.missing.isEmpty() ? QString() : QStringLiteral("見える範囲には、");
+    m_tree->setAccessibleDescription(where + QStringLiteral("ロックを待つセッションはありません"));
+    m_transactions->setPlaceholderText(where + QStringLiteral("開いているトランザクションはありません"));
     QStringList problems = picture.missing;
     if (std::ranges::any_of(picture.waits, [](const LockWait &wait) { return wait.blocking.isEmpty(); }))
         problems << QStringLiteral(

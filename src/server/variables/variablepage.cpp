@@ -79,6 +79,8 @@ void VariablePage::buildLayout()
     m_servers->setToolTip(QStringLiteral("保存した接続先のサーバーの値を並べます"));
     m_toSheet->setToolTip(
         QStringLiteral("選んだ変数を今の値にする SET SESSION 文を新しいSQLシートに入れます"));
+    m_set->setToolTip(QStringLiteral("選んだ変数の値を変えます。送る文を示して確認します"));
+    m_copy->setToolTip(QStringLiteral("選んだ行を写します (Ctrl+C)"));
     m_export->setToolTip(QStringLiteral("すべての変数をテキストファイルに書きます"));
     auto *choice = new QHBoxLayout;
     choice->addWidget(m_filter, 1);

@@ -58,6 +58,9 @@ void SurroundingsPane::buildLayout()
     m_tree->setAccessibleName(QStringLiteral("周辺"));
     m_tree->setColumnWidth(0, fontMetrics().averageCharWidth() * 26);
     m_tree->setUniformRowHeights(true);
+    m_newTrigger->setToolTip(QStringLiteral("選んでいるテーブルのトリガーを作ります"));
+    m_newEvent->setToolTip(QStringLiteral("選んでいるデータベースのイベントを作ります"));
+    m_drop->setToolTip(QStringLiteral("選んだトリガーかイベントを削除します"));
     m_change->setToolTip(QStringLiteral("トリガーかイベントの定義を開きます (Enter)"));
     auto *buttons = new QGridLayout;
     buttons->addWidget(m_newTrigger, 0, 0);
