@@ -76,15 +76,12 @@ QString refusalOfChildren(const TableChange &change)
     return {};
 }
 
-void requireValidText(Connection &connection, const TableChange &change, const QString &sqlMode)
+void requireValidText(Connection &connection, const TableChange &change)
 {
     constexpr int notSupported = 1295;
     const QString text = qualifiedCreateText(change.editedText, change.database, change.newName);
-    const QString quoted = sqlMode.contains(u"NO_BACKSLASH_ESCAPES")
-                               ? u'\'' + QString(text).replace(u'\'', QStringLiteral("''")) + u'\''
-                               : quotedText(text);
     try {
-        connection.execute(QStringLiteral("prepare tarnwell from ") + quoted);
+        connection.execute(QStringLiteral("prepare tarnwell from ") + quotedText(text));
     } catch (const Failure &error) {
         if (error.number() == notSupported)
             return;

@@ -11,7 +11,7 @@ QString refusalOfTable(const TableChange &change, const TableKind &kind);
 QString refusalOfChildren(const TableChange &change);
 
 // Has the server read the edited text without doing what it says. Throws Failure with the server's refusal.
-void requireValidText(Connection &connection, const TableChange &change, const QString &sqlMode);
+void requireValidText(Connection &connection, const TableChange &change);
 // Throws Failure for old columns whose name a statement would not mean.
 void requireOwnColumns(const TableChange &change, const std::vector<FieldRec> &fields);
 

@@ -72,8 +72,9 @@ void TableRebuild::openLog()
     // A foreign key that names no database means it (MySQL 5.6).
     m_log.variables().use(connection(), m_change.database);
 
-    // A 0 in a counting column stays 0.
-    const QString mode = modeForRows(changedMode(m_log.variables().before(QStringLiteral("sql_mode")), {},
+    // A 0 in a counting column stays 0. SHOW CREATE TABLE writes two backslashes for one in any mode.
+    const QString mode = modeForRows(changedMode(m_log.variables().before(QStringLiteral("sql_mode")),
+                                                 {QStringLiteral("NO_BACKSLASH_ESCAPES")},
                                                  {QStringLiteral("NO_AUTO_VALUE_ON_ZERO")}));
     std::vector<SessionVariable> wanted{{QStringLiteral("sql_mode"), quotedText(mode)},
                                         {QStringLiteral("foreign_key_checks"), QStringLiteral("0")}};
@@ -107,17 +108,17 @@ std::optional<Outcome> TableRebuild::prepare()
         dialogue.refuse(refusal);
         return Outcome();
     }
-    const QString sqlMode = m_log.variables().before(QStringLiteral("sql_mode"));
     if (!m_change.isOwnText) {
-        const QStringList lost =
-            lostInShownText(connection(), m_change.serverText, withLf(m_change.shownText),
-                            m_change.editedText, readingMode(sqlMode));
+        SqlMode mode = readingMode(m_log.variables().before(QStringLiteral("sql_mode")));
+        mode.hasPlainBackslashes = false;
+        const QStringList lost = lostInShownText(connection(), m_change.serverText,
+                                                 withLf(m_change.shownText), m_change.editedText, mode);
         if (auto ending = askAboutLosses(m_context, lost, Reload::OwnTableText))
             return ending;
     }
     readTable();
     requireOwnColumns(m_change, m_session.gOldFields);
-    requireValidText(connection(), m_change, sqlMode);
+    requireValidText(connection(), m_change);
     m_orphans = orphansOf(connection(), m_change);
     m_change.copy = copyName(m_change.database, m_change.oldName, QDateTime::currentDateTime());
     if (!mayChangeInCluster(dialogue, m_change, kind, m_log.place()))
