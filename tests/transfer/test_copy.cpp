@@ -289,8 +289,8 @@ void CopyTest::theWindowAsksForTheTarget()
     for (TestServer *server : {&source, &target})
         server->run("DROP DATABASE IF EXISTS d; CREATE DATABASE d; CREATE TABLE d.t(a INT PRIMARY KEY)");
     source.run("INSERT INTO d.t VALUES(1),(2)");
-    target.run(
-        "INSERT INTO d.t VALUES(3); CREATE TABLE d.tarnwell_0123456789ab_new0(a INT)"); // of one killed
+    target.run("INSERT INTO d.t VALUES(3); CREATE TABLE d.tarnwell_0123456789ab_new0(a INT);" // of one killed
+               "CREATE TRIGGER d.own BEFORE INSERT ON d.t FOR EACH ROW SET NEW.a=NEW.a+1");
 
     Stage stage(Stage::Server::Real);
     stage.enter(nativeDriverName(), source.port(), "demo", "demo");
@@ -315,8 +315,10 @@ void CopyTest::theWindowAsksForTheTarget()
         told = stage.control<QPlainTextEdit>("transferReport")->toPlainText();
     };
     const QString lost =
-        QString("コピー先「there」(127.0.0.1:%1) のデータベース「d」に、同じ名前のものが 1 個あります。"
-                "続けると、今あるものは行ごと削除され、コピーに置き換わります:\nTABLE t\n\n続けますか？")
+        QString("コピー先「there」(127.0.0.1:%1) "
+                "のデータベース「d」に、同じ名前のものか、それに付いたトリガーが 2 個あります。"
+                "続けると、今あるものは行ごと削除され、コピーに置き換わります:\nTABLE t, TRIGGER "
+                "own\n\n続けますか？")
             .arg(target.port());
     boxes.expectOk("接続先「there」は読み取り専用の接続です。");
     run(0);

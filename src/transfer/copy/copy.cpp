@@ -103,6 +103,21 @@ QStringList existingOf(const std::vector<DumpObject> &plan, const TargetNames &n
     return existing;
 }
 
+// The triggers of a table go with it, also those that the source does not have.
+void addTriggersOfExisting(QStringList &existing, Connection &connection, const QString &database)
+{
+    RecordSet rows =
+        connection.execute(QStringLiteral("SELECT TRIGGER_NAME, EVENT_OBJECT_TABLE FROM "
+                                          "information_schema.TRIGGERS WHERE TRIGGER_SCHEMA=%1 ORDER BY 1")
+                               .arg(quotedText(database)));
+    for (; rows.isOpen() && !rows.isEof(); rows.moveNext()) {
+        const QString name = QStringLiteral("TRIGGER ") + rows.text(0);
+        const QString table = QStringLiteral("TABLE ") + rows.text(1);
+        if (existing.contains(table, Qt::CaseInsensitive) && !existing.contains(name, Qt::CaseInsensitive))
+            existing << name;
+    }
+}
+
 QStringList collationsOf(const std::vector<DumpObject> &plan)
 {
     QStringList collations;
@@ -185,6 +200,7 @@ TargetLook lookAtTarget(Session &from, Session &to, const CopyOptions &options)
     from.connection().execute(setStatement(exactVariables(from.connection().server())));
     const std::vector<DumpObject> plan = readDumpPlan(from.connection(), options.what);
     look.existing = existingOf(plan, TargetNames(to.connection(), options.database));
+    addTriggersOfExisting(look.existing, to.connection(), options.database);
     look.unknownCollations = unknownCollations(collationsOf(plan), to.connection().server());
     return look;
 }

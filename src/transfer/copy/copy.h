@@ -17,7 +17,7 @@ struct CopyOptions {
 struct TargetLook {
     ServerRole role;
     bool hasDatabase = false;
-    QStringList existing;          // "TABLE a", ...: what the copy would drop and make anew
+    QStringList existing;          // "TABLE a", ...: what the copy would drop
     QStringList unknownCollations; // of what is to be copied
 };
 

@@ -163,7 +163,8 @@ bool CopyWindow::confirms(const TargetLook &look)
     if (names.size() < look.existing.size())
         names << QStringLiteral("…");
     return dialogue().warn(
-        QStringLiteral("コピー先「%1」(%2) のデータベース「%3」に、同じ名前のものが %4 個あります。"
+        QStringLiteral("コピー先「%1」(%2) のデータベース「%3」に、同じ名前のものか、それに付いたトリガーが "
+                       "%4 個あります。"
                        "続けると、今あるものは行ごと削除され、コピーに置き換わります:\n%5\n\n続けますか？")
             .arg(m_to->profile.name, serverName(*m_to), m_what.database)
             .arg(look.existing.size())
