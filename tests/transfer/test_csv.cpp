@@ -293,10 +293,11 @@ void CsvTest::whatIsExportedIsImported()
     // An empty line may have been a row.
     ImportOptions one = in;
     one.path = m_folder.filePath("one.csv");
-    writeFile(one.path, "v\na\n\n\nb\n");
+    writeFile(one.path, "v\n+81\n\n\n12\n");
     one.table = "one";
     one.columns = {{"v", 0}};
     QVERIFY(textOf(import(one)).startsWith("2 行を取り込みました。\n空の行 2 行は読み飛ばしました。"));
+    QCOMPARE(server.run("SELECT v FROM c.one ORDER BY 1"), "+81\n12\n");
     QCOMPARE(server.run("SELECT COLUMN_TYPE FROM information_schema.COLUMNS WHERE TABLE_SCHEMA='c' AND "
                         "TABLE_NAME='made' ORDER BY ORDINAL_POSITION"),
              "int(11)\nvarchar(8)\nvarchar(6)\nvarchar(6)\ndecimal(3,2)\ndatetime(6)\nvarchar(4)\n");

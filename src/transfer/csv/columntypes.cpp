@@ -34,8 +34,9 @@ struct Column {
         const QRegularExpressionMatch number = decimalNumber.match(text);
         const auto front = static_cast<int>(number.capturedLength(1));
         const auto behind = static_cast<int>(number.capturedLength(2));
-        // A number with zeros in front is a code, whose zeros must stay.
-        const bool isCode = front > 1 && number.captured(1).startsWith(u'0');
+        // A number with zeros in front is a code, whose zeros must stay; with a plus it is one of a
+        // telephone.
+        const bool isCode = (front > 1 && number.captured(1).startsWith(u'0')) || text.startsWith(u'+');
         isDecimal = isDecimal && number.hasMatch() && front + behind > 0 && !isCode;
         isWhole = isWhole && isDecimal && matches(wholeNumber, text);
         digits = std::max(digits, front);
