@@ -242,7 +242,6 @@ struct MainStage : Stage {
         open(new MainWindow(session));
     }
 
-    using Stage::enter;
     void enter(const QString &driver, int port, const QString &user = "demo",
                const QString &password = "demo") const
     {
