@@ -6,6 +6,7 @@
 #include "connections/passwordquestion.h"
 #include "controls/dialogue/widgetdialogue.h"
 #include "controls/window/building.h"
+#include "controls/window/narrow.h"
 #include "core/session/session.h"
 #include "core/sql/listitem.h"
 
@@ -26,13 +27,9 @@ ConnectionDetails::ConnectionDetails(Session &session)
     m_result->setWordWrap(true);
     m_result->setTextInteractionFlags(Qt::TextSelectableByMouse | Qt::TextSelectableByKeyboard);
     m_result->setAccessibleName(QStringLiteral("接続テストの結果"));
-    auto *area = new QScrollArea; // small screens do not hold all fields
-    area->setWidgetResizable(true);
-    area->setFrameShape(QFrame::NoFrame);
-    area->setWidget(m_fields);
     auto *layout = new QVBoxLayout(this);
     layout->setContentsMargins({});
-    layout->addWidget(area, 1);
+    layout->addWidget(scrolling(m_fields), 1);
     layout->addWidget(m_inUse);
     layout->addWidget(m_result);
 }

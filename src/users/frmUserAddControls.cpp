@@ -2,6 +2,7 @@
 
 #include "controls/lists/chosenlist.h"
 #include "controls/window/building.h"
+#include "controls/window/narrow.h"
 
 #include <QCheckBox>
 #include <QComboBox>
@@ -246,14 +247,8 @@ UserControls::UserControls(QWidget &window)
     auto *columns = new QHBoxLayout(all);
     columns->addLayout(accountColumn(*this), 1);
     columns->addLayout(frames, 3);
-    // Small screens do not show all of it at once.
-    auto *area = new QScrollArea;
-    area->setWidget(all);
-    area->setWidgetResizable(true);
-    area->setFrameShape(QFrame::NoFrame);
-    area->setFocusPolicy(Qt::NoFocus);
     auto *layout = new QVBoxLayout(&window);
     layout->setContentsMargins({});
-    layout->addWidget(area);
+    layout->addWidget(scrolling(all));
     window.resize(1000, std::min(680, window.screen()->availableSize().height()));
 }

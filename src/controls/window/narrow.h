@@ -12,5 +12,5 @@ void letBeNarrow(QPushButton &button);
 void letBeLow(QWidget &list);
 // Scrolls its contents where there is no room for them.
 QScrollArea *scrolling(QWidget *contents);
-// Scrolls to it, once it has its place.
+// Once it has its place, makes the window higher for it as far as the screen goes, and scrolls to it.
 void bringIntoSight(QWidget &widget);
