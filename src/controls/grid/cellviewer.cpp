@@ -170,7 +170,7 @@ void CellViewer::showSummary()
     if (m_text->isCut())
         summary += QStringLiteral("　テキストは") + most + QStringLiteral(" (全体は保存かコピーで)");
     if (m_formatted->isCut())
-        summary += QStringLiteral("　整形したJSONは") + most + QStringLiteral(" (全体は木で)");
+        summary += QStringLiteral("　整形したJSONは") + most;
     m_summary->setText(summary);
 }
 
