@@ -511,7 +511,9 @@ void CsvTest::aScriptIsLookedAtFirst()
     for (const auto &[text, isCp932] :
          {std::pair(QByteArray("'\x95\x5c'"), true), {"'表示' '\x89PNG'", false}}) {
         writeFile(m_folder.filePath("late.sql"), "SELECT " + blanks + text);
-        QCOMPARE(lookAtScript(m_folder.filePath("late.sql"), [](qint64, qint64) {}).isTextOfCp932, isCp932);
+        const ScriptLook late = lookAtScript(m_folder.filePath("late.sql"), [](qint64, qint64) {});
+        QCOMPARE(late.isTextOfCp932, isCp932);
+        QVERIFY(late.isComplete);
     }
     writeFile(path, "-- Dump completed on 2026-01-01\n", QIODevice::Append);
     QVERIFY(lookAtScript(path, [](qint64, qint64) {}).isComplete);

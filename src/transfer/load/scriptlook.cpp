@@ -140,13 +140,12 @@ private:
     int m_missing = 0; // of the letter that has begun
 };
 
-} // namespace
-
-ScriptLook lookAtScript(const QString &path, const std::function<void(qint64, qint64)> &onProgress)
+ScriptLook lookAs(ScriptFile::Encoding encoding, const QString &path,
+                  const std::function<void(qint64, qint64)> &onProgress)
 {
     ScriptLook look;
     Look taker(look);
-    ScriptFile file(path, ScriptFile::Encoding::Bytes);
+    ScriptFile file(path, encoding);
     StatementSplitter splitter;
     QByteArray tail;
     Utf8Count letters;
@@ -173,6 +172,24 @@ ScriptLook lookAtScript(const QString &path, const std::function<void(qint64, qi
     look.isTextOfCp932 = letters.isRare();
     look.isComplete = look.isComplete && isClosed;
     return look;
+}
+
+} // namespace
+
+ScriptLook lookAtScript(const QString &path, const std::function<void(qint64, qint64)> &onProgress)
+{
+    const ScriptLook look = lookAs(ScriptFile::Encoding::Bytes, path, onProgress);
+    if (!look.isTextOfCp932 || look.isOfDumpTool)
+        return look;
+    try { // the second byte of some characters is a backslash, which would take a quote for a letter
+        ScriptLook again = lookAs(ScriptFile::Encoding::Cp932, path, onProgress);
+        again.isTextOfCp932 = true;
+        return again;
+    } catch (const Failure &failure) {
+        if (failure.isInterrupted())
+            throw;
+        return look;
+    }
 }
 
 namespace {
