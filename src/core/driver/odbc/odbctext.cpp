@@ -38,8 +38,9 @@ private:
 
 std::unique_ptr<DriverResult> storedResult(MYSQL *library)
 {
+    const bool hasRows = mysql_field_count(library) != 0; // none any more once the connection is cut
     NativeRows rows(mysql_store_result(library));
-    if (!rows && mysql_field_count(library) != 0)
+    if (!rows && hasRows)
         throw nativeError(library);
     if (!rows)
         return nullptr;
