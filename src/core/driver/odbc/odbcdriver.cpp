@@ -159,7 +159,7 @@ std::unique_ptr<DriverResult> OdbcDriver::execute(const QString &statement)
     const AnswerWatch watch(mostResultBytes());
     try {
         const bool isDangerous = StatementKind::mayLeaveRowsUnread(statement);
-        if (m_library && (isDangerous || StatementKind::readsDiagnostics(statement)))
+        if (m_library && (isDangerous || StatementKind::isShow(statement)))
             return executeAsText(m_library, statement);
         return executeByDriver(statement, isDangerous);
     } catch (const Failure &error) {

@@ -105,13 +105,9 @@ bool StatementKind::mayLeaveRowsUnread(const QString &statement)
     return !word.isEmpty() && !isSound(word);
 }
 
-bool StatementKind::readsDiagnostics(const QString &statement)
+bool StatementKind::isShow(const QString &statement)
 {
-    if (firstWord(statement) != u"show")
-        return false;
-    const QStringList words = firstWords(statement).mid(1, 2); // "show warnings", "show count(*) errors"
-    const auto isOne = [](const QString &word) { return word == u"warnings" || word == u"errors"; };
-    return isOne(words.value(0)) || (words.value(0) == u"count" && isOne(words.value(1)));
+    return firstWord(statement) == u"show";
 }
 
 bool StatementKind::isPrepared(const QString &statement)

@@ -11,9 +11,9 @@ namespace StatementKind {
 // process with a segmentation fault.
 bool mayLeaveRowsUnread(const QString &statement);
 
-// SHOW WARNINGS and its like: an attempt to prepare one that the server refuses (MySQL 9 does) would be all
-// that it tells of.
-bool readsDiagnostics(const QString &statement);
+// Better sent as text: Connector/ODBC prepares it first, which takes a second trip to the server. MySQL 9
+// refuses that of SHOW WARNINGS and its like, and the refusal would be all that they tell of.
+bool isShow(const QString &statement);
 
 // A statement that Connector/ODBC sends through the prepared protocol.
 bool isPrepared(const QString &statement);
