@@ -87,6 +87,7 @@ void CsvImportWindow::fillChoices()
     m_mapping->setAccessibleName(QStringLiteral("列の対応"));
     m_preview->setAccessibleName(QStringLiteral("ファイルの最初の行"));
     m_mapping->setVisible(!m_table.isEmpty());
+    m_newTable->setParent(this); // where it has no place, too
     m_newTable->setVisible(m_table.isEmpty());
 }
 
