@@ -29,7 +29,7 @@ public:
 
 Q_SIGNALS:
     void choiceChanged(); // also once after each show()
-    void activatedRow(); // a double click, or Enter
+    void activatedRow();  // a double click, or Enter
 
 protected:
     void paintEvent(QPaintEvent *event) override;

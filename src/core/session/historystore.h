@@ -44,5 +44,5 @@ struct Session;
 // The store beside the settings, its module loaded with it. What an older program kept as history.json is
 // taken over once, but for the statement that has just been run: it is about to be added with what came of
 // it. Null: `why` has the words.
-std::unique_ptr<HistoryStore> openHistoryStore(const Session &session, QString &why, const QString &justRun = {},
-                                               int most = 20'000);
+std::unique_ptr<HistoryStore> openHistoryStore(const Session &session, QString &why,
+                                               const QString &justRun = {}, int most = 20'000);
