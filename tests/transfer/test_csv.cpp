@@ -62,6 +62,8 @@ private Q_SLOTS:
     void whatIsExportedIsImported();
     void rowsThatDoNotFitAreTold_data();
     void rowsThatDoNotFitAreTold();
+    void aFileThatHasOtherColumnsIsRefused_data();
+    void aFileThatHasOtherColumnsIsRefused();
     void rowsGoByLoadDataLocal_data();
     void rowsGoByLoadDataLocal();
     void whatEndsALocalLoadIsTold_data();
@@ -341,6 +343,39 @@ void CsvTest::rowsThatDoNotFitAreTold()
     const QString told = QString::fromUtf8(readFile(report.errorFile));
     QVERIFY2(told.contains("\r\n4,") || told.contains(QChar(0xfeff) + QString("4,")), qPrintable(told));
     QVERIFY2(told.contains("5,\"Data too long") && told.contains("6,\"値の数が違います"), qPrintable(told));
+}
+
+void CsvTest::aFileThatHasOtherColumnsIsRefused_data()
+{
+    const Rows<QByteArray, bool> row;
+    row("in another order", "v,id\n2,1\n", true);
+    row("fewer", "id\n1\n", true);
+    row("more, without a header", "1,2,3\n", false);
+    row("fewer, without a header", "1\n", false);
+}
+
+// Another program has written it since its columns, "id" and "v", were shown.
+void CsvTest::aFileThatHasOtherColumnsIsRefused()
+{
+    const auto [bytes, hasHeader] = fetched<QByteArray, bool>();
+    TestServer &server = m_servers.of(TestServer::Brand::MariaDb);
+    server.run("DROP DATABASE IF EXISTS c; CREATE DATABASE c; CREATE TABLE c.t(id INT, v INT)");
+    ImportOptions options;
+    options.path = m_folder.filePath("other.csv");
+    writeFile(options.path, bytes);
+    options.format.hasHeader = hasHeader;
+    options.database = "c";
+    options.table = "t";
+    options.columns = {{"id", 0}, {"v", 1}};
+    options.fileColumns = QStringList{"id", "v"};
+    QString words;
+    try {
+        words = textOf(import(options));
+    } catch (const Failure &error) {
+        words = error.description();
+    }
+    QVERIFY2(words.contains("変わっています"), qPrintable(words));
+    QCOMPARE(server.run("SELECT COUNT(*) FROM c.t"), "0\n");
 }
 
 void CsvTest::rowsGoByLoadDataLocal_data()

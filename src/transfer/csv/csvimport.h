@@ -18,6 +18,8 @@ struct ImportOptions {
     QString database, table;
     bool createsTable = false; // from what all rows hold; `columns` are those of the file then
     std::vector<ImportColumn> columns;
+    // The file's, as they were when `columns` were chosen: a file that has others meanwhile is refused.
+    QStringList fileColumns;
     QString nullText; // an unquoted value of these letters is NULL; empty: an empty one
     Duplicates duplicates = Duplicates::Stop;
     bool keepsGoodRows = false; // else one bad row takes all back

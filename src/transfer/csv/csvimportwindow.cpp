@@ -325,6 +325,7 @@ void CsvImportWindow::start()
     options.table = m_table.isEmpty() ? m_newTable->text().trimmed() : m_table;
     options.createsTable = m_table.isEmpty();
     options.columns = mapping();
+    options.fileColumns = m_fileColumns;
     options.nullText = m_nullText->text();
     options.duplicates = static_cast<Duplicates>(m_duplicates->currentIndex());
     options.keepsGoodRows = m_errors->currentIndex() != TakeAllBack;

@@ -30,7 +30,7 @@ private:
 // The rows of the file that have as many values as its header, or its first row. Throws Failure.
 class ImportFile {
 public:
-    // Others go into the list, where there is one.
+    // Others go into the list, where there is one. The options are not copied.
     ImportFile(const ImportOptions &options, ErrorList *errors);
 
     bool next(CsvRow &row);
@@ -41,8 +41,10 @@ public:
     TransferStatus status() const; // asks the system: not for every row
 
 private:
+    void requireColumns(const CsvRow &first) const;
+
     CsvReader m_reader;
-    const QString m_table;
+    const ImportOptions &m_options;
     ErrorList *m_errors;
     std::size_t m_fieldCount = 0;
     qint64 m_rows = 0, m_lastLine = 0;
