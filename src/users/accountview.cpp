@@ -67,6 +67,15 @@ void setText(QComboBox &box, const QString &text)
     box.setCurrentIndex(box.findText(text, Qt::MatchExactly | Qt::MatchCaseSensitive));
 }
 
+// A grant that could not be read is not the chosen one: the boxes show another.
+void clearGrant(ChosenList &list, std::initializer_list<QLabel *> names, const CheckBoxes &boxes)
+{
+    setText(list, {});
+    for (QLabel *name : names)
+        name->clear();
+    setAll(boxes, false);
+}
+
 } // namespace
 
 void setAll(const CheckBoxes &boxes, bool isChecked)
@@ -180,12 +189,23 @@ void AccountView::showAccount(const Account &account)
     c.lblHostName->setText(account.host);
     c.lblUserName->setText(account.user);
     clearGrants();
-    trap([&] { readAccount(account); });
+    if (!trap([&] { readAccount(account); }))
+        showUnread();
+}
+
+// The boxes show another account's rights, which a change would give to this one; cleared, it would take all.
+void AccountView::showUnread()
+{
+    setAll(c.ckPrivType, false);
+    clearGrants();
+    c.cmdGrantEdit->setEnabled(false);
 }
 
 void AccountView::readAccount(const Account &account)
 {
     const GlobalRights rights = readGlobalRights(m_session, account);
+    if (rights.checks.empty())
+        throw Failure(QStringLiteral("このアカウントの行が、サーバーにありません。"));
     show(c.ckPrivType, rights.checks);
     setTags(c.ckPrivType, rights.checks);
     // MariaDB reads a role's 'name'@"" as the account 'name'@"%": whatever is sent would change that one.
@@ -217,11 +237,15 @@ void AccountView::lstDB_Click()
     if (database.isEmpty())
         return;
     c.lblDbName->setText(database);
-    trap([&] {
+    const bool isRead = trap([&] {
         const ShownChecks checks = readDatabaseRights(m_session, account(), database);
+        if (checks.empty()) // taken meanwhile
+            setAll(c.ckDBPrivType, false);
         show(c.ckDBPrivType, checks);
         setTags(c.ckDBPrivType, checks);
     });
+    if (!isRead)
+        return clearGrant(*c.lstDB, {c.lblDbName}, c.ckDBPrivType);
     if (isPatternOfDatabases(database) && !c.lstAddDB->texts().contains(database))
         c.lstAddDB->appendItem(database);
     setText(*c.lstAddDB, database);
@@ -248,7 +272,14 @@ void AccountView::lstTable_Click()
     const QString database = item.left(tab), table = item.mid(tab + 1);
     c.lblTableNameDB->setText(database);
     c.lblTableName->setText(table);
-    trap([&] { show(c.ckTablePrivType, readTableRights(m_session, account(), database, table)); });
+    const bool isRead = trap([&] {
+        const ShownChecks checks = readTableRights(m_session, account(), database, table);
+        if (checks.empty()) // taken meanwhile
+            setAll(c.ckTablePrivType, false);
+        show(c.ckTablePrivType, checks);
+    });
+    if (!isRead)
+        return clearGrant(*c.lstTable, {c.lblTableNameDB, c.lblTableName}, c.ckTablePrivType);
     setText(*c.cboAddDB, database);
     cboAddDB_Click();
     setText(*c.lstAddTable, table);
@@ -297,14 +328,16 @@ AccountForm AccountView::form() const
     return form;
 }
 
-void AccountView::trap(const std::function<void()> &statements)
+bool AccountView::trap(const std::function<void()> &statements)
 {
     try {
         const BusyPointer busy(m_dialogue);
         statements();
+        return true;
     } catch (const Failure &error) {
         // Whoever stopped the reading need not be told.
         if (!m_session.runner.isStopWanted())
             m_dialogue.refuse(error.description());
+        return false;
     }
 }

@@ -38,11 +38,12 @@ private:
     void clearGrants();
     void showAccount(const Account &account);
     void readAccount(const Account &account);
+    void showUnread();
     void setExistingAccountMode(bool isExisting);
     void enableAccountButtons(bool isOn); // those that act on the chosen account
     Account account() const;              // lblHostName, lblUserName
-    // Runs statements; the server's words go into a box.
-    void trap(const std::function<void()> &statements);
+    // Runs statements; the server's words go into a box, and the answer is false then.
+    bool trap(const std::function<void()> &statements);
 
     Session &m_session;
     UserControls &c;

@@ -29,6 +29,8 @@ private Q_SLOTS:
     void anAccountIsAddedShownAndGranted();
     void typingReplacesThePlaceholder();
     void boxesOfMissingColumnsStayAsTheyWere();
+    void boxesOfAnotherAccountDoNotStay_data();
+    void boxesOfAnotherAccountDoNotStay();
 
 private:
     TestServer m_server;
@@ -151,6 +153,49 @@ void FrmUserAddTest::boxesOfMissingColumnsStayAsTheyWere()
     QVERIFY(box(0)->isChecked() && box(21)->isChecked());
     for (const int i : {1, 2, 3})
         QVERIFY2(!box(i)->isChecked(), qPrintable(box(i)->objectName()));
+}
+
+void FrmUserAddTest::boxesOfAnotherAccountDoNotStay_data()
+{
+    // The list and its item, the box, and the statement that reads them; whether there is no row any more.
+    const Rows<QByteArray, QString, QByteArray, QString, bool> row;
+    const QString where = " where user = 'b'   and host = '%'", on = where + "   and db = 'd2'";
+    row("account", "lstUser", "%\tb", "ckPrivType_0", "select * from mysql.user" + where, false);
+    row("gone account", "lstUser", "%\tb", "ckPrivType_0", "select * from mysql.user" + where, true);
+    row("its tables", "lstUser", "%\tb", "ckPrivType_0", "select * from mysql.tables_priv" + where, false);
+    row("database", "lstDB", "d2", "ckDBPrivType_0", "select * from mysql.db" + on, false);
+    row("gone database", "lstDB", "d2", "ckDBPrivType_0", "select * from mysql.db" + on, true);
+    row("table", "lstTable", "d2\tt", "ckTablePrivType_0",
+        "select * from mysql.tables_priv" + on + "   and table_name = 't'", false);
+}
+
+// A change would give them to this one.
+void FrmUserAddTest::boxesOfAnotherAccountDoNotStay()
+{
+    const auto [list, item, box, statement, isGone] =
+        fetched<QByteArray, QString, QByteArray, QString, bool>();
+    ScriptedStage stage;
+    stage.script.always("select * from mysql.user", Reply::table({"Host", "User"}, {{"%", "a"}, {"%", "b"}}));
+    for (const QString &user : {QString("a"), QString("b")}) {
+        const QString where = " where user = '" + user + "'   and host = '%'";
+        stage.script.always("select * from mysql.user" + where, Reply::table({"Select_priv"}, {{"Y"}}));
+        stage.script.always("select * from mysql.db" + where, Reply::table({"Db"}, {{"d2"}}));
+        stage.script.always("select * from mysql.tables_priv" + where,
+                            Reply::table({"Db", "Table_name"}, {{"d2", "t"}}));
+    }
+    const bool isAccount = list == "lstUser", isTold = !isGone || isAccount;
+    stage.script.always(statement,
+                        isGone ? Reply::table({"Select_priv", "Table_priv"}) : Reply::failure("cut off"));
+    stage.open(new frmUserAdd(stage.session, nullptr, &stage.dialogue));
+    stage.choose("lstUser", isAccount ? "%\ta" : "%\tb");
+    stage.control<QCheckBox>(box)->setChecked(true);
+    if (isTold)
+        stage.dialogue.expectRefuse(isGone ? "このアカウントの行が、サーバーにありません。" : "cut off");
+    stage.choose(list, item);
+    QVERIFY(!stage.isChecked(box));
+    QCOMPARE(stage.isEnabled("cmdGrantEdit"), !isAccount);
+    for (const char *label : {"lblDbName", "lblTableName"})
+        QVERIFY(isGone || stage.control<QLabel>(label)->text().isEmpty());
 }
 
 QTEST_MAIN(FrmUserAddTest)
