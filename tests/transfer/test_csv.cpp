@@ -64,6 +64,8 @@ private Q_SLOTS:
     void rowsThatDoNotFitAreTold();
     void aFileThatHasOtherColumnsIsRefused_data();
     void aFileThatHasOtherColumnsIsRefused();
+    void anAccountMayDoLittle_data();
+    void anAccountMayDoLittle();
     void rowsGoByLoadDataLocal_data();
     void rowsGoByLoadDataLocal();
     void whatEndsALocalLoadIsTold_data();
@@ -376,6 +378,69 @@ void CsvTest::aFileThatHasOtherColumnsIsRefused()
     }
     QVERIFY2(words.contains("変わっています"), qPrintable(words));
     QCOMPARE(server.run("SELECT COUNT(*) FROM c.t"), "0\n");
+}
+
+void CsvTest::anAccountMayDoLittle_data()
+{
+    // What it may do, whether into a table that is made for it, how, what is said, and the rows that are
+    // there.
+    const Rows<TestServer::Brand, QString, bool, Duplicates, bool, QString, QString> row;
+    using enum TestServer::Brand;
+    using enum Duplicates;
+    const QString all = "3000 行を取り込みました。\nサーバーが値を丸めた行: 2000 行";
+    row("insert, MySQL 9", MySql9, "INSERT", false, Stop, false, all, "3000");
+    row("insert, MariaDB", MariaDb, "INSERT", false, Stop, false, all, "3000");
+    row("insert by LOAD DATA", MySql9, "INSERT", false, Stop, true, "3000 行を取り込み", "3000");
+    row("no update", MySql9, "INSERT, SELECT", false, Skip, false,
+        "2 行目: UPDATE command denied|何も確定していません", "0");
+    row("one column, MariaDB", MariaDb, "INSERT(n), SELECT", false, Stop, false,
+        "2 行目: INSERT command denied|何も確定していません", "0");
+    row("no insert, LOAD DATA", MySql9, "SELECT", false, Stop, true,
+        "INSERT command denied|何も確定していません", "0");
+    row("no create", MySql9, "SELECT, INSERT", true, Stop, false, "CREATE command denied|何も確定", "");
+    row("no drop", MySql9, "INSERT, CREATE", true, Stop, false,
+        "入らない行があるため、すべて取り消しました。|入らなかった行: |「made」は空のまま残っています", "0");
+}
+
+void CsvTest::anAccountMayDoLittle()
+{
+    const auto [brand, rights, makes, duplicates, isLocal, words, rows] =
+        fetched<TestServer::Brand, QString, bool, Duplicates, bool, QString, QString>();
+    SKIP_WITHOUT(brand);
+    TestServer &server = m_servers.of(brand);
+    const bool isOfColumn = rights.contains('(');
+    server.run(
+        QString("SET GLOBAL local_infile=1; DROP DATABASE IF EXISTS c; CREATE DATABASE c; CREATE TABLE "
+                "c.t(id INT PRIMARY KEY, n DECIMAL(4,1)); DROP USER IF EXISTS little@'%'; CREATE USER "
+                "little@'%' IDENTIFIED BY 'demo'; GRANT %1 ON c.%2 TO little@'%'")
+            .arg(rights, isOfColumn ? "t" : "*"));
+    LocalStage stage(server);
+    stage.session.gUser = "little";
+    stage.session.gCn = stage.session.makeConnection(connectionStringOf(stage.session));
+    stage.session.gCn->open();
+    ImportOptions options;
+    options.path = m_folder.filePath("little.csv");
+    QByteArray lines = "id,n\n";
+    for (int i = 0; i < 3000; ++i)
+        lines += QByteArray::number(i) + (i < 1000 || isLocal ? ",1\n" : ",1.25\n");
+    writeFile(options.path, makes ? lines + "short\n" : lines);
+    options.database = "c";
+    options.table = makes ? "made" : "t";
+    options.createsTable = makes;
+    options.columns = {{"id", 0}, {"n", 1}};
+    options.duplicates = duplicates;
+    options.isLocal = isLocal;
+    QString told;
+    try {
+        told = textOf(importCsv(stage.session, options, noReport));
+    } catch (const Failure &error) {
+        told = error.description();
+    }
+    for (const QString &part : words.split('|'))
+        QVERIFY2(told.contains(part), qPrintable(told));
+    stage.session.gCn.reset(); // it may still hold locks
+    if (!rows.isEmpty())
+        QCOMPARE(server.run("SELECT COUNT(*) FROM c." + options.table).trimmed(), rows);
 }
 
 void CsvTest::rowsGoByLoadDataLocal_data()

@@ -16,6 +16,18 @@ namespace {
 constexpr std::size_t statementBytes = 512 * 1024;
 constexpr std::size_t rowsPerStatement = 2000;
 
+// What every further row would be told, too, or what may have taken the transaction back.
+bool endsImport(const Failure &error)
+{
+    constexpr int deadlock = 1213, lockWait = 1205, noTable = 1146;
+    constexpr int deniedDatabase = 1044, deniedTable = 1142, deniedColumn = 1143;
+    constexpr int readOnlyServer = 1290, readOnlyMode = 1836;
+    constexpr int numbers[] = {deadlock,    lockWait,     noTable,        deniedDatabase,
+                               deniedTable, deniedColumn, readOnlyServer, readOnlyMode};
+    return error.isConnectionLost() || error.isInterrupted() ||
+           std::ranges::find(numbers, error.number()) != std::end(numbers);
+}
+
 class Import {
 public:
     Import(Session &session, const ImportOptions &options, const ReportProgress &report)
@@ -225,11 +237,8 @@ void Import::sendRows(std::size_t first, std::size_t last)
             noteChanges(first);
         return;
     } catch (const Failure &error) {
-        constexpr int deadlock = 1213, lockWait = 1205; // these may have taken the transaction back
-        constexpr int tooLarge = 1153, noTable = 1146;
-        if (error.isConnectionLost() || error.isInterrupted() || error.number() == deadlock ||
-            error.number() == lockWait || error.number() == noTable ||
-            (error.number() == tooLarge && last - first == 1))
+        constexpr int tooLarge = 1153;
+        if (endsImport(error) || (error.number() == tooLarge && last - first == 1))
             throw Failure(QStringLiteral("%1 行目: %2").arg(m_rows[first].line).arg(error.description()),
                           error.number(), error.state());
         if (last - first == 1)
@@ -326,8 +335,8 @@ void Import::end()
         commit();
     } else {
         connection().execute(QStringLiteral("ROLLBACK"));
-        if (m_options.createsTable)
-            connection().execute(QStringLiteral("DROP TABLE ") + quotedName(m_options.table));
+        if (m_options.createsTable && !dropsNewTable())
+            m_report.leftTable = m_options.table;
         m_report.rows = m_report.skipped = m_report.changed = 0;
     }
     m_errors.finish();
@@ -361,5 +370,7 @@ QString textOf(const ImportReport &report)
     if (report.errors > report.listedErrors)
         text += QStringLiteral("そこにあるのは最初の %1 行で、実際の数はもっと多いことがあります。")
                     .arg(report.listedErrors);
+    if (!report.leftTable.isEmpty())
+        text += QStringLiteral("\n作ったテーブル「%1」は空のまま残っています。").arg(report.leftTable);
     return text;
 }

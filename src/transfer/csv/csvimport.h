@@ -38,6 +38,7 @@ struct ImportReport {
     qint64 listedErrors = 0; // in the file: the server lists only the first ones, and counts to 65535
     bool isTakenBack = false;
     QString errorFile; // empty: there were none
+    QString leftTable; // was made for the rows, and could not be dropped
 };
 
 // Over the session's connection, in as few statements as carry the rows; bad rows are found by halving. The
