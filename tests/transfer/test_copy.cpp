@@ -73,6 +73,8 @@ private Q_SLOTS:
     void everythingArrives();
     void tablesChangePlaces_data();
     void tablesChangePlaces();
+    void aMissingRightChangesNothing_data();
+    void aMissingRightChangesNothing();
     void neverOntoItself_data();
     void neverOntoItself();
     void whatEndsEarlySaysWhatIsThere_data();
@@ -194,6 +196,28 @@ void CopyTest::tablesChangePlaces()
              qPrintable(refusal));
     QCOMPARE(target.run("SELECT id FROM d.e"), "7\n");
     QVERIFY(!target.run("USE d; SHOW TABLES").contains("tarnwell"));
+}
+
+void CopyTest::aMissingRightChangesNothing_data()
+{
+    TestServers::addRows();
+}
+
+void CopyTest::aMissingRightChangesNothing()
+{
+    QFETCH(Brand, brand);
+    SKIP_WITHOUT(brand);
+    TestServer &source = m_servers.of(Brand::MariaDb), &target = m_targets.of(brand);
+    for (TestServer *server : {&source, &target})
+        server->run("DROP DATABASE IF EXISTS d; CREATE DATABASE d; CREATE TABLE d.t(a INT PRIMARY KEY)");
+    target.run(
+        "CREATE USER little@'%' IDENTIFIED BY 'demo'; GRANT SELECT, INSERT, CREATE ON d.* TO little@'%'");
+    Ends ends(source.nativeString(), target.nativeString().replace("uid=demo", "uid=little"));
+    ends.to.gUser = "little";
+    const QString words = wordsOf([&] { ends.copy(ends.look()); });
+    QVERIFY2(words.contains("command denied") && words.contains("コピー先は変更していません"),
+             qPrintable(words));
+    QCOMPARE(target.run("SHOW TABLES FROM d"), "t\n");
 }
 
 void CopyTest::neverOntoItself_data()

@@ -227,6 +227,7 @@ QString copyObjects(Session &from, Session &to, const CopyOptions &options, cons
             makeDatabase(from, to, options, rewrite);
         to.connection().execute(useStatement(options.database));
         sink.emplace(to, options.database, replacedTables(look), rewrite);
+        sink->staging().requireRights();
         const DumpReport done =
             dump(from, optionsFor(to, options, look), *sink, [&](const TransferStatus &status) {
                 hasBegun = true;

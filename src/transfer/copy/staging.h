@@ -17,6 +17,8 @@ public:
             std::function<void(const QString &statement)> send);
 
     bool isUsed() const { return !m_replaced.isEmpty(); }
+    // Throws Failure, with nothing changed, where the account may not let tables change places.
+    void requireRights();
     // The object as it is made, a table or sequence beside the one that it is to replace.
     DumpObject beside(const DumpObject &object);
     // Throws Failure; giveUp() then says what there is.
