@@ -60,6 +60,8 @@ private Q_SLOTS:
     void charactersAreWhole();
     void aRowHasAnEnd();
     void whatIsExportedIsImported();
+    void floatsKeepTheirDigits_data();
+    void floatsKeepTheirDigits();
     void rowsThatDoNotFitAreTold_data();
     void rowsThatDoNotFitAreTold();
     void aFileThatHasOtherColumnsIsRefused_data();
@@ -305,6 +307,52 @@ void CsvTest::whatIsExportedIsImported()
     QCOMPARE(server.run("SELECT COLUMN_TYPE FROM information_schema.COLUMNS WHERE TABLE_SCHEMA='c' AND "
                         "TABLE_NAME='made' ORDER BY ORDINAL_POSITION"),
              "int(11)\nvarchar(8)\nvarchar(6)\nvarchar(6)\ndecimal(3,2)\ndatetime(6)\nvarchar(4)\n");
+}
+
+void CsvTest::floatsKeepTheirDigits_data()
+{
+    TestServers::addConnectionRows();
+}
+
+void CsvTest::floatsKeepTheirDigits()
+{
+    QFETCH(TestServer::Brand, brand);
+    QFETCH(bool, isBuiltIn);
+    SKIP_WITHOUT(brand);
+    TestServer &server = m_servers.of(brand);
+    server.run(
+        "DROP DATABASE IF EXISTS c; CREATE DATABASE c; USE c; CREATE TABLE t(id INT PRIMARY KEY, `a``f` "
+        "FLOAT UNSIGNED, g FLOAT(7,2), d DOUBLE, s VARCHAR(9)); CREATE TABLE back LIKE t; INSERT INTO t "
+        "VALUES(1,16777217,99999.99,0.1,'x'),(2,1.401298464324817e-45,0.1,1,'0.10'),"
+        "(3,3.4028234663852886e38,0,5e-324,''),(4,0.1,1,1.7976931348623157e308,''),(5,NULL,NULL,NULL,'')");
+    BlockingPump pump;
+    Session session;
+    session.connectBy(createConnection, pump);
+    session.gCn = session.makeConnection(server.connectionString(isBuiltIn, "c"));
+    session.gCn->open();
+    ExportOptions out;
+    out.path = m_folder.filePath("floats.csv");
+    out.encoding = TextEncoding::Utf8;
+    out.hasCrLf = false;
+    exportStatement(session, "/* all */ SELECT * FROM c.t WHERE `a``f` >= 0 ORDER BY 1", out, noReport);
+    const QByteArray rows = readFile(out.path);
+    QVERIFY2(rows.startsWith("id,a`f,g,d,s\n1,16777216,99999.99,0.1,x\n2,1e-45,0.10,1,0.10\n"), rows);
+    ImportOptions in;
+    in.path = out.path;
+    in.database = "c";
+    in.table = "back";
+    in.columns = {{"id", 0}, {"a`f", 1}, {"g", 2}, {"d", 3}, {"s", 4}};
+    in.format = guessedFormat(rows);
+    QCOMPARE(importCsv(session, in, noReport).rows, 4);
+    const QString reading = "SELECT id, `a``f`*1e0, g*1e0, d, s FROM c.%1 WHERE id < 5 ORDER BY id";
+    QCOMPARE(server.run(reading.arg("back")), server.run(reading.arg("t")));
+    // Columns that are named, and what is no mere reading of one table's columns.
+    for (const auto &[select, line] :
+         {std::pair("select t.`a``f`, id from t where id=1 limit 1", "a`f,id\n16777216,1\n"),
+          {"select `A``F` as x from t where id=1", "x\n16777200\n"}}) {
+        exportStatement(session, select, out, noReport);
+        QCOMPARE(readFile(out.path), line);
+    }
 }
 
 void CsvTest::rowsThatDoNotFitAreTold_data()

@@ -4,6 +4,7 @@
 #include "controls/grid/packedrows.h"
 #include "core/sql/failure.h"
 #include "core/sql/statements.h"
+#include "transfer/csv/exactfloats.h"
 
 #include <algorithm>
 
@@ -239,13 +240,19 @@ QString textOf(const RowExport &file, const QString &path)
            (unknown.isEmpty() ? QString() : u'\n' + unknown);
 }
 
-void copyRows(RecordSet &rows, RowExport &file, const ReportProgress &report)
+void copyRows(RecordSet &rows, const std::vector<int> &floats, RowExport &file, const ReportProgress &report)
 {
+    std::vector<std::string> words(floats.size());
     try {
         for (std::vector<Cell> cells; !rows.isEof(); rows.moveNextBlock()) {
             const RowBlock &block = rows.block();
             for (int row = 0; row < block.rowCount(); ++row) {
                 block.read(row, cells);
+                for (std::size_t i = 0; i < floats.size(); ++i) {
+                    Cell &cell = cells[static_cast<std::size_t>(floats[i])];
+                    words[i] = shortFloat(cell.bytes);
+                    cell.bytes = words[i];
+                }
                 file.addRow(cells);
             }
             report({.object = {}, .rows = file.rows()});
@@ -279,12 +286,16 @@ QString exportRows(const PackedRows &rows, const std::vector<Field> &fields, con
 QString exportStatement(Session &session, const QString &statement, const ExportOptions &options,
                         const ReportProgress &report)
 {
-    RecordSet rows = session.connection().execute(statement);
+    const ExactSelect exact = exactSelect(session.connection(), statement);
+    RecordSet rows = session.connection().execute(exact.statement);
     if (!rows.isOpen())
         throw Failure(QStringLiteral("この文は行を返しません。"));
     rows.readWithoutLimit();
-    RowExport file(options, rows.fields());
-    copyRows(rows, file, report);
+    std::vector<Field> fields = rows.fields();
+    for (std::size_t i = 0; i < exact.floats.size(); ++i)
+        fields.at(static_cast<std::size_t>(exact.floats[i])).name = exact.names[i];
+    RowExport file(options, fields);
+    copyRows(rows, exact.floats, file, report);
     file.finish();
     return textOf(file, options.path);
 }

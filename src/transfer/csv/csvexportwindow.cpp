@@ -65,6 +65,9 @@ void CsvExportWindow::fillChoices()
 {
     makeOptionGroup(this, {m_shownRows, m_allRows});
     m_shownRows->setChecked(true);
+    m_shownRows->setToolTip(
+        QStringLiteral("サーバーは FLOAT の値を 6 桁で表示します。すべての桁は、テーブルの"
+                       "「すべての行」で書き出せます"));
     m_allRows->setEnabled(!m_source->statement.isEmpty());
     m_allRows->setToolTip(m_source->statement.isEmpty()
                               ? QStringLiteral("この表の文は分からないか、もう一度実行できません")
