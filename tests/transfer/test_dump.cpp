@@ -101,14 +101,21 @@ void DumpTest::everythingComesBack()
 void DumpTest::awkwardValuesComeBack()
 {
     TestServer &server = m_servers.of(TestServer::Brand::MariaDb);
-    server.run(QString(valuesSetUp) +
-               "CREATE SEQUENCE counter START WITH 5; SELECT NEXTVAL(counter);"
-               "CREATE TABLE kept(id INT PRIMARY KEY) WITH SYSTEM VERSIONING;"
-               "SET timestamp=1000000000; INSERT INTO kept VALUES(1),(2); SET timestamp=1000000060;"
-               "DELETE FROM kept WHERE id=1;");
+    server.run(
+        QString(valuesSetUp) +
+        "CREATE SEQUENCE counter START WITH 5; SELECT NEXTVAL(counter);"
+        "CREATE SEQUENCE below START WITH 100 MINVALUE 1 INCREMENT 5; ALTER SEQUENCE below RESTART 50;"
+        "CREATE SEQUENCE falling START WITH -5 INCREMENT -1 MAXVALUE 10; ALTER SEQUENCE falling RESTART 7;"
+        "CREATE SEQUENCE cycled START WITH 8 MINVALUE 2 MAXVALUE 9 NOCACHE CYCLE;"
+        "SELECT NEXTVAL(cycled), NEXTVAL(cycled), NEXTVAL(cycled);"
+        "CREATE SEQUENCE used START WITH 8 MAXVALUE 9 NOCACHE; SELECT SETVAL(used, 9);"
+        "CREATE TABLE kept(id INT PRIMARY KEY) WITH SYSTEM VERSIONING;"
+        "SET timestamp=1000000000; INSERT INTO kept VALUES(1),(2); SET timestamp=1000000060;"
+        "DELETE FROM kept WHERE id=1;");
     const QString reading = QString(valuesRead) +
                             "SELECT id, row_start, row_end FROM d.kept FOR SYSTEM_TIME ALL ORDER BY 1;"
-                            "SELECT next_not_cached_value FROM d.counter;";
+                            "SELECT * FROM d.counter; SELECT * FROM d.below; SELECT * FROM d.falling;"
+                            "SELECT * FROM d.cycled; SELECT * FROM d.used;";
     const QString before = server.run(reading);
     const QTemporaryDir folder;
     DumpOptions options = wholeDatabase();

@@ -65,6 +65,7 @@ private:
     void close();
     void write(const QString &text) { m_sink->write(text.toStdString()); }
     void writeObject(const DumpObject &object);
+    QString placeOfSequence(const DumpObject &object, const DumpObject &made);
     void writeRows(const DumpObject &table, const DumpObject &made);
     void copyRows(const DumpObject &table, const QString &select, InsertWriter &writer);
     void requireUnchanged(const DumpObject &object);
@@ -180,16 +181,26 @@ void Dump::tell(const DumpObject &object)
     m_tell(m_status);
 }
 
+// SETVAL goes on only, from the START or with a further round; back behind the START leads RESTART.
+QString Dump::placeOfSequence(const DumpObject &object, const DumpObject &made)
+{
+    RecordSet row = execute(
+        QStringLiteral("SELECT next_not_cached_value, cycle_count, next_not_cached_value<>start_value AND "
+                       "(next_not_cached_value<start_value)=(increment>=0) FROM ") +
+        quotedName(object.name));
+    const QString name = quotedName(made.name), next = row.text(0), round = row.text(1);
+    if (row.text(2) == u"1" && round == u"0")
+        return QStringLiteral("ALTER SEQUENCE %1 RESTART %2;\n").arg(name, next);
+    return QStringLiteral("SELECT SETVAL(%1, %2, 0, %3);\n").arg(name, next, round);
+}
+
 void Dump::writeObject(const DumpObject &object)
 {
     const DumpObject made = m_sink->placed(object);
     if (m_options.hasStructure)
         write(objectScript(made, m_options));
     if (object.kind == DumpKind::Sequence && m_options.hasRows)
-        write(QStringLiteral("SELECT SETVAL(%1, %2, 0);\n")
-                  .arg(quotedName(made.name),
-                       execute(QStringLiteral("SELECT next_not_cached_value FROM ") + quotedName(object.name))
-                           .text(0)));
+        write(placeOfSequence(object, made));
     if (object.kind != DumpKind::Table || !m_options.hasRows)
         return;
     if (!object.hasOwnRows()) {
