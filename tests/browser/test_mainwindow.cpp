@@ -39,6 +39,7 @@ private Q_SLOTS:
     void triggersAndEventsAreMadeChangedAndDropped();
     void anExpiredPasswordIsRenewed();
     void aConnectionUnderWayIsGivenUp();
+    void lettersSpellATableWhileTheServerThinks();
     void aThinkingServerIsLeftAtOnce_data();
     void aThinkingServerIsLeftAtOnce();
 
@@ -329,6 +330,23 @@ void MainWindowTest::aConnectionUnderWayIsGivenUp()
     click("cmdConnect");
     QTRY_VERIFY(control<QWidget>("cmdConnect")->isEnabled() && !control<QWidget>("cmdClose")->isEnabled());
     QVERIFY(!m_stage->session.gCn);
+}
+
+void MainWindowTest::lettersSpellATableWhileTheServerThinks()
+{
+    sql("CREATE TABLE za(a INT); CREATE TABLE zb(a INT); CREATE TABLE zbc(a INT)");
+    openDatabase();
+    QWidget &list = *control<QWidget>("lstTables");
+    list.setFocus();
+    m_server->freeze();
+    QTimer::singleShot(300, this, [&] {
+        QTest::keyClicks(&list, "bc");
+        QTest::keyClick(&list, Qt::Key_Up); // other keys choose nothing meanwhile
+        m_server->resume();
+    });
+    QTest::keyClick(&list, Qt::Key_Z);
+    QTRY_COMPARE(control<QLabel>("lblTableName")->text(), "zbc");
+    QVERIFY(!m_stage->session.runner.isRunning());
 }
 
 void MainWindowTest::aThinkingServerIsLeftAtOnce_data()

@@ -90,6 +90,17 @@ bool isWriting(const QObject *watched, const QEvent &event)
     }
 }
 
+// Letters that go on to spell a list's item: the first of them has begun to read what it led to. A choice
+// waits for what runs.
+bool isSpellingAnItem(QObject *watched, const QEvent &event)
+{
+    if (!isKey(event) || event.type() == QEvent::ShortcutOverride || !qobject_cast<ChosenList *>(watched))
+        return false;
+    const auto &key = static_cast<const QKeyEvent &>(event);
+    return (key.modifiers() & ~(Qt::ShiftModifier | Qt::KeypadModifier)) == 0 && !key.text().isEmpty() &&
+           key.text()[0].isPrint();
+}
+
 bool isInWindowThatWorksOn(const QObject *watched)
 {
     const auto *widget = qobject_cast<const QWidget *>(watched);
@@ -181,7 +192,7 @@ bool WindowPump::eventFilter(QObject *watched, QEvent *event)
             return true;
         }
     }
-    if (isInWindowThatWorksOn(watched) || isWriting(watched, *event))
+    if (isInWindowThatWorksOn(watched) || isWriting(watched, *event) || isSpellingAnItem(watched, *event))
         return false;
     if (stopsRunningCommand(watched))
         return (event->type() == QEvent::KeyPress || event->type() == QEvent::KeyRelease) &&

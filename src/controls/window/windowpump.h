@@ -6,9 +6,9 @@
 #include <QObject>
 
 // Keeps the windows alive while a worker waits for the server: painting, moving and resizing go on, and so
-// does writing into text boxes. What else the user types or clicks is thrown away, except on what stops the
-// running command or asks no server (see stopping.h). Escape and the close box of a window get through: each
-// window knows how it is left.
+// does writing into text boxes and spelling items of lists. What else the user types or clicks is thrown
+// away, except on what stops the running command or asks no server (see stopping.h). Escape and the close box
+// of a window get through: each window knows how it is left.
 class WindowPump : public QObject, public Pump {
     Q_OBJECT
 
