@@ -1,6 +1,7 @@
 #include "sheets/scriptfiledialog.h"
 
 #include "controls/window/building.h"
+#include "core/command/scriptguess.h"
 
 #include <QCheckBox>
 #include <QComboBox>
@@ -51,6 +52,8 @@ std::optional<ScriptOptions> askForScript(QWidget *window, const QString &folder
     auto *encoding = made<QComboBox>("scriptEncoding");
     encoding->addItems(
         {QStringLiteral("UTF-8（ダンプ）"), QStringLiteral("シフトJIS (CP932)"), QStringLiteral("EUC-JP")});
+    auto *guess = made<QLabel>("scriptGuess");
+    guess->setTextFormat(Qt::PlainText);
     auto *transaction =
         made<QCheckBox>("scriptInTransaction", QStringLiteral("ひとつのトランザクションで実行する"));
     transaction->setToolTip(QStringLiteral(
@@ -60,7 +63,12 @@ std::optional<ScriptOptions> askForScript(QWidget *window, const QString &folder
     buttons->button(QDialogButtonBox::Ok)->setText(QStringLiteral("実行"));
     buttons->button(QDialogButtonBox::Cancel)->setText(QStringLiteral("キャンセル"));
     const auto check = [&] {
-        buttons->button(QDialogButtonBox::Ok)->setEnabled(QFileInfo(path->text()).isFile());
+        const bool isFile = QFileInfo(path->text()).isFile();
+        buttons->button(QDialogButtonBox::Ok)->setEnabled(isFile);
+        const ScriptGuess guessed = isFile ? guessScript(path->text()) : ScriptGuess();
+        encoding->setCurrentIndex(static_cast<int>(guessed.encoding));
+        guess->setText(guessed.words);
+        encoding->setAccessibleDescription(guessed.words);
     };
     check();
     QObject::connect(path, &QLineEdit::textChanged, &dialog, check);
@@ -69,6 +77,7 @@ std::optional<ScriptOptions> askForScript(QWidget *window, const QString &folder
     auto *layout = new QFormLayout(&dialog);
     layout->addRow(QStringLiteral("ファイル"), line);
     layout->addRow(QStringLiteral("文字コード"), encoding);
+    layout->addRow(QString(), guess);
     layout->addRow(transaction);
     layout->addRow(goesOn);
     layout->addRow(buttons);

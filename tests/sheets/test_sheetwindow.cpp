@@ -39,6 +39,8 @@ private Q_SLOTS:
     void lineEndsAreTheFiles();
     void whatOthersHaveWrittenIsNotOverwrittenUnasked();
     void aFileIsRunInPlaceOfAStatement();
+    void aFileIsRunAsItWasWritten_data();
+    void aFileIsRunAsItWasWritten();
     void aLostConnectionIsMadeAnew();
     void rowsOfOneTableAreEdited();
     void theServersModeIsFollowed();
@@ -465,6 +467,49 @@ void SheetWindowTest::aFileIsRunInPlaceOfAStatement()
     run();
     QCOMPARE(firstCells(), QStringList("8"));
     QCOMPARE(m_server.run("select count(*) from d.t").trimmed().right(1), "5");
+}
+
+void SheetWindowTest::aFileIsRunAsItWasWritten_data()
+{
+    // What stands in the file, what is said of it, and the bytes that arrive.
+    const Rows<QByteArray, QString, QByteArray> row;
+    const QByteArray begin = "insert into d.s(t) values('", end = "');\n";
+    const QByteArray kanji = "E697A5E69CAC", longest = QByteArray("-- x\n").repeated(100'000);
+    const auto utf16 = [](const QString &text) {
+        return "\xff\xfe" + QByteArray(reinterpret_cast<const char *>(text.utf16()), text.size() * 2);
+    };
+    row("UTF-8", begin + "日本" + end, "UTF-8です", kanji);
+    row("with a mark", "\xef\xbb\xbf" + begin + "日本" + end, "BOM", kanji);
+    row("UTF-16", utf16("insert into d.s(t) values('日本');"), "BOM", kanji);
+    row("CP932", begin + "\x93\xfa\x96\x7b\x95\x5c" + end, "シフトJISのようです", kanji + "E8A1A8");
+    row("CP932 behind a long beginning", longest + begin + "\x93\xfa\x96\x7b" + end, "シフトJISのようです",
+        kanji);
+    row("EUC-JP", begin + "\xc6\xfc\xcb\xdc" + end, "EUC-JPのようです", kanji);
+    row("a dump in latin1",
+        "-- x\n/*!40101 SET NAMES latin1 */;\n" + begin +
+            "\xe9"
+            "clair" +
+            end,
+        "SET NAMES", "C3A9636C616972");
+    row("bytes", "set names binary; insert into d.s(b) values('\xff\xd8\x01\x80');", "そのまま", "FFD80180");
+}
+
+void SheetWindowTest::aFileIsRunAsItWasWritten()
+{
+    const auto [bytes, words, arrived] = fetched<QByteArray, QString, QByteArray>();
+    m_server.run("create table d.s(t varchar(20) character set utf8mb4, b varbinary(20))");
+    const QString path = m_stage->folder.filePath("s.sql");
+    writeFile(path, bytes);
+    Boxes boxes;
+    boxes.expectDialog("scriptFileDialog", [&](QDialog &dialog) {
+        dialog.findChild<QLineEdit *>("scriptPath")->setText(path);
+        const QString guess = dialog.findChild<QLabel *>("scriptGuess")->text();
+        QVERIFY2(guess.contains(words), qPrintable(guess));
+        dialog.accept();
+    });
+    run("runScriptFile");
+    QCOMPARE(m_server.run("select hex(coalesce(t, b)) from d.s").trimmed().section('\n', -1),
+             QString::fromLatin1(arrived));
 }
 
 void SheetWindowTest::aLostConnectionIsMadeAnew()
