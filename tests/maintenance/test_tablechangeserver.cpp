@@ -112,6 +112,11 @@ void TableChangeServerTest::rowsSurvive_data()
         "create table child (a int, foreign key (a) references t (a)) engine=innodb; "
         "insert into child values (1)",
         {"  a int", "  a varchar(9)"}, "select * from t,child", "");
+    row("refused: rows of a parent", Everywhere,
+        "create table t (a int primary key, b int) engine=innodb; insert into t values (1,1),(2,1);"
+        "create table child (a int, foreign key (a) references t (a)) engine=innodb; "
+        "insert into child values (1)",
+        {"  b int DEFAULT NULL", "  b int unique"}, "select * from t,child; show create table child", "");
     const QString tree =
         "create table t (a int primary key, up int, constraint k foreign key (up) references t (a)) "
         "engine=innodb; set foreign_key_checks=0; insert into t values (1,9),(9,1),(10,7)";

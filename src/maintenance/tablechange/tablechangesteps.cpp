@@ -44,12 +44,45 @@ Question hasRowsOf(const QString &table, const QString &other)
                 .arg(table, other)};
 }
 
+// The name of the one that holds what others have written into the new table.
+QString restOf(const TableChange &change)
+{
+    return qualifiedName(change.database, change.bareCopy().chopped(4) + QStringLiteral("rest"));
+}
+
 // Others may have written into the new table: it is put aside as a whole, and dropped only when all its rows
 // are those of the copy.
+WayBack putAside(const TableChange &change)
+{
+    constexpr int noSuchTable = 1146;
+    WayBack aside;
+    aside.statement = QStringLiteral("rename table %1 to %2").arg(change.newTable(), restOf(change));
+    aside.nothingThere = noSuchTable;
+    // Prescribed: the drop that follows finds nothing any more, unless the account may not rename.
+    aside.lost = QStringLiteral("変更中に他の接続が書き込んだ行は、失われた可能性があります。");
+    return aside;
+}
+
+// The foreign keys of other tables follow a table to its other name, also with their checks off, and would
+// then refer to none; where one is dropped, they wait for the next of its name.
+WayBack copyRest(const TableChange &change)
+{
+    constexpr int tableExists = 1050;
+    WayBack rest;
+    rest.statement =
+        QStringLiteral("create table %1 select * from %2").arg(restOf(change), change.newTable());
+    rest.when.statement = QStringLiteral("select 1 from dual where (select count(*) from %1) not in "
+                                         "(0, (select count(*) from %2))")
+                              .arg(change.newTable(), change.copy);
+    rest.isAlwaysAsked = true;
+    rest.nothingThere = tableExists; // an undoing that was begun before has made it
+    return rest;
+}
+
 std::vector<WayBack> dropNewTable(const TableChange &change)
 {
-    constexpr int noSuchTable = 1146, unknownTable = 1051;
-    WayBack use, aside, drop, dropAside;
+    constexpr int unknownTable = 1051;
+    WayBack use, drop, dropRest;
     // The name that follows is not qualified: it must not hit a table of another database.
     use.statement = useStatement(change.database);
     drop.statement = QStringLiteral("drop table ") + change.oldName;
@@ -59,21 +92,18 @@ std::vector<WayBack> dropNewTable(const TableChange &change)
         drop.remark = newTableIsLeft(change);
         return {use, drop};
     }
-    const QString other =
-        qualifiedName(change.database, change.bareCopy().chopped(4) + QStringLiteral("rest"));
-    aside.statement = QStringLiteral("rename table %1 to %2").arg(change.newTable(), other);
-    aside.nothingThere = noSuchTable;
-    // Prescribed: it finds nothing any more, unless the account may not rename.
-    aside.lost = QStringLiteral("変更中に他の接続が書き込んだ行は、失われた可能性があります。");
-    dropAside.statement = QStringLiteral("drop table ") + other;
-    dropAside.nothingThere = unknownTable;
-    dropAside.when.statement = QStringLiteral("select 1 from dual where (select count(*) from %1) in "
-                                              "(0, (select count(*) from %2))")
-                                   .arg(other, change.copy);
-    dropAside.isAlwaysAsked = true;
-    dropAside.notSent =
-        QStringLiteral("変更中に他の接続が書き込んだ行が、ﾃｰﾌﾞﾙ %1 に残っています。").arg(other);
-    return {use, aside, drop, dropAside};
+    dropRest.statement = QStringLiteral("drop table if exists ") + restOf(change);
+    dropRest.isAlwaysAsked = true;
+    dropRest.notSent =
+        QStringLiteral("変更中に他の接続が書き込んだ行が、ﾃｰﾌﾞﾙ %1 に残っています。").arg(restOf(change));
+    if (!change.children.empty()) {
+        dropRest.when = isMissing(showCreateTable(restOf(change)));
+        return {use, copyRest(change), drop, dropRest};
+    }
+    dropRest.when.statement = QStringLiteral("select 1 from dual where (select count(*) from %1) in "
+                                             "(0, (select count(*) from %2))")
+                                  .arg(restOf(change), change.copy);
+    return {use, putAside(change), drop, dropRest};
 }
 
 WayBack makeOldTable(const TableChange &change)
