@@ -23,13 +23,15 @@ public:
     // The same in two steps, for one of many files that take their names together; nothing is open between.
     void complete();
     void takeName();
+    // Waits until the disk has everything, and keeps the file open for takeName(), so that nobody else writes
+    // it.
+    void writeRest();
     const QString &path() const { return m_path; }
 
 private:
     class Compressor;
     void store(std::string_view bytes);
     void flush();
-    void writeRest();
     [[noreturn]] void fail(const QString &why) const;
 
     QString m_path;

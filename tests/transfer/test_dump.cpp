@@ -58,6 +58,7 @@ private Q_SLOTS:
     void oneWritesAFileAtATime();
     void aFailureLeavesNoFile_data();
     void aFailureLeavesNoFile();
+    void aFolderOfTwoDumpsHasNothingToLoadItBy();
 
 private:
     TestServers m_servers{{"--character-set-server=utf8mb4"}};
@@ -285,6 +286,23 @@ void DumpTest::aFailureLeavesNoFile()
     QCOMPARE(QDir(folder.path()).entryList(QDir::Files), files);
     for (const QString &file : files)
         QCOMPARE(readFile(folder.filePath(file)), "the old one");
+}
+
+void DumpTest::aFolderOfTwoDumpsHasNothingToLoadItBy()
+{
+    TestServer &server = m_servers.of(TestServer::Brand::MariaDb);
+    server.run(
+        "DROP DATABASE IF EXISTS d; CREATE DATABASE d; CREATE TABLE d.a(i INT); CREATE TABLE d.b(i INT)");
+    const QTemporaryDir folder;
+    const DumpTarget target{folder.path(), true};
+    dumpFrom(server, wholeDatabase(), target);
+    const QString first = folder.filePath("table-a.sql");
+    QVERIFY_THROWS_EXCEPTION(
+        Failure, dumpFrom(server, wholeDatabase(), target, true, [&](const TransferStatus &status) {
+            if (status.object == u"b" && QFile::remove(first))
+                QDir().mkpath(first);
+        }));
+    QVERIFY(QFileInfo(first).isDir() && !QFile::exists(folder.filePath("load.sql")));
 }
 
 QTEST_GUILESS_MAIN(DumpTest)

@@ -34,6 +34,7 @@ public:
     }
     void finish() { m_file.finish(); }
     void complete() { m_file.complete(); }
+    void writeRest() { m_file.writeRest(); }
     void takeName() { m_file.takeName(); }
 
 private:
@@ -70,6 +71,7 @@ private:
     void copyRows(const DumpObject &table, const QString &select, InsertWriter &writer);
     void requireUnchanged(const DumpObject &object);
     void writeLoader();
+    QString loaderPath() const { return QDir(m_target.path).filePath(QStringLiteral("load.sql")); }
     void tell(const DumpObject &object);
 
     Session &m_session;
@@ -99,7 +101,7 @@ DumpReport Dump::run()
     for (const DumpObject &object : plan)
         m_status.expectedRows += m_options.hasRows && object.hasOwnRows() ? object.expectedRows : 0;
     if (m_target.isFolder)
-        m_loader = std::make_unique<FileSink>(QDir(m_target.path).filePath(QStringLiteral("load.sql")));
+        m_loader = std::make_unique<FileSink>(loaderPath());
     else
         open(m_target.path);
     const auto behindTables = std::ranges::upper_bound(plan, DumpKind::Table, {}, &DumpObject::kind);
@@ -307,9 +309,13 @@ void Dump::writeLoader()
     for (const QString &name : std::as_const(m_names))
         write(QStringLiteral("SOURCE %1\n").arg(name));
     write(dumpTail(now()));
+    m_loader->writeRest();
+    // A folder that has some files of this dump and some of an earlier one is none: whoever loads it shall
+    // find nothing to load it by, should the program end here.
+    QFile::remove(loaderPath());
     for (const std::unique_ptr<FileSink> &file : m_complete)
         file->takeName();
-    m_loader->finish();
+    m_loader->takeName();
 }
 
 } // namespace
