@@ -1,5 +1,7 @@
 #include "core/command/pendingundo.h"
 
+#include "core/session/wholefile.h"
+
 #include <QDir>
 
 namespace {
@@ -27,10 +29,11 @@ void carryOut(UndoLog &log, PendingAnswer::Action action, Dialogue &dialogue)
 std::vector<UndoFile> pendingUndoLogs(Session &session)
 {
     std::vector<UndoFile> pending;
+    if (session.settingsFolder.isEmpty())
+        return pending;
+    removeLeftLocks(session.settingsFolder, UndoFile::suffix());
     const QDir folder(session.settingsFolder);
-    const QStringList names = session.settingsFolder.isEmpty()
-                                  ? QStringList()
-                                  : folder.entryList({u'*' + UndoFile::suffix()}, QDir::Files, QDir::Name);
+    const QStringList names = folder.entryList({u'*' + UndoFile::suffix()}, QDir::Files, QDir::Name);
     if (names.isEmpty())
         return pending;
     const ServerPlace here = serverPlace(session.connection());

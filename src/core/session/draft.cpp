@@ -63,6 +63,7 @@ bool Draft::read()
 
 std::vector<std::unique_ptr<Draft>> Draft::left(const QString &folder)
 {
+    removeLeftLocks(folder, QStringLiteral(".json"));
     std::vector<std::unique_ptr<Draft>> drafts;
     for (const QString &name : QDir(folder).entryList({"*.json"}, QDir::Files, QDir::Name)) {
         const QString path = folder + u'/' + name;

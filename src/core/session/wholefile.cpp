@@ -1,5 +1,6 @@
 #include "core/session/wholefile.h"
 
+#include <QDir>
 #include <QFile>
 #include <QFileInfo>
 #include <QSaveFile>
@@ -74,6 +75,19 @@ QString whyLeftAlone(const QString &path)
     if (QFileInfo(path).size() > largest)
         return QStringLiteral("「%1」は 1 MB を超えるため、読み書きしません。").arg(path);
     return {};
+}
+
+void removeLeftLocks(const QString &folder, const QString &suffix)
+{
+    const QString ending = QStringLiteral(".lock");
+    const QDir place(folder);
+    for (const QString &name : place.entryList({u'*' + suffix + ending}, QDir::Files)) {
+        if (place.exists(name.chopped(ending.size())))
+            continue;
+        QLockFile lock(place.filePath(name));
+        lock.setStaleLockTime(0);
+        lock.tryLock(0); // one that lives has it, else it goes with this
+    }
 }
 
 FileLock::FileLock(const QString &path)

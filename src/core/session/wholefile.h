@@ -26,6 +26,10 @@ void withdrawFromOthers(const QString &path);
 // than any that the program writes. Empty for one that is ordinary or not there.
 QString whyLeftAlone(const QString &path);
 
+// Removes the locks in a folder whose files, of a name that ends so, are gone: a program that ended between
+// the two left them.
+void removeLeftLocks(const QString &folder, const QString &suffix);
+
 // Keeps other programs of this folder from the file between reading and writing it. Waits for them a few
 // seconds; one that hangs, and a folder that takes no lock, hold nobody up.
 class FileLock {
