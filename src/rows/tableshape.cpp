@@ -159,9 +159,12 @@ TableShape readTableShape(Connection &connection, const QString &database, const
     if (table.whyReadOnly.isEmpty() && table.key.empty())
         table.whyReadOnly = QStringLiteral("主キーも、NULLのない一意キーもないため、行を特定できません");
     if (table.whyReadOnly.isEmpty())
-        table.references =
-            readForeignKeys(connection, inSchema(table, "k.table_schema", "k.table_name") +
-                                            QStringLiteral(" and k.referenced_table_name<>''"));
+        // Both of the views are told the table: MariaDB 10.11 opens all tables of the server for one that is
+        // not.
+        table.references = readForeignKeys(
+            connection, inSchema(table, "k.table_schema", "k.table_name") + QStringLiteral(" and ") +
+                            inSchema(table, "r.constraint_schema", "r.table_name") +
+                            QStringLiteral(" and k.referenced_table_name<>''"));
     return table;
 }
 

@@ -146,8 +146,12 @@ std::vector<RelatedThing> readForeignKeys(Session &session, const QString &datab
             "r.table_name=k.table_name where k.referenced_table_name is not null and %1 group by "
             "k.constraint_name, k.table_schema, k.table_name, k.referenced_table_schema, "
             "k.referenced_table_name")
-            .arg(isFrom ? isTable(database, table, "k.table_schema", "k.table_name")
-                        : isTable(database, table, "k.referenced_table_schema", "k.referenced_table_name")),
+            // Both of the views are told the table: MariaDB 10.11 opens all tables of the server for one that
+            // is not.
+            .arg(isFrom
+                     ? isTable(database, table, "k.table_schema", "k.table_name") + QStringLiteral(" and ") +
+                           isTable(database, table, "r.constraint_schema", "r.table_name")
+                     : isTable(database, table, "k.referenced_table_schema", "k.referenced_table_name")),
         [&](const RecordSet &rows) {
             const auto qualified = [&](int schema) {
                 return rows.text(schema) == database ? rows.text(schema + 1)
