@@ -139,10 +139,14 @@ void frmTarnwell::openHit(const SearchHit &hit)
 
 void frmTarnwell::toggleSurroundings()
 {
-    if (m_surroundings && m_surroundings->isVisible() && m_surroundings->isOf(m_session)) {
+    const auto close = [this] {
+        const bool hasFocus = m_surroundings->isAncestorOf(focusWidget());
         m_surroundings->hide();
-        return;
-    }
+        if (hasFocus) // which else goes to whatever button is next
+            (m_controls.picTable->isVisible() ? m_controls.lstTables : m_controls.lstProcFunc)->setFocus();
+    };
+    if (m_surroundings && m_surroundings->isVisible() && m_surroundings->isOf(m_session))
+        return close();
     if (m_surroundings && !m_surroundings->isOf(m_session))
         delete m_surroundings;
     if (!m_surroundings) {
@@ -157,7 +161,7 @@ void frmTarnwell::toggleSurroundings()
         });
         connect(m_surroundings, &SurroundingsPane::changeWanted, this, &frmTarnwell::editRelated);
         connect(m_surroundings, &SurroundingsPane::dropWanted, this, &frmTarnwell::dropRelated);
-        connect(m_surroundings, &SurroundingsPane::closed, m_surroundings, &QWidget::hide);
+        connect(m_surroundings, &SurroundingsPane::closed, this, close);
     }
     m_surroundings->show();
     m_surroundings->controls().first()->setFocus();

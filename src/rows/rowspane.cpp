@@ -1,11 +1,10 @@
 #include "rows/rowspane.h"
 
 #include "controls/window/building.h"
+#include "controls/window/statelabel.h"
 
 #include <QEvent>
 #include <QHBoxLayout>
-#include <QPainter>
-#include <QStyle>
 #include <QVBoxLayout>
 
 namespace {
@@ -29,25 +28,6 @@ QPushButton *button(const char *name, const QString &text, const QString &tip)
                             2 * result->fontMetrics().averageCharWidth() + 8);
     return result;
 }
-
-// One line; its tool tip has what does not fit.
-class StateLabel : public QLabel {
-public:
-    using QLabel::QLabel;
-
-    QSize minimumSizeHint() const override { return {80, QLabel::minimumSizeHint().height()}; }
-
-protected:
-    void paintEvent(QPaintEvent *) override
-    {
-        const QString shown = fontMetrics().elidedText(text(), Qt::ElideRight, width());
-        if (const QString tip = shown == text() ? QString() : plainTip(text()); tip != toolTip())
-            setToolTip(tip);
-        QPainter painter(this);
-        style()->drawItemText(&painter, rect(), Qt::AlignLeft | Qt::AlignVCenter, palette(), isEnabled(),
-                              shown, foregroundRole());
-    }
-};
 
 } // namespace
 
@@ -74,7 +54,6 @@ RowsPane::RowsPane(FlexGrid &itsGrid)
     rowsStatement->setAccessibleName(QStringLiteral("行を読んだ文"));
     rowsStatement->setFrame(false);
     rowsStatement->setMaximumHeight(fontMetrics().height() + 2);
-    rowsState->setTextFormat(Qt::PlainText);
     auto *conditions = new QHBoxLayout;
     for (const auto &[caption, box] :
          {std::pair(QStringLiteral("WHERE"), rowsWhere), std::pair(QStringLiteral("ORDER BY"), rowsOrder)}) {

@@ -28,8 +28,10 @@ void SheetPage::editResult()
     const QPointer<SheetResult> result = m_results->shown();
     std::unique_ptr<EditedRows> editor =
         m_around.services.editRows(*m_settings, m_around.dialogue, result->grid(), result->table());
-    if (editor && result)
+    if (editor && result) {
         result->setEditor(std::move(editor));
+        result->grid().setFocus(); // the button that was pressed is off now
+    }
     Q_EMIT changed();
 }
 

@@ -2,6 +2,7 @@
 
 #include "controls/window/building.h"
 #include "controls/window/serverstrip.h"
+#include "controls/window/statelabel.h"
 #include "controls/window/stopping.h"
 #include "controls/window/windowsize.h"
 #include "sheets/scriptfiledialog.h"
@@ -66,7 +67,7 @@ SheetWindow::SheetWindow(Session &session, SheetServices services, std::unique_p
     , m_safeMode(
           tipped<QCheckBox>("safeMode", QStringLiteral("安全モード"),
                             QStringLiteral("WHERE のない UPDATE・DELETE、DROP、TRUNCATE の前に確かめます")))
-    , m_state(made<QLabel>("sheetState"))
+    , m_state(made<StateLabel>("sheetState"))
     , m_transaction(made<QLabel>("transactionSign"))
 {
     setObjectName(QStringLiteral("sheetWindow"));

@@ -26,8 +26,6 @@ void SheetWindow::buildLayout()
     QFont bold = m_transaction->font();
     bold.setBold(true);
     m_transaction->setFont(bold);
-    m_state->setTextFormat(Qt::PlainText);
-    m_state->setTextInteractionFlags(Qt::TextSelectableByMouse);
     for (QPushButton *button : {m_runStatement, m_runSheet, m_stop, m_commit, m_rollback, m_open, m_save,
                                 m_script, m_history, m_edit, m_pin})
         letBeNarrow(*button);

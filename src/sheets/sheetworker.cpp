@@ -105,7 +105,8 @@ void SheetWorker::requireConnection()
     tell(SheetNews::Kind::Connected,
          std::exchange(m_wasConnected, true)
              ? QStringLiteral("接続をやり直しました。ユーザー変数・一時テーブル・ロックは失われ、"
-                              "確定していない変更は取り消されています。")
+                              "確定していない変更は取り消されています。") +
+                   (m_isAutocommit ? QString() : QStringLiteral("自動コミットはオフのままです。"))
              : QString());
     if (!m_isAutocommit)
         m_session->connection().execute(QStringLiteral("set autocommit=0"));

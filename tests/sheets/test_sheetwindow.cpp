@@ -181,6 +181,12 @@ void SheetWindowTest::anErrorMarksItsLine()
     type("select nothing; select 3");
     run();
     QCOMPARE(firstCells(), QStringList("3"));
+    // What the server says of it is longer than any window is wide.
+    const int width = m_window->width();
+    type("select '" + QString(300, 'w') + "' from");
+    run();
+    QCoreApplication::sendPostedEvents(nullptr, QEvent::LayoutRequest);
+    QCOMPARE(m_window->width(), width);
 }
 
 void SheetWindowTest::oneRunsWhileAnotherIsWrittenAndStopped()
