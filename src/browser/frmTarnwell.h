@@ -94,6 +94,7 @@ private:
     void openCompare();
     void showOwnRoutine();
     void refreshShown();
+    void refreshList(ChosenList &list);
     void toggleLog();
     void openPalette();
     void openDump();

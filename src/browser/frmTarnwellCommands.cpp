@@ -254,12 +254,27 @@ void frmTarnwell::refreshShown()
     TarnwellControls &c = m_controls;
     if (!c.cmdShowDb->isEnabled())
         return;
+    const QWidget *const focus = focusWidget();
+    for (ChosenList *const list : {c.lstDb, c.lstTables, c.lstProcFunc})
+        if (focus && (focus == list || focus->objectName() == list->objectName() + QStringLiteral("_Filter")))
+            return refreshList(*list);
     if (c.optTP[1]->isChecked() && c.lstProcFunc->currentItem())
         Q_EMIT c.lstProcFunc->chosen();
     else if (c.lblPreTable->text() == u"1" && c.lstTables->currentItem())
         Q_EMIT c.lstTables->chosen();
     else
         reload(c.lblPreTable->text() == u"0" ? Reload::Objects : Reload::Databases);
+}
+
+// What others have made meanwhile; what was chosen is chosen again.
+void frmTarnwell::refreshList(ChosenList &list)
+{
+    if (m_session.runner.isRunning() || !m_rows.mayLeave())
+        return;
+    const QString chosen = list.currentText();
+    reload(&list != m_controls.lstDb && m_controls.lstDb->currentItem() ? Reload::Objects
+                                                                        : Reload::Databases);
+    list.choose(chosen);
 }
 
 void frmTarnwell::toggleLog()

@@ -33,6 +33,7 @@ private Q_SLOTS:
     void aDataSourceConnects();
     void onlyTheWordLocalhostIsLocal();
     void everyObjectIsListedAndShown();
+    void aListIsReadAgainWhereTheFocusIs();
     void rowsAreShownUpToTheLimitOrTheStop();
     void batchesAndScriptsReachEveryTable();
     void triggersAndEventsAreMadeChangedAndDropped_data();
@@ -174,6 +175,26 @@ void MainWindowTest::everyObjectIsListedAndShown()
     const FlexGrid &log = grid("statementLogGrid");
     QTRY_COMPARE(log.text(log.rowCount() - 1, 3), "show create procedure `店`.p;");
     QVERIFY(log.text(log.rowCount() - 1, 2).endsWith(" 行"));
+}
+
+void MainWindowTest::aListIsReadAgainWhereTheFocusIs()
+{
+    openDatabase();
+    choose("lstTables", "[TABLE]\t商品");
+    sql("CREATE TABLE 新 (a INT)");
+    auto &tables = *control<ChosenList>("lstTables");
+    const auto refresh = [&] { m_stage->window->findChild<QAction *>("action_refreshShown")->trigger(); };
+    control<QWidget>("flGrid_Field")->setFocus();
+    refresh();
+    QVERIFY(!tables.texts().contains("[TABLE]\t新"));
+    // Which gives the focus back to the list.
+    m_stage->window->findChild<QAction *>("action_showSurroundings")->trigger();
+    QTest::keyClick(control<QTreeWidget>("surroundingsTree"), Qt::Key_Escape);
+    QCOMPARE(m_stage->window->focusWidget(), &tables);
+    refresh();
+    QVERIFY(tables.texts().contains("[TABLE]\t新"));
+    QCOMPARE(tables.currentText(), "[TABLE]\t商品");
+    QCOMPARE(control<QLabel>("lblTableName")->text(), "商品");
 }
 
 void MainWindowTest::rowsAreShownUpToTheLimitOrTheStop()
