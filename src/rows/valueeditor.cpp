@@ -105,6 +105,10 @@ void ValueEditor::showBytes()
     const QSignalBlocker blocker(m_text);
     m_text->setPlainText(text);
     m_text->setEnabled(m_isText);
+    m_text->setPlaceholderText(
+        m_isText ? QString()
+                 : QStringLiteral("長い値です。ここでは変更できません。\n見るには表のメニューの"
+                                  "「値を表示」を、変えるには「ファイルから」を使って下さい。"));
     m_shownBefore = shown();
 }
 

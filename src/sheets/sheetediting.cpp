@@ -1,4 +1,5 @@
 // How the rows of a sheet's results are edited: over the sheet's own connection, which is lent to that.
+#include "controls/grid/flexgrid.h"
 #include "sheets/borrowedconnection.h"
 #include "sheets/sheetpage.h"
 #include "sheets/sheetresults.h"
