@@ -131,10 +131,14 @@ void CompareTest::anotherServersWordsAreNoDifference()
         "SET "
         "latin1, KEY a (a), CONSTRAINT f FOREIGN KEY (a) REFERENCES p (id) ON DELETE CASCADE ON UPDATE NO "
         "ACTION) COLLATE utf8mb4_general_ci ENGINE=InnoDB;"
-        "CREATE TABLE u (a VARCHAR(9), b ENUM('x') CHARACTER SET latin1) CHARSET utf8;";
+        "CREATE TABLE u (a VARCHAR(9), b ENUM('x') CHARACTER SET latin1) CHARSET utf8;"
+        "SET NAMES utf8mb4 COLLATE utf8mb4_general_ci; SET sql_mode='';"
+        "CREATE FUNCTION f(p INT) RETURNS INT DETERMINISTIC RETURN p  + 1;"
+        "create trigger g before insert on t for each row set new.a = 1;"
+        "CREATE VIEW w AS SELECT p.id FROM p JOIN t ON t.a = p.id;";
     const QString generated = "CREATE TABLE g (a INT, b INT AS ((a + 1) * 2) VIRTUAL) CHARSET utf8;",
                   different = "CREATE TABLE v (a INT DEFAULT %1, b VARCHAR(9) COLLATE %2, c TINYINT(%3)) "
-                              "CHARSET utf8;";
+                              "CHARSET utf8; SET sql_mode='%4'; CREATE PROCEDURE m() SELECT 1;";
     std::vector<DatabaseObjects> sides;
     std::vector<std::unique_ptr<RealStage>> stages;
     for (const Brand brand : {one, other}) {
@@ -143,13 +147,14 @@ void CompareTest::anotherServersWordsAreNoDifference()
         m_servers.of(brand).run(tables + (hasGenerated ? generated : QString()) +
                                 different.arg(isOther ? "2" : "1",
                                               isOther ? "latin1_bin" : "latin1_swedish_ci",
-                                              isOther ? "1" : "4"));
+                                              isOther ? "1" : "4", isOther ? "" : "ANSI_QUOTES"));
         stages.push_back(std::make_unique<RealStage>(m_servers.of(brand), nativeDriverName(), QString()));
         sides.push_back(read(stages.back()->session.connection(), "x"));
     }
     const auto found = compare(sides[0], sides[1], {});
-    QCOMPARE(lines(found), L{"!v"});
+    QCOMPARE(lines(found), L({"!v", "!m"}));
     QCOMPARE(found[0].differences.size(), 6); // each column from both sides
+    QCOMPARE(found[1].differences, L{"sql_mode (左だけ: ANSI_QUOTES　右だけ: )"});
     m_servers.of(other).run(statementsFor(found, sides[0], sides[1], true, {}));
     const auto left = compare(sides[0], read(stages[1]->session.connection(), "x"), {});
     QVERIFY2(left.empty(), qPrintable(left.empty() ? QString() : left[0].differences.join('\n')));

@@ -3,30 +3,13 @@
 #include "core/command/storedcolumns.h"
 #include "core/sql/statements.h"
 #include "structure/alter/tablealter.h"
+#include "structure/compare/objectlikeness.h"
 #include "structure/compare/tablelikeness.h"
 
 #include <algorithm>
 #include <map>
 
 namespace {
-
-// A routine made again takes the default of the database that it comes into: this is no difference of its
-// own.
-bool isSameObject(const DumpObject &left, const QString &leftDefault, const DumpObject &right,
-                  const QString &rightDefault, const CompareOptions &options)
-{
-    const auto plain = [&](const DumpObject &object, const QString &databaseDefault) {
-        ObjectDefinition definition = object.definition;
-        if (definition.databaseCollation == databaseDefault)
-            definition.databaseCollation.clear();
-        if (!options.hasDefiners)
-            definition.text = withoutDefiner(definition.text, readingMode(definition.sqlMode));
-        if (!options.hasCharacterSets)
-            definition.characterSet = definition.collation = definition.databaseCollation = QString();
-        return definition;
-    };
-    return plain(left, leftDefault) == plain(right, rightDefault);
-}
 
 QStringList tableDifferences(const DumpObject &left, const DefaultCollations &leftCollations,
                              const DumpObject &right, const DefaultCollations &rightCollations,
@@ -101,12 +84,12 @@ std::vector<ComparedObject> compare(const DatabaseObjects &left, const DatabaseO
             continue;
         }
         const DumpObject &same = *other->second;
-        const bool isTable = object.kind == DumpKind::Table;
         const QStringList lines =
-            isTable ? tableDifferences(object, left.collations, same, right.collations, options)
-                    : QStringList();
-        if (isTable ? !lines.isEmpty()
-                    : !isSameObject(object, left.collation, same, right.collation, options))
+            object.kind == DumpKind::Table
+                ? tableDifferences(object, left.collations, same, right.collations, options)
+                : objectDifferences(object.definition, left.collation, same.definition, right.collation,
+                                    options);
+        if (!lines.isEmpty())
             found.push_back({Where::Differs, object.kind, object.keyword, object.name, object, same, lines});
         others.erase(other);
     }

@@ -40,7 +40,7 @@ struct ComparedObject {
     DumpKind kind;
     QString keyword, name;
     std::optional<DumpObject> left, right;
-    QStringList differences; // of tables: a line each
+    QStringList differences; // where both have it: a line each
 };
 // What is not the same on both sides, tables first. Counters (AUTO_INCREMENT) do not count.
 std::vector<ComparedObject> compare(const DatabaseObjects &left, const DatabaseObjects &right,
