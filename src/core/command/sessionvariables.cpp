@@ -21,6 +21,8 @@ RecordSet readValues(Connection &connection, const QStringList &names)
 
 void SessionVariables::read(Connection &connection, const QStringList &names)
 {
+    if (names.isEmpty())
+        return;
     RecordSet rows = readValues(connection, names);
     if (!rows.isOpen())
         return;

@@ -310,13 +310,13 @@ UndoReport UndoLog::stuck(const Failure &error)
     const QStringList statements = pendingStatements();
     if (!statements.isEmpty())
         keep({}, QStringLiteral("元に戻す文:\n") + statements.join(QStringLiteral(";\n")) + u';');
+    save(); // with the variables, which whoever goes on later needs again
     try {
         if (m_session.gCn && m_session.gCn->isOpen())
             m_variables.putBack(connection());
     } catch (const Failure &) {
         // The words above say what matters.
     }
-    save();
     m_lock.reset();
     return {UndoReport::Ending::Stuck, m_messages.join(u'\n'), m_details.join(u'\n')};
 }

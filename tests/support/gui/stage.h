@@ -326,6 +326,44 @@ private:
     Execute m_execute;
 };
 
+// Runs an action as a program does that is killed at its n-th statement (from 0), before the statement is
+// sent or once it is done: nothing that comes later reaches the server, and the notes are those of that
+// moment. False: there were not that many statements.
+template <class Action>
+bool killedAt(RealStage &killed, int statement, bool isDone, Action action)
+{
+    const QDir notes(killed.folder.path());
+    const auto remove = [&] {
+        for (const QString &name : notes.entryList({"*.undo"}))
+            QFile::remove(notes.filePath(name));
+    };
+    killed.session.settingsFolder = notes.path();
+    WrappedConnection::into(killed.session, [&killed, isDone, notes, left = statement](
+                                                Connection &inner, const QString &text) mutable {
+        if (left-- > 0)
+            return inner.execute(text);
+        if (left == -1) {
+            try {
+                if (isDone)
+                    inner.execute(text);
+            } catch (const Failure &) {
+                // Refused, and nobody is left to hear of it.
+            }
+            for (const QString &name : notes.entryList({"*.undo"}))
+                QFile::copy(notes.filePath(name), notes.filePath("kept"));
+            killed.session.gPort = "1";
+        }
+        inner.close();
+        throw Failure("killed", 2013);
+    });
+    action();
+    const bool isKilled = killed.session.gPort == u"1";
+    if (isKilled)
+        remove();
+    QFile::rename(notes.filePath("kept"), notes.filePath("kept.undo"));
+    return isKilled;
+}
+
 // The test's own look at the server: faster than the client program where hundreds of changes are tried.
 class DirectConnection {
 public:
