@@ -108,7 +108,7 @@ public:
     {
         Checks checks = m_form.global;
         // MySQL takes the exceptions (partial revokes) of every right that is granted globally once more.
-        if (m_isByName && hasExceptions(before))
+        if (m_isByName && !exceptionsIn(before.otherGrants).isEmpty())
             uncheck(checks, before.rights.names);
         sendGlobalGrant(m_session, {m_form.account, privilegeList(globalPrivileges(), checks),
                                     grantSuffix(m_form.global), newPassword(m_form), false});
@@ -137,15 +137,6 @@ private:
         if (m_form.globalBefore[globalGrantBox] && !m_form.global[globalGrantBox])
             names << QStringLiteral("GRANT OPTION");
         takeRights(m_session, m_form.account, {}, names);
-    }
-
-    static bool hasExceptions(const AccountState &before)
-    {
-        for (const QString &line : before.otherGrants) {
-            if (line.startsWith(u"REVOKE "))
-                return true;
-        }
-        return false;
     }
 
     static void uncheck(Checks &checks, const QStringList &held)

@@ -3,6 +3,7 @@
 #include "core/command/serverrole.h"
 #include "core/sql/statements.h"
 #include "users/accountcommands.h"
+#include "users/accountnote.h"
 #include "users/accountserver.h"
 #include "users/rightschange.h"
 
@@ -60,22 +61,42 @@ void deleteRows(Session &session, const QString &from)
         sendAndFlush(session, QStringLiteral("delete ") + from);
 }
 
+// What the server does not tell cannot be given back.
+QStringList grantsBefore(Session &session, const Account &account)
+{
+    try {
+        return readAllGrants(session, account);
+    } catch (const Failure &error) {
+        if (doubtAfter(session, error) != Doubt::None)
+            throw;
+        return {};
+    }
+}
+
+QStringList removalStatements(const AccountForm &form)
+{
+    QStringList statements;
+    for (const QString &item : form.tables)
+        statements << deleteTableRow(form.account, item.section(u'\t', 0, 0), item.section(u'\t', 1));
+    for (const QString &database : form.databases)
+        statements << deleteDatabaseRow(form.account, database);
+    return statements << revokeAll(QStringLiteral("*.*"), form.account) << deleteAccountRow(form.account);
+}
+
 void removeAccount(Session &session, const AccountForm &form)
 {
-    for (const QString &item : form.tables) {
-        sendAndFlush(session,
-                     deleteTableRow(form.account, item.section(u'\t', 0, 0), item.section(u'\t', 1)));
-    }
-    for (const QString &database : form.databases)
-        sendAndFlush(session, deleteDatabaseRow(form.account, database));
-    sendAndFlush(session, revokeAll(QStringLiteral("*.*"), form.account));
-    sendAndFlush(session, deleteAccountRow(form.account));
+    const QStringList statements = removalStatements(form);
+    AccountNote note(session, form.account, QStringLiteral("の削除"));
+    note.open();
+    note.writeRemoval(grantsBefore(session, form.account), dropAccount(form.account));
+    sendNoted(session, note, statements);
     // A row left there would keep the name from being used again (1396) or give its rights to the next owner
     // of the name.
     for (const GrantTable &table : grantTables)
         deleteRows(session, fromTable(table, form.account));
     if (clusterOf(session.connection()).isMember())
         sendAndFlush(session, dropAccountIfExists(form.account));
+    note.close();
 }
 
 } // namespace

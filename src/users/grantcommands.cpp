@@ -2,6 +2,7 @@
 #include "core/command/serverrole.h"
 #include "users/accountcommands.h"
 #include "users/accountdeletion.h"
+#include "users/accountnote.h"
 #include "users/accountserver.h"
 #include "users/rightschange.h"
 
@@ -173,13 +174,24 @@ bool changeGrant(AccountContext &context, const Level &level)
     return changeRights(context, change);
 }
 
-AccountOutcome deleteGrant(AccountContext &context, const Level &level,
-                           const std::function<void(const Rights &before)> &statements)
+AccountOutcome deleteGrant(AccountContext &context, const Level &level, const std::function<QString()> &row)
 {
     if (!context.dialogue.confirm(level.title + QStringLiteral("を削除します。"), Icon::Critical))
         return {};
+    Session &session = context.session;
+    const Account &account = context.form.account;
     const bool isDeleted = report(context.dialogue, QStringLiteral("削除しました。"), [&] {
-        statements(readRights(context.session, context.form.account, level.shown));
+        const QString statement = row();
+        AccountNote note(session, account, QStringLiteral("の権限の削除"));
+        note.open();
+        const Rights before = readRights(session, account, level.shown);
+        note.write(grantStatements(account, level.shown, before), {},
+                   QStringLiteral("権限を消す途中でした。"));
+        revokeOnCluster(session, account, level.shown, before);
+        sendNoted(session, note, {statement});
+        if (isOnTable(level))
+            deleteColumnRows(session, account, level.shown);
+        note.close();
     });
     return {isDeleted ? Refresh::Account : Refresh::Nothing};
 }
@@ -202,11 +214,7 @@ AccountOutcome deleteDatabaseGrant(AccountContext &context)
 {
     const Level level = databaseLevel(context.form);
     const Account &account = context.form.account;
-    return deleteGrant(context, level, [&](const Rights &before) {
-        const QString statement = deleteDatabaseRow(account, level.shown.database);
-        revokeOnCluster(context.session, account, level.shown, before);
-        sendAndFlush(context.session, statement);
-    });
+    return deleteGrant(context, level, [&] { return deleteDatabaseRow(account, level.shown.database); });
 }
 
 AccountOutcome addTableGrant(AccountContext &context)
@@ -225,8 +233,6 @@ AccountOutcome deleteTableGrant(AccountContext &context)
 {
     const Level level = tableLevel(context.form);
     const Account &account = context.form.account;
-    return deleteGrant(context, level, [&](const Rights &before) {
-        deleteTableRights(context.session, account, level.shown, before);
-        deleteColumnRows(context.session, account, level.shown);
-    });
+    return deleteGrant(context, level,
+                       [&] { return deleteTableRow(account, level.shown.database, level.shown.table); });
 }

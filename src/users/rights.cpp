@@ -7,7 +7,7 @@
 
 namespace {
 
-const QString usage = QStringLiteral("USAGE");
+const QString usage = QStringLiteral("USAGE"), grantOption = QStringLiteral("GRANT OPTION");
 
 // The catalogue spells names without regard to case; accounts and tables differ by it.
 QString rowsOf(const char *table, const Account &account)
@@ -76,10 +76,15 @@ QStringList without(const QStringList &list, const QStringList &taken)
     return rest;
 }
 
-void grantTogether(Session &session, const QStringList &rights, const QString &rest)
+QString grantTogether(const QStringList &rights, const QString &rest)
 {
-    if (!rights.isEmpty())
-        sendAndFlush(session, QStringLiteral("GRANT ") + rights.join(QStringLiteral(", ")) + rest);
+    return rights.isEmpty() ? QString() : QStringLiteral("GRANT ") + rights.join(QStringLiteral(", ")) + rest;
+}
+
+void sendEach(Session &session, const QStringList &statements)
+{
+    for (const QString &statement : statements)
+        sendAndFlush(session, statement);
 }
 
 } // namespace
@@ -138,10 +143,20 @@ Rights readRights(Session &session, const Account &account, const Scope &scope)
     return rights;
 }
 
+QStringList readAllGrants(Session &session, const Account &account)
+{
+    static const QRegularExpression hash(
+        QStringLiteral(" IDENTIFIED (?:BY|WITH|VIA)(?: (?!REQUIRE |WITH )(?:'[^']*'|[^' ]+))*"));
+    QStringList grants = linesOf(session, showGrants(account));
+    for (QString &line : grants)
+        line.remove(hash);
+    return grants;
+}
+
 QStringList readGrants(Session &session, const Account &account, const Scope &except)
 {
     QStringList grants;
-    for (const QString &line : linesOf(session, showGrants(account))) {
+    for (const QString &line : readAllGrants(session, account)) {
         if (!isOn(line, except))
             grants << line;
     }
@@ -163,38 +178,57 @@ Rights readOwnRights(Session &session)
     return at < 0 ? Rights{} : readRights(session, {own.mid(at + 1), own.left(at)}, {});
 }
 
-void grantRights(Session &session, const Account &account, const Scope &scope, const Rights &rights)
+QStringList exceptionsIn(const QStringList &grants)
+{
+    return grants.filter(QRegularExpression(QStringLiteral("^REVOKE ")));
+}
+
+QStringList surplusIn(const Rights &held, const Rights &wanted)
+{
+    const Rights surplus = missingIn(held, wanted);
+    QStringList names = surplus.names;
+    if (!without(surplus.grantable, without(surplus.names, {usage})).isEmpty())
+        names << grantOption;
+    return names;
+}
+
+QStringList grantStatements(const Account &account, const Scope &scope, const Rights &rights)
 {
     const QString rest =
         QStringLiteral(" ON ") + scope.text() + QStringLiteral(" TO ") + accountName(account);
-    grantTogether(session, without(rights.names, rights.grantable), rest);
-    grantTogether(session, rights.grantable, rest + QStringLiteral(" WITH GRANT OPTION"));
+    QStringList statements{grantTogether(without(rights.names, rights.grantable), rest),
+                           grantTogether(rights.grantable, rest + QStringLiteral(" WITH GRANT OPTION"))};
+    statements.removeAll(QString());
+    return statements;
+}
+
+QStringList revokeStatements(const Account &account, const Scope &scope, QStringList names)
+{
+    QStringList statements;
+    names.removeAll(usage);
+    // On its own: in a list with others MySQL 9 takes it from static rights only, and half from the dynamic
+    // ones.
+    if (names.removeAll(grantOption) > 0)
+        statements << revokeRights({grantOption}, scope.text(), account);
+    if (!names.isEmpty())
+        statements << revokeRights(names, scope.text(), account);
+    return statements;
 }
 
 void takeRights(Session &session, const Account &account, const Scope &scope, QStringList names)
 {
-    names.removeAll(usage);
-    // On its own: in a list with others MySQL 9 takes it from static rights only, and half from the dynamic
-    // ones.
-    const QString grantOption = QStringLiteral("GRANT OPTION");
-    if (names.removeAll(grantOption) > 0)
-        sendAndFlush(session, revokeRights({grantOption}, scope.text(), account));
-    if (!names.isEmpty())
-        sendAndFlush(session, revokeRights(names, scope.text(), account));
+    sendEach(session, revokeStatements(account, scope, std::move(names)));
 }
 
 void grantMissing(Session &session, const Account &account, const Scope &scope, const Rights &wanted)
 {
-    grantRights(session, account, scope, missingIn(wanted, readRights(session, account, scope)));
+    const Rights missing = missingIn(wanted, readRights(session, account, scope));
+    sendEach(session, grantStatements(account, scope, missing));
 }
 
 void mendRights(Session &session, const Account &account, const Scope &scope, const Rights &wanted)
 {
-    const Rights surplus = missingIn(readRights(session, account, scope), wanted);
-    QStringList revoked = surplus.names;
-    if (!without(surplus.grantable, without(surplus.names, {usage})).isEmpty())
-        revoked << QStringLiteral("GRANT OPTION");
-    takeRights(session, account, scope, revoked);
+    takeRights(session, account, scope, surplusIn(readRights(session, account, scope), wanted));
     // Read again: the GRANT OPTION of one right goes with that of all others.
     grantMissing(session, account, scope, wanted);
 }

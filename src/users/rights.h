@@ -51,13 +51,23 @@ QString withoutPassword(QString createUser);
 
 // Reading statements only. A server before 5.0.2 does not tell rights by name: none are seen there.
 Rights readRights(Session &session, const Account &account, const Scope &scope);
+// Lines of SHOW GRANTS, without the hash that some servers show there: sent again it would take back a
+// password that somebody has changed meanwhile.
+QStringList readAllGrants(Session &session, const Account &account);
 QStringList readGrants(Session &session, const Account &account, const Scope &except);
 AccountState readState(Session &session, const Account &account, const Scope &scope);
 // The rights at all scopes of the account that is connected; none where the server does not tell.
 Rights readOwnRights(Session &session);
 
-// Sends nothing when there is nothing to grant.
-void grantRights(Session &session, const Account &account, const Scope &scope, const Rights &rights);
+// Those of the lines that are MySQL's partial revokes.
+QStringList exceptionsIn(const QStringList &grants);
+
+// The rights that are to be revoked of what is held, "GRANT OPTION" among them.
+QStringList surplusIn(const Rights &held, const Rights &wanted);
+// Empty when there is nothing to grant, or to revoke.
+QStringList grantStatements(const Account &account, const Scope &scope, const Rights &rights);
+QStringList revokeStatements(const Account &account, const Scope &scope, QStringList names);
+
 // Rights by their names, "GRANT OPTION" among them; sends nothing when there are none.
 void takeRights(Session &session, const Account &account, const Scope &scope, QStringList names);
 // Reads what the account holds and grants what is missing of it.

@@ -3,6 +3,7 @@
 #include "core/command/doubt.h"
 #include "core/sql/passwords.h"
 #include "core/sql/statements.h"
+#include "users/accountnote.h"
 #include "users/accountserver.h"
 
 #include <QRegularExpression>
@@ -68,6 +69,7 @@ public:
         , m_dialogue(context.dialogue)
         , m_account(context.form.account)
         , m_change(change)
+        , m_note(context.session, context.form.account, QStringLiteral("の権限の変更"))
     {
     }
 
@@ -80,6 +82,7 @@ public:
             m_change.grant(m_before);
             m_isGranted = true;
             finish();
+            m_note.close();
         } catch (const Failure &error) {
             undo(error);
             return false;
@@ -94,7 +97,7 @@ public:
 private:
     void start()
     {
-        m_place = serverPlace(m_session.connection());
+        m_note.open();
         const Rights own = readOwnRights(m_session);
         m_tells = own.isTold;
         m_before = readState(m_session, m_account, m_change.scope);
@@ -105,7 +108,32 @@ private:
             tryGranting(m_session, m_account, m_change.scope, m_before.rights.names, own);
             tryGranting(m_session, m_account, m_change.grantScope, m_change.granted, own);
         }
+        noteWayBack();
         m_isStarted = true;
+    }
+
+    void noteWayBack()
+    {
+        QStringList surplus;
+        if (m_change.scope == m_change.grantScope) {
+            surplus = revokeStatements(m_account, m_change.scope, surplusIn(m_wanted.all, m_before.rights));
+        } else {
+            const Rights held = readRights(m_session, m_account, m_change.grantScope);
+            QStringList names = m_change.granted;
+            for (const QString &right : held.names)
+                names.removeAll(right);
+            if (!held.grantable.isEmpty())
+                names.removeAll(grantOption);
+            surplus = revokeStatements(m_account, m_change.grantScope, names);
+        }
+        QStringList grants = grantStatements(m_account, m_change.scope, m_before.rights);
+        if (!grants.isEmpty())
+            grants << exceptionsIn(m_before.otherGrants);
+        QString state =
+            QStringLiteral("権限を外して付け直す途中でした。今の権限は変更前より少ないかもしれません。");
+        if (m_change.isPasswordNew)
+            state += QStringLiteral("\nﾊﾟｽﾜｰﾄﾞは、変わっていれば変わったままです。");
+        m_note.write(grants, surplus, state);
     }
 
     // Brings the account to what is wanted and keeps in words what still differs.
@@ -160,14 +188,18 @@ private:
         m_dialogue.refuse(error.description());
         if (!second.isEmpty())
             m_dialogue.refuse(second);
-        if (m_isStarted)
-            tellLostRights();
+        if (!m_isStarted)
+            return;
+        if (const Rights lost = lostNow(); isEmpty(lost))
+            m_note.close();
+        else
+            m_dialogue.refuse(lostRights({statement(lost)}));
     }
 
     void putBack(Doubt doubt)
     {
         if (doubt == Doubt::AnswerLost)
-            reconnect(m_session, m_place);
+            reconnect(m_session, m_note.place());
         const bool isInDoubt = doubt != Doubt::None;
         if (!m_isGranted && m_change.putBack && !(isInDoubt && m_tells))
             m_change.putBack(isInDoubt);
@@ -189,7 +221,7 @@ private:
     }
 
     // Where the server cannot be asked any more, all of them may be gone.
-    void tellLostRights()
+    Rights lostNow()
     {
         Rights now;
         try {
@@ -197,9 +229,7 @@ private:
         } catch (const Failure &) {
             now = {};
         }
-        const Rights lost = missingIn(m_isGranted ? m_wanted.all : m_before.rights, now);
-        if (!isEmpty(lost))
-            m_dialogue.refuse(lostRights({statement(lost)}));
+        return missingIn(m_isGranted ? m_wanted.all : m_before.rights, now);
     }
 
     QString statement(const Rights &lost) const
@@ -221,7 +251,7 @@ private:
     Dialogue &m_dialogue;
     const Account m_account;
     const RightsChange &m_change;
-    ServerPlace m_place;
+    AccountNote m_note;
     AccountState m_before;
     WantedRights m_wanted;
     QString m_difference;

@@ -1,3 +1,4 @@
+#include "core/command/pendingundo.h"
 #include "support/cuttingproxy.h"
 #include "support/gui/stage.h"
 #include "users/accountcommands.h"
@@ -116,6 +117,8 @@ AccountForm editedForm()
     form.table = checked(4, {0, 1});
     form.shownDatabase = form.addDatabase = form.shownTableDatabase = form.addTableDatabase = "d";
     form.shownTable = form.addTable = "t";
+    form.databases = L{"d"};
+    form.tables = L{"d\tt"};
     return form;
 }
 
@@ -136,8 +139,11 @@ private Q_SLOTS:
     void passwordsAreInNoMessage();
     void everyStatementMayBreak_data();
     void everyStatementMayBreak();
+    void aKilledProgramIsPutBackAtTheNextStart_data();
+    void aKilledProgramIsPutBackAtTheNextStart();
 
 private:
+    void makeAccount(TestServer::Brand brand) const;
     bool breakAt(int statement, Cut what, bool mayReturn);
 
     // Hundreds of small changes: waiting for the disk would cost minutes.
@@ -272,7 +278,7 @@ void AccountCommandsTest::failedDeletionStops()
     stage.script.always(deleteDatabase, Reply::failure("no"));
     stage.dialogue.expectFailure(deletion, "no", Icon::Critical);
     QVERIFY(stage.run(deleteAccount, grantForm()).refresh == Refresh::Nothing);
-    QCOMPARE(stage.script.sent, (L{deleteTable, flush, deleteDatabase}));
+    QCOMPARE(changesOf(stage.script.sent), (L{deleteTable, flush, deleteDatabase}));
 }
 
 void AccountCommandsTest::grantThatKnowsNoPasswordFallsBack()
@@ -310,13 +316,21 @@ void AccountCommandsTest::passwordsAreInNoMessage()
     }
 }
 
+void AccountCommandsTest::makeAccount(TestServer::Brand brand) const
+{
+    const bool knowsIfExists = brand != TestServer::Brand::MySql56;
+    m_server->run(
+        QLatin1String(knowsIfExists ? "drop user if exists u;" : "grant usage on *.* to u; drop user u;") +
+        "create user u identified by 'p';"
+        "grant select, file, event, replication client on *.* to u with grant option;"
+        "grant select, create, event on d.* to u with grant option;"
+        "grant select, create, update (a) on d.t to u with grant option;");
+}
+
 bool AccountCommandsTest::breakAt(int statement, Cut what, bool mayReturn)
 {
     const auto [brand, isBuiltIn, command, returns] = fetched<TestServer::Brand, bool, AccountRun, bool>();
-    m_server->run("drop user if exists u; create user u identified by 'p';"
-                  "grant select, file, event, replication client on *.* to u with grant option;"
-                  "grant select, create, event on d.* to u with grant option;"
-                  "grant select, create, update (a) on d.t to u with grant option;");
+    makeAccount(brand);
     RealStage stage(*m_server, driverOf(isBuiltIn), "d", m_proxy->port());
     m_proxy->cutAt(statement, what, mayReturn);
     stage.run(command, editedForm());
@@ -372,6 +386,84 @@ void AccountCommandsTest::everyStatementMayBreak()
         }
     }
     QVERIFY2(breaks >= 12, qPrintable(QString::number(breaks)));
+}
+
+void AccountCommandsTest::aKilledProgramIsPutBackAtTheNextStart_data()
+{
+    AccountForm password = editedForm(), elsewhere = editedForm();
+    password.password = "neu";
+    elsewhere.addDatabase = "e";
+    const Rows<TestServer::Brand, AccountRun, AccountForm> row;
+    using Brand = TestServer::Brand;
+    for (const auto &[server, brand] : {std::pair("MariaDB", Brand::MariaDb), {"MySQL 9", Brand::MySql9}}) {
+        const auto add = [&](const char *what, AccountRun command, const AccountForm &form) {
+            row(qPrintable(QStringLiteral("%1, %2").arg(server, what)), brand, command, form);
+        };
+        add("account", changeAccount, password);
+        add("database, granted elsewhere", changeDatabaseGrant, elsewhere);
+        add("table", changeTableGrant, editedForm());
+        add("account deleted", deleteAccount, editedForm());
+    }
+    row("MariaDB, table deleted", Brand::MariaDb, deleteTableGrant, editedForm());
+    row("MySQL 5.6, account", Brand::MySql56, changeAccount, editedForm());
+    row("MySQL 5.6, account deleted", Brand::MySql56, deleteAccount, editedForm());
+}
+
+// Killed at a statement, before it is sent and once it is done: the next start knows how to give every right
+// back, or to finish where the account is gone.
+void AccountCommandsTest::aKilledProgramIsPutBackAtTheNextStart()
+{
+    using Action = PendingAnswer::Action;
+    const auto [brand, command, form] = fetched<TestServer::Brand, AccountRun, AccountForm>();
+    SKIP_WITHOUT(brand);
+    m_server = &m_servers.of(brand);
+    const auto grants = [this] {
+        static const QRegularExpression hash("BY PASSWORD '[^']*'");
+        const QStringList lines = m_server->run("show grants for u").remove(hash).split(u'\n');
+        return QSet(lines.begin(), lines.end());
+    };
+    int pending = 0, finished = 0;
+    for (const bool isDone : {false, true}) {
+        bool isKilled = true;
+        for (int n = 0; isKilled; ++n) {
+            makeAccount(brand);
+            const QSet<QString> before = grants();
+            RealStage killed(*m_server, nativeDriverName());
+            isKilled =
+                killedAt(killed, n, isDone, [&, run = command, form = form] { killed.run(run, form); });
+            const QDir notes(killed.folder.path());
+            const bool isPending = !notes.entryList({"*.undo"}).isEmpty();
+            QVERIFY2(isKilled || !isPending, qPrintable(killed.told()));
+            pending += isPending;
+            if (isPending) {
+                QFile note(notes.filePath("kept.undo"));
+                QVERIFY(note.open(QIODevice::ReadOnly));
+                const QByteArray text = note.readAll();
+                QVERIFY2(!text.contains("neu") && !text.contains("IDENTIFIED"), text);
+            }
+
+            RealStage next(*m_server, nativeDriverName());
+            next.session.settingsFolder = notes.path();
+            next.dialogue.pendingAction = Action::Undo;
+            settlePendingUndoLogs(next.session, next.dialogue);
+            QCOMPARE(next.dialogue.pending.empty(), !isPending);
+            const QString where =
+                QStringLiteral("statement %1, done %2: %3").arg(n).arg(isDone).arg(next.told());
+            if (pendingUndoLogs(next.session).empty()) {
+                QVERIFY2(!isKilled || grants() == before, qPrintable(where));
+                continue;
+            }
+            QVERIFY2(next.told().contains("もうありません"), qPrintable(where));
+            next.dialogue.pendingAction = Action::Finish;
+            settlePendingUndoLogs(next.session, next.dialogue);
+            ++finished;
+            QVERIFY2(pendingUndoLogs(next.session).empty(), qPrintable(next.told()));
+            m_server->run("create user u identified by 'p'");
+            QCOMPARE(m_server->run("show grants for u").count(u'\n'), 1);
+        }
+    }
+    QVERIFY2(pending >= 5, qPrintable(QString::number(pending)));
+    QCOMPARE(finished > 0, command == deleteAccount);
 }
 
 QTEST_GUILESS_MAIN(AccountCommandsTest)

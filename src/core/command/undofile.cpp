@@ -95,12 +95,14 @@ QJsonObject written(const Step &step)
         back << way;
     }
     json[QStringLiteral("back")] = back;
+    json[QStringLiteral("nothingLeft")] = step.nothingLeft;
     return json;
 }
 
 Step readStep(const QJsonObject &json)
 {
     Step step = read<Step>(json, stepMembers);
+    step.nothingLeft = json[QStringLiteral("nothingLeft")].toInt();
     for (const QJsonValue &each : json[QStringLiteral("back")].toArray()) {
         WayBack back = read<WayBack>(each.toObject(), wayBackMembers);
         back.nothingThere = each[QStringLiteral("nothingThere")].toInt();

@@ -29,15 +29,26 @@ void UndoLog::open(const std::vector<SessionVariable> &more)
     m_place = serverPlace(connection());
 }
 
-RecordSet UndoLog::execute(Step step)
+void UndoLog::openAsIs(const QStringList &variables)
 {
-    // Once a stop is wanted this throws, and nothing is noted.
-    Connection &reached = connection();
+    m_variables.read(connection(), variables);
+    m_place = serverPlace(connection());
+}
+
+void UndoLog::note(Step step)
+{
     m_steps.push_back({std::move(step)});
     if (const QString failure = save(); !failure.isEmpty()) {
         m_steps.pop_back();
         throw Failure(failure);
     }
+}
+
+RecordSet UndoLog::execute(Step step)
+{
+    // Once a stop is wanted this throws, and nothing is noted.
+    Connection &reached = connection();
+    note(std::move(step));
     Noted &noted = m_steps.back();
     try {
         Q_ASSERT(&reached == m_session.gCn.get());
@@ -215,6 +226,10 @@ bool UndoLog::finishes()
             send(last.step.statement, last.step.with);
         keep(last.step.onceDone, {});
     } catch (const Failure &error) {
+        if (last.step.nothingLeft > 0 && error.number() == last.step.nothingLeft) {
+            keep(last.step.onceDone, {});
+            return true;
+        }
         if (doubtAfter(m_session, error) != Doubt::None) {
             last.state = State::InDoubt;
             throw;
@@ -233,11 +248,13 @@ void UndoLog::takeBackAll()
         const Noted &last = m_steps.back();
         const auto &back = last.step.back;
         if (last.state != State::Refused) {
+            bool isBegun = m_nextBack >= 0;
             for (m_nextBack = std::max(m_nextBack, 0); m_nextBack < static_cast<int>(back.size());
                  ++m_nextBack) {
                 // Without its file the undoing is still better than none.
                 save();
-                takeBack(back[static_cast<std::size_t>(m_nextBack)]);
+                takeBack(back[static_cast<std::size_t>(m_nextBack)], isBegun);
+                isBegun = true;
             }
         }
         m_steps.pop_back();
@@ -245,15 +262,20 @@ void UndoLog::takeBackAll()
     }
 }
 
-void UndoLog::takeBack(const WayBack &back)
+void UndoLog::takeBack(const WayBack &back, bool isBegun)
 {
     if (back.isForDoubt && !m_isInDoubt)
         return;
     if ((m_isInDoubt || back.isAlwaysAsked) && !isSo(connection(), back.when))
         return keep(back.notSent, {});
-    if (m_isInDoubt && !isSo(connection(), back.needs))
-        throw Failure(QStringLiteral("行が他にあることを確認できないため、中止しました。: ") +
-                      back.statement);
+    if (m_isInDoubt && !isSo(connection(), back.needs)) {
+        if (!isBegun)
+            m_nextBack = -1; // so that the step can still be finished
+        throw Failure(back.notSent.isEmpty()
+                          ? QStringLiteral("行が他にあることを確認できないため、中止しました。: ") +
+                                back.statement
+                          : back.notSent);
+    }
     try {
         makeAgain(back);
     } catch (const Failure &error) {

@@ -48,9 +48,15 @@ public:
     // Before the first step. Sets what the steps and their ways back need, and so that SHOW and SELECT are
     // not cut off and what was answered is kept. Throws Failure.
     void open(const std::vector<SessionVariable> &more = {});
+    // In its place where the change's statements stand fixed: sets nothing, and keeps the present values for
+    // the ways back.
+    void openAsIs(const QStringList &variables);
     SessionVariables &variables() { return m_variables; }
     const SessionVariables &variables() const { return m_variables; }
 
+    // Writes a step down that the caller sends and takes back by itself, in as many statements as it wants.
+    // Sends nothing. Throws Failure, and has noted nothing, when it cannot be written.
+    void note(Step step);
     // Sends a step; a refusal is thrown (Failure) unless the step is optional.
     RecordSet execute(Step step);
     // Sends what needs no way back.
@@ -105,7 +111,7 @@ private:
     void requireHeld();
     bool finishes();
     void takeBackAll();
-    void takeBack(const WayBack &back);
+    void takeBack(const WayBack &back, bool isBegun);
     void makeAgain(const WayBack &back);
     UndoReport end(UndoReport::Ending ending);
     UndoReport stuck(const Failure &error);

@@ -27,7 +27,7 @@ struct WayBack {
     // Asked only once a statement was in doubt, since until then all is known.
     Question when = {};         // sent only if it is so
     bool isAlwaysAsked = false; // `when`: others may have written meanwhile
-    QString notSent = {};       // told when it was not so
+    QString notSent = {};       // told when it was not so, or what is needed is not there
     Question needs = {};        // the undoing stops here unless it is so
     bool isForDoubt = false;    // clears up what a statement in doubt may have left; not sent before
     int nothingThere = 0;       // the server's number for having nothing to take back
@@ -52,5 +52,6 @@ struct Step {
     bool isOfSession = false; // ends with the connection: a lock
     bool completes = false;   // when it turns out to be done after a doubt, the change is done
     bool isRepeated = false;  // with all else done: sent again when it fails, instead of going back
+    int nothingLeft = 0;      // the server's number for having nothing left of what `isRepeated` does
     QString onceDone = {};    // told where `completes` or `isRepeated` leads to the end
 };

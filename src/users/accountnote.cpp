@@ -1,0 +1,85 @@
+#include "users/accountnote.h"
+
+namespace {
+
+QString shown(const Account &account)
+{
+    return QStringLiteral("ﾕｰｻﾞｰ %1@%2 ").arg(account.user, account.host);
+}
+
+// The server's numbers for a right that the account does not hold.
+int noSuchGrant(const QString &statement)
+{
+    constexpr int noSuchGrant = 1141, noSuchTableGrant = 1147;
+    return statement.contains(QStringLiteral(".* FROM ")) ? noSuchGrant : noSuchTableGrant;
+}
+
+} // namespace
+
+AccountNote::AccountNote(Session &session, const Account &account, const QString &what)
+    : m_account(account)
+    , m_log(session, shown(account) + what)
+{
+}
+
+std::vector<WayBack> AccountNote::waysBack(const QStringList &grants, const QStringList &surplus) const
+{
+    // MySQL 5.6 makes an account that is not there, without a password. Rows that were deleted are known to
+    // the server as long as it does not read its tables again.
+    WayBack first{flushPrivileges()};
+    first.needs = isThere(QStringLiteral("select 1 from mysql.user where user = '") + m_account.user +
+                          QStringLiteral("' and host = '") + m_account.host + u'\'');
+    first.notSent = shown(m_account) + QStringLiteral("はもうありません。権限は戻せません。");
+    std::vector<WayBack> ways{std::move(first)};
+    for (const QString &statement : surplus) {
+        WayBack back{statement};
+        back.nothingThere = noSuchGrant(statement);
+        back.lost = QStringLiteral("増えた権限を外せませんでした。");
+        ways.push_back(std::move(back));
+    }
+    for (const QString &statement : grants)
+        ways.push_back({statement});
+    // A right on columns whose rows were left is only seen then (MariaDB 10.11, MySQL 5.6 and 9).
+    ways.push_back({flushPrivileges()});
+    return ways;
+}
+
+void AccountNote::write(const QStringList &grants, const QStringList &surplus, const QString &state)
+{
+    if (grants.isEmpty())
+        return;
+    Step step;
+    step.back = waysBack(grants, surplus);
+    step.untilUndone = state;
+    m_log.note(std::move(step));
+}
+
+void AccountNote::writeRemoval(const QStringList &grants, const QString &dropStatement)
+{
+    Step step;
+    step.statement = dropStatement;
+    step.isRepeated = true;
+    constexpr int noSuchAccount = 1396;
+    step.nothingLeft = noSuchAccount;
+    step.onceDone = shown(m_account) + QStringLiteral("を削除しました。");
+    step.back = waysBack(grants, {});
+    step.untilUndone = QStringLiteral("権限を消し、最後にﾕｰｻﾞｰを消す途中でした。ﾕｰｻﾞｰがもう無いときは、"
+                                      "元に戻せません。");
+    m_log.note(std::move(step));
+}
+
+void sendNoted(Session &session, AccountNote &note, const QStringList &statements)
+{
+    bool isBegun = false;
+    for (const QString &statement : statements) {
+        try {
+            session.connection().execute(statement);
+        } catch (const Failure &error) {
+            if (!isBegun && doubtAfter(session, error) == Doubt::None)
+                note.close();
+            throw;
+        }
+        isBegun = true;
+        session.connection().execute(flushPrivileges());
+    }
+}

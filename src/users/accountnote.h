@@ -1,0 +1,33 @@
+#pragma once
+
+#include "core/command/undolog.h"
+#include "users/rights.h"
+
+// How the rights come back that a change of several statements takes from an account, for a program that does
+// not live to end it. The account itself stays until the last of its rights is gone, and its password with
+// it: no note holds a password or a hash.
+class AccountNote {
+public:
+    // what: "の権限の変更"
+    AccountNote(Session &session, const Account &account, const QString &what);
+
+    // Reading statements only. Throws Failure.
+    void open() { m_log.openAsIs({QStringLiteral("sql_mode")}); }
+    const ServerPlace &place() const { return m_log.place(); }
+    // Notes the statements that give the rights back; `surplus` those that take what the change adds. Nothing
+    // is noted where there is nothing to give back. Throws Failure when it cannot be written.
+    void write(const QStringList &grants, const QStringList &surplus, const QString &state);
+    // The same for the account as a whole, which the statement removes with all that is left of it.
+    void writeRemoval(const QStringList &grants, const QString &dropStatement);
+    // Nothing is missing any more. Without it the note stays, for the next connection to this server.
+    void close() { m_log.close(); }
+
+private:
+    std::vector<WayBack> waysBack(const QStringList &grants, const QStringList &surplus) const;
+
+    const Account m_account;
+    UndoLog m_log;
+};
+
+// Sends each, and FLUSH PRIVILEGES after it. The note goes again where the server refuses the first.
+void sendNoted(Session &session, AccountNote &note, const QStringList &statements);
