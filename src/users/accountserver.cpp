@@ -2,6 +2,8 @@
 
 #include "core/sql/passwords.h"
 
+#include <QRegularExpression>
+
 namespace {
 
 // For statements that carry a password: the server quotes the rest of what it refuses.
@@ -42,9 +44,16 @@ void makeAndGrant(Session &session, const GlobalGrant &grant, const QString &cla
     }
 }
 
+QString createUserOf(Session &session, const Account &account)
+{
+    const RecordSet rows = session.connection().execute(showCreateUser(account));
+    return rows.isOpen() ? rows.text(0) : QString();
+}
+
 // The password comes last: it is the one thing that cannot be taken back.
 void grantAndSetPassword(Session &session, const GlobalGrant &grant, const QString &clause)
 {
+    requirePasswordLogin(createUserOf(session, grant.account));
     sendGrant(session, grant);
     sendSecretly(session, alterAccount(grant.account, clause));
 }
@@ -62,10 +71,21 @@ bool hasOtherWayIn(Session &session, const Account &account)
 {
     constexpr int firstWithSeveral = 100400;
     const ServerInfo server = session.connection().server();
-    if (!server.isMariaDb || server.number < firstWithSeveral)
-        return false;
-    const RecordSet rows = session.connection().execute(showCreateUser(account));
-    return rows.isOpen() && rows.text(0).contains(u" IDENTIFIED VIA ");
+    return server.isMariaDb && server.number >= firstWithSeveral &&
+           createUserOf(session, account).contains(u" IDENTIFIED VIA ");
+}
+
+void setPasswordAmongOthers(Session &session, const Account &account, const QString &password)
+{
+    constexpr int notApplicable = 1699;
+    const QString before = createUserOf(session, account);
+    try {
+        sendSecretly(session, setPassword(account, password));
+    } catch (const Failure &error) {
+        // MariaDB 10.11 says so of a first way in without a password when it has changed that of the second.
+        if (error.number() != notApplicable || createUserOf(session, account) == before)
+            throw;
+    }
 }
 
 // password: as it stands between single quotes.
@@ -76,7 +96,7 @@ void sendWithPassword(Session &session, const GlobalGrant &grant, const QString 
         return sendInTwo(session, grant, clause);
     if (!grant.isNew && hasOtherWayIn(session, grant.account)) {
         sendGrant(session, grant);
-        return sendSecretly(session, setPassword(grant.account, password));
+        return setPasswordAmongOthers(session, grant.account, password);
     }
     constexpr int syntaxError = 1064;
     try {
@@ -100,6 +120,19 @@ bool revokesByName(const Session &session)
 {
     const ServerInfo server = session.connection().server();
     return !server.isMariaDb && server.number >= 80000;
+}
+
+void requirePasswordLogin(const QString &createUser)
+{
+    static const QRegularExpression pluginName(QStringLiteral("^CREATE USER .*? IDENTIFIED WITH '?(\\w+)"));
+    static const QStringList withPassword{QStringLiteral("caching_sha2_password"),
+                                          QStringLiteral("mysql_native_password"),
+                                          QStringLiteral("sha256_password")};
+    const QString plugin = pluginName.match(createUser).captured(1);
+    if (!plugin.isEmpty() && !withPassword.contains(plugin))
+        throw Failure(
+            QStringLiteral("このﾕｰｻﾞｰの認証方式(%1)はﾊﾟｽﾜｰﾄﾞを使いません。ﾊﾟｽﾜｰﾄﾞは変更できません。")
+                .arg(plugin));
 }
 
 void sendGlobalGrant(Session &session, const GlobalGrant &grant)

@@ -10,6 +10,10 @@ void sendAndFlush(Session &session, const QString &statement);
 // levels, too, and REVOKE GRANT OPTION fails where there is none. GRANT takes no password there any more.
 bool revokesByName(const Session &session);
 
+// Throws Failure where MySQL would take a new password and throw it away, with what stood in its place: the
+// name in the system of an account of auth_socket. createUser: of SHOW CREATE USER, or empty.
+void requirePasswordLogin(const QString &createUser);
+
 // A global GRANT, and the password that goes with it when one was typed.
 struct GlobalGrant {
     Account account;

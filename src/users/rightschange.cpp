@@ -101,6 +101,8 @@ private:
         const Rights own = readOwnRights(m_session);
         m_tells = own.isTold;
         m_before = readState(m_session, m_account, m_change.scope);
+        if (m_change.isPasswordNew)
+            requirePasswordLogin(m_before.createUser);
         m_wanted = m_change.wanted(m_before.rights);
         if (m_tells && m_change.scope == m_change.grantScope) {
             tryGranting(m_session, m_account, m_change.scope, m_before.rights.names + m_change.granted, own);

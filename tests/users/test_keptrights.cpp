@@ -58,7 +58,9 @@ private Q_SLOTS:
     void editingNothingChangesNothing_data();
     void editingNothingChangesNothing();
     void whatIsEditedChangesAndNothingElse();
+    void aPasswordIsChangedAlone_data();
     void aPasswordIsChangedAlone();
+    void noPasswordIsGivenToWhoUsesNone();
     void aFailedChangeLeavesTheAccountAsItWas();
     void aMissingRightOfTheAdministratorsIsFoundFirst();
     void anExistingAccountGetsWhatWasPromised();
@@ -208,10 +210,18 @@ void KeptRightsTest::whatIsEditedChangesAndNothingElse()
     compare("hidden2", before, {}, {"GRANT INSERT ON d1.t1 TO hidden2@%"});
 }
 
+void KeptRightsTest::aPasswordIsChangedAlone_data()
+{
+    const Rows<QString> row;
+    row("as MariaDB's packages make root", "mysql_native_password using 'invalid' or unix_socket");
+    row("after another way in", "unix_socket or mysql_native_password using 'invalid'");
+}
+
 void KeptRightsTest::aPasswordIsChangedAlone()
 {
-    if (m_brand == Brand::MariaDb) // as its packages make root
-        run("alter user hidden identified via mysql_native_password using 'invalid' or unix_socket");
+    const auto [ways] = fetched<QString>();
+    if (m_brand == Brand::MariaDb)
+        run("alter user hidden identified via " + ways);
     static const QRegularExpression hash("'(\\*[0-9A-F]+|invalid)'");
     const auto rights = [this] {
         const QString more = m_brand == Brand::MariaDb ? "; show create user hidden" : "";
@@ -224,6 +234,24 @@ void KeptRightsTest::aPasswordIsChangedAlone()
     stage.does(change, "cmdGrantEdit", changed);
     QVERIFY(m_server->accepts("hidden", "n'e\\nu😀"));
     QCOMPARE(rights(), before);
+}
+
+void KeptRightsTest::noPasswordIsGivenToWhoUsesNone()
+{
+    if (m_brand != Brand::MySql9)
+        QSKIP("MariaDB refuses it itself; MySQL 5.6 comes without such a plugin");
+    run("install plugin auth_socket soname 'auth_socket.so';"
+        "alter user hidden identified with auth_socket as 'clerk'");
+    const QSet<QString> before = rightsOf("hidden");
+    UserStage stage(m_server->nativeString());
+    stage.choose("lstUser", "%\thidden");
+    stage.check("ckPrivType_0", false);
+    stage.type("txtPassword", "new");
+    stage.fails(change, "cmdGrantEdit",
+                "このﾕｰｻﾞｰの認証方式(auth_socket)はﾊﾟｽﾜｰﾄﾞを使いません。ﾊﾟｽﾜｰﾄﾞは変更できません。");
+    compare("hidden", before, {}, {});
+    dropAccount("hidden");
+    run("uninstall plugin auth_socket");
 }
 
 void KeptRightsTest::aFailedChangeLeavesTheAccountAsItWas()
