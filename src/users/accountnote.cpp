@@ -17,9 +17,44 @@ int noSuchGrant(const QString &statement)
 } // namespace
 
 AccountNote::AccountNote(Session &session, const Account &account, const QString &what)
-    : m_account(account)
+    : m_session(session)
+    , m_account(account)
     , m_log(session, shown(account) + what)
 {
+}
+
+AccountNote::~AccountNote()
+{
+    if (!m_isClosed)
+        m_log.leave();
+}
+
+Rights AccountNote::open()
+{
+    // The statements have hosts in double quotes, which must not be names of columns; the user's own SQL, or
+    // a mode that stands for several, may have made them so.
+    const QString mode = QStringLiteral("sql_mode");
+    m_log.variables().read(m_session.connection(), {mode});
+    const QString plain =
+        changedMode(m_log.variables().before(mode),
+                    {QStringLiteral("ANSI_QUOTES"), QStringLiteral("ANSI"), QStringLiteral("ORACLE"),
+                     QStringLiteral("MSSQL"), QStringLiteral("DB2"), QStringLiteral("POSTGRESQL"),
+                     QStringLiteral("MAXDB")},
+                    {});
+    m_log.open({{mode, variableLiteral(plain)}});
+    const Rights own = readOwnRights(m_session);
+    // With RELOAD, or MySQL 9's FLUSH_PRIVILEGES, it may. Else the server is asked by sending it: a role may
+    // give the right.
+    const QString reload = QStringLiteral("RELOAD"), flush = QStringLiteral("FLUSH_PRIVILEGES");
+    if (own.isTold && !own.names.contains(reload) && !own.names.contains(flush))
+        m_session.connection().execute(flushPrivileges());
+    return own;
+}
+
+void AccountNote::close()
+{
+    m_isClosed = true;
+    m_log.close();
 }
 
 std::vector<WayBack> AccountNote::waysBack(const QStringList &grants, const QStringList &surplus) const

@@ -10,9 +10,11 @@ class AccountNote {
 public:
     // what: "の権限の変更"
     AccountNote(Session &session, const Account &account, const QString &what);
+    ~AccountNote();
 
-    // Reading statements only. Throws Failure.
-    void open() { m_log.openAsIs({QStringLiteral("sql_mode")}); }
+    // Before anything is read or sent. Throws Failure where FLUSH PRIVILEGES would be refused behind the
+    // first statement that takes something. Gives the rights at all scopes of the account that is connected.
+    Rights open();
     const ServerPlace &place() const { return m_log.place(); }
     // Notes the statements that give the rights back; `surplus` those that take what the change adds. Nothing
     // is noted where there is nothing to give back. Throws Failure when it cannot be written.
@@ -20,13 +22,15 @@ public:
     // The same for the account as a whole, which the statement removes with all that is left of it.
     void writeRemoval(const QStringList &grants, const QString &dropStatement);
     // Nothing is missing any more. Without it the note stays, for the next connection to this server.
-    void close() { m_log.close(); }
+    void close();
 
 private:
     std::vector<WayBack> waysBack(const QStringList &grants, const QStringList &surplus) const;
 
+    Session &m_session;
     const Account m_account;
     UndoLog m_log;
+    bool m_isClosed = false;
 };
 
 // Sends each, and FLUSH PRIVILEGES after it. The note goes again where the server refuses the first.

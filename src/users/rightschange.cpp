@@ -97,8 +97,7 @@ public:
 private:
     void start()
     {
-        m_note.open();
-        const Rights own = readOwnRights(m_session);
+        const Rights own = m_note.open();
         m_tells = own.isTold;
         m_before = readState(m_session, m_account, m_change.scope);
         if (m_change.isPasswordNew)

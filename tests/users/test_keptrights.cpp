@@ -61,6 +61,7 @@ private Q_SLOTS:
     void aPasswordIsChangedAlone_data();
     void aPasswordIsChangedAlone();
     void noPasswordIsGivenToWhoUsesNone();
+    void variablesOfTheSessionChangeNothing();
     void aFailedChangeLeavesTheAccountAsItWas();
     void aMissingRightOfTheAdministratorsIsFoundFirst();
     void anExistingAccountGetsWhatWasPromised();
@@ -254,6 +255,23 @@ void KeptRightsTest::noPasswordIsGivenToWhoUsesNone()
     run("uninstall plugin auth_socket");
 }
 
+// The console has the same session. Hosts stand in double quotes, and what is read must be whole.
+void KeptRightsTest::variablesOfTheSessionChangeNothing()
+{
+    const QSet<QString> before = rightsOf("hidden");
+    UserStage stage(m_server->nativeString());
+    stage.choose("lstUser", "%\thidden");
+    stage.choose("lstTable", "d1\tt1");
+    Connection &connection = stage.session.connection();
+    connection.execute("set session sql_mode='ANSI_QUOTES', autocommit=0, sql_select_limit=2");
+    stage.does("TABLE権限を変更します。", "cmdTableGrantEdit", changed);
+    compare("hidden", before, {}, {});
+    stage.does(change, "cmdGrantEdit", changed);
+    compare("hidden", before, {}, {});
+    const RecordSet now = connection.execute("select @@sql_mode, @@autocommit, @@sql_select_limit");
+    QCOMPARE(now.text(0) + now.text(1) + now.text(2), "ANSI_QUOTES02");
+}
+
 void KeptRightsTest::aFailedChangeLeavesTheAccountAsItWas()
 {
     const bool isMariaDb = m_brand == Brand::MariaDb;
@@ -298,6 +316,18 @@ void KeptRightsTest::aMissingRightOfTheAdministratorsIsFoundFirst()
                 "Access denied for user 'small'@'%' to database 'd1'");
     QCOMPARE(m_server->takeStatements().filter(QRegularExpression("^(REVOKE|FLUSH)")), QStringList());
     compare("hidden", before, {}, {});
+
+    run("revoke reload on *.* from small");
+    UserStage poorer(loginString(*m_server, "small", "p"));
+    poorer.dialogue.agrees = true;
+    for (const char *button : {"cmdTableGrantEdit", "cmdTableGrantDel", "cmdDelete"}) {
+        poorer.choose("lstUser", "%\thidden");
+        poorer.choose("lstTable", "d1\tt1");
+        poorer.click(button);
+        QVERIFY2(poorer.told().contains("RELOAD"), qPrintable(poorer.told()));
+        run("flush privileges");
+        compare("hidden", before, {}, {});
+    }
 }
 
 void KeptRightsTest::anExistingAccountGetsWhatWasPromised()

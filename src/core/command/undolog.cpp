@@ -29,12 +29,6 @@ void UndoLog::open(const std::vector<SessionVariable> &more)
     m_place = serverPlace(connection());
 }
 
-void UndoLog::openAsIs(const QStringList &variables)
-{
-    m_variables.read(connection(), variables);
-    m_place = serverPlace(connection());
-}
-
 void UndoLog::note(Step step)
 {
     m_steps.push_back({std::move(step)});
@@ -145,6 +139,18 @@ UndoReport UndoLog::resume()
         return stuck(error);
     }
     return goBack(Doubt::Interrupted);
+}
+
+void UndoLog::leave()
+{
+    const Undoing undoing(m_session);
+    try {
+        if (m_session.gCn && m_session.gCn->isOpen())
+            m_variables.putBack(connection());
+    } catch (const Failure &) {
+        // What went wrong before says what matters.
+    }
+    m_lock.reset();
 }
 
 void UndoLog::forget()
@@ -333,13 +339,7 @@ UndoReport UndoLog::stuck(const Failure &error)
     if (!statements.isEmpty())
         keep({}, QStringLiteral("元に戻す文:\n") + statements.join(QStringLiteral(";\n")) + u';');
     save(); // with the variables, which whoever goes on later needs again
-    try {
-        if (m_session.gCn && m_session.gCn->isOpen())
-            m_variables.putBack(connection());
-    } catch (const Failure &) {
-        // The words above say what matters.
-    }
-    m_lock.reset();
+    leave();
     return {UndoReport::Ending::Stuck, m_messages.join(u'\n'), m_details.join(u'\n')};
 }
 

@@ -48,9 +48,6 @@ public:
     // Before the first step. Sets what the steps and their ways back need, and so that SHOW and SELECT are
     // not cut off and what was answered is kept. Throws Failure.
     void open(const std::vector<SessionVariable> &more = {});
-    // In its place where the change's statements stand fixed: sets nothing, and keeps the present values for
-    // the ways back.
-    void openAsIs(const QStringList &variables);
     SessionVariables &variables() { return m_variables; }
     const SessionVariables &variables() const { return m_variables; }
 
@@ -74,6 +71,8 @@ public:
     // where it fails.
     UndoReport undoPending();
     UndoReport finishPending();
+    // The notes stay for a later start; the variables are put back. Never throws.
+    void leave();
     // Leaves the server as it is, and lets the notes of an earlier start go.
     void forget();
 
