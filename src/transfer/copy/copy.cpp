@@ -199,6 +199,8 @@ TargetLook lookAtTarget(Session &from, Session &to, const CopyOptions &options)
     from.connection().execute(useStatement(options.what.database));
     from.connection().execute(setStatement(exactVariables(from.connection().server())));
     const std::vector<DumpObject> plan = readDumpPlan(from.connection(), options.what);
+    look.tables =
+        std::ranges::count_if(plan, [](const DumpObject &object) { return object.kind <= DumpKind::Table; });
     look.existing = existingOf(plan, TargetNames(to.connection(), options.database));
     addTriggersOfExisting(look.existing, to.connection(), options.database);
     look.unknownCollations = unknownCollations(collationsOf(plan), to.connection().server());
@@ -226,7 +228,7 @@ QString copyObjects(Session &from, Session &to, const CopyOptions &options, cons
         if (!look.hasDatabase)
             makeDatabase(from, to, options, rewrite);
         to.connection().execute(useStatement(options.database));
-        sink.emplace(to, options.database, replacedTables(look), rewrite);
+        sink.emplace(to, options.database, replacedTables(look), look.tables, rewrite);
         sink->staging().requireRights();
         const DumpReport done =
             dump(from, optionsFor(to, options, look), *sink, [&](const TransferStatus &status) {
@@ -234,6 +236,7 @@ QString copyObjects(Session &from, Session &to, const CopyOptions &options, cons
                 last = status;
                 report(status);
             });
+        sink->staging().finish();
         const QStringList left = sink->staging().leftBehind();
         return QStringLiteral("データベース「%1」に %2 個のオブジェクト、%3 行をコピーしました。")
                    .arg(options.database)

@@ -17,6 +17,7 @@ struct CopyOptions {
 struct TargetLook {
     ServerRole role;
     bool hasDatabase = false;
+    qsizetype tables = 0;          // and sequences that are to be copied
     QStringList existing;          // "TABLE a", ...: what the copy would drop
     QStringList unknownCollations; // of what is to be copied
 };

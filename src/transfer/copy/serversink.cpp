@@ -6,11 +6,11 @@
 #include "core/sql/statements.h"
 
 ServerSink::ServerSink(Session &session, const QString &database, const QStringList &replaced,
-                       Rewrite rewrite)
+                       qsizetype count, Rewrite rewrite)
     : m_session(session)
     , m_rewrite(std::move(rewrite))
     , m_mode(sqlModeOf(session.connection()))
-    , m_staging(session, database, replaced,
+    , m_staging(session, database, replaced, count,
                 [this](const QString &statement) { sendRewritten(statement.toStdString()); })
 {
 }

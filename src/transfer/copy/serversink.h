@@ -13,8 +13,10 @@ public:
     // Changes a statement of the structure before it is sent; true when it did.
     using Rewrite = std::function<bool(std::string &statement)>;
 
-    // `replaced`: the tables and sequences of the database that are to change places with the copied ones.
-    ServerSink(Session &session, const QString &database, const QStringList &replaced, Rewrite rewrite);
+    // `replaced`: the tables and sequences of the database that are to change places with the copied
+    // ones; `count`: of these.
+    ServerSink(Session &session, const QString &database, const QStringList &replaced, qsizetype count,
+               Rewrite rewrite);
 
     void write(std::string_view script) override;
     void insert(std::string_view statement) override { send(statement); }

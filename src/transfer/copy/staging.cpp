@@ -4,6 +4,7 @@
 #include "core/command/doubt.h"
 #include "core/sql/statements.h"
 #include "core/sql/tabledefinition.h"
+#include "transfer/copy/copysteps.h"
 
 #include <QUuid>
 
@@ -19,13 +20,15 @@ QString newMark()
 
 } // namespace
 
-Staging::Staging(Session &to, QString database, QStringList replaced,
+Staging::Staging(Session &to, QString database, QStringList replaced, qsizetype count,
                  std::function<void(const QString &)> send)
     : m_to(to)
     , m_database(std::move(database))
     , m_replaced(std::move(replaced))
+    , m_count(count)
     , m_send(std::move(send))
     , m_mark(QStringLiteral("tarnwell_%1_").arg(newMark()))
+    , m_log(to, QStringLiteral("%1 へのコピー").arg(quotedName(m_database)))
 {
 }
 
@@ -46,12 +49,28 @@ void Staging::requireRights()
     }
 }
 
+QString Staging::sideName(qsizetype number) const
+{
+    return m_mark + QStringLiteral("new%1").arg(number);
+}
+
+void Staging::begin()
+{
+    QStringList sides;
+    for (qsizetype i = 0; i < m_count; ++i)
+        sides << sideName(i);
+    m_log.open({{QStringLiteral("foreign_key_checks"), QStringLiteral("0")}});
+    m_log.execute(fillingStep(m_database, sides));
+}
+
 DumpObject Staging::beside(const DumpObject &object)
 {
     if (!isUsed() || object.kind > DumpKind::Table)
         return object;
+    if (m_places.empty())
+        begin();
     DumpObject made = object;
-    made.name = m_mark + QStringLiteral("new%1").arg(m_places.size());
+    made.name = sideName(static_cast<qsizetype>(m_places.size()));
     Place place{object.keyword, object.name, {}, made.name, {}};
     if (m_replaced.contains(object.name))
         place.old = m_mark + QStringLiteral("old%1").arg(m_places.size());
@@ -70,7 +89,7 @@ DumpObject Staging::beside(const DumpObject &object)
 
 void Staging::changePlaces()
 {
-    if (!isUsed())
+    if (m_places.empty())
         return;
     requireFreeNames();
     keepHistory();
@@ -78,33 +97,54 @@ void Staging::changePlaces()
     // Foreign keys of tables that stay would follow an old table to its other name. They keep the name that
     // they refer to where that table is dropped, with the checks off.
     const QStringList referredTo = namesReferredTo();
-    QStringList moves, old;
+    QStringList moves, drops, later, left;
     for (const Place &place : m_places) {
-        if (referredTo.contains(place.name, Qt::CaseInsensitive))
+        const bool isReferredTo = referredTo.contains(place.name, Qt::CaseInsensitive);
+        const auto dropped = [&](const QString &name) {
+            return QStringLiteral("DROP %1 %2").arg(place.keyword, inDatabase(name));
+        };
+        const auto move = [this](const QString &from, const QString &to) {
+            return QStringLiteral("%1 TO %2").arg(inDatabase(from), inDatabase(to));
+        };
+        if (isReferredTo) {
+            if (!place.old.isEmpty())
+                later << dropped(place.name);
+            left << QStringLiteral("RENAME TABLE ") + move(place.side, place.name);
+            later << left.last();
             continue;
-        const QString move = QStringLiteral("%1 TO %2");
-        if (!place.old.isEmpty()) {
-            moves << move.arg(quotedName(place.name), quotedName(place.old));
-            old << QStringLiteral("DROP %1 %2").arg(place.keyword, quotedName(place.old));
         }
-        moves << move.arg(quotedName(place.side), quotedName(place.name));
+        if (!place.old.isEmpty()) {
+            moves << move(place.name, place.old);
+            drops << dropped(place.old);
+        }
+        moves << move(place.side, place.name);
     }
-    m_stage = Stage::Changing;
+    later += drops;
     if (!moves.isEmpty())
-        m_send(QStringLiteral("RENAME TABLE ") + moves.join(QStringLiteral(", ")));
+        later.prepend(QStringLiteral("RENAME TABLE ") + moves.join(QStringLiteral(", ")));
+    // Only the one statement is carried out as a whole.
+    m_stage = moves.isEmpty() ? Stage::Changed : Stage::Changing;
+    beginExchange(later.takeFirst(), left + drops);
     m_stage = Stage::Changed;
-    for (const Place &place : m_places) {
-        if (!referredTo.contains(place.name, Qt::CaseInsensitive))
-            continue;
-        if (!place.old.isEmpty())
-            m_send(QStringLiteral("DROP %1 %2").arg(place.keyword, quotedName(place.name)));
-        m_send(QStringLiteral("RENAME TABLE %1 TO %2").arg(quotedName(place.side), quotedName(place.name)));
-    }
-    for (const QString &statement : std::as_const(old))
+    for (const QString &statement : std::as_const(later))
         m_send(statement);
     for (Place &place : m_places)
         addClauses(place);
     m_stage = Stage::Done;
+}
+
+// `left` is safe to be sent by hand, also again.
+void Staging::beginExchange(const QString &statement, const QStringList &left)
+{
+    QStringList sides, replaced, statements = left;
+    for (const Place &place : m_places) {
+        sides << place.side;
+        if (!place.old.isEmpty())
+            replaced << place.name;
+        if (!place.table.clauses.isEmpty())
+            statements << completion(place);
+    }
+    m_log.execute(exchangeStep(statement, m_database, sides, replaced, statements));
 }
 
 // Of tables with a history.
@@ -217,8 +257,12 @@ QString Staging::inDatabase(const QString &name) const
 
 QString Staging::giveUp()
 {
-    if (m_stage == Stage::Done || m_places.empty())
+    if (m_places.empty())
         return {};
+    if (m_stage == Stage::Done) {
+        finish();
+        return {};
+    }
     try {
         const Undoing undoing(m_to);
         try {
@@ -229,8 +273,9 @@ QString Staging::giveUp()
             reconnect(m_to);
             settleDoubt();
         }
+        finish();
         return wordsOnPlaces();
-    } catch (const Failure &failure) {
+    } catch (const Failure &failure) { // the notes stay
         return QStringLiteral("\r\nコピー先に作業用のテーブル「%1…」が残っているかもしれません。\r\n%2")
             .arg(m_mark, failure.description());
     }

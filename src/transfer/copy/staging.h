@@ -1,6 +1,6 @@
 #pragma once
 
-#include "core/session/session.h"
+#include "core/command/undolog.h"
 #include "transfer/copy/sidetable.h"
 #include "transfer/dump/dumpplan.h"
 
@@ -8,12 +8,13 @@
 #include <vector>
 
 // Tables and sequences that a copy puts in the place of others. They are made and filled beside the old ones,
-// which stay as they are until all is there; then they change places, and the old ones are dropped last.
+// which stay as they are until all is there; then they change places, and the old ones are dropped last. An
+// UndoLog notes it until the copy has ended.
 class Staging {
 public:
     // `replaced`: what of them there is; nothing: the copied ones are made under their own names. `send`
-    // sends a statement as the copy does.
-    Staging(Session &to, QString database, QStringList replaced,
+    // sends a statement as the copy does. `count`: how many tables and sequences are copied.
+    Staging(Session &to, QString database, QStringList replaced, qsizetype count,
             std::function<void(const QString &statement)> send);
 
     bool isUsed() const { return !m_replaced.isEmpty(); }
@@ -23,6 +24,8 @@ public:
     DumpObject beside(const DumpObject &object);
     // Throws Failure; giveUp() then says what there is.
     void changePlaces();
+    // The copy is there, with all that belongs to its tables.
+    void finish() { m_log.close(); }
     bool hasChangedPlaces() const { return m_stage >= Stage::Changed; }
     // Names of tables that a copy has left in the database which did not live to end.
     QStringList leftBehind();
@@ -39,6 +42,9 @@ private:
         bool isComplete = false; // with its clauses
     };
 
+    void begin();
+    QString sideName(qsizetype number) const;
+    void beginExchange(const QString &statement, const QStringList &left);
     void requireFreeNames();
     void tryForeignKeys();
     void keepHistory();
@@ -54,8 +60,10 @@ private:
     Session &m_to;
     const QString m_database;
     const QStringList m_replaced;
+    const qsizetype m_count;
     const std::function<void(const QString &)> m_send;
     const QString m_mark; // in all names that this makes
+    UndoLog m_log;
     std::vector<Place> m_places;
     Stage m_stage = Stage::Filling;
 };
