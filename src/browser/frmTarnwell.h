@@ -144,6 +144,7 @@ private:
     QPointer<frmSql> m_console;
     QString m_keepsPasswordOf; // saved connection whose password is kept anew once it has proven right
     bool m_hasTriedToComeBack = false; // or given it up, since something ran last
+    bool m_hasComeBack = false;        // and it was not looked yet for what is pending there
     KeepAlive *m_keepAlive = nullptr;
     ServerStrips *m_strips = nullptr; // made for the first saved connection
     SheetRoom m_sheets;

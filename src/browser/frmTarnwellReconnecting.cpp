@@ -35,6 +35,7 @@ void frmTarnwell::comeBack()
                       failure.number(), QStringLiteral("08003"));
     }
     m_hasTriedToComeBack = false;
+    m_hasComeBack = true;
     m_controls.encryption->showOf(m_session.gCn.get());
     m_panel.showRole();
     m_dialogue.setLastError(QStringLiteral("接続が切れたので、つなぎ直しました。"), false);
@@ -43,6 +44,15 @@ void frmTarnwell::comeBack()
 // For those who only said that the connection was lost.
 void frmTarnwell::comeBackWhenIdle()
 {
+    // A change whose undoing ended with the server has told where things are; now it can be undone.
+    const bool isOpen = m_session.gCn && m_session.gCn->isOpen();
+    if (isOpen && m_hasComeBack) {
+        m_session.runner.run(this, QStringLiteral("終わっていない変更"), [this] {
+            m_hasComeBack = false;
+            settlePending();
+        });
+        return;
+    }
     if (m_hasTriedToComeBack || !m_session.gCn || m_session.gCn->isOpen())
         return;
     const QString before = m_controls.txtError->toPlainText();

@@ -1,5 +1,6 @@
 #include "browser/frmTarnwell.h"
 #include "connections/connectionstore.h"
+#include "core/command/undolog.h"
 #include "core/command/writing.h"
 #include "core/session/lastingconnection.h"
 #include "support/files.h"
@@ -281,6 +282,10 @@ void ConnectionsTest::aLostServerComesBackWithTheNextClick()
         lasting([&](const QString &string, Pump &) { return stage.script.factory()(string); }), stage.pump);
     QWidget &window = stage.connected<frmTarnwell>();
     auto &error = control<QPlainTextEdit>(window, "txtError");
+    { // ends as where the server is gone
+        UndoLog log(stage.session, "変更");
+        log.execute({.statement = "do 1", .back = {{"do 2"}}});
+    }
     const QString away = "サーバーとの接続が切れました。\nLost connection";
     const QString unreachable = "\nサーバーとの接続が切れていて、つなぎ直せません。\nCan't connect\n"
                                 "サーバーに届きません。サーバーが動いているか、名前とポート、"
@@ -303,6 +308,10 @@ void ConnectionsTest::aLostServerComesBackWithTheNextClick()
     for (const LoggedStatement &each : stage.session.statementLog->entries())
         logged << each.statement;
     QCOMPARE(logged.mid(logged.size() - stage.script.sent.size()), stage.script.sent);
+    stage.boxes.expectDialog(
+        "pendingChanges", [](QDialog &dialog) { control<QAbstractButton>(dialog, "undoPending").click(); });
+    stage.boxes.expectOk("変更 を元に戻しました。");
+    QTRY_COMPARE(stage.script.sent.last(), "do 2");
 }
 
 QTEST_MAIN(ConnectionsTest)
