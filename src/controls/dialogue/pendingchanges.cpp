@@ -72,7 +72,7 @@ PendingDialog::PendingDialog(QWidget *parent, const std::vector<PendingChange> &
     m_statements->setFont(codeFont());
     auto *layout = new QVBoxLayout(this);
     layout->addWidget(
-        new QLabel(QStringLiteral("次の変更が終わらないうちに、プログラムが終了しました。\n"
+        new QLabel(QStringLiteral("次の変更は、プログラムの終了か切断のため、終わっていません。\n"
                                   "「記録を消す」は、サーバーをそのままにして、この一覧から除きます。")));
     layout->addWidget(m_list, 1);
     layout->addWidget(m_statements, 3);

@@ -84,17 +84,23 @@ std::vector<Original> planned(Connection &connection, const QString &database, c
     return originals;
 }
 
+// The definition bears its name, by which the restore finds it, only once the rows are whole.
 void backUp(Connection &connection, const QString &database, const Original &original)
 {
-    writeNewFile(original.definitionPath, createText(connection, database, original.name).toUtf8());
-    if (original.isView)
-        return;
+    const QString partial = original.definitionPath + QStringLiteral(".partial");
+    QFile::remove(partial); // of a run that did not live to end
+    writeNewFile(partial, createText(connection, database, original.name).toUtf8());
     try {
-        writeRows(connection, database, original.name, original.rowsPath);
+        if (!original.isView)
+            writeRows(connection, database, original.name, original.rowsPath);
     } catch (const Failure &) {
-        QFile::remove(original.definitionPath);
+        QFile::remove(partial);
         throw;
     }
+    QFile definition(partial);
+    if (!definition.rename(original.definitionPath))
+        throw Failure(QStringLiteral("ファイル「%1」を作成できません。\r\n%2")
+                          .arg(original.definitionPath, definition.errorString()));
 }
 
 } // namespace
