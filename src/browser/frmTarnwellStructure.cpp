@@ -92,7 +92,9 @@ void frmTarnwell::showAlter()
 void frmTarnwell::openCompare()
 {
     bringToFront(*new CompareWindow(m_session, {savedConnections(), m_controls.lstDb->texts(),
-                                                [this](const QString &text) { m_sheets.propose(text); }}));
+                                                [this](const QString &text, std::unique_ptr<Session> there) {
+                                                    m_sheets.propose(text, std::move(there));
+                                                }}));
 }
 
 void frmTarnwell::openSearch()

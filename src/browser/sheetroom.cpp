@@ -14,10 +14,10 @@ SheetRoom::~SheetRoom()
     delete m_window;
 }
 
-void SheetRoom::propose(const QString &statement)
+void SheetRoom::propose(const QString &statement, std::unique_ptr<Session> there)
 {
     show();
-    m_window->propose(statement);
+    m_window->propose(statement, std::move(there));
 }
 
 void SheetRoom::open()

@@ -26,8 +26,8 @@ public:
     // Over the window that is active; what is chosen goes to the function, or into a new sheet. Says why
     // there is none: empty where it opened.
     QString openHistory(QWidget *parent, std::function<void(const QString &)> put);
-    // Into a sheet of the window, which is opened for it.
-    void propose(const QString &statement);
+    // Into a sheet of the window, which is opened for it; with settings into one that works with them.
+    void propose(const QString &statement, std::unique_ptr<Session> there = {});
     QString openOwnHistory() { return m_window->openHistory(); }
     bool isActive() const { return m_window && m_window->isActiveWindow(); }
     // With time and server; none that holds a password.

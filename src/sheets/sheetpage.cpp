@@ -119,13 +119,31 @@ void SheetPage::keepDraft()
 
 void SheetPage::connectToServer()
 {
-    m_database = m_around.session.gDbName;
-    m_settings = siblingOf(m_around.session, m_database);
+    const Session &from = settings();
+    m_database = from.gDbName;
+    m_settings = siblingOf(from, m_database);
     connect(&m_settings->runner, &Runner::started, this, &SheetPage::changed);
     connect(&m_settings->runner, &Runner::idle, this, &SheetPage::takeEditingEnd);
-    m_thread = std::make_unique<SheetThread>(m_around.session, m_database);
+    m_thread = std::make_unique<SheetThread>(*m_settings, m_database);
     connect(&m_thread->worker(), &SheetWorker::came, this, &SheetPage::take);
     lendConnection();
+}
+
+bool SheetPage::isFor(const Session &session) const
+{
+    const auto way = [](const Session &of) {
+        return QStringList{of.profile.id, of.gDsn, of.gServer, of.gPort, of.gUser};
+    };
+    return (!m_thread && !m_there) || way(settings()) == way(session);
+}
+
+void SheetPage::workOn(std::unique_ptr<Session> there)
+{
+    if (m_thread)
+        return;
+    m_there = std::move(there);
+    m_database = m_there->gDbName;
+    Q_EMIT changed();
 }
 
 void SheetPage::start(const std::function<void(SheetWorker &)> &work)

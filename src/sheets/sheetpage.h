@@ -88,10 +88,16 @@ public:
     void removeDraft() { m_draft->remove(); }
     SheetEditor &editor() { return *m_editor; }
     const ConnectionProfile &profile() const { return settings().profile; }
+    // Whether what it runs goes, or would go, where the session's connections go.
+    bool isFor(const Session &session) const;
+    // Its connection, which it does not have yet, will be made with these settings and not with the
+    // program's.
+    void workOn(std::unique_ptr<Session> there);
     void takeMarks(const ConnectionProfile &profile)
     {
-        if (m_settings)
-            m_settings->profile.takeMarks(profile);
+        for (Session *own : {m_settings.get(), m_there.get()})
+            if (own)
+                own->profile.takeMarks(profile);
     }
 
 Q_SIGNALS:
@@ -106,7 +112,10 @@ private:
 
     void buildLayout();
     void addKeys();
-    const Session &settings() const { return m_settings ? *m_settings : m_around.session; }
+    const Session &settings() const
+    {
+        return m_settings ? *m_settings : m_there ? *m_there : m_around.session;
+    }
     void connectToServer();
     void lendConnection();
     void takeEditingEnd();
@@ -138,6 +147,7 @@ private:
     // The settings that the connection was made with: the windows may have gone to another server since. Its
     // own connection is the sheet's, borrowed.
     std::shared_ptr<Session> m_settings;
+    std::unique_ptr<Session> m_there; // null: it goes by what the main window has chosen when it connects
     std::unique_ptr<SheetThread> m_thread;
     std::vector<Sent> m_sent;
     qsizetype m_statementCount = 0;       // of the run, as far as it is known before

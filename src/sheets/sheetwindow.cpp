@@ -189,10 +189,12 @@ SheetPage *SheetWindow::add(std::unique_ptr<Draft> draft)
     return added;
 }
 
-void SheetWindow::propose(const QString &text)
+void SheetWindow::propose(const QString &text, std::unique_ptr<Session> there)
 {
-    if (!page()->isEmpty())
+    if (!page()->isEmpty() || !page()->isFor(there ? *there : m_session))
         addSheet();
+    if (there)
+        page()->workOn(std::move(there));
     page()->put(text);
 }
 

@@ -32,8 +32,8 @@ public:
     void takeMarks(const ConnectionProfile &profile);
     // Of statements, for the sheet that is shown. As SheetServices::openHistory.
     QString openHistory();
-    // Into an empty sheet.
-    void propose(const QString &text);
+    // Into an empty sheet that works with the settings; without any, with those of the main window.
+    void propose(const QString &text, std::unique_ptr<Session> there = {});
 
 protected:
     void changeEvent(QEvent *event) override;

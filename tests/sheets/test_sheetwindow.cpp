@@ -45,6 +45,7 @@ private Q_SLOTS:
     void rowsOfOneTableAreEdited();
     void theServersModeIsFollowed();
     void aClosedSheetEndsWhatItRan();
+    void whatIsForAnotherServerGetsASheetOfIt();
 
 private:
     void open();
@@ -631,6 +632,24 @@ void SheetWindowTest::aClosedSheetEndsWhatItRan()
     QVERIFY(left > 0);
     QTRY_COMPARE_WITH_TIMEOUT(threads(), 0, 20'000);
     QTRY_VERIFY_WITH_TIMEOUT(!m_server.run("show processlist").contains("sleep(60)"), 10'000);
+}
+
+void SheetWindowTest::whatIsForAnotherServerGetsASheetOfIt()
+{
+    const auto propose = [this](const QString &text, std::unique_ptr<Session> there = {}) {
+        m_window->propose(text, std::move(there));
+    };
+    auto there = siblingOf(m_stage->session, "mysql");
+    there->profile.id = "other";
+    propose("select database()", std::move(there));
+    QCOMPARE(page().profile().id, "other");
+    run();
+    QCOMPARE(firstCells(), QStringList("mysql"));
+    page().editor().setContents({});
+    propose("select database()");
+    QCOMPARE(page().profile().id, "");
+    run();
+    QCOMPARE(firstCells(), QStringList("d"));
 }
 
 QTEST_MAIN(SheetWindowTest)

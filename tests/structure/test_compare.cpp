@@ -177,7 +177,11 @@ void CompareTest::aWindowShowsBothSidesAndMakesASheet()
     services.saved.list = [&] { return std::vector{other}; };
     services.databases = {"l", "r"};
     services.saved.password = [&](const ConnectionProfile &, QWidget *) { return std::optional(password); };
-    services.propose = [&](const QString &text) { sheet = text; };
+    std::unique_ptr<Session> there;
+    services.propose = [&](const QString &text, std::unique_ptr<Session> settings) {
+        sheet = text;
+        there = std::move(settings);
+    };
     stage.open(new CompareWindow(stage.session, services));
     auto &report = *stage.control<QPlainTextEdit>("transferReport");
     auto &list = *stage.control<QTreeWidget>("compareList");
@@ -208,8 +212,14 @@ void CompareTest::aWindowShowsBothSidesAndMakesASheet()
     stage.click("makeStatements");
     QVERIFY2(report.toPlainText().contains("印を付けて"), qPrintable(report.toPlainText()));
     list.topLevelItem(2)->setCheckState(0, Qt::Checked);
+    // A sheet of the side that is to be changed, whatever the window shows by now.
+    stage.control<QComboBox>("compareRightConnection")->setCurrentIndex(0);
+    stage.click("makeStatements");
+    QVERIFY(sheet.startsWith("-- other ("));
+    QCOMPARE((L{there->profile.id, there->gDbName, there->gPass}), (L{"1", "r", "demo"}));
     stage.control<QComboBox>("compareDirection")->setCurrentIndex(1);
     stage.click("makeStatements");
+    QCOMPARE((L{there->profile.id, there->gDbName}), (L{"", "l"}));
     QVERIFY2(sheet.contains("USE `l`") && sheet.contains("ADD COLUMN `gone` int") &&
                  !sheet.contains("letters"),
              qPrintable(sheet));

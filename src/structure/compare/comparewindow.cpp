@@ -89,6 +89,13 @@ void mark(SqlTextBox &box, const QStringList &own, const QStringList &others)
             box.markerAdd(line, differenceMark);
 }
 
+// With the name that the user has given it.
+QString shownServer(const Session &session)
+{
+    const QString server = serverName(session), &name = session.profile.name;
+    return name.isEmpty() ? server : QStringLiteral("%1 (%2)").arg(name, server);
+}
+
 SqlTextBox *shownText(const char *name, const QString &accessibleName)
 {
     auto *box = made<SqlTextBox>(name);
@@ -101,6 +108,7 @@ SqlTextBox *shownText(const char *name, const QString &accessibleName)
 
 struct CompareWindow::Read {
     DatabaseObjects left, right;
+    std::unique_ptr<Session> leftSettings, rightSettings; // they were read with
 };
 
 CompareWindow::CompareWindow(Session &session, CompareServices services)
@@ -264,8 +272,8 @@ void CompareWindow::start()
     const QString leftName = m_left.database->currentText(), rightName = m_right.database->currentText();
     if (leftName.isEmpty() || rightName.isEmpty())
         return tell(QStringLiteral("データベースを選んで下さい。"), true);
-    const std::unique_ptr<Session> left = sessionOf(m_left);
-    const std::unique_ptr<Session> right = left ? sessionOf(m_right) : nullptr;
+    std::unique_ptr<Session> left = sessionOf(m_left);
+    std::unique_ptr<Session> right = left ? sessionOf(m_right) : nullptr;
     if (!right)
         return;
     m_objects.clear();
@@ -275,11 +283,13 @@ void CompareWindow::start()
     m_read = read;
     begin(*left, *right, [=](Session &first, Session &second, const ReportProgress &report) {
         read->left = readDatabase(first.connection(), leftName, QStringLiteral("左"), report);
-        read->left.server = serverName(first);
+        read->left.server = shownServer(first);
         read->right = readDatabase(second.connection(), rightName, QStringLiteral("右"), report);
-        read->right.server = serverName(second);
+        read->right.server = shownServer(second);
         return QString();
     });
+    read->leftSettings = std::move(left);
+    read->rightSettings = std::move(right);
 }
 
 void CompareWindow::ended(bool hasFailed)
@@ -376,8 +386,10 @@ void CompareWindow::makeStatements()
     const bool isTargetRight = m_direction->currentIndex() == 0;
     const DatabaseObjects &source = isTargetRight ? m_read->left : m_read->right;
     const DatabaseObjects &target = isTargetRight ? m_read->right : m_read->left;
+    const Session &settings = isTargetRight ? *m_read->rightSettings : *m_read->leftSettings;
     try {
-        m_services.propose(statementsFor(objects, source, target, isTargetRight, options()));
+        m_services.propose(statementsFor(objects, source, target, isTargetRight, options()),
+                           siblingOf(settings, target.database));
     } catch (const Failure &error) {
         tell(error.description(), true);
     }

@@ -16,8 +16,9 @@ class SqlTextBox;
 // What the window needs of the program beside its session.
 struct CompareServices {
     SavedConnections saved;
-    QStringList databases;                            // of the session's server
-    std::function<void(const QString &text)> propose; // into an SQL sheet
+    QStringList databases; // of the session's server
+    // Into an SQL sheet that works with the settings, which are those of the side to be changed.
+    std::function<void(const QString &text, std::unique_ptr<Session> there)> propose;
 };
 
 // "compareWindow": two databases of one or two connections, what differs between them, and statements of the
