@@ -413,8 +413,11 @@ QString SheetPage::state() const
                       : m_progress);
     else if (!m_lastSeconds.isEmpty())
         parts << m_lastSeconds;
-    if (!m_database.isEmpty())
-        parts << m_database;
+    // The strip above tells of saved connections only, and the main window may have gone to another server.
+    const bool isNamed = (m_settings || m_there) && !profile().isSaved();
+    const QString where = isNamed ? serverName(settings()) + u' ' + m_database : m_database;
+    if (!where.isEmpty())
+        parts << where.trimmed();
     if (m_contents.encoding != FileText::Encoding::Utf8 || m_contents.isDamaged)
         parts << encodingName(m_contents.encoding) +
                      (m_contents.isDamaged ? QStringLiteral("（読めない文字があります）") : QString());

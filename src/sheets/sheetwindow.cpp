@@ -209,6 +209,8 @@ void SheetWindow::showState()
     const SheetPage *shown = page();
     if (!shown)
         return;
+    // A button that goes off under the focus would hand it to the next box, which the next blank would tick.
+    const QWidget *const pressed = qobject_cast<QPushButton *>(focusWidget());
     const bool isRunning = shown->isRunning();
     for (QPushButton *button : {m_runStatement, m_runSheet, m_script})
         button->setEnabled(!isRunning);
@@ -222,6 +224,8 @@ void SheetWindow::showState()
     m_pin->setEnabled(shown->hasGrid());
     m_pin->setChecked(shown->isResultPinned());
     m_safeMode->setChecked(isSafe());
+    if (pressed && !pressed->isEnabled())
+        page()->setFocus();
     m_state->setText(shown->state());
     if (m_profile != shown->profile()) {
         m_profile = shown->profile();
@@ -332,8 +336,10 @@ void SheetWindow::openPath(const QString &path)
     if (path.isEmpty())
         return;
     for (int i = 0; i < m_tabs->count(); ++i)
-        if (pageAt(i)->path() == path)
-            return m_tabs->setCurrentIndex(i);
+        if (pageAt(i)->path() == path) {
+            m_tabs->setCurrentIndex(i);
+            return page()->setFocus();
+        }
     SheetPage *target = page() && page()->isEmpty() && page()->path().isEmpty()
                             ? page()
                             : add(std::make_unique<Draft>(folder()));
@@ -341,6 +347,7 @@ void SheetWindow::openPath(const QString &path)
         m_dialogue->refuse(failure);
     else
         m_settings.noteRecent(path);
+    target->setFocus(); // to be written in, whatever button or menu was used
 }
 
 bool SheetWindow::saveFile()

@@ -125,7 +125,9 @@ void SheetWindowTest::cleanup()
 void SheetWindowTest::everyResultIsATab()
 {
     type("select 7 as a;\ncall two();\nupdate t set a = a + 1 where a > 1;\nselect 'x;' -- ;\n");
+    control<QWidget>(*m_window, "runSheet").setFocus();
     run();
+    QCOMPARE(m_window->focusWidget(), &page().editor()); // and not on the choice beside the button
     QCOMPARE(firstCells(), (QStringList{"7", "1", "2", "x;"}));
     QVERIFY2(messages().contains("2 行を変更しました"), qPrintable(messages()));
     QCOMPARE(m_remembered.size(), 4);
