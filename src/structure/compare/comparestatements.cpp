@@ -17,7 +17,7 @@ public:
     {
     }
 
-    void add(const ComparedObject &object, const DefaultCollations &wanted)
+    void add(const ComparedObject &object, const DatabaseObjects &wanted)
     {
         const std::optional<DumpObject> &from = m_isTargetRight ? object.left : object.right;
         const std::optional<DumpObject> &to = m_isTargetRight ? object.right : object.left;
@@ -65,12 +65,12 @@ public:
     }
 
 private:
-    void addAlter(const DumpObject &is, const DumpObject &wanted, const DefaultCollations &collations)
+    void addAlter(const DumpObject &is, const DumpObject &wanted, const DatabaseObjects &source)
     {
         const TableDefinition from = tableDefinition(is.definition.text, {});
-        const TableDefinition to =
-            likeness({from, m_target.collations}, {tableDefinition(wanted.definition.text, {}), collations},
-                     m_options);
+        const TableDefinition to = takenLikeness(
+            {from, m_target.collations, m_target.info},
+            {tableDefinition(wanted.definition.text, {}), source.collations, source.info}, m_options);
         for (const LostColumn &lost : lostColumns(from, to, {}))
             m_dropped << visibleName(is.name + u'.' + lost.name);
         for (const QString &statement :
@@ -92,6 +92,6 @@ QString statementsFor(const std::vector<ComparedObject> &objects, const Database
 {
     Sheet sheet(target, isTargetRight, options);
     for (const ComparedObject &object : objects)
-        sheet.add(object, source.collations);
+        sheet.add(object, source);
     return sheet.text(source);
 }

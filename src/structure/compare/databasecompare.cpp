@@ -11,18 +11,19 @@
 
 namespace {
 
-QStringList tableDifferences(const DumpObject &left, const DefaultCollations &leftCollations,
-                             const DumpObject &right, const DefaultCollations &rightCollations,
-                             const CompareOptions &options)
+QStringList tableDifferences(const DumpObject &left, const DatabaseObjects &leftSide, const DumpObject &right,
+                             const DatabaseObjects &rightSide, const CompareOptions &options)
 {
-    if (left.definition.text == right.definition.text && leftCollations == rightCollations)
+    if (left.definition.text == right.definition.text && leftSide.collations == rightSide.collations)
         return {};
     try {
         const TableDefinition mine = tableDefinition(left.definition.text, {});
-        return differences(mine,
-                           likeness({mine, leftCollations},
-                                    {tableDefinition(right.definition.text, {}), rightCollations}, options),
-                           {}, QStringLiteral("左: "), QStringLiteral("右: "));
+        return differences(
+            mine,
+            likeness({mine, leftSide.collations, leftSide.info},
+                     {tableDefinition(right.definition.text, {}), rightSide.collations, rightSide.info},
+                     options),
+            {}, QStringLiteral("左: "), QStringLiteral("右: "));
     } catch (const Failure &) {
         return {QStringLiteral("定義")}; // no CREATE TABLE that can be taken apart
     }
@@ -84,11 +85,10 @@ std::vector<ComparedObject> compare(const DatabaseObjects &left, const DatabaseO
             continue;
         }
         const DumpObject &same = *other->second;
-        const QStringList lines =
-            object.kind == DumpKind::Table
-                ? tableDifferences(object, left.collations, same, right.collations, options)
-                : objectDifferences(object.definition, left.collation, same.definition, right.collation,
-                                    options);
+        const QStringList lines = object.kind == DumpKind::Table
+                                      ? tableDifferences(object, left, same, right, options)
+                                      : objectDifferences(object.definition, left.collation, same.definition,
+                                                          right.collation, options);
         if (!lines.isEmpty())
             found.push_back({Where::Differs, object.kind, object.keyword, object.name, object, same, lines});
         others.erase(other);

@@ -1,10 +1,12 @@
 #include "structure/compare/tablelikeness.h"
 
-#include "core/sql/statements.h"
 #include "structure/alter/columnclauses.h"
+#include "structure/compare/commonform.h"
+
+#include <QRegularExpression>
 
 #include <algorithm>
-#include <set>
+#include <optional>
 
 namespace {
 
@@ -13,126 +15,185 @@ bool isOfCharacterSet(const TableOption &option)
     return option.name == u"CHARSET" || option.name == u"COLLATE";
 }
 
-// Of a character set or a collation; MariaDB from 10.6 on and MySQL 8 write utf8mb3.
-QString withNewName(const QString &name)
+// A name that the server gave.
+bool isServersName(const TablePart &check, const ServersTable &side)
 {
-    const QString lower = name.toLower(), old = QStringLiteral("utf8");
-    return lower == old || lower.startsWith(old + u'_') ? QStringLiteral("utf8mb3") + lower.mid(old.size())
-                                                        : lower;
+    static const QRegularExpression ofMariaDb(QStringLiteral("^CONSTRAINT_\\d+$"));
+    const QString mark = side.table.name + QStringLiteral("_chk_");
+    bool isNumber = false;
+    if (check.name.startsWith(mark, Qt::CaseInsensitive))
+        check.name.mid(mark.size()).toUInt(&isNumber);
+    return side.server.isMariaDb ? ofMariaDb.match(check.name).hasMatch() : isNumber;
 }
 
-QString collationOf(const QString &characterSet, const DefaultCollations &collations)
+// A column's own CHECK, as MariaDB writes it, and the column without it.
+struct ColumnCheck {
+    QString text, rest;
+};
+std::optional<ColumnCheck> columnCheck(const TablePart &column)
 {
-    for (auto each = collations.begin(); each != collations.end(); ++each)
-        if (withNewName(each.key()) == withNewName(characterSet))
-            return withNewName(*each);
-    return {};
+    const SqlTokens words(column.body, {});
+    const std::size_t at = checkIn(words), end = words.behindGroup(at + 1);
+    if (at == words.size() || isJsonOfMariaDb(column))
+        return {};
+    return ColumnCheck{words.text(at, end), words.text(0, at) + u' ' + words.text(end, words.size())};
 }
 
-QString collationOf(const ServersTable &side)
-{
-    const QString collation = side.table.option(QStringLiteral("COLLATE"));
-    return collation.isNull() ? collationOf(side.table.option(QStringLiteral("CHARSET")), side.collations)
-                              : withNewName(collation);
-}
-
-bool isNumber(const QString &token)
-{
-    return !token.isEmpty() && (token[0].isDigit() || token[0] == u'.');
-}
-
-bool isText(const QString &type)
-{
-    const QString word = type.toLower();
-    return word.endsWith(u"char") || word.endsWith(u"text") || word == u"enum" || word == u"set";
-}
-
-// Puts what all servers mean in one form, which is for comparing alone.
-class CommonForm {
+// Two sides, one of which is to be worded as the other is.
+class Likeness {
 public:
-    CommonForm(const TablePart &part, const ServersTable &side, bool hasCharacterSets)
-        : m_words(part.body, {})
-        , m_collations(side.collations)
+    Likeness(const ServersTable &is, const ServersTable &wanted, const CompareOptions &options)
+        : m_is(is)
+        , m_wanted(wanted)
+        , m_options(options)
     {
-        // Of a column that names none it is the table's.
-        if (part.kind == TablePart::Kind::Column && isText(m_words.at(0)))
-            m_collation = collationOf(side);
-        while (m_at < m_words.size())
-            takeNext();
-        if (hasCharacterSets)
-            m_kept << QStringLiteral("COLLATE") << m_collation;
     }
-    QString text() const { return m_kept.join(u' '); }
+
+    // Gives those for which there are none.
+    std::vector<TablePart *> takeWords(std::vector<TablePart> &parts);
+    void makeTaken(std::vector<TablePart> &parts, const std::vector<TablePart *> &others) const;
 
 private:
-    bool follow(std::initializer_list<QStringView> words) const
-    {
-        std::size_t at = m_at;
-        return std::ranges::all_of(words, [&](QStringView word) { return m_words.is(at++, word); });
-    }
-    void keep(const QString &token, std::size_t instead)
-    {
-        m_kept << token;
-        m_at += instead;
-    }
+    using Kind = TablePart::Kind;
 
-    void takeNext()
+    QString form(const TablePart &part, const ServersTable &side) const
     {
-        const bool isSign = m_words.is(m_at + 1, u"-");
-        const std::size_t number = m_at + (isSign ? 2 : 1);
-        if (follow({u"CHARACTER", u"SET"})) {
-            m_collation = collationOf(m_words.name(m_at + 2), m_collations);
-            m_at += 3;
-        } else if (follow({u"COLLATE"})) {
-            m_collation = withNewName(m_words.name(m_at + 1));
-            m_at += 2;
-        } else if (follow({u"CURRENT_TIMESTAMP", u"(", u")"})) { // MariaDB
-            keep(m_words.at(m_at), 3);
-        } else if (m_at == 0 && follow({u"YEAR", u"("})) { // (4); MySQL 8 writes none
-            keep(m_words.at(m_at), 4);
-        } else if (follow({u"ON", u"DELETE", u"NO", u"ACTION"}) ||
-                   follow({u"ON", u"UPDATE", u"NO", u"ACTION"})) { // the default, which MySQL 8 leaves out
-            m_at += 4;
-        } else if (follow({u"DEFAULT"}) && isNumber(m_words.at(number))) { // MySQL writes DEFAULT '1'
-            m_kept << m_words.at(m_at);
-            keep(quotedText((isSign ? QStringLiteral("-") : QString()) + m_words.at(number)),
-                 number + 1 - m_at);
-        } else if (isDoubled()) { // MySQL 8 puts all expressions into parentheses of their own
-            m_passedOver.insert(m_words.behindGroup(m_at) - 1);
-            ++m_at;
-        } else if (m_passedOver.contains(m_at)) {
-            ++m_at;
-        } else {
-            keep(m_words.at(m_at), 1);
-        }
+        return commonForm(part, side, m_options.hasCharacterSets);
     }
-
-    bool isDoubled() const
+    bool areAlike(const TablePart &own, const TablePart &part) const
     {
-        return follow({u"(", u"("}) && m_words.behindGroup(m_at + 1) + 1 == m_words.behindGroup(m_at);
+        const bool areServersNames =
+            part.kind == Kind::Check && isServersName(own, m_is) && isServersName(part, m_wanted);
+        return own.kind == part.kind && (own.name == part.name || areServersNames) && own.head == part.head &&
+               isSameColumn(form(own, m_is), form(part, m_wanted), {});
     }
+    void moveChecks(std::vector<TablePart> &parts) const;
+    QString freeName(const std::vector<TablePart> &parts) const;
+    QString inTargetsWords(const TablePart &column) const;
 
-    const SqlTokens m_words;
-    const DefaultCollations &m_collations;
-    QString m_collation;
-    std::size_t m_at = 0;
-    QStringList m_kept;
-    std::set<std::size_t> m_passedOver;
+    const ServersTable &m_is, &m_wanted;
+    const CompareOptions &m_options;
 };
 
-bool areAlike(const TablePart &own, const ServersTable &is, const TablePart &part, const ServersTable &wanted,
-              const CompareOptions &options)
+std::vector<TablePart *> Likeness::takeWords(std::vector<TablePart> &parts)
 {
-    const auto form = [&](const TablePart &each, const ServersTable &side) {
-        return CommonForm(each, side, options.hasCharacterSets).text();
-    };
-    return own.kind == part.kind && own.name == part.name && own.head == part.head &&
-           isSameColumn(form(own, is), form(part, wanted), {});
+    moveChecks(parts);
+    std::vector<const TablePart *> left;
+    for (const TablePart &own : m_is.table.parts)
+        left.push_back(&own);
+    std::vector<TablePart *> without;
+    for (const bool isOfName : {true, false})
+        for (TablePart &part : parts) {
+            if (isOfName)
+                without.push_back(&part);
+            const auto own = std::ranges::find_if(left, [&](const TablePart *each) {
+                return (!isOfName || each->name == part.name) && areAlike(*each, part);
+            });
+            if (own == left.end() || std::ranges::find(without, &part) == without.end())
+                continue;
+            part.name = (*own)->name;
+            part.body = (*own)->body;
+            left.erase(own);
+            std::erase(without, &part);
+        }
+    return without;
 }
 
-} // namespace
+// What MariaDB writes beside a column stands in MySQL among the others, under a name that the server gave.
+void Likeness::moveChecks(std::vector<TablePart> &parts) const
+{
+    const auto find = [this](auto &in, const ServersTable &side, const QString &check) {
+        return std::ranges::find_if(in, [&](const TablePart &each) {
+            return each.kind == Kind::Check && isServersName(each, side) && form(each, side) == check;
+        });
+    };
+    for (std::size_t i = 0; i < parts.size(); ++i) {
+        const auto own = std::ranges::find_if(m_is.table.parts, [&](const TablePart &each) {
+            return each.kind == Kind::Column && each.name == parts[i].name;
+        });
+        if (parts[i].kind != Kind::Column || own == m_is.table.parts.end())
+            continue;
+        const std::optional<ColumnCheck> mine = columnCheck(*own), other = columnCheck(parts[i]);
+        if (mine.has_value() == other.has_value())
+            continue;
+        const QString check =
+            form({Kind::Check, {}, {}, mine ? mine->text : other->text}, mine ? m_is : m_wanted);
+        const auto amongOwn = find(m_is.table.parts, m_is, check);
+        const auto amongWanted = find(parts, m_wanted, check);
+        if (other && amongOwn != m_is.table.parts.end() && amongWanted == parts.end()) {
+            parts[i].body = other->rest;
+            parts.push_back(*amongOwn);
+        } else if (mine && amongOwn == m_is.table.parts.end() && amongWanted != parts.end()) {
+            parts[i].body += u' ' + mine->text;
+            i -= amongWanted < parts.begin() + static_cast<std::ptrdiff_t>(i);
+            parts.erase(amongWanted);
+        }
+    }
+}
 
-TableDefinition likeness(const ServersTable &is, const ServersTable &wanted, const CompareOptions &options)
+void Likeness::makeTaken(std::vector<TablePart> &parts, const std::vector<TablePart *> &others) const
+{
+    QStringList checks;
+    for (TablePart *part : others) {
+        const std::optional<ColumnCheck> check = columnCheck(*part);
+        // MySQL would choose the name, which may be that of another one here.
+        if (check && part->kind == Kind::Column && !m_is.server.isMariaDb) {
+            checks << check->text;
+            part->body = check->rest;
+        }
+        if (part->kind == Kind::Column)
+            part->body = inTargetsWords(*part);
+        else if (part->kind == Kind::Check && isServersName(*part, m_wanted))
+            part->name = freeName(parts);
+    }
+    for (const QString &check : std::as_const(checks))
+        parts.push_back({Kind::Check, freeName(parts), {}, check});
+}
+
+// In the target's manner: one of another brand may be in use, in MySQL by another table.
+QString Likeness::freeName(const std::vector<TablePart> &parts) const
+{
+    const QString mark =
+        m_is.server.isMariaDb ? QStringLiteral("CONSTRAINT_") : m_is.table.name + QStringLiteral("_chk_");
+    for (int number = 1;; ++number) {
+        const QString name = mark + QString::number(number);
+        const auto isTaken = [&name](const TablePart &each) {
+            return each.name.compare(name, Qt::CaseInsensitive) == 0;
+        };
+        if (std::ranges::none_of(m_is.table.parts, isTaken) && std::ranges::none_of(parts, isTaken))
+            return name;
+    }
+}
+
+// What MySQL would refuse of MariaDB's words, or take for something else.
+QString Likeness::inTargetsWords(const TablePart &column) const
+{
+    if (m_is.server.isMariaDb || !m_wanted.server.isMariaDb)
+        return column.body;
+    QString body = column.body;
+    constexpr int firstWithJson = 50708;
+    if (isJsonOfMariaDb(column) && m_is.server.number >= firstWithJson) {
+        const SqlTokens words(body, {});
+        const std::size_t check = checkIn(words), behindCollation = 6;
+        body = QStringLiteral("json ") + words.text(behindCollation, check) + u' ' +
+               words.text(words.behindGroup(check + 1), words.size());
+    }
+    const SqlTokens words(body, {});
+    std::size_t at = 0;
+    while (at < words.size() && !words.is(at, u"DEFAULT"))
+        at = words.behindGroup(at);
+    const QString type = words.at(0).toLower();
+    const bool isLarge = type.endsWith(u"text") || type.endsWith(u"blob") || type == u"json";
+    const bool isText = words.at(at + 1).startsWith(u'\'');
+    if (words.is(at + 1, u"(") || !(isExpressionAsDefault(words, at + 1) || (isLarge && isText)))
+        return body;
+    const std::size_t end = isText ? at + 2 : words.behindGroup(at + 2);
+    return words.text(0, at + 1) + QStringLiteral(" (") + words.text(at + 1, end) + QStringLiteral(") ") +
+           words.text(end, words.size());
+}
+
+TableDefinition likeness(const ServersTable &is, const ServersTable &wanted, const CompareOptions &options,
+                         bool isToBeTaken)
 {
     TableDefinition like = wanted.table;
     like.name = is.table.name;
@@ -149,11 +210,24 @@ TableDefinition likeness(const ServersTable &is, const ServersTable &wanted, con
     if (options.hasCharacterSets && !isCharacterSetAlike && wanted.table.option(collate).isNull() &&
         !collation.isEmpty())
         like.options.push_back({collate, collation, collate + u'=' + collation}); // not that server's default
-    for (TablePart &part : like.parts) {
-        const auto own = std::ranges::find_if(
-            is.table.parts, [&](const TablePart &each) { return areAlike(each, is, part, wanted, options); });
-        if (own != is.table.parts.end())
-            part.body = own->body;
-    }
+    Likeness words(is, wanted, options);
+    const std::vector<TablePart *> others = words.takeWords(like.parts);
+    if (isToBeTaken)
+        words.makeTaken(like.parts, others);
+    if (meansSame(commonPartitions(is.table.partitions), commonPartitions(wanted.table.partitions), {}))
+        like.partitions = is.table.partitions;
     return like;
+}
+
+} // namespace
+
+TableDefinition likeness(const ServersTable &is, const ServersTable &wanted, const CompareOptions &options)
+{
+    return likeness(is, wanted, options, false);
+}
+
+TableDefinition takenLikeness(const ServersTable &is, const ServersTable &wanted,
+                              const CompareOptions &options)
+{
+    return likeness(is, wanted, options, true);
 }
