@@ -358,11 +358,8 @@ TarnwellControls::TarnwellControls(QWidget *window, std::shared_ptr<StatementLog
     , showLog(button("showLog", QStringLiteral("SQLログ"), QStringLiteral("送信した文を下に並べます (F12)")))
     , log(made<StatementLogView>("statementLog", std::move(statements)))
 {
-    for (QComboBox *box : {cboDSNList, cboDrivers}) {
-        box->setEditable(true);
-        box->setInsertPolicy(QComboBox::NoInsert);
-        box->setCompleter(nullptr);
-    }
+    for (QComboBox *box : {cboDSNList, cboDrivers})
+        makeEditable(*box);
     for (const int limit : {100, 1000, 10000})
         cboLimit->addItem(QString::number(limit), limit);
     cboLimit->setAccessibleName(QStringLiteral("行数の上限"));

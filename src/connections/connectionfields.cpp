@@ -33,9 +33,7 @@ QComboBox *choices(const char *name, const QStringList &texts)
 QComboBox *editableBox(const char *name)
 {
     auto *box = made<QComboBox>(name);
-    box->setEditable(true);
-    box->setInsertPolicy(QComboBox::NoInsert);
-    box->setCompleter(nullptr);
+    makeEditable(*box);
     return box;
 }
 

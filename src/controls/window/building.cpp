@@ -4,6 +4,9 @@
 
 #include <QAbstractScrollArea>
 #include <QButtonGroup>
+#include <QComboBox>
+#include <QCompleter>
+#include <QLineEdit>
 #include <QPainter>
 #include <QRadioButton>
 #include <QTextDocument>
@@ -23,6 +26,15 @@ QString plainTip(const QString &text)
         return shown;
     return QStringLiteral("<p style='white-space:pre-wrap'>") + shown.toHtmlEscaped() +
            QStringLiteral("</p>");
+}
+
+void makeEditable(QComboBox &box)
+{
+    auto *line = new QLineEdit(&box);
+    line->setCompleter(new QCompleter(line)); // a line without any is given one of all the box's items
+    box.setLineEdit(line);
+    line->setCompleter(nullptr);
+    box.setInsertPolicy(QComboBox::NoInsert);
 }
 
 QButtonGroup *makeOptionGroup(QWidget *window, const QList<QRadioButton *> &options)

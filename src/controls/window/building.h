@@ -10,6 +10,7 @@
 
 class QAbstractScrollArea;
 class QButtonGroup;
+class QComboBox;
 class QRadioButton;
 class QWidget;
 
@@ -28,6 +29,10 @@ void paintPlaceholder(QAbstractScrollArea &area, const QString &text);
 // The text as a tool tip that shows it character by character: a tip takes what looks like markup for markup,
 // and what is escaped but does not look so for plain text.
 QString plainTip(const QString &text);
+
+// A box that takes any text, and keeps and completes none. Its list is made when it opens:
+// QComboBox::setEditable() would make it now, and a completer with it.
+void makeEditable(QComboBox &box);
 
 // Option buttons of which one is chosen, wherever they lie in the window. Tab reaches the chosen one; Qt
 // alone leads to the first until one of them had the focus.
