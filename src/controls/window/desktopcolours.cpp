@@ -2,6 +2,7 @@
 
 #include <QApplication>
 #include <QEvent>
+#include <QGroupBox>
 #include <QIconEngine>
 #include <QPainter>
 #include <QProxyStyle>
@@ -61,12 +62,33 @@ private:
     QStyle::StandardPixmap m_name;
 };
 
+// As Fusion's picture of it, to be seen on every start: the first picture of a process loads the readers of
+// all kinds of pictures.
+void drawGroupFrame(QPainter &painter, const QRect &frame)
+{
+    const QRect inner = frame.adjusted(1, 1, -1, -1);
+    const auto drawEdges = [&painter](const QRect &rect, const QColor &colour) {
+        painter.fillRect(rect.left() + 1, rect.top(), rect.width() - 2, 1, colour);
+        painter.fillRect(rect.left() + 1, rect.bottom(), rect.width() - 2, 1, colour);
+        painter.fillRect(rect.left(), rect.top() + 1, 1, rect.height() - 2, colour);
+        painter.fillRect(rect.right(), rect.top() + 1, 1, rect.height() - 2, colour);
+    };
+    const auto drawCorners = [&painter](const QRect &rect, const QColor &colour) {
+        for (const QPoint &corner : {rect.topLeft(), rect.topRight(), rect.bottomLeft(), rect.bottomRight()})
+            painter.fillRect(QRect(corner, QSize(1, 1)), colour);
+    };
+    drawEdges(frame, QColor(0x75, 0x75, 0x75, 0x32));
+    drawCorners(frame, QColor(0x27, 0x27, 0x27, 0x0d));
+    drawEdges(inner, QColor(0, 0, 0, 0x07));
+    drawCorners(inner, QColor(0x5a, 0x5a, 0x5a, 0x1f));
+    painter.fillRect(inner.adjusted(1, 1, -1, -1), QColor(0, 0, 0, 0x03));
+}
+
 class ProgramStyle : public QProxyStyle {
 public:
     using QProxyStyle::QProxyStyle;
 
-    // Every menu bar asks for the arrow of menus that it has no room for, and the first picture of a process
-    // loads the readers of all kinds of pictures.
+    // Every menu bar asks for the arrow of menus that it has no room for; it is a picture, too.
     QIcon standardIcon(StandardPixmap name, const QStyleOption *option, const QWidget *widget) const override
     {
         return name == SP_ToolBarHorizontalExtensionButton ? QIcon(new LateIcon(name))
@@ -77,6 +99,11 @@ public:
     void drawPrimitive(PrimitiveElement element, const QStyleOption *option, QPainter *painter,
                        const QWidget *widget) const override
     {
+        if (const auto *group = qobject_cast<const QGroupBox *>(widget);
+            group && element == PE_FrameGroupBox) {
+            drawGroupFrame(*painter, group->contentsRect().adjusted(-2, -2, 3, 3)); // Fusion's room around it
+            return;
+        }
         QProxyStyle::drawPrimitive(element, option, painter, widget);
         const bool isRound = element == PE_IndicatorRadioButton;
         const QColor window = option->palette.color(QPalette::Window);
