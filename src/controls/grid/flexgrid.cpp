@@ -57,9 +57,6 @@ FlexGrid::~FlexGrid() = default;
 
 void FlexGrid::buildHeaders()
 {
-    // Painting, a header asks whether columns are selected as a whole, and the answer goes through all
-    // their rows: 100 ms for a million. It asks a selection that is always empty.
-    horizontalHeader()->setSelectionModel(new QItemSelectionModel(m_model, this));
     horizontalHeader()->setHighlightSections(false);
     horizontalHeader()->setSectionResizeMode(QHeaderView::Interactive);
     horizontalHeader()->setMinimumSectionSize(16);
@@ -69,6 +66,13 @@ void FlexGrid::buildHeaders()
     verticalHeader()->setDefaultAlignment(Qt::AlignRight | Qt::AlignVCenter);
     fitRowHeight();
     connect(horizontalHeader(), &QHeaderView::sectionClicked, this, &FlexGrid::clickHeader);
+}
+
+// Painting, a header asks whether columns are selected as a whole, and the answer goes through all their
+// rows: 100 ms for a million. It asks a selection that is always empty.
+void FlexGrid::keepHeaderFromSelection()
+{
+    horizontalHeader()->setSelectionModel(new QItemSelectionModel(m_model, this));
 }
 
 void FlexGrid::buildSearch()
@@ -103,6 +107,8 @@ void FlexGrid::setRedraw(bool isOn)
 
 void FlexGrid::setFields(const std::vector<Field> &fields)
 {
+    if (!fields.empty() && horizontalHeader()->selectionModel() == selectionModel())
+        keepHeaderFromSelection();
     m_search->stop();
     keepFromLoading();
     m_noRows = QStringLiteral("行はありません");

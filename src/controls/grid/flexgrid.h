@@ -94,6 +94,7 @@ protected:
 
 private:
     void buildHeaders();
+    void keepHeaderFromSelection();
     void buildSearch();
     void reveal();
     void fitRowHeight();
