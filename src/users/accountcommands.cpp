@@ -1,5 +1,6 @@
 #include "users/accountcommands.h"
 
+#include "core/command/doubt.h"
 #include "core/sql/statements.h"
 #include "users/accountserver.h"
 #include "users/rightschange.h"
@@ -43,6 +44,20 @@ bool isListed(const AccountForm &form, const Account &account)
             return true;
     }
     return false;
+}
+
+// The list may be older than what others have made or removed, and MariaDB takes an empty host for "%".
+bool exists(Session &session, const AccountForm &form, const Account &account)
+{
+    try {
+        RecordSet rows = session.connection().execute(showGrants(account));
+        return rows.isOpen() && !rows.isEof();
+    } catch (const Failure &error) {
+        constexpr int noSuchGrant = 1141;
+        if (doubtAfter(session, error) != Doubt::None)
+            throw;
+        return error.number() != noSuchGrant && isListed(form, account);
+    }
 }
 
 // The password that was typed over the placeholder; empty: none was.
@@ -172,15 +187,13 @@ AccountOutcome addAccount(AccountContext &context)
     }
     if (!dialogue.confirm(QStringLiteral("ﾕｰｻﾞｰを追加します。"), Icon::Information))
         return {};
-    // The server would change it without a word.
-    const bool isNew = !isListed(form, account);
-    if (!isNew &&
-        !dialogue.confirm(QStringLiteral("ﾕｰｻﾞｰは既に存在します。ﾊﾟｽﾜｰﾄﾞが変更され、権限が追加されます。"),
-                          Icon::Critical))
-        return {};
-
     Added step = Added::Nothing;
     try {
+        const bool isNew = !exists(context.session, form, account);
+        // The server would change it without a word.
+        if (!isNew &&
+            !dialogue.warn(QStringLiteral("ﾕｰｻﾞｰは既に存在します。ﾊﾟｽﾜｰﾄﾞが変更され、権限が追加されます。")))
+            return {};
         const BusyPointer busy(dialogue);
         add(context.session, form,
             {account, privilegeList(globalPrivileges(), form.global), grantSuffix(form.global), password,
@@ -212,6 +225,8 @@ AccountOutcome changeAccount(AccountContext &context)
     change.putBack = [&](bool isInDoubt) { global.putBack(isInDoubt); };
     change.isAllPutBack = true;
     change.isPasswordNew = !newPassword(form).isEmpty();
+    if (!change.isPasswordNew && form.password != form.passwordTag)
+        change.closing += QStringLiteral("ﾊﾟｽﾜｰﾄﾞは空欄なので、元のままです。");
     return {changeRights(context, change) ? Refresh::Lists : Refresh::Nothing};
 }
 

@@ -88,7 +88,7 @@ public:
             return false;
         }
         if (m_difference.isEmpty())
-            m_dialogue.inform(QStringLiteral("変更しました。"));
+            m_dialogue.inform(m_change.closing);
         else
             m_dialogue.refuse(m_difference);
         return true;

@@ -27,8 +27,9 @@ struct RightsChange {
     std::function<void(bool isInDoubt)> putBack = {};
     bool isAllPutBack = false; // after a failure: the rights that boxes show as well
     bool isPasswordNew = false;
+    QString closing = QStringLiteral("変更しました。"); // once all is done
 };
 
-// Says 変更しました。 (true), or what failed and what the account lacks now (false). A right that the user
+// Says that it is done (true), or what failed and what the account lacks now (false). A right that the user
 // who is connected may not give is found out before anything is taken.
 bool changeRights(AccountContext &context, const RightsChange &change);
