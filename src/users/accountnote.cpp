@@ -7,13 +7,6 @@ QString shown(const Account &account)
     return QStringLiteral("ﾕｰｻﾞｰ %1@%2 ").arg(account.user, account.host);
 }
 
-// The server's numbers for a right that the account does not hold.
-int noSuchGrant(const QString &statement)
-{
-    constexpr int noSuchGrant = 1141, noSuchTableGrant = 1147;
-    return statement.contains(QStringLiteral(".* FROM ")) ? noSuchGrant : noSuchTableGrant;
-}
-
 } // namespace
 
 AccountNote::AccountNote(Session &session, const Account &account, const QString &what)
@@ -34,7 +27,8 @@ Rights AccountNote::open()
     // The statements have hosts in double quotes, which must not be names of columns; the user's own SQL, or
     // a mode that stands for several, may have made them so.
     const QString mode = QStringLiteral("sql_mode");
-    m_log.variables().read(m_session.connection(), {mode});
+    m_log.variables().read(m_session.connection(), {mode, QStringLiteral("sql_select_limit"),
+                                                    QStringLiteral("autocommit")}); // at once
     const QString plain =
         changedMode(m_log.variables().before(mode),
                     {QStringLiteral("ANSI_QUOTES"), QStringLiteral("ANSI"), QStringLiteral("ORACLE"),
@@ -57,36 +51,35 @@ void AccountNote::close()
     m_log.close();
 }
 
-std::vector<WayBack> AccountNote::waysBack(const QStringList &grants, const QStringList &surplus) const
+// MySQL 5.6 makes an account that is not there, without a password. Rows that were deleted are known to the
+// server as long as it does not read its tables again.
+WayBack AccountNote::needsAccount() const
 {
-    // MySQL 5.6 makes an account that is not there, without a password. Rows that were deleted are known to
-    // the server as long as it does not read its tables again.
-    WayBack first{flushPrivileges()};
-    first.needs = isThere(QStringLiteral("select 1 from mysql.user where user = '") + m_account.user +
-                          QStringLiteral("' and host = '") + m_account.host + u'\'');
-    first.notSent = shown(m_account) + QStringLiteral("はもうありません。権限は戻せません。");
-    std::vector<WayBack> ways{std::move(first)};
-    for (const QString &statement : surplus) {
-        WayBack back{statement};
-        back.nothingThere = noSuchGrant(statement);
-        back.lost = QStringLiteral("増えた権限を外せませんでした。");
-        ways.push_back(std::move(back));
-    }
-    for (const QString &statement : grants)
-        ways.push_back({statement});
-    // A right on columns whose rows were left is only seen then (MariaDB 10.11, MySQL 5.6 and 9).
-    ways.push_back({flushPrivileges()});
-    return ways;
+    WayBack back{flushPrivileges()};
+    back.needs = isThere(QStringLiteral("select 1 from mysql.user where user = '") + m_account.user +
+                         QStringLiteral("' and host = '") + m_account.host + u'\'');
+    back.notSent = shown(m_account) + QStringLiteral("はもうありません。権限は戻せません。");
+    return back;
 }
 
-void AccountNote::write(const QStringList &grants, const QStringList &surplus, const QString &state)
+void AccountNote::write(const QStringList &grants, const Scope &scope, const QStringList &surplus,
+                        const QString &state)
 {
     if (grants.isEmpty())
         return;
     Step step;
-    step.back = waysBack(grants, surplus);
+    step.back.push_back(needsAccount());
+    for (const QString &right : surplus) {
+        // Of a right that is held elsewhere only, MySQL's partial revokes would make an exception.
+        for (const QString &statement : revokeStatements(m_account, scope, {right})) {
+            WayBack back{statement};
+            back.when = holdsRight(m_account, scope, right);
+            back.lost = QStringLiteral("増えた権限を外せませんでした。");
+            step.back.push_back(std::move(back));
+        }
+    }
     step.untilUndone = state;
-    m_log.note(std::move(step));
+    note(std::move(step), grants);
 }
 
 void AccountNote::writeRemoval(const QStringList &grants, const QString &dropStatement)
@@ -97,9 +90,18 @@ void AccountNote::writeRemoval(const QStringList &grants, const QString &dropSta
     constexpr int noSuchAccount = 1396;
     step.nothingLeft = noSuchAccount;
     step.onceDone = shown(m_account) + QStringLiteral("を削除しました。");
-    step.back = waysBack(grants, {});
+    step.back.push_back(needsAccount());
     step.untilUndone = QStringLiteral("権限を消し、最後にﾕｰｻﾞｰを消す途中でした。ﾕｰｻﾞｰがもう無いときは、"
                                       "元に戻せません。");
+    note(std::move(step), grants);
+}
+
+void AccountNote::note(Step step, const QStringList &grants)
+{
+    for (const QString &statement : grants)
+        step.back.push_back({statement});
+    // A right on columns whose rows were left is only seen then (MariaDB 10.11, MySQL 5.6 and 9).
+    step.back.push_back({flushPrivileges()});
     m_log.note(std::move(step));
 }
 

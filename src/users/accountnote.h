@@ -16,16 +16,18 @@ public:
     // first statement that takes something. Gives the rights at all scopes of the account that is connected.
     Rights open();
     const ServerPlace &place() const { return m_log.place(); }
-    // Notes the statements that give the rights back; `surplus` those that take what the change adds. Nothing
-    // is noted where there is nothing to give back. Throws Failure when it cannot be written.
-    void write(const QStringList &grants, const QStringList &surplus, const QString &state);
+    // Notes the statements that give the rights back; `surplus` names what the change adds at a scope.
+    // Nothing is noted where there is nothing to give back. Throws Failure when it cannot be written.
+    void write(const QStringList &grants, const Scope &scope, const QStringList &surplus,
+               const QString &state);
     // The same for the account as a whole, which the statement removes with all that is left of it.
     void writeRemoval(const QStringList &grants, const QString &dropStatement);
     // Nothing is missing any more. Without it the note stays, for the next connection to this server.
     void close();
 
 private:
-    std::vector<WayBack> waysBack(const QStringList &grants, const QStringList &surplus) const;
+    WayBack needsAccount() const;
+    void note(Step step, const QStringList &grants);
 
     Session &m_session;
     const Account m_account;

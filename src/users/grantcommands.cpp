@@ -185,7 +185,7 @@ AccountOutcome deleteGrant(AccountContext &context, const Level &level, const st
         AccountNote note(session, account, QStringLiteral("の権限の削除"));
         note.open();
         const Rights before = readRights(session, account, level.shown);
-        note.write(grantStatements(account, level.shown, before), {},
+        note.write(grantStatements(account, level.shown, before), level.shown, {},
                    QStringLiteral("権限を消す途中でした。"));
         revokeOnCluster(session, account, level.shown, before);
         sendNoted(session, note, {statement});

@@ -18,8 +18,23 @@ QString rowsOf(const char *table, const Account &account)
            QStringLiteral("', '''@''', '") + account.host + QStringLiteral("', '''')");
 }
 
+const char *tableOf(const Scope &scope)
+{
+    switch (scope.level) {
+    case Scope::Level::Global:
+        return "user_privileges";
+    case Scope::Level::Database:
+        return "schema_privileges";
+    case Scope::Level::Table:
+        break;
+    }
+    return "table_privileges";
+}
+
 QString whereScope(const Scope &scope)
 {
+    if (scope.level == Scope::Level::Global)
+        return {};
     QString where = QStringLiteral(" and table_schema = binary ") + quotedText(scope.database);
     if (scope.level == Scope::Level::Table)
         where += QStringLiteral(" and table_name = binary ") + quotedText(scope.table);
@@ -27,9 +42,11 @@ QString whereScope(const Scope &scope)
 }
 
 // MariaDB 10.5 renamed the right; it still grants it under the old name, as the boxes do.
+const QString newName = QStringLiteral("BINLOG MONITOR");
+
 QString oldName(const QString &right)
 {
-    return right == u"BINLOG MONITOR" ? QStringLiteral("REPLICATION CLIENT") : right;
+    return right == newName ? QStringLiteral("REPLICATION CLIENT") : right;
 }
 
 void read(Session &session, const QString &statement, Rights &rights)
@@ -124,17 +141,12 @@ Rights readRights(Session &session, const Account &account, const Scope &scope)
     Rights rights;
     if (session.connection().server().number < 50002)
         return rights;
-    if (scope.level == Scope::Level::Global) {
-        read(session, rowsOf("user_privileges", account), rights);
-    } else if (scope.level == Scope::Level::Database) {
-        read(session, rowsOf("schema_privileges", account) + whereScope(scope), rights);
-    } else {
-        read(session, rowsOf("table_privileges", account) + whereScope(scope), rights);
+    read(session, rowsOf(tableOf(scope), account) + whereScope(scope), rights);
+    if (scope.level == Scope::Level::Table)
         read(session,
              rowsOf("column_privileges", account) + whereScope(scope) +
                  QStringLiteral(" order by privilege_type"),
              rights);
-    }
     // Without a GRANT OPTION it says nothing; beside other rights neither.
     if (rights.names.size() > 1 || rights.grantable.isEmpty()) {
         rights.names.removeAll(usage);
@@ -169,6 +181,16 @@ AccountState readState(Session &session, const Account &account, const Scope &sc
     if (knowsShowCreateUser(session.connection().server()))
         state.createUser = linesOf(session, showCreateUser(account)).value(0);
     return state;
+}
+
+Question holdsRight(const Account &account, const Scope &scope, const QString &right)
+{
+    QString names = quotedText(right);
+    if (right == oldName(newName))
+        names += QStringLiteral(", ") + quotedText(newName);
+    return {rowsOf(tableOf(scope), account) + whereScope(scope) +
+            (right == grantOption ? QStringLiteral(" and is_grantable = 'YES'")
+                                  : QStringLiteral(" and privilege_type in (%1)").arg(names))};
 }
 
 Rights readOwnRights(Session &session)

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "core/command/undostep.h"
 #include "core/session/session.h"
 #include "users/accountstatements.h"
 
@@ -56,6 +57,8 @@ Rights readRights(Session &session, const Account &account, const Scope &scope);
 QStringList readAllGrants(Session &session, const Account &account);
 QStringList readGrants(Session &session, const Account &account, const Scope &except);
 AccountState readState(Session &session, const Account &account, const Scope &scope);
+// Whether the account holds one right, or "GRANT OPTION", at that very scope.
+Question holdsRight(const Account &account, const Scope &scope, const QString &right);
 // The rights at all scopes of the account that is connected; none where the server does not tell.
 Rights readOwnRights(Session &session);
 

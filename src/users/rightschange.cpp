@@ -117,15 +117,14 @@ private:
     {
         QStringList surplus;
         if (m_change.scope == m_change.grantScope) {
-            surplus = revokeStatements(m_account, m_change.scope, surplusIn(m_wanted.all, m_before.rights));
+            surplus = surplusIn(m_wanted.all, m_before.rights);
         } else {
             const Rights held = readRights(m_session, m_account, m_change.grantScope);
-            QStringList names = m_change.granted;
+            surplus = m_change.granted;
             for (const QString &right : held.names)
-                names.removeAll(right);
+                surplus.removeAll(right);
             if (!held.grantable.isEmpty())
-                names.removeAll(grantOption);
-            surplus = revokeStatements(m_account, m_change.grantScope, names);
+                surplus.removeAll(grantOption);
         }
         QStringList grants = grantStatements(m_account, m_change.scope, m_before.rights);
         if (!grants.isEmpty())
@@ -134,7 +133,7 @@ private:
             QStringLiteral("権限を外して付け直す途中でした。今の権限は変更前より少ないかもしれません。");
         if (m_change.isPasswordNew)
             state += QStringLiteral("\nﾊﾟｽﾜｰﾄﾞは、変わっていれば変わったままです。");
-        m_note.write(grants, surplus, state);
+        m_note.write(grants, m_change.grantScope, surplus, state);
     }
 
     // Brings the account to what is wanted and keeps in words what still differs.

@@ -147,7 +147,7 @@ private:
     bool breakAt(int statement, Cut what, bool mayReturn);
 
     // Hundreds of small changes: waiting for the disk would cost minutes.
-    TestServers m_servers{{"--loose-debug-no-sync"}, [](TestServer &server) {
+    TestServers m_servers{{"--loose-debug-no-sync", "--loose-partial-revokes=ON"}, [](TestServer &server) {
                               server.run("create database d; create table d.t (a int)");
                           }};
     TestServer *m_server = nullptr;
