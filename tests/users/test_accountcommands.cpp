@@ -352,10 +352,13 @@ void AccountCommandsTest::everyStatementMayBreak_data()
         for (const auto &[what, command] : {std::pair("account", AccountRun(changeAccount)),
                                             {"database", changeDatabaseGrant},
                                             {"table", changeTableGrant}})
-            for (const bool mayReturn : {true, false})
+            for (const bool mayReturn : {true, false}) {
+                if (!isBuiltIn && command != changeAccount)
+                    continue; // how ODBC breaks is the same for all
                 row(qPrintable(
                         QStringLiteral("%1, %2, server %3").arg(server, what, mayReturn ? "back" : "away")),
                     brand, isBuiltIn, command, mayReturn);
+            }
 }
 
 // The connection breaks at each statement of a change in turn, before the server has it and after it was
@@ -412,7 +415,7 @@ void AccountCommandsTest::aKilledProgramIsPutBackAtTheNextStart_data()
     row("MySQL 5.6, account deleted", Brand::MySql56, deleteAccount, editedForm());
 }
 
-// Killed at a statement, before it is sent and once it is done: the next start knows how to give every right
+// Killed once a statement is done, which is before the next: the next start knows how to give every right
 // back, or to finish where the account is gone.
 void AccountCommandsTest::aKilledProgramIsPutBackAtTheNextStart()
 {
@@ -428,43 +431,39 @@ void AccountCommandsTest::aKilledProgramIsPutBackAtTheNextStart()
     makeAccount(brand);
     const QSet<QString> before = grants();
     int pending = 0, finished = 0;
-    for (const bool isDone : {false, true}) {
-        bool isKilled = true;
-        for (int n = 0; isKilled; ++n) {
-            makeAccount(brand);
-            RealStage killed(*m_server, nativeDriverName());
-            isKilled =
-                killedAt(killed, n, isDone, [&, run = command, form = form] { killed.run(run, form); });
-            const QDir notes(killed.folder.path());
-            const bool isPending = !notes.entryList({"*.undo"}).isEmpty();
-            QVERIFY2(isKilled || !isPending, qPrintable(killed.told()));
-            pending += isPending;
-            if (isPending) {
-                QFile note(notes.filePath("kept.undo"));
-                QVERIFY(note.open(QIODevice::ReadOnly));
-                const QByteArray text = note.readAll();
-                QVERIFY2(!text.contains("neu") && !text.contains("IDENTIFIED"), text);
-            }
-
-            RealStage next(*m_server, nativeDriverName());
-            next.session.settingsFolder = notes.path();
-            next.dialogue.pendingAction = Action::Undo;
-            settlePendingUndoLogs(next.session, next.dialogue);
-            QCOMPARE(next.dialogue.pending.empty(), !isPending);
-            const QString where =
-                QStringLiteral("statement %1, done %2: %3").arg(n).arg(isDone).arg(next.told());
-            if (pendingUndoLogs(next.session).empty()) {
-                QVERIFY2(!isKilled || grants() == before, qPrintable(where));
-                continue;
-            }
-            QVERIFY2(next.told().contains("もうありません"), qPrintable(where));
-            next.dialogue.pendingAction = Action::Finish;
-            settlePendingUndoLogs(next.session, next.dialogue);
-            ++finished;
-            QVERIFY2(pendingUndoLogs(next.session).empty(), qPrintable(next.told()));
-            m_server->run("create user u identified by 'p'");
-            QCOMPARE(m_server->run("show grants for u").count(u'\n'), 1);
+    bool isKilled = true;
+    for (int n = 0; isKilled; ++n) {
+        makeAccount(brand);
+        RealStage killed(*m_server, nativeDriverName());
+        isKilled = killedAt(killed, n, true, [&, run = command, form = form] { killed.run(run, form); });
+        const QDir notes(killed.folder.path());
+        const bool isPending = !notes.entryList({"*.undo"}).isEmpty();
+        QVERIFY2(isKilled || !isPending, qPrintable(killed.told()));
+        pending += isPending;
+        if (isPending) {
+            QFile note(notes.filePath("kept.undo"));
+            QVERIFY(note.open(QIODevice::ReadOnly));
+            const QByteArray text = note.readAll();
+            QVERIFY2(!text.contains("neu") && !text.contains("IDENTIFIED"), text);
         }
+
+        RealStage next(*m_server, nativeDriverName());
+        next.session.settingsFolder = notes.path();
+        next.dialogue.pendingAction = Action::Undo;
+        settlePendingUndoLogs(next.session, next.dialogue);
+        QCOMPARE(next.dialogue.pending.empty(), !isPending);
+        const QString where = QStringLiteral("statement %1: %2").arg(n).arg(next.told());
+        if (pendingUndoLogs(next.session).empty()) {
+            QVERIFY2(!isKilled || grants() == before, qPrintable(where));
+            continue;
+        }
+        QVERIFY2(next.told().contains("もうありません"), qPrintable(where));
+        next.dialogue.pendingAction = Action::Finish;
+        settlePendingUndoLogs(next.session, next.dialogue);
+        ++finished;
+        QVERIFY2(pendingUndoLogs(next.session).empty(), qPrintable(next.told()));
+        m_server->run("create user u identified by 'p'");
+        QCOMPARE(m_server->run("show grants for u").count(u'\n'), 1);
     }
     QVERIFY2(pending >= 5, qPrintable(QString::number(pending)));
     QCOMPARE(finished > 0, command == deleteAccount);
