@@ -12,7 +12,8 @@
 namespace {
 
 // Lower than a style's own: the window is to fit on 1366 x 768 at 150 %.
-constexpr QMargins frameMargins{9, 4, 9, 6};
+constexpr QMargins frameMargins{9, 2, 9, 4};
+constexpr int lowSpacing = 3;
 
 QPushButton *button(const char *name, const QString &text, const QString &tip)
 {
@@ -49,6 +50,7 @@ QWidget *column(std::initializer_list<QWidget *> widgets, QWidget *stretched)
     auto *area = new QWidget;
     auto *layout = new QVBoxLayout(area);
     layout->setContentsMargins({});
+    layout->setSpacing(lowSpacing);
     for (QWidget *widget : widgets)
         layout->addWidget(widget, widget == stretched ? 1 : 0);
     return area;
@@ -76,6 +78,7 @@ void layOutConnection(TarnwellControls &c)
     auto *all = new QHBoxLayout(c.Frame1);
     all->setContentsMargins(frameMargins);
     auto *layout = new QGridLayout;
+    layout->setVerticalSpacing(lowSpacing);
     all->addLayout(layout, 1);
     const auto put = [&](QWidget *label, QWidget *box, int line, int place) {
         layout->addWidget(label, line, place * 2, Qt::AlignRight);
@@ -95,6 +98,7 @@ void layOutConnection(TarnwellControls &c)
     for (const auto &[upper, lower] :
          {std::pair(c.cmdConnect, c.cmdClose), std::pair(c.Command1, c.cmdEnd)}) {
         auto *buttons = new QVBoxLayout;
+        buttons->setSpacing(lowSpacing);
         buttons->addWidget(upper);
         buttons->addWidget(lower);
         all->addLayout(buttons);
@@ -114,8 +118,11 @@ QWidget *tableDetail(TarnwellControls &c)
     auto *area = new QWidget;
     auto *layout = new QVBoxLayout(area);
     layout->setContentsMargins({});
+    layout->setSpacing(lowSpacing);
     layout->addLayout(row({c.lblEditName, c.lblTableName}));
+    letBeNarrow(*c.cmdDataGet);
     auto *choices = row({c.optField[0], c.optField[1], c.optField[2], c.optField[3]});
+    choices->setSpacing(lowSpacing);
     choices->addWidget(c.lblRecordCount);
     choices->addWidget(c.cboLimit);
     choices->addWidget(c.cmdDataGet);
@@ -142,7 +149,7 @@ void layOutTablePanel(TarnwellControls &c)
         filterLine("lstTables_Filter", *c.lstTables, QStringLiteral("テーブルとビューの絞り込み"));
     QWidget *tables = column(
         {caption("Label2", QStringLiteral("table && view"), c.lstTables), filter, c.lstTables}, c.lstTables);
-    constexpr int tagAndName = 180; // also with the surroundings beside
+    constexpr int tagAndName = 160; // also with the surroundings beside
     tables->setMinimumWidth(tagAndName);
     split->addWidget(tables);
     split->addWidget(tableDetail(c));
@@ -193,6 +200,7 @@ QWidget *statusArea(TarnwellControls &c)
     auto *area = new QWidget;
     auto *layout = new QGridLayout(area);
     layout->setContentsMargins({});
+    layout->setVerticalSpacing(lowSpacing);
     auto *label15 = made<QLabel>("Label15", QStringLiteral("検査・修復・最適化・ｺﾋﾟｰ："));
     layout->addWidget(label15, 0, 0);
     layout->addWidget(c.lblCkTableName, 0, 1);

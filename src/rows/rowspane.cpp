@@ -1,6 +1,7 @@
 #include "rows/rowspane.h"
 
 #include "controls/window/building.h"
+#include "controls/window/narrow.h"
 #include "controls/window/statelabel.h"
 
 #include <QEvent>
@@ -63,8 +64,11 @@ RowsPane::RowsPane(FlexGrid &itsGrid)
     auto *bar = new QHBoxLayout;
     bar->setSpacing(4);
     bar->addWidget(rowsState, 1);
-    for (QPushButton *each : {previousRows, nextRows, showRowStatements, cancelRows, saveRows, undoSavedRows})
+    for (QPushButton *each :
+         {previousRows, nextRows, showRowStatements, cancelRows, saveRows, undoSavedRows}) {
+        letBeNarrow(*each);
         bar->addWidget(each);
+    }
     auto *layout = new QVBoxLayout(this);
     layout->setContentsMargins({});
     layout->setSpacing(3);

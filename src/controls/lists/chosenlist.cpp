@@ -4,8 +4,12 @@
 #include "core/sql/listitem.h"
 
 #include <QApplication>
+#include <QHelpEvent>
 #include <QMouseEvent>
+#include <QPainter>
 #include <QSignalBlocker>
+#include <QStyle>
+#include <QToolTip>
 
 #include <algorithm>
 
@@ -28,6 +32,44 @@ public:
                        : visibleName(text.left(tab)) + u'\t' + visibleName(text.mid(tab + 1));
     }
 
+    // A tag takes the room that it needs: a tab's would leave a long name none.
+    void paint(QPainter *painter, const QStyleOptionViewItem &option, const QModelIndex &index) const override
+    {
+        QStyleOptionViewItem item = option;
+        initStyleOption(&item, index);
+        const qsizetype tab = item.text.indexOf(u'\t');
+        if (tab < 0 || m_list.hasPairs())
+            return VisibleItems::paint(painter, option, index);
+        const QString tag = item.text.left(tab), name = item.text.mid(tab + 1);
+        item.text.clear();
+        m_list.style()->drawControl(QStyle::CE_ItemViewItem, &item, painter, &m_list);
+        const QRect tagPlace = item.rect.adjusted(margin, 0, -margin, 0),
+                    namePlace = tagPlace.adjusted(widthOfTag(item.fontMetrics, tag), 0, 0, 0);
+        const bool isChosen = (item.state & QStyle::State_Selected) != 0;
+        item.palette.setCurrentColorGroup((item.state & QStyle::State_Enabled) == 0  ? QPalette::Disabled
+                                          : (item.state & QStyle::State_Active) != 0 ? QPalette::Active
+                                                                                     : QPalette::Inactive);
+        const auto role = isChosen ? QPalette::HighlightedText : QPalette::Text;
+        for (const auto &[place, text] : {std::pair(tagPlace, tag), {namePlace, name}})
+            m_list.style()->drawItemText(
+                painter, place, Qt::AlignLeft | Qt::AlignVCenter | Qt::TextSingleLine, item.palette, true,
+                item.fontMetrics.elidedText(text, item.textElideMode, place.width()), role);
+    }
+
+    // The whole of a name that has not room enough.
+    bool helpEvent(QHelpEvent *event, QAbstractItemView *view, const QStyleOptionViewItem &option,
+                   const QModelIndex &index) override
+    {
+        const QString text = displayText(index.data(), {}), name = text.mid(text.indexOf(u'\t') + 1);
+        const QFontMetrics metrics = m_list.fontMetrics();
+        const int tag = text == name ? 0 : widthOfTag(metrics, text.section(u'\t', 0, 0));
+        if (event->type() != QEvent::ToolTip || m_list.hasPairs() ||
+            tag + metrics.horizontalAdvance(name) + 2 * margin <= option.rect.width())
+            return VisibleItems::helpEvent(event, view, option, index);
+        QToolTip::showText(event->globalPos(), plainTip(name), view);
+        return true;
+    }
+
     QSize sizeHint(const QStyleOptionViewItem &option, const QModelIndex &index) const override
     {
         const int width = QStyledItemDelegate::sizeHint(option, index).width();
@@ -35,6 +77,13 @@ public:
     }
 
 private:
+    static constexpr int margin = 3;
+    static int widthOfTag(const QFontMetrics &metrics, const QString &tag)
+    {
+        return std::max(metrics.horizontalAdvance(QStringLiteral("[ERROR] ")),
+                        metrics.horizontalAdvance(tag + u' '));
+    }
+
     const ChosenList &m_list;
 };
 

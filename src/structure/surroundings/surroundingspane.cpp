@@ -1,6 +1,7 @@
 #include "structure/surroundings/surroundingspane.h"
 
 #include "controls/window/building.h"
+#include "controls/window/narrow.h"
 #include "controls/window/stopping.h"
 #include "core/session/basconnection.h"
 #include "core/sql/statements.h"
@@ -62,7 +63,10 @@ void SurroundingsPane::buildLayout()
     m_newEvent->setToolTip(QStringLiteral("選んでいるデータベースのイベントを作ります"));
     m_drop->setToolTip(QStringLiteral("選んだトリガーかイベントを削除します"));
     m_change->setToolTip(QStringLiteral("トリガーかイベントの定義を開きます (Enter)"));
+    for (QPushButton *button : {m_newTrigger, m_newEvent, m_change, m_drop})
+        letBeNarrow(*button);
     auto *buttons = new QGridLayout;
+    buttons->setSpacing(4);
     buttons->addWidget(m_newTrigger, 0, 0);
     buttons->addWidget(m_newEvent, 0, 1);
     buttons->addWidget(m_change, 1, 0);
