@@ -346,6 +346,12 @@ void CsvTest::floatsKeepTheirDigits()
     QCOMPARE(importCsv(session, in, noReport).rows, 4);
     const QString reading = "SELECT id, `a``f`*1e0, g*1e0, d, s FROM c.%1 WHERE id < 5 ORDER BY id";
     QCOMPARE(server.run(reading.arg("back")), server.run(reading.arg("t")));
+    if (brand != TestServer::Brand::MySql56) {
+        server.run("ALTER TABLE c.t ADD hidden INT INVISIBLE DEFAULT 7");
+        QVERIFY(exportStatement(session, "SELECT * FROM c.t", out, noReport).endsWith("いません: hidden"));
+        QVERIFY(exportStatement(session, "SELECT id, hidden FROM c.t", out, noReport)
+                    .endsWith("書き出しました。"));
+    }
     // Columns that are named, and what is no mere reading of one table's columns.
     for (const auto &[select, line] :
          {std::pair("select t.`a``f`, id from t where id=1 limit 1", "a`f,id\n16777216,1\n"),

@@ -297,5 +297,9 @@ QString exportStatement(Session &session, const QString &statement, const Export
     RowExport file(options, fields);
     copyRows(rows, exact.floats, file, report);
     file.finish();
-    return textOf(file, options.path);
+    return textOf(file, options.path) +
+           (exact.leftOut.isEmpty()
+                ? QString()
+                : QStringLiteral("\nINVISIBLE の列は「*」に含まれないので、書き出していません: ") +
+                      exact.leftOut.join(QStringLiteral(", ")));
 }

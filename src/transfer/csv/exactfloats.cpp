@@ -13,10 +13,10 @@ namespace {
 
 struct Column {
     QString name;
-    bool isFloat;
+    bool isFloat = false, isInvisible = false;
 };
 
-// Those that "*" stands for. One of a fixed number of digits, as FLOAT(7,2), is worded with all of them.
+// One of a fixed number of digits, as FLOAT(7,2), is worded with all of them.
 std::vector<Column> columnsOf(Connection &connection, const SelectedTable &table)
 {
     RecordSet rows = connection.execute(
@@ -28,8 +28,8 @@ std::vector<Column> columnsOf(Connection &connection, const SelectedTable &table
                  quotedText(table.name)));
     std::vector<Column> columns;
     for (; rows.isOpen() && !rows.isEof(); rows.moveNext())
-        if (!rows.text(2).contains(u"INVISIBLE", Qt::CaseInsensitive))
-            columns.push_back({rows.text(0), rows.text(1) == u"1"});
+        columns.push_back(
+            {rows.text(0), rows.text(1) == u"1", rows.text(2).contains(u"INVISIBLE", Qt::CaseInsensitive)});
     return columns;
 }
 
@@ -88,13 +88,14 @@ bool isNamed(const QString &item, const QString &name)
 
 ExactSelect exactSelect(Connection &connection, const QString &statement)
 {
-    ExactSelect plain{statement, {}, {}};
+    ExactSelect plain{statement, {}, {}, {}};
     const SqlMode mode = sqlModeOf(connection);
     const SelectedTable table = selectedTable(statement.toUtf8(), mode);
     if (table.name.isEmpty())
         return plain;
     const std::vector<Column> columns = columnsOf(connection, table);
-    if (std::ranges::none_of(columns, &Column::isFloat))
+    if (std::ranges::none_of(columns, &Column::isFloat) &&
+        std::ranges::none_of(columns, &Column::isInvisible))
         return plain;
 
     ExactSelect exact;
@@ -110,7 +111,10 @@ ExactSelect exactSelect(Connection &connection, const QString &statement)
     for (const QString &item : written.items()) {
         if (item.endsWith(u'*')) {
             for (const Column &column : columns)
-                add(item.chopped(1) + quotedName(column.name), column);
+                if (column.isInvisible)
+                    plain.leftOut << column.name;
+                else
+                    add(item.chopped(1) + quotedName(column.name), column);
             continue;
         }
         const auto column =
@@ -119,6 +123,7 @@ ExactSelect exactSelect(Connection &connection, const QString &statement)
     }
     if (exact.floats.empty())
         return plain;
+    exact.leftOut = plain.leftOut;
     exact.statement = statement.first(written.start()) + u' ' + list.join(QStringLiteral(", ")) +
                       statement.sliced(written.end());
     return exact;

@@ -14,6 +14,7 @@ struct ExactSelect {
     QString statement;
     std::vector<int> floats; // the columns that are worded as DOUBLE; empty: none, the statement is as it was
     std::vector<QString> names; // of these
+    QStringList leftOut;        // the columns of the table that "*" does not stand for
 };
 ExactSelect exactSelect(Connection &connection, const QString &statement);
 
