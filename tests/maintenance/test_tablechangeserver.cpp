@@ -277,9 +277,11 @@ void TableChangeServerTest::aTriggerThatNoLongerCompilesIsNamedBefore()
 // Written after the copy was made, and into the new table before it was filled.
 void TableChangeServerTest::rowsOfOthersAreNotLost()
 {
-    for (const bool isRefused : {false, true}) {
+    for (const auto &[isRefused, isParent] : {std::pair(false, false), {true, false}, {true, true}}) {
         m_server->run("drop database `店`; create database `店`");
         sql("create table t (a int primary key, b float); insert into t values (1,1.5),(2,2),(3,3)");
+        if (isParent)
+            sql("create table child (a int, foreign key (a) references t (a))");
         RealStage user(*m_server, nativeDriverName(), "店");
         user.clickTable("t");
         user.selection.txtField.replace("b float", "b double");
@@ -302,6 +304,7 @@ void TableChangeServerTest::rowsOfOthersAreNotLost()
                  "1\t1.50\n3\t3.00\n4\t3.00\n");
         QCOMPARE(sql("select a from " + (isRefused ? rest : QString("t")) + " where a=9"), "9\n");
         QVERIFY(sql("show create table t").contains(isRefused ? "float" : "double"));
+        QVERIFY(!isParent || sql("show create table child").contains("REFERENCES `t` "));
     }
 }
 
