@@ -64,7 +64,15 @@ WayBack putAside(const TableChange &change)
 }
 
 // The foreign keys of other tables follow a table to its other name, also with their checks off, and would
-// then refer to none; where one is dropped, they wait for the next of its name.
+// then refer to none; where one is dropped, they wait for the next of its name. And its own foreign keys and
+// checks take along names that a database has once.
+bool isTied(const TableChange &change)
+{
+    const QString texts = change.serverText + change.editedText;
+    return !change.children.empty() || texts.contains(u"constraint", Qt::CaseInsensitive) ||
+           texts.contains(u"references", Qt::CaseInsensitive);
+}
+
 WayBack copyRest(const TableChange &change)
 {
     constexpr int tableExists = 1050;
@@ -96,7 +104,7 @@ std::vector<WayBack> dropNewTable(const TableChange &change)
     dropRest.isAlwaysAsked = true;
     dropRest.notSent =
         QStringLiteral("変更中に他の接続が書き込んだ行が、ﾃｰﾌﾞﾙ %1 に残っています。").arg(restOf(change));
-    if (!change.children.empty()) {
+    if (isTied(change)) {
         dropRest.when = isMissing(showCreateTable(restOf(change)));
         return {use, copyRest(change), drop, dropRest};
     }
