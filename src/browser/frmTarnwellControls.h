@@ -52,3 +52,6 @@ struct TarnwellControls {
     // Makes every control and lays them out on the window.
     TarnwellControls(QWidget *window, std::shared_ptr<StatementLog> statements);
 };
+
+// The layouts and splitters, with what only stands in them: captions, lines to filter the lists.
+void layOut(TarnwellControls &controls, QWidget *window);
