@@ -5,9 +5,6 @@
 #include <QJsonObject>
 #include <QString>
 
-QString hashOf(const QByteArray &bytes);
-QString hashOfFile(const QString &path); // empty: there is no such file, or it cannot be read
-
 // What a sheet holds while it is open, run or not, saved or not.
 struct SheetContents {
     QString name;                                           // shown while there is no file
@@ -18,6 +15,13 @@ struct SheetContents {
     bool isDamaged = false;                                 // the file holds what could not be read
     int cursor = 0;                                         // in bytes
     QString fileHash;                                       // of its bytes when last read or saved
+    qint64 fileSize = -1;                                   // then; -1: not known
+
+    // All but the name and the cursor from a file. Empty where a sheet can hold it, else why not.
+    QString read(const QString &filePath);
+    void noteFile(const QString &filePath, const QByteArray &bytes); // that hold what the sheet holds
+    // Somebody else has written into the file since.
+    bool isFileOthers() const;
 
     // As it stands in a draft.
     static SheetContents of(const QJsonObject &json);

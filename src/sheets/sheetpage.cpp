@@ -5,7 +5,6 @@
 #include "core/session/wholefile.h"
 #include "sheets/sheetresults.h"
 
-#include <QFile>
 #include <QFileInfo>
 #include <QShortcut>
 #include <QSplitter>
@@ -13,13 +12,9 @@
 #include <QTimer>
 #include <QVBoxLayout>
 
-#include <algorithm>
-
 namespace {
 
 constexpr int draftDelay = 1000; // milliseconds after the last key
-// Scintilla lays a line out as a whole: one of 2 MB takes three seconds of every look at it.
-constexpr qsizetype mostInLine = 500'000;
 
 QString seconds(qint64 microseconds)
 {
@@ -338,33 +333,12 @@ void SheetPage::commitAndThen(const std::function<void()> &action)
 
 QString SheetPage::open(const QString &path)
 {
-    QFile file(path);
-    // It is kept as a draft with every pause while it is written.
-    constexpr qint64 most = 10 * 1024 * 1024;
-    const QString otherWay =
-        QStringLiteral("シートには開けません。「ファイルを実行」は、読み込まずに実行します。");
-    const QFileInfo at(path);
-    if (at.exists() && !at.isFile()) // a pipe would keep the window waiting
-        return path + QStringLiteral(": ファイルではありません。");
-    if (at.size() > most)
-        return path + QStringLiteral(": 10 MBを超えるため、") + otherWay;
-    if (!file.open(QIODevice::ReadOnly))
-        return path + QStringLiteral(": ") + file.errorString();
-    const QByteArray bytes = file.readAll();
-    if (std::ranges::max(bytes.split('\n'), {}, &QByteArray::size).size() > mostInLine)
-        return path + QStringLiteral(": とても長い行があるため、") + otherWay;
     SheetContents contents;
-    contents.path = path;
-    const FileText text = fileText(bytes);
-    contents.text = text.text;
-    if (contents.text.contains(QChar::Null))
-        return path + QStringLiteral(": NUL文字を含むため、SQL文として読み込めません。");
-    contents.encoding = text.encoding;
-    contents.isDamaged = text.isDamaged;
-    contents.fileHash = hashOf(bytes);
+    if (const QString failure = contents.read(path); !failure.isEmpty())
+        return failure;
     contents.name = m_contents.name;
     restore(contents);
-    m_contents.isChanged = false;
+    m_contents.isChanged = false; // the editor tells of its new text as of a change
     keepDraft();
     Q_EMIT changed();
     return {};
@@ -372,25 +346,17 @@ QString SheetPage::open(const QString &path)
 
 QString SheetPage::save(const QString &path)
 {
-    const QByteArray bytes = m_editor->bytes();
-    const QByteArray written = encoded(bytes, m_contents.encoding);
+    const QByteArray written = encoded(m_editor->bytes(), m_contents.encoding);
     const QString failure = saveWholeFile(path, written);
     if (!failure.isEmpty())
         return failure;
-    m_contents.path = path;
-    m_contents.fileHash = hashOf(written);
+    m_contents.noteFile(path, written);
     if (written.startsWith("\xef\xbb\xbf"))
         m_contents.encoding = FileText::Encoding::Utf8Mark;
-    m_contents.isChanged = m_contents.isDamaged = false;
+    m_contents.isDamaged = false;
     keepDraft();
     Q_EMIT changed();
     return {};
-}
-
-bool SheetPage::isFileOthers() const
-{
-    const QString now = hashOfFile(m_contents.path);
-    return !m_contents.fileHash.isEmpty() && !now.isEmpty() && now != m_contents.fileHash;
 }
 
 QString SheetPage::title() const

@@ -62,7 +62,7 @@ public:
     // Its file holds what could not be read, and would lose it by being saved.
     bool isDamaged() const { return m_contents.isDamaged; }
     // Somebody else has written into its file since it was read or saved here.
-    bool isFileOthers() const;
+    bool isFileOthers() const { return m_contents.isFileOthers(); }
     // In the place of all, or of what is chosen; what stood there comes back by undo.
     void put(const QString &text);
     void insert(const QString &text);

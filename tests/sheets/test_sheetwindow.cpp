@@ -447,13 +447,15 @@ void SheetWindowTest::whatOthersHaveWrittenIsNotOverwrittenUnasked()
     edit("select 2");
     QTest::keyClick(m_window, Qt::Key_S, Qt::ControlModifier);
     QCOMPARE(readFile(path), "select 2");
-    writeFile(path, "select 3");
-    edit("select 4");
     const QString question = path + ": 開いた後に、ほかで変更されています。\r\n保存すると、その変更は"
                                     "失われます。上書きしますか？";
-    m_dialogue->expectConfirm(question, Icon::Critical, false);
-    QTest::keyClick(m_window, Qt::Key_S, Qt::ControlModifier);
-    QCOMPARE(readFile(path), "select 3");
+    for (const QByteArray &foreign : {QByteArray("select 3"), QByteArray("select 33")}) { // as long, and longer
+        writeFile(path, foreign);
+        edit("select 4");
+        m_dialogue->expectConfirm(question, Icon::Critical, false);
+        QTest::keyClick(m_window, Qt::Key_S, Qt::ControlModifier);
+        QCOMPARE(readFile(path), foreign);
+    }
     m_dialogue->expectConfirm(question, Icon::Critical, true);
     QTest::keyClick(m_window, Qt::Key_S, Qt::ControlModifier);
     QCOMPARE(readFile(path), "select 4");
