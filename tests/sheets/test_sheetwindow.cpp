@@ -449,7 +449,8 @@ void SheetWindowTest::whatOthersHaveWrittenIsNotOverwrittenUnasked()
     QCOMPARE(readFile(path), "select 2");
     const QString question = path + ": 開いた後に、ほかで変更されています。\r\n保存すると、その変更は"
                                     "失われます。上書きしますか？";
-    for (const QByteArray &foreign : {QByteArray("select 3"), QByteArray("select 33")}) { // as long, and longer
+    for (const QByteArray &foreign :
+         {QByteArray("select 3"), QByteArray("select 33")}) { // as long, and longer
         writeFile(path, foreign);
         edit("select 4");
         m_dialogue->expectConfirm(question, Icon::Critical, false);
