@@ -10,6 +10,7 @@
 #include "measurement.h"
 #include "peers.h"
 #include "table.h"
+#include "windowbenchmark.h"
 
 #include <QApplication>
 #include <QElapsedTimer>
@@ -275,15 +276,8 @@ void Comparison::compareStop(const QString &driver)
     finish(line);
 }
 
-} // namespace
-
-int main(int argc, char *argv[])
+bool compareAll()
 {
-    if (!qEnvironmentVariableIsSet("QT_QPA_PLATFORM"))
-        qputenv("QT_QPA_PLATFORM", "offscreen");
-    const QApplication application(argc, argv);
-    if (QCoreApplication::arguments().size() == 7)
-        return doOneJob(QCoreApplication::arguments());
     TestServer server;
     makeBenchTable(server, rowCount());
     Comparison comparison(server);
@@ -294,5 +288,12 @@ int main(int argc, char *argv[])
         comparison.compareViews(driver);
     for (const QString &driver : drivers)
         comparison.compareStop(driver);
-    return comparison.isWithin() ? 0 : 1;
+    return comparison.isWithin();
+}
+
+} // namespace
+
+int main(int argc, char *argv[])
+{
+    return runWindowBenchmark(argc, argv, doOneJob, compareAll);
 }

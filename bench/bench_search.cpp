@@ -9,6 +9,7 @@
 #include "support/gui/control.h"
 #include "support/testserver.h"
 #include "table.h"
+#include "windowbenchmark.h"
 
 #include <QApplication>
 #include <QLabel>
@@ -87,21 +88,25 @@ bool compare(const TestServer &server, const QString &driver)
     return line.isWithin;
 }
 
-} // namespace
-
-int main(int argc, char *argv[])
+int doOneJob(const QStringList &arguments)
 {
-    if (!qEnvironmentVariableIsSet("QT_QPA_PLATFORM"))
-        qputenv("QT_QPA_PLATFORM", "offscreen");
-    const QApplication application(argc, argv);
-    if (QCoreApplication::arguments().size() == 5) {
-        print(measured(QCoreApplication::arguments()));
-        return 0;
-    }
+    print(measured(arguments));
+    return 0;
+}
+
+bool compareAll()
+{
     const TestServer server({QStringLiteral("--table-definition-cache=12000")});
     makeTables(server);
     bool isWithin = true;
     for (const QString &driver : {QStringLiteral("native"), QStringLiteral("odbc")})
         isWithin &= compare(server, driver);
-    return isWithin ? 0 : 1;
+    return isWithin;
+}
+
+} // namespace
+
+int main(int argc, char *argv[])
+{
+    return runWindowBenchmark(argc, argv, doOneJob, compareAll);
 }

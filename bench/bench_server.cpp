@@ -8,6 +8,7 @@
 #include "support/gui/control.h"
 #include "support/testserver.h"
 #include "table.h"
+#include "windowbenchmark.h"
 
 #include <QApplication>
 #include <QElapsedTimer>
@@ -269,15 +270,8 @@ bool tellGrowth(const TestServer &server, const char *page)
     return line.isWithin;
 }
 
-} // namespace
-
-int main(int argc, char *argv[])
+bool compareAll()
 {
-    if (!qEnvironmentVariableIsSet("QT_QPA_PLATFORM"))
-        qputenv("QT_QPA_PLATFORM", "offscreen");
-    const QApplication application(argc, argv);
-    if (QCoreApplication::arguments().size() == 4)
-        return doOneJob(QCoreApplication::arguments());
     const TestServer server({QStringLiteral("--max-connections=6000"),
                              QStringLiteral("--open-files-limit=20000"), QStringLiteral("--back-log=1000")});
     bool isWithin = tellShare(server, QStringLiteral("server window open, of one core"), true);
@@ -290,5 +284,12 @@ int main(int argc, char *argv[])
         isWithin &= tellStall(server, QStringLiteral("5,000 sessions, ") + QLatin1String(job.title), "stall",
                               job.name);
     tellShare(server, QStringLiteral("5,000 sessions, of one core"), false);
-    return isWithin ? 0 : 1;
+    return isWithin;
+}
+
+} // namespace
+
+int main(int argc, char *argv[])
+{
+    return runWindowBenchmark(argc, argv, doOneJob, compareAll);
 }

@@ -8,6 +8,7 @@
 #include "measurement.h"
 #include "peers.h"
 #include "table.h"
+#include "windowbenchmark.h"
 
 #include <QApplication>
 #include <QElapsedTimer>
@@ -210,15 +211,8 @@ bool compare(const TestServer &server, const QString &driver, const Job &job)
     return line.isWithin;
 }
 
-} // namespace
-
-int main(int argc, char *argv[])
+bool compareAll()
 {
-    if (!qEnvironmentVariableIsSet("QT_QPA_PLATFORM"))
-        qputenv("QT_QPA_PLATFORM", "offscreen");
-    const QApplication application(argc, argv);
-    if (QCoreApplication::arguments().size() == 7)
-        return doOneJob(QCoreApplication::arguments());
     TestServer server({QStringLiteral("--table-definition-cache=12000")});
     makeBenchTable(server, 20000);
     bool isWithin = true;
@@ -228,5 +222,12 @@ int main(int argc, char *argv[])
         for (const QString &driver : {QStringLiteral("native"), QStringLiteral("odbc")})
             isWithin &= compare(server, driver, job);
     }
-    return isWithin ? 0 : 1;
+    return isWithin;
+}
+
+} // namespace
+
+int main(int argc, char *argv[])
+{
+    return runWindowBenchmark(argc, argv, doOneJob, compareAll);
 }
