@@ -50,14 +50,23 @@ Diagram readDiagram(Session &session, const QString &database)
             diagram.tables.push_back({name, {}, {}});
         return diagram.tables[found->second];
     };
+    // Two questions: for a join of both MariaDB 10.11 opens each table once for each column, 10 s for 3,000
+    // tables.
+    QSet<QString> views;
+    for (RecordSet rows = session.connection().execute(
+             QStringLiteral("select table_name from information_schema.tables where table_schema=%1 and "
+                            "table_type='VIEW'")
+                 .arg(textLiteral(database)));
+         rows.isOpen() && !rows.isEof(); rows.moveNext())
+        views << rows.text(0);
     RecordSet columns = session.connection().execute(
-        QStringLiteral("select c.table_name, c.column_name, c.column_type, c.column_key from "
-                       "information_schema.columns c join information_schema.tables t on "
-                       "t.table_schema=c.table_schema and t.table_name=c.table_name where "
-                       "c.table_schema=%1 and t.table_type<>'VIEW' order by c.table_name, "
-                       "c.ordinal_position")
+        QStringLiteral("select table_name, column_name, column_type, column_key from "
+                       "information_schema.columns where table_schema=%1 order by table_name, "
+                       "ordinal_position")
             .arg(textLiteral(database)));
     for (; columns.isOpen() && !columns.isEof(); columns.moveNext()) {
+        if (views.contains(columns.text(0)))
+            continue;
         DiagramTable &table = tableAt(columns.text(0));
         const QString column = columns.text(1) + u' ' + columns.text(2);
         table.columns << column;
