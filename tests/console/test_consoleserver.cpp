@@ -256,6 +256,15 @@ void ConsoleServerTest::namesAreReadOnlyOnRequest()
     box.SendScintilla(QsciScintilla::SCI_AUTOCSELECT, "name");
     box.SendScintilla(QsciScintilla::SCI_AUTOCCOMPLETE);
     QCOMPARE(box.contents(), "name");
+    // Where only a table's name can stand there are no others.
+    for (const QString begun : {"select * from ", "insert t values (1) on duplicate key update "}) {
+        box.setContents(begun);
+        box.setCursorPosition(0, static_cast<int>(begun.size()));
+        QTest::keyClick(&box, Qt::Key_Space, Qt::ControlModifier);
+        box.SendScintilla(QsciScintilla::SCI_AUTOCSELECT, "select");
+        box.SendScintilla(QsciScintilla::SCI_AUTOCCOMPLETE);
+        QCOMPARE(box.contents().endsWith("select"), !begun.startsWith("select"));
+    }
 }
 
 QTEST_MAIN(ConsoleServerTest)

@@ -2,8 +2,6 @@
 
 #include "controls/text/sqltextbox.h"
 
-#include <algorithm>
-
 namespace {
 
 bool isPartOfName(QChar character)
@@ -13,7 +11,8 @@ bool isPartOfName(QChar character)
 
 struct Begun {
     QString word;
-    QString table; // what stands before a dot in front of the word
+    QString table;        // what stands before a dot in front of the word
+    bool isTable = false; // it can only be a table's name
 };
 
 QString lastWord(const QString &text)
@@ -22,6 +21,15 @@ QString lastWord(const QString &text)
     while (from > 0 && isPartOfName(text[from - 1]))
         --from;
     return text.mid(from);
+}
+
+bool leadsToTable(const QString &text)
+{
+    static const QStringList leading{"from", "join", "into", "update", "table"};
+    const QString before = text.trimmed(), word = lastWord(before);
+    const QString previous = lastWord(before.chopped(word.size()).trimmed());
+    return before.size() < text.size() && leading.contains(word, Qt::CaseInsensitive) &&
+           previous.compare(u"key", Qt::CaseInsensitive) != 0; // ON DUPLICATE KEY UPDATE
 }
 
 Begun begunBeforeCursor(const SqlTextBox &box)
@@ -33,12 +41,21 @@ Begun begunBeforeCursor(const SqlTextBox &box)
     const QString word = lastWord(text);
     text.chop(word.size());
     if (!text.endsWith(u'.'))
-        return {word, {}};
+        return {word, {}, leadsToTable(text)};
     text.chop(1);
     if (!text.endsWith(u'`'))
-        return {word, lastWord(text)};
+        return {word, lastWord(text), false};
     text.chop(1);
-    return {word, text.mid(text.lastIndexOf(u'`') + 1)};
+    return {word, text.mid(text.lastIndexOf(u'`') + 1), false};
+}
+
+QStringList startingWith(const QString &begun, QStringList words)
+{
+    words.removeIf([&](const QString &word) {
+        return !word.startsWith(begun, Qt::CaseInsensitive) || word.contains(u'\n');
+    });
+    words.removeDuplicates();
+    return words;
 }
 
 } // namespace
@@ -55,7 +72,11 @@ WordCompletion::WordCompletion(SqlTextBox &box)
 void WordCompletion::offer()
 {
     const Begun begun = begunBeforeCursor(m_box);
-    const QStringList words = wordsFor(begun.word, begun.table);
+    QStringList words;
+    if (begun.isTable)
+        words = startingWith(begun.word, m_tables);
+    if (words.isEmpty()) // of another database, perhaps, or none has been read
+        words = wordsFor(begun.word, begun.table);
     if (!words.isEmpty())
         m_box.SendScintilla(QsciScintilla::SCI_AUTOCSHOW,
                             static_cast<unsigned long>(begun.word.toUtf8().size()),
@@ -66,8 +87,13 @@ void WordCompletion::setNames(const QStringList &tablesAndColumns)
 {
     m_names = tablesAndColumns;
     m_columns.clear();
-    for (qsizetype i = 0; i + 1 < tablesAndColumns.size(); i += 2)
-        m_columns[tablesAndColumns[i].toLower()] << tablesAndColumns[i + 1];
+    m_tables.clear();
+    for (qsizetype i = 0; i + 1 < tablesAndColumns.size(); i += 2) {
+        QStringList &columns = m_columns[tablesAndColumns[i].toLower()];
+        if (columns.isEmpty())
+            m_tables << tablesAndColumns[i];
+        columns << tablesAndColumns[i + 1];
+    }
     m_hasNames = true;
 }
 
@@ -78,12 +104,5 @@ QStringList WordCompletion::wordsFor(const QString &begun, const QString &table)
     QStringList words = m_columns.value(table.toLower());
     if (words.isEmpty()) // no dot, or the name of a database or an alias before it
         words = (isUpper ? keywords.toUpper() : keywords).split(u' ', Qt::SkipEmptyParts) + m_names;
-    words.erase(std::remove_if(words.begin(), words.end(),
-                               [&](const QString &word) {
-                                   return !word.startsWith(begun, Qt::CaseInsensitive) ||
-                                          word.contains(u'\n');
-                               }),
-                words.end());
-    words.removeDuplicates();
-    return words;
+    return startingWith(begun, words);
 }

@@ -6,8 +6,8 @@
 class SqlTextBox;
 
 // Offers SQL words and the names of the connected database's tables and columns for the word before the
-// cursor; after a table's name and a dot, that table's columns alone. Until the names have been read there
-// are only the words.
+// cursor; after a table's name and a dot, that table's columns alone, and after FROM and its like the tables.
+// Until the names have been read there are only the words.
 class WordCompletion {
 public:
     explicit WordCompletion(SqlTextBox &box);
@@ -22,6 +22,6 @@ private:
 
     SqlTextBox &m_box;
     QMap<QString, QStringList> m_columns; // by table, its name in lower case
-    QStringList m_names;
+    QStringList m_names, m_tables;
     bool m_hasNames = false;
 };
