@@ -88,7 +88,7 @@ void ResultRows::showState(const QString &words)
         parts << words;
     m_state->setText(parts.join(QStringLiteral("  |  ")));
     for (QPushButton *button : {m_show, m_cancel, m_save})
-        button->setEnabled(changes > 0);
+        switchButton(*button, changes > 0, m_grid);
 }
 
 bool ResultRows::mayLeave()

@@ -1,5 +1,6 @@
 #include "rows/rowsview.h"
 
+#include "controls/window/building.h"
 #include "core/command/doubt.h"
 #include "core/sql/statements.h"
 #include "rows/rowdialogs.h"
@@ -259,9 +260,10 @@ void RowsView::showState(const QString &words)
         lines << words;
     m_pane.rowsState->setText(lines.join(QStringLiteral("  |  ")));
     for (QPushButton *button : {m_pane.saveRows, m_pane.cancelRows, m_pane.showRowStatements})
-        button->setEnabled(changes > 0);
-    m_pane.previousRows->setEnabled(isBegun && m_firstNumber > 0);
-    m_pane.nextRows->setEnabled(isBegun && m_rows.readRows() > 0 && m_rows.readRows() >= m_query.limit);
+        switchButton(*button, changes > 0, m_pane.grid);
+    switchButton(*m_pane.previousRows, isBegun && m_firstNumber > 0, m_pane.grid);
+    switchButton(*m_pane.nextRows, isBegun && m_rows.readRows() > 0 && m_rows.readRows() >= m_query.limit,
+                 m_pane.grid);
     m_isEscapePressed = false;
 }
 

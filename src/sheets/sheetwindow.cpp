@@ -143,7 +143,10 @@ QString SheetWindow::openHistory()
 {
     if (!m_services.openHistory)
         return QStringLiteral("履歴はありません。");
-    return m_services.openHistory(this, [this](const QString &text) { page()->insert(text); });
+    return m_services.openHistory(this, [this](const QString &text) {
+        page()->insert(text);
+        page()->setFocus();
+    });
 }
 
 QString SheetWindow::folder() const
@@ -209,23 +212,19 @@ void SheetWindow::showState()
     const SheetPage *shown = page();
     if (!shown)
         return;
-    // A button that goes off under the focus would hand it to the next box, which the next blank would tick.
-    const QWidget *const pressed = qobject_cast<QPushButton *>(focusWidget());
     const bool isRunning = shown->isRunning();
     for (QPushButton *button : {m_runStatement, m_runSheet, m_script})
-        button->setEnabled(!isRunning);
-    m_stop->setEnabled(isRunning);
-    m_autocommit->setEnabled(!isRunning);
+        switchButton(*button, !isRunning, *page());
+    switchButton(*m_stop, isRunning, *page());
+    switchButton(*m_autocommit, !isRunning, *page());
     m_autocommit->setChecked(shown->isAutocommit());
     m_transaction->setVisible(shown->isInTransaction());
     for (QPushButton *button : {m_commit, m_rollback})
-        button->setEnabled(!isRunning && shown->isInTransaction());
-    m_edit->setEnabled(shown->mayEditResult());
+        switchButton(*button, !isRunning && shown->isInTransaction(), *page());
+    switchButton(*m_edit, shown->mayEditResult(), *page());
     m_pin->setEnabled(shown->hasGrid());
     m_pin->setChecked(shown->isResultPinned());
     m_safeMode->setChecked(isSafe());
-    if (pressed && !pressed->isEnabled())
-        page()->setFocus();
     m_state->setText(shown->state());
     if (m_profile != shown->profile()) {
         m_profile = shown->profile();

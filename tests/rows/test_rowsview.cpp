@@ -200,7 +200,9 @@ void RowsViewTest::pagesGoOnBehindAnyRow()
     viewer.read("t");
     for (const QString &page : pages) {
         QCOMPARE(viewer.column(0), page);
+        viewer.pane.nextRows->setFocus();
         viewer.pane.nextRows->click();
+        QCOMPARE(viewer.pane.focusWidget(), &viewer.pane.grid); // and not what takes savings back
     }
     LastConditions otherStart(viewer.session);
     QCOMPARE(otherStart.of("d", "t").orders.join(' '), order);

@@ -50,6 +50,13 @@ QButtonGroup *makeOptionGroup(QWidget *window, const QList<QRadioButton *> &opti
     return group;
 }
 
+void switchButton(QWidget &button, bool isOn, QWidget &focusInstead)
+{
+    if (!isOn && button.window()->focusWidget() == &button)
+        focusInstead.setFocus();
+    button.setEnabled(isOn);
+}
+
 void followInTabOrder(QWidget &place, const QList<QWidget *> &made)
 {
     QWidget *before = &place;

@@ -41,6 +41,10 @@ QButtonGroup *makeOptionGroup(QWidget *window, const QList<QRadioButton *> &opti
 // Behind `place` in the order of Tab, for what was made after its window.
 void followInTabOrder(QWidget &place, const QList<QWidget *> &made);
 
+// Switches a button on or off. Where it goes off under the focus, the focus goes to the other widget: Qt
+// gives it to whatever comes next, which the next blank presses or ticks.
+void switchButton(QWidget &button, bool isOn, QWidget &focusInstead);
+
 // Items of a list with signs for what cannot be seen. The items keep their texts, for the commands.
 class VisibleItems : public QStyledItemDelegate {
 public:
