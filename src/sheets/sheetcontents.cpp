@@ -92,7 +92,8 @@ SheetContents SheetContents::of(const QJsonObject &json)
             json["isDamaged"].toBool(),
             json["cursor"].toInt(),
             json["fileHash"].toString(),
-            json["fileSize"].toInteger(-1)};
+            json["fileSize"].toInteger(-1),
+            json["server"].toString()};
 }
 
 QJsonObject SheetContents::object() const
@@ -105,5 +106,6 @@ QJsonObject SheetContents::object() const
             {"isDamaged", isDamaged},
             {"cursor", cursor},
             {"fileHash", fileHash},
-            {"fileSize", fileSize}};
+            {"fileSize", fileSize},
+            {"server", server}};
 }

@@ -16,6 +16,7 @@ struct SheetContents {
     int cursor = 0;                                         // in bytes
     QString fileHash;                                       // of its bytes when last read or saved
     qint64 fileSize = -1;                                   // then; -1: not known
+    QString server;                                         // that it worked on last; empty: none yet
 
     // All but the name and the cursor from a file. Empty where a sheet can hold it, else why not.
     QString read(const QString &filePath);

@@ -122,6 +122,14 @@ void SheetPage::connectToServer()
     m_thread = std::make_unique<SheetThread>(*m_settings, m_database);
     connect(&m_thread->worker(), &SheetWorker::came, this, &SheetPage::take);
     lendConnection();
+    noteServer();
+}
+
+// The sheet may come back when the program is connected elsewhere.
+void SheetPage::noteServer()
+{
+    m_contents.server = serverName(settings());
+    m_draftTimer->start();
 }
 
 bool SheetPage::isFor(const Session &session) const
@@ -138,6 +146,7 @@ void SheetPage::workOn(std::unique_ptr<Session> there)
         return;
     m_there = std::move(there);
     m_database = m_there->gDbName;
+    noteServer();
     Q_EMIT changed();
 }
 
@@ -337,6 +346,7 @@ QString SheetPage::open(const QString &path)
     if (const QString failure = contents.read(path); !failure.isEmpty())
         return failure;
     contents.name = m_contents.name;
+    contents.server = m_contents.server;
     restore(contents);
     m_contents.isChanged = false; // the editor tells of its new text as of a change
     keepDraft();
@@ -371,6 +381,8 @@ QString SheetPage::state() const
     QStringList parts;
     if (!m_draftFailure.isEmpty())
         parts << QStringLiteral("下書きを保存できません: ") + m_draftFailure;
+    if (!m_contents.server.isEmpty() && m_contents.server != serverName(settings()))
+        parts << QStringLiteral("別のサーバーで使っていたシートです: ") + m_contents.server;
     if (isEditing())
         parts << m_settings->runner.what() + QStringLiteral("…");
     else if (m_isRunning)

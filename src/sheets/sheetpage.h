@@ -117,6 +117,7 @@ private:
         return m_settings ? *m_settings : m_there ? *m_there : m_around.session;
     }
     void connectToServer();
+    void noteServer();
     void lendConnection();
     void takeEditingEnd();
     void start(const std::function<void(SheetWorker &)> &work);

@@ -327,6 +327,8 @@ void SheetWindowTest::dangersAreFound()
 void SheetWindowTest::whatWasTypedIsThereAgain()
 {
     type("first 漢字\r\nline");
+    run();
+    page().keepDraft();
     QTRY_VERIFY_WITH_TIMEOUT(!QDir(m_stage->folder.filePath("sheets")).entryList({"*.json"}).isEmpty(), 5000);
     const QString file = m_stage->folder.filePath(
         "sheets/" + QDir(m_stage->folder.filePath("sheets")).entryList({"*.json"})[0]);
@@ -344,6 +346,11 @@ void SheetWindowTest::whatWasTypedIsThereAgain()
     open();
     QCOMPARE(page().editor().contents(), "first 漢字\r\nline");
     QVERIFY(page().isChanged());
+    const auto state = [this] { return control<QLabel>(*m_window, "sheetState").text(); };
+    QVERIFY2(state().isEmpty(), qPrintable(state()));
+    m_stage->session.gServer = "elsewhere";
+    Q_EMIT page().changed();
+    QVERIFY2(state().contains("別のサーバーで使っていた"), qPrintable(state()));
     // A full disk costs no text, and is said.
     delete m_window;
     QDir(m_stage->folder.filePath("sheets")).removeRecursively();
@@ -352,7 +359,7 @@ void SheetWindowTest::whatWasTypedIsThereAgain()
     open();
     type("second");
     page().keepDraft();
-    QVERIFY(control<QLabel>(*m_window, "sheetState").text().contains("下書きを保存できません"));
+    QVERIFY(state().contains("下書きを保存できません"));
     QCOMPARE(page().editor().contents(), "second");
 }
 
