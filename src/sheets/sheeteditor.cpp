@@ -69,6 +69,22 @@ void SheetEditor::replace(int start, int end, const QByteArray &text)
     endUndoAction();
 }
 
+void SheetEditor::insertStatement(const QString &text)
+{
+    if (hasSelectedText())
+        return replaceSelectedText(text);
+    const QByteArray all = bytes(), before = all.left(cursorPlace()), behind = all.mid(before.size());
+    const auto isBlank = [](const QByteArray &part) { return part.trimmed().isEmpty(); };
+    QString statement = text;
+    if (!isBlank(before.mid(before.lastIndexOf('\n') + 1)))
+        statement.prepend(u'\n');
+    if (!isBlank(behind) && !text.trimmed().endsWith(u';'))
+        statement += u';';
+    if (!isBlank(behind.split('\n').first()))
+        statement += u'\n';
+    insert(statement);
+}
+
 void SheetEditor::markError(int line)
 {
     clearError();

@@ -21,6 +21,8 @@ public:
     int lineOf(int place) const;
     // Replaces a part; one step for undo.
     void replace(int start, int end, const QByteArray &text);
+    // In the place of what is chosen, or at the cursor: beside what stands there a statement of its own.
+    void insertStatement(const QString &text);
 
     // From 0. The mark goes with the next change of the text.
     void markError(int line);

@@ -300,22 +300,9 @@ void SheetPage::put(const QString &text)
     m_editor->replaceContents(text);
 }
 
-// Beside what stands there it is a statement of its own.
 void SheetPage::insert(const QString &text)
 {
-    if (m_editor->hasSelectedText())
-        return m_editor->replaceSelectedText(text);
-    const QByteArray all = m_editor->bytes(), before = all.left(m_editor->cursorPlace()),
-                     behind = all.mid(before.size());
-    const auto isBlank = [](const QByteArray &part) { return part.trimmed().isEmpty(); };
-    QString statement = text;
-    if (!isBlank(before.mid(before.lastIndexOf('\n') + 1)))
-        statement.prepend(u'\n');
-    if (!isBlank(behind) && !text.trimmed().endsWith(u';'))
-        statement += u';';
-    if (!isBlank(behind.split('\n').first()))
-        statement += u'\n';
-    m_editor->insert(statement);
+    m_editor->insertStatement(text);
 }
 
 bool SheetPage::hasGrid() const
