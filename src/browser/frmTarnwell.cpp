@@ -112,6 +112,7 @@ void frmTarnwell::connectSignals()
     TarnwellControls &c = m_controls;
     connect(c.cboDSNList, &QComboBox::currentTextChanged, this, [this] { m_panel.cboDSNList_Click(); });
     setStopsRunningCommand(c.cmdClose, true, Qt::ALT | Qt::Key_D);
+    setStopsRunningCommand(c.cmdEnd, true, Qt::CTRL | Qt::Key_Q);
     for (const QLineEdit *field :
          {c.cboDSNList->lineEdit(), c.cboDrivers->lineEdit(), c.txtServer, c.txtUser, c.txtPass, c.txtPort})
         connect(field, &QLineEdit::returnPressed, c.cmdConnect, &QPushButton::click);

@@ -1,6 +1,7 @@
 #include "console/frmTextEditer.h"
 
 #include "controls/window/activation.h"
+#include "controls/window/stopping.h"
 
 #include <QDialogButtonBox>
 #include <QFileDialog>
@@ -18,6 +19,7 @@ frmTextEditer::frmTextEditer(Session &session, QWidget *parent)
     setObjectName(QStringLiteral("frmTextEditer"));
     setWindowTitle(QStringLiteral("ｴﾃﾞｨﾀｰ設定"));
     WindowActivation::setPassing(this);
+    setWorksWhileRunning(this);
     txtFilename->setObjectName(QStringLiteral("txtFilename"));
     txtFilename->setMinimumWidth(txtFilename->fontMetrics().averageCharWidth() * 60);
     txtFilename->setPlaceholderText(QStringLiteral("テキストエディターのプログラム"));

@@ -1,6 +1,7 @@
 #include "sheets/historywindow.h"
 
 #include "controls/window/building.h"
+#include "controls/window/stopping.h"
 
 #include <QHBoxLayout>
 #include <QHeaderView>
@@ -37,6 +38,7 @@ HistoryWindow::HistoryWindow(HistoryStore &store, QWidget *parent, std::function
     setObjectName(QStringLiteral("historyWindow"));
     setWindowTitle(QStringLiteral("SQLの履歴"));
     setAttribute(Qt::WA_DeleteOnClose);
+    setWorksWhileRunning(this);
     buildLayout();
     resize(860, 480);
     auto *later = new QTimer(this);

@@ -372,23 +372,27 @@ void MainWindowTest::lettersSpellATableWhileTheServerThinks()
 
 void MainWindowTest::aThinkingServerIsLeftAtOnce_data()
 {
-    // Whether the window is closed, or else the connection alone.
-    const Rows<bool> row;
-    row("disconnect", false);
-    row("close the window", true);
+    // What is pressed, and whether that closes the window, or else the connection alone.
+    const Rows<QString, bool> row;
+    row("disconnect", "cmdClose", false);
+    row("close the window", "", true);
+    row("end the program", "cmdEnd", true);
+    row("end the program by its key", "Ctrl+Q", true);
 }
 
 void MainWindowTest::aThinkingServerIsLeftAtOnce()
 {
-    const auto [closes] = fetched<bool>();
+    const auto [pressed, closes] = fetched<QString, bool>();
     Boxes boxes;
     openDatabase();
     m_stage->choose("lstTables", "[VIEW]\tslow");
-    QTimer::singleShot(300, this, [&] {
-        if (closes)
+    QTimer::singleShot(300, this, [&, pressed = pressed] {
+        if (pressed.isEmpty())
             closeByUser(*m_stage->window);
+        else if (pressed == "Ctrl+Q")
+            QTest::keyClick(control<QWidget>("txtField"), Qt::Key_Q, Qt::ControlModifier);
         else
-            click("cmdClose");
+            click(qPrintable(pressed));
     });
     boxes.expectOk("処理を中断しました"); // else there is a row, five seconds later
     click("cmdDataGet");

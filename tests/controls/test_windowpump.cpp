@@ -81,8 +81,14 @@ void TestWindowPump::onlyWritingGoesOn()
     window.line.setFocus();
     QVERIFY(QTest::qWaitForWindowActive(&window));
     QSignalSpy clicks(&window.other, &QPushButton::clicked);
+    // But a window that works on has its boxes.
+    setWorksWhileRunning(&editor);
+    QDialog box(&editor);
+    QPushButton answer(&box);
+    QSignalSpy answers(&answer, &QPushButton::clicked);
     WindowPump pump;
     const auto act = [&] {
+        QTest::mouseClick(&answer, Qt::LeftButton);
         QTest::mouseClick(&window.other, Qt::LeftButton);
         QTest::mouseClick(window.windowHandle(), Qt::LeftButton, {}, window.other.geometry().center());
         QTest::keyClicks(&window.line, "typed");
@@ -93,6 +99,7 @@ void TestWindowPump::onlyWritingGoesOn()
     waitWhile(act, pump);
     QTest::qWait(30);
     QCOMPARE(clicks.size(), 0);
+    QCOMPARE(answers.size(), 1);
     QCOMPARE(window.line.text(), "typed");
     QCOMPARE(editor.contents(), "select");
     // And afterwards everything works as before.

@@ -39,7 +39,10 @@ void setWorksWhileRunning(QWidget *window)
 
 bool worksWhileRunning(const QWidget &window)
 {
-    return window.property(worksProperty).toBool();
+    for (const QWidget *each = &window; each; each = each->parentWidget())
+        if (each->property(worksProperty).toBool())
+            return true;
+    return false;
 }
 
 EscapeStops::EscapeStops(Runner &runner, QObject *parent)

@@ -17,7 +17,8 @@ bool stopsRunningCommand(const QObject *button);
 // The marked button of the window that has this key; null: none.
 QWidget *buttonOfStopKey(const QWidget &window, const QKeySequence &key);
 
-// Marks a window that asks no server for anything: it works on while something runs.
+// Marks a window that asks no server for anything, or only over connections of its own: it works on while
+// something runs, with its boxes, menus and dialogs.
 void setWorksWhileRunning(QWidget *window);
 bool worksWhileRunning(const QWidget &window);
 
