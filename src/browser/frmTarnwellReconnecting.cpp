@@ -4,6 +4,7 @@
 #include "connections/keepalive.h"
 #include "core/command/doubt.h"
 #include "core/session/basconnection.h"
+#include "core/sql/trackedsession.h"
 
 #include <utility>
 
@@ -23,6 +24,7 @@ void frmTarnwell::comeBack()
 {
     if (std::exchange(m_hasTriedToComeBack, true))
         throw interruptedError(); // said already why it cannot
+    const QString use = lastUse(*m_session.gCn);
     try {
         const BusyPointer busy(m_dialogue);
         reconnect(m_session);
@@ -38,7 +40,8 @@ void frmTarnwell::comeBack()
     m_hasComeBack = true;
     m_controls.encryption->showOf(m_session.gCn.get());
     m_panel.showRole();
-    m_dialogue.setLastError(QStringLiteral("接続が切れたので、つなぎ直しました。"), false);
+    m_dialogue.setLastError(
+        QStringLiteral("接続が切れたので、つなぎ直しました。") + wordsOfOtherDatabase(m_session, use), false);
 }
 
 // For those who only said that the connection was lost.

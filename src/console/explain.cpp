@@ -2,6 +2,7 @@
 
 #include "controls/grid/flexgrid.h"
 #include "controls/window/windowpump.h"
+#include "core/sql/trackedsession.h"
 #include "core/sql/statements.h"
 
 namespace {
@@ -23,7 +24,7 @@ QString askForTable(Connection &connection)
     const QString before = answer.isOpen() && !answer.isEof() ? answer.text(0) : table;
     if (before == table)
         return {};
-    connection.execute(setFormat(table));
+    executeOwn(connection, setFormat(table));
     return before;
 }
 
@@ -72,7 +73,7 @@ void explain(Session &session, const QString &statement, FlexGrid &grid)
         return;
     const Undoing undoing(session); // also when the plan was stopped
     try {
-        session.connection().execute(setFormat(formatBefore));
+        executeOwn(session.connection(), setFormat(formatBefore));
     } catch (const Failure &) {
         // The connection is lost, and what was set for it with it.
     }

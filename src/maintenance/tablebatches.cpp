@@ -52,7 +52,7 @@ void takingRowsAsTheyAre(Session &session, const std::function<void()> &action)
     std::vector<SessionVariable> wanted{{name, quotedText(mode)}};
     if (session.role.cluster.isGroup())
         wanted.push_back({QStringLiteral("sql_generate_invisible_primary_key"), QStringLiteral("1")});
-    withVariables(session, {}, wanted, action);
+    withVariables(session, {}, wanted, action, std::move(variables));
 }
 
 Outcome run(CommandContext &context, const StatementBatch &row)

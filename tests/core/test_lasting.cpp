@@ -1,5 +1,6 @@
 #include "connectiontests.h"
 #include "core/command/doubt.h"
+#include "core/command/sessionvariables.h"
 #include "core/session/basconnection.h"
 #include "core/session/lastingconnection.h"
 #include "core/sql/sessionstate.h"
@@ -86,8 +87,25 @@ void LastingTest::statementsLeaveTheirTraces_data()
     row({"select 1 into @a"}, "ユーザー変数");
     row({"select @a := 1", "select @@version"}, "ユーザー変数");
     row({"set @@session.sql_mode = ''"}, "セッション変数の設定");
-    row({"prepare s from 'select 1'"}, "プリペアドステートメント");
-    row({"call p()"}, "プロシージャが接続に残したもの");
+    const QString withoutAutocommit =
+        "トランザクション autocommit=0 の設定（新しい接続では文ごとに確定します）";
+    for (const QString set : {"set x=1, autocommit='OFF'", "set @@session.autocommit := FALSE",
+                              "SET @@autocommit=0", "set local `autocommit` = 0"})
+        row({"set x=0", set}, withoutAutocommit + " セッション変数の設定");
+    row({"set session foreign_key_checks=0, autocommit=1"}, "セッション変数の設定");
+    row({"set autocommit = 0, @a = 'x, sql_mode=1'"}, withoutAutocommit + " ユーザー変数");
+    row({"set global autocommit=0, x=1, @@global.y=1", "set password for a = '0'", "set @@persist.x=1"}, "");
+    row({"set names utf8mb4"}, "セッション変数の設定");
+    row({"prepare s from 'select 1'", "handler t open", "deallocate prepare `S`"},
+        "プリペアドステートメント");
+    row({"prepare s from 'select 1'", "handler t open", "drop prepare s", "handler t close"}, "");
+    row({"begin not atomic execute immediate convert(0x61 using utf8mb4); end",
+         "LOAD DATA INFILE 'x' INTO TABLE t (@tarnwell_1) SET a=@tarnwell_1"},
+        "");
+    row({"xa start 'a'", "xa end 'a'", "xa rollback 'a'", "load data infile 'x' into table t (@a)"},
+        "ユーザー変数");
+    for (const QString call : {"call p()", "begin not atomic set @x = 1; end"})
+        row({call}, "プロシージャが接続に残したもの");
 }
 
 void LastingTest::statementsLeaveTheirTraces()
@@ -134,9 +152,21 @@ void LastingTest::readingGoesOnOverANewConnection()
     const auto connection = openedByServer();
     connection->execute("use d");
     const QString before = valueOf(*connection, surroundings);
+    // What the program sets for its own work.
+    SessionVariables own;
+    own.read(*connection, {"sql_mode", "autocommit"});
+    own.set(*connection, {{"sql_mode", "''"}, {"autocommit", "0"}});
+    own.putBack(*connection);
     drop(*connection);
     QCOMPARE(valueOf(*connection, "show tables"), "t");
     QCOMPARE(valueOf(*connection, surroundings), before);
+
+    own.read(*connection, {"sql_mode"});
+    own.set(*connection, {{"sql_mode", "''"}});
+    drop(*connection);
+    const Failure failure = errorOf([&] { connection->execute("show tables"); });
+    QVERIFY(failure.isConnectionLost());
+    QVERIFY2(!failure.description().contains("失われました"), qPrintable(failure.description()));
 }
 
 void LastingTest::whatDiesWithTheSessionIsSaid_data()
@@ -150,7 +180,7 @@ void LastingTest::whatDiesWithTheSessionIsSaid()
     SKIP_WITHOUT(brand);
     useServer(brand);
     QFETCH(const bool, isBuiltIn);
-    const auto connection = openedByServer();
+    auto connection = openedByServer();
     connection->execute("use d");
     const QString before = valueOf(*connection, surroundings);
     for (const char *leaving : {"set @kept = 5", "create temporary table x (a int)",
@@ -165,7 +195,9 @@ void LastingTest::whatDiesWithTheSessionIsSaid()
              qPrintable(failure.description()));
     QVERIFY(!connection->isOpen());
 
-    m_session.gDbName = "d";
+    // In the database that was chosen with a USE, wherever the session began.
+    m_session.gCn = std::move(connection);
+    m_session.gDbName = "mysql";
     m_session.gDsn = m_server->connectionString(isBuiltIn);
     reconnect(m_session);
     QCOMPARE(valueOf(*m_session.gCn, surroundings), before);

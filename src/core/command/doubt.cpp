@@ -3,6 +3,7 @@
 #include "core/command/dialogue.h"
 #include "core/session/basconnection.h"
 #include "core/sql/statements.h"
+#include "core/sql/trackedsession.h"
 
 #include <utility>
 
@@ -31,24 +32,51 @@ Doubt doubtAfter(const Session &session, const Failure &error)
     return error.isInterrupted() ? Doubt::Interrupted : Doubt::None;
 }
 
+namespace {
+
+bool canUse(Connection &connection, const QString &use)
+{
+    try {
+        if (!use.isEmpty())
+            connection.execute(use);
+        return !use.isEmpty();
+    } catch (const Failure &failure) {
+        if (failure.isConnectionLost() || failure.isInterrupted())
+            throw;
+        return false; // see wordsOfOtherDatabase()
+    }
+}
+
+} // namespace
+
 void reconnect(Session &session)
 {
     auto connection = session.makeConnection(connectionStringOf(session));
     connection->open();
-    if (!session.gDbName.isEmpty())
+    const QString use = session.gCn ? lastUse(*session.gCn) : QString();
+    if (!canUse(*connection, use) && !session.gDbName.isEmpty())
         connection->execute(useStatement(session.gDbName));
     session.role = readServerRole(*connection);
     session.gRs.close();
     session.gCn = std::move(connection);
 }
 
+QString wordsOfOtherDatabase(const Session &session, const QString &useBefore)
+{
+    if (useBefore.isEmpty() || lastUse(*session.gCn) == useBefore)
+        return {};
+    return QStringLiteral("\nデータベースは元に戻せませんでした(%1)。今は「%2」です。")
+        .arg(useBefore, session.gDbName);
+}
+
 QString wordsOfComingBack(const Session &session)
 {
     if (!session.gCn || session.gCn->isOpen() || !session.comeBack || session.runner.isStopWanted())
         return {};
+    const QString use = lastUse(*session.gCn);
     try {
         session.comeBack();
-        return QStringLiteral("\nつなぎ直しました。");
+        return QStringLiteral("\nつなぎ直しました。") + wordsOfOtherDatabase(session, use);
     } catch (const Failure &failure) {
         return failure.isInterrupted() ? QString() : u'\n' + failure.description();
     }
@@ -88,7 +116,7 @@ void reconnect(Session &session, const ServerPlace &place)
         throw Failure(
             QStringLiteral("再接続先は別のサーバーです(%1)。元のサーバー: %2").arg(now.server, place.server));
     if (now.cluster.isMember())
-        connection.execute(now.cluster.isGalera
-                               ? QStringLiteral("set session wsrep_sync_wait=15")
-                               : QStringLiteral("set session group_replication_consistency='BEFORE'"));
+        executeOwn(connection, now.cluster.isGalera
+                                   ? QStringLiteral("set session wsrep_sync_wait=15")
+                                   : QStringLiteral("set session group_replication_consistency='BEFORE'"));
 }

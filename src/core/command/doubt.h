@@ -12,9 +12,13 @@ enum class Doubt {
 };
 Doubt doubtAfter(const Session &session, const Failure &error);
 
-// Replaces gCn by a new connection whose default database is gDbName, and reads its server's role. Throws
-// Failure and leaves gCn as it is when the server cannot be reached.
+// Replaces gCn by a new connection and reads its server's role. Its default database is that of the last USE
+// that was sent over gCn, else gDbName. Throws Failure and leaves gCn as it is when the server cannot be
+// reached.
 void reconnect(Session &session);
+// That the new connection could not choose the database of the lost one's last USE, behind a line break;
+// mostly empty.
+QString wordsOfOtherDatabase(const Session &session, const QString &useBefore);
 
 // Tries once to make the connection anew that what runs has just lost, and says how that ended, behind a line
 // break; empty where none was lost, or nobody comes back. Not while an UndoLog is open.

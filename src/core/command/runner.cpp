@@ -2,6 +2,7 @@
 
 #include "core/sql/batch.h"
 #include "core/sql/localsource.h"
+#include "core/sql/trackedsession.h"
 
 #include <QScopeGuard>
 
@@ -23,7 +24,10 @@ bool contains(const QObject &outer, const QObject *inner)
 
 } // namespace
 
-class Runner::StoppableConnection : public Connection, public BatchSender, public LocalSender {
+class Runner::StoppableConnection : public Connection,
+                                    public BatchSender,
+                                    public LocalSender,
+                                    public TrackedSession {
 public:
     StoppableConnection(Runner &runner, std::unique_ptr<Connection> connection)
         : m_runner(runner)
@@ -71,6 +75,14 @@ public:
         m_runner.requireGoingOn();
         return ::executeLocal(*m_connection, statement, source);
     }
+    void executeOwn(const QString &statement) override
+    {
+        m_runner.requireGoingOn();
+        ::executeOwn(*m_connection, statement);
+    }
+    void holdOwn(const void *owner, bool holds) override { ::holdOwn(*m_connection, owner, holds); }
+    bool hasSettingsOfUser() const override { return ::hasSettingsOfUser(*m_connection); }
+    QString lastUse() const override { return ::lastUse(*m_connection); }
     bool isBusy() const override { return m_connection->isBusy(); }
     void cancel() override { m_connection->cancel(); }
 

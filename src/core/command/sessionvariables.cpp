@@ -1,6 +1,7 @@
 #include "core/command/sessionvariables.h"
 
 #include "core/sql/statements.h"
+#include "core/sql/trackedsession.h"
 
 #include <QRegularExpression>
 
@@ -23,13 +24,14 @@ void SessionVariables::read(Connection &connection, const QStringList &names)
 {
     if (names.isEmpty())
         return;
+    m_hasUserSet = hasSettingsOfUser(connection);
     RecordSet rows = readValues(connection, names);
     if (!rows.isOpen())
         return;
     // A limit of 0 rows hides even itself.
     const bool isNothingShown = rows.isEof();
     if (isNothingShown) {
-        connection.execute(setStatement({{limitName, QStringLiteral("DEFAULT")}}));
+        send(connection, {{limitName, QStringLiteral("DEFAULT")}});
         rows = readValues(connection, names);
     }
     for (int i = 0; i < names.size(); ++i)
@@ -64,7 +66,13 @@ void SessionVariables::set(Connection &connection, const std::vector<SessionVari
         different.push_back(variable);
     }
     if (!different.empty())
-        connection.execute(setStatement(different));
+        send(connection, different);
+}
+
+void SessionVariables::send(Connection &connection, const std::vector<SessionVariable> &variables)
+{
+    holdOwn(connection, this, true);
+    executeOwn(connection, setStatement(variables));
 }
 
 void SessionVariables::use(Connection &connection, const QString &database)
@@ -77,15 +85,16 @@ void SessionVariables::use(Connection &connection, const QString &database)
     m_databaseBefore = before;
 }
 
-void SessionVariables::setAgain(Connection &connection) const
+void SessionVariables::setAgain(Connection &connection)
 {
+    m_hasMoved = true;
     if (!m_database.isEmpty())
         connection.execute(useStatement(m_database));
     std::vector<SessionVariable> all;
     for (const Entry &each : m_entries)
         all.push_back({each.name, each.now});
     if (!all.empty())
-        connection.execute(setStatement(all));
+        send(connection, all);
 }
 
 void SessionVariables::putBack(Connection &connection)
@@ -99,8 +108,12 @@ void SessionVariables::putBack(Connection &connection)
     m_entries.clear();
     const QString database = std::exchange(m_databaseBefore, QString());
     m_database.clear();
-    if (!different.empty())
+    // What the user had set for the lost session is set for this one from now on.
+    if (!different.empty() && m_hasMoved && m_hasUserSet)
         connection.execute(setStatement(different));
+    else if (!different.empty())
+        executeOwn(connection, setStatement(different));
+    holdOwn(connection, this, false);
     if (!database.isEmpty())
         connection.execute(useStatement(database));
 }

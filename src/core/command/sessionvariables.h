@@ -21,7 +21,7 @@ public:
     // server cannot take it away.
     void use(Connection &connection, const QString &database);
     // After a new connection.
-    void setAgain(Connection &connection) const;
+    void setAgain(Connection &connection);
     // None are kept afterwards.
     void putBack(Connection &connection);
     // "set session ..." with the values that stand now, for statements that need others for themselves.
@@ -37,8 +37,11 @@ public:
 
 private:
     Entry &entry(const QString &name);
+    void send(Connection &connection, const std::vector<SessionVariable> &variables);
 
     std::vector<Entry> m_entries;
+    bool m_hasUserSet = false;            // and what was read may be the user's
+    bool m_hasMoved = false;              // to a new connection
     QString m_databaseBefore, m_database; // empty: not set
 };
 
@@ -53,15 +56,15 @@ QString changedMode(const QString &mode, const QStringList &without, const QStri
 QString modeForRows(const QString &mode);
 
 // Runs the action with the variables and the default database (empty: as it is) set, and puts the old ones
-// back on every way out.
+// back on every way out. Those that have been read already are not asked for again.
 template <class Action>
 void withVariables(Session &session, const QString &database, const std::vector<SessionVariable> &wanted,
-                   Action action)
+                   Action action, SessionVariables variables = {})
 {
-    SessionVariables variables;
     QStringList names;
     for (const SessionVariable &variable : wanted)
-        names << variable.name;
+        if (variables.before(variable.name).isNull())
+            names << variable.name;
     variables.read(session.connection(), names);
     // The default database first: where it fails, nothing has been set.
     if (!database.isEmpty())

@@ -1,5 +1,7 @@
 #include "core/command/undolog.h"
 
+#include "core/sql/trackedsession.h"
+
 #include <QFile>
 
 #include <algorithm>
@@ -64,15 +66,15 @@ RecordSet UndoLog::send(const QString &statement, const std::vector<SessionVaria
 {
     if (with.empty())
         return connection().execute(statement);
-    connection().execute(setStatement(with));
+    executeOwn(connection(), setStatement(with));
     try {
         RecordSet rows = connection().execute(statement);
-        connection().execute(m_variables.resetStatement(with));
+        executeOwn(connection(), m_variables.resetStatement(with));
         return rows;
     } catch (const Failure &error) {
         const Undoing undoing(m_session);
         if (doubtAfter(m_session, error) != Doubt::AnswerLost)
-            connection().execute(m_variables.resetStatement(with));
+            executeOwn(connection(), m_variables.resetStatement(with));
         throw;
     }
 }

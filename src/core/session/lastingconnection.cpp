@@ -7,6 +7,7 @@
 #include "core/sql/localsource.h"
 #include "core/sql/sessionstate.h"
 #include "core/sql/statementlog.h"
+#include "core/sql/trackedsession.h"
 #include "core/sql/words.h"
 
 #include <chrono>
@@ -76,7 +77,8 @@ class LastingConnection : public Connection,
                           public BatchSender,
                           public LocalSender,
                           public LogsItself,
-                          public HeedsWriteBans {
+                          public HeedsWriteBans,
+                          public TrackedSession {
 public:
     LastingConnection(QString string, ConnectionFactory factory, std::shared_ptr<LostPlaces> lostPlaces)
         : m_given(std::move(string))
@@ -109,6 +111,14 @@ public:
     {
         return sent(statement, [&](Connection &inner) { return ::executeLocal(inner, statement, source); });
     }
+    void executeOwn(const QString &statement) override
+    {
+        sent(
+            statement, [&](Connection &inner) { return inner.execute(statement); }, false);
+    }
+    void holdOwn(const void *owner, bool holds) override { m_state->holdOwn(owner, holds); }
+    bool hasSettingsOfUser() const override { return m_state->hasSettings(); }
+    QString lastUse() const override { return m_state->database(); }
     bool nextResult(RecordSet &result) override
     {
         const std::shared_ptr<Connection> inner = m_inner; // an event may replace it
@@ -132,7 +142,7 @@ public:
 private:
     std::shared_ptr<Connection> opened();
     using Send = std::function<RecordSet(Connection &)>;
-    RecordSet sent(const QString &statement, const Send &send);
+    RecordSet sent(const QString &statement, const Send &send, bool isOfUser = true);
     void requireSamePlace();
     bool heedBan(Connection &inner);
     void comeBack();
@@ -263,7 +273,7 @@ BatchOutcome LastingConnection::executeAll(const std::vector<QByteArray> &statem
     return outcome;
 }
 
-RecordSet LastingConnection::sent(const QString &statement, const Send &send)
+RecordSet LastingConnection::sent(const QString &statement, const Send &send, bool isOfUser)
 {
     m_isCancelled = false;
     const std::shared_ptr<Connection> inner = m_inner;
@@ -276,14 +286,15 @@ RecordSet LastingConnection::sent(const QString &statement, const Send &send)
             return {};
         requireEnd(*state, statement);
         RecordSet rows = send(*inner);
-        state->note(statement, inner->effect().isInTransaction);
+        if (isOfUser)
+            state->note(statement, inner->effect().isInTransaction);
         return rows;
     } catch (const Failure &failure) {
         if (!failure.isConnectionLost() || state.use_count() == 1 || m_isClosed)
             throw;
         m_lostPlaces->add(m_way, m_place, this);
         const bool onlyReads = canBeRepeated(statement);
-        if (m_isCancelled || m_hasScript || !state->held().isEmpty() || !onlyReads)
+        if (m_isCancelled || m_hasScript || state->isMissed() || !onlyReads)
             throw given(failure, !onlyReads);
         try {
             comeBack();

@@ -2,6 +2,8 @@
 
 #include "core/sql/words.h"
 
+#include <QRegularExpression>
+
 #include <algorithm>
 
 namespace {
@@ -31,6 +33,47 @@ bool namesUserVariable(const QStringList &words)
     });
 }
 
+// What the program sends leaves nothing that anybody misses: a definition in another character set, and rows
+// that a restore reads through variables.
+constexpr QStringView ownBlock = u"begin not atomic execute immediate convert(0x";
+constexpr QStringView ownVariable = u"@tarnwell_";
+
+// A word or a name, without its quotes.
+QString unquoted(const SqlWord &word)
+{
+    const bool isQuoted = word.kind == TokenKind::Name || word.kind == TokenKind::Text;
+    return isQuoted ? word.written.mid(1, word.written.size() - 2).toLower() : word.small;
+}
+
+QString wordOf(const QString &statement, std::size_t place)
+{
+    const std::vector<SqlWord> words = sqlWords(statement);
+    return place < words.size() ? unquoted(words[place]) : QString();
+}
+
+// What a SET sets, as "@@session.autocommit=0", "session autocommit=0"; nothing, where that is neither of the
+// session nor stays in it.
+QStringList assignments(const QString &statement)
+{
+    static const QStringList others{"password", "statement", "default"};
+    const std::vector<SqlWord> words = sqlWords(statement);
+    if (words.size() > 1 && others.contains(words[1].small))
+        return {};
+    QStringList texts{QString()};
+    for (std::size_t i = 1; i < words.size(); ++i) {
+        const SqlWord &word = words[i];
+        if (word.depth == 0 && word.written == u",") {
+            texts << QString();
+            continue;
+        }
+        const bool isBehindWord = i > 1 && words[i - 1].kind == TokenKind::Word;
+        if (isBehindWord && (word.kind == TokenKind::Word || word.kind == TokenKind::Name))
+            texts.last() += u' ';
+        texts.last() += unquoted(word);
+    }
+    return texts;
+}
+
 // Words before a "(" that do nothing but compute. What is not here may be a function of the user's, which
 // may do anything.
 bool isHarmless(const QString &word)
@@ -54,8 +97,12 @@ bool isHarmless(const QString &word)
 void SessionState::note(const QString &statement, std::optional<bool> isInTransaction)
 {
     const QStringList all = bareWords(statement);
-    const QString first = all.value(0), second = all.value(1);
-    if (first == u"begin" || follows(all, 0, u"start", u"transaction") || first == u"xa")
+    const QString first = all.value(0);
+    if (follows(all, 0, u"begin", u"not"))
+        m_hasRoutineTraces |= !statement.startsWith(ownBlock);
+    else if (follows(all, 0, u"xa", u"commit") || follows(all, 0, u"xa", u"rollback"))
+        m_hasTransaction = false;
+    else if (first == u"begin" || follows(all, 0, u"start", u"transaction") || first == u"xa")
         m_hasTransaction = true;
     else if (first == u"commit" || (first == u"rollback" && !all.contains(u"to")))
         m_hasTransaction = false;
@@ -67,27 +114,59 @@ void SessionState::note(const QString &statement, std::optional<bool> isInTransa
         m_hasLocks = false;
     else if (first == u"create" && all.mid(0, 5).contains(u"temporary"))
         m_hasTemporaryTables = true;
-    else if (first == u"prepare" || first == u"handler")
-        m_hasPrepared = true;
+    else if (first == u"prepare" || (first == u"handler" && all.contains(u"open")))
+        m_prepared << wordOf(statement, 1);
+    else if (first == u"handler" && all.contains(u"close"))
+        m_prepared.remove(wordOf(statement, 1));
+    else if (follows(all, 0, u"deallocate", u"prepare") || follows(all, 0, u"drop", u"prepare"))
+        m_prepared.remove(wordOf(statement, 2));
     else if (first == u"call" || first == u"execute")
         m_hasRoutineTraces = true;
-    else if (first == u"set" && second != u"global" && second != u"password" && second != u"persist") {
-        if (all.contains(u"autocommit") || all.contains(u"@@autocommit"))
-            m_isWithoutAutocommit =
-                statement.contains(u'0') || all.contains(u"off") || all.contains(u"false");
-        else if (namesUserVariable(all))
-            m_hasUserVariables = true;
-        else
-            m_hasSettings = true;
-    }
+    else if (first == u"set")
+        noteSet(statement);
+    // These end a transaction; the temporary ones do not.
+    static const QStringList ending{"create", "alter", "drop", "rename", "truncate", "grant", "revoke"};
+    if (ending.contains(first) && isInTransaction == false)
+        m_hasTransaction = false;
     if (all.contains(u"get_lock"))
         m_hasLocks = true;
     const bool assigns = all.contains(u":=") || contains(all, u":", u"=") || all.contains(u"into");
-    if (assigns && namesUserVariable(all))
+    if (assigns && namesUserVariable(all) && !(first == u"load" && statement.contains(ownVariable)))
         m_hasUserVariables = true;
     const bool endsOne =
         (first == u"commit" || first == u"rollback") && !all.contains(u"to") && !all.contains(u"chain");
     m_mustEnd = m_mustEnd && isInTransaction.value_or(!endsOne);
+}
+
+void SessionState::noteSet(const QString &statement)
+{
+    static const QRegularExpression form(
+        QStringLiteral("^(@@|@)?(?:(global|session|local|persist|persist_only)[. ])?(\\w+)(?::?=(.*))?"));
+    static const QStringList elsewhere{"global", "persist", "persist_only"}, on{"1", "on", "true", "default"},
+        off{"0", "off", "false"};
+    QString scope; // goes for what follows as well, where it is a word of its own
+    for (const QString &assignment : assignments(statement)) {
+        const QRegularExpressionMatch match = form.match(assignment);
+        const bool isSystem = match.captured(1) == u"@@";
+        if (!isSystem && !match.captured(2).isEmpty())
+            scope = match.captured(2);
+        if (elsewhere.contains(isSystem ? match.captured(2) : scope))
+            continue;
+        if (assignment.startsWith(u'@') && !isSystem)
+            m_hasUserVariables = true;
+        else if (match.captured(3) != u"autocommit")
+            m_hasSettings = true;
+        else if (on.contains(match.captured(4)) || off.contains(match.captured(4)))
+            m_isWithoutAutocommit = off.contains(match.captured(4)); // else it is not known
+    }
+}
+
+void SessionState::holdOwn(const void *owner, bool holds)
+{
+    if (holds)
+        m_owners << owner;
+    else
+        m_owners.remove(owner);
 }
 
 void SessionState::keepFromWriting(std::optional<bool> isInTransaction)
@@ -105,7 +184,7 @@ QStringList SessionState::held() const
         {m_hasTemporaryTables, QStringLiteral("一時テーブル")},
         {m_hasUserVariables, QStringLiteral("ユーザー変数")},
         {m_hasSettings, QStringLiteral("セッション変数の設定")},
-        {m_hasPrepared, QStringLiteral("プリペアドステートメント")},
+        {!m_prepared.isEmpty(), QStringLiteral("プリペアドステートメント")},
         {m_hasRoutineTraces, QStringLiteral("プロシージャが接続に残したもの")}};
     for (const auto &[isHeld, text] : parts)
         if (isHeld)

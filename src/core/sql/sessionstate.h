@@ -1,5 +1,6 @@
 #pragma once
 
+#include <QSet>
 #include <QString>
 #include <QStringList>
 
@@ -15,16 +16,26 @@ public:
     // writing whatever the session is told: it is to end first.
     void keepFromWriting(std::optional<bool> isInTransaction);
     bool mustEndTransaction() const { return m_mustEnd; }
-    // For the user: "トランザクション", "ロック" ...; empty: nothing is lost with the connection.
+    // What the program set for its own work: see TrackedSession.
+    void holdOwn(const void *owner, bool holds);
+    // For the user: "トランザクション", "ロック" ...; empty: nothing of the user's is lost with the
+    // connection.
     QStringList held() const;
+    // Whether anything is lost that a new connection would not have.
+    bool isMissed() const { return !m_owners.isEmpty() || !held().isEmpty(); }
+    // Whether the user has set variables.
+    bool hasSettings() const { return m_hasSettings || m_isWithoutAutocommit; }
     // The database of the last USE as it stands there; empty: none was sent.
     const QString &database() const { return m_database; }
 
 private:
+    void noteSet(const QString &statement);
+
     bool m_hasTransaction = false, m_isWithoutAutocommit = false, m_hasLocks = false;
     bool m_hasTemporaryTables = false, m_hasUserVariables = false, m_hasSettings = false;
-    bool m_hasPrepared = false, m_hasRoutineTraces = false;
-    bool m_mustEnd = false;
+    bool m_hasRoutineTraces = false, m_mustEnd = false;
+    QSet<QString> m_prepared; // statements and handlers, by their names
+    QSet<const void *> m_owners;
     QString m_database;
 };
 

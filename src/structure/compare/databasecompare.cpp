@@ -1,6 +1,7 @@
 #include "structure/compare/databasecompare.h"
 
 #include "core/command/storedcolumns.h"
+#include "core/sql/trackedsession.h"
 #include "core/sql/statements.h"
 #include "structure/alter/tablealter.h"
 #include "structure/compare/objectlikeness.h"
@@ -38,7 +39,7 @@ DatabaseObjects readDatabase(Connection &connection, const QString &database, co
     read.database = database;
     read.info = connection.server();
     // Other names and quotes than these cannot be told apart.
-    connection.execute(setStatement(exactVariables(read.info)));
+    executeOwnForGood(connection, setStatement(exactVariables(read.info)));
     connection.execute(useStatement(database));
     if (RecordSet rows = connection.execute(QStringLiteral("SELECT @@collation_database")); !rows.isEof())
         read.collation = rows.text(0);

@@ -1,6 +1,7 @@
 #include "transfer/csv/csvimport.h"
 
 #include "core/command/tablekind.h"
+#include "core/sql/trackedsession.h"
 #include "core/sql/statements.h"
 #include "transfer/csv/importcolumns.h"
 #include "transfer/csv/importfile.h"
@@ -114,7 +115,8 @@ void Import::prepare()
     connection().execute(useStatement(m_options.database));
     // Strict, so that a value that does not fit is refused; with backslash escapes, for the literals. A 0 of
     // an AUTO_INCREMENT column stays 0.
-    connection().execute(
+    executeOwnForGood(
+        connection(),
         QStringLiteral("SET sql_mode='STRICT_ALL_TABLES,NO_AUTO_VALUE_ON_ZERO,NO_ENGINE_SUBSTITUTION'"));
     if (m_options.createsTable) {
         connection().execute(createTableFor(m_options, m_tell));
@@ -141,7 +143,7 @@ void Import::prepare()
 void Import::wantAllWarnings()
 {
     try {
-        connection().execute(QStringLiteral("SET max_error_count=%1").arg(rowsPerStatement));
+        executeOwnForGood(connection(), QStringLiteral("SET max_error_count=%1").arg(rowsPerStatement));
     } catch (const Failure &failure) {
         constexpr int needsPrivilege = 1227;
         if (failure.number() != needsPrivilege)

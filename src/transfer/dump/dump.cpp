@@ -1,6 +1,7 @@
 #include "transfer/dump/dump.h"
 
 #include "core/command/tablekind.h"
+#include "core/sql/trackedsession.h"
 #include "core/sql/statements.h"
 #include "transfer/dump/dumptext.h"
 #include "transfer/dump/hiddenobjects.h"
@@ -134,10 +135,10 @@ void Dump::prepareSession()
 {
     Connection &connection = m_session.connection();
     connection.execute(useStatement(m_options.database));
-    connection.execute(setStatement(exactVariables(connection.server())));
+    executeOwnForGood(connection, setStatement(exactVariables(connection.server())));
     // Rows wait for a slow disk or for the server that they go to, which may have to wait for a lock.
-    connection.execute(QStringLiteral("SET net_write_timeout=86400"));
-    connection.execute(QStringLiteral("SET SESSION TRANSACTION ISOLATION LEVEL REPEATABLE READ"));
+    executeOwnForGood(connection, QStringLiteral("SET net_write_timeout=86400"));
+    executeOwnForGood(connection, QStringLiteral("SET SESSION TRANSACTION ISOLATION LEVEL REPEATABLE READ"));
     connection.execute(QStringLiteral("START TRANSACTION WITH CONSISTENT SNAPSHOT"));
 }
 
