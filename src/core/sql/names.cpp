@@ -6,9 +6,15 @@
 
 namespace {
 
-[[noreturn]] void refuseMisread(const QString &name)
+[[noreturn]] void refuseMisread(const QString &what)
 {
-    throw Failure(QStringLiteral("サーバーはこの名前を別のオブジェクトと読むため、実行しません。: ") + name);
+    throw Failure(QStringLiteral("サーバーが別のものと読むことがある名前なので、実行しません。: ") + what);
+}
+
+// Named as they are, not as they would stand in a statement.
+QString ofDatabase(const QString &database)
+{
+    return QStringLiteral("データベース「%1」").arg(database);
 }
 
 bool mayStandBare(const QString &name)
@@ -33,25 +39,26 @@ bool mayStandInBackticks(const QString &name)
 
 void requireOwnName(const QString &database, const QString &name)
 {
-    if (!mayStandInBackticks(database) || !(name.isEmpty() || mayStandBare(name)))
-        refuseMisread(u'`' + database + QStringLiteral("`.") + name);
+    requireOwnDatabase(database);
+    if (!name.isEmpty() && !mayStandBare(name))
+        refuseMisread(QStringLiteral("「%1」(%2)").arg(name, ofDatabase(database)));
 }
 
 void requireBareName(const QString &name)
 {
     if (!mayStandBare(name))
-        refuseMisread(name);
+        refuseMisread(QStringLiteral("「%1」").arg(name));
 }
 
 void requireOwnDatabase(const QString &database)
 {
     if (!mayStandInBackticks(database))
-        refuseMisread(u'`' + database + u'`');
+        refuseMisread(ofDatabase(database));
 }
 
 void requireOwnTrimmedDatabase(const QString &database)
 {
     if (database.startsWith(u' '))
-        refuseMisread(u'`' + database + u'`');
+        refuseMisread(ofDatabase(database));
     requireOwnDatabase(database);
 }
