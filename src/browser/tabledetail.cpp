@@ -100,9 +100,8 @@ void TableDetail::showCreateText(const QString &name)
 {
     const ObjectDefinition definition =
         readDefinition(m_session.connection(), showTableStatement(m_session.gDbName, name));
-    if (definition.text.isEmpty())
-        return;
-    const QString text = shownCreateText(definition.kind, definition.text);
+    const QString text =
+        definition.text.isEmpty() ? QString() : shownCreateText(definition.kind, definition.text);
     if (definition.kind == u"Table")
         m_controls.lblEditName->setText(QStringLiteral("編集ﾃｰﾌﾞﾙ:"));
     else if (definition.kind == u"View")

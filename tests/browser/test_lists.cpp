@@ -157,6 +157,11 @@ void ListsTest::aTableClickSendsFourStatements()
     QCOMPARE(get<SqlTextBox>("txtField").contents(), text);
     QCOMPARE(History(historyFile(m_stage->session)).statements(), QStringList("CREATE TABLE t (a bigint)"));
     QVERIFY(get<QPlainTextEdit>("txtError").toPlainText().contains("Alt+↑"));
+
+    // Without a row there is no text, and none of the table before.
+    m_stage->script.once("show create table `d`.t;", Reply::table({"Table", "Create Table"}, {}));
+    m_stage->choose("lstTables", 0);
+    QCOMPARE(label("lblCreateTable") + get<SqlTextBox>("txtField").contents(), QString());
 }
 
 void ListsTest::anObjectThatCannotBeReadCanOnlyBeDropped()
