@@ -2,6 +2,7 @@
 
 #include "core/command/columnnames.h"
 #include "core/session/basconnection.h"
+#include "core/sql/trackedsession.h"
 #include "sheets/safemode.h"
 
 #include <QDir>
@@ -72,7 +73,7 @@ void SheetWorker::runAlone(const std::function<void()> &action)
             action();
         } catch (const Failure &failure) {
             if (failure.isConnectionLost() && !std::exchange(m_isElsewhere, false))
-                sDisconnect(*m_session); // and its transaction is gone
+                disconnect(); // and its transaction is gone
             fail(failure);
         } catch (const std::bad_alloc &) {
             fail(Failure(QStringLiteral("メモリが不足しています。")));
@@ -81,7 +82,8 @@ void SheetWorker::runAlone(const std::function<void()> &action)
         try {
             if (std::exchange(m_mayHaveMoved, false) && !m_session->runner.isStopWanted()) {
                 const RecordSet chosen = m_session->connection().execute(QStringLiteral("select database()"));
-                news.texts << (chosen.isNull(0) ? QString() : chosen.text(0));
+                m_session->gDbName = chosen.isNull(0) ? QString() : chosen.text(0);
+                news.texts << m_session->gDbName;
             }
         } catch (const Failure &) {
             // The next statement says that the connection is lost.
@@ -100,8 +102,14 @@ void SheetWorker::requireConnection()
     heedStop();
     if (m_session->gCn && m_session->gCn->isOpen())
         return;
-    if (const std::optional<Failure> failure = tryConnecting(*m_session))
+    disconnect();
+    if (const std::optional<Failure> failure = tryConnecting(*m_session)) {
+        constexpr int unknownDatabase = 1049;
+        if (failure->number() == unknownDatabase)
+            m_session->gDbName.clear(); // said once; the next run chooses another one
         throw Failure(*failure);
+    }
+    chooseAgain();
     tell(SheetNews::Kind::Connected,
          std::exchange(m_wasConnected, true)
              ? QStringLiteral("接続をやり直しました。ユーザー変数・一時テーブル・ロックは失われ、"
@@ -114,6 +122,29 @@ void SheetWorker::requireConnection()
     m_mayHaveMoved = true;
 }
 
+void SheetWorker::disconnect()
+{
+    if (m_session->gCn)
+        m_use = lastUse(*m_session->gCn);
+    sDisconnect(*m_session);
+}
+
+// What is run next must not land in the database that the sheet began with.
+void SheetWorker::chooseAgain()
+{
+    const QString use = std::exchange(m_use, QString());
+    if (use.isEmpty())
+        return;
+    try {
+        m_session->connection().execute(use);
+    } catch (const Failure &failure) {
+        if (failure.isConnectionLost())
+            m_use = use;
+        sDisconnect(*m_session);
+        throw;
+    }
+}
+
 std::optional<Failure> SheetWorker::lend(const std::function<void(Connection &)> &work)
 {
     std::optional<Failure> result;
@@ -123,7 +154,7 @@ std::optional<Failure> SheetWorker::lend(const std::function<void(Connection &)>
             work(m_session->connection());
         } catch (const Failure &failure) {
             if (failure.isConnectionLost())
-                sDisconnect(*m_session);
+                disconnect();
             result = failure;
         } catch (const std::bad_alloc &) {
             result = Failure(QStringLiteral("メモリが不足しています。"));
@@ -184,7 +215,7 @@ void SheetWorker::runPiece(const ScriptPiece &piece, const SheetRun &run)
             m_mode = sqlModeOf(m_session->connection());
     } catch (const Failure &failure) {
         if (failure.isConnectionLost())
-            sDisconnect(*m_session);
+            disconnect();
         if (!run.goesOnAtErrors || m_session->runner.isStopWanted() || failure.isConnectionLost())
             throw;
         fail(failure);

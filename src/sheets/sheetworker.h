@@ -107,6 +107,8 @@ private:
     // What the action throws is told as the failure of the statement that was begun last.
     void runAlone(const std::function<void()> &action);
     void requireConnection();
+    void disconnect();
+    void chooseAgain();
     QString countedRows(const QString &table);
     void runPiece(const ScriptPiece &piece, const SheetRun &run);
     void send(const QByteArray &statement);
@@ -130,6 +132,7 @@ private:
     QElapsedTimer m_since; // it was sent
     bool m_wasConnected = false;
     bool m_isAutocommit = true;
+    QString m_use;               // of the connection that was lost, as it stood there
     bool m_mayHaveMoved = false; // to another default database
     bool m_isElsewhere = false;  // what runs has a connection of its own
 };

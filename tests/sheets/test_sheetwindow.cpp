@@ -1,5 +1,6 @@
 #include "controls/grid/flexgrid.h"
 #include "core/driver/connect.h"
+#include "core/session/lastingconnection.h"
 #include "rows/resultrows.h"
 #include "sheets/safemode.h"
 #include "sheets/sheetresults.h"
@@ -86,6 +87,7 @@ void SheetWindowTest::init()
                  "create procedure two() begin select 1; select 2; end|");
     m_stage = std::make_unique<Stage>(Stage::Server::Real);
     Session &session = m_stage->session;
+    session.connectBy(lasting(createConnection), m_stage->pump);
     session.gDsn = noDataSource();
     session.gDriver = nativeDriverName();
     session.gServer = "127.0.0.1";
@@ -533,12 +535,13 @@ void SheetWindowTest::aFileIsRunAsItWasWritten()
 
 void SheetWindowTest::aLostConnectionIsMadeAnew()
 {
-    type("set @x = 1; start transaction; insert into t values (4); kill connection_id(); select 1");
+    type(
+        "set @x = 1; start transaction; insert into t values (4); use mysql; kill connection_id(); select 1");
     run();
     QVERIFY(!page().isInTransaction());
-    type("select coalesce(@x, 'gone')");
+    type("select concat(coalesce(@x, 'gone'), database())");
     run();
-    QCOMPARE(firstCells(), QStringList("gone"));
+    QCOMPARE(firstCells(), QStringList("gonemysql"));
     QVERIFY2(messages().contains("接続をやり直しました"), qPrintable(messages()));
     QCOMPARE(m_server.run("select count(*) from d.t").trimmed().right(1), "3");
 }
