@@ -220,6 +220,7 @@ void TableChangeServerTest::rowsSurvive()
     QVERIFY2(isRefusedBefore ? user.told().contains(words) : user.told() == words,
              qPrintable(user.told() + user.dialogue.lastError));
     QCOMPARE(user.dialogue.isCritical, isRefused);
+    QCOMPARE(user.dialogue.progresses.value(0), "0/5"); // nor what the change before left there
     QCOMPARE(outcome.reload, isRefused ? Reload::Nothing : Reload::Objects);
     QCOMPARE(connection.execute(read).text(0), settings);
     QVERIFY(isRefusedBefore || user.dialogue.lastError.isEmpty() == !isRefused);

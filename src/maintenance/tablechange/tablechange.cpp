@@ -34,6 +34,7 @@ Outcome rebuild(CommandContext &context, TableChange change)
 {
     TableRebuild table(context, std::move(change));
     try {
+        context.dialogue.progress(5, 0);
         if (const auto ending = table.prepare()) {
             table.close();
             return *ending;

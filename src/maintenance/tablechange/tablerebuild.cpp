@@ -154,10 +154,9 @@ bool TableRebuild::mayLoseTriggers()
             lost << name + QStringLiteral(": ") + error.description();
         }
     }
-    return lost.isEmpty() || m_context.dialogue.confirm(
-                                 QStringLiteral("次のﾄﾘｶﾞｰは元どおりに作り直せません。\r\n") +
-                                     lost.join(QStringLiteral("\r\n")) + QStringLiteral("\r\n続けますか？"),
-                                 Icon::Critical);
+    return lost.isEmpty() ||
+           m_context.dialogue.warn(QStringLiteral("次のﾄﾘｶﾞｰは元どおりに作り直せません。\r\n") +
+                                   lost.join(QStringLiteral("\r\n")) + QStringLiteral("\r\n続けますか？"));
 }
 
 // Rows and a sum over them; empty where the server has no sum of such values.
@@ -186,11 +185,10 @@ bool TableRebuild::keepOthersOff(std::vector<Step> steps)
     } catch (const Failure &error) {
         if (std::ranges::find(noRight, error.number()) == std::end(noRight))
             throw;
-        return m_context.dialogue.confirm(
+        return m_context.dialogue.warn(
             QStringLiteral("ﾃｰﾌﾞﾙ %1 をﾛｯｸする権限がありません。変更中に他の接続が書き込んだ行は失われる"
                            "ことがあります。\r\n%2\r\n続けますか？")
-                .arg(m_change.oldTable(), error.description()),
-            Icon::Critical);
+                .arg(m_change.oldTable(), error.description()));
     }
 }
 
@@ -274,7 +272,6 @@ void TableRebuild::verify()
 bool TableRebuild::run()
 {
     Dialogue &dialogue = m_context.dialogue;
-    dialogue.progress(5, 0);
     if (m_log.place().cluster.isMember())
         setForCluster();
     Step copy = copyStep(m_change);

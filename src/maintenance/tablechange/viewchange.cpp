@@ -192,7 +192,6 @@ void ViewChange::giveAttributes()
 
 void ViewChange::send()
 {
-    m_context.dialogue.progress(3, 0);
     m_context.dialogue.progress(3, 1);
     m_log.open();
     m_log.execute(dropping());
@@ -205,6 +204,7 @@ void ViewChange::send()
 Outcome ViewChange::run()
 {
     try {
+        m_context.dialogue.progress(3, 0);
         if (const auto ending = prepare()) {
             m_log.close();
             return *ending;
