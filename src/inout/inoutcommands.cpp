@@ -56,9 +56,9 @@ bool agreesToRead(Session &session, Dialogue &dialog, const QString &table)
 {
     const auto found = misreading(session.connection(), session.gDbName, table);
     return !found ||
-           dialog.ask(QStringLiteral("ﾌｧｲﾙは文字ｾｯﾄ %1 として読み込まれますが、列の文字ｾｯﾄは %2 です。"
-                                     "文字化けすることがあります。読み込みますか？")
-                          .arg(found->asSet, found->ofColumns));
+           dialog.warn(QStringLiteral("ﾌｧｲﾙは文字ｾｯﾄ %1 として読み込まれますが、列の文字ｾｯﾄは %2 です。"
+                                      "文字化けすることがあります。読み込みますか？")
+                           .arg(found->asSet, found->ofColumns));
 }
 
 bool run(InOutContext &context, bool readsFile,

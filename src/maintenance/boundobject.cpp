@@ -113,10 +113,9 @@ bool BoundChange::isOrderAccepted()
     for (; rows.isOpen() && !rows.isEof(); rows.moveNext())
         later << rows.text(0);
     return later.isEmpty() ||
-           m_dialogue.confirm(QStringLiteral("変更すると、次のﾄﾘｶﾞｰより後に動くようになります。\n\n%1\n\n"
-                                             "変更しますか。")
-                                  .arg(later.join(u'\n')),
-                              Icon::Critical);
+           m_dialogue.warn(QStringLiteral("変更すると、次のﾄﾘｶﾞｰより後に動くようになります。\n\n%1\n\n"
+                                          "変更しますか。")
+                               .arg(later.join(u'\n')));
 }
 
 // The times of an event are those of the zone that it was made in.

@@ -74,11 +74,10 @@ bool RowSavings::isReadyToSave(const std::vector<RowChange> &changes)
         }
     return maySendMissing(changes) && mayWrite(m_session, m_dialogue) && mayChangeOthers(changes) &&
            (table.isTransactional ||
-            m_dialogue.confirm(
+            m_dialogue.warn(
                 QStringLiteral("このテーブル (%1) にはトランザクションがありません。\r\n1 行ずつ保存し、"
                                "失敗した行で止まります。それまでの行は保存されたままです。\r\n続けますか？")
-                    .arg(table.engine),
-                Icon::Information));
+                    .arg(table.engine)));
 }
 
 // The server refuses such rows, but a trigger may still put the value in.

@@ -283,8 +283,7 @@ bool SheetWindow::mayClose(SheetPage &closing, const std::function<void()> &clos
         return choice == 1;
     }
     return !closing.isRunning() ||
-           m_dialogue->confirm(closing.title() + QStringLiteral(": 実行中です。停止して閉じますか？"),
-                               Icon::Critical);
+           m_dialogue->warn(closing.title() + QStringLiteral(": 実行中です。停止して閉じますか？"));
 }
 
 void SheetWindow::closeSheet(int index)

@@ -33,10 +33,9 @@ bool mayWriteHere(const Session &session, Dialogue &dialogue)
 bool mayWriteOnReplica(const Session &session, Dialogue &dialogue)
 {
     return !session.role.isForReading() ||
-           dialogue.confirm(QStringLiteral("サーバー %1 は %2です。\r\nここでの変更は他のサーバーに伝わらず、"
-                                           "レプリケーションが止まることがあります。\r\n続けますか？")
-                                .arg(serverName(session), roleText(session.role)),
-                            Icon::Critical);
+           dialogue.warn(QStringLiteral("サーバー %1 は %2です。\r\nここでの変更は他のサーバーに伝わらず、"
+                                        "レプリケーションが止まることがあります。\r\n続けますか？")
+                             .arg(serverName(session), roleText(session.role)));
 }
 
 } // namespace

@@ -186,10 +186,9 @@ void Remaking::keepDatabaseCollation(const QString &database)
 bool Remaking::isLossAccepted(Dialogue &dialogue) const
 {
     return m_notKept.isEmpty() ||
-           dialogue.confirm(
+           dialogue.warn(
                QStringLiteral("変更すると、次のものは元のままになりません。\n\n%1\n\n変更しますか。")
-                   .arg(m_notKept.join(u'\n')),
-               Icon::Critical);
+                   .arg(m_notKept.join(u'\n')));
 }
 
 Step Remaking::step(const QString &statement) const

@@ -113,10 +113,9 @@ bool mayChangeInCluster(Dialogue &dialogue, const TableChange &change, const Tab
     }
     const QString why =
         QStringLiteral("%1 の行は他のﾉｰﾄﾞに複製されず、他のﾉｰﾄﾞの行は失われます。").arg(kind.engine);
-    return dialogue.confirm(QStringLiteral("このサーバーはクラスタ「%1」の一員です。\r\nﾃｰﾌﾞﾙ %2: %3\r\n"
-                                           "続けますか？")
-                                .arg(place.cluster.name, change.oldTable(), why),
-                            Icon::Critical);
+    return dialogue.warn(QStringLiteral("このサーバーはクラスタ「%1」の一員です。\r\nﾃｰﾌﾞﾙ %2: %3\r\n"
+                                        "続けますか？")
+                             .arg(place.cluster.name, change.oldTable(), why));
 }
 
 QList<qint64> orphansOf(Connection &connection, const TableChange &change)
