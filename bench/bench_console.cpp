@@ -29,6 +29,7 @@ public:
     bool warn(const QString &) override { return false; }
     bool confirm(const QString &, Icon) override { return true; }
     bool ask(const QString &) override { return true; }
+    bool askCarefully(const QString &) override { return true; }
     int choose(const QString &, const QStringList &) override { return -1; }
     void tell(const QString &text, Icon) override
     {

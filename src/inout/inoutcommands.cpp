@@ -55,10 +55,10 @@ std::optional<Misreading> misreading(Connection &connection, const QString &data
 bool agreesToRead(Session &session, Dialogue &dialog, const QString &table)
 {
     const auto found = misreading(session.connection(), session.gDbName, table);
-    return !found ||
-           dialog.warn(QStringLiteral("ﾌｧｲﾙは文字ｾｯﾄ %1 として読み込まれますが、列の文字ｾｯﾄは %2 です。"
-                                      "文字化けすることがあります。読み込みますか？")
-                           .arg(found->asSet, found->ofColumns));
+    return !found || dialog.askCarefully(
+                         QStringLiteral("ﾌｧｲﾙは文字ｾｯﾄ %1 として読み込まれますが、列の文字ｾｯﾄは %2 です。"
+                                        "文字化けすることがあります。読み込みますか？")
+                             .arg(found->asSet, found->ofColumns));
 }
 
 bool run(InOutContext &context, bool readsFile,

@@ -193,10 +193,9 @@ void FrmInOutTest::duplicateKeysAreReplacedOrSkipped()
     replace.session.connection().execute("use d");
     replace.pick("optRorI_0");
     for (const bool isAgreed : {false, true}) {
-        replace.dialogue.expectConfirm(
-            "ﾌｧｲﾙは文字ｾｯﾄ latin1 として読み込まれますが、列の文字ｾｯﾄは utf8mb4 です。"
-            "文字化けすることがあります。読み込みますか？",
-            Icon::Critical, isAgreed);
+        replace.dialogue.expectAsk("ﾌｧｲﾙは文字ｾｯﾄ latin1 として読み込まれますが、列の文字ｾｯﾄは utf8mb4 です。"
+                                   "文字化けすることがあります。読み込みますか？",
+                                   isAgreed);
         replace.start(false, file, isAgreed ? "読み込みました。" : "");
         QCOMPARE(m_server->run("select v from d.t where id = 1"), isAgreed ? "one\n" : "changed\n");
     }

@@ -263,7 +263,7 @@ void FilesTest::failuresEndTheRun_data()
 {
     const Rows<QString, QString, QString> row;
     row("refused", "bad", "", "Access denied");
-    row("slash in the name", "../b", "", "`d`.../b");
+    row("slash in the name", "../b", "", "「../b」(データベース「d」)");
     row("no such folder", "b", "/gone", "/gone/a.table");
     row("a link to somewhere else", "link", "", "link.table");
     row("a full disk", "long", "", "File too large");

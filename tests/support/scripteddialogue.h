@@ -59,6 +59,7 @@ public:
     {
         return agrees ? isAgreed(question) : take(line("confirm", question, icon)).answer;
     }
+    bool askCarefully(const QString &question) override { return ask(question); }
     bool ask(const QString &question) override
     {
         return agrees ? isAgreed(question) : take("ask: " + question).answer;

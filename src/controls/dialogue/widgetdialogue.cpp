@@ -57,6 +57,12 @@ bool WidgetDialogue::ask(const QString &question)
            QMessageBox::Yes;
 }
 
+bool WidgetDialogue::askCarefully(const QString &question)
+{
+    return showBox(m_window, QMessageBox::Question, question, QMessageBox::Yes | QMessageBox::No,
+                   QMessageBox::No) == QMessageBox::Yes;
+}
+
 int WidgetDialogue::choose(const QString &question, const QStringList &choices)
 {
     return showChoices(m_window, question, choices);

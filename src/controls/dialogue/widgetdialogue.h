@@ -33,6 +33,7 @@ public:
     bool confirm(const QString &question, Icon icon) override;
     bool warn(const QString &question) override;
     bool ask(const QString &question) override;
+    bool askCarefully(const QString &question) override;
     int choose(const QString &question, const QStringList &choices) override;
     void tell(const QString &text, Icon icon) override;
     QString chooseFolder(const QString &title, const QString &startFolder) override;

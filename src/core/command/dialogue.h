@@ -36,7 +36,8 @@ public:
     virtual bool confirm(const QString &question, Icon icon) = 0; // OK and Cancel; true: OK
     // Critical icon; OK and Cancel, and Enter is Cancel: for what nobody may do by habit.
     virtual bool warn(const QString &question) = 0;
-    virtual bool ask(const QString &question) = 0; // Yes and No, question icon; true: Yes
+    virtual bool ask(const QString &question) = 0;          // Yes and No, question icon; true: Yes
+    virtual bool askCarefully(const QString &question) = 0; // the same, and Enter is No
     // Question icon, a button for each choice, and Cancel: the choice's index; -1: cancelled.
     virtual int choose(const QString &question, const QStringList &choices) = 0;
     virtual void tell(const QString &text, Icon icon) = 0; // OK
