@@ -29,6 +29,8 @@ void SheetWindow::buildLayout()
     for (QPushButton *button : {m_runStatement, m_runSheet, m_stop, m_commit, m_rollback, m_open, m_save,
                                 m_script, m_history, m_edit, m_pin})
         letBeNarrow(*button);
+    for (QPushButton *button : {m_commit, m_rollback, m_edit, m_pin}) // the words beside them want the room
+        button->setMaximumWidth(button->minimumWidth());
     auto *run = new QHBoxLayout;
     for (QWidget *control :
          std::initializer_list<QWidget *>{m_runStatement, m_runSheet, m_stop, m_goesOn, m_safeMode})
