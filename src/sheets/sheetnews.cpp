@@ -219,6 +219,7 @@ void SheetPage::takeFinish(const SheetNews &news)
     m_clockTimer->stop();
     if (news.effect.isInTransaction)
         m_isInTransaction = *news.effect.isInTransaction;
+    m_isAutocommit = news.isAutocommit.value_or(m_isAutocommit);
     if (!news.texts.isEmpty() && std::exchange(m_settings->gDbName, news.texts.first()) != news.texts.first())
         m_completion.forgetNames();
     m_database = m_settings->gDbName;

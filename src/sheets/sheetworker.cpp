@@ -2,6 +2,7 @@
 
 #include "core/command/columnnames.h"
 #include "core/session/basconnection.h"
+#include "core/sql/sessionstate.h"
 #include "core/sql/trackedsession.h"
 #include "sheets/safemode.h"
 
@@ -58,6 +59,8 @@ void SheetWorker::fail(const Failure &failure)
     news.kind = SheetNews::Kind::Failed;
     news.statement = m_statement;
     news.text = failure.description();
+    if (!m_isAutocommit) // the next connection of the sheet is told so again
+        news.text.remove(u'、' + lostAutocommit());
     news.isStopped = m_session->runner.isStopWanted();
     news.isConnectionLost = failure.isConnectionLost();
     news.microseconds = m_since.isValid() ? m_since.nsecsElapsed() / 1000 : 0;
@@ -92,6 +95,7 @@ void SheetWorker::runAlone(const std::function<void()> &action)
         if (m_session->gCn && m_session->gCn->isOpen())
             news.effect = m_session->gCn->effect();
         news.mode = m_mode;
+        news.isAutocommit = m_isAutocommit;
         Q_EMIT came(news);
     });
 }
@@ -213,6 +217,10 @@ void SheetWorker::runPiece(const ScriptPiece &piece, const SheetRun &run)
             keepUtf8();
         if (piece.kind == ScriptPiece::Kind::Source || maySetSqlMode(piece.text))
             m_mode = sqlModeOf(m_session->connection());
+        if (piece.kind == ScriptPiece::Kind::Source || maySetAutocommit(piece.text))
+            m_isAutocommit =
+                m_session->connection().execute(QStringLiteral("select @@session.autocommit")).text(0) !=
+                u"0";
     } catch (const Failure &failure) {
         if (failure.isConnectionLost())
             disconnect();

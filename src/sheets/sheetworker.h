@@ -41,7 +41,8 @@ struct SheetNews {
     qint64 rowCount = 0;
     qint64 microseconds = 0;
     Effect effect;
-    SqlMode mode; // as the server now reads statements
+    SqlMode mode;                     // as the server now reads statements
+    std::optional<bool> isAutocommit; // as the server now commits
     ScriptProgress progress;
     std::shared_ptr<ScriptReport> report;
     bool mayChange = false; // something on the server

@@ -231,14 +231,27 @@ SqlMode sqlModeOf(Connection &connection)
             .hasPlainBackslashes = modes.contains(QStringLiteral("NO_BACKSLASH_ESCAPES"))};
 }
 
+namespace {
+
 // Such a statement is short; nobody looks for the word in megabytes of values.
-bool maySetSqlMode(std::string_view statement)
+bool isShortWith(std::string_view word, std::string_view statement)
 {
     constexpr std::size_t longest = 4000;
-    static constexpr std::string_view word = "sql_mode";
     const auto isSame = [](char a, char b) { return (a | 0x20) == (b | 0x20); };
     return statement.size() < longest && std::search(statement.begin(), statement.end(), word.begin(),
                                                      word.end(), isSame) != statement.end();
+}
+
+} // namespace
+
+bool maySetSqlMode(std::string_view statement)
+{
+    return isShortWith("sql_mode", statement);
+}
+
+bool maySetAutocommit(std::string_view statement)
+{
+    return isShortWith("autocommit", statement);
 }
 
 bool setsCharacterSet(std::string_view statement)

@@ -50,6 +50,7 @@ ScriptReport runScript(Session &session, const ScriptOptions &options,
 SqlMode sqlModeOf(Connection &connection);
 // Whether it is to be asked for again after the statement.
 bool maySetSqlMode(std::string_view statement);
+bool maySetAutocommit(std::string_view statement);
 // SET NAMES and its like, after which the server takes the statements for texts of another character set.
 bool setsCharacterSet(std::string_view statement);
 // Sent behind it where they are UTF-8 all the same.

@@ -174,12 +174,17 @@ void SessionState::keepFromWriting(std::optional<bool> isInTransaction)
     m_mustEnd = isInTransaction.value_or(m_hasTransaction || m_isWithoutAutocommit);
 }
 
+QString lostAutocommit()
+{
+    return QStringLiteral("autocommit=0 の設定（新しい接続では文ごとに確定します）");
+}
+
 QStringList SessionState::held() const
 {
     QStringList texts;
     const std::pair<bool, QString> parts[] = {
         {m_hasTransaction || m_isWithoutAutocommit, QStringLiteral("トランザクション")},
-        {m_isWithoutAutocommit, QStringLiteral("autocommit=0 の設定（新しい接続では文ごとに確定します）")},
+        {m_isWithoutAutocommit, lostAutocommit()},
         {m_hasLocks, QStringLiteral("ロック")},
         {m_hasTemporaryTables, QStringLiteral("一時テーブル")},
         {m_hasUserVariables, QStringLiteral("ユーザー変数")},

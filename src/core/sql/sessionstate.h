@@ -39,6 +39,9 @@ private:
     QString m_database;
 };
 
+// What held() says of autocommit=0, after the transaction.
+QString lostAutocommit();
+
 // Whether the statement only reads, and gives the same on a new connection: then it can be sent once more
 // without any harm. In doubt it does not.
 bool canBeRepeated(const QString &statement);
