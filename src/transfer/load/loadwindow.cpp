@@ -169,8 +169,15 @@ bool LoadWindow::confirmsWhatWasFound()
                          .arg(m_look->dropped.join(QStringLiteral(", ")));
     if (!unknownCollations(m_look->newCollations, m_server).isEmpty() && !m_replaces->isChecked())
         questions << QStringLiteral("このサーバーにない照合順序があり、その文は失敗します。");
-    return questions.isEmpty() ||
-           dialogue().warn(questions.join(QStringLiteral("\n\n")) + QStringLiteral("\n\n続けますか？"));
+    if (questions.isEmpty())
+        return true;
+    QStringList databases = m_look->databases; // the file's own choice has the last word
+    if (!m_database->text().isEmpty())
+        databases.prepend(u'`' + m_database->text() + u'`');
+    databases.removeDuplicates();
+    questions.prepend(
+        QStringLiteral("読み込み先: %1、データベース: %2").arg(serverName(m_session), databases.join(u' ')));
+    return dialogue().warn(questions.join(QStringLiteral("\n\n")) + QStringLiteral("\n\n続けますか？"));
 }
 
 std::function<bool(std::string &)> LoadWindow::rewriting() const
