@@ -297,9 +297,10 @@ std::vector<ImportColumn> CsvImportWindow::mapping() const
 // The rows of the preview against the types of their columns; the server has the last word.
 void CsvImportWindow::checkTypes()
 {
-    QStringList found;
-    constexpr qsizetype mostTold = 5;
+    QStringList found, left = m_fileColumns;
+    constexpr qsizetype mostTold = 5, mostNamed = 10;
     for (const ImportColumn &column : mapping()) {
+        left.removeOne(m_fileColumns.value(column.field));
         const auto type = std::ranges::find(m_columns, column.name, &TableColumn::name);
         for (const CsvRow &row : m_rows) {
             const auto at = static_cast<std::size_t>(column.field);
@@ -313,6 +314,11 @@ void CsvImportWindow::checkTypes()
                              .arg(column.name, type->type, QString::fromStdString(field.text).left(40), why);
         }
     }
+    // A name that is written otherwise than the table's would be missed in silence.
+    if (!left.isEmpty())
+        found << QStringLiteral("取り込まないファイルの列 (%1): ").arg(left.size()) +
+                     left.mid(0, mostNamed).join(QStringLiteral("、")) +
+                     (left.size() > mostNamed ? QStringLiteral("、…") : QString());
     m_checks->setText(found.join(u'\n'));
 }
 
