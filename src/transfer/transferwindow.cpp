@@ -18,6 +18,8 @@
 #include <QScrollArea>
 #include <QShowEvent>
 
+#include <utility>
+
 TransferWindow::TransferWindow(Session &session, const char *name, const QString &title,
                                const char *startName)
     : m_session(session)
@@ -133,7 +135,10 @@ void TransferWindow::finish(const QString &text, bool hasFailed)
     else
         m_bar->setFraction(1, true);
     tell(text, hasFailed);
-    if (m_closesAtEnd) {
+    // What stays of a change that was stopped on its way is read before the window goes, unless the program
+    // itself goes: it has left the server by then.
+    const bool isToBeRead = hasFailed && text.contains(u'\n') && m_session.gCn;
+    if (std::exchange(m_closesAtEnd, false) && !isToBeRead) {
         close();
         return;
     }
