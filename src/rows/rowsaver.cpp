@@ -251,8 +251,9 @@ void RowSaver::commit()
 
 void RowSaver::fail(const Failure &error)
 {
+    const bool isStopped = error.isInterrupted() && m_session.runner.isStopWanted();
+    m_report.words = isStopped ? QStringLiteral("処理を中断しました。") : error.description();
     const Undoing undoing(m_session);
-    m_report.words = error.description();
     const Doubt doubt = doubtAfter(m_session, error);
     try {
         takeBack(doubt);

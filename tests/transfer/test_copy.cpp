@@ -5,6 +5,7 @@
 #include "support/balancer.h"
 #include "support/gui/stage.h"
 #include "transfer/copy/copywindow.h"
+#include "transfer/load/loadwindow.h"
 
 namespace {
 
@@ -82,6 +83,7 @@ private Q_SLOTS:
     void whatEndsEarlySaysWhatIsThere();
     void aKilledCopyIsToldAtTheNextStart();
     void theWindowAsksForTheTarget();
+    void aFileOfSqlIsLookedAtAgain();
 
 private:
     TestServers m_servers{{"--character-set-server=utf8mb4"}};
@@ -424,6 +426,29 @@ void CopyTest::theWindowAsksForTheTarget()
     QVERIFY(!logged.filter(QRegularExpression("^INSERT INTO `tarnwell_\\w+` VALUES\n\\(1\\),\n\\(2\\)$"))
                  .isEmpty());
     QVERIFY(logged.contains("SELECT `a` FROM `t`"));
+}
+
+// Another program has written it since: it may drop now what it did not.
+void CopyTest::aFileOfSqlIsLookedAtAgain()
+{
+    TestServer &server = m_servers.of(Brand::MariaDb);
+    server.run("DROP DATABASE IF EXISTS d; CREATE DATABASE d; CREATE TABLE d.t(a INT)");
+    const QTemporaryDir folder;
+    const QString path = folder.filePath("a.sql");
+    Stage stage(Stage::Server::Real);
+    stage.enter(nativeDriverName(), server.port(), "demo", "demo");
+    stage.session.connectBy(lasting(createConnection), stage.pump);
+    QVERIFY(fConnect(stage.session));
+    stage.open(new LoadWindow(stage.session));
+    stage.control<QLineEdit>("loadPath")->setText(path);
+    for (const char *text : {"SELECT 1;\n", "DROP TABLE d.t;\n"}) {
+        writeFile(path, text);
+        stage.click("startLoad");
+        QTRY_VERIFY_WITH_TIMEOUT(stage.isEnabled("startLoad"), 20000);
+        QCOMPARE(stage.control<QPlainTextEdit>("transferReport")->toPlainText(),
+                 "調べました。「開始」で読み込みます。");
+    }
+    QCOMPARE(server.run("SHOW TABLES FROM d"), "t\n");
 }
 
 QTEST_MAIN(CopyTest)

@@ -6,6 +6,7 @@
 
 #include <QCheckBox>
 #include <QComboBox>
+#include <QDateTime>
 #include <QDir>
 #include <QFileInfo>
 #include <QFormLayout>
@@ -14,6 +15,13 @@
 #include <QPushButton>
 
 namespace {
+
+// Another when another program has written the file.
+QString stateOf(const QString &path)
+{
+    const QFileInfo file(path);
+    return QStringLiteral("%1 %2 %3").arg(file.size()).arg(file.lastModified().toMSecsSinceEpoch()).arg(path);
+}
 
 // isInTransaction: it was to be.
 QString told(const ScriptReport &report, bool isInTransaction)
@@ -126,7 +134,7 @@ void LoadWindow::look()
     const QString path = m_path->text();
     if (path.isEmpty())
         return tell(QStringLiteral("ファイルを指定してください。"), true);
-    m_lookedAt = path;
+    m_lookedAt = stateOf(path);
     m_looking = std::make_shared<std::optional<ScriptLook>>();
     begin([path, result = m_looking](const ReportProgress &report) {
         *result = lookAtScript(path, [&report](qint64 read, qint64 all) {
@@ -198,10 +206,13 @@ void LoadWindow::start()
 {
     if (m_path->text().isEmpty())
         return tell(QStringLiteral("ファイルを指定してください。"), true);
-    if (!m_look || m_lookedAt != m_path->text())
+    const auto isKnown = [this] { return m_look && m_lookedAt == stateOf(m_path->text()); };
+    if (!isKnown())
         return look();
     if (!confirmsWhatWasFound() || !mayWrite(m_session, dialogue()))
         return;
+    if (!isKnown()) // written while the box was read
+        return look();
     ScriptOptions options;
     options.path = m_path->text();
     options.encoding =

@@ -36,7 +36,7 @@ private:
     QComboBox *m_encoding;
     QCheckBox *m_inTransaction, *m_goesOn, *m_replaces, *m_skipsGtids;
     const ServerInfo m_server;
-    std::optional<ScriptLook> m_look; // of the file that was looked at
-    QString m_lookedAt;
+    std::optional<ScriptLook> m_look;                     // of the file that was looked at
+    QString m_lookedAt;                                   // the file as it was then
     std::shared_ptr<std::optional<ScriptLook>> m_looking; // that a run on the thread fills
 };
