@@ -2,8 +2,8 @@
 
 #include "controls/grid/flexgrid.h"
 #include "controls/window/windowpump.h"
-#include "core/sql/trackedsession.h"
 #include "core/sql/statements.h"
+#include "core/sql/trackedsession.h"
 
 namespace {
 

@@ -1,8 +1,8 @@
 #include "structure/compare/databasecompare.h"
 
 #include "core/command/storedcolumns.h"
-#include "core/sql/trackedsession.h"
 #include "core/sql/statements.h"
+#include "core/sql/trackedsession.h"
 #include "structure/alter/tablealter.h"
 #include "structure/compare/objectlikeness.h"
 #include "structure/compare/tablelikeness.h"

@@ -1,8 +1,8 @@
 #include "transfer/csv/csvimport.h"
 
 #include "core/command/tablekind.h"
-#include "core/sql/trackedsession.h"
 #include "core/sql/statements.h"
+#include "core/sql/trackedsession.h"
 #include "transfer/csv/importcolumns.h"
 #include "transfer/csv/importfile.h"
 #include "transfer/csv/localload.h"

@@ -1,8 +1,8 @@
 #include "transfer/dump/dump.h"
 
 #include "core/command/tablekind.h"
-#include "core/sql/trackedsession.h"
 #include "core/sql/statements.h"
+#include "core/sql/trackedsession.h"
 #include "transfer/dump/dumptext.h"
 #include "transfer/dump/hiddenobjects.h"
 #include "transfer/dump/insertwriter.h"
