@@ -4,14 +4,13 @@
 #include "core/session/basconnection.h"
 #include "core/sql/sessionstate.h"
 #include "core/sql/trackedsession.h"
-#include "sheets/safemode.h"
 
 #include <QDir>
 #include <QElapsedTimer>
 #include <QScopeGuard>
 
-#include <algorithm>
 #include <new>
+#include <utility>
 
 namespace {
 
@@ -361,47 +360,6 @@ void SheetWorker::runScriptFile(const ScriptOptions &options)
         sDisconnect(*own);
         m_isElsewhere = false;
         Q_EMIT came(ended);
-    });
-}
-
-// Empty: not known, as of a name that is not there.
-QString SheetWorker::countedRows(const QString &table)
-{
-    constexpr int most = 1'000'000;
-    try {
-        // Counted so far only: a large table would keep the question waiting.
-        const QString count =
-            m_session->connection()
-                .execute(QStringLiteral("select count(*) from (select 1 from %1 limit %2) counted")
-                             .arg(table)
-                             .arg(most + 1))
-                .text(0);
-        return count.toInt() > most ? QStringLiteral("：%1 行を超える").arg(most)
-                                    : QStringLiteral("：%1 行").arg(count);
-    } catch (const Failure &failure) {
-        if (failure.isConnectionLost() || m_session->runner.isStopWanted())
-            throw;
-        return {};
-    }
-}
-
-void SheetWorker::look(const SheetRun &run)
-{
-    runAlone([&] {
-        const Risks risks = risksOf(run.text, run.isScript, m_mode);
-        SheetNews news;
-        news.kind = SheetNews::Kind::Looked;
-        news.mayChange = risks.mayChange;
-        constexpr std::size_t most = 10; // lines of a question
-        const std::size_t count = run.isSafe ? risks.dangers.size() : 0;
-        for (std::size_t i = 0; i < std::min(count, most); ++i) {
-            const Danger &danger = risks.dangers[i];
-            news.texts << QStringLiteral("・") + danger.what +
-                              (danger.table.isEmpty() ? QString() : countedRows(danger.table));
-        }
-        if (count > most)
-            news.texts << QStringLiteral("・ほか %1 文").arg(count - most);
-        Q_EMIT came(news);
     });
 }
 
