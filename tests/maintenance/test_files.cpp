@@ -131,6 +131,8 @@ void FilesTest::damagedBackupsAreRefused_data()
     damaged("binary definition of an old server", QByteArray("\xfe\x01\x0a\x00\x04", 5));
     damaged("cut in the middle", tableT.left(30));
     damaged("another table", QByteArray(tableT).replace("`t`", "`s`"));
+    damaged("its name in other letters", QByteArray(tableT).replace("`t`", "`T`"));
+    damaged("a view in other letters", QByteArray("CREATE VIEW `T` AS select 1"));
     damaged("name of it only begins so", QByteArray(tableT).replace("`t`", "`t``x`"));
     damaged("another statement", QByteArray("DROP TABLE `t`"));
     damaged("not UTF-8", QByteArray(tableT).replace("id", "\x88\xea"));

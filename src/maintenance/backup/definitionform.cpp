@@ -21,7 +21,8 @@ public:
     bool isAtEnd() const { return m_at >= m_tokens.size(); }
 
     bool take(TokenKind kind);
-    bool take(const QString &piece); // in any case of letters, where it is a word
+    bool take(const QString &piece);    // in any case of letters
+    bool takeName(const QString &name); // as it stands: `T` is another table than `t`
     bool takeAny(const QSet<QString> &words);
     bool takeGroup(); // in parentheses, with all that is in them
     void takeVersionMarks();
@@ -72,6 +73,11 @@ bool Reader::take(const QString &wanted)
         return false;
     ++m_at;
     return true;
+}
+
+bool Reader::takeName(const QString &name)
+{
+    return next() == quotedName(name) && take(TokenKind::Name);
 }
 
 bool Reader::takeAny(const QSet<QString> &words)
@@ -144,7 +150,7 @@ bool isTableDefinition(const QString &text, const QString &name)
 {
     Reader reader(text);
     if (!reader.isOneStatement() || !reader.take(QStringLiteral("CREATE")) ||
-        !reader.take(QStringLiteral("TABLE")) || !reader.take(quotedName(name)))
+        !reader.take(QStringLiteral("TABLE")) || !reader.takeName(name))
         return false;
     // Names are never bare there, so that these are what they say: the statement would fill the table.
     static const QSet<QString> queries = setOf("SELECT TABLE");
@@ -172,7 +178,7 @@ bool isViewDefinition(const QString &text, const QString &name)
                  (!reader.take(QStringLiteral("@")) || reader.take(TokenKind::Name));
     if (isRead && reader.take(QStringLiteral("SQL")))
         isRead = reader.take(QStringLiteral("SECURITY")) && reader.take(TokenKind::Word);
-    if (!isRead || !reader.take(QStringLiteral("VIEW")) || !reader.take(quotedName(name)))
+    if (!isRead || !reader.take(QStringLiteral("VIEW")) || !reader.takeName(name))
         return false;
     reader.takeGroup(); // names of its columns, as MySQL 8 writes them
     static const QSet<QString> queries = setOf("SELECT WITH VALUES");
