@@ -135,10 +135,6 @@ TarnwellControls::TarnwellControls(QWidget *window, std::shared_ptr<StatementLog
     txtError->setMaximumHeight(txtError->fontMetrics().lineSpacing() * 3 + 12);
     Label13->setBuddy(txtError);
     txtError->setAccessibleName(Label13->text());
-    flGrid_Field->setPlaceholderText(QStringLiteral("テーブルを選ぶと、列を表示します"));
-    flGrid_Index->setPlaceholderText(QStringLiteral("テーブルを選ぶと、索引を表示します"));
-    flGrid_Status->setPlaceholderText(QStringLiteral("データベースかテーブルを選ぶと、状態を表示します"));
-    flGrid_Data->setPlaceholderText(QStringLiteral("テーブルを選んで F6 を押すと、行を表示します"));
     for (SqlTextBox *editor : {txtField, txtProc}) {
         editor->showLineNumbers(true);
         editor->setAccessibleDescription(QStringLiteral("Tab は字下げ、Ctrl+Tab で次の項目へ移ります"));

@@ -28,10 +28,14 @@ QString databaseHint(NextStep step)
     }
 }
 
-// For the lists of what is in a database.
+// For the lists of what is in a database. They are silent as long as something else comes first.
 QString contentHint(NextStep step, const QString &what)
 {
     switch (step) {
+    case NextStep::Connect:
+    case NextStep::Connecting:
+    case NextStep::ListDatabases:
+        return {};
     case NextStep::Reading:
         return QStringLiteral("読み込み中…");
     case NextStep::DatabaseChosen:
@@ -48,6 +52,16 @@ void showNextStep(TarnwellControls &controls, NextStep step)
     controls.lstDb->setPlaceholderText(databaseHint(step));
     controls.lstTables->setPlaceholderText(contentHint(step, QStringLiteral("テーブルとビュー")));
     controls.lstProcFunc->setPlaceholderText(contentHint(step, QStringLiteral("ルーチン")));
+    const bool mayChooseTable = step == NextStep::DatabaseChosen;
+    const auto hint = [](FlexGrid &grid, bool isNext, const QString &text) {
+        grid.setPlaceholderText(isNext ? text : QString());
+    };
+    hint(*controls.flGrid_Field, mayChooseTable, QStringLiteral("テーブルを選ぶと、列を表示します"));
+    hint(*controls.flGrid_Index, mayChooseTable, QStringLiteral("テーブルを選ぶと、索引を表示します"));
+    hint(*controls.flGrid_Status, mayChooseTable || step == NextStep::ChooseDatabase,
+         QStringLiteral("データベースかテーブルを選ぶと、状態を表示します"));
+    hint(*controls.flGrid_Data, mayChooseTable,
+         QStringLiteral("テーブルを選んで F6 を押すと、行を表示します"));
 }
 
 void ObjectLists::resetGrids()

@@ -4,7 +4,7 @@
 
 struct TarnwellControls;
 
-// How far the user has come; the empty lists say what comes next.
+// How far the user has come; the empty list that comes next says what to do.
 enum class NextStep { Connect, Connecting, ListDatabases, ChooseDatabase, Reading, DatabaseChosen };
 void showNextStep(TarnwellControls &controls, NextStep step);
 

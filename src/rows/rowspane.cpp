@@ -19,15 +19,20 @@ ConditionLine *line(const char *name, const QString &title, const QString &examp
     return result;
 }
 
-// Only as wide as its text: six of them stand in one line with the state.
 QPushButton *button(const char *name, const QString &text, const QString &tip)
 {
     auto *result = made<QPushButton>(name, text);
     result->setToolTip(tip);
     result->setAutoDefault(false);
-    result->setMaximumWidth(result->fontMetrics().horizontalAdvance(text) +
-                            2 * result->fontMetrics().averageCharWidth() + 8);
     return result;
+}
+
+// Only as wide as its text: six of them stand in one line with the state.
+void fitToText(QPushButton &button)
+{
+    letBeNarrow(button);
+    const QFontMetrics metrics = button.fontMetrics();
+    button.setMaximumWidth(metrics.horizontalAdvance(button.text()) + 2 * metrics.averageCharWidth() + 8);
 }
 
 } // namespace
@@ -64,11 +69,8 @@ RowsPane::RowsPane(FlexGrid &itsGrid)
     auto *bar = new QHBoxLayout;
     bar->setSpacing(4);
     bar->addWidget(rowsState, 1);
-    for (QPushButton *each :
-         {previousRows, nextRows, showRowStatements, cancelRows, saveRows, undoSavedRows}) {
-        letBeNarrow(*each);
+    for (QPushButton *each : {previousRows, nextRows, showRowStatements, cancelRows, saveRows, undoSavedRows})
         bar->addWidget(each);
-    }
     auto *layout = new QVBoxLayout(this);
     layout->setContentsMargins({});
     layout->setSpacing(3);
@@ -78,6 +80,16 @@ RowsPane::RowsPane(FlexGrid &itsGrid)
     layout->addLayout(bar);
     grid.setMinimumHeight(44); // the header and a row
     grid.installEventFilter(this);
+}
+
+// The main window does not show its pane at first: texts are measured once it does.
+bool RowsPane::event(QEvent *event)
+{
+    if (event->type() == QEvent::Polish)
+        for (QPushButton *each :
+             {previousRows, nextRows, showRowStatements, cancelRows, saveRows, undoSavedRows})
+            fitToText(*each);
+    return QWidget::event(event);
 }
 
 // Whoever shows or hides the grid knows nothing of what stands around it.

@@ -22,5 +22,6 @@ public:
     QPushButton *previousRows, *nextRows, *showRowStatements, *cancelRows, *saveRows, *undoSavedRows;
 
 protected:
+    bool event(QEvent *event) override;
     bool eventFilter(QObject *watched, QEvent *event) override;
 };

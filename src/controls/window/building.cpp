@@ -13,6 +13,8 @@
 
 void paintPlaceholder(QAbstractScrollArea &area, const QString &text)
 {
+    if (text.isEmpty())
+        return;
     QPainter painter(area.viewport());
     painter.setPen(area.palette().color(QPalette::PlaceholderText));
     painter.drawText(area.viewport()->rect().adjusted(12, 12, -12, -12), Qt::AlignCenter | Qt::TextWordWrap,
