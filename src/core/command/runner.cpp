@@ -75,14 +75,7 @@ public:
         m_runner.requireGoingOn();
         return ::executeLocal(*m_connection, statement, source);
     }
-    void executeOwn(const QString &statement) override
-    {
-        m_runner.requireGoingOn();
-        ::executeOwn(*m_connection, statement);
-    }
-    void holdOwn(const void *owner, bool holds) override { ::holdOwn(*m_connection, owner, holds); }
-    bool hasSettingsOfUser() const override { return ::hasSettingsOfUser(*m_connection); }
-    QString lastUse() const override { return ::lastUse(*m_connection); }
+    std::shared_ptr<SessionState> sessionState() const override { return sessionStateOf(*m_connection); }
     bool isBusy() const override { return m_connection->isBusy(); }
     void cancel() override { m_connection->cancel(); }
 

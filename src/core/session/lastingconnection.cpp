@@ -96,7 +96,7 @@ public:
     void open() override;
     void close() override
     {
-        m_isClosed = true;
+        *m_isClosed = true;
         m_lostPlaces->forget(this);
         if (m_inner)
             m_inner->close();
@@ -111,14 +111,7 @@ public:
     {
         return sent(statement, [&](Connection &inner) { return ::executeLocal(inner, statement, source); });
     }
-    void executeOwn(const QString &statement) override
-    {
-        sent(
-            statement, [&](Connection &inner) { return inner.execute(statement); }, false);
-    }
-    void holdOwn(const void *owner, bool holds) override { m_state->holdOwn(owner, holds); }
-    bool hasSettingsOfUser() const override { return m_state->hasSettings(); }
-    QString lastUse() const override { return m_state->database(); }
+    std::shared_ptr<SessionState> sessionState() const override { return m_state; }
     bool nextResult(RecordSet &result) override
     {
         const std::shared_ptr<Connection> inner = m_inner; // an event may replace it
@@ -142,7 +135,7 @@ public:
 private:
     std::shared_ptr<Connection> opened();
     using Send = std::function<RecordSet(Connection &)>;
-    RecordSet sent(const QString &statement, const Send &send, bool isOfUser = true);
+    RecordSet sent(const QString &statement, const Send &send);
     void requireSamePlace();
     bool heedBan(Connection &inner);
     void comeBack();
@@ -157,9 +150,11 @@ private:
     const std::shared_ptr<LostPlaces> m_lostPlaces;
     std::shared_ptr<Connection> m_inner; // an event may replace it while a statement waits
     ServerPlace m_place;
-    std::shared_ptr<SessionState> m_state = std::make_shared<SessionState>();
-    bool m_isCancelled = false, m_isClosed = false; // by the user of this connection
-    bool m_hasScript = false;                       // which counts on all that it has set
+    // An event may destroy this while a statement waits, which then still asks for both of them.
+    const std::shared_ptr<SessionState> m_state = std::make_shared<SessionState>();
+    const std::shared_ptr<bool> m_isClosed = std::make_shared<bool>(false); // by the connection's user
+    bool m_isCancelled = false;                                             // by the same
+    bool m_hasScript = false; // which counts on all that it has set
 };
 
 // What the server does not tell is not known: an account whose password has expired may ask for nothing.
@@ -196,7 +191,7 @@ void LastingConnection::open()
 {
     if (const std::optional<Failure> refusal = m_lostPlaces->takeRefusal(m_way))
         throw Failure(*refusal);
-    m_isCancelled = m_isClosed = m_hasScript = false;
+    m_isCancelled = *m_isClosed = m_hasScript = false;
     m_inner = m_factory(m_string);
     m_inner->open();
     if (ConnectionString(m_string).value(QStringLiteral("handleexpiredpassword")) == u"1")
@@ -217,7 +212,7 @@ bool LastingConnection::heedBan(Connection &inner)
 {
     if (m_isReadOnly || !m_isBanned())
         return false;
-    m_isReadOnly = true; // events may destroy this while the statement waits
+    m_isReadOnly = true;
     const std::shared_ptr<SessionState> state = m_state;
     try {
         inner.execute(readOnlySession);
@@ -260,6 +255,7 @@ BatchOutcome LastingConnection::executeAll(const std::vector<QByteArray> &statem
     if (!inner || !inner->isOpen())
         throw Failure(QStringLiteral("サーバーに接続されていません。"), 0, QStringLiteral("08003"));
     const std::shared_ptr<SessionState> state = m_state;
+    const std::shared_ptr<const bool> isClosed = m_isClosed;
     heedBan(*inner);
     if (state->mustEndTransaction())
         for (const QByteArray &statement : statements)
@@ -268,29 +264,28 @@ BatchOutcome LastingConnection::executeAll(const std::vector<QByteArray> &statem
         if (m_isCancelled)
             throw interruptedError();
     });
-    if (outcome.failure && outcome.failure->isConnectionLost() && !m_isClosed)
+    if (outcome.failure && outcome.failure->isConnectionLost() && !*isClosed)
         outcome.failure = given(*outcome.failure, true);
     return outcome;
 }
 
-RecordSet LastingConnection::sent(const QString &statement, const Send &send, bool isOfUser)
+RecordSet LastingConnection::sent(const QString &statement, const Send &send)
 {
     m_isCancelled = false;
     const std::shared_ptr<Connection> inner = m_inner;
     if (!inner || !inner->isOpen())
         throw Failure(QStringLiteral("サーバーに接続されていません。"), 0, QStringLiteral("08003"));
-    const std::shared_ptr<SessionState> state =
-        m_state; // an event may destroy this while the statement waits
+    const std::shared_ptr<SessionState> state = m_state;
+    const std::shared_ptr<const bool> isClosed = m_isClosed;
     try {
         if (heedBan(*inner) && statement == readOnlySession)
             return {};
         requireEnd(*state, statement);
         RecordSet rows = send(*inner);
-        if (isOfUser)
-            state->note(statement, inner->effect().isInTransaction);
+        state->note(statement, inner->effect().isInTransaction);
         return rows;
     } catch (const Failure &failure) {
-        if (!failure.isConnectionLost() || state.use_count() == 1 || m_isClosed)
+        if (!failure.isConnectionLost() || *isClosed)
             throw;
         m_lostPlaces->add(m_way, m_place, this);
         const bool onlyReads = canBeRepeated(statement);

@@ -96,6 +96,8 @@ bool isHarmless(const QString &word)
 
 void SessionState::note(const QString &statement, std::optional<bool> isInTransaction)
 {
+    if (!m_isNoting)
+        return;
     const QStringList all = bareWords(statement);
     const QString first = all.value(0);
     if (follows(all, 0, u"begin", u"not"))

@@ -16,7 +16,8 @@ public:
     // writing whatever the session is told: it is to end first.
     void keepFromWriting(std::optional<bool> isInTransaction);
     bool mustEndTransaction() const { return m_mustEnd; }
-    // What the program set for its own work: see TrackedSession.
+    // What is sent in between is the program's own: see TrackedSession.
+    void setNoting(bool isNoting) { m_isNoting = isNoting; }
     void holdOwn(const void *owner, bool holds);
     // For the user: "トランザクション", "ロック" ...; empty: nothing of the user's is lost with the
     // connection.
@@ -31,6 +32,7 @@ public:
 private:
     void noteSet(const QString &statement);
 
+    bool m_isNoting = true;
     bool m_hasTransaction = false, m_isWithoutAutocommit = false, m_hasLocks = false;
     bool m_hasTemporaryTables = false, m_hasUserVariables = false, m_hasSettings = false;
     bool m_hasRoutineTraces = false, m_mustEnd = false;
