@@ -20,13 +20,13 @@ void requireNotStopped(const Answer &answer)
 
 } // namespace
 
-void WorkerConnection::Line::requireIdle() const
+void WorkerConnection::Channel::requireIdle() const
 {
     if (waiting)
         throw Failure(QStringLiteral("前の処理がまだ終わっていません。"));
 }
 
-Answer WorkerConnection::Line::wait(const std::shared_ptr<Job> &job)
+Answer WorkerConnection::Channel::wait(const std::shared_ptr<Job> &job)
 {
     Answer answer = finished(job);
     if (answer.error)
@@ -34,7 +34,7 @@ Answer WorkerConnection::Line::wait(const std::shared_ptr<Job> &job)
     return answer;
 }
 
-Answer WorkerConnection::Line::finished(const std::shared_ptr<Job> &job)
+Answer WorkerConnection::Channel::finished(const std::shared_ptr<Job> &job)
 {
     waiting = job;
     if (!shortWait.until([&job] { return job->done.isFinished(); }))
@@ -53,15 +53,16 @@ Answer WorkerConnection::Line::finished(const std::shared_ptr<Job> &job)
 // Keeps one block on the way while the caller reads another.
 class WorkerConnection::Rows : public RowSource {
 public:
-    Rows(std::shared_ptr<Line> line, int number, Answer &&first)
-        : m_stream(std::make_shared<Stream>(std::move(line), number, std::move(first.block), first.hasMore))
+    Rows(std::shared_ptr<Channel> channel, int number, Answer &&first)
+        : m_stream(
+              std::make_shared<Stream>(std::move(channel), number, std::move(first.block), first.hasMore))
         , m_fields(std::move(first.fields))
     {
     }
     ~Rows() override { m_stream->end(); }
 
     const std::vector<Field> &fields() const override { return m_fields; }
-    bool isOpen() const override { return m_stream->line->isOpen; }
+    bool isOpen() const override { return m_stream->channel->isOpen; }
     bool read(RowBlock &block) override
     {
         // Kept here: an event that runs while this waits may destroy the record set.
@@ -71,8 +72,8 @@ public:
 
 private:
     struct Stream {
-        Stream(std::shared_ptr<Line> itsLine, int itsNumber, RowBlock &&first, bool moreFollow)
-            : line(std::move(itsLine))
+        Stream(std::shared_ptr<Channel> itsChannel, int itsNumber, RowBlock &&first, bool moreFollow)
+            : channel(std::move(itsChannel))
             , number(itsNumber)
             , ready(std::move(first))
             , hasMore(moreFollow)
@@ -83,7 +84,7 @@ private:
         void fetchAhead(RowBlock &&spare);
         void end();
 
-        const std::shared_ptr<Line> line;
+        const std::shared_ptr<Channel> channel;
         const int number;
         RowBlock ready;
         bool hasMore;
@@ -101,14 +102,14 @@ bool WorkerConnection::Rows::Stream::read(RowBlock &block)
         receive();
     std::swap(block, ready);
     ready.clear();
-    if (hasMore && !isStopped && line->isOpen)
+    if (hasMore && !isStopped && channel->isOpen)
         fetchAhead(std::exchange(ready, RowBlock()));
     return !block.isEmpty();
 }
 
 void WorkerConnection::Rows::Stream::receive()
 {
-    line->requireIdle();
+    channel->requireIdle();
     if (isStopped) {
         end();
         throw interruptedError();
@@ -117,13 +118,13 @@ void WorkerConnection::Rows::Stream::receive()
         fetchAhead(RowBlock());
     const std::shared_ptr<Job> job = std::exchange(next, nullptr);
     try {
-        Answer answer = line->wait(job);
+        Answer answer = channel->wait(job);
         if (answer.block.isEmpty())
             requireNotStopped(answer);
         ready = std::move(answer.block);
         isStopped = answer.isStopped;
         hasMore = answer.hasMore || isStopped;
-        line->effect = answer.effect;
+        channel->effect = answer.effect;
     } catch (const Failure &) {
         end();
         throw;
@@ -142,15 +143,15 @@ void WorkerConnection::Rows::Stream::fetchAhead(RowBlock &&spare)
         else
             answer.effect = driver.effect();
     };
-    next = line->worker->post(work, std::move(spare));
-    line->ahead = next;
+    next = channel->worker->post(work, std::move(spare));
+    channel->ahead = next;
 }
 
 // Rows not yet read are thrown away, by the worker: the caller goes on at once.
 void WorkerConnection::Rows::Stream::end()
 {
-    if (std::exchange(hasMore, false) && line->isOpen)
-        line->worker->post(
+    if (std::exchange(hasMore, false) && channel->isOpen)
+        channel->worker->post(
             [number = number](Driver &, Results &results, Answer &) { results.erase(number); });
 }
 
@@ -170,24 +171,24 @@ WorkerConnection::~WorkerConnection()
 void WorkerConnection::open()
 {
     Q_ASSERT(!isOpen());
-    if (m_line)
-        m_line->requireIdle();
-    const auto line = std::make_shared<Line>(WorkerThread::start(m_makeDriver()), m_pump);
-    m_line = line;
-    const auto job = line->worker->post(
+    if (m_channel)
+        m_channel->requireIdle();
+    const auto channel = std::make_shared<Channel>(WorkerThread::start(m_makeDriver()), m_pump);
+    m_channel = channel;
+    const auto job = channel->worker->post(
         [](Driver &driver, Results &, Answer &answer) { answer.opened = driver.connect(); });
     // The driver's own limit comes first, and its words say more.
     constexpr std::chrono::seconds grace{1};
-    line->worker->limit(job, connectLimit(ConnectionString(m_givenString)) + grace);
+    channel->worker->limit(job, connectLimit(ConnectionString(m_givenString)) + grace);
     try {
-        const Answer answer = line->wait(job);
+        const Answer answer = channel->wait(job);
         requireNotStopped(answer);
-        line->isOpen = true;
+        channel->isOpen = true;
         m_server = answer.opened.server;
         m_encryption = answer.opened.encryption;
         m_connectionString = withServer(m_givenString, answer.opened.host);
     } catch (const Failure &) {
-        line->worker->leave();
+        channel->worker->leave();
         throw;
     }
 }
@@ -195,15 +196,15 @@ void WorkerConnection::open()
 void WorkerConnection::close()
 {
     m_connectionString = m_givenString;
-    if (!m_line)
+    if (!m_channel)
         return;
     // Closed by an event while a call waits: that call fails, and the server is told to stop what it does.
-    if (m_line->waiting)
-        m_line->worker->stop(m_line->waiting);
-    m_line->isOpen = false;
-    m_line->isLeft = true;
-    m_line->worker->leave();
-    m_line.reset();
+    if (m_channel->waiting)
+        m_channel->worker->stop(m_channel->waiting);
+    m_channel->isOpen = false;
+    m_channel->isLeft = true;
+    m_channel->worker->leave();
+    m_channel.reset();
 }
 
 RecordSet WorkerConnection::execute(const QString &statement)
@@ -244,9 +245,9 @@ std::optional<RecordSet> WorkerConnection::receive(Ask ask)
 {
     if (!isOpen())
         throw closedError();
-    const std::shared_ptr<Line> line = m_line;
-    line->requireIdle();
-    const int number = ++line->lastResult;
+    const std::shared_ptr<Channel> channel = m_channel;
+    channel->requireIdle();
+    const int number = ++channel->lastResult;
     // The first rows come along, so that a small statement costs one trip to the worker.
     const Work work = [ask = std::move(ask), number](Driver &driver, Results &results, Answer &answer) {
         std::unique_ptr<DriverResult> result;
@@ -263,10 +264,10 @@ std::optional<RecordSet> WorkerConnection::receive(Ask ask)
         else
             answer.effect = driver.effect();
     };
-    const auto job = line->worker->post(work);
+    const auto job = channel->worker->post(work);
     try {
-        Answer answer = line->wait(job);
-        line->effect = answer.effect;
+        Answer answer = channel->wait(job);
+        channel->effect = answer.effect;
         if (!answer.hasResult)
             return {};
         // A statement without rows that came through in spite of its stop is done: its caller must not take
@@ -275,11 +276,11 @@ std::optional<RecordSet> WorkerConnection::receive(Ask ask)
             return RecordSet(std::move(answer.note));
         // MariaDB ends a stopped SELECT SLEEP() as a success: its rows are no answer.
         requireNotStopped(answer);
-        return RecordSet(std::make_unique<Rows>(line, number, std::move(answer)));
+        return RecordSet(std::make_unique<Rows>(channel, number, std::move(answer)));
     } catch (const Failure &) {
         // Stopped after all rows had been asked for: the worker may hold the rest.
-        if (line->isOpen)
-            line->worker->post([number](Driver &, Results &results, Answer &) { results.erase(number); });
+        if (channel->isOpen)
+            channel->worker->post([number](Driver &, Results &results, Answer &) { results.erase(number); });
         throw;
     }
 }
@@ -288,11 +289,11 @@ BatchOutcome WorkerConnection::executeAll(const std::vector<QByteArray> &stateme
 {
     if (!isOpen())
         throw closedError();
-    const std::shared_ptr<Line> line = m_line;
-    line->requireIdle();
-    *line->isBatchStopped = false;
-    const Work work = [statements, isStopped = line->isBatchStopped](Driver &driver, Results &,
-                                                                     Answer &answer) {
+    const std::shared_ptr<Channel> channel = m_channel;
+    channel->requireIdle();
+    *channel->isBatchStopped = false;
+    const Work work = [statements, isStopped = channel->isBatchStopped](Driver &driver, Results &,
+                                                                        Answer &answer) {
         RowBlock block;
         for (const QByteArray &statement : statements) {
             if (*isStopped)
@@ -311,18 +312,18 @@ BatchOutcome WorkerConnection::executeAll(const std::vector<QByteArray> &stateme
             ++answer.batch.done;
         }
     };
-    Answer answer = line->finished(line->worker->post(work));
+    Answer answer = channel->finished(channel->worker->post(work));
     answer.batch.failure = std::move(answer.error);
     return answer.batch;
 }
 
 void WorkerConnection::cancel()
 {
-    if (!m_line)
+    if (!m_channel)
         return;
-    *m_line->isBatchStopped = true;
+    *m_channel->isBatchStopped = true;
     // Between two rows nobody waits, and the server is at the next ones already.
-    const std::shared_ptr<Job> job = m_line->waiting ? m_line->waiting : m_line->ahead.lock();
+    const std::shared_ptr<Job> job = m_channel->waiting ? m_channel->waiting : m_channel->ahead.lock();
     if (job)
-        m_line->worker->stop(job);
+        m_channel->worker->stop(job);
 }

@@ -16,7 +16,7 @@ public:
 
     void open() override;
     void close() override;
-    bool isOpen() const override { return m_line && m_line->isOpen; }
+    bool isOpen() const override { return m_channel && m_channel->isOpen; }
     QString connectionString() const override { return m_connectionString; }
     ServerInfo server() const override { return m_server; }
     Encryption encryption() const override { return m_encryption; }
@@ -25,15 +25,15 @@ public:
     bool nextResult(RecordSet &result) override;
     BatchOutcome executeAll(const std::vector<QByteArray> &statements) override;
     RecordSet executeLocal(const QString &statement, const LocalSource &source) override;
-    Effect effect() const override { return m_line ? m_line->effect : Effect(); }
-    bool isBusy() const override { return m_line && m_line->waiting; }
+    Effect effect() const override { return m_channel ? m_channel->effect : Effect(); }
+    bool isBusy() const override { return m_channel && m_channel->waiting; }
     void cancel() override;
 
 private:
     // What the connection and its record sets share; all of it belongs to the caller's thread. Calls that
     // wait hold on to it, because the connection may be closed or destroyed by an event meanwhile.
-    struct Line {
-        Line(std::shared_ptr<WorkerThread> thread, Pump &spendsWaits)
+    struct Channel {
+        Channel(std::shared_ptr<WorkerThread> thread, Pump &spendsWaits)
             : worker(std::move(thread))
             , pump(spendsWaits)
         {
@@ -67,5 +67,5 @@ private:
     Pump &m_pump;
     ServerInfo m_server;
     Encryption m_encryption;
-    std::shared_ptr<Line> m_line;
+    std::shared_ptr<Channel> m_channel;
 };
