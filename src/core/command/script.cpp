@@ -1,5 +1,7 @@
 #include "core/command/script.h"
 
+#include "core/command/definition.h"
+#include "core/sql/answers.h"
 #include "core/sql/batch.h"
 #include "core/sql/passwords.h"
 #include "core/sql/splitter.h"
@@ -225,10 +227,7 @@ ScriptReport runScript(Session &session, const ScriptOptions &options,
 
 SqlMode sqlModeOf(Connection &connection)
 {
-    RecordSet rows = connection.execute(QStringLiteral("select @@session.sql_mode"));
-    const QStringList modes = rows.isOpen() && !rows.isEof() ? rows.text(0).split(u',') : QStringList();
-    return {.hasAnsiQuotes = modes.contains(QStringLiteral("ANSI_QUOTES")),
-            .hasPlainBackslashes = modes.contains(QStringLiteral("NO_BACKSLASH_ESCAPES"))};
+    return readingMode(firstText(connection, QStringLiteral("select @@session.sql_mode")));
 }
 
 namespace {

@@ -1,5 +1,6 @@
 #include "core/command/sessionvariables.h"
 
+#include "core/sql/answers.h"
 #include "core/sql/statements.h"
 #include "core/sql/trackedsession.h"
 
@@ -77,9 +78,7 @@ void SessionVariables::send(Connection &connection, const std::vector<SessionVar
 
 void SessionVariables::use(Connection &connection, const QString &database)
 {
-    RecordSet rows = connection.execute(QStringLiteral("select database()"));
-    const QString before = rows.isOpen() && !rows.isEof() && !rows.isNull(0) ? rows.text(0) : QString();
-    rows.close();
+    const QString before = firstText(connection, QStringLiteral("select database()"));
     connection.execute(useStatement(database));
     m_database = database;
     m_databaseBefore = before;

@@ -128,9 +128,3 @@ QStringList readLoginPlugins(Connection &connection)
         plugins << rows.text(0);
     return plugins;
 }
-
-bool readsEscapes(Connection &connection)
-{
-    RecordSet rows = connection.execute(QStringLiteral("select @@sql_mode"));
-    return !rows.text(0).contains(QStringLiteral("NO_BACKSLASH_ESCAPES"));
-}

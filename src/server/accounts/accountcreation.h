@@ -28,5 +28,3 @@ QStringList createAccountStatements(const ServerInfo &server, const NewAccount &
 QString makeAccount(Connection &connection, const AccountName &account, const QStringList &statements);
 // Plugins that accounts can be identified with.
 QStringList readLoginPlugins(Connection &connection);
-// Whether the connection's sql_mode leaves backslashes their meaning.
-bool readsEscapes(Connection &connection);

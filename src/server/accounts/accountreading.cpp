@@ -1,5 +1,6 @@
 #include "server/accounts/accountreading.h"
 
+#include "core/sql/answers.h"
 #include "core/sql/passwords.h"
 #include "core/sql/statements.h"
 #include "server/serverpage.h"
@@ -9,12 +10,6 @@
 #include <algorithm>
 
 namespace {
-
-QString textOf(const RecordSet &rows, const char *field)
-{
-    const int index = rows.fieldIndex(QLatin1String(field));
-    return index < 0 || rows.isNull(index) ? QString() : rows.text(index);
-}
 
 QString tlsText(const RecordSet &rows)
 {

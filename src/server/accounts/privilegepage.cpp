@@ -1,6 +1,7 @@
 #include "server/accounts/privilegepage.h"
 
 #include "controls/window/building.h"
+#include "core/command/script.h"
 #include "core/command/writing.h"
 #include "core/sql/passwords.h"
 #include "core/sql/statements.h"
@@ -171,7 +172,7 @@ void PrivilegePage::refresh()
         [](Session &session) {
             Connection &connection = session.connection();
             return Reading{readAccountList(connection), readPrivileges(connection), connection.server(),
-                           readLoginPlugins(connection), readsEscapes(connection)};
+                           readLoginPlugins(connection), !sqlModeOf(connection).hasPlainBackslashes};
         },
         [this](Reading reading) { show(std::move(reading)); });
 }

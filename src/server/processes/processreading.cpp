@@ -1,6 +1,7 @@
 #include "server/processes/processreading.h"
 
 #include "core/driver/sessionkill.h"
+#include "core/sql/answers.h"
 #include "core/sql/passwords.h"
 
 #include <algorithm>
@@ -53,12 +54,6 @@ QString hostOf(const QString &host)
     return port < 0 ? host : host.left(port);
 }
 
-QString textOf(RecordSet &rows, const char *field)
-{
-    const int index = rows.fieldIndex(QLatin1String(field));
-    return index < 0 || rows.isNull(index) ? QString() : rows.text(index);
-}
-
 Process processOf(RecordSet &rows, int mostOfStatement)
 {
     Process process;
@@ -78,12 +73,6 @@ Process processOf(RecordSet &rows, int mostOfStatement)
     process.execution = textOf(rows, "execution");
     process.startedAt = textOf(rows, "started").toLongLong();
     return process;
-}
-
-QString firstCell(Connection &connection, const QString &question)
-{
-    RecordSet rows = connection.execute(question);
-    return rows.isEof() ? QString() : rows.text(0);
 }
 
 std::vector<Process> taken(RecordSet rows)
@@ -112,7 +101,7 @@ QString missingRight(Connection &connection)
 
 QString connectionMark(Connection &connection)
 {
-    return firstCell(connection, sessionMarkQuestion(connection.server(), QStringLiteral("connection_id()")));
+    return firstText(connection, sessionMarkQuestion(connection.server(), QStringLiteral("connection_id()")));
 }
 
 } // namespace
@@ -120,7 +109,7 @@ QString connectionMark(Connection &connection)
 // Asked once for each connection.
 void ProcessReader::learn(Connection &connection)
 {
-    const QString id = firstCell(connection, QStringLiteral("select connection_id()"));
+    const QString id = firstText(connection, QStringLiteral("select connection_id()"));
     if (id == m_connectionId)
         return;
     m_serverMark = connectionMark(connection);
@@ -258,7 +247,7 @@ std::vector<KillOutcome> killProcesses(Session &session, ProcessReader &reader, 
 {
     // Numbers begin anew with a server, and behind a balancer each server has its own.
     Connection &connection = session.connection();
-    if (firstCell(connection, QStringLiteral("select connection_id()")) != list.connectionId ||
+    if (firstText(connection, QStringLiteral("select connection_id()")) != list.connectionId ||
         connectionMark(connection) != list.serverMark)
         throw Failure(QStringLiteral("一覧を読んだ接続が切れ、つなぎ直されました。何も止めていません。"
                                      "新しい一覧で確かめてください。"));

@@ -1,5 +1,6 @@
 #include "server/variables/variablereading.h"
 
+#include "core/command/script.h"
 #include "core/sql/statements.h"
 
 #include <QRegularExpression>
@@ -28,12 +29,6 @@ RecordSet tried(Connection &connection, const QString &statement)
             throw;
         return {};
     }
-}
-
-QString firstText(Connection &connection, const QString &statement)
-{
-    RecordSet rows = tried(connection, statement);
-    return rows.isOpen() && !rows.isEof() ? rows.text(0) : QString();
 }
 
 Variable::Kind kindOf(const QString &type)
@@ -235,8 +230,7 @@ VariableList readVariables(Connection &connection)
         readDescriptions(connection, variables); // first: whether a variable has a value for each session
         list.tellsPresets = readOrigins(connection, variables);
     }
-    list.escapes = !firstText(connection, QStringLiteral("select @@sql_mode"))
-                        .contains(QStringLiteral("NO_BACKSLASH_ESCAPES"));
+    list.escapes = !sqlModeOf(connection).hasPlainBackslashes;
     // The only password that servers show in one.
     if (const auto secret = variables.find(QStringLiteral("report_password"));
         secret != variables.end() && !secret->second.global.value_or(QString()).isEmpty())

@@ -4,6 +4,7 @@
 #include "core/command/doubt.h"
 #include "core/command/sessionvariables.h"
 #include "core/command/showntext.h"
+#include "core/sql/answers.h"
 #include "core/sql/statements.h"
 #include "structure/alter/restoredtext.h"
 
@@ -52,12 +53,6 @@ TableSize sizeOf(Session &session, const QString &database, const QString &table
     return size;
 }
 
-QString valueOf(Connection &connection, const char *statement)
-{
-    RecordSet rows = connection.execute(QString::fromLatin1(statement));
-    return rows.isOpen() && !rows.isEof() ? rows.text(0) : QString();
-}
-
 } // namespace
 
 std::optional<AlterRequest> readAlterRequest(CommandContext &context, Outcome &outcome)
@@ -72,7 +67,7 @@ std::optional<AlterRequest> readAlterRequest(CommandContext &context, Outcome &o
     };
     if (trimmedBlanks(selection.txtField).isEmpty() || request.table.name.isEmpty())
         return refuse(QStringLiteral("ﾃｰﾌﾞﾙを選択して下さい。"));
-    request.sqlMode = changedMode(valueOf(connection, "select @@session.sql_mode"),
+    request.sqlMode = changedMode(firstText(connection, QStringLiteral("select @@session.sql_mode")),
                                   {QStringLiteral("NO_BACKSLASH_ESCAPES")}, {});
     request.table.mode = readingMode(request.sqlMode);
     const ObjectDefinition is =

@@ -1,6 +1,7 @@
 #include "structure/compare/databasecompare.h"
 
 #include "core/command/storedcolumns.h"
+#include "core/sql/answers.h"
 #include "core/sql/statements.h"
 #include "core/sql/trackedsession.h"
 #include "structure/alter/tablealter.h"
@@ -41,8 +42,7 @@ DatabaseObjects readDatabase(Connection &connection, const QString &database, co
     // Other names and quotes than these cannot be told apart.
     executeOwnForGood(connection, setStatement(exactVariables(read.info)));
     connection.execute(useStatement(database));
-    if (RecordSet rows = connection.execute(QStringLiteral("SELECT @@collation_database")); !rows.isEof())
-        read.collation = rows.text(0);
+    read.collation = firstText(connection, QStringLiteral("SELECT @@collation_database"));
     for (RecordSet rows = connection.execute(QStringLiteral("SHOW CHARACTER SET")); !rows.isEof();
          rows.moveNext())
         read.collations[rows.text(0)] = rows.text(2);

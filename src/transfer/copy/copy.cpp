@@ -1,6 +1,7 @@
 #include "transfer/copy/copy.h"
 
 #include "core/command/storedcolumns.h"
+#include "core/sql/answers.h"
 #include "core/sql/statements.h"
 #include "transfer/copy/sameserver.h"
 #include "transfer/copy/serversink.h"
@@ -13,17 +14,11 @@
 
 namespace {
 
-QString firstValue(Connection &connection, const QString &statement)
-{
-    RecordSet rows = connection.execute(statement);
-    return rows.isOpen() && !rows.isEof() && !rows.isNull(0) ? rows.text(0) : QString();
-}
-
 bool hasDatabase(Connection &connection, const QString &database)
 {
-    return !firstValue(connection,
-                       QStringLiteral("SELECT 1 FROM information_schema.SCHEMATA WHERE SCHEMA_NAME=%1")
-                           .arg(quotedText(database)))
+    return !firstText(connection,
+                      QStringLiteral("SELECT 1 FROM information_schema.SCHEMATA WHERE SCHEMA_NAME=%1")
+                          .arg(quotedText(database)))
                 .isEmpty();
 }
 
@@ -55,7 +50,7 @@ private:
 };
 
 TargetNames::TargetNames(Connection &connection, const QString &database)
-    : m_foldsTables(firstValue(connection, QStringLiteral("SELECT @@lower_case_table_names")) != u"0")
+    : m_foldsTables(firstText(connection, QStringLiteral("SELECT @@lower_case_table_names")) != u"0")
 {
     const QString in = quotedText(database);
     add(connection,
@@ -135,7 +130,7 @@ DumpOptions optionsFor(Session &to, const CopyOptions &options, const TargetLook
     what.dropsOnly = agreed.existing;
     // A statement that is larger than the server takes costs the connection.
     const int largest =
-        firstValue(to.connection(), QStringLiteral("SELECT @@max_allowed_packet")).toInt() / 4 * 3;
+        firstText(to.connection(), QStringLiteral("SELECT @@max_allowed_packet")).toInt() / 4 * 3;
     if (largest > 0)
         what.insertBytes = std::min(what.insertBytes, largest);
     return what;
@@ -144,9 +139,9 @@ DumpOptions optionsFor(Session &to, const CopyOptions &options, const TargetLook
 void makeDatabase(Session &from, Session &to, const CopyOptions &options, const ServerSink::Rewrite &rewrite)
 {
     const auto ask = [&](const char *column) {
-        return firstValue(from.connection(),
-                          QStringLiteral("SELECT %1 FROM information_schema.SCHEMATA WHERE SCHEMA_NAME=%2")
-                              .arg(QLatin1String(column), quotedText(options.what.database)));
+        return firstText(from.connection(),
+                         QStringLiteral("SELECT %1 FROM information_schema.SCHEMATA WHERE SCHEMA_NAME=%2")
+                             .arg(QLatin1String(column), quotedText(options.what.database)));
     };
     std::string statement = QStringLiteral("CREATE DATABASE %1 CHARACTER SET %2 COLLATE %3")
                                 .arg(quotedName(options.database), ask("DEFAULT_CHARACTER_SET_NAME"),
