@@ -105,7 +105,7 @@ void SurroundingsTest::aTableIsRenamedOnceItsUsersAreTold()
 {
     TestServer &server = m_servers.of(TestServer::Brand::MariaDb);
     server.run("drop database if exists r; create database r; create table r.a(x int); create view r.v as "
-               "select x from r.a;");
+               "select x from r.a; create trigger r.own before insert on r.a for each row set new.x=1;");
     RealStage stage(server, nativeDriverName(), "r");
     stage.dialogue.agrees = false;
     const QString question =

@@ -13,14 +13,9 @@ namespace {
 
 QString lineOf(const RelatedThing &thing)
 {
-    switch (thing.kind) {
-    case RelatedThing::Kind::Table:
-        return QStringLiteral("・外部キー %1 %2").arg(thing.name, thing.details);
-    case RelatedThing::Kind::Trigger:
-        return QStringLiteral("・ﾄﾘｶﾞｰ %1").arg(thing.name);
-    default:
-        return QStringLiteral("・%1 %2").arg(thing.details, thing.name);
-    }
+    return thing.kind == RelatedThing::Kind::Table
+               ? QStringLiteral("・外部キー %1 %2").arg(thing.name, thing.details)
+               : QStringLiteral("・%1 %2").arg(thing.details, thing.name);
 }
 
 // Whether the commands that name it without quotes would refuse it.

@@ -300,8 +300,6 @@ bool namesTable(const QString &definition, const QString &ownDatabase, const QSt
 std::vector<RelatedThing> readReferring(Session &session, const QString &database, const QString &table)
 {
     std::vector<RelatedThing> things = readNaming(session, database, table);
-    for (RelatedThing &trigger : readTriggersOf(session, database, table))
-        things.push_back(std::move(trigger));
     for (RelatedThing &key : readForeignKeys(session, database, table, false))
         things.push_back(std::move(key));
     return things;
@@ -335,6 +333,7 @@ Surroundings readSurroundings(Session &session, const QString &database, const Q
         if (table.isEmpty() && !part.isOfDatabase)
             continue;
         groups.push_back({part.title.toString(), {}});
+        groups.back().isCounted = part.read != readSize;
         try {
             groups.back().things = part.read(session, database, table);
         } catch (const Failure &error) {

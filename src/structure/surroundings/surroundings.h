@@ -19,7 +19,8 @@ struct RelatedThing {
 struct RelatedGroup {
     QString title;
     std::vector<RelatedThing> things;
-    QString refusal = {}; // in the server's words: it could not be read
+    QString refusal = {};  // in the server's words: it could not be read
+    bool isCounted = true; // else facts of one thing, whose number says nothing
 };
 using Surroundings = std::vector<RelatedGroup>;
 
@@ -33,5 +34,5 @@ bool namesTable(const QString &definition, const QString &ownDatabase, const QSt
                 const QString &table);
 
 // Views, routines, triggers and events that name the table, and foreign keys that refer to it, wherever they
-// are: what a new name of the table leaves behind. Throws Failure.
+// are: what a new name of the table leaves behind. A trigger of the table itself goes along. Throws Failure.
 std::vector<RelatedThing> readReferring(Session &session, const QString &database, const QString &table);

@@ -129,6 +129,7 @@ void SurroundingsPane::showGroups(const Surroundings &groups)
         auto *head = new QTreeWidgetItem(
             m_tree, {group.title, !group.refusal.isEmpty() ? group.refusal
                                   : group.things.empty()   ? QStringLiteral("なし")
+                                  : !group.isCounted       ? QString()
                                                            : QStringLiteral("%L1").arg(group.things.size())});
         head->setFont(0, bold);
         for (std::size_t place = 0; place < group.things.size(); ++place) {
