@@ -103,19 +103,17 @@ void readKind(Connection &connection, TableShape &table)
         table.whyReadOnly = QStringLiteral("シーケンスの値は変更できません");
 }
 
-// One row for each column of a key.
+// One row for each column of a key. The condition says whose keys, of both views.
 std::vector<ForeignKey> readForeignKeys(Connection &connection, const QString &where)
 {
     std::vector<ForeignKey> keys;
     for (RecordSet rows = connection.execute(
-             QStringLiteral(
-                 "select k.constraint_name, k.table_schema, k.table_name, k.column_name, "
-                 "k.referenced_table_schema, k.referenced_table_name, k.referenced_column_name, "
-                 "concat(r.delete_rule,' ',r.update_rule) "
-                 "from information_schema.key_column_usage k "
-                 "join information_schema.referential_constraints r "
-                 "on r.constraint_schema=k.constraint_schema and r.constraint_name=k.constraint_name "
-                 "and r.table_name=k.table_name where ") +
+             QStringLiteral("select k.constraint_name, k.table_schema, k.table_name, k.column_name, "
+                            "k.referenced_table_schema, k.referenced_table_name, k.referenced_column_name, "
+                            "concat(r.delete_rule,' ',r.update_rule) "
+                            "from information_schema.key_column_usage k "
+                            "join information_schema.referential_constraints r "
+                            "on r.constraint_name=k.constraint_name where ") +
              where +
              QStringLiteral(" order by k.table_schema, k.table_name, k.constraint_name, k.ordinal_position"));
          !rows.isEof(); rows.moveNext()) {
@@ -159,8 +157,8 @@ TableShape readTableShape(Connection &connection, const QString &database, const
     if (table.whyReadOnly.isEmpty() && table.key.empty())
         table.whyReadOnly = QStringLiteral("主キーも、NULLのない一意キーもないため、行を特定できません");
     if (table.whyReadOnly.isEmpty())
-        // Both of the views are told the table: MariaDB 10.11 opens all tables of the server for one that is
-        // not.
+        // Both of the views are told the table, and not that theirs are the same: MariaDB 10.11 else opens
+        // all tables of the server for the second one.
         table.references = readForeignKeys(
             connection, inSchema(table, "k.table_schema", "k.table_name") + QStringLiteral(" and ") +
                             inSchema(table, "r.constraint_schema", "r.table_name") +
@@ -171,7 +169,9 @@ TableShape readTableShape(Connection &connection, const QString &database, const
 std::vector<ForeignKey> readReferrers(Connection &connection, const TableShape &table)
 {
     return readForeignKeys(connection,
-                           inSchema(table, "k.referenced_table_schema", "k.referenced_table_name"));
+                           inSchema(table, "k.referenced_table_schema", "k.referenced_table_name") +
+                               QStringLiteral(" and r.constraint_schema=k.constraint_schema and "
+                                              "r.table_name=k.table_name"));
 }
 
 TableShape shapeOfColumns(const TableShape &table, const QStringList &columns)

@@ -27,7 +27,9 @@ constexpr Catalogue catalogues[] = {
     {"routines", "routine_type", "routine_schema", "routine_name", "routine_name", "routine_comment",
      "routine_definition"},
     {"events", "'EVENT'", "event_schema", "event_name", "event_name", "event_comment", "event_definition"},
-    {"triggers", "'TRIGGER'", "trigger_schema", "event_object_table", "trigger_name", "", "action_statement"},
+    // In its table's schema; MariaDB 10.11 goes through all databases for trigger_schema.
+    {"triggers", "'TRIGGER'", "event_object_schema", "event_object_table", "trigger_name", "",
+     "action_statement"},
     {"views", "'VIEW'", "table_schema", "table_name", "", "", "view_definition"},
     {"columns", "'COLUMN'", "table_schema", "table_name", "column_name", "column_comment", ""},
     {"statistics", "'INDEX'", "table_schema", "table_name", "index_name", "index_comment", ""},

@@ -19,7 +19,7 @@ struct Named {
 constexpr Named namingThings[] = {
     {"views", "table_schema", "table_name", "view_definition", Kind::View, u"ビュー"},
     {"routines", "routine_schema", "routine_name", "routine_definition", Kind::Procedure, u"ルーチン"},
-    {"triggers", "trigger_schema", "trigger_name", "action_statement", Kind::Trigger, u"トリガー"},
+    {"triggers", "event_object_schema", "trigger_name", "action_statement", Kind::Trigger, u"トリガー"},
     {"events", "event_schema", "event_name", "event_definition", Kind::Event, u"イベント"},
 };
 
@@ -142,16 +142,17 @@ std::vector<RelatedThing> readForeignKeys(Session &session, const QString &datab
             "group_concat(k.referenced_column_name order by k.ordinal_position separator ', '), "
             "max(r.update_rule), max(r.delete_rule) from information_schema.key_column_usage k join "
             "information_schema.referential_constraints r on "
-            "r.constraint_schema=k.constraint_schema and r.constraint_name=k.constraint_name and "
-            "r.table_name=k.table_name where k.referenced_table_name is not null and %1 group by "
+            "r.constraint_name=k.constraint_name where k.referenced_table_name is not null and %1 group by "
             "k.constraint_name, k.table_schema, k.table_name, k.referenced_table_schema, "
             "k.referenced_table_name")
-            // Both of the views are told the table: MariaDB 10.11 opens all tables of the server for one that
-            // is not.
+            // Both of the views are told the table, and not that theirs are the same: MariaDB 10.11 else
+            // opens all tables of the server for the second one.
             .arg(isFrom
                      ? isTable(database, table, "k.table_schema", "k.table_name") + QStringLiteral(" and ") +
                            isTable(database, table, "r.constraint_schema", "r.table_name")
-                     : isTable(database, table, "k.referenced_table_schema", "k.referenced_table_name")),
+                     : isTable(database, table, "k.referenced_table_schema", "k.referenced_table_name") +
+                           QStringLiteral(" and r.constraint_schema=k.constraint_schema and "
+                                          "r.table_name=k.table_name")),
         [&](const RecordSet &rows) {
             const auto qualified = [&](int schema) {
                 return rows.text(schema) == database ? rows.text(schema + 1)
