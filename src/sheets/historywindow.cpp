@@ -65,6 +65,7 @@ void HistoryWindow::buildLayout()
     m_list->verticalHeader()->hide();
     m_list->horizontalHeader()->setStretchLastSection(true);
     m_list->setWordWrap(false);
+    m_list->setTabKeyNavigation(false); // to the buttons, not from cell to cell
     const auto button = [](const char *name, const QString &text) {
         auto *made = ::made<QPushButton>(name, text);
         made->setAutoDefault(false);

@@ -283,6 +283,9 @@ void CompareTest::aWindowShowsBothSidesAndMakesASheet()
     QCOMPARE(marked("compareRightText"), L({"`gone`", ") ENGI"}));
     stage.click("makeStatements");
     QVERIFY2(report.toPlainText().contains("印を付けて"), qPrintable(report.toPlainText()));
+    stage.click("compareAll");
+    QCOMPARE(list.topLevelItem(10)->checkState(0), Qt::Checked);
+    stage.click("compareNone");
     list.topLevelItem(2)->setCheckState(0, Qt::Checked);
     // A sheet of the side that is to be changed, whatever the window shows by now.
     stage.control<QComboBox>("compareRightConnection")->setCurrentIndex(0);

@@ -27,15 +27,10 @@ constexpr int differenceMark = 1;
 
 QString whereText(ComparedObject::Where where)
 {
-    switch (where) {
-    case ComparedObject::Where::OnlyLeft:
-        return QStringLiteral("左だけ");
-    case ComparedObject::Where::OnlyRight:
-        return QStringLiteral("右だけ");
-    case ComparedObject::Where::Differs:
-        break;
-    }
-    return QStringLiteral("違う");
+    using Where = ComparedObject::Where;
+    return where == Where::OnlyLeft    ? QStringLiteral("左だけ")
+           : where == Where::OnlyRight ? QStringLiteral("右だけ")
+                                       : QStringLiteral("違う");
 }
 
 QString kindText(const ComparedObject &object)
@@ -102,6 +97,16 @@ SqlTextBox *shownText(const char *name, const QString &accessibleName)
     box->setReadOnly(true);
     box->setAccessibleName(accessibleName);
     return box;
+}
+
+QPushButton *tickingButton(QTreeWidget &list, const char *name, const QString &title, Qt::CheckState state)
+{
+    auto *button = made<QPushButton>(name, title);
+    QObject::connect(button, &QPushButton::clicked, &list, [&list, state] {
+        for (int row = 0; row < list.topLevelItemCount(); ++row)
+            list.topLevelItem(row)->setCheckState(0, state);
+    });
+    return button;
 }
 
 } // namespace
@@ -240,10 +245,11 @@ void CompareWindow::buildForm()
     m_direction->setAccessibleDescription(QStringLiteral("文の向き"));
     m_make->setToolTip(QStringLiteral("印を付けたものの文を、SQLシートに入れます。実行はしません"));
     auto *making = new QHBoxLayout;
+    making->addWidget(tickingButton(*m_list, "compareAll", QStringLiteral("すべて"), Qt::Checked));
+    making->addWidget(tickingButton(*m_list, "compareNone", QStringLiteral("なし"), Qt::Unchecked));
     making->addWidget(m_direction);
     making->addWidget(m_make);
     making->addStretch(1);
-
     form()->addLayout(sides);
     form()->addLayout(counts);
     form()->addWidget(both, 1);
@@ -328,13 +334,11 @@ void CompareWindow::showObjects()
     if (m_characterSets->isChecked() && m_read->left.collation != m_read->right.collation)
         words << QStringLiteral("データベースの既定の照合順序が違います: 左 %1、右 %2 (文は作りません)")
                      .arg(m_read->left.collation, m_read->right.collation);
-    words.prepend(m_objects.empty() ? QStringLiteral("違いはありません。(左 %1、右 %2)")
-                                          .arg(m_read->left.objects.size())
-                                          .arg(m_read->right.objects.size())
-                                    : QStringLiteral("違うもの: %1 (左 %2、右 %3)")
-                                          .arg(m_objects.size())
-                                          .arg(m_read->left.objects.size())
-                                          .arg(m_read->right.objects.size()));
+    const QString sizes =
+        QStringLiteral("左 %1、右 %2").arg(m_read->left.objects.size()).arg(m_read->right.objects.size());
+    words.prepend(m_objects.empty()
+                      ? QStringLiteral("違いはありません。(%1)").arg(sizes)
+                      : QStringLiteral("違うもの: %1 (%2)").arg(QString::number(m_objects.size()), sizes));
     tell(words.join(u'\n'), false);
     if (!m_objects.empty())
         m_list->setCurrentItem(m_list->topLevelItem(0));

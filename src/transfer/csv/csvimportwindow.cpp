@@ -126,10 +126,17 @@ void CsvImportWindow::layOut()
     fields->addRow(QStringLiteral("キーが重複する行："), m_duplicates);
     fields->addRow(QStringLiteral("入らない行："), m_errors);
     fields->addRow(QString(), m_local);
+    // A label that wraps makes the scroll area ask for all the height that the lists would like: they would
+    // hide what stands below them.
+    constexpr int fewRows = 90;
+    for (QWidget *list : std::initializer_list<QWidget *>{m_preview, m_mapping}) {
+        list->setSizePolicy(QSizePolicy::Expanding, QSizePolicy::Ignored);
+        list->setMinimumHeight(fewRows);
+    }
     form()->addLayout(fields);
+    form()->addWidget(m_checks); // above the lists, where it is seen
     form()->addWidget(m_preview, 2);
     form()->addWidget(m_mapping, 2);
-    form()->addWidget(m_checks);
 }
 
 void CsvImportWindow::showLocal()

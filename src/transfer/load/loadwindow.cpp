@@ -14,6 +14,8 @@
 #include <QPlainTextEdit>
 #include <QPushButton>
 
+#include <utility>
+
 namespace {
 
 // Another when another program has written the file.
@@ -134,13 +136,17 @@ void LoadWindow::look()
     const QString path = m_path->text();
     if (path.isEmpty())
         return tell(QStringLiteral("ファイルを指定してください。"), true);
-    m_lookedAt = stateOf(path);
+    const QString before = std::exchange(m_lookedAt, stateOf(path));
+    const bool isRewritten = m_look && before != m_lookedAt && before.endsWith(u' ' + path);
     m_looking = std::make_shared<std::optional<ScriptLook>>();
-    begin([path, result = m_looking](const ReportProgress &report) {
+    begin([path, isRewritten, result = m_looking](const ReportProgress &report) {
         *result = lookAtScript(path, [&report](qint64 read, qint64 all) {
             report({.object = QStringLiteral("調べています"), .bytes = read, .expectedBytes = all});
         });
-        return QStringLiteral("調べました。「開始」で読み込みます。");
+        return isRewritten
+                   ? QStringLiteral("ファイルが書き換えられていたので、もう一度調べました。上を確かめて、"
+                                    "「開始」で読み込みます。")
+                   : QStringLiteral("調べました。「開始」で読み込みます。");
     });
 }
 
