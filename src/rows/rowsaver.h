@@ -35,7 +35,7 @@ struct SaveReport {
 class RowSaver {
 public:
     // Called before anything is final with what takes it back, in order, in terms of all columns of the
-    // table; what it throws (an Failure) ends the saving with nothing saved.
+    // table; what it throws (a Failure) ends the saving with nothing saved.
     using Keep = std::function<void(const TableShape &whole, const std::vector<RowChange> &inverse)>;
     struct Options {
         // They are put back where they were, though sql_mode forbids them.
