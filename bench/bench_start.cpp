@@ -101,6 +101,7 @@ int main(int argc, char *argv[])
         return modes.at(argv[1])(argc, argv);
     if (!qEnvironmentVariableIsSet("QT_QPA_PLATFORM"))
         qputenv("QT_QPA_PLATFORM", "offscreen");
+    const QString platform = qEnvironmentVariable("QT_QPA_PLATFORM");
     QTemporaryDir folder;
     const auto run = [&](const char *mode) { return timed(argv[0], mode, qPrintable(folder.path())); };
     std::vector<Measurement> empty, label, full;
@@ -109,21 +110,22 @@ int main(int argc, char *argv[])
         label.push_back(run("label"));
         full.push_back(run("full"));
     }
-    TableLine start = comparedLine(QStringLiteral("start, against an empty window"), {}, {empty, full}, 1.0);
+    const QString job = QStringLiteral("start (%1), against ").arg(platform);
+    TableLine start = comparedLine(job + QStringLiteral("an empty window"), {}, {empty, full}, 1.0);
     start.bound = QStringLiteral("none"); // it shows no text
     start.memory = asMegabytes(median(full).peakMegabytes);
     start.isWithin = true;
     print(start);
 
     // What the first Japanese letters of any program cost is not ours.
-    TableLine letters = comparedLine(QStringLiteral("start, against one label"), {}, {label, full}, 1.75);
+    TableLine letters = comparedLine(job + QStringLiteral("one label"), {}, {label, full}, 1.75);
     letters.memory = start.memory;
     print(letters);
 
     constexpr double bound = 1.6;
     const double least = median(empty).peakMegabytes, ours = median(full).peakMegabytes;
     TableLine memory;
-    memory.job = QStringLiteral("memory then, empty window / ours");
+    memory.job = QStringLiteral("memory then (%1), empty window / ours").arg(platform);
     memory.bareLoop = asMegabytes(least);
     memory.ours = asMegabytes(ours);
     memory.ratio = asRatio(ours / least);
