@@ -17,26 +17,26 @@ QString titleOf(const BoundObject &object)
            quotedName(object.database, object.name);
 }
 
-QString showStatement(const BoundObject &object, const QString &name)
+QString showStatement(const BoundObject &object)
 {
-    return QStringLiteral("SHOW CREATE %1 %2").arg(keyword(object), quotedName(object.database, name));
+    return QStringLiteral("SHOW CREATE %1 %2").arg(keyword(object), quotedName(object.database, object.name));
 }
 
-QString dropStatement(const BoundObject &object, const QString &name)
+QString dropStatement(const BoundObject &object)
 {
-    return QStringLiteral("DROP %1 %2").arg(keyword(object), quotedName(object.database, name));
+    return QStringLiteral("DROP %1 %2").arg(keyword(object), quotedName(object.database, object.name));
 }
 
 ObjectDefinition readReadable(Session &session, const BoundObject &object)
 {
-    ObjectDefinition definition = readDefinition(session.connection(), showStatement(object, object.name));
+    ObjectDefinition definition = readDefinition(session.connection(), showStatement(object));
     if (definition.text.isEmpty())
         throw Failure(QStringLiteral("定義を読む権限がありません: ") + titleOf(object));
     return definition;
 }
 
-// The name that the text behind the keyword begins with, without its database.
-QString nameIn(const QString &tail, SqlMode mode)
+// What the text behind the keyword makes; where it names no database, in the other's.
+BoundObject objectIn(const QString &tail, SqlMode mode, const BoundObject &beside)
 {
     QStringList names;
     for (const Token &token : sqlTokens(tail, mode)) {
@@ -51,8 +51,12 @@ QString nameIn(const QString &tail, SqlMode mode)
                       ? written.sliced(1, written.size() - 2).replace(QString(2, quote), QString(quote))
                       : written);
     }
-    return names.value(names.size() - 1);
+    return {beside.isTrigger, names.size() > 1 ? names[0] : beside.database, names.value(names.size() - 1)};
 }
+
+// A server makes no such event, and says so in a note only.
+const QString eventIsOver = QStringLiteral("日時が過ぎたｲﾍﾞﾝﾄ (ON COMPLETION NOT PRESERVE) は、作っても、"
+                                           "サーバーがすぐに消します。");
 
 // One trigger or event under change, told by its steps.
 class BoundChange {
@@ -71,6 +75,7 @@ private:
     }
     QString oldTail() const { return m_remaking.oldTail().trimmed(); }
     bool isOrderAccepted();
+    void requireNotOver();
     std::vector<SessionVariable> withZone(std::vector<SessionVariable> with) const;
     Step dropping() const;
     Step creating() const;
@@ -80,7 +85,8 @@ private:
     const BoundObject &m_object;
     UndoLog m_log;
     Remaking m_remaking;
-    QString m_newTail, m_newName;
+    QString m_newTail;
+    BoundObject m_new;
 };
 
 BoundChange::BoundChange(Session &session, Dialogue &dialogue, const BoundObject &object, const QString &text)
@@ -94,7 +100,21 @@ BoundChange::BoundChange(Session &session, Dialogue &dialogue, const BoundObject
     if (head.tail < 0 || head.keyword != keyword(object))
         throw Failure(QStringLiteral("CREATE %1 の文ではありません。").arg(keyword(object)));
     m_newTail = text.mid(head.tail).trimmed();
-    m_newName = nameIn(m_newTail, m_remaking.mode);
+    m_new = objectIn(m_newTail, m_remaking.mode, object);
+}
+
+// Dropped, it could not be made again. Where the scheduler is off, it is still there.
+void BoundChange::requireNotOver()
+{
+    RecordSet rows = m_session.connection().execute(
+        QStringLiteral("select 1 from information_schema.events where event_schema=%1 and event_name=%2 and "
+                       "on_completion='NOT PRESERVE' and coalesce(execute_at, ends)<="
+                       "convert_tz(utc_timestamp(), '+00:00', time_zone)")
+            .arg(quotedText(m_object.database), quotedText(m_object.name)));
+    if (rows.isOpen() && !rows.isEof())
+        throw Failure(
+            eventIsOver +
+            QStringLiteral("\n変更しません。日時を改めるには、SQLシートで ALTER EVENT を実行して下さい。"));
 }
 
 // A trigger that is made again runs behind the others of its kind; no text says where it stood.
@@ -129,14 +149,14 @@ std::vector<SessionVariable> BoundChange::withZone(std::vector<SessionVariable> 
 
 Step BoundChange::dropping() const
 {
-    Step step{dropStatement(m_object, m_object.name)};
-    step.isDone = isMissing(showStatement(m_object, m_object.name));
+    Step step{dropStatement(m_object)};
+    step.isDone = isMissing(showStatement(m_object));
     step.notUndone =
         titleOf(m_object) + QStringLiteral(" を確認して下さい。元に戻せていない可能性があります。");
     WayBack back = m_remaking.wayBack(create(oldTail(), m_remaking.definer()));
-    back.when = isMissing(showStatement(m_object, m_object.name));
-    back.show = showStatement(m_object, m_object.name);
-    back.drop = dropStatement(m_object, m_object.name);
+    back.when = isMissing(showStatement(m_object));
+    back.show = showStatement(m_object);
+    back.drop = dropStatement(m_object);
     back.otherwise = back.statement;
     back.with = withZone(back.with);
     step.back.push_back(back);
@@ -147,8 +167,10 @@ Step BoundChange::creating() const
 {
     Step step = m_remaking.step(create(m_newTail, m_remaking.definer()));
     step.with = withZone(step.with);
-    step.isDone = isThere(showStatement(m_object, m_newName));
-    step.back = {{dropStatement(m_object, m_newName)}};
+    step.isDone = isThere(showStatement(m_new));
+    step.back = {{dropStatement(m_new)}};
+    if (!m_object.isTrigger)
+        step.notDone = eventIsOver;
     step.completes = true;
     step.onceDone = titleOf(m_object) + QStringLiteral(" の変更は済んでいます。");
     return step;
@@ -160,6 +182,8 @@ bool BoundChange::run(const QString &shownText)
         throw Failure(QStringLiteral("定義は表示した後に変更されています。開き直して下さい。"));
     if (!isOrderAccepted())
         return false;
+    if (!m_object.isTrigger)
+        requireNotOver();
     if (!m_remaking.old.timeZone.isEmpty())
         m_log.variables().read(m_session.connection(), {QStringLiteral("time_zone")});
     m_remaking.keepDatabaseCollation(m_object.database);
@@ -175,7 +199,10 @@ bool BoundChange::run(const QString &shownText)
     try {
         m_log.open();
         m_log.execute(dropping());
-        m_log.execute(creating());
+        const Step step = creating();
+        if (m_new.name != m_object.name)
+            requireFree(m_session, step);
+        m_log.execute(step);
     } catch (const Failure &error) {
         report = m_log.undo(error);
         m_dialogue.setLastError(error.description(), false);
@@ -238,6 +265,11 @@ bool createBoundObject(Session &session, Dialogue &dialogue, const BoundObject &
         }
         if (failure)
             throw Failure(*failure);
+        const QString written = withLf(text);
+        const BoundObject made = objectIn(written.mid(headOf(written, {}).tail), {}, object);
+        if (!made.isTrigger && !made.name.isEmpty() &&
+            !isSo(session.connection(), isThere(showStatement(made))))
+            throw Failure(eventIsOver);
         return true;
     });
 }
@@ -259,7 +291,7 @@ bool dropBoundObject(Session &session, Dialogue &dialogue, const BoundObject &ob
                                .arg(serverName(session), titleOf(object))) ||
             !mayWrite(session, dialogue))
             return false;
-        session.connection().execute(dropStatement(object, object.name));
+        session.connection().execute(dropStatement(object));
         return true;
     });
 }

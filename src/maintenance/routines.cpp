@@ -162,7 +162,10 @@ void RoutineChange::send()
 {
     m_log.open();
     m_log.execute(dropping());
-    m_log.execute(creating());
+    const Step step = creating();
+    if (withoutBackticks(m_newName) != m_name)
+        requireFree(m_context.session, step);
+    m_log.execute(step);
     for (const QString &grant : m_remaking.grants(qualifiedName(m_database, m_newName)))
         m_log.execute({grant});
 }

@@ -16,15 +16,17 @@ private Q_SLOTS:
 
 private:
     TestServers m_servers{
-        {}, [](TestServer &server) {
+        {"--event-scheduler=OFF"}, [](TestServer &server) {
             server.run(
                 "create database d; use d; create table t(a int, b int); create user boss@localhost; "
                 "grant all on *.* to boss@localhost; set sql_mode='ANSI_QUOTES,NO_BACKSLASH_ESCAPES'; "
                 "create definer=boss@localhost trigger trg before insert on t for each row set new.b = 1;"
                 "set time_zone='+03:00'; create definer=boss@localhost event e on schedule at "
-                "'2037-01-01 12:00:00' do delete from t;");
+                "'2037-01-01 12:00:00' do delete from t; create definer=boss@localhost event later "
+                "on schedule every 1 day do delete from t; set timestamp=1000000000; "
+                "create event past on schedule at now() + interval 1 hour do delete from t;");
         }};
-    const BoundObject m_trigger{true, "d", "trg"}, m_event{false, "d", "e"};
+    const BoundObject m_trigger{true, "d", "trg"}, m_event{false, "d", "e"}, m_past{false, "d", "past"};
 };
 
 void BoundObjectTest::aChangeKeepsWhatTheTextDoesNotSay()
@@ -47,7 +49,8 @@ void BoundObjectTest::aChangeKeepsWhatTheTextDoesNotSay()
     }
     QCOMPARE(server.run("select definer, sql_mode from information_schema.triggers where trigger_name='trg'"),
              "boss@localhost\tANSI_QUOTES,NO_BACKSLASH_ESCAPES\n");
-    QCOMPARE(server.run("select definer, time_zone, execute_at from information_schema.events"),
+    QCOMPARE(server.run("select definer, time_zone, execute_at from information_schema.events where "
+                        "event_name='e'"),
              "boss@localhost\t+03:00\t2037-01-01 12:00:00\n");
 }
 
@@ -57,14 +60,24 @@ void BoundObjectTest::aRefusedChangeLeavesEverything()
     SKIP_WITHOUT(brand);
     RealStage stage(m_servers.of(brand), nativeDriverName());
     const QRegularExpression table(" on [`\"]?t[`\"]? ", QRegularExpression::CaseInsensitiveOption);
-    for (const BoundObject &object : {m_trigger, m_event}) {
+    for (const BoundObject &object : {m_trigger, m_event, m_past}) {
         const QString shown = readBoundObject(stage.session, object);
-        for (const QString &wrong : {shown + " )", QString("DROP TABLE t"),
-                                     QString(object.isTrigger ? shown : "x").replace(table, " on gone ")}) {
-            QVERIFY(!changeBoundObject(stage.session, stage.dialogue, object, shown, wrong));
+        for (const QString &wrong :
+             {shown + " )", QString("DROP TABLE t"),
+              QString(object.isTrigger ? shown : "x").replace(table, " on gone "),
+              QString("create event later on schedule every 1 day do delete from t"),
+              QString("create event e on schedule at '2020-01-01' do delete from t"),
+              QString("create event past on schedule at '2037-01-01' do delete from t")}) {
+            QVERIFY2(!changeBoundObject(stage.session, stage.dialogue, object, shown, wrong),
+                     qPrintable(wrong + stage.told()));
             QCOMPARE(readBoundObject(stage.session, object), shown);
         }
     }
+    QCOMPARE(
+        m_servers.of(brand).run("select definer from information_schema.events where event_name='later'"),
+        "boss@localhost\n");
+    QVERIFY(!createBoundObject(stage.session, stage.dialogue, {false, "d", {}},
+                               "create event over on schedule at '2020-01-01' do delete from t"));
     const BoundObject made{true, "d", {}};
     QVERIFY(!createBoundObject(stage.session, stage.dialogue, made, "create table d.x(a int)"));
     QVERIFY(createBoundObject(stage.session, stage.dialogue, made,

@@ -163,9 +163,11 @@ void TableChangeCutTest::viewsAndRoutinesAreThereAfterEveryBreak_data()
     const QString view = "create view d.v as select 'old, ' as `group`, `order` from d.t";
     const QString routine = "create procedure d.v() select 'old' as `group`";
     row("view refused", native, view, "CREATE VIEW d.v AS select 'new' from nothing", true);
+    row("view refused, name taken", native, view, "CREATE VIEW d.u AS select 'new' AS x", true);
     row("view, ODBC", odbcDriver(), view, "CREATE VIEW v AS select 'new' AS x", true);
     row("view, server away", native, view, "CREATE VIEW d.v AS select 'new' AS x", false);
     row("routine refused, ODBC", odbcDriver(), routine, "create procedure v() selekt 'new'", true);
+    row("routine refused, name taken", native, routine, "create procedure u() select 'new'", true);
     row("routine", native, routine,
         "Create Definer=demo@localhost Procedure v()\r\nbegin\r\n select 'new'; #\r\nend", true);
     row("routine, server away", native, routine, "create procedure v() select 'new'", false);
@@ -180,7 +182,8 @@ void TableChangeCutTest::viewsAndRoutinesAreThereAfterEveryBreak()
         bool hasCut = true;
         for (int n = 0; hasCut; ++n) {
             for (const QString &statement :
-                 {QString("create or replace database d"), QString("create table d.t (`order` int)"), old})
+                 {QString("create or replace database d"), QString("create table d.t (`order` int)"),
+                  QString("create view d.u as select 1"), QString("create procedure d.u() select 1"), old})
                 sql(statement);
             RealStage user(m_server, driver, "d", m_proxy.port());
             user.session.connection().execute("use d");
@@ -189,8 +192,11 @@ void TableChangeCutTest::viewsAndRoutinesAreThereAfterEveryBreak()
             user.selection.txtField = user.selection.txtProc = text;
             hasCut = breakAt(n, what, user, isView ? changeTable : changeRoutine, mayReturn);
             const QString found = sql("select view_definition from information_schema.views where "
-                                      "table_schema='d' union select routine_definition from "
-                                      "information_schema.routines where routine_schema='d'");
+                                      "table_schema='d' and table_name<>'u' union select "
+                                      "routine_definition from information_schema.routines where "
+                                      "routine_schema='d' and routine_name<>'u'");
+            QVERIFY(sql("show create view d.u").contains("1") &&
+                    sql("show create procedure d.u").contains("1"));
             const QString said = found + m_told.join(u'\n') + m_lastError;
             if (found.isEmpty()) {
                 QVERIFY2(hasCut && !mayReturn, qPrintable(said));

@@ -49,6 +49,8 @@ RecordSet UndoLog::execute(Step step)
     try {
         Q_ASSERT(&reached == m_session.gCn.get());
         RecordSet rows = send(noted.step.statement, noted.step.with);
+        if (!noted.step.notDone.isEmpty() && !isSo(connection(), noted.step.isDone))
+            throw Failure(noted.step.notDone);
         noted.state = State::Done;
         return rows;
     } catch (const Failure &error) {

@@ -48,6 +48,7 @@ struct Step {
     QString untilUndone = {}; // where things are as long as it stands
     QString inDoubt = {};     // the same, when nobody knows whether it was done
     QString notUndone = {}; // told before `untilUndone` when the undoing ends before the step was taken back
+    QString notDone = {};   // thrown where the server says yes and `isDone` says no; empty: not asked
     QString lost = {};      // optional: told when it was refused, and the change goes on
     bool isOfSession = false; // ends with the connection: a lock
     bool completes = false;   // when it turns out to be done after a doubt, the change is done

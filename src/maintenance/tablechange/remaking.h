@@ -6,6 +6,10 @@
 
 #include <functional>
 
+// Before a step that makes an object of a new name: what another one made of that name would be taken for it
+// when the answer is lost, and be dropped. Throws Failure.
+void requireFree(Session &session, const Step &making);
+
 // A view or routine that is dropped and made again, from an edited text or as it was: what a definition's
 // text does not carry is to stay, and where it cannot, the user is asked before anything is changed.
 class Remaking {

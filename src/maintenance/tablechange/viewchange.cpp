@@ -196,7 +196,11 @@ void ViewChange::send()
     m_log.open();
     m_log.execute(dropping());
     m_context.dialogue.progress(3, 2);
-    m_log.execute(creating());
+    const Step step = creating();
+    const QString name = withoutBackticks(withoutDatabase(newName(), m_context.session.gDbName));
+    if (name != m_selection.lblTableName && !m_newHead.replaces)
+        requireFree(m_context.session, step);
+    m_log.execute(step);
     giveAttributes();
     m_context.dialogue.progress(3, 3);
 }
