@@ -19,6 +19,7 @@
 #include <QFocusEvent>
 #include <QLayout>
 #include <QMenuBar>
+#include <QSessionManager>
 #include <QTimer>
 
 namespace {
@@ -76,6 +77,9 @@ frmTarnwell::frmTarnwell(Session &session)
     session.comeBack = [this] { comeBack(); };
     connect(new WindowActivation(this), &WindowActivation::activated, this,
             [this] { m_panel.chooseSaved(); });
+    // Qt 6 leaves it to each program to be asked when the desktop ends.
+    connect(qApp, &QGuiApplication::commitDataRequest, this, &frmTarnwell::endWithDesktop,
+            Qt::DirectConnection);
     Form_Load();
     m_panel.chooseSaved();
     restoreSize(*this, m_session.gIniPath, sizeKey, standardSize);
@@ -199,6 +203,23 @@ void frmTarnwell::sConnectMode(bool connected)
     m_panel.cboDSNList_Click();
 }
 
+bool frmTarnwell::mayStopTransfers()
+{
+    const QStringList running = transfersToLose();
+    return running.isEmpty() ||
+           m_dialogue.warn(QStringLiteral("実行中の処理があります。\r\n・%1\r\n中断して終了しますか？")
+                               .arg(running.join(QStringLiteral("\r\n・"))));
+}
+
+void frmTarnwell::endWithDesktop(QSessionManager &desktop)
+{
+    if (!desktop.allowsInteraction()) // no box can be answered
+        return;
+    if (!close())
+        desktop.cancel();
+    desktop.release();
+}
+
 void frmTarnwell::closeEvent(QCloseEvent *event)
 {
     if (m_session.runner.isRunning()) {
@@ -206,8 +227,8 @@ void frmTarnwell::closeEvent(QCloseEvent *event)
         m_session.runner.leave(this, [this] { close(); });
         return;
     }
-    // Rows that are not saved, or a transaction that is open.
-    if (!m_rows.mayLeave() || !m_sheets.close()) {
+    // Transfers, which are stopped, rows that are not saved, or a transaction that is open.
+    if (!mayStopTransfers() || !m_rows.mayLeave() || !m_sheets.close()) {
         event->ignore();
         return;
     }

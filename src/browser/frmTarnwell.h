@@ -18,6 +18,7 @@
 
 class ConnectionStore;
 class KeepAlive;
+class QSessionManager;
 class DiagramWindow;
 class ServerWindow;
 class SearchWindow;
@@ -53,6 +54,8 @@ private:
 
     void Form_Load();
     void connectSignals();
+    bool mayStopTransfers();
+    void endWithDesktop(QSessionManager &desktop);
     static std::span<const WindowCommand> windowCommands();
     void offerCommands();
 

@@ -7,6 +7,8 @@
 #include "transfer/dump/dumpwindow.h"
 #include "transfer/load/loadwindow.h"
 
+#include <QApplication>
+
 namespace {
 
 void show(QWidget *window)
@@ -52,6 +54,16 @@ void openCsvImportWindow(Session &session, const Selection &selection)
 {
     show(new CsvImportWindow(session,
                              selection.table.isEmpty() ? QString() : ListItem::parse(selection.table).name));
+}
+
+QStringList transfersToLose()
+{
+    QStringList running;
+    for (const QWidget *window : QApplication::topLevelWidgets())
+        if (const auto *transfer = qobject_cast<const TransferWindow *>(window))
+            running << transfer->whatWouldBeLost();
+    running.removeAll(QString());
+    return running;
 }
 
 void offerExport(QWidget &window, Session &session)

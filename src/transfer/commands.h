@@ -17,6 +17,8 @@ void openDumpWindow(Session &session, const Selection &selection, bool isTableOn
 void openCopyWindow(Session &session, const Selection &selection, bool isTableOnly, SavedConnections saved);
 void openLoadWindow(Session &session);
 void openCsvImportWindow(Session &session, const Selection &selection);
+// What runs in them and would be lost if the program ended; see TransferWindow.
+QStringList transfersToLose();
 // Lets the menu of every grid of the window write its rows into a file.
 void offerExport(QWidget &window, Session &session);
 // The same for one grid. The session, of the connection that gave its rows, lives as long as that is offered

@@ -4,6 +4,7 @@
 #include "controls/window/building.h"
 #include "controls/window/narrow.h"
 #include "controls/window/stopping.h"
+#include "core/command/writing.h"
 
 #include <QCheckBox>
 #include <QCloseEvent>
@@ -70,13 +71,13 @@ TransferWindow::~TransferWindow() = default;
 
 void TransferWindow::begin(const QString &database, const TransferJob::Work &work)
 {
-    setRunning(true);
+    setRunning(true, serverName(m_session));
     m_job.start(m_session, database, work);
 }
 
 void TransferWindow::begin(const Session &from, const Session &to, const TransferJob::WorkOfTwo &work)
 {
-    setRunning(true);
+    setRunning(true, serverName(from) + QStringLiteral(" → ") + serverName(to));
     m_job.start(from, to, work);
 }
 
@@ -86,8 +87,9 @@ void TransferWindow::begin(const std::function<QString(const ReportProgress &)> 
     m_job.start(work);
 }
 
-void TransferWindow::setRunning(bool isRunning)
+void TransferWindow::setRunning(bool isRunning, const QString &where)
 {
+    m_where = where;
     m_formArea->setEnabled(!isRunning);
     m_start->setEnabled(!isRunning);
     m_stop->setEnabled(isRunning);
@@ -99,6 +101,13 @@ void TransferWindow::setRunning(bool isRunning)
     m_status->setText(QStringLiteral("接続中…"));
     m_report->clear();
     m_stop->setFocus();
+}
+
+QString TransferWindow::whatWouldBeLost() const
+{
+    if (!m_job.isRunning() || isOnlyLooking())
+        return {};
+    return m_where.isEmpty() ? windowTitle() : QStringLiteral("%1 (%2)").arg(windowTitle(), m_where);
 }
 
 void TransferWindow::showProgress(const TransferStatus &status)

@@ -23,6 +23,9 @@ class TransferWindow : public QWidget {
 public:
     ~TransferWindow() override;
 
+    // What runs and on which server, for a question before it is stopped; empty: nothing would be lost.
+    QString whatWouldBeLost() const;
+
 protected:
     // The settings of the session are those at each start; it outlives the window.
     TransferWindow(Session &session, const char *name, const QString &title, const char *startName);
@@ -39,6 +42,8 @@ protected:
     void tell(const QString &text, bool isFailure);
     // After the end of a run, unless the window closes.
     virtual void ended(bool /*hasFailed*/) {}
+    // Whether what runs can be done again as it is, and loses nothing by being stopped.
+    virtual bool isOnlyLooking() const { return false; }
 
     QVBoxLayout *form() const { return m_form; }
     QPushButton *startButton() const { return m_start; }
@@ -51,7 +56,7 @@ protected:
 private:
     void showProgress(const TransferStatus &status);
     void finish(const QString &text, bool hasFailed);
-    void setRunning(bool isRunning);
+    void setRunning(bool isRunning, const QString &where = {});
 
     WidgetDialogue m_dialogue;
     TransferJob m_job;
@@ -63,6 +68,7 @@ private:
     QLabel *m_status;
     QPlainTextEdit *m_report;
     QElapsedTimer m_sinceStart;
+    QString m_where; // it runs: the server, or both
     bool m_closesAtEnd = false;
 };
 

@@ -43,6 +43,7 @@ private Q_SLOTS:
     void lettersSpellATableWhileTheServerThinks();
     void aThinkingServerIsLeftAtOnce_data();
     void aThinkingServerIsLeftAtOnce();
+    void aTransferIsNotEndedInSilence();
 
 private:
     template <class Control>
@@ -400,6 +401,38 @@ void MainWindowTest::aThinkingServerIsLeftAtOnce()
     QCOMPARE(m_stage->session.gDbName.isEmpty(), !closes);
     QCOMPARE(m_stage->window->isVisible(), !closes);
     QCOMPARE(control<QWidget>("cmdConnect")->isEnabled(), !closes);
+}
+
+void MainWindowTest::aTransferIsNotEndedInSilence()
+{
+    Boxes boxes;
+    openDatabase();
+    const QString path = m_stage->folder.filePath("slow.sql");
+    writeFile(path, "SELECT SLEEP(60);\n");
+    m_stage->window->findChild<QAction *>("action_openLoad")->trigger();
+    QPointer<QWidget> load;
+    for (QWidget *window : QApplication::topLevelWidgets())
+        if (window->objectName() == u"loadWindow")
+            load = window;
+    ::control<QLineEdit>(*load, "loadPath").setText(path);
+    for (const char *button : {"loadLook", "startLoad"}) {
+        QTRY_VERIFY(::control<QPushButton>(*load, button).isEnabled());
+        press(*load, {button});
+    }
+    QTRY_VERIFY(sql("SHOW PROCESSLIST").contains("SLEEP(60)"));
+    const QString question =
+        QString(
+            "実行中の処理があります。\r\n・SQL ファイルの読み込み (localhost:%1)\r\n中断して終了しますか？")
+            .arg(m_server->port());
+    boxes.expect(question, QMessageBox::Cancel);
+    click("cmdEnd");
+    QVERIFY(m_stage->session.gCn && m_stage->window->isVisible());
+    QVERIFY(sql("SHOW PROCESSLIST").contains("SLEEP(60)"));
+    boxes.expect(question, QMessageBox::Ok);
+    click("cmdEnd");
+    QVERIFY(!m_stage->session.gCn && !m_stage->window->isVisible());
+    QTRY_VERIFY_WITH_TIMEOUT(!load, 20000);
+    QVERIFY(!sql("SHOW PROCESSLIST").contains("SLEEP(60)"));
 }
 
 QTEST_MAIN(MainWindowTest)

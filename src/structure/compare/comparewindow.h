@@ -33,6 +33,7 @@ public:
 protected:
     void start() override;
     void ended(bool hasFailed) override;
+    bool isOnlyLooking() const override { return true; }
     void changeEvent(QEvent *event) override;
     void closeEvent(QCloseEvent *event) override;
 

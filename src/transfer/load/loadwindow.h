@@ -21,6 +21,7 @@ public:
 protected:
     void start() override;
     void ended(bool hasFailed) override;
+    bool isOnlyLooking() const override { return m_looking != nullptr; }
 
 private:
     void buildForm();
