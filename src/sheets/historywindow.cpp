@@ -59,6 +59,8 @@ void HistoryWindow::buildLayout()
     m_list->setHorizontalHeaderLabels({QStringLiteral("時刻"), QStringLiteral("サーバー"),
                                        QStringLiteral("データベース"), QStringLiteral("秒"),
                                        QStringLiteral("行"), QStringLiteral("文")});
+    m_list->setAccessibleName(windowTitle());
+    m_filter->setAccessibleName(QStringLiteral("履歴の絞り込み"));
     m_list->setSelectionBehavior(QAbstractItemView::SelectRows);
     m_list->setSelectionMode(QAbstractItemView::SingleSelection);
     m_list->setEditTriggers(QAbstractItemView::NoEditTriggers);

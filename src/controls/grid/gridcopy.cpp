@@ -202,7 +202,7 @@ void GridCopy::addHeader()
     const bool hasHeader = m_format == CopyFormat::TabSeparatedWithHeader || m_format == CopyFormat::Csv ||
                            m_format == CopyFormat::Markdown;
     if (m_format == CopyFormat::Json)
-        m_text += '['; // GCC 12 at -O2 falsely warns of an overflow at an assignment
+        m_text = "[";
     if (!hasHeader)
         return;
     const bool isMarkdown = m_format == CopyFormat::Markdown;

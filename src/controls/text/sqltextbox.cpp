@@ -7,6 +7,31 @@
 #include <QKeyEvent>
 #include <QMenu>
 
+namespace {
+
+class MySqlLexer : public QsciLexerSQL {
+public:
+    using QsciLexerSQL::QsciLexerSQL;
+
+    // QScintilla 2.13 knows the words of the standard, not those of these servers.
+    const char *keywords(int set) const override
+    {
+        static const QByteArray words =
+            QsciLexerSQL::keywords(1) +
+            QByteArrayLiteral(
+                " analyze auto_increment bigint change charset columns comment database databases datetime "
+                "delayed delimiter div duplicate engine enum event exists explain flush force fulltext "
+                "grants "
+                "handler index infile json kill keys lines load lock longblob longtext mediumblob mediumint "
+                "mediumtext mod modify offset optimize outfile over partition processlist regexp rename "
+                "repair replace rlike separator show straight_join tables terminated text tinyblob tinyint "
+                "tinytext truncate unlock unsigned use varbinary variables warnings window xor zerofill");
+        return set == 1 ? words.constData() : QsciLexerSQL::keywords(set);
+    }
+};
+
+} // namespace
+
 SqlTextBox::SqlTextBox(QWidget *parent)
     : QsciScintilla(parent)
 {
@@ -150,7 +175,7 @@ void SqlTextBox::showEvent(QShowEvent *event)
 
 void SqlTextBox::buildLexer()
 {
-    auto *lexer = new QsciLexerSQL(this);
+    auto *lexer = new MySqlLexer(this);
     lexer->setBackslashEscapes(true);
     lexer->setHashComments(true);
     lexer->setQuotedIdentifiers(true);
