@@ -25,15 +25,15 @@ std::optional<QString> answerTo(const QString &question)
     }
     if (hint != "confirm" && !wantsYes(question))
         return askForPassword(nullptr, question);
-    const QStringList choices{QStringLiteral("やめる"), QStringLiteral("続ける")}; // Enter takes the first
+    const QStringList choices{QStringLiteral("続ける")};
     if (!wantsYes(question))
-        return showChoices(nullptr, visibleText(question), choices) == 1 ? std::optional(QString())
+        return showChoices(nullptr, visibleText(question), choices) == 0 ? std::optional(QString())
                                                                          : std::nullopt;
     const QString explained =
         QStringLiteral("SSH のホストの鍵をまだ知りません。指紋が本物か、ホストの管理者に確かめてください。"
                        "\nこのホストを信じて接続しますか？\n\n") +
         visibleText(question);
-    return showChoices(nullptr, explained, choices) == 1 ? QStringLiteral("yes") : QStringLiteral("no");
+    return showChoices(nullptr, explained, choices) == 0 ? QStringLiteral("yes") : QStringLiteral("no");
 }
 
 } // namespace

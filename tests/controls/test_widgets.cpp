@@ -209,6 +209,14 @@ void WidgetsTest::boxesCarryCaptionAndAnswer()
     QVERIFY(!parts.dialogue.confirm(question, Icon::Critical));
     QTimer::singleShot(20, this, escape);
     QVERIFY(!parts.dialogue.ask(question));
+    // What nobody may do by habit.
+    const auto enter = [] { QTest::keyClick(&shownBox(), Qt::Key_Return); };
+    QTimer::singleShot(20, this, enter);
+    QVERIFY(!parts.dialogue.warn(question));
+    QTimer::singleShot(20, this, enter);
+    QVERIFY(!parts.dialogue.askCarefully(question));
+    QTimer::singleShot(20, this, enter);
+    QCOMPARE(parts.dialogue.choose(question, {"コミットして閉じる", "ロールバックして閉じる"}), -1);
 }
 
 void WidgetsTest::longMessagesStayOnTheScreenAndAreNoMarkup()

@@ -76,7 +76,9 @@ int showChoices(QWidget *window, const QString &text, const QStringList &choices
     QList<QAbstractButton *> buttons;
     for (const QString &choice : choices)
         buttons << box.addButton(choice, QMessageBox::AcceptRole);
-    box.setEscapeButton(box.addButton(QMessageBox::Cancel));
+    QPushButton *cancel = box.addButton(QMessageBox::Cancel);
+    box.setEscapeButton(cancel);
+    box.setDefaultButton(cancel);
     const PointerInBox pointer;
     box.exec();
     return static_cast<int>(buttons.indexOf(box.clickedButton()));

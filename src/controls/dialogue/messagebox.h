@@ -9,7 +9,7 @@ QMessageBox::StandardButton showBox(QWidget *window, QMessageBox::Icon icon, con
                                     QMessageBox::StandardButtons buttons,
                                     QMessageBox::StandardButton byEnter = QMessageBox::NoButton);
 
-// A box with a button for each choice, and Cancel: the choice's index; -1: cancelled.
+// A box with a button for each choice, and Cancel, which Enter is, too: the choice's index; -1: cancelled.
 int showChoices(QWidget *window, const QString &text, const QStringList &choices);
 
 // The arrow instead of an hourglass for as long as it lives: a box waits for the user, not for the server.
