@@ -79,6 +79,14 @@ void DumpTest::everythingComesBack()
     const QString before = server.run(everything);
     const QTemporaryDir folder;
     const QString path = folder.filePath("d.sql");
+    server.run(
+        "CREATE TABLE d.gone(a INT); CREATE VIEW d.a AS SELECT a FROM d.gone; CREATE VIEW d.b AS SELECT a "
+        "FROM d.a; DROP TABLE d.gone");
+    const DumpReport withBroken = dumpFrom(server, wholeDatabase(), {path, false}, isBuiltIn);
+    QCOMPARE(withBroken.brokenViews, (QStringList{"a", "b"}));
+    const QString script = readFile(path);
+    QVERIFY(script.indexOf("-- VIEW a\n") > script.indexOf("-- EVENT ev\n"));
+    server.run("DROP VIEW d.a, d.b");
 
     DumpOptions options = wholeDatabase();
     options.insertBytes = 40; // more than one statement

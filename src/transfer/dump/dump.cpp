@@ -100,6 +100,9 @@ DumpReport Dump::run()
     m_report.notAllShown = kindsNotAllShown(m_session.connection(), m_options);
     m_status.objects = static_cast<int>(plan.size());
     for (const DumpObject &object : plan)
+        if (object.isBroken)
+            m_report.brokenViews << object.name;
+    for (const DumpObject &object : plan)
         m_status.expectedRows += m_options.hasRows && object.hasOwnRows() ? object.expectedRows : 0;
     if (m_target.isFolder)
         m_loader = std::make_unique<FileSink>(loaderPath());
@@ -351,6 +354,10 @@ QString notesOf(const DumpReport &report)
     if (!report.withoutRows.isEmpty())
         text += QStringLiteral("\n次のテーブルの行はほかのテーブルやサーバーにあるため、定義だけです: ") +
                 report.withoutRows.join(QStringLiteral(", "));
+    if (!report.brokenViews.isEmpty())
+        text += QStringLiteral("\n次のビューは壊れています (参照するテーブルや列などがないか、作成者の権限が"
+                               "足りません)。定義は最後に書きましたが、読み込むとそこで失敗します: ") +
+                report.brokenViews.join(QStringLiteral(", "));
     if (!report.notAllShown.isEmpty())
         text += QStringLiteral("\nこのアカウントには見る権限が足りず、次のものは欠けているかもしれません: ") +
                 report.notAllShown.join(QStringLiteral(", "));

@@ -18,6 +18,7 @@ struct DumpReport {
     qint64 rows = 0;
     QStringList outsideSnapshot; // tables whose engine has no snapshot: others may have written meanwhile
     QStringList withoutRows;     // whose rows are those of other tables or servers
+    QStringList brokenViews;     // that a server will not take as long as what they name is not there
     QStringList notAllShown;     // kinds of objects that the account may lack the rights to see
 };
 

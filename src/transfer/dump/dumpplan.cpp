@@ -94,6 +94,20 @@ QSet<QString> readBy(const DumpObject &view)
     return names;
 }
 
+// The server gives the text of such a view all the same.
+bool isBrokenView(Connection &connection, const QString &database, const QString &view)
+{
+    constexpr int brokenView = 1356;
+    try {
+        connection.execute(QStringLiteral("SHOW FIELDS FROM ") + quotedName(database, view));
+        return false;
+    } catch (const Failure &error) {
+        if (error.isInterrupted() || error.isConnectionLost())
+            throw;
+        return error.number() == brokenView;
+    }
+}
+
 } // namespace
 
 bool DumpObject::hasOwnRows() const
@@ -195,8 +209,13 @@ void sortDumpObjects(std::vector<DumpObject> &objects)
 std::vector<DumpObject> readDumpPlan(Connection &connection, const DumpOptions &options)
 {
     std::vector<DumpObject> objects = listDumpObjects(connection, options);
-    for (DumpObject &object : objects)
+    for (DumpObject &object : objects) {
         object.definition = readObject(connection, options.database, object);
+        object.isBroken =
+            object.kind == DumpKind::View && isBrokenView(connection, options.database, object.name);
+    }
     sortDumpObjects(objects);
+    // Whoever loads them stops there.
+    std::ranges::stable_partition(objects, [](const DumpObject &each) { return !each.isBroken; });
     return objects;
 }

@@ -35,6 +35,7 @@ struct DumpObject {
     qint64 expectedRows = 0; // the server's guess
     QString engine = {};
     bool isVersioned = false;
+    bool isBroken = false; // a view that cannot be read: something that it names is gone
 
     bool hasOwnRows() const;
 };
@@ -42,8 +43,8 @@ struct DumpObject {
 // "TABLE a"
 QString nameOf(const DumpObject &object);
 
-// The chosen objects in an order in which they can be made again. Throws Failure, naming the object whose
-// definition cannot be read. The default database is the one of the options.
+// The chosen objects in an order in which they can be made again, broken views at the end. Throws Failure,
+// naming the object whose definition cannot be read. The default database is the one of the options.
 std::vector<DumpObject> readDumpPlan(Connection &connection, const DumpOptions &options);
 
 // The same in its steps: what there is, without definitions, and the order.
