@@ -3,12 +3,14 @@
 #include "core/command/storedcolumns.h"
 #include "core/sql/answers.h"
 #include "core/sql/statements.h"
+#include "transfer/copy/brandtext.h"
 #include "transfer/copy/sameserver.h"
 #include "transfer/copy/serversink.h"
 #include "transfer/dump/dump.h"
 #include "transfer/load/scriptlook.h"
 
 #include <QHash>
+#include <QRegularExpression>
 
 #include <algorithm>
 
@@ -121,6 +123,46 @@ QStringList collationsOf(const std::vector<DumpObject> &plan)
     return collations;
 }
 
+// Before anything is made: has the target read each table's definition, and notes what it would not keep.
+void tryTables(TargetLook &look, const std::vector<DumpObject> &plan, const ServerInfo &from, Connection &to,
+               const QString &database)
+{
+    // Where the database is still to be made, MySQL 5.6 wants it for the names in foreign keys.
+    constexpr int noDatabase = 1046, unknownDatabase = 1049, exists = 1050, cannotPrepare = 1295;
+    QStringList refused;
+    if (look.hasDatabase)
+        to.execute(useStatement(database));
+    to.execute(QStringLiteral("SET sql_mode='STRICT_ALL_TABLES,NO_ENGINE_SUBSTITUTION'"));
+    for (const DumpObject &object : plan) {
+        if (object.kind != DumpKind::Table)
+            continue;
+        const BrandText made =
+            brandText(object.definition.text, readingMode(object.definition.sqlMode), from, to.server());
+        look.changes += made.changes;
+        std::string statement = QString(made.text)
+                                    .replace(QRegularExpression(QStringLiteral("^CREATE TABLE (?=`)")),
+                                             QStringLiteral("CREATE TABLE %1.").arg(quotedName(database)))
+                                    .toStdString();
+        replaceCollations(statement, to.server()); // which are asked about
+        try {
+            to.execute(QStringLiteral("PREPARE tarnwell FROM ") +
+                       quotedText(QString::fromStdString(statement)));
+            to.execute(QStringLiteral("DEALLOCATE PREPARE tarnwell"));
+        } catch (const Failure &error) {
+            if (error.isInterrupted() || error.isConnectionLost())
+                throw;
+            const bool isAboutText = error.number() != noDatabase && error.number() != unknownDatabase &&
+                                     error.number() != exists && error.number() != cannotPrepare;
+            if (isAboutText)
+                refused << QStringLiteral("「%1」: %2").arg(object.name, error.description());
+        }
+    }
+    if (!refused.isEmpty())
+        throw Failure(QStringLiteral("コピー先のサーバーは、次のテーブルの定義を受け付けません。"
+                                     "コピー先は変更していません。\r\n") +
+                      refused.join(QStringLiteral("\r\n")));
+}
+
 DumpOptions optionsFor(Session &to, const CopyOptions &options, const TargetLook &agreed)
 {
     DumpOptions what = options.what;
@@ -199,6 +241,10 @@ TargetLook lookAtTarget(Session &from, Session &to, const CopyOptions &options)
     look.existing = existingOf(plan, TargetNames(to.connection(), options.database));
     addTriggersOfExisting(look.existing, to.connection(), options.database);
     look.unknownCollations = unknownCollations(collationsOf(plan), to.connection().server());
+    for (const DumpObject &object : plan)
+        if (object.isBroken)
+            look.brokenViews << object.name;
+    tryTables(look, plan, from.connection().server(), to.connection(), options.database);
     return look;
 }
 
@@ -223,7 +269,8 @@ QString copyObjects(Session &from, Session &to, const CopyOptions &options, cons
         if (!look.hasDatabase)
             makeDatabase(from, to, options, rewrite);
         to.connection().execute(useStatement(options.database));
-        sink.emplace(to, options.database, replacedTables(look), look.tables, rewrite);
+        sink.emplace(to, from.connection().server(), options.database, replacedTables(look), look.tables,
+                     rewrite);
         sink->staging().requireRights();
         const DumpReport done =
             dump(from, optionsFor(to, options, look), *sink, [&](const TransferStatus &status) {

@@ -20,10 +20,12 @@ struct TargetLook {
     qsizetype tables = 0;          // and sequences that are to be copied
     QStringList existing;          // "TABLE a", ...: what the copy would drop
     QStringList unknownCollations; // of what is to be copied
+    QStringList changes;           // in words: what its tables will not be there as they are
+    QStringList brokenViews;       // of what is to be copied
 };
 
 // Throws Failure where nothing can be copied: above all when both are the same database of one server,
-// however the connections lead there.
+// however the connections lead there, or the target does not take a table's definition.
 TargetLook lookAtTarget(Session &from, Session &to, const CopyOptions &options);
 
 // Copies in one snapshot of the source, over both sessions' connections, which serve nothing else meanwhile.

@@ -156,6 +156,16 @@ bool CopyWindow::confirms(const TargetLook &look)
                               .arg(look.unknownCollations.join(QStringLiteral(", ")), m_replaces->text()));
         return false;
     }
+    QStringList changes = look.changes;
+    for (const QString &view : look.brokenViews)
+        changes << QStringLiteral(
+                       "ビュー「%1」は、コピー元で壊れています。コピーはそこで終わることがあります")
+                       .arg(view);
+    if (!changes.isEmpty() &&
+        !dialogue().warn(QStringLiteral("次のものは、コピー先「%1」(%2) では元のままになりません:\n%3\n\n"
+                                        "続けますか？")
+                             .arg(m_to->profile.name, serverName(*m_to), changes.join(u'\n'))))
+        return false;
     if (look.existing.isEmpty())
         return true;
     constexpr qsizetype mostNamed = 20;

@@ -4,10 +4,12 @@
 #include "core/sql/passwords.h"
 #include "core/sql/splitter.h"
 #include "core/sql/statements.h"
+#include "transfer/copy/brandtext.h"
 
-ServerSink::ServerSink(Session &session, const QString &database, const QStringList &replaced,
-                       qsizetype count, Rewrite rewrite)
+ServerSink::ServerSink(Session &session, ServerInfo from, const QString &database,
+                       const QStringList &replaced, qsizetype count, Rewrite rewrite)
     : m_session(session)
+    , m_from(std::move(from))
     , m_rewrite(std::move(rewrite))
     , m_mode(sqlModeOf(session.connection()))
     , m_staging(session, database, replaced, count,
@@ -27,6 +29,16 @@ void ServerSink::write(std::string_view script)
         m_mode = sqlModeOf(m_session.connection());
         splitter.setMode(m_mode);
     }
+}
+
+DumpObject ServerSink::placed(const DumpObject &object)
+{
+    DumpObject respelt = object;
+    if (object.kind == DumpKind::Table)
+        respelt.definition.text = brandText(object.definition.text, readingMode(object.definition.sqlMode),
+                                            m_from, m_session.connection().server())
+                                      .text;
+    return m_staging.beside(respelt);
 }
 
 // What did not arrive must not be taken for the whole.

@@ -15,12 +15,13 @@ public:
 
     // `replaced`: the tables and sequences of the database that are to change places with the copied
     // ones; `count`: of these.
-    ServerSink(Session &session, const QString &database, const QStringList &replaced, qsizetype count,
-               Rewrite rewrite);
+    // `from`: the server that the dump is of.
+    ServerSink(Session &session, ServerInfo from, const QString &database, const QStringList &replaced,
+               qsizetype count, Rewrite rewrite);
 
     void write(std::string_view script) override;
     void insert(std::string_view statement) override { send(statement); }
-    DumpObject placed(const DumpObject &object) override { return m_staging.beside(object); }
+    DumpObject placed(const DumpObject &object) override;
     void endRows(const DumpObject &table, qint64 rows) override;
     void endTables() override { m_staging.changePlaces(); }
 
@@ -31,6 +32,7 @@ private:
     void sendRewritten(std::string statement);
 
     Session &m_session;
+    const ServerInfo m_from;
     const Rewrite m_rewrite;
     SqlMode m_mode; // of the session: how quotes are read
     Staging m_staging;
