@@ -76,7 +76,13 @@ void DumpTest::everythingComesBack()
     SKIP_WITHOUT(brand);
     TestServer &server = m_servers.of(brand);
     server.run(objectsSetUp);
-    const QString before = server.run(everything);
+    const bool hasExpressions = brand != TestServer::Brand::MySql56;
+    if (hasExpressions)
+        server.run("CREATE TABLE d.g(a VARCHAR(9), g VARCHAR(9) AS (CONCAT(a, 'あ\\\\')), CHECK (a<>'い'))");
+    const auto read = [&] {
+        return server.run(everything + QString(hasExpressions ? "; SHOW CREATE TABLE d.g" : ""));
+    };
+    const QString before = read();
     const QTemporaryDir folder;
     const QString path = folder.filePath("d.sql");
     server.run(
@@ -85,6 +91,7 @@ void DumpTest::everythingComesBack()
     const DumpReport withBroken = dumpFrom(server, wholeDatabase(), {path, false}, isBuiltIn);
     QCOMPARE(withBroken.brokenViews, (QStringList{"a", "b"}));
     const QString script = readFile(path);
+    QVERIFY(!script.contains("_utf8mb4"));
     QVERIFY(script.indexOf("-- VIEW a\n") > script.indexOf("-- EVENT ev\n"));
     server.run("DROP VIEW d.a, d.b");
 
@@ -96,15 +103,15 @@ void DumpTest::everythingComesBack()
     QCOMPARE(QDir(folder.path()).entryList(QDir::Files), QStringList{"d.sql"});
     server.run("DROP DATABASE d");
     load(server, path);
-    QCOMPARE(server.run(everything), before);
+    QCOMPARE(read(), before);
     load(server, path); // over what is there
-    QCOMPARE(server.run(everything), before);
+    QCOMPARE(read(), before);
 
     const QString compressed = folder.filePath("d.sql.gz");
     dumpFrom(server, wholeDatabase(), {compressed, false}, isBuiltIn);
     server.run("DROP DATABASE d");
     server.run(runToEnd(program("gzip"), {"-dc", compressed}));
-    QCOMPARE(server.run(everything), before);
+    QCOMPARE(read(), before);
 }
 
 void DumpTest::awkwardValuesComeBack()

@@ -74,6 +74,21 @@ QString delimiterFor(const QString &text)
     return delimiter;
 }
 
+// MySQL from 5.7 on writes _utf8mb4 before every text of an expression. MariaDB 10.11 keeps such a text
+// without its escapes, and all beyond ASCII as hex digits. Without that word it is the same here: the file is
+// utf8mb4.
+QString withoutIntroducers(const QString &createTable, SqlMode mode)
+{
+    const std::vector<Token> tokens = sqlTokens(createTable, mode);
+    QString text;
+    for (std::size_t at = 0; at < tokens.size(); ++at) {
+        const QString written = createTable.mid(tokens[at].start, tokens[at].length);
+        if (written != u"_utf8mb4" || at + 1 == tokens.size() || tokens[at + 1].kind != TokenKind::Text)
+            text += written;
+    }
+    return text;
+}
+
 QString dropStatement(const DumpObject &object)
 {
     return QStringLiteral("DROP %1 IF EXISTS %2;\n").arg(object.keyword, quotedName(object.name));
@@ -85,6 +100,8 @@ QString createScript(const DumpObject &object, const DumpOptions &options)
     const QString text = options.hasDefiners
                              ? definition.text
                              : withoutDefiner(definition.text, readingMode(definition.sqlMode));
+    if (object.kind == DumpKind::Table)
+        return withoutIntroducers(text, readingMode(definition.sqlMode)) + QStringLiteral(";\n");
     const bool hasBody = object.kind >= DumpKind::Routine && object.kind != DumpKind::View;
     if (!hasBody)
         return text + QStringLiteral(";\n");
