@@ -114,7 +114,7 @@ Needs CommandMenus::given() const
 {
     const TarnwellControls &c = m_controls;
     const auto when = [](bool is, Needs need) { return is ? need : Needs::Nothing; };
-    const bool isConnected = m_session.gCn != nullptr; // one that was lost comes back
+    const bool isConnected = m_session.gCn || !c.cboDSNList->isEnabled(); // one that was lost comes back
     // There the buttons that would tell stay off.
     const auto isShown = [this](const QLabel &name) {
         return m_session.profile.isReadOnly && !name.text().isEmpty();

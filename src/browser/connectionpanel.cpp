@@ -115,6 +115,11 @@ void ConnectionPanel::takeTexts()
     m_session.gUser = c.txtUser->text();
 }
 
+bool ConnectionPanel::isConnected() const
+{
+    return m_session.gCn || !c.cboDSNList->isEnabled();
+}
+
 std::optional<Failure> ConnectionPanel::connect()
 {
     m_session.role = {};

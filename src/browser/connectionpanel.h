@@ -27,6 +27,8 @@ public:
     // Into the session, for a connection; a saved one that they do not lead to any more is left.
     void takeEntries();
     void takeTexts(); // the same as they stand, for the console's next one
+    // By the user; the connection itself may be lost, or being replaced.
+    bool isConnected() const;
     // As fConnect(), and what the server says of its role. No value: connected.
     std::optional<Failure> connect();
     void showRole();

@@ -190,7 +190,7 @@ void frmTarnwell::takeEdits(const ConnectionStore &store)
     const ConnectionProfile *saved = store.find(m_session.profile.id);
     if (!saved || *saved == m_session.profile)
         return;
-    if (!m_session.gCn)
+    if (!m_panel.isConnected())
         return showEdits(*saved);
     ConnectionProfile &profile = m_session.profile;
     const bool mayWriteNoMore = saved->isReadOnly && !profile.isReadOnly;
@@ -267,7 +267,7 @@ void frmTarnwell::addConnections(std::vector<PaletteEntry> &entries)
 void frmTarnwell::useConnection(const ConnectionProfile &profile, const QString &password, bool connectsNow)
 {
     m_session.runner.leave(this, [=, this] {
-        if (m_session.gCn) {
+        if (m_panel.isConnected()) {
             if (!mayLeaveFor(profile, connectsNow))
                 return;
             disconnectNow();

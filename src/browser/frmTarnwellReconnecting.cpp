@@ -22,9 +22,12 @@ void frmTarnwell::keepAlive()
 // What the server kept for the lost connection is gone, which its failure has said. Lists and database stay.
 void frmTarnwell::comeBack()
 {
+    if (!m_panel.isConnected())
+        return;
     if (std::exchange(m_hasTriedToComeBack, true))
         throw interruptedError(); // said already why it cannot
-    const QString use = lastUse(*m_session.gCn);
+    // There is none where the console was stopped, or failed, while it replaced the connection.
+    const QString use = m_session.gCn ? lastUse(*m_session.gCn) : QString();
     try {
         const BusyPointer busy(m_dialogue);
         reconnect(m_session);

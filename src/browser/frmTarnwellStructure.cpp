@@ -115,7 +115,7 @@ void frmTarnwell::openHit(const SearchHit &hit)
 {
     using Kind = SearchHit::Kind;
     TarnwellControls &c = m_controls;
-    if (!m_session.gCn || m_session.runner.isRunning() || (m_search && !m_search->isOf(m_session)))
+    if (!m_panel.isConnected() || m_session.runner.isRunning() || (m_search && !m_search->isOf(m_session)))
         return;
     bringToFront(*this);
     if (c.lstDb->texts().isEmpty())

@@ -75,11 +75,12 @@ std::unique_ptr<Session> siblingOf(const Session &session, const QString &databa
 
 Connection &Session::connection() const
 {
-    if (runner.isFirstUse() && gCn && !gCn->isOpen() && comeBack) {
+    const auto isOpen = [this] { return gCn && gCn->isOpen(); };
+    if (runner.isFirstUse() && !isOpen() && comeBack) {
         requireGoingOn();
         comeBack();
     }
-    if (!gCn || !gCn->isOpen())
+    if (!isOpen())
         throw Failure(QStringLiteral("サーバーに接続されていません。"), 0, QStringLiteral("08003"));
     requireGoingOn();
     return *gCn;
