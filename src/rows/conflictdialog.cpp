@@ -13,6 +13,8 @@
 #include <QTreeWidget>
 #include <QVBoxLayout>
 
+#include <algorithm>
+
 namespace {
 
 using Kind = RowChange::Kind;
@@ -101,8 +103,11 @@ ConflictDialog::ConflictDialog(QWidget *parent, const TableShape &table,
     const int letter = fontMetrics().averageCharWidth();
     // What is to stay is always seen; the values share the room.
     m_tree->header()->setStretchLastSection(false);
-    for (const auto &[column, letters] : {std::pair(Row, 14), std::pair(Name, 12), std::pair(Staying, 8)})
-        m_tree->setColumnWidth(column, letter * letters);
+    constexpr int mostLetters = 32; // of a key
+    for (const Column column : {Row, Name, Staying}) {
+        m_tree->resizeColumnToContents(column);
+        m_tree->setColumnWidth(column, std::min(m_tree->columnWidth(column), letter * mostLetters));
+    }
     for (const Column column : {Before, Mine, Theirs})
         m_tree->header()->setSectionResizeMode(column, QHeaderView::Stretch);
     m_whole->setReadOnly(true);
