@@ -15,6 +15,7 @@ constexpr auto killPatience = 3500ms;
 constexpr auto moment = 300ms;
 // How long the owner waits for the connection to be closed; the windows stand still meanwhile.
 constexpr auto closeTimeout = 80ms;
+
 Failure lostError()
 {
     return Failure(QStringLiteral("サーバーが応答しないため、接続を切りました。"), 2013,

@@ -50,6 +50,20 @@ QString inUtf8(const QString &connectionString)
     return isOurs ? connectionString : connectionString + QStringLiteral(";CHARSET=utf8mb4");
 }
 
+// What `send` gives; an answer that is larger than a result may be ends the connection, and is said to.
+template <class Send>
+std::unique_ptr<DriverResult> limitedAnswer(const Send &send)
+{
+    const AnswerWatch watch(mostResultBytes());
+    try {
+        return send();
+    } catch (const Failure &error) {
+        if (!watch.isTooLarge())
+            throw;
+        throw Failure(resultTooLarge().description(), error.number(), error.state());
+    }
+}
+
 } // namespace
 
 OdbcDriver::OdbcDriver(const QString &connectionString, Library library)
@@ -156,17 +170,12 @@ std::unique_ptr<DriverResult> OdbcDriver::execute(const QString &statement)
     m_sort = sortOf(statement);
     m_effect = {};
     dropUnread();
-    const AnswerWatch watch(mostResultBytes());
-    try {
+    return limitedAnswer([&] {
         const bool isDangerous = StatementKind::mayLeaveRowsUnread(statement);
         if (m_library && (isDangerous || StatementKind::isShow(statement)))
             return executeAsText(m_library, statement);
         return executeByDriver(statement, isDangerous);
-    } catch (const Failure &error) {
-        if (!watch.isTooLarge())
-            throw;
-        throw Failure(resultTooLarge().description(), error.number(), error.state());
-    }
+    });
 }
 
 std::unique_ptr<DriverResult> OdbcDriver::executeText(const QByteArray &statement)
@@ -182,18 +191,13 @@ std::unique_ptr<DriverResult> OdbcDriver::executeText(const QByteArray &statemen
     m_note.clear();
     m_sort = sortOf(text);
     dropUnread();
-    const AnswerWatch watch(mostResultBytes());
-    try {
+    return limitedAnswer([&] {
         sendNative(m_library, {statement.constData(), static_cast<std::size_t>(statement.size())});
         m_keepsFurther = true;
         std::unique_ptr<DriverResult> result = storedResult(m_library);
         m_effect = effectOf(m_library);
         return result;
-    } catch (const Failure &error) {
-        if (!watch.isTooLarge())
-            throw;
-        throw Failure(resultTooLarge().description(), error.number(), error.state());
-    }
+    });
 }
 
 bool OdbcDriver::nextResult(std::unique_ptr<DriverResult> &result)
