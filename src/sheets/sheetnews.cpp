@@ -13,11 +13,6 @@
 
 namespace {
 
-QString seconds(qint64 microseconds)
-{
-    return QStringLiteral("%1 秒").arg(static_cast<double>(microseconds) / 1e6, 0, 'f', 3);
-}
-
 QString counted(qint64 count)
 {
     return QLocale().toString(count);
@@ -89,6 +84,17 @@ void SheetPage::take(const SheetNews &news)
     }
 }
 
+const SheetPage::Sent *SheetPage::sentOf(const SheetNews &news) const
+{
+    const auto place = static_cast<std::size_t>(news.statement);
+    return place < m_sent.size() ? &m_sent[place] : nullptr;
+}
+
+QString SheetPage::seconds(qint64 microseconds)
+{
+    return QStringLiteral("%1 秒").arg(static_cast<double>(microseconds) / 1e6, 0, 'f', 3);
+}
+
 QString SheetPage::progressText(const ScriptProgress &progress) const
 {
     const int total = 1000; // of what has been read
@@ -106,10 +112,8 @@ QString SheetPage::nameOf(int statement) const
 
 void SheetPage::takeFields(const SheetNews &news)
 {
-    const bool isSent = static_cast<std::size_t>(news.statement) < m_sent.size();
-    const QByteArray statement = isSent && !m_isResultTold
-                                     ? m_sent[static_cast<std::size_t>(news.statement)].text
-                                     : QByteArray(); // of a CALL's further results none is known
+    const Sent *sent = m_isResultTold ? nullptr : sentOf(news); // of a CALL's further results none is known
+    const QByteArray statement = sent ? sent->text : QByteArray();
     SelectedTable table = selectedTable(statement, m_editor->mode());
     if (table.database.isEmpty())
         table.database = m_database;
@@ -143,11 +147,10 @@ void SheetPage::takeEnd(const SheetNews &news)
     if (std::exchange(m_isResultTold, true))
         return;
     note(news, {});
-    if (static_cast<std::size_t>(news.statement) < m_sent.size())
-        if (const QString database =
-                databaseOfUse(m_sent[static_cast<std::size_t>(news.statement)].text, m_editor->mode());
-            !database.isEmpty())
-            m_database = database;
+    const Sent *sent = sentOf(news);
+    const QString database = sent ? databaseOfUse(sent->text, m_editor->mode()) : QString();
+    if (!database.isEmpty())
+        m_database = database;
 }
 
 void SheetPage::takeFailure(const SheetNews &news)
@@ -160,20 +163,17 @@ void SheetPage::takeFailure(const SheetNews &news)
     m_isInTransaction = m_isInTransaction && !news.isConnectionLost;
     m_results->showMessages();
     note(news, words);
-    if (static_cast<std::size_t>(news.statement) >= m_sent.size())
-        return;
-    if (news.isStopped)
-        return;
-    const Sent &sent = m_sent[static_cast<std::size_t>(news.statement)];
-    m_editor->markError(m_editor->lineOf(sent.place) + std::max(0, lineIn(news.text) - 1));
+    if (const Sent *sent = sentOf(news); sent && !news.isStopped)
+        m_editor->markError(m_editor->lineOf(sent->place) + std::max(0, lineIn(news.text) - 1));
 }
 
 // For the log of statements and the history.
 void SheetPage::note(const SheetNews &news, const QString &error)
 {
-    if (static_cast<std::size_t>(news.statement) >= m_sent.size())
+    const Sent *sent = sentOf(news);
+    if (!sent)
         return;
-    const QString statement = QString::fromUtf8(m_sent[static_cast<std::size_t>(news.statement)].text);
+    const QString statement = QString::fromUtf8(sent->text);
     const bool hasRows = !news.fields.empty();
     LoggedStatement entry;
     entry.time = QDateTime::currentDateTime();

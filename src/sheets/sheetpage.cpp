@@ -16,11 +16,6 @@ namespace {
 
 constexpr int draftDelay = 1000; // milliseconds after the last key
 
-QString seconds(qint64 microseconds)
-{
-    return QStringLiteral("%1 秒").arg(static_cast<double>(microseconds) / 1e6, 0, 'f', 3);
-}
-
 std::string_view viewOf(const QByteArray &bytes)
 {
     return {bytes.constData(), static_cast<std::size_t>(bytes.size())};

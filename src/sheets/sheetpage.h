@@ -131,6 +131,8 @@ private:
     void takeReport(const ScriptReport &report);
     void takeFinish(const SheetNews &news);
     void note(const SheetNews &news, const QString &error);
+    const Sent *sentOf(const SheetNews &news) const; // null: it is of none of the user's statements
+    static QString seconds(qint64 microseconds);     // "1.234 秒"
     QString progressText(const ScriptProgress &progress) const;
     QString nameOf(int statement) const;
     void restore(const SheetContents &contents);

@@ -23,7 +23,7 @@ struct SheetNews {
         Fields,      // a result with rows begins
         Rows,        // of the result that began last
         ResultEnded, // of rows or without
-        Failed,      // of statement: text, errorLine
+        Failed,      // of statement: text
         Looked,      // mayChange; texts: what is to be asked about before the run
         Names,       // texts: table and column by turns
         ScriptMoved, // progress
