@@ -75,7 +75,6 @@ private:
     void askAgain(const Failure &failure);
     QString keepPassword();
     void showPassword(const QString &password);
-    // None: nothing is kept, or the key store cannot be read, which `why` says.
     void comeBack();
     void comeBackWhenIdle();
     void cmdConnect_Click();
@@ -128,8 +127,8 @@ private:
     void serveChoice(const ChosenList &list);
     // Edited definitions that are about to be replaced go into the console's history. True when it took any.
     bool keepEdits(bool ofTable, bool ofRoutine);
-    // Errors that the action leaves to the window are shown with the server's words.
-    // The same as the one thing that runs; a click that comes while another runs is dropped.
+    // As the one thing that runs; a click that comes while another runs is dropped. Errors that the action
+    // leaves to the window are shown with the server's words.
     void runAlone(const QObject *control, const QString &what, const Runner::Action &action);
     void run(const Command &command);
     void reload(Reload what);

@@ -44,6 +44,18 @@ QHBoxLayout *row(std::initializer_list<QWidget *> widgets, QWidget *stretched = 
     return layout;
 }
 
+// A list, and beside it what is shown of the chosen item.
+QSplitter *sideBySide(const char *name, QWidget *list, QWidget *detail, const QList<int> &widths)
+{
+    auto *split = made<QSplitter>(name, Qt::Horizontal);
+    split->addWidget(list);
+    split->addWidget(detail);
+    split->setChildrenCollapsible(false);
+    split->setStretchFactor(1, 1);
+    split->setSizes(widths);
+    return split;
+}
+
 FilterLine *filterLine(const char *name, QListWidget &list, const QString &title)
 {
     auto *line = made<FilterLine>(name, list);
@@ -113,8 +125,7 @@ QWidget *tableDetail(TarnwellControls &c)
     for (QWidget *view :
          std::initializer_list<QWidget *>{c.txtField, c.fieldView, c.flGrid_Status, c.rowsPane})
         layout->addWidget(view, 1);
-    auto *buttons = row({c.cmdCreateTable, c.cmdDropTable});
-    layout->addLayout(buttons);
+    layout->addLayout(row({c.cmdCreateTable, c.cmdDropTable}));
     return area;
 }
 
@@ -122,19 +133,13 @@ void layOutTablePanel(TarnwellControls &c)
 {
     auto *layout = new QVBoxLayout(c.picTable);
     layout->setContentsMargins({});
-    auto *split = made<QSplitter>("splitTables", Qt::Horizontal);
     FilterLine *filter =
         filterLine("lstTables_Filter", *c.lstTables, QStringLiteral("テーブルとビューの絞り込み"));
     QWidget *tables = column(
         {caption("Label2", QStringLiteral("table && view"), c.lstTables), filter, c.lstTables}, c.lstTables);
     constexpr int tagAndName = 160; // also with the surroundings beside
     tables->setMinimumWidth(tagAndName);
-    split->addWidget(tables);
-    split->addWidget(tableDetail(c));
-    split->setChildrenCollapsible(false);
-    split->setStretchFactor(1, 1);
-    split->setSizes({220, 560});
-    layout->addWidget(split);
+    layout->addWidget(sideBySide("splitTables", tables, tableDetail(c), {220, 560}));
 }
 
 void layOutRoutinePanel(TarnwellControls &c)
@@ -149,16 +154,11 @@ void layOutRoutinePanel(TarnwellControls &c)
     lines->addLayout(row({c.lblEditProcName, c.lblProcName}));
     lines->addWidget(c.txtProc, 1);
     lines->addLayout(row({c.cmdCreateProc, c.cmdDropProc}));
-    auto *split = made<QSplitter>("splitRoutines", Qt::Horizontal);
-    split->addWidget(column({caption("Label6", QStringLiteral("ﾌﾟﾛｼｰｼﾞｬ && ﾌｧﾝｸｼｮﾝ"), c.lstProcFunc),
-                             caption("Label14", QStringLiteral("procedure && function"), c.lstProcFunc),
-                             filter, c.lstProcFunc},
-                            c.lstProcFunc));
-    split->addWidget(editor);
-    split->setChildrenCollapsible(false);
-    split->setStretchFactor(1, 1);
-    split->setSizes({220, 560});
-    layout->addWidget(split);
+    QWidget *routines = column({caption("Label6", QStringLiteral("ﾌﾟﾛｼｰｼﾞｬ && ﾌｧﾝｸｼｮﾝ"), c.lstProcFunc),
+                                caption("Label14", QStringLiteral("procedure && function"), c.lstProcFunc),
+                                filter, c.lstProcFunc},
+                               c.lstProcFunc);
+    layout->addWidget(sideBySide("splitRoutines", routines, editor, {220, 560}));
 }
 
 void layOutCommands(TarnwellControls &c)
@@ -219,20 +219,14 @@ void layOut(TarnwellControls &c, QWidget *window)
     lines->addLayout(choices);
     lines->addWidget(c.picTable, 1);
     lines->addWidget(c.picProc, 1);
-    auto *split = made<QSplitter>("splitDatabases", Qt::Horizontal);
-    split->addWidget(databaseColumn(c));
-    split->addWidget(objects);
-    split->setChildrenCollapsible(false);
-    split->setStretchFactor(1, 1);
-    split->setSizes({190, 800});
 
     auto *withLog = made<QSplitter>("splitLog", Qt::Vertical);
-    withLog->addWidget(split);
+    withLog->addWidget(sideBySide("splitDatabases", databaseColumn(c), objects, {190, 800}));
     withLog->addWidget(c.log);
     withLog->setChildrenCollapsible(false);
     withLog->setStretchFactor(0, 3);
     withLog->setStretchFactor(1, 1);
-    withLog->setSizes({480, 200}); // kept for the c.log until it is opened
+    withLog->setSizes({480, 200}); // kept for the log until it is opened
     c.log->hide();
     c.showLog->setCheckable(true);
 
