@@ -32,3 +32,35 @@ struct ConsoleStage : Stage {
 
     QWidget main;
 };
+
+inline const QString twoPeople = QStringLiteral("select * from t");
+
+// The console on a scripted server that has two rows.
+struct ScriptedConsole : ConsoleStage {
+    bool connects = true;
+    int connections = 0;
+    ScriptedDialogue *dialogue = nullptr; // the console's
+
+    ScriptedConsole()
+        : ConsoleStage(Server::Scripted)
+    {
+        session.gCn = script.connect();
+        script.always(twoPeople, Reply::table({"id", "名前"}, {{"1", "山田"}, {"2", std::nullopt}}));
+    }
+    void open()
+    {
+        auto scripted = std::make_unique<ScriptedDialogue>();
+        dialogue = scripted.get();
+        const auto connect = [this] {
+            ++connections;
+            return connects;
+        };
+        window = new frmSql(session, connect, std::move(scripted));
+    }
+    // What gives no rows ends with a box.
+    void runWithoutRows(const QString &statement)
+    {
+        dialogue->expectInform("正常終了");
+        run(statement);
+    }
+};
