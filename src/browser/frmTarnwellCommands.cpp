@@ -2,6 +2,7 @@
 #include "about/frmAbout.h"
 #include "browser/frmTarnwell.h"
 #include "console/frmSql.h"
+#include "controls/window/building.h"
 #include "controls/window/narrow.h"
 #include "core/session/basconnection.h"
 #include "inout/frmInOut.h"
@@ -153,9 +154,7 @@ void frmTarnwell::cmdExec_Click()
         connect(m_console, &frmSql::ran, this, [this](const HistoryEntry &note) { m_sheets.remember(note); });
         offerExport(*m_console, m_session);
     }
-    m_console->show();
-    m_console->raise();
-    m_console->activateWindow();
+    bringToFront(*m_console);
 }
 
 void frmTarnwell::openSheets()
@@ -188,9 +187,7 @@ void frmTarnwell::openServer()
         m_server =
             new ServerWindow(m_session, {[this](const QString &statement) { m_sheets.propose(statement); },
                                          savedConnections()});
-    m_server->show();
-    m_server->raise();
-    m_server->activateWindow();
+    bringToFront(*m_server);
 }
 
 void frmTarnwell::showInConsole(const QString &statement)

@@ -4,12 +4,7 @@
 
 namespace {
 
-QPushButton *button(const char *name, const QString &text, const QString &tip)
-{
-    auto *result = made<QPushButton>(name, text);
-    result->setToolTip(tip);
-    return result;
-}
+constexpr auto button = tipped<QPushButton>;
 
 QLineEdit *password(const char *name)
 {

@@ -15,13 +15,6 @@
 
 namespace {
 
-void bringToFront(QWidget &window)
-{
-    window.show();
-    window.raise();
-    window.activateWindow();
-}
-
 SearchHit::Kind hitKind(RelatedThing::Kind kind)
 {
     switch (kind) {

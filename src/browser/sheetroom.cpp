@@ -1,5 +1,6 @@
 #include "browser/sheetroom.h"
 
+#include "controls/window/building.h"
 #include "core/command/writing.h"
 #include "core/sql/passwords.h"
 #include "rows/resultrows.h"
@@ -32,9 +33,7 @@ void SheetRoom::show()
 {
     if (!m_window)
         m_window = new SheetWindow(m_session, services());
-    m_window->show();
-    m_window->raise();
-    m_window->activateWindow();
+    bringToFront(*m_window);
 }
 
 QStringList SheetRoom::lastStatements()

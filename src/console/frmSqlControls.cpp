@@ -9,14 +9,6 @@
 
 namespace {
 
-template <class Control>
-Control *tipped(const char *name, const QString &text, const QString &tip)
-{
-    auto *control = made<Control>(name, text);
-    control->setToolTip(tip);
-    return control;
-}
-
 QLabel *caption(const char *name, const QString &text, QWidget *buddy)
 {
     auto *label = made<QLabel>(name, text);

@@ -21,8 +21,7 @@ ConditionLine *line(const char *name, const QString &title, const QString &examp
 
 QPushButton *button(const char *name, const QString &text, const QString &tip)
 {
-    auto *result = made<QPushButton>(name, text);
-    result->setToolTip(tip);
+    auto *result = tipped<QPushButton>(name, text, tip);
     result->setAutoDefault(false);
     return result;
 }

@@ -11,13 +11,10 @@
 ServerPage::ServerPage(const ServerSurroundings &around, const char *name, const QString &title)
     : m_around(around)
     , m_title(title)
-    , m_problem(made<QLabel>("pageProblem"))
+    , m_problem(wordsLabel("pageProblem"))
     , m_content(new QVBoxLayout)
 {
     setObjectName(QLatin1String(name));
-    m_problem->setTextFormat(Qt::PlainText);
-    m_problem->setWordWrap(true);
-    m_problem->setTextInteractionFlags(Qt::TextSelectableByMouse);
     m_problem->hide();
     auto *layout = new QVBoxLayout(this);
     layout->addWidget(m_problem);

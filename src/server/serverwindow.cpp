@@ -39,7 +39,7 @@ ServerWindow::ServerWindow(const Session &session, ServerServices services,
     , m_dialogue(dialogue ? std::move(dialogue) : std::make_unique<WidgetDialogue>(this, DialogueParts{}))
     , m_link(std::make_unique<ServerLink>(session))
     , m_pages(made<QTabWidget>("serverPages"))
-    , m_state(made<QLabel>("serverState"))
+    , m_state(wordsLabel("serverState"))
     , m_seconds(made<QSpinBox>("refreshSeconds"))
     , m_paused(made<QCheckBox>("refreshPaused", QStringLiteral("更新を止める")))
     , m_refresh(made<QPushButton>("refreshServer", QStringLiteral("更新")))
@@ -87,9 +87,6 @@ void ServerWindow::buildLayout()
     m_seconds->setValue(keptSeconds());
     m_seconds->setAccessibleName(QStringLiteral("更新の間隔"));
     m_refresh->setToolTip(QStringLiteral("今すぐ読み直します (F5)"));
-    m_state->setTextFormat(Qt::PlainText);
-    m_state->setWordWrap(true);
-    m_state->setTextInteractionFlags(Qt::TextSelectableByMouse);
     auto *caption = new QLabel(QStringLiteral("更新の間隔 :"));
     caption->setBuddy(m_seconds);
     auto *line = new QHBoxLayout;

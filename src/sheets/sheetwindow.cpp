@@ -21,18 +21,6 @@
 
 #include <algorithm>
 
-namespace {
-
-template <class Control>
-Control *tipped(const char *name, const QString &text, const QString &tip)
-{
-    auto *control = made<Control>(name, text);
-    control->setToolTip(tip);
-    return control;
-}
-
-} // namespace
-
 SheetWindow::SheetWindow(Session &session, SheetServices services, std::unique_ptr<Dialogue> dialogue)
     : m_session(session)
     , m_settings(session.gIniPath)

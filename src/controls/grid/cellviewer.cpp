@@ -48,7 +48,7 @@ QByteArray viewOf(const std::string &bytes)
 
 CellViewer::CellViewer(QWidget *window)
     : QWidget(window, Qt::Window)
-    , m_summary(made<QLabel>("cellSummary"))
+    , m_summary(wordsLabel("cellSummary"))
     , m_tabs(made<QTabWidget>("cellTabs", this))
     , m_text(new ValueTextBox("cellText", QStringLiteral("値のテキスト")))
     , m_hex(made<ResultTextBox>("cellHex"))
@@ -86,9 +86,6 @@ void CellViewer::buildLayout()
     for (const auto &[title, name] : characterSets)
         m_characterSet->addItem(title.toString(), QByteArray(name));
     m_characterSet->setAccessibleDescription(QStringLiteral("バイト列を読む文字セット"));
-    m_summary->setTextFormat(Qt::PlainText);
-    m_summary->setWordWrap(true);
-    m_summary->setTextInteractionFlags(Qt::TextSelectableByMouse);
 }
 
 void CellViewer::connectControls()

@@ -361,9 +361,7 @@ void FlexGrid::openCell(const QModelIndex &cell)
     if (!m_viewer)
         m_viewer = new CellViewer(window());
     showInViewer(storedRow(cell.row()), cell.column(), cell.row() + 1);
-    m_viewer->show();
-    m_viewer->raise();
-    m_viewer->activateWindow();
+    bringToFront(*m_viewer);
 }
 
 void FlexGrid::showInViewer(int storedRow, int column, int rowNumber)

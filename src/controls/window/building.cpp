@@ -6,10 +6,27 @@
 #include <QButtonGroup>
 #include <QComboBox>
 #include <QCompleter>
+#include <QLabel>
 #include <QLineEdit>
 #include <QPainter>
 #include <QRadioButton>
 #include <QTextDocument>
+
+QLabel *wordsLabel(const char *name)
+{
+    auto *label = made<QLabel>(name);
+    label->setTextFormat(Qt::PlainText);
+    label->setWordWrap(true);
+    label->setTextInteractionFlags(Qt::TextSelectableByMouse);
+    return label;
+}
+
+void bringToFront(QWidget &window)
+{
+    window.show();
+    window.raise();
+    window.activateWindow();
+}
 
 void paintPlaceholder(QAbstractScrollArea &area, const QString &text)
 {

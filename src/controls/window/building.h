@@ -11,6 +11,7 @@
 class QAbstractScrollArea;
 class QButtonGroup;
 class QComboBox;
+class QLabel;
 class QRadioButton;
 class QWidget;
 
@@ -22,6 +23,20 @@ Control *made(const char *name, Arguments &&...arguments)
     control->setObjectName(QLatin1String(name));
     return control;
 }
+
+template <class Control>
+Control *tipped(const char *name, const QString &text, const QString &tip)
+{
+    auto *control = made<Control>(name, text);
+    control->setToolTip(tip);
+    return control;
+}
+
+// For words of servers and systems: taken for no markup, over as many lines as they need, to be copied.
+QLabel *wordsLabel(const char *name);
+
+// Opened, or back from behind the others.
+void bringToFront(QWidget &window);
 
 // Says in the middle of an empty list or grid what to do next. Called while its viewport is painted.
 void paintPlaceholder(QAbstractScrollArea &area, const QString &text);

@@ -100,7 +100,7 @@ PrivilegePage::PrivilegePage(const ServerSurroundings &around)
     , m_revoke(made<QPushButton>("revokePrivilege", QStringLiteral("選んだ権限を取り上げる...")))
     , m_create(made<QPushButton>("createAccount", QStringLiteral("アカウントを作る...")))
     , m_defaultRoles(made<QPushButton>("setDefaultRoles", QStringLiteral("既定の役割...")))
-    , m_note(made<QLabel>("privilegeNote"))
+    , m_note(wordsLabel("privilegeNote"))
 {
     buildLayout();
     connectControls();
@@ -129,9 +129,6 @@ void PrivilegePage::buildLayout()
     m_revoke->setToolTip(QStringLiteral("右の一覧で選んだ権限を、アカウントから取り上げます"));
     m_defaultRoles->setToolTip(QStringLiteral("役割を持つアカウントで、接続したときに有効なものを選びます"));
     m_kind->setAccessibleName(QStringLiteral("対象の種類"));
-    m_note->setTextFormat(Qt::PlainText);
-    m_note->setWordWrap(true);
-    m_note->setTextInteractionFlags(Qt::TextSelectableByMouse);
     auto *split = new QSplitter;
     split->addWidget(column({m_accountFilter, m_accounts}));
     split->addWidget(column({m_rightFilter, m_rights}));

@@ -35,7 +35,7 @@ OverviewPage::OverviewPage(const ServerSurroundings &around, const char *name, c
     , m_choice(made<QComboBox>("overviewChoice"))
     , m_filters(new QStackedLayout)
     , m_stack(new QStackedLayout)
-    , m_note(made<QLabel>("overviewNote"))
+    , m_note(wordsLabel("overviewNote"))
 {
     for (const Overview &each : m_overviews) {
         auto *list = new KeyedList(each.name, each.title, each.columns);
@@ -51,9 +51,6 @@ void OverviewPage::buildLayout()
 {
     m_choice->setAccessibleName(title() + QStringLiteral("の一覧の種類"));
     m_choice->setVisible(m_overviews.size() > 1);
-    m_note->setTextFormat(Qt::PlainText);
-    m_note->setWordWrap(true);
-    m_note->setTextInteractionFlags(Qt::TextSelectableByMouse);
     auto *copy = made<QPushButton>("copyOverview", QStringLiteral("コピー"));
     copy->setToolTip(QStringLiteral("選んだ行を写します (Ctrl+C)"));
     connect(copy, &QPushButton::clicked, this,

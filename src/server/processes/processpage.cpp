@@ -47,13 +47,6 @@ KeyedRow rowOf(const Process &process)
              process.state, process.rowsSent, process.rowsExamined, process.statement}};
 }
 
-QPushButton *button(const char *name, const QString &text, const QString &tip)
-{
-    auto *made = ::made<QPushButton>(name, text);
-    made->setToolTip(tip);
-    return made;
-}
-
 } // namespace
 
 ProcessPage::ProcessPage(const ServerSurroundings &around)
@@ -61,16 +54,17 @@ ProcessPage::ProcessPage(const ServerSurroundings &around)
     , m_table(new KeyedList("processList", QStringLiteral("プロセスの一覧"), columns()))
     , m_filter(makeFilter("processFilter", *m_table))
     , m_onlyRunning(made<QCheckBox>("onlyRunning", QStringLiteral("実行中だけ")))
-    , m_killStatement(button("killStatement", QStringLiteral("文を止める..."),
-                             QStringLiteral("選んだセッションの文を止めます (KILL QUERY)")))
-    , m_killSession(button("killSession", QStringLiteral("セッションを終わらせる..."),
-                           QStringLiteral("選んだセッションの接続を切ります (KILL)")))
-    , m_explain(button("explainProcess", QStringLiteral("実行計画"),
-                       QStringLiteral("実行中の文がどう実行されているかを示します")))
-    , m_toSheet(button("processToSheet", QStringLiteral("シートに入れる"),
-                       QStringLiteral("下の文を新しいSQLシートに入れます")))
-    , m_copy(button("copyProcesses", QStringLiteral("コピー"), QStringLiteral("選んだ行を写します (Ctrl+C)")))
-    , m_note(made<QLabel>("processNote"))
+    , m_killStatement(tipped<QPushButton>("killStatement", QStringLiteral("文を止める..."),
+                                          QStringLiteral("選んだセッションの文を止めます (KILL QUERY)")))
+    , m_killSession(tipped<QPushButton>("killSession", QStringLiteral("セッションを終わらせる..."),
+                                        QStringLiteral("選んだセッションの接続を切ります (KILL)")))
+    , m_explain(tipped<QPushButton>("explainProcess", QStringLiteral("実行計画"),
+                                    QStringLiteral("実行中の文がどう実行されているかを示します")))
+    , m_toSheet(tipped<QPushButton>("processToSheet", QStringLiteral("シートに入れる"),
+                                    QStringLiteral("下の文を新しいSQLシートに入れます")))
+    , m_copy(tipped<QPushButton>("copyProcesses", QStringLiteral("コピー"),
+                                 QStringLiteral("選んだ行を写します (Ctrl+C)")))
+    , m_note(wordsLabel("processNote"))
     , m_statement(made<SqlTextBox>("processStatement"))
 {
     buildLayout();
@@ -83,9 +77,6 @@ void ProcessPage::buildLayout()
     m_table->setPlaceholderText(QStringLiteral("読んでいます..."));
     m_statement->setReadOnly(true);
     m_statement->setAccessibleName(QStringLiteral("選んだセッションの文"));
-    m_note->setTextFormat(Qt::PlainText);
-    m_note->setWordWrap(true);
-    m_note->setTextInteractionFlags(Qt::TextSelectableByMouse);
     auto *choice = new QHBoxLayout;
     choice->addWidget(m_filter, 1);
     choice->addWidget(m_onlyRunning);

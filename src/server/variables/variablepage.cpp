@@ -38,15 +38,6 @@ QString shown(const std::optional<QString> &value)
     return value ? u'「' + *value + u'」' : QStringLiteral("（なし）");
 }
 
-QLabel *words(const char *name)
-{
-    auto *label = made<QLabel>(name);
-    label->setTextFormat(Qt::PlainText);
-    label->setWordWrap(true);
-    label->setTextInteractionFlags(Qt::TextSelectableByMouse);
-    return label;
-}
-
 } // namespace
 
 VariablePage::VariablePage(const ServerSurroundings &around)
@@ -61,8 +52,8 @@ VariablePage::VariablePage(const ServerSurroundings &around)
     , m_toSheet(made<QPushButton>("variableToSheet", QStringLiteral("シートに入れる")))
     , m_export(made<QPushButton>("exportVariables", QStringLiteral("書き出す...")))
     , m_copy(made<QPushButton>("copyVariables", QStringLiteral("コピー")))
-    , m_about(words("variableAbout"))
-    , m_note(words("variableNote"))
+    , m_about(wordsLabel("variableAbout"))
+    , m_note(wordsLabel("variableNote"))
 {
     buildLayout();
     connectControls();
