@@ -1,3 +1,6 @@
+#include "core/command/pendingundo.h"
+#include "core/session/basconnection.h"
+#include "server/accounts/accountcreation.h"
 #include "server/accounts/grants.h"
 #include "server/serverpagetest.h"
 
@@ -19,6 +22,7 @@ private Q_SLOTS:
     void anAccountIsGoneToOnceItIsRead();
     void accountsAreMade_data() { TestServers::addRows(); }
     void accountsAreMade();
+    void anAccountHalfMadeIsToldAtTheNextStart();
 };
 
 void PrivilegePageTest::grantsAreReadAndTakenBack_data()
@@ -197,6 +201,45 @@ void PrivilegePageTest::accountsAreMade()
     QVERIFY(label("privilegeNote").startsWith("サーバーが断りました。何も残っていません: "));
     QVERIFY(!label("privilegeNote").contains("secret"));
     QVERIFY(server.accepts("maker", "it's \\ secret"));
+}
+
+// Killed between the statement that makes it and the one that demands TLS.
+void PrivilegePageTest::anAccountHalfMadeIsToldAtTheNextStart()
+{
+    SKIP_WITHOUT(TestServer::Brand::MySql56);
+    TestServer &server = m_servers.of(TestServer::Brand::MySql56);
+    const QString found = "select ssl_type from mysql.user where user='half'";
+    NewAccount wanted;
+    wanted.name = {"half", "%"};
+    wanted.password = "secret";
+    wanted.tls = "SSL";
+    bool isKilled = true, isTold = false;
+    for (int n = 0; isKilled; ++n)
+        for (const bool isDone : {false, true}) {
+            RealStage killed(server, nativeDriverName());
+            const QStringList statements =
+                createAccountStatements(killed.session.connection().server(), wanted, true);
+            isKilled = killedAt(killed, n, isDone, [&] {
+                try {
+                    makeAccount(killed.session, wanted.name, statements);
+                } catch (const Failure &) {
+                }
+            });
+            const bool isHalf = server.run(found) == "\n";
+            RealStage next(server, nativeDriverName());
+            next.session.settingsFolder = killed.folder.path();
+            const std::vector<UndoFile> left = pendingUndoLogs(next.session);
+            QVERIFY(!left.empty() || !isHalf);
+            for (const UndoFile &file : left) {
+                QVERIFY(!readFile(file.path).contains("secret"));
+                QCOMPARE(UndoLog(next.session, file).undoPending().ending, UndoReport::Ending::Undone);
+                QCOMPARE(server.run(found), QString());
+                isTold = isTold || isHalf;
+            }
+            if (!server.run(found).isEmpty())
+                server.run("drop user half@'%'");
+        }
+    QVERIFY(isTold);
 }
 
 QTEST_MAIN(PrivilegePageTest)

@@ -1,5 +1,6 @@
 #include "server/accounts/accountcreation.h"
 
+#include "core/command/undolog.h"
 #include "core/sql/passwords.h"
 #include "core/sql/statements.h"
 
@@ -73,6 +74,37 @@ void requireMakeable(const ServerInfo &server, const NewAccount &account)
         refuse(QStringLiteral("このサーバーは、パスワードの期限を受け付けません。"));
 }
 
+// The statements themselves are not noted: they hold the password.
+Step leftUnfinished(const AccountName &account)
+{
+    Step step;
+    step.untilUndone =
+        QStringLiteral("アカウント %1 を作る途中でした。あるときは、TLS (REQUIRE)、接続数などの"
+                       "制限、期限がまだありません。")
+            .arg(account.shown());
+    WayBack back{QStringLiteral("DROP USER ") + account.quoted()};
+    back.when = isThere(QStringLiteral("select 1 from mysql.user where user=%1 and host=%2")
+                            .arg(quotedText(account.user), quotedText(account.host.value_or(QString()))));
+    step.back.push_back(back);
+    return step;
+}
+
+QString sendAll(Connection &connection, const AccountName &account, const QStringList &statements)
+{
+    for (qsizetype i = 0; i < statements.size(); ++i) {
+        try {
+            connection.execute(statements[i]);
+        } catch (const Failure &failure) {
+            if (failure.isConnectionLost() || failure.isInterrupted())
+                throw Failure(withoutQuotedPart(failure.description()), failure.number(), failure.state());
+            if (i > 0)
+                connection.execute(QStringLiteral("DROP USER ") + account.quoted());
+            return withoutQuotedPart(failure.description());
+        }
+    }
+    return {};
+}
+
 } // namespace
 
 bool takesExpiryTimes(const ServerInfo &server)
@@ -102,20 +134,32 @@ QStringList createAccountStatements(const ServerInfo &server, const NewAccount &
     return statements;
 }
 
-QString makeAccount(Connection &connection, const AccountName &account, const QStringList &statements)
+QString makeAccount(Session &session, const AccountName &account, const QStringList &statements)
 {
-    for (qsizetype i = 0; i < statements.size(); ++i) {
-        try {
-            connection.execute(statements[i]);
-        } catch (const Failure &failure) {
-            if (failure.isConnectionLost() || failure.isInterrupted())
-                throw Failure(withoutQuotedPart(failure.description()), failure.number(), failure.state());
-            if (i > 0)
-                connection.execute(QStringLiteral("DROP USER ") + account.quoted());
-            return withoutQuotedPart(failure.description());
-        }
+    if (statements.size() == 1)
+        return sendAll(session.connection(), account, statements);
+    const Step step = leftUnfinished(account);
+    try {
+        // The note would drop it.
+        if (isSo(session.connection(), step.back.front().when))
+            return QStringLiteral("アカウント %1 は、すでにあります。").arg(account.shown());
+    } catch (const Failure &failure) {
+        if (failure.isConnectionLost() || failure.isInterrupted())
+            throw;
+        // Who may not read the accounts may still make one; what is there then could not be taken back.
+        return sendAll(session.connection(), account, statements);
     }
-    return {};
+    UndoLog log(session, QStringLiteral("アカウント %1 の作成").arg(account.shown()));
+    log.open();
+    log.note(step);
+    try {
+        const QString refusal = sendAll(session.connection(), account, statements);
+        log.close();
+        return refusal;
+    } catch (const Failure &) {
+        log.leave();
+        throw;
+    }
 }
 
 QStringList readLoginPlugins(Connection &connection)

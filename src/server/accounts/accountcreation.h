@@ -1,6 +1,6 @@
 #pragma once
 
-#include "core/sql/connection.h"
+#include "core/session/session.h"
 #include "server/accounts/grants.h"
 
 #include <optional>
@@ -24,7 +24,8 @@ bool takesPluginAndPassword(const ServerInfo &server);
 // Failure for an account that this server cannot make.
 QStringList createAccountStatements(const ServerInfo &server, const NewAccount &account, bool escapes);
 // Sends them; where a later one is refused the account is dropped again. Returns the server's words, without
-// a password; empty: done. Throws Failure for a lost connection or a stop.
-QString makeAccount(Connection &connection, const AccountName &account, const QStringList &statements);
+// a password; empty: done. Throws Failure for a lost connection or a stop. Where there are several, the next
+// connection to this server is told of a program that did not live to send the last.
+QString makeAccount(Session &session, const AccountName &account, const QStringList &statements);
 // Plugins that accounts can be identified with.
 QStringList readLoginPlugins(Connection &connection);

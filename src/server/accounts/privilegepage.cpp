@@ -385,7 +385,7 @@ void PrivilegePage::create(const AccountName &account, const QStringList &statem
 {
     if (!isAgreed(QStringLiteral("サーバー %1 に、アカウント %2 を作ります。"), account, statements))
         return;
-    ask([=](Session &session) { return makeAccount(session.connection(), account, statements); },
+    ask([=](Session &session) { return makeAccount(session, account, statements); },
         [=, this](const QString &refusal) {
             note(statements, refusal);
             m_note->setText(refusal.isEmpty()
