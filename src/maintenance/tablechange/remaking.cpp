@@ -53,11 +53,14 @@ QString grantOf(const QString &type, const QString &user, const QString &host, c
 
 // MySQL up to 5.6 and MariaDB up to 10.1, which take one trigger of a kind, say so before they look at its
 // name and definer.
-bool isOneTriggerOnly(const Failure &error, Connection &connection, const QString &definer)
+bool isOneTriggerOnly(const Failure &error, Session &session, const QString &definer)
 {
     constexpr int notSupported = 1235;
+    if (error.number() != notSupported)
+        return false;
+    Connection &connection = session.connection();
     const ServerInfo server = connection.server();
-    if (error.number() != notSupported || server.number >= (server.isMariaDb ? 100203 : 50702))
+    if (server.number >= (server.isMariaDb ? 100203 : 50702))
         return false;
     if (definer.isEmpty())
         return true;
@@ -134,7 +137,7 @@ void Remaking::tryAs(const QString &definer, const std::function<QString(const Q
         m_log.send(sent(remake(definer)), m_with);
     } catch (const Failure &error) {
         if (isOneOf(error.number(), {tableExists, routineExists, triggerExists, eventExists}) ||
-            isOneTriggerOnly(error, m_session.connection(), definer))
+            isOneTriggerOnly(error, m_session, definer))
             return;
         const bool isAboutDefiner = isOneOf(error.number(), {mayNotNameDefiner, noSuchUser});
         if (error.number() == 0 || doubtAfter(m_session, error) != Doubt::None ||
