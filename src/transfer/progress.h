@@ -1,6 +1,6 @@
 #pragma once
 
-#include <QString>
+#include "core/sql/failure.h"
 
 #include <functional>
 
@@ -16,3 +16,22 @@ struct TransferStatus {
 
 // Told often, from the thread that works; throws the Failure of an interruption once a stop is wanted.
 using ReportProgress = std::function<void(const TransferStatus &status)>;
+
+// What a transfer tells at its end.
+struct TransferReport {
+    TransferReport(const QString &words = {}, bool leavesSomething = false)
+        : text(words)
+        , isToBeRead(leavesSomething)
+    {
+    }
+
+    QString text;
+    // Something was left out or changed, or stays half done: a window that was to close shows it first.
+    bool isToBeRead;
+    bool hasFailed = false;
+};
+
+// Ends a transfer that leaves, or may leave, something on a server, which its words tell.
+class HalfDone : public Failure {
+    using Failure::Failure;
+};

@@ -149,22 +149,22 @@ void TransferJob::start(std::unique_ptr<OwnSessions> sessions, WorkOfAny work)
 {
     // Functions are copied, sessions are not.
     run([this, own = std::shared_ptr<OwnSessions>(std::move(sessions)), work = std::move(work)]() mutable {
-        QString text;
+        TransferReport report;
         const auto passRest = qScopeGuard([&] {
             own->passLogOn(*this, true);
             own.reset(); // on the thread that used them
         });
-        own->connectAndRun([&] { text = work(*own, reporter(own.get())); });
-        return text;
+        own->connectAndRun([&] { report = work(*own, reporter(own.get())); });
+        return report;
     });
 }
 
-void TransferJob::start(const std::function<QString(const ReportProgress &)> &work)
+void TransferJob::start(const std::function<TransferReport(const ReportProgress &)> &work)
 {
     run([this, work] { return work(reporter(nullptr)); });
 }
 
-void TransferJob::run(std::function<QString()> work)
+void TransferJob::run(std::function<TransferReport()> work)
 {
     Q_ASSERT(!m_isRunning);
     if (m_thread.joinable())
@@ -172,23 +172,26 @@ void TransferJob::run(std::function<QString()> work)
     m_isRunning = true;
     m_isStopWanted = false;
     m_thread = std::thread([this, work = std::move(work)]() mutable {
-        QString text;
-        bool hasFailed = false;
+        TransferReport report;
+        const auto fail = [&report](const QString &words, bool isToBeRead) {
+            report = {words, isToBeRead};
+            report.hasFailed = true;
+        };
         try {
-            text = work();
+            report = work();
+        } catch (const HalfDone &error) {
+            fail(error.description(), true);
         } catch (const Failure &error) {
-            text = error.description();
-            hasFailed = true;
+            fail(error.description(), false);
         } catch (const std::bad_alloc &) {
-            text = QStringLiteral("メモリが足りません。");
-            hasFailed = true;
+            fail(QStringLiteral("メモリが足りません。"), true);
         }
         work = nullptr; // its session ends on the thread that used it
         QMetaObject::invokeMethod(
             this,
-            [this, text, hasFailed] {
+            [this, report] {
                 m_isRunning = false;
-                Q_EMIT finished(text, hasFailed);
+                Q_EMIT finished(report);
             },
             Qt::QueuedConnection);
     });

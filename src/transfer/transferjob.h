@@ -15,10 +15,10 @@ class TransferJob : public QObject {
     Q_OBJECT
 
 public:
-    // On the thread, over the session's open connection; throws Failure. Gives what is to be told.
-    using Work = std::function<QString(Session &session, const ReportProgress &report)>;
+    // On the thread, over the session's open connection; throws Failure.
+    using Work = std::function<TransferReport(Session &session, const ReportProgress &report)>;
     // The same between two servers.
-    using WorkOfTwo = std::function<QString(Session &from, Session &to, const ReportProgress &report)>;
+    using WorkOfTwo = std::function<TransferReport(Session &from, Session &to, const ReportProgress &report)>;
 
     using QObject::QObject;
     // Stops what runs and waits for its end.
@@ -28,20 +28,20 @@ public:
     void start(const Session &session, const QString &database, const Work &work);
     void start(const Session &from, const Session &to, const WorkOfTwo &work);
     // For what needs no server.
-    void start(const std::function<QString(const ReportProgress &report)> &work);
+    void start(const std::function<TransferReport(const ReportProgress &report)> &work);
     void stop() { m_isStopWanted = true; }
     bool isRunning() const { return m_isRunning; }
 
 Q_SIGNALS:
     void progressed(const TransferStatus &status);
-    void finished(const QString &text, bool hasFailed);
+    void finished(const TransferReport &report);
 
 private:
     class OwnSessions;
-    using WorkOfAny = std::function<QString(OwnSessions &sessions, const ReportProgress &report)>;
+    using WorkOfAny = std::function<TransferReport(OwnSessions &sessions, const ReportProgress &report)>;
 
     void start(std::unique_ptr<OwnSessions> sessions, WorkOfAny work);
-    void run(std::function<QString()> work);
+    void run(std::function<TransferReport()> work);
     ReportProgress reporter(OwnSessions *sessions);
 
     std::thread m_thread;

@@ -81,7 +81,7 @@ void TransferWindow::begin(const Session &from, const Session &to, const Transfe
     m_job.start(from, to, work);
 }
 
-void TransferWindow::begin(const std::function<QString(const ReportProgress &)> &work)
+void TransferWindow::begin(const std::function<TransferReport(const ReportProgress &)> &work)
 {
     setRunning(true);
     m_job.start(work);
@@ -135,24 +135,22 @@ void TransferWindow::showProgress(const TransferStatus &status)
     m_status->setText(text);
 }
 
-void TransferWindow::finish(const QString &text, bool hasFailed)
+void TransferWindow::finish(const TransferReport &report)
 {
     setRunning(false);
     m_status->clear();
-    if (hasFailed)
+    if (report.hasFailed)
         m_bar->clearBar();
     else
         m_bar->setFraction(1, true);
-    tell(text, hasFailed);
-    // What stays of a change that was stopped on its way is read before the window goes, unless the program
-    // itself goes: it has left the server by then.
-    const bool isToBeRead = hasFailed && text.contains(u'\n') && m_session.gCn;
-    if (std::exchange(m_closesAtEnd, false) && !isToBeRead) {
+    tell(report.text, report.hasFailed);
+    const AtEnd wanted = std::exchange(m_atEnd, AtEnd::Stay);
+    if (wanted == AtEnd::Close || (wanted == AtEnd::CloseUnlessToBeRead && !report.isToBeRead)) {
         close();
         return;
     }
     m_start->setFocus();
-    ended(hasFailed);
+    ended(report.hasFailed);
 }
 
 void TransferWindow::tell(const QString &text, bool isFailure)
@@ -163,7 +161,8 @@ void TransferWindow::tell(const QString &text, bool isFailure)
 void TransferWindow::closeEvent(QCloseEvent *event)
 {
     if (m_job.isRunning()) {
-        m_closesAtEnd = true;
+        // Else the program goes, and its window with it.
+        m_atEnd = event->spontaneous() ? AtEnd::CloseUnlessToBeRead : AtEnd::Close;
         m_job.stop();
         event->ignore();
         return;

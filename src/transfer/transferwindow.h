@@ -16,7 +16,8 @@ class QPushButton;
 class QVBoxLayout;
 
 // What the windows of transfers share: start, stop, progress, report. It works on beside the other windows;
-// closed while something runs, it stops that and goes once it has ended.
+// closed while something runs, it stops that and goes once it has ended: closed by its user not before what
+// is to be read has been shown.
 class TransferWindow : public QWidget {
     Q_OBJECT
 
@@ -38,7 +39,7 @@ protected:
     virtual void start() = 0;
     void begin(const QString &database, const TransferJob::Work &work);
     void begin(const Session &from, const Session &to, const TransferJob::WorkOfTwo &work);
-    void begin(const std::function<QString(const ReportProgress &)> &work);
+    void begin(const std::function<TransferReport(const ReportProgress &)> &work);
     void tell(const QString &text, bool isFailure);
     // After the end of a run, unless the window closes.
     virtual void ended(bool /*hasFailed*/) {}
@@ -55,7 +56,7 @@ protected:
 
 private:
     void showProgress(const TransferStatus &status);
-    void finish(const QString &text, bool hasFailed);
+    void finish(const TransferReport &report);
     void setRunning(bool isRunning, const QString &where = {});
 
     WidgetDialogue m_dialogue;
@@ -69,7 +70,8 @@ private:
     QPlainTextEdit *m_report;
     QElapsedTimer m_sinceStart;
     QString m_where; // it runs: the server, or both
-    bool m_closesAtEnd = false;
+    enum class AtEnd { Stay, CloseUnlessToBeRead, Close };
+    AtEnd m_atEnd = AtEnd::Stay;
 };
 
 QCheckBox *tick(const char *name, const QString &text, bool isOn, const QString &tip = {});

@@ -5,9 +5,33 @@
 #include "support/balancer.h"
 #include "support/gui/stage.h"
 #include "transfer/copy/copywindow.h"
+#include "transfer/csv/csvimportwindow.h"
 #include "transfer/load/loadwindow.h"
 
+#include <QSemaphore>
+
 namespace {
+
+// Runs what it is told to, once it may end.
+class ProbeWindow : public TransferWindow {
+public:
+    ProbeWindow(Session &session, const std::function<TransferReport()> &work)
+        : TransferWindow(session, "probe", "probe", "startProbe")
+        , m_work(work)
+    {
+    }
+    QSemaphore mayEnd;
+
+private:
+    void start() override
+    {
+        begin([this](const ReportProgress &) {
+            mayEnd.acquire();
+            return m_work();
+        });
+    }
+    const std::function<TransferReport()> m_work;
+};
 
 using Brand = TestServer::Brand;
 
@@ -30,7 +54,7 @@ struct Ends {
     QString copy(
         const TargetLook &agreed, const ReportProgress &at = [](auto &) {})
     {
-        return copyObjects(from, to, options, agreed, at);
+        return copyObjects(from, to, options, agreed, at).text;
     }
 
     BlockingPump pump;
@@ -86,6 +110,9 @@ private Q_SLOTS:
     void aKilledCopyIsToldAtTheNextStart();
     void theWindowAsksForTheTarget();
     void aFileOfSqlIsLookedAtAgain();
+    void aClosedWindowStaysForWhatIsToBeRead_data();
+    void aClosedWindowStaysForWhatIsToBeRead();
+    void columnsThatAnImportLeavesOutAreNamed();
 
 private:
     TestServers m_servers{{"--character-set-server=utf8mb4"}};
@@ -511,6 +538,62 @@ void CopyTest::aFileOfSqlIsLookedAtAgain()
         QCOMPARE(stage.control<QPlainTextEdit>("transferReport")->toPlainText(), told);
     }
     QCOMPARE(server.run("SHOW TABLES FROM d"), "t\n");
+}
+
+void CopyTest::aClosedWindowStaysForWhatIsToBeRead_data()
+{
+    // How the run ends, whether the user closes the window, or else the program, and whether it stays.
+    const Rows<std::function<TransferReport()>, bool, bool> row;
+    row(
+        "done", [] { return TransferReport("done\nwith all"); }, true, false);
+    row(
+        "something left out", [] { return TransferReport("done", true); }, true, true);
+    row(
+        "failed", []() -> TransferReport { throw Failure("no room\r\non the disk"); }, true, false);
+    row(
+        "half done", []() -> TransferReport { throw HalfDone("stopped"); }, true, true);
+    row(
+        "half done at the program's end", []() -> TransferReport { throw HalfDone("stopped"); }, false,
+        false);
+}
+
+void CopyTest::aClosedWindowStaysForWhatIsToBeRead()
+{
+    const auto [work, byUser, stays] = fetched<std::function<TransferReport()>, bool, bool>();
+    Stage stage;
+    auto *window = new ProbeWindow(stage.session, work);
+    stage.open(window);
+    stage.click("startProbe");
+    if (byUser)
+        closeByUser(*window);
+    else
+        window->close();
+    QVERIFY(window->isVisible()); // until it has ended
+    window->mayEnd.release();
+    if (stays)
+        QTRY_VERIFY(stage.isEnabled("startProbe"));
+    else
+        QTRY_VERIFY(!stage.window);
+    QCOMPARE(!stage.window.isNull(), stays);
+}
+
+void CopyTest::columnsThatAnImportLeavesOutAreNamed()
+{
+    TestServer &server = m_servers.of(Brand::MariaDb);
+    server.run("DROP DATABASE IF EXISTS d; CREATE DATABASE d; CREATE TABLE d.t(id INT, v INT)");
+    Stage stage(server.nativeString());
+    stage.session.gDbName = "d";
+    const QString path = stage.folder.filePath("a.csv");
+    writeFile(path, "ID,V2,memo\n1,2,3\n");
+    stage.open(new CsvImportWindow(stage.session, "t"));
+    auto *line = stage.control<QLineEdit>("importPath");
+    line->setFocus();
+    QTest::keyClicks(line, path);
+    QTest::keyClick(line, Qt::Key_Return);
+    const auto said = [&] { return stage.control<QLabel>("importChecks")->text(); };
+    QCOMPARE(said(), "取り込まないファイルの列 (2): V2、memo");
+    stage.control<QComboBox>("importColumn_1")->setCurrentText("V2");
+    QCOMPARE(said(), "取り込まないファイルの列 (1): memo");
 }
 
 QTEST_MAIN(CopyTest)

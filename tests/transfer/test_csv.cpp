@@ -302,7 +302,7 @@ void CsvTest::whatIsExportedIsImported()
     writeFile(one.path, "v\n+81\n\n\n12\n");
     one.table = "one";
     one.columns = {{"v", 0}};
-    QVERIFY(textOf(import(one)).startsWith("2 行を取り込みました。\n空の行 2 行は読み飛ばしました。"));
+    QVERIFY(reportOf(import(one)).text.startsWith("2 行を取り込みました。\n空の行 2 行は読み飛ばしました。"));
     QCOMPARE(server.run("SELECT v FROM c.one ORDER BY 1"), "+81\n12\n");
     QCOMPARE(server.run("SELECT COLUMN_TYPE FROM information_schema.COLUMNS WHERE TABLE_SCHEMA='c' AND "
                         "TABLE_NAME='made' ORDER BY ORDINAL_POSITION"),
@@ -348,9 +348,10 @@ void CsvTest::floatsKeepTheirDigits()
     QCOMPARE(server.run(reading.arg("back")), server.run(reading.arg("t")));
     if (brand != TestServer::Brand::MySql56) {
         server.run("ALTER TABLE c.t ADD hidden INT INVISIBLE DEFAULT 7");
-        QVERIFY(exportStatement(session, "SELECT * FROM c.t", out, noReport).endsWith("いません: hidden"));
-        QVERIFY(exportStatement(session, "SELECT id, hidden FROM c.t", out, noReport)
-                    .endsWith("書き出しました。"));
+        const TransferReport some = exportStatement(session, "SELECT * FROM c.t", out, noReport);
+        QVERIFY(some.isToBeRead && some.text.endsWith("いません: hidden"));
+        const TransferReport all = exportStatement(session, "SELECT id, hidden FROM c.t", out, noReport);
+        QVERIFY(!all.isToBeRead && all.text.endsWith("書き出しました。"));
     }
     // Columns that are named, and what is no mere reading of one table's columns.
     for (const auto &[select, line] :
@@ -426,7 +427,7 @@ void CsvTest::aFileThatHasOtherColumnsIsRefused()
     options.fileColumns = QStringList{"id", "v"};
     QString words;
     try {
-        words = textOf(import(options));
+        words = reportOf(import(options)).text;
     } catch (const Failure &error) {
         words = error.description();
     }
@@ -486,7 +487,7 @@ void CsvTest::anAccountMayDoLittle()
     options.isLocal = isLocal;
     QString told;
     try {
-        told = textOf(importCsv(stage.session, options, noReport));
+        told = reportOf(importCsv(stage.session, options, noReport)).text;
     } catch (const Failure &error) {
         told = error.description();
     }
@@ -627,6 +628,7 @@ void CsvTest::aBreakSaysWhatIsIn()
         importCsv(session, options, noReport);
     } catch (const Failure &error) {
         told = error.description();
+        QCOMPARE(dynamic_cast<const HalfDone *>(&error) == nullptr, said.startsWith("何も"));
     }
     QVERIFY2(told.contains(said), qPrintable(told));
     QTRY_COMPARE(server.run("SELECT COUNT(*) FROM c.t").trimmed(), rows);

@@ -248,8 +248,8 @@ TargetLook lookAtTarget(Session &from, Session &to, const CopyOptions &options)
     return look;
 }
 
-QString copyObjects(Session &from, Session &to, const CopyOptions &options, const TargetLook &agreed,
-                    const ReportProgress &report)
+TransferReport copyObjects(Session &from, Session &to, const CopyOptions &options, const TargetLook &agreed,
+                           const ReportProgress &report)
 {
     TransferStatus last;
     bool hasBegun = false;
@@ -280,16 +280,22 @@ QString copyObjects(Session &from, Session &to, const CopyOptions &options, cons
             });
         sink->staging().finish();
         const QStringList left = sink->staging().leftBehind();
-        return QStringLiteral("データベース「%1」に %2 個のオブジェクト、%3 行をコピーしました。")
-                   .arg(options.database)
-                   .arg(done.objects)
-                   .arg(done.rows) +
-               notesOf(done) +
-               (left.isEmpty()
-                    ? QString()
-                    : QStringLiteral("\n以前に途中で終わったコピーの作業用のテーブルが残っています: ") +
-                          left.join(QStringLiteral(", ")));
+        const QString notes =
+            notesOf(done) +
+            (left.isEmpty()
+                 ? QString()
+                 : QStringLiteral("\n以前に途中で終わったコピーの作業用のテーブルが残っています: ") +
+                       left.join(QStringLiteral(", ")));
+        return {QStringLiteral("データベース「%1」に %2 個のオブジェクト、%3 行をコピーしました。")
+                        .arg(options.database)
+                        .arg(done.objects)
+                        .arg(done.rows) +
+                    notes,
+                !notes.isEmpty()};
     } catch (const Failure &error) {
-        throw Failure(error.description() + whatIsThere(last, hasBegun, sink), error.number(), error.state());
+        const QString words = error.description() + whatIsThere(last, hasBegun, sink);
+        if (hasBegun)
+            throw HalfDone(words, error.number(), error.state());
+        throw Failure(words, error.number(), error.state());
     }
 }

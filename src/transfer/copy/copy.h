@@ -31,5 +31,5 @@ TargetLook lookAtTarget(Session &from, Session &to, const CopyOptions &options);
 // Copies in one snapshot of the source, over both sessions' connections, which serve nothing else meanwhile.
 // Drops nothing but what `agreed` has found. Gives what is to be told; throws Failure, which says what the
 // target has then.
-QString copyObjects(Session &from, Session &to, const CopyOptions &options, const TargetLook &agreed,
-                    const ReportProgress &report);
+TransferReport copyObjects(Session &from, Session &to, const CopyOptions &options, const TargetLook &agreed,
+                           const ReportProgress &report);

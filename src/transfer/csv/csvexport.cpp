@@ -233,11 +233,16 @@ QString RowExport::unknownCharacters() const
 
 namespace {
 
-QString textOf(const RowExport &file, const QString &path)
+TransferReport reportOf(const RowExport &file, const QString &path, const QStringList &leftOut = {})
 {
-    const QString unknown = file.unknownCharacters();
-    return QStringLiteral("「%1」に %2 行を書き出しました。").arg(path).arg(file.rows()) +
-           (unknown.isEmpty() ? QString() : u'\n' + unknown);
+    QString notes = file.unknownCharacters();
+    if (!notes.isEmpty())
+        notes.prepend(u'\n');
+    if (!leftOut.isEmpty())
+        notes += QStringLiteral("\nINVISIBLE の列は「*」に含まれないので、書き出していません: ") +
+                 leftOut.join(QStringLiteral(", "));
+    return {QStringLiteral("「%1」に %2 行を書き出しました。").arg(path).arg(file.rows()) + notes,
+            !notes.isEmpty()};
 }
 
 void copyRows(RecordSet &rows, const std::vector<int> &floats, RowExport &file, const ReportProgress &report)
@@ -267,8 +272,8 @@ void copyRows(RecordSet &rows, const std::vector<int> &floats, RowExport &file, 
 
 } // namespace
 
-QString exportRows(const PackedRows &rows, const std::vector<Field> &fields, const ExportOptions &options,
-                   const ReportProgress &report)
+TransferReport exportRows(const PackedRows &rows, const std::vector<Field> &fields,
+                          const ExportOptions &options, const ReportProgress &report)
 {
     constexpr qint64 rowsBetweenReports = 256;
     RowExport file(options, fields);
@@ -280,11 +285,11 @@ QString exportRows(const PackedRows &rows, const std::vector<Field> &fields, con
             report({.object = {}, .rows = row, .expectedRows = rows.rowCount()});
     }
     file.finish();
-    return textOf(file, options.path);
+    return reportOf(file, options.path);
 }
 
-QString exportStatement(Session &session, const QString &statement, const ExportOptions &options,
-                        const ReportProgress &report)
+TransferReport exportStatement(Session &session, const QString &statement, const ExportOptions &options,
+                               const ReportProgress &report)
 {
     const ExactSelect exact = exactSelect(session.connection(), statement);
     RecordSet rows = session.connection().execute(exact.statement);
@@ -297,9 +302,5 @@ QString exportStatement(Session &session, const QString &statement, const Export
     RowExport file(options, fields);
     copyRows(rows, exact.floats, file, report);
     file.finish();
-    return textOf(file, options.path) +
-           (exact.leftOut.isEmpty()
-                ? QString()
-                : QStringLiteral("\nINVISIBLE の列は「*」に含まれないので、書き出していません: ") +
-                      exact.leftOut.join(QStringLiteral(", ")));
+    return reportOf(file, options.path, exact.leftOut);
 }

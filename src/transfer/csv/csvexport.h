@@ -74,7 +74,7 @@ private:
 
 // All of the rows, over the session's connection as they arrive or as they are shown. Give what is to be
 // told; throw Failure, and leave no file then.
-QString exportStatement(Session &session, const QString &statement, const ExportOptions &options,
-                        const ReportProgress &report);
-QString exportRows(const PackedRows &rows, const std::vector<Field> &fields, const ExportOptions &options,
-                   const ReportProgress &report);
+TransferReport exportStatement(Session &session, const QString &statement, const ExportOptions &options,
+                               const ReportProgress &report);
+TransferReport exportRows(const PackedRows &rows, const std::vector<Field> &fields,
+                          const ExportOptions &options, const ReportProgress &report);

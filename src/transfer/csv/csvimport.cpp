@@ -58,7 +58,7 @@ private:
     void commitIfDue();
     void commit();
     void end();
-    QString whatHolds(const Failure &error);
+    QString whatStays(const Failure &error);
     bool dropsNewTable();
 
     Session &m_session;
@@ -89,7 +89,11 @@ ImportReport Import::run()
             readRows();
         end();
     } catch (const Failure &error) {
-        throw Failure(error.description() + whatHolds(error), error.number(), error.state());
+        const QString left = whatStays(error);
+        if (!left.isEmpty())
+            throw HalfDone(error.description() + left, error.number(), error.state());
+        throw Failure(error.description() + QStringLiteral("\n何も確定していません。"), error.number(),
+                      error.state());
     }
     return m_report;
 }
@@ -295,8 +299,8 @@ void Import::commit()
     m_committedLine = m_file->lastLine();
 }
 
-// What the server has when the import ends before its time.
-QString Import::whatHolds(const Failure &error)
+// What the server has, or may have, when the import ends before its time.
+QString Import::whatStays(const Failure &error)
 {
     const qint64 lastLine = m_file ? m_file->lastLine() : 0;
     if (m_isCommitting && lastLine > m_committedLine && (error.isConnectionLost() || error.isInterrupted()))
@@ -308,10 +312,10 @@ QString Import::whatHolds(const Failure &error)
             .arg(m_report.rows);
     if (m_committedLine > 0)
         return QStringLiteral("\n%1 行目までは確定しています。").arg(m_committedLine);
-    return QStringLiteral("\n何も確定していません。") +
-           (m_hasNewTable && !dropsNewTable()
-                ? QStringLiteral("作ったテーブル「%1」は空のまま残っています。").arg(m_options.table)
-                : QString());
+    if (m_hasNewTable && !dropsNewTable())
+        return QStringLiteral("\n何も確定していません。作ったテーブル「%1」は空のまま残っています。")
+            .arg(m_options.table);
+    return {};
 }
 
 bool Import::dropsNewTable()
@@ -351,28 +355,29 @@ ImportReport importCsv(Session &session, const ImportOptions &options, const Rep
     return Import(session, options, report).run();
 }
 
-QString textOf(const ImportReport &report)
+TransferReport reportOf(const ImportReport &done)
 {
-    QString text = report.isTakenBack ? QStringLiteral("入らない行があるため、すべて取り消しました。")
-                                      : QStringLiteral("%1 行を取り込みました。").arg(report.rows);
-    if (report.skipped > 0)
-        text += QStringLiteral("\nキーが重複する %1 行は飛ばしました。").arg(report.skipped);
-    if (report.empty > 0)
-        text += QStringLiteral("\n空の行 %1 行は読み飛ばしました。NULL の行なら、書き出すときに NULL の"
-                               "文字を決めてください。")
-                    .arg(report.empty);
-    if (report.changed > 0)
-        text += QStringLiteral("\nサーバーが値を丸めた行: %1 行。行番号は「%2」にあります。")
-                    .arg(report.changed)
-                    .arg(report.errorFile);
-    if (report.errors > 0)
-        text += QStringLiteral("\n入らなかった行: %1 行。行番号と理由は「%2」にあります。")
-                    .arg(report.errors)
-                    .arg(report.errorFile);
-    if (report.errors > report.listedErrors)
-        text += QStringLiteral("そこにあるのは最初の %1 行で、実際の数はもっと多いことがあります。")
-                    .arg(report.listedErrors);
-    if (!report.leftTable.isEmpty())
-        text += QStringLiteral("\n作ったテーブル「%1」は空のまま残っています。").arg(report.leftTable);
-    return text;
+    const QString text = done.isTakenBack ? QStringLiteral("入らない行があるため、すべて取り消しました。")
+                                          : QStringLiteral("%1 行を取り込みました。").arg(done.rows);
+    QString notes;
+    if (done.skipped > 0)
+        notes += QStringLiteral("\nキーが重複する %1 行は飛ばしました。").arg(done.skipped);
+    if (done.empty > 0)
+        notes += QStringLiteral("\n空の行 %1 行は読み飛ばしました。NULL の行なら、書き出すときに NULL の"
+                                "文字を決めてください。")
+                     .arg(done.empty);
+    if (done.changed > 0)
+        notes += QStringLiteral("\nサーバーが値を丸めた行: %1 行。行番号は「%2」にあります。")
+                     .arg(done.changed)
+                     .arg(done.errorFile);
+    if (done.errors > 0)
+        notes += QStringLiteral("\n入らなかった行: %1 行。行番号と理由は「%2」にあります。")
+                     .arg(done.errors)
+                     .arg(done.errorFile);
+    if (done.errors > done.listedErrors)
+        notes += QStringLiteral("そこにあるのは最初の %1 行で、実際の数はもっと多いことがあります。")
+                     .arg(done.listedErrors);
+    if (!done.leftTable.isEmpty())
+        notes += QStringLiteral("\n作ったテーブル「%1」は空のまま残っています。").arg(done.leftTable);
+    return {text + notes, !notes.isEmpty()};
 }

@@ -44,7 +44,7 @@ struct ImportReport {
 // Over the session's connection, in as few statements as carry the rows; bad rows are found by halving. The
 // server checks every value strictly. Throws Failure where it cannot go on, and says what has been kept.
 ImportReport importCsv(Session &session, const ImportOptions &options, const ReportProgress &report);
-QString textOf(const ImportReport &report);
+TransferReport reportOf(const ImportReport &done);
 
 // A CREATE TABLE for all rows of the file: types that hold every value of a column.
 QString createTableFor(const ImportOptions &options, const ReportProgress &report);

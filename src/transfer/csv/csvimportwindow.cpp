@@ -351,6 +351,6 @@ void CsvImportWindow::start()
     if (!mayWrite(m_session, dialogue()))
         return;
     begin(m_database, [options](Session &session, const ReportProgress &report) {
-        return textOf(importCsv(session, options, report));
+        return reportOf(importCsv(session, options, report));
     });
 }

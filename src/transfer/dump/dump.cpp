@@ -335,13 +335,15 @@ DumpReport dump(Session &session, const DumpOptions &options, DumpSink &sink, co
     return Dump(session, options, {}, &sink, report).run();
 }
 
-QString textOf(const DumpReport &report, const DumpTarget &target)
+TransferReport reportOf(const DumpReport &done, const DumpTarget &target)
 {
-    return QStringLiteral("「%1」に %2 個のオブジェクト、%3 行をダンプしました。")
-               .arg(target.path)
-               .arg(report.objects)
-               .arg(report.rows) +
-           notesOf(report);
+    const QString notes = notesOf(done);
+    return {QStringLiteral("「%1」に %2 個のオブジェクト、%3 行をダンプしました。")
+                    .arg(target.path)
+                    .arg(done.objects)
+                    .arg(done.rows) +
+                notes,
+            !notes.isEmpty()};
 }
 
 QString notesOf(const DumpReport &report)

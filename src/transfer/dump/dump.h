@@ -28,6 +28,6 @@ DumpReport dump(Session &session, const DumpOptions &options, const DumpTarget &
                 const ReportProgress &report);
 // The same, in one piece, into whatever takes it.
 DumpReport dump(Session &session, const DumpOptions &options, DumpSink &sink, const ReportProgress &report);
-QString textOf(const DumpReport &report, const DumpTarget &target);
+TransferReport reportOf(const DumpReport &done, const DumpTarget &target);
 // Of what is not as one might expect, a line each.
 QString notesOf(const DumpReport &report);

@@ -126,6 +126,6 @@ void DumpWindow::start()
     if (!mayReplace(target.isFolder ? QDir(target.path).filePath(QStringLiteral("load.sql")) : target.path))
         return;
     begin(m_database, [what, target](Session &session, const ReportProgress &report) {
-        return textOf(dump(session, what, target, report), target);
+        return reportOf(dump(session, what, target, report), target);
     });
 }

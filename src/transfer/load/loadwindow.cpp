@@ -53,7 +53,7 @@ QString told(const ScriptReport &report, bool isInTransaction)
     return text;
 }
 
-QString load(Session &session, const ScriptOptions &options, const ReportProgress &report)
+TransferReport load(Session &session, const ScriptOptions &options, const ReportProgress &report)
 {
     const ScriptReport done = runScript(session, options, [&](const ScriptProgress &progress) {
         try {
@@ -70,7 +70,7 @@ QString load(Session &session, const ScriptOptions &options, const ReportProgres
         }
     });
     if (!done.isComplete || done.errors > 0)
-        throw Failure(told(done, options.isInTransaction));
+        throw HalfDone(told(done, options.isInTransaction));
     return told(done, options.isInTransaction);
 }
 
