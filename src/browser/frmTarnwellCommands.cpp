@@ -127,10 +127,17 @@ void frmTarnwell::showOwnRoutine()
 
 void frmTarnwell::cmdCreateDb_Click()
 {
-    if (m_session.runner.isRunning())
+    if (m_session.runner.isRunning() || !m_rows.mayLeave())
         return;
-    showCreateDatabase(this, m_session, m_dialogue);
+    TarnwellControls &c = m_controls;
+    ChosenList &objects = c.optTP[1]->isChecked() ? *c.lstProcFunc : *c.lstTables;
+    const QString database = c.lstDb->currentText(), object = objects.currentText();
+    const bool isMade = showCreateDatabase(this, m_session, m_dialogue);
     reload(Reload::Databases);
+    if (isMade)
+        return;
+    c.lstDb->choose(database); // whoever cancels goes on where he was
+    objects.choose(object);
 }
 
 void frmTarnwell::cmdCreateUser_Click()

@@ -63,8 +63,8 @@ void frmCreateDB::create(const QString &name)
         accept();
 }
 
-void showCreateDatabase(QWidget *parent, Session &session, Dialogue &mainWindow)
+bool showCreateDatabase(QWidget *parent, Session &session, Dialogue &mainWindow)
 {
     frmCreateDB dialog(parent, session, mainWindow);
-    dialog.exec();
+    return dialog.exec() == QDialog::Accepted;
 }

@@ -23,5 +23,6 @@ private:
     QLineEdit *txtDatabase;
 };
 
-// cmdCreateDb. Modal; whatever was done, the list of databases is to be reloaded afterwards.
-void showCreateDatabase(QWidget *parent, Session &session, Dialogue &mainWindow);
+// cmdCreateDb. Modal; whatever was done, the list of databases is to be reloaded afterwards. Whether one was
+// made.
+bool showCreateDatabase(QWidget *parent, Session &session, Dialogue &mainWindow);

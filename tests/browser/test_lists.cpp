@@ -34,6 +34,7 @@ private Q_SLOTS:
     void aDatabaseClickSendsItsStatementsInOrder();
     void aChoiceDuringACommandIsCarriedOutAfterIt();
     void aClickWithoutAConnectionMakesOne();
+    void cancellingANewDatabaseKeepsWhatIsChosen();
     void aTableClickSendsFourStatements();
     void anObjectThatCannotBeReadCanOnlyBeDropped();
     void theLogKeepsWhatIsSelectedInIt();
@@ -123,6 +124,16 @@ void ListsTest::aChoiceDuringACommandIsCarriedOutAfterIt()
     });
     QTRY_COMPARE(m_stage->session.gDbName, "e");
     QCOMPARE(m_stage->items("lstTables"), QStringList());
+}
+
+void ListsTest::cancellingANewDatabaseKeepsWhatIsChosen()
+{
+    openDatabase();
+    m_stage->choose("lstTables", 1);
+    m_stage->boxes.expectDialog("frmCreateDB", [](QDialog &dialog) { dialog.reject(); });
+    click("cmdCreateDb");
+    QCOMPARE(label("lblCkTableName") + label("lblTableName"), "vv");
+    QVERIFY(takeSent().contains("show databases;"));
 }
 
 // As the console leaves it when it cannot connect again.
