@@ -43,7 +43,10 @@ RowsView::RowsView(Session &session, Dialogue &dialogue, RowsPane &pane)
     connect(&m_rows, &RowGrid::changed, this, [this] { showState(); });
     connect(&m_rows, &RowGrid::told, this, [this](const QString &words) { showState(words); });
     connect(&pane.grid, &FlexGrid::menuOpening, this, &RowsView::addToMenu);
-    connect(pane.grid.horizontalHeader(), &QHeaderView::sortIndicatorChanged, this, [this] { showState(); });
+    // The header tells of it before the grid sorts.
+    connect(
+        pane.grid.horizontalHeader(), &QHeaderView::sortIndicatorChanged, this, [this] { showState(); },
+        Qt::QueuedConnection);
     for (ConditionLine *line : {pane.rowsWhere, pane.rowsOrder})
         connect(line, &QLineEdit::returnPressed, this, &RowsView::readWanted);
     connect(pane.previousRows, &QPushButton::clicked, this, [this] { goOn(false); });
@@ -233,6 +236,8 @@ QString RowsView::placeText() const
     else
         text = QStringLiteral("%1-%2 行目").arg(grouped(m_firstNumber + 1), grouped(m_firstNumber + rows));
     const bool isWhole = m_query.place == Place::First && !isFull;
+    if (m_pane.grid.sortedColumn() >= 0 && !isWhole && rows > 0)
+        text += QStringLiteral("だけの並べ替え"); // short: there is little room
     if (!m_query.where.isEmpty())
         text = QStringLiteral("条件に合う行: ") + text +
                (isFull ? QStringLiteral(" (続きがあるかもしれません)") : QString());
@@ -240,8 +245,6 @@ QString RowsView::placeText() const
         text += QStringLiteral(" / 約 %1 行").arg(grouped(std::max<qint64>(all, m_firstNumber + rows)));
     if (!isWhole && rows > 0 && !goesOnByKey(m_rows.table(), m_query.order))
         text += QStringLiteral("。頁は行を数えて送ります");
-    if (m_pane.grid.sortedColumn() >= 0 && !isWhole)
-        text += QStringLiteral("。見出しの並べ替えは、読んだ行の中だけです");
     return text;
 }
 

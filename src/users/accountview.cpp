@@ -108,7 +108,7 @@ void markRole(QListWidgetItem &item)
     QFont italic = item.font();
     italic.setItalic(true);
     item.setFont(italic);
-    item.setToolTip(QStringLiteral("ホストがありません。MariaDBではロールです"));
+    item.setToolTip(QStringLiteral("ホストがありません。MariaDBでは役割です"));
 }
 
 } // namespace

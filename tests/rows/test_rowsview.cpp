@@ -1,6 +1,7 @@
 #include "rows/rowsstage.h"
 #include "support/rows.h"
 
+#include <QHeaderView>
 #include <QPushButton>
 
 // The rows of a table in a pane, by a user's hands, over a real server: which of them are shown.
@@ -13,6 +14,7 @@ private Q_SLOTS:
     void conditionsThatCannotBeSent();
     void pagesGoOnBehindAnyRow_data();
     void pagesGoOnBehindAnyRow();
+    void sortingAPageSaysThatItIsOne();
     void whatCannotBeEditedSaysWhy();
 
 private:
@@ -81,6 +83,15 @@ void RowsViewTest::pagesGoOnBehindAnyRow()
     viewer.pane.previousRows->click();
     QCOMPARE(viewer.column(0), pages[0]);
     QVERIFY(!viewer.pane.previousRows->isEnabled());
+}
+
+void RowsViewTest::sortingAPageSaysThatItIsOne()
+{
+    RowsStage viewer(m_server);
+    viewer.read("t");
+    const QHeaderView &header = *viewer.pane.grid.horizontalHeader();
+    QTest::mouseClick(header.viewport(), Qt::LeftButton, {}, {header.sectionViewportPosition(1) + 9, 5});
+    QTRY_VERIFY2(viewer.state().contains("行だけの並べ替え"), qPrintable(viewer.state()));
 }
 
 void RowsViewTest::whatCannotBeEditedSaysWhy()
