@@ -38,8 +38,9 @@ void fitToText(QPushButton &button)
 
 RowsPane::RowsPane(FlexGrid &itsGrid)
     : grid(itsGrid)
-    , rowsWhere(line("rowsWhere", QStringLiteral("条件"), QStringLiteral("price > 100 and name like 'a%'")))
-    , rowsOrder(line("rowsOrder", QStringLiteral("順序"), QStringLiteral("name desc")))
+    , rowsWhere(
+          line("rowsWhere", QStringLiteral("条件"), QStringLiteral("例: price > 100 and name like 'a%'")))
+    , rowsOrder(line("rowsOrder", QStringLiteral("順序"), QStringLiteral("例: name desc")))
     , rowsStatement(made<QLineEdit>("rowsStatement"))
     , rowsState(made<StateLabel>("rowsState"))
     , previousRows(button("previousRows", QStringLiteral("前へ"),
