@@ -1,29 +1,17 @@
-#include "controls/grid/flexgrid.h"
-#include "core/driver/connect.h"
-#include "core/session/lastingconnection.h"
 #include "rows/resultrows.h"
 #include "sheets/safemode.h"
-#include "sheets/sheetresults.h"
-#include "sheets/sheetwindow.h"
-#include "support/gui/stage.h"
-#include "support/rows.h"
-#include "support/scripteddialogue.h"
+#include "sheets/sheettest.h"
 
-#include <QCheckBox>
-#include <QLabel>
 #include <QMenu>
-#include <QPlainTextEdit>
-#include <QPushButton>
-#include <QSignalSpy>
 #include <QToolButton>
 
-// Sheets with real connections, and what is kept of them.
-class SheetWindowTest : public QObject {
+// Sheets with real connections: what they run, and ask before it.
+class SheetWindowTest : public SheetTest {
     Q_OBJECT
 
 private Q_SLOTS:
-    void init();
-    void cleanup();
+    void init() { begin(); }
+    void cleanup() { end(); }
     void everyResultIsATab();
     void whatIsInsertedIsAStatementOfItsOwn();
     void anErrorMarksItsLine();
@@ -33,15 +21,6 @@ private Q_SLOTS:
     void safeModeIsTheConnectionsOwn();
     void dangersAreFound_data();
     void dangersAreFound();
-    void whatWasTypedIsThereAgain();
-    void aFileKeepsItsEncoding_data();
-    void aFileKeepsItsEncoding();
-    void whatCouldNotBeReadIsSaidBeforeItIsLost();
-    void lineEndsAreTheFiles();
-    void whatOthersHaveWrittenIsNotOverwrittenUnasked();
-    void aFileIsRunInPlaceOfAStatement();
-    void aFileIsRunAsItWasWritten_data();
-    void aFileIsRunAsItWasWritten();
     void aLostConnectionIsMadeAnew();
     void rowsOfOneTableAreEdited();
     void theServersModeIsFollowed();
@@ -49,80 +28,16 @@ private Q_SLOTS:
     void whatIsForAnotherServerGetsASheetOfIt();
 
 private:
-    void open();
-    SheetPage &page()
+    SheetServices services() override
     {
-        return *qobject_cast<SheetPage *>(control<QTabWidget>(*m_window, "sheetTabs").currentWidget());
+        SheetServices services = SheetTest::services();
+        services.editRows = [](Session &session, Dialogue &user, FlexGrid &grid, const SelectedTable &table) {
+            auto rows = std::make_unique<ResultRows>(session, user, grid);
+            return rows->begin(table.database, table.name) ? std::move(rows) : nullptr;
+        };
+        return services;
     }
-    void type(const QString &text)
-    {
-        page().editor().setContents(text);
-        page().editor().setCursorPlace(0);
-    }
-    void run(const char *button = "runSheet")
-    {
-        press(*m_window, {button});
-        QTRY_VERIFY_WITH_TIMEOUT(!page().isRunning(), 20'000);
-    }
-    QString messages() { return control<QPlainTextEdit>(page(), "sheetMessages").toPlainText(); }
-    QStringList firstCells()
-    {
-        QStringList cells;
-        for (int i = 1; i < page().results().count(); ++i)
-            cells << qobject_cast<SheetResult *>(page().results().widget(i))->grid().text(0, 0);
-        return cells;
-    }
-
-    TestServer m_server;
-    std::unique_ptr<Stage> m_stage;
-    QPointer<SheetWindow> m_window;
-    ScriptedDialogue *m_dialogue = nullptr;
-    QStringList m_remembered;
 };
-
-void SheetWindowTest::init()
-{
-    m_server.run("drop database if exists d; create database d; use d; create table t (a int);"
-                 "insert into t values (1), (2), (3);\ndelimiter |\n"
-                 "create procedure two() begin select 1; select 2; end|");
-    m_stage = std::make_unique<Stage>(Stage::Server::Real);
-    Session &session = m_stage->session;
-    session.connectBy(lasting(createConnection), m_stage->pump);
-    session.gDsn = noDataSource();
-    session.gDriver = nativeDriverName();
-    session.gServer = "127.0.0.1";
-    session.gPort = QString::number(m_server.port());
-    session.gUser = session.gPass = "demo";
-    session.gDbName = "d";
-    m_remembered.clear();
-    open();
-}
-
-void SheetWindowTest::open()
-{
-    auto dialogue = std::make_unique<ScriptedDialogue>();
-    m_dialogue = dialogue.get();
-    SheetServices services;
-    services.remember = [this](const HistoryEntry &entry) { m_remembered << entry.statement; };
-    services.lastStatements = [this] {
-        QStringList newest = m_remembered;
-        std::reverse(newest.begin(), newest.end());
-        return newest;
-    };
-    services.editRows = [](Session &session, Dialogue &user, FlexGrid &grid, const SelectedTable &table) {
-        auto rows = std::make_unique<ResultRows>(session, user, grid);
-        return rows->begin(table.database, table.name) ? std::move(rows) : nullptr;
-    };
-    m_window = new SheetWindow(m_stage->session, services, std::move(dialogue));
-    m_window->setAttribute(Qt::WA_DeleteOnClose, false);
-    goTo(*m_window);
-}
-
-void SheetWindowTest::cleanup()
-{
-    delete m_window;
-    m_stage.reset();
-}
 
 void SheetWindowTest::everyResultIsATab()
 {
@@ -155,7 +70,6 @@ void SheetWindowTest::everyResultIsATab()
 
 void SheetWindowTest::whatIsInsertedIsAStatementOfItsOwn()
 {
-    open();
     const struct {
         const char *text;
         int place;
@@ -327,213 +241,6 @@ void SheetWindowTest::dangersAreFound()
     const std::optional<Danger> danger = dangerOf(QTest::currentDataTag());
     QTEST(danger ? danger->what : QString(), "what");
     QTEST(danger ? danger->table : QString(), "table");
-}
-
-void SheetWindowTest::whatWasTypedIsThereAgain()
-{
-    type("first 漢字\r\nline");
-    run();
-    page().keepDraft();
-    QTRY_VERIFY_WITH_TIMEOUT(!QDir(m_stage->folder.filePath("sheets")).entryList({"*.json"}).isEmpty(), 5000);
-    const QString file = m_stage->folder.filePath(
-        "sheets/" + QDir(m_stage->folder.filePath("sheets")).entryList({"*.json"})[0]);
-    QCOMPARE(QFile(file).permissions() & (QFile::ReadGroup | QFile::ReadOther), QFile::Permissions());
-    {
-        // Another program of the folder: what is open here is not opened there.
-        QVERIFY(Draft::left(m_stage->folder.filePath("sheets")).empty());
-    }
-    delete m_window;
-    // As a program leaves it that was killed.
-    QFile lock(file + ".lock");
-    QVERIFY(lock.open(QIODevice::WriteOnly));
-    lock.write("99999999\nTarnwell\n" + QSysInfo::machineHostName().toUtf8() + '\n');
-    lock.close();
-    open();
-    QCOMPARE(page().editor().contents(), "first 漢字\r\nline");
-    QVERIFY(page().isChanged());
-    const auto state = [this] { return control<QLabel>(*m_window, "sheetState").text(); };
-    QVERIFY2(state().isEmpty(), qPrintable(state()));
-    m_stage->session.gServer = "elsewhere";
-    Q_EMIT page().changed();
-    QVERIFY2(state().contains("別のサーバーで使っていた"), qPrintable(state()));
-    // A full disk costs no text, and is said.
-    delete m_window;
-    QDir(m_stage->folder.filePath("sheets")).removeRecursively();
-    QFile inTheWay(m_stage->folder.filePath("sheets"));
-    QVERIFY(inTheWay.open(QIODevice::WriteOnly));
-    open();
-    type("second");
-    page().keepDraft();
-    QVERIFY(state().contains("下書きを保存できません"));
-    QCOMPARE(page().editor().contents(), "second");
-}
-
-void SheetWindowTest::aFileKeepsItsEncoding_data()
-{
-    QTest::addColumn<QByteArray>("bytes");
-    row("UTF-8", QByteArray("select '漢'\n"));
-    row("with a mark", QByteArray("\xef\xbb\xbfselect '漢'\r\n"));
-    row("UTF-16", QByteArray("\xff\xfe'\0\"o'\0", 8));
-    row("UTF-16, big", QByteArray("\xfe\xff\0'o\"\0'", 8));
-    row("CP932", QByteArray("select '\x8a\xbf'"));
-    row("EUC-JP", QByteArray("-- \xb4\xc1\xbb\xfa\xa4\xce\xce\xf3\n\xb4\xc1"));
-    row("EUC-JP, no kana", QByteArray("select '\xb4\xc1\xc6\xfc\xcb\xdc'"));
-    row("ISO-2022-JP", QByteArray("select '\x1b$B4A\x1b(B';\nselect 1"));
-    row("large", QByteArray("select 1;\n").repeated(200'000) + "漢");
-}
-
-void SheetWindowTest::aFileKeepsItsEncoding()
-{
-    QFETCH(QByteArray, bytes);
-    const QString path = m_stage->folder.filePath("text.sql");
-    const auto write = [&path](const QByteArray &text) {
-        QFile file(path);
-        return file.open(QIODevice::WriteOnly) && file.write(text) == text.size();
-    };
-    QVERIFY(write(QByteArray(600'000, ' '))); // a line that would hold up the window
-    QVERIFY(page().open(path).contains("ファイルを実行"));
-    for (int start = 0; start < 2; ++start) { // the draft knows it, too
-        QVERIFY(write(bytes));
-        if (start == 0)
-            QCOMPARE(page().open(path), QString());
-        QVERIFY(page().editor().contents().contains("漢"));
-        QVERIFY(!page().isDamaged());
-        QCOMPARE(page().save(path), QString());
-        QCOMPARE(readFile(path), bytes);
-        delete m_window;
-        open();
-    }
-}
-
-void SheetWindowTest::whatCouldNotBeReadIsSaidBeforeItIsLost()
-{
-    QCOMPARE(fileText("-- \xc3\xde\xb0\xc0").text, "-- ﾃﾞｰﾀ"); // which EUC-JP has letters for, too
-    const QString path = m_stage->folder.filePath("text.sql");
-    for (const QByteArray &bytes : {QByteArray("select '\x8a\xbf\xff'"),  // of no encoding
-                                    QByteArray("select '\x8a\xbf' \x8a"), // ends within a character
-                                    QByteArray("\xef\xbb\xbfselect '\xff'"), QByteArray("\xff\xfes\0e", 5)}) {
-        writeFile(path, bytes);
-        QCOMPARE(page().open(path), QString());
-        delete m_window;
-        open();
-        QVERIFY(control<QLabel>(*m_window, "sheetState").text().contains("読めない文字"));
-        m_dialogue->expectConfirm(path + ": 読めない文字がありました。\r\n保存すると、その部分は"
-                                         "ファイルから失われます。上書きしますか？",
-                                  Icon::Critical, false);
-        QTest::keyClick(m_window, Qt::Key_S, Qt::ControlModifier);
-        QCOMPARE(readFile(path), bytes);
-    }
-}
-
-void SheetWindowTest::lineEndsAreTheFiles()
-{
-    const QString path = m_stage->folder.filePath("text.sql");
-    writeFile(path, "select hex('a\r\nb')");
-    QCOMPARE(page().open(path), QString());
-    run();
-    QCOMPARE(firstCells(), QStringList("610D0A62"));
-    type("set names cp932; select hex(convert('表' using utf8))"); // of a file in CP932
-    run();
-    QCOMPARE(firstCells(), QStringList("E8A1A8"));
-    QVERIFY(messages().contains("utf8mb4 に戻しました"));
-    for (const QByteArray &end : {QByteArray("\n"), QByteArray("\r\n")}) {
-        writeFile(path, "select 1" + end + "from t");
-        QCOMPARE(page().open(path), QString());
-        QTest::keyClick(&page().editor(), Qt::Key_Return);
-        QCOMPARE(page().save(path), QString());
-        QCOMPARE(readFile(path), end + "select 1" + end + "from t");
-    }
-}
-
-void SheetWindowTest::whatOthersHaveWrittenIsNotOverwrittenUnasked()
-{
-    const QString path = m_stage->folder.filePath("text.sql");
-    writeFile(path, "select 1");
-    QCOMPARE(page().open(path), QString());
-    const auto edit = [this](const QString &text) {
-        type(text);
-        page().keepDraft();
-        delete m_window;
-        open();
-    };
-    edit("select 2");
-    QTest::keyClick(m_window, Qt::Key_S, Qt::ControlModifier);
-    QCOMPARE(readFile(path), "select 2");
-    const QString question = path + ": 開いた後に、ほかで変更されています。\r\n保存すると、その変更は"
-                                    "失われます。上書きしますか？";
-    for (const QByteArray &foreign :
-         {QByteArray("select 3"), QByteArray("select 33")}) { // as long, and longer
-        writeFile(path, foreign);
-        edit("select 4");
-        m_dialogue->expectConfirm(question, Icon::Critical, false);
-        QTest::keyClick(m_window, Qt::Key_S, Qt::ControlModifier);
-        QCOMPARE(readFile(path), foreign);
-    }
-    m_dialogue->expectConfirm(question, Icon::Critical, true);
-    QTest::keyClick(m_window, Qt::Key_S, Qt::ControlModifier);
-    QCOMPARE(readFile(path), "select 4");
-}
-
-void SheetWindowTest::aFileIsRunInPlaceOfAStatement()
-{
-    QFile file(m_stage->folder.filePath("s.sql"));
-    QVERIFY(file.open(QIODevice::WriteOnly));
-    file.write("insert into t values (4);\ninsert into nowhere values (5);\n");
-    file.close();
-    ScriptOptions options;
-    options.path = file.fileName();
-    page().runScript(options);
-    QTRY_VERIFY(!page().isRunning());
-    QVERIFY2(messages().contains("s.sql:2: "), qPrintable(messages()));
-    QCOMPARE(m_server.run("select count(*) from d.t").trimmed().right(1), "4");
-    type("source " + file.fileName() + "\nselect 8");
-    press(*m_window, {"goOnAtErrors"});
-    run();
-    QCOMPARE(firstCells(), QStringList("8"));
-    QCOMPARE(m_server.run("select count(*) from d.t").trimmed().right(1), "5");
-}
-
-void SheetWindowTest::aFileIsRunAsItWasWritten_data()
-{
-    // What stands in the file, what is said of it, and the bytes that arrive.
-    const Rows<QByteArray, QString, QByteArray> row;
-    const QByteArray begin = "insert into d.s(t) values('", end = "');\n";
-    const QByteArray kanji = "E697A5E69CAC", longest = QByteArray("-- x\n").repeated(100'000);
-    const auto utf16 = [](const QString &text) {
-        return "\xff\xfe" + QByteArray(reinterpret_cast<const char *>(text.utf16()), text.size() * 2);
-    };
-    row("UTF-8", begin + "日本" + end, "UTF-8です", kanji);
-    row("with a mark", "\xef\xbb\xbf" + begin + "日本" + end, "BOM", kanji);
-    row("UTF-16", utf16("insert into d.s(t) values('日本');"), "BOM", kanji);
-    row("CP932", begin + "\x93\xfa\x96\x7b\x95\x5c" + end, "シフトJISのようです", kanji + "E8A1A8");
-    row("CP932 behind a long beginning", longest + begin + "\x93\xfa\x96\x7b" + end, "シフトJISのようです",
-        kanji);
-    row("EUC-JP", begin + "\xc6\xfc\xcb\xdc" + end, "EUC-JPのようです", kanji);
-    row("a dump in latin1",
-        "-- x\n/*!40101 SET NAMES latin1 */;\n" + begin +
-            "\xe9"
-            "clair" +
-            end,
-        "SET NAMES", "C3A9636C616972");
-    row("bytes", "set names binary; insert into d.s(b) values('\xff\xd8\x01\x80');", "そのまま", "FFD80180");
-}
-
-void SheetWindowTest::aFileIsRunAsItWasWritten()
-{
-    const auto [bytes, words, arrived] = fetched<QByteArray, QString, QByteArray>();
-    m_server.run("create table d.s(t varchar(20) character set utf8mb4, b varbinary(20))");
-    const QString path = m_stage->folder.filePath("s.sql");
-    writeFile(path, bytes);
-    Boxes boxes;
-    boxes.expectDialog("scriptFileDialog", [&](QDialog &dialog) {
-        dialog.findChild<QLineEdit *>("scriptPath")->setText(path);
-        const QString guess = dialog.findChild<QLabel *>("scriptGuess")->text();
-        QVERIFY2(guess.contains(words), qPrintable(guess));
-        dialog.accept();
-    });
-    run("runScriptFile");
-    QCOMPARE(m_server.run("select hex(coalesce(t, b)) from d.s").trimmed().section('\n', -1),
-             QString::fromLatin1(arrived));
 }
 
 void SheetWindowTest::aLostConnectionIsMadeAnew()
