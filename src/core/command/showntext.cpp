@@ -2,47 +2,24 @@
 
 #include "core/sql/failure.h"
 #include "core/sql/statements.h"
+#include "core/sql/tabledefinition.h"
 
 #include <QRegularExpression>
 
 namespace {
 
-// A text's tokens but for blanks and comments, which mean nothing.
-class Tokens {
-public:
-    Tokens(const QString &text, SqlMode mode)
-        : m_text(text)
-    {
-        for (const Token &token : sqlTokens(text, mode))
-            if (token.kind != TokenKind::Blank && token.kind != TokenKind::Comment)
-                m_tokens.push_back(token);
-    }
-
-    std::size_t size() const { return m_tokens.size(); }
-    TokenKind kind(std::size_t index) const { return m_tokens[index].kind; }
-    QString at(std::size_t index) const
-    {
-        return index < size() ? m_text.mid(m_tokens[index].start, m_tokens[index].length) : QString();
-    }
-    bool isBehindDot(std::size_t index) const { return index > 0 && at(index - 1) == u"."; }
-    qsizetype count(const QString &token) const
-    {
-        qsizetype found = 0;
-        for (std::size_t i = 0; i < size(); ++i)
-            found += at(i) == token;
-        return found;
-    }
-    QString textFrom(std::size_t index) const { return m_text.mid(m_tokens[index].start).simplified(); }
-
-private:
-    QString m_text;
-    std::vector<Token> m_tokens;
-};
+qsizetype count(const SqlTokens &tokens, const QString &token)
+{
+    qsizetype found = 0;
+    for (std::size_t i = 0; i < tokens.size(); ++i)
+        found += tokens.at(i) == token;
+    return found;
+}
 
 // Walks along both texts and collects what the shown one does not mean.
 class Comparison {
 public:
-    Comparison(const Tokens &server, const Tokens &shown, SqlMode mode)
+    Comparison(const SqlTokens &server, const SqlTokens &shown, SqlMode mode)
         : m_server(server)
         , m_shown(shown)
         , m_mode(mode)
@@ -66,8 +43,7 @@ private:
             ++m_shownAt;
             return true;
         }
-        if (m_server.kind(m_at) != TokenKind::Text || m_shownAt >= m_shown.size() ||
-            m_shown.kind(m_shownAt) != TokenKind::Text)
+        if (!m_server.isText(m_at) || !m_shown.isText(m_shownAt))
             return part(m_at);
         lose(text);
         ++m_shownAt;
@@ -77,11 +53,10 @@ private:
     bool stepName(const QString &text)
     {
         const QString bare = withoutBackticks(text);
-        const bool isBehindDot = m_server.isBehindDot(m_at);
-        const Tokens pieces(isBehindDot ? QStringLiteral("a.") + bare : bare, m_mode);
+        const bool isBehindDot = m_at > 0 && m_server.at(m_at - 1) == u".";
+        const SqlTokens pieces(isBehindDot ? QStringLiteral("a.") + bare : bare, m_mode);
         const std::size_t skipped = isBehindDot ? 2 : 0;
-        if (quotedName(bare) != text || pieces.size() != skipped + 1 ||
-            pieces.kind(skipped) != TokenKind::Word) {
+        if (quotedName(bare) != text || pieces.size() != skipped + 1 || !pieces.isWord(skipped)) {
             lose(text);
             // Its signs begin something that swallows what follows.
             static const QString opening = QStringLiteral("'\"#-/");
@@ -109,12 +84,12 @@ private:
     {
         constexpr qsizetype shownLength = 60;
         if (lost.isEmpty())
-            lost << m_server.textFrom(from).left(shownLength);
+            lost << m_server.text(from, m_server.size()).simplified().left(shownLength);
         return false;
     }
 
-    const Tokens &m_server;
-    const Tokens &m_shown;
+    const SqlTokens &m_server;
+    const SqlTokens &m_shown;
     SqlMode m_mode;
     std::size_t m_at = 0, m_shownAt = 0;
 };
@@ -171,12 +146,12 @@ QString withCounterOf(const QString &serverText, QString text, const QString &sh
 QStringList lostInShownText(Connection &connection, const QString &serverText, const QString &shownText,
                             const QString &editedText, SqlMode mode)
 {
-    const Tokens server(withoutCounter(serverText), mode), edited(editedText, mode);
-    const Comparison comparison(server, Tokens(withoutCounter(shownText), mode), mode);
+    const SqlTokens server(withoutCounter(serverText), mode), edited(editedText, mode);
+    const Comparison comparison(server, SqlTokens(withoutCounter(shownText), mode), mode);
     QStringList lost = comparison.lost + reservedAmong(connection, comparison.bareNames);
     lost.removeIf([&](const QString &text) {
-        const qsizetype needed = server.count(text);
-        return needed > 0 && edited.count(text) >= needed;
+        const qsizetype needed = count(server, text);
+        return needed > 0 && count(edited, text) >= needed;
     });
     return lost;
 }

@@ -49,6 +49,7 @@ public:
     std::size_t size() const { return m_tokens.size(); }
     bool isName(std::size_t at) const { return at < size() && m_tokens[at].kind == TokenKind::Name; }
     bool isWord(std::size_t at) const { return at < size() && m_tokens[at].kind == TokenKind::Word; }
+    bool isText(std::size_t at) const { return at < size() && m_tokens[at].kind == TokenKind::Text; }
     // A word of the language, or a sign: never a quoted name.
     bool is(std::size_t at, QStringView word) const;
     QString at(std::size_t at) const;                       // as it is written; empty behind the end
