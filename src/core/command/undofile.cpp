@@ -19,20 +19,23 @@ struct Member {
     QString Object::*text = nullptr;
     bool Object::*flag = nullptr;
     Question Object::*question = nullptr;
+    int Object::*number = nullptr;
 };
 
-const Member<WayBack> wayBackMembers[] = {{"statement", &WayBack::statement},
-                                          {"text", &WayBack::text},
-                                          {"show", &WayBack::show},
-                                          {"drop", &WayBack::drop},
-                                          {"otherwise", &WayBack::otherwise},
-                                          {"remark", &WayBack::remark},
-                                          {"lost", &WayBack::lost},
-                                          {"notSent", &WayBack::notSent},
-                                          {"isAlwaysAsked", nullptr, &WayBack::isAlwaysAsked},
-                                          {"isForDoubt", nullptr, &WayBack::isForDoubt},
-                                          {"when", nullptr, nullptr, &WayBack::when},
-                                          {"needs", nullptr, nullptr, &WayBack::needs}};
+const Member<WayBack> wayBackMembers[] = {
+    {"statement", &WayBack::statement},
+    {"text", &WayBack::text},
+    {"show", &WayBack::show},
+    {"drop", &WayBack::drop},
+    {"otherwise", &WayBack::otherwise},
+    {"remark", &WayBack::remark},
+    {"lost", &WayBack::lost},
+    {"notSent", &WayBack::notSent},
+    {"isAlwaysAsked", nullptr, &WayBack::isAlwaysAsked},
+    {"isForDoubt", nullptr, &WayBack::isForDoubt},
+    {"when", nullptr, nullptr, &WayBack::when},
+    {"needs", nullptr, nullptr, &WayBack::needs},
+    {"nothingThere", nullptr, nullptr, nullptr, &WayBack::nothingThere}};
 
 const Member<Step> stepMembers[] = {{"statement", &Step::statement},
                                     {"untilUndone", &Step::untilUndone},
@@ -44,7 +47,8 @@ const Member<Step> stepMembers[] = {{"statement", &Step::statement},
                                     {"completes", nullptr, &Step::completes},
                                     {"isRepeated", nullptr, &Step::isRepeated},
                                     {"isDone", nullptr, nullptr, &Step::isDone},
-                                    {"holds", nullptr, nullptr, &Step::holds}};
+                                    {"holds", nullptr, nullptr, &Step::holds},
+                                    {"nothingLeft", nullptr, nullptr, nullptr, &Step::nothingLeft}};
 
 template <class Object>
 QJsonObject written(const Object &object, std::span<const Member<Object>> members)
@@ -58,6 +62,8 @@ QJsonObject written(const Object &object, std::span<const Member<Object>> member
             json[name] = true;
         if (member.question && !(object.*member.question).statement.isEmpty())
             json[name] = QJsonArray{(object.*member.question).statement, (object.*member.question).wanted};
+        if (member.number && object.*member.number != 0)
+            json[name] = object.*member.number;
     }
     QJsonArray with;
     for (const SessionVariable &variable : object.with)
@@ -79,6 +85,8 @@ Object read(const QJsonObject &json, std::span<const Member<Object>> members)
             object.*member.flag = value.toBool();
         if (member.question && value.isArray())
             object.*member.question = {value[0].toString(), value[1].toBool()};
+        if (member.number)
+            object.*member.number = value.toInt();
     }
     for (const QJsonValue &variable : json[QStringLiteral("with")].toArray())
         object.with.push_back({variable[0].toString(), variable[1].toString()});
@@ -89,25 +97,17 @@ QJsonObject written(const Step &step)
 {
     QJsonObject json = written<Step>(step, stepMembers);
     QJsonArray back;
-    for (const WayBack &each : step.back) {
-        QJsonObject way = written<WayBack>(each, wayBackMembers);
-        way[QStringLiteral("nothingThere")] = each.nothingThere;
-        back << way;
-    }
+    for (const WayBack &each : step.back)
+        back << written<WayBack>(each, wayBackMembers);
     json[QStringLiteral("back")] = back;
-    json[QStringLiteral("nothingLeft")] = step.nothingLeft;
     return json;
 }
 
 Step readStep(const QJsonObject &json)
 {
     Step step = read<Step>(json, stepMembers);
-    step.nothingLeft = json[QStringLiteral("nothingLeft")].toInt();
-    for (const QJsonValue &each : json[QStringLiteral("back")].toArray()) {
-        WayBack back = read<WayBack>(each.toObject(), wayBackMembers);
-        back.nothingThere = each[QStringLiteral("nothingThere")].toInt();
-        step.back.push_back(std::move(back));
-    }
+    for (const QJsonValue &each : json[QStringLiteral("back")].toArray())
+        step.back.push_back(read<WayBack>(each.toObject(), wayBackMembers));
     return step;
 }
 
