@@ -66,7 +66,10 @@ private:
         bool isListBroken; // of the clause outside
     };
 
-    void put(std::size_t i);
+    void putSpace(std::size_t i);
+    void follow(std::size_t i);
+    void putPiece(std::size_t i);
+    bool closesQuery(std::size_t i) const;
     bool startsClause(std::size_t i) const;
     bool startsJoin(std::size_t i) const;
     bool isLongList(std::size_t i) const;
@@ -110,8 +113,11 @@ Layout::Layout(std::string_view statement, SqlMode mode, KeywordCase keywords)
 
 std::string Layout::text()
 {
-    for (std::size_t i = 0; i < m_pieces.size(); ++i)
-        put(i);
+    for (std::size_t i = 0; i < m_pieces.size(); ++i) {
+        putSpace(i);
+        follow(i);
+        putPiece(i);
+    }
     return std::exchange(m_text, {});
 }
 
@@ -161,18 +167,23 @@ bool Layout::isLongList(std::size_t i) const
     return length > longest;
 }
 
-void Layout::put(std::size_t i)
+bool Layout::closesQuery(std::size_t i) const
+{
+    return small(i) == ")" && !m_open.empty() && m_open.back().isQuery;
+}
+
+// What stands between the piece and the one before it.
+void Layout::putSpace(std::size_t i)
 {
     const Piece &piece = m_pieces[i];
     const bool isBehindComment =
         i > 0 && m_pieces[i - 1].kind == TokenKind::Comment && isLineComment(m_pieces[i - 1].text);
-    const bool closesQuery = small(i) == ")" && !m_open.empty() && m_open.back().isQuery;
     // Two minus signs are a comment as soon as a blank follows.
     const bool isBoundToMinus = !piece.isBehindBlank() && m_text.ends_with("--");
     if (!m_isLaidOut || isBoundToMinus) {
         // Not ours to lay out: as it stands, but for the words.
         m_text += piece.before;
-    } else if (closesQuery) {
+    } else if (closesQuery(i)) {
         breakLine(depth() - 1);
     } else if (startsClause(i)) {
         breakLine(depth());
@@ -188,7 +199,11 @@ void Layout::put(std::size_t i)
     } else if (i > 0 && (piece.isBehindBlank() || small(i - 1) == ",")) {
         m_text += ' ';
     }
+}
 
+// Where in the statement the next piece stands.
+void Layout::follow(std::size_t i)
+{
     if (startsClause(i) || i == 0)
         m_isListBroken = (small(i) == "select" || small(i) == "set") && isLongList(i);
     if (small(i) == "between" || small(i) == "and")
@@ -198,10 +213,15 @@ void Layout::put(std::size_t i)
     if (small(i) == "(") {
         m_open.push_back({small(i + 1) == "select" && m_isLaidOut, m_isListBroken});
     } else if (small(i) == ")" && !m_open.empty()) {
-        if (closesQuery)
+        if (closesQuery(i))
             m_isListBroken = m_open.back().isListBroken;
         m_open.pop_back();
     }
+}
+
+void Layout::putPiece(std::size_t i)
+{
+    const Piece &piece = m_pieces[i];
     const bool isName = i > 0 && (small(i - 1) == "." || small(i - 1) == "@");
     const bool isKeyword = piece.kind == TokenKind::Word && !isName && m_keywords != KeywordCase::AsIs &&
                            isOneOf(piece.small, reserved);
