@@ -194,6 +194,57 @@ std::optional<PlacedDiagram> placed(const Diagram &diagram, const QByteArray &pl
     return result;
 }
 
+namespace {
+
+using Attributes = std::initializer_list<std::pair<const char *, QString>>;
+
+void writeAttributes(QXmlStreamWriter &svg, Attributes attributes)
+{
+    for (const auto &[name, value] : attributes)
+        svg.writeAttribute(QLatin1String(name), value);
+}
+
+void writeLink(QXmlStreamWriter &svg, const PlacedLink &link)
+{
+    QString path = QStringLiteral("M%1 %2 C").arg(link.curve[0].x()).arg(link.curve[0].y());
+    for (qsizetype i = 1; i < link.curve.size(); ++i)
+        path += QStringLiteral(" %1 %2").arg(link.curve[i].x()).arg(link.curve[i].y());
+    svg.writeStartElement(QStringLiteral("path"));
+    writeAttributes(svg, {{"d", path}, {"fill", QStringLiteral("none")}, {"stroke", QStringLiteral("#666")}});
+    svg.writeTextElement(QStringLiteral("title"), visibleName(link.name));
+    svg.writeEndElement();
+    svg.writeEmptyElement(QStringLiteral("circle"));
+    writeAttributes(svg, {{"cx", number(link.curve.last().x())},
+                          {"cy", number(link.curve.last().y())},
+                          {"r", QStringLiteral("3")},
+                          {"fill", QStringLiteral("#666")}});
+}
+
+void writeTable(QXmlStreamWriter &svg, const PlacedTable &table, double line)
+{
+    svg.writeEmptyElement(QStringLiteral("rect"));
+    writeAttributes(svg, {{"x", number(table.place.x())},
+                          {"y", number(table.place.y())},
+                          {"width", number(table.place.width())},
+                          {"height", number(table.place.height())},
+                          {"fill", QStringLiteral("#fff")},
+                          {"stroke", QStringLiteral("#333")}});
+    double y = table.place.y() + line * 0.85;
+    for (const QString &text : QStringList{table.name} + table.lines) {
+        svg.writeStartElement(QStringLiteral("text"));
+        writeAttributes(svg, {{"x", number(table.place.x() + margin)}, {"y", number(y)}});
+        if (y < table.place.y() + line)
+            svg.writeAttribute(QStringLiteral("font-weight"), QStringLiteral("bold"));
+        else if (table.keys.contains(text))
+            svg.writeAttribute(QStringLiteral("text-decoration"), QStringLiteral("underline"));
+        svg.writeCharacters(visibleName(text)); // no control characters, which no XML can hold
+        svg.writeEndElement();
+        y += line;
+    }
+}
+
+} // namespace
+
 QByteArray svgOf(const PlacedDiagram &diagram, double line)
 {
     QByteArray bytes;
@@ -202,51 +253,16 @@ QByteArray svgOf(const PlacedDiagram &diagram, double line)
     svg.writeStartDocument();
     svg.writeStartElement(QStringLiteral("svg"));
     svg.writeDefaultNamespace(QStringLiteral("http://www.w3.org/2000/svg"));
-    const auto with = [&svg](std::initializer_list<std::pair<const char *, QString>> attributes) {
-        for (const auto &[name, value] : attributes)
-            svg.writeAttribute(QLatin1String(name), value);
-    };
-    with({{"width", number(diagram.size.width()) + QStringLiteral("pt")},
-          {"height", number(diagram.size.height()) + QStringLiteral("pt")},
-          {"viewBox",
-           QStringLiteral("0 0 %1 %2").arg(number(diagram.size.width()), number(diagram.size.height()))},
-          {"font-family", QStringLiteral("sans-serif")},
-          {"font-size", number(line * 0.75)}});
-    for (const PlacedLink &link : diagram.links) {
-        QString path = QStringLiteral("M%1 %2 C").arg(link.curve[0].x()).arg(link.curve[0].y());
-        for (qsizetype i = 1; i < link.curve.size(); ++i)
-            path += QStringLiteral(" %1 %2").arg(link.curve[i].x()).arg(link.curve[i].y());
-        svg.writeStartElement(QStringLiteral("path"));
-        with({{"d", path}, {"fill", QStringLiteral("none")}, {"stroke", QStringLiteral("#666")}});
-        svg.writeTextElement(QStringLiteral("title"), visibleName(link.name));
-        svg.writeEndElement();
-        svg.writeEmptyElement(QStringLiteral("circle"));
-        with({{"cx", number(link.curve.last().x())},
-              {"cy", number(link.curve.last().y())},
-              {"r", QStringLiteral("3")},
-              {"fill", QStringLiteral("#666")}});
-    }
-    for (const PlacedTable &table : diagram.tables) {
-        svg.writeEmptyElement(QStringLiteral("rect"));
-        with({{"x", number(table.place.x())},
-              {"y", number(table.place.y())},
-              {"width", number(table.place.width())},
-              {"height", number(table.place.height())},
-              {"fill", QStringLiteral("#fff")},
-              {"stroke", QStringLiteral("#333")}});
-        double y = table.place.y() + line * 0.85;
-        for (const QString &text : QStringList{table.name} + table.lines) {
-            svg.writeStartElement(QStringLiteral("text"));
-            with({{"x", number(table.place.x() + margin)}, {"y", number(y)}});
-            if (y < table.place.y() + line)
-                svg.writeAttribute(QStringLiteral("font-weight"), QStringLiteral("bold"));
-            else if (table.keys.contains(text))
-                svg.writeAttribute(QStringLiteral("text-decoration"), QStringLiteral("underline"));
-            svg.writeCharacters(visibleName(text)); // no control characters, which no XML can hold
-            svg.writeEndElement();
-            y += line;
-        }
-    }
+    const QString width = number(diagram.size.width()), height = number(diagram.size.height());
+    writeAttributes(svg, {{"width", width + QStringLiteral("pt")},
+                          {"height", height + QStringLiteral("pt")},
+                          {"viewBox", QStringLiteral("0 0 %1 %2").arg(width, height)},
+                          {"font-family", QStringLiteral("sans-serif")},
+                          {"font-size", number(line * 0.75)}});
+    for (const PlacedLink &link : diagram.links)
+        writeLink(svg, link);
+    for (const PlacedTable &table : diagram.tables)
+        writeTable(svg, table, line);
     svg.writeEndElement();
     svg.writeEndDocument();
     return bytes;
