@@ -50,6 +50,8 @@ public:
     std::vector<bool> keepsMine() const;
 
 private:
+    void fillTree();
+    void buildLayout(const QString &done);
     void addConflict(const RowConflict &conflict);
     void addLine(QTreeWidgetItem *row, std::size_t column, const RowConflict &conflict);
     QPushButton *addChoice(const char *name, const QString &text, bool isMine, bool isForAll);
@@ -90,31 +92,44 @@ ConflictDialog::ConflictDialog(QWidget *parent, const TableShape &table,
     cancel->setDefault(true); // Enter overwrites nothing
     connect(m_buttons, &QDialogButtonBox::accepted, this, &QDialog::accept);
     connect(m_buttons, &QDialogButtonBox::rejected, this, &QDialog::reject);
+    m_whole->setReadOnly(true);
+    m_whole->setTabChangesFocus(true);
+    m_whole->setAccessibleName(QStringLiteral("値の全体"));
+    fillTree();
+    connect(m_tree, &QTreeWidget::currentItemChanged, this, &ConflictDialog::showWhole);
+    buildLayout(done);
+    QTreeWidgetItem *first = m_tree->topLevelItem(0);
+    // With the Ctrl of Ctrl+S still held down, the tree itself would select nothing.
+    m_tree->setCurrentItem(first->childCount() > 0 ? first->child(0) : first, 0,
+                           QItemSelectionModel::ClearAndSelect | QItemSelectionModel::Rows);
+    m_tree->setFocus();
+}
 
+void ConflictDialog::fillTree()
+{
     m_tree->setAccessibleName(windowTitle());
     m_tree->setHeaderLabels({QStringLiteral("行"), QStringLiteral("列"), m_words.before, m_words.mine,
                              m_words.theirs, QStringLiteral("残すもの")});
     m_tree->setSelectionMode(QAbstractItemView::ExtendedSelection);
     m_tree->setItemDelegate(new VisibleItems(m_tree));
     m_tree->setUniformRowHeights(true);
-    for (const RowConflict &conflict : conflicts)
+    for (const RowConflict &conflict : m_conflicts)
         addConflict(conflict);
     m_tree->expandAll();
-    const int letter = fontMetrics().averageCharWidth();
     // What is to stay is always seen; the values share the room.
     m_tree->header()->setStretchLastSection(false);
     constexpr int mostLetters = 32; // of a key
     for (const Column column : {Row, Name, Staying}) {
         m_tree->resizeColumnToContents(column);
-        m_tree->setColumnWidth(column, std::min(m_tree->columnWidth(column), letter * mostLetters));
+        m_tree->setColumnWidth(
+            column, std::min(m_tree->columnWidth(column), fontMetrics().averageCharWidth() * mostLetters));
     }
     for (const Column column : {Before, Mine, Theirs})
         m_tree->header()->setSectionResizeMode(column, QHeaderView::Stretch);
-    m_whole->setReadOnly(true);
-    m_whole->setTabChangesFocus(true);
-    m_whole->setAccessibleName(QStringLiteral("値の全体"));
-    connect(m_tree, &QTreeWidget::currentItemChanged, this, &ConflictDialog::showWhole);
+}
 
+void ConflictDialog::buildLayout(const QString &done)
+{
     auto *choices = new QHBoxLayout;
     choices->addWidget(addChoice("keepMine", m_words.mine + QStringLiteral(" (&M)"), true, false));
     choices->addWidget(addChoice("takeTheirs", m_words.theirs + QStringLiteral(" (&T)"), false, false));
@@ -129,12 +144,7 @@ ConflictDialog::ConflictDialog(QWidget *parent, const TableShape &table,
     layout->addWidget(m_whole, 1);
     layout->addLayout(choices);
     layout->addWidget(m_buttons);
-    resize(letter * 120, fontMetrics().lineSpacing() * 26);
-    QTreeWidgetItem *first = m_tree->topLevelItem(0);
-    // With the Ctrl of Ctrl+S still held down, the tree itself would select nothing.
-    m_tree->setCurrentItem(first->childCount() > 0 ? first->child(0) : first, 0,
-                           QItemSelectionModel::ClearAndSelect | QItemSelectionModel::Rows);
-    m_tree->setFocus();
+    resize(fontMetrics().averageCharWidth() * 120, fontMetrics().lineSpacing() * 26);
 }
 
 void ConflictDialog::addConflict(const RowConflict &conflict)
