@@ -37,8 +37,6 @@ public:
     explicit frmTarnwell(Session &session);
     ~frmTarnwell() override;
 
-    void sConnectMode(bool connected);
-
 protected:
     void closeEvent(QCloseEvent *event) override;
     bool eventFilter(QObject *watched, QEvent *event) override;
@@ -54,76 +52,73 @@ private:
 
     void Form_Load();
     void connectSignals();
+    void sConnectMode(bool connected);
     bool mayStopTransfers();
     void endWithDesktop(QSessionManager &desktop);
+
+    // frmTarnwellCommands: what the window itself does at a click.
     static std::span<const WindowCommand> windowCommands();
     void offerCommands();
-
-    void openConnections();
-    void takeMarks(const ConnectionProfile &saved);
-    void takeEdits(const ConnectionStore &store);
-    void showEdits(const ConnectionProfile &saved);
-    bool mayLeaveFor(const ConnectionProfile &profile, bool connectsNow);
-    void keepAlive();
-    ConnectionStore readConnections();
-    void offerLastConnections(QMenu &menu);
-    void addConnections(std::vector<PaletteEntry> &entries);
-    void useConnection(const ConnectionProfile &profile, const QString &password, bool connectsNow);
-    bool completeProfile();
-    void findProfile();
-    void noteConnectionUsed();
-    void askAgain(const Failure &failure);
-    QString keepPassword();
-    void showPassword(const QString &password);
-    void comeBack();
-    void comeBackWhenIdle();
-    void cmdConnect_Click();
-    void connectNow();
-    bool renewsPassword();
-    void cmdClose_Click();
-    void disconnectNow();
     void cmdEnd_Click();
     void cmdShowDb_Click();
+    void showOwnTable();
+    void showOwnRoutine();
     void cmdCreateDb_Click();
     void cmdCreateUser_Click();
     void cmdExec_Click();
+    void openSheets();
+    void openHistory();
+    void openServer();
+    void showInConsole(const QString &statement);
     void cmdInOut_Click();
     void cmdDataGet_Click();
+    void openRows(const QString &database, const QString &table, const QString &condition);
     void Command1_Click();
     void applyDefinition();
-    void showOwnTable();
-    void showAlter();
-    void openCompare();
-    void showOwnRoutine();
     void refreshShown();
     void refreshList(ChosenList &list);
     void toggleLog();
     void openPalette();
     void openDump();
     void openTableDump();
-    SavedConnections savedConnections();
     void openCopy();
     void openTableCopy();
     void openLoad();
     void openCsvImport();
-    void showConnected();
-    void settlePending();
-    void openRows(const QString &database, const QString &table, const QString &condition);
-    void keepShownChoice(ChosenList *list);
-    void openSheets();
-    void openHistory();
-    void openServer();
-    void openSearch();
-    void openHit(const SearchHit &hit);
-    void toggleSurroundings();
-    void showSurroundings();
-    void editRelated(const RelatedThing &thing);
-    void dropRelated(const RelatedThing &thing);
-    void renameShown();
-    void openDiagram();
-    void showInConsole(const QString &statement);
 
+    // frmTarnwellConnections: connecting, disconnecting, and the saved connections.
+    void cmdConnect_Click();
+    void connectNow();
+    void askAgain(const Failure &failure);
+    bool renewsPassword();
+    void settlePending();
+    void showConnected();
+    void cmdClose_Click();
+    void disconnectNow();
+    void openConnections();
+    void takeMarks(const ConnectionProfile &saved);
+    void takeEdits(const ConnectionStore &store);
+    void showEdits(const ConnectionProfile &saved);
+    ConnectionStore readConnections();
+    void offerLastConnections(QMenu &menu);
+    void addConnections(std::vector<PaletteEntry> &entries);
+    void useConnection(const ConnectionProfile &profile, const QString &password, bool connectsNow);
+    bool mayLeaveFor(const ConnectionProfile &profile, bool connectsNow);
+    bool completeProfile();
+    SavedConnections savedConnections();
+    void findProfile();
+    void noteConnectionUsed();
+    QString keepPassword();
+    void showPassword(const QString &password);
+
+    // frmTarnwellReconnecting: the connection that is to last.
+    void keepAlive();
+    void comeBack();
+    void comeBackWhenIdle();
+
+    // frmTarnwellRunning: how commands and choices in lists are run, and what is read anew behind them.
     void choose(ChosenList *list);
+    void keepShownChoice(ChosenList *list);
     void serveChoice(const ChosenList &list);
     // Edited definitions that are about to be replaced go into the console's history. True when it took any.
     bool keepEdits(bool ofTable, bool ofRoutine);
@@ -133,6 +128,18 @@ private:
     void run(const Command &command);
     void reload(Reload what);
     Selection selection() const;
+
+    // frmTarnwellStructure: changing, comparing and searching, and going to what was found.
+    void showAlter();
+    void openCompare();
+    void openSearch();
+    void openHit(const SearchHit &hit);
+    void toggleSurroundings();
+    void showSurroundings();
+    void editRelated(const RelatedThing &thing);
+    void dropRelated(const RelatedThing &thing);
+    void renameShown();
+    void openDiagram();
 
     Session &m_session;
     TarnwellControls m_controls;
