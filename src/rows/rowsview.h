@@ -53,6 +53,8 @@ private:
     void showStatements();
     void cancel();
     void undoSaved();
+
+    // rowsmenu: what a grid's menu offers for its rows.
     void addToMenu(QMenu *menu);
     void addFollowing(QMenu *menu, const QModelIndex &cell);
     void followTo(const ForeignKey &key, int row);
@@ -68,7 +70,7 @@ private:
     RowsQuery m_query;           // that gave them
     RowsQuery m_wanted;
     bool m_isOrdered = false;
-    qint64 m_firstNumber = 0; // of the rows before the page; -1: not known
+    qint64 m_firstNumber = 0; // rows before the page
     LastConditions m_lastConditions;
     bool m_isEscapePressed = false;
 };

@@ -110,20 +110,25 @@ private:
         int place = 0; // in the editor, bytes
     };
 
-    void buildLayout();
-    void addKeys();
     const Session &settings() const
     {
         return m_settings ? *m_settings : m_there ? *m_there : m_around.session;
     }
+    void buildLayout();
+    void addKeys();
+    void restore(const SheetContents &contents);
     void connectToServer();
     void noteServer();
-    void lendConnection();
-    void takeEditingEnd();
     void start(const std::function<void(SheetWorker &)> &work);
     void runPieces(const QByteArray &text, int offset, bool isScript, const SheetOptions &options);
     void askAndRun(const SheetNews &looked);
     void send(const QString &statement);
+
+    // sheetediting: the rows of its results.
+    void lendConnection();
+    void takeEditingEnd();
+
+    // sheetnews: what comes from the connection's thread.
     void take(const SheetNews &news);
     void takeFields(const SheetNews &news);
     void takeEnd(const SheetNews &news);
@@ -135,7 +140,6 @@ private:
     static QString seconds(qint64 microseconds);     // "1.234 秒"
     QString progressText(const ScriptProgress &progress) const;
     QString nameOf(int statement) const;
-    void restore(const SheetContents &contents);
 
     SheetSurroundings m_around;
     std::unique_ptr<Draft> m_draft;
