@@ -105,7 +105,9 @@ void SurroundingsTest::aTableIsRenamedOnceItsUsersAreTold()
 {
     TestServer &server = m_servers.of(TestServer::Brand::MariaDb);
     server.run("drop database if exists r; create database r; create table r.a(x int); create view r.v as "
-               "select x from r.a; create trigger r.own before insert on r.a for each row set new.x=1;");
+               "select x from r.a; create trigger r.own before insert on r.a for each row set new.x=1; "
+               "create or replace user reader@localhost; grant select on r.* to reader@localhost; "
+               "grant insert, delete on r.a to reader@localhost");
     RealStage stage(server, nativeDriverName(), "r");
     stage.dialogue.agrees = false;
     const QString question =
@@ -114,7 +116,7 @@ void SurroundingsTest::aTableIsRenamedOnceItsUsersAreTold()
             "にします。\r\n\r\n引用符なしでは書けない名前です。引用符を付けずに文を作る"
             "コマンド（定義の表示や変更など）は使えなくなります。\r\n\r\n次のものがこの名前を使っています。"
             "外部キーはサーバーが付け替えますが、ほかは古い名前のまま残り、動かなく"
-            "なります。\r\n\r\n・ビュー v")
+            "なります。\r\n\r\n・ビュー v\r\n・権限 'reader'@'localhost' (テーブル: DELETE, INSERT)")
             .arg(server.port());
     stage.dialogue.expectConfirm(question, Icon::Critical, false);
     QVERIFY(!renameTable(stage.session, stage.dialogue, "r", "a", "b`c"));

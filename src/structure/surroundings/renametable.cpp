@@ -13,9 +13,14 @@ namespace {
 
 QString lineOf(const RelatedThing &thing)
 {
-    return thing.kind == RelatedThing::Kind::Table
-               ? QStringLiteral("・外部キー %1 %2").arg(thing.name, thing.details)
-               : QStringLiteral("・%1 %2").arg(thing.details, thing.name);
+    switch (thing.kind) {
+    case RelatedThing::Kind::Table:
+        return QStringLiteral("・外部キー %1 %2").arg(thing.name, thing.details);
+    case RelatedThing::Kind::Fact:
+        return QStringLiteral("・権限 %1 (%2)").arg(thing.name, thing.details);
+    default:
+        return QStringLiteral("・%1 %2").arg(thing.details, thing.name);
+    }
 }
 
 // Whether the commands that name it without quotes would refuse it.

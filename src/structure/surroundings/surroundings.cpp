@@ -223,14 +223,17 @@ std::vector<RelatedThing> readPartitions(Session &session, const QString &databa
         });
 }
 
-// Those of this level and below; a global right reaches everything.
-std::vector<RelatedThing> readGrants(Session &session, const QString &database, const QString &table)
+// Those on the table itself, and, where wanted, on its database; a global right reaches everything.
+std::vector<RelatedThing> readGrants(Session &session, const QString &database, const QString &table,
+                                     bool withDatabase = true)
 {
-    QStringList parts{QStringLiteral("select grantee, privilege_type, '%1' as place from "
-                                     "information_schema.schema_privileges where %2 like table_schema")
-                          .arg(QStringLiteral("データベース"), textLiteral(database))};
+    QStringList parts;
+    if (withDatabase)
+        parts << QStringLiteral("select grantee, privilege_type, '%1' as place from "
+                                "information_schema.schema_privileges where %2 like table_schema")
+                     .arg(QStringLiteral("データベース"), textLiteral(database));
     if (!table.isEmpty())
-        parts << QStringLiteral("select grantee, privilege_type, 'テーブル' from "
+        parts << QStringLiteral("select grantee, privilege_type, 'テーブル' as place from "
                                 "information_schema.table_privileges where ") +
                      isTable(database, table)
               << QStringLiteral("select grantee, concat(privilege_type, '(', column_name, ')'), '列' from "
@@ -303,6 +306,8 @@ std::vector<RelatedThing> readReferring(Session &session, const QString &databas
     std::vector<RelatedThing> things = readNaming(session, database, table);
     for (RelatedThing &key : readForeignKeys(session, database, table, false))
         things.push_back(std::move(key));
+    for (RelatedThing &right : readGrants(session, database, table, false))
+        things.push_back(std::move(right));
     return things;
 }
 
@@ -327,7 +332,8 @@ Surroundings readSurroundings(Session &session, const QString &database, const Q
         {u"イベント", readEventsOf, true},
         {u"パーティション", readPartitions, false},
         {u"使っているもの", readNaming, false},
-        {u"権限 (全体を除く)", readGrants, true},
+        {u"権限 (全体を除く)",
+         [](Session &own, const QString &d, const QString &t) { return readGrants(own, d, t); }, true},
     };
     Surroundings groups;
     for (const Part &part : parts) {

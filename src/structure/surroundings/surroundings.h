@@ -33,6 +33,7 @@ Surroundings readSurroundings(Session &session, const QString &database, const Q
 bool namesTable(const QString &definition, const QString &ownDatabase, const QString &database,
                 const QString &table);
 
-// Views, routines, triggers and events that name the table, and foreign keys that refer to it, wherever they
-// are: what a new name of the table leaves behind. A trigger of the table itself goes along. Throws Failure.
+// Views, routines, triggers and events that name the table, foreign keys that refer to it, wherever they are,
+// and rights on it: what a new name of the table leaves behind. A trigger of the table itself goes along.
+// Throws Failure.
 std::vector<RelatedThing> readReferring(Session &session, const QString &database, const QString &table);
