@@ -306,6 +306,7 @@ void TableChangeCutTest::aKilledProgramIsPutBackAtTheNextStart()
                 settlePendingUndoLogs(refused.session, refused.dialogue);
                 said = refused.told();
                 isPending = !pendingUndoLogs(refused.session).empty(); // else it was done
+                QVERIFY2(said.contains("次に接続したとき") == isPending, qPrintable(said));
             }
 
             RealStage next(m_server, nativeDriverName());

@@ -339,6 +339,8 @@ UndoReport UndoLog::stuck(const Failure &error)
 {
     keep(error.description(), {});
     keep(whenStuck(), {});
+    if (!m_path.isEmpty())
+        keep(QStringLiteral("続きは、次に接続したときに「終わっていない変更」で行えます。"), {});
     const QStringList statements = pendingStatements();
     if (!statements.isEmpty())
         keep({}, QStringLiteral("元に戻す文:\n") + statements.join(QStringLiteral(";\n")) + u';');
