@@ -10,7 +10,8 @@ namespace {
 
 [[noreturn]] void refuseMisread(const QString &name)
 {
-    throw Failure(QStringLiteral("サーバーはこの名前を別の名前と読むため、実行しません。: ") + name);
+    throw Failure(
+        QStringLiteral("サーバーが別のものと読むことがある名前なので、実行しません。: 「%1」").arg(name));
 }
 
 // A text that will stand between single quotes, or double ones where it is a host. Before "_" and "%" the
