@@ -5,6 +5,7 @@
 #include "controls/window/narrow.h"
 #include "controls/window/stopping.h"
 #include "core/command/writing.h"
+#include "core/sql/listitem.h"
 
 #include <QCheckBox>
 #include <QCloseEvent>
@@ -155,7 +156,8 @@ void TransferWindow::finish(const TransferReport &report)
 
 void TransferWindow::tell(const QString &text, bool isFailure)
 {
-    m_report->setPlainText(isFailure ? QStringLiteral("失敗: ") + text : text);
+    // It may name characters of the data that cannot be seen, or turn the line round.
+    m_report->setPlainText(visibleText(isFailure ? QStringLiteral("失敗: ") + text : text));
 }
 
 void TransferWindow::closeEvent(QCloseEvent *event)

@@ -118,7 +118,8 @@ void CsvTest::nothingIsReplacedSilently()
     } catch (const Failure &error) {
         told = error.description();
     }
-    QVERIFY2(told.contains(": 2 個\n2 行目「名前」: é (U+00E9)") && told.contains("(U+1F600)"),
+    QVERIFY2(told.contains("文字が 2 個") && told.contains("\n2 行目「名前」: é (U+00E9)") &&
+                 told.contains("(U+1F600)"),
              qPrintable(told));
     QVERIFY(!QFile::exists(options.path));
     exported(options, fields, {{"1", "表①髙"}});
@@ -230,6 +231,8 @@ void CsvTest::charactersAreWhole_data()
     row("half of a pair", "\xFF\xFE" + bytes.chopped(2), FileEncoding::Utf16, "文字の途中");
     row("half of a unit", "\xFF\xFE" + bytes.chopped(1), FileEncoding::Utf16, "文字の途中");
     row("half of CP932", "a\n\x95", FileEncoding::Cp932, "文字の途中");
+    row("no CP932", "a\n\x95\x5c\nb\x95\n\nd\n", FileEncoding::Cp932,
+        "3 行目に、選んだ文字コードでは読めない");
 }
 
 void CsvTest::charactersAreWhole()

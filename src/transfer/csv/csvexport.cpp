@@ -217,27 +217,28 @@ void RowExport::finish()
         m_line = m_lineEnd + "]" + m_lineEnd;
     store();
     if (m_unknown > 0 && !m_options.replacesUnknown)
-        throw Failure(QStringLiteral("CP932 で表せない文字があるため、書き出していません。UTF-8 を選ぶか、"
-                                     "「?」への置き換えを選んでください。\n") +
-                      unknownCharacters());
+        throw Failure(
+            QStringLiteral("CP932 で表せない文字が %1 個あるため、書き出していません。「文字コード」で "
+                           "UTF-8 を選ぶか、「CP932 で表せない文字は「?」にする」を選んで、もう一度"
+                           "開始してください。\n")
+                .arg(m_unknown) +
+            unknownCharacters());
     m_file.finish();
 }
 
 QString RowExport::unknownCharacters() const
 {
-    if (m_unknown == 0)
-        return {};
-    return QStringLiteral("CP932 で表せない文字: %1 個\n").arg(m_unknown) + m_firstUnknown.join(u'\n') +
-           (m_unknown > mostListed ? QStringLiteral("\n…") : QString());
+    return m_firstUnknown.join(u'\n') + (m_unknown > mostListed ? QStringLiteral("\n…") : QString());
 }
 
 namespace {
 
 TransferReport reportOf(const RowExport &file, const QString &path, const QStringList &leftOut = {})
 {
-    QString notes = file.unknownCharacters();
-    if (!notes.isEmpty())
-        notes.prepend(u'\n');
+    QString notes;
+    if (file.unknownCount() > 0)
+        notes = QStringLiteral("\nCP932 で表せない文字を「?」にしました: %1 個\n").arg(file.unknownCount()) +
+                file.unknownCharacters();
     if (!leftOut.isEmpty())
         notes += QStringLiteral("\nINVISIBLE の列は「*」に含まれないので、書き出していません: ") +
                  leftOut.join(QStringLiteral(", "));

@@ -45,7 +45,8 @@ public:
     // replaced: it lists them by row and column.
     void finish();
     qint64 rows() const { return m_rows; }
-    // What became "?", in words; empty: nothing did.
+    // What had no form: how much, and the first of it by row and column, a line each.
+    qint64 unknownCount() const { return m_unknown; }
     QString unknownCharacters() const;
 
 private:

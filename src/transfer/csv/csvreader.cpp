@@ -12,6 +12,12 @@ namespace {
 constexpr qint64 pieceBytes = 256 * 1024;
 constexpr int atEnd = -1;
 const QByteArray utf8Mark = QByteArrayLiteral("\xEF\xBB\xBF");
+const QByteArray replacement = QByteArrayLiteral("\xEF\xBF\xBD"); // of what has no character
+
+PieceDecoder::Encoding decoderOf(FileEncoding encoding)
+{
+    return encoding == FileEncoding::Utf16 ? PieceDecoder::Encoding::Utf16 : PieceDecoder::Encoding::Cp932;
+}
 
 FileEncoding guessedEncoding(const QByteArray &start)
 {
@@ -92,10 +98,22 @@ CsvReader::CsvReader(const QString &path, const CsvFormat &format, qint64 mostRo
         throw Failure(QStringLiteral("「%1」はファイルではありません。").arg(path));
     if (!m_file.open(QIODevice::ReadOnly))
         throw Failure(QStringLiteral("ファイル「%1」を開けません。\r\n%2").arg(path, m_file.errorString()));
-    if (format.encoding == FileEncoding::Utf16)
-        m_decoder.emplace(PieceDecoder::Encoding::Utf16);
-    else if (format.encoding == FileEncoding::Cp932)
-        m_decoder.emplace(PieceDecoder::Encoding::Cp932);
+    if (format.encoding != FileEncoding::Utf8)
+        m_decoder.emplace(decoderOf(format.encoding));
+}
+
+// The piece that was refused may have thousands of lines: they are read once more for it.
+qint64 CsvReader::firstUnreadableLine() const
+{
+    constexpr qint64 mostBytes = 64 * 1024;
+    QFile file(m_file.fileName());
+    PieceDecoder decoder(decoderOf(m_format.encoding));
+    qint64 line = 1;
+    for (bool isOpen = file.open(QIODevice::ReadOnly); isOpen && !decoder.hasError() && !file.atEnd();) {
+        const QByteArray text = decoder.take(file.readLine(mostBytes));
+        line += text.left(decoder.hasError() ? text.indexOf(replacement) : text.size()).count('\n');
+    }
+    return line;
 }
 
 bool CsvReader::fill()
@@ -121,8 +139,9 @@ bool CsvReader::fill()
         if (m_decoder) {
             m_bytes = m_decoder->take(m_bytes);
             if (m_decoder->hasError())
-                throw Failure(QStringLiteral("%1 行目より後に、選んだ文字コードでは読めない文字があります。")
-                                  .arg(m_line));
+                throw Failure(QStringLiteral("%1 行目に、選んだ文字コードでは読めない文字があります。"
+                                             "文字コードを選び直すか、ファイルのその行を直してください。")
+                                  .arg(firstUnreadableLine()));
         }
     } while (m_bytes.size() <= m_at);
     return true;

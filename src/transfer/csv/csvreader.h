@@ -51,6 +51,7 @@ private:
     static constexpr qint64 largestRow = 1024 * 1024 * 1024; // no server takes a larger one
 
     bool fill();
+    qint64 firstUnreadableLine() const;
     int peek();
     bool readField(CsvField &field);
 
