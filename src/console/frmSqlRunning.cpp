@@ -117,6 +117,8 @@ void frmSql::execute()
                                 : QString();
     c.runTime->setText(touched + seconds(m_runTime.elapsed()));
     noteRun(failure, hasRows ? m_run.rowCount() : effect.rowsTouched);
+    if (!failure)
+        showState(); // the connection may have come back only now
     if (!failure && !hasRows) {
         c.txtError->setPlainText(m_run.note());
         m_dialogue->inform(QStringLiteral("正常終了"));
