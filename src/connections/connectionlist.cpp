@@ -130,6 +130,15 @@ void ConnectionList::filter(const QString &text)
         setCurrentItem(seen);
 }
 
+void ConnectionList::paintEvent(QPaintEvent *event)
+{
+    QTreeWidget::paintEvent(event);
+    if (topLevelItemCount() == 0)
+        paintPlaceholder(*this, QStringLiteral("「新規」で接続先を加えます"));
+    else if (!firstSeen())
+        paintPlaceholder(*this, QStringLiteral("絞り込みに合うものがありません"));
+}
+
 bool ConnectionList::showsChosen() const
 {
     return currentItem() && !currentItem()->isHidden();

@@ -23,6 +23,9 @@ public:
     bool showsChosen() const;
     QStringList folders() const;
 
+protected:
+    void paintEvent(QPaintEvent *event) override;
+
 private:
     QTreeWidgetItem *folderItem(const QString &folder);
     QTreeWidgetItem *firstSeen() const;
