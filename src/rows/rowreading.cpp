@@ -4,12 +4,20 @@
 
 #include <algorithm>
 
-namespace {
+QString keyCondition(const TableShape &table, const std::vector<RowValue> &values)
+{
+    QStringList conditions;
+    for (const int key : table.key) {
+        const TableColumn &column = table.columns[static_cast<std::size_t>(key)];
+        const RowValue &value = values[static_cast<std::size_t>(key)];
+        const QString indexed = indexedValue(column, value);
+        conditions << (indexed.isEmpty() ? sameValue(column, value) : indexed);
+    }
+    return conditions.join(QStringLiteral(" and "));
+}
 
-constexpr std::size_t mostRowsAtOnce = 100;
-
-std::vector<std::vector<RowValue>> selected(Connection &connection, const TableShape &table,
-                                            const QString &tail, bool isExact)
+std::vector<std::vector<RowValue>> selectRows(Connection &connection, const TableShape &table,
+                                              const QString &tail, bool isExact)
 {
     QStringList columns;
     for (const TableColumn &column : table.columns)
@@ -26,44 +34,19 @@ std::vector<std::vector<RowValue>> selected(Connection &connection, const TableS
     return rows;
 }
 
-} // namespace
-
-QString keyCondition(const TableShape &table, const std::vector<RowValue> &values)
-{
-    QStringList conditions;
-    for (const int key : table.key) {
-        const TableColumn &column = table.columns[static_cast<std::size_t>(key)];
-        const RowValue &value = values[static_cast<std::size_t>(key)];
-        const QString indexed = indexedValue(column, value);
-        conditions << (indexed.isEmpty() ? sameValue(column, value) : indexed);
-    }
-    return conditions.join(QStringLiteral(" and "));
-}
-
-std::vector<std::vector<RowValue>> selectRows(Connection &connection, const TableShape &table,
-                                              const QString &tail)
-{
-    return selected(connection, table, tail, false);
-}
-
-std::vector<std::vector<RowValue>> selectExactRows(Connection &connection, const TableShape &table,
-                                                   const QString &tail)
-{
-    return selected(connection, table, tail, true);
-}
-
 std::map<QByteArray, std::vector<RowValue>> rowsByKey(Connection &connection, const TableShape &table,
                                                       const std::vector<std::vector<RowValue>> &rows,
                                                       const QString &lock, bool isExact)
 {
+    constexpr std::size_t mostRowsAtOnce = 100;
     std::map<QByteArray, std::vector<RowValue>> found;
     for (std::size_t first = 0; first < rows.size(); first += mostRowsAtOnce) {
         QStringList conditions;
         for (std::size_t row = first; row < std::min(first + mostRowsAtOnce, rows.size()); ++row)
             conditions << u'(' + keyCondition(table, rows[row]) + u')';
         for (std::vector<RowValue> &values :
-             selected(connection, table,
-                      QStringLiteral(" where ") + conditions.join(QStringLiteral(" or ")) + lock, isExact))
+             selectRows(connection, table,
+                        QStringLiteral(" where ") + conditions.join(QStringLiteral(" or ")) + lock, isExact))
             found[keyBytes(table, values)] = std::move(values);
     }
     return found;

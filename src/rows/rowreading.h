@@ -8,12 +8,10 @@
 // A condition that finds the row as its key tells it from others, also where the server has put the value
 // into its own form.
 QString keyCondition(const TableShape &table, const std::vector<RowValue> &values);
-// The rows of a SELECT over all columns of the table. `tail` begins behind its FROM.
+// The rows of a SELECT over all columns of the table. `tail` begins behind its FROM. isExact: with FLOATs in
+// all their digits.
 std::vector<std::vector<RowValue>> selectRows(Connection &connection, const TableShape &table,
-                                              const QString &tail);
-// The same with FLOATs in all their digits.
-std::vector<std::vector<RowValue>> selectExactRows(Connection &connection, const TableShape &table,
-                                                   const QString &tail);
+                                              const QString &tail, bool isExact = false);
 // Those of the rows that exist, by the bytes of their key. A few statements for any number of them.
 std::map<QByteArray, std::vector<RowValue>> rowsByKey(Connection &connection, const TableShape &table,
                                                       const std::vector<std::vector<RowValue>> &rows,

@@ -144,13 +144,6 @@ void RowsView::takeRows()
     showState();
 }
 
-void RowsView::takeRowsOf(const TableShape &table)
-{
-    m_database = table.database;
-    m_table = table.name;
-    m_rows.begin(table);
-}
-
 void RowsView::remember()
 {
     m_lastConditions.add(m_database, m_table, m_query.where, m_query.order);

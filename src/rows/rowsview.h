@@ -22,8 +22,6 @@ public:
     QString statementFor(const QString &database, const QString &table, int limit, const QString &plain);
     // The rows that it gave stand in the grid now.
     void takeRows();
-    // The same for rows of a SELECT of the user's; the fields of the grid are columns of the table.
-    void takeRowsOf(const TableShape &table);
 
     // Other rows drop what is not saved; false: the user wants to keep it, or something runs that it must not
     // be dropped under.
